@@ -1,0 +1,10 @@
+# One interface target holds what every target of the project is compiled with.
+add_library(orvel_warnings INTERFACE)
+target_compile_options(orvel_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_include_directories(orvel_warnings INTERFACE ${CMAKE_SOURCE_DIR})
+
+if(ORVEL_SANITIZE)
+  add_compile_options(-fsanitize=${ORVEL_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ORVEL_SANITIZE})
+endif()

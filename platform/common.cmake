@@ -1,0 +1,2 @@
+# Sources that are the same on every system.
+target_sources(orvel_platform PRIVATE error.cpp)

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QString>
+
+#include <exception>
+#include <string>
+
+namespace platform {
+
+// Numbers of the runtime errors that the program raises.
+enum class ErrorNumber : int {
+    IllegalProcedureCall = 5,
+    Overflow = 6,
+    SubscriptOutOfRange = 9,
+    LoadingLibrary = 48,
+    BadFileName = 52,
+    FileNotFound = 53,
+    FileAlreadyExists = 58,
+    DeviceUnavailable = 68,
+    PermissionDenied = 70,
+    PathFileAccess = 75,
+    PathNotFound = 76,
+    EntryPointNotFound = 453,
+};
+
+// A runtime error: passes up through every caller that does not catch it.
+class RuntimeError : public std::exception {
+  public:
+    RuntimeError(ErrorNumber number, const QString &description, const QString &source = {});
+
+    ErrorNumber number() const { return m_number; }
+    // What went wrong, as shown to the user.
+    const QString &description() const { return m_description; }
+    // Who raised it; empty where nobody asked.
+    const QString &source() const { return m_source; }
+    const char *what() const noexcept override { return m_what.c_str(); }
+
+  private:
+    ErrorNumber m_number;
+    QString m_description;
+    QString m_source;
+    std::string m_what;
+};
+
+// The usual text for a number ("Subscript out of range" for 9).
+QString describe(ErrorNumber number);
+
+} // namespace platform

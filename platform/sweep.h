@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+namespace platform {
+
+// Works through the files of one work folder with each folder opened once, so that a large folder
+// costs one system call a file. Names are relative to the work folder, in the program's form. No
+// step raises an error and none leaves the work folder, links included: each says whether it was
+// done, and a caller that goes on loses nothing.
+class Sweep {
+  public:
+    explicit Sweep(const QString &workFolder);
+    ~Sweep();
+    Sweep(const Sweep &) = delete;
+    Sweep &operator=(const Sweep &) = delete;
+
+    // Clears read-only, hidden, system and archive of one file.
+    bool clearAttributes(const QString &file);
+    // Deletes one file (never a folder).
+    bool deleteFile(const QString &file);
+    // Deletes every file directly in a folder ("" is the work folder itself); hidden and system
+    // files stay. True where none was left.
+    bool deleteFilesIn(const QString &folder);
+    // Removes one empty folder ("" is the work folder itself).
+    bool removeFolder(const QString &folder);
+
+  private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace platform

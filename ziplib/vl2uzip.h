@@ -1,0 +1,110 @@
+#ifndef VL2UZIP_H
+#define VL2UZIP_H
+
+/* C interface of vl2uzip, which lists and extracts zip archives. Strings are NUL-terminated, in
+ * the system's narrow code page (UTF-8 on POSIX, the ANSI code page on Windows). */
+
+#include <stdint.h>
+
+#if defined(VL2UZIP_BUILD)
+#define VL2UZIP_API VL2_EXPORT
+#else
+#define VL2UZIP_API VL2_IMPORT
+#endif
+#include "ziplib/vl2export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Options of one call. Flags are 0 or 1 unless told otherwise. */
+typedef struct DCL {
+    int32_t ExtractOnlyNewer;  /* extract a file only where the one on disk is older or missing */
+    int32_t SpaceToUnderscore; /* blanks in names become underscores on disk */
+    int32_t PromptToOverwrite; /* ask the replace callback for each existing file */
+    int32_t fQuiet;            /* messages: 0 all, 1 fewer, 2 none */
+    int32_t ncflag;            /* not used */
+    int32_t ntflag;            /* test the entries, write nothing */
+    int32_t nvflag;            /* list the entries, extract nothing */
+    int32_t nfflag;            /* not used */
+    int32_t nzflag;            /* not used */
+    int32_t ndflag;            /* recreate the stored folders */
+    int32_t noflag;            /* replace existing files without asking */
+    int32_t naflag;            /* convert line ends of text entries to the system's own */
+    int32_t nZIflag;           /* not used */
+    int32_t C_flag;            /* match the given names without regard to case */
+    int32_t fPrivilege;        /* not used */
+    char *lpszZipFN;           /* the archive */
+    char *lpszExtractDir;      /* where to extract to; "" is the current folder */
+} DCL;
+
+/* A message text of `size` bytes. Called with size 0 at least every 50 ms while a call works, so
+ * that a program can keep its windows painted. */
+typedef int32_t (*VL2UZIP_PRINT)(char *buffer, uint32_t size);
+typedef void (*VL2UZIP_SOUND)(void);
+/* A file exists: 100 keep it, 102 replace it, 103 replace all, 104 replace none. */
+typedef int32_t (*VL2UZIP_REPLACE)(char *filename);
+/* Fills `p` (of `n` bytes) with a password and returns 0, or returns non-zero for none. */
+typedef int32_t (*VL2UZIP_PASSWORD)(char *p, int32_t n, char *m, char *name);
+/* One listed entry: sizes in bytes (those of 4 GiB and more are given as 4 GiB - 1), factor in
+ * percent saved, date, `c` '+' where the sizes did not fit, path with "/" separators, method name,
+ * CRC-32, 'E' for encrypted or ' '. */
+typedef void (*VL2UZIP_ENTRY)(uint32_t ucsize, uint32_t csiz, int32_t cfactor, int32_t mo,
+                              int32_t dy, int32_t yr, int32_t hh, int32_t mm, char c,
+                              char *filename, char *methbuf, uint32_t crc, char fCrypt);
+/* An entry is done; `size` is the length of `name` with its NUL. Non-zero stops the call. */
+typedef int32_t (*VL2UZIP_SERVICE)(char *name, uint32_t size);
+
+typedef struct USERFUNCTIONS {
+    VL2UZIP_PRINT print;
+    VL2UZIP_SOUND sound;
+    VL2UZIP_REPLACE replace;
+    VL2UZIP_PASSWORD password;
+    VL2UZIP_ENTRY SendApplicationMessage;
+    VL2UZIP_SERVICE ServCallBk;
+    /* Left by the call: totals over the entries, in bytes and percent, and the length of the
+     * archive's comment. Totals that do not fit are given as the largest value. */
+    int32_t TotalSizeComp;
+    int32_t TotalSize;
+    int32_t CompFactor;
+    int32_t NumMembers;
+    int16_t cchComment;
+} USERFUNCTIONS;
+
+typedef struct UzpVersionGroup {
+    uint8_t major;
+    uint8_t minor;
+    uint8_t patchlevel;
+    uint8_t not_used;
+} UzpVersionGroup;
+
+typedef struct UzpVer2 {
+    uint32_t structlen; /* set by the caller to 64 */
+    uint32_t flag;
+    char betalevel[10];
+    char date[20];
+    char zlib_version[10];
+    UzpVersionGroup unzip;
+    UzpVersionGroup zipinfo;
+    UzpVersionGroup os2dll;
+    UzpVersionGroup windll;
+} UzpVer2;
+
+/* Lists (nvflag), tests (ntflag) or extracts entries of an archive: the `ifnc` names of `ifnv`, all
+ * where it is 0, but for the `xfnc` names of `xfnv`. Names are paths inside the archive and may
+ * hold the wildcards * and ?. Every callback runs on the caller's thread, in archive order; any of
+ * them may be null. Returns
+ *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
+ *   archive, 11 nothing matched, 50 disk full, 51 the archive ends early, 80 cancelled,
+ *   81 an unsupported method or encryption, 82 wrong or missing password. */
+VL2UZIP_API int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv,
+                                         DCL *lpDCL, USERFUNCTIONS *lpUserFunctions);
+
+/* Fills the version record. */
+VL2UZIP_API void UzpVersion2(UzpVer2 *lpVersion);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

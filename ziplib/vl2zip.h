@@ -1,0 +1,99 @@
+#ifndef VL2ZIP_H
+#define VL2ZIP_H
+
+/* C interface of vl2zip, which adds to, updates and deletes from zip archives. Strings are
+ * NUL-terminated, in the system's narrow code page (UTF-8 on POSIX, the ANSI code page on
+ * Windows). */
+
+#include <stdint.h>
+
+#if defined(VL2ZIP_BUILD)
+#define VL2ZIP_API VL2_EXPORT
+#else
+#define VL2ZIP_API VL2_IMPORT
+#endif
+#include "ziplib/vl2export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A message text of `size` bytes. Called with size 0 at least every 50 ms while a call works, so
+ * that a program can keep its windows painted. */
+typedef int32_t (*VL2ZIP_PRINT)(char *buffer, uint32_t size);
+/* Fills `p` (of `n` bytes) with a password and returns 0, or returns non-zero for none. */
+typedef int32_t (*VL2ZIP_PASSWORD)(char *p, int32_t n, char *m, char *name);
+typedef char *(*VL2ZIP_COMMENT)(char *comment);
+/* A file is done; `size` is the length of `name` with its NUL. Non-zero stops the call. */
+typedef int32_t (*VL2ZIP_SERVICE)(char *name, uint32_t size);
+
+typedef struct ZIPUSERFUNCTIONS {
+    VL2ZIP_PRINT print;
+    VL2ZIP_PASSWORD password;
+    VL2ZIP_COMMENT comment;
+    VL2ZIP_SERVICE ServiceApplication;
+} ZIPUSERFUNCTIONS;
+
+/* Options of the following archive operation. Flags are 0 or 1 unless told otherwise. */
+typedef struct ZPOPT {
+    char *Date;             /* not used */
+    char *szRootDir;        /* folder that the names are relative to; "" is the current folder */
+    char *szTempDir;        /* not used: the new archive is always made beside the old one */
+    int32_t fTemp;          /* not used */
+    int32_t fSuffix;        /* not used */
+    int32_t fEncrypt;       /* encrypt what is added, with the password callback's password */
+    int32_t fSystem;        /* take hidden and system files too */
+    int32_t fVolume;        /* store the volume label */
+    int32_t fExtra;         /* not used */
+    int32_t fNoDirEntries;  /* add no entries for folders */
+    int32_t fExcludeDate;   /* not used */
+    int32_t fIncludeDate;   /* not used */
+    int32_t fVerbose;       /* more messages */
+    int32_t fQuiet;         /* fewer messages */
+    int32_t fCRLF_LF;       /* CR LF becomes LF in text files */
+    int32_t fLF_CRLF;       /* LF becomes CR LF in text files */
+    int32_t fJunkDir;       /* store file names without their folders */
+    int32_t fGrow;          /* allow appending to an archive that exists */
+    int32_t fForce;         /* not used */
+    int32_t fMove;          /* not used */
+    int32_t fDeleteEntries; /* delete the matching entries */
+    int32_t fUpdate;        /* replace an entry only where the file is newer; add new files */
+    int32_t fFreshen;       /* replace an entry only where the file is newer; add nothing */
+    int32_t fJunkSFX;       /* not used */
+    int32_t fLatestTime;    /* not used */
+    int32_t fComment;       /* not used */
+    int32_t fOffsets;       /* not used */
+    int32_t fPrivilege;     /* not used */
+    int32_t fEncryption;    /* not used */
+    int32_t fRecurse;       /* 0 no; 2 match the names in every folder below the root */
+    int32_t fRepair;        /* not used */
+    int32_t fLevel;         /* 0 is the default level; no other is offered */
+} ZPOPT;
+
+typedef struct ZCL {
+    int32_t argc;    /* number of names or patterns */
+    char *lpszZipFN; /* the archive */
+    char **FNV;      /* the names or patterns */
+} ZCL;
+
+/* Registers the callbacks for the calls that follow; any may be null. They run on the caller's
+ * thread. Returns 1. */
+VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
+
+/* Takes the options for the next operation. Returns 1. */
+VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
+
+/* Adds the matching files to the archive, replacing entries of the same path and keeping the
+ * others, or deletes the matching entries. The archive under its name is at every instant the old
+ * one or the new one, whole; where nothing changes it is not written. Returns
+ *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
+ *   archive, 11 nothing matched, 12 nothing to do, 14 cannot write, 15 cannot create, 18 cannot
+ *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password.
+ * On any code but 0 and 1 the archive is as it was. */
+VL2ZIP_API int32_t ZpArchive(ZCL C);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
