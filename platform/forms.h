@@ -42,7 +42,7 @@ class OpenFileDialog {
     std::optional<ChosenFile> show(QWidget *owner, const QString &title, const QString &filter);
 
   private:
-    QString m_folder;
+    QString m_path; // the file chosen last, "" at first
 };
 
 // What a test answers in place of the user. Unset: the real box or dialog is shown.

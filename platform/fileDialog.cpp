@@ -1,0 +1,42 @@
+#include "platform/fileDialog.h"
+
+#include "platform/forms.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+
+namespace platform {
+
+QList<FileFilter> parseFileFilters(const QString &filter) {
+    QList<FileFilter> filters;
+    const QStringList parts = filter.split(u'|');
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        FileFilter pair{parts.at(i).trimmed(), {}};
+        for (const QString &pattern : parts.at(i + 1).split(u';', Qt::SkipEmptyParts))
+            pair.patterns.append(pattern.trimmed());
+        filters.append(pair);
+    }
+    return filters;
+}
+
+std::optional<ChosenFile> OpenFileDialog::show(QWidget *owner, const QString &title,
+                                               const QString &filter) {
+    if (prompts().openFile)
+        return prompts().openFile(title, filter);
+
+    QFileDialog dialog(owner, title);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    applyFileFilters(dialog, parseFileFilters(filter));
+    if (const QFileInfo held(m_path); !m_path.isEmpty() && held.dir().exists()) {
+        dialog.setDirectory(held.path());
+        dialog.selectFile(held.fileName());
+    }
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return std::nullopt;
+    m_path = dialog.selectedFiles().constFirst();
+    return ChosenFile{QDir::toNativeSeparators(m_path), QFileInfo(m_path).fileName()};
+}
+
+} // namespace platform
