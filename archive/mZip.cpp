@@ -1,0 +1,127 @@
+#include "archive/mZip.h"
+
+#include "archive/cZip.h"
+#include "archive/crossing.h"
+#include "archive/idle.h"
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/library.h"
+
+#include <QFileInfo>
+
+using crossing::attempt;
+using platform::ErrorNumber;
+using platform::RuntimeError;
+
+cZip *mZip::m_cCurrentZip = nullptr;
+bool mZip::m_bZipPasswordCancelled = false;
+
+namespace {
+
+platform::Library &library() {
+    static platform::Library vl2zip(QStringLiteral("vl2zip"));
+    return vl2zip;
+}
+
+// A base folder that is not there must stop the call: its specs would match nothing, or files
+// elsewhere.
+void requireFolder(const QString &path) {
+    if (crossing::trimBlanks(path).isEmpty())
+        return;
+    if (!QFileInfo(platform::nativePath(path)).isDir())
+        throw RuntimeError(ErrorNumber::PathNotFound,
+                           platform::describe(ErrorNumber::PathNotFound));
+}
+
+} // namespace
+
+std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
+                                  const QStringList &asSpecs, std::int32_t lSpecCount) {
+    m_bZipPasswordCancelled = false;
+    m_cCurrentZip = &oZip;
+    oZip.m_tLastResult = {-1, {}};
+
+    requireFolder(oZip.BasePath());
+
+    ZIPUSERFUNCTIONS functions{};
+    functions.print = OnZipPrint;
+    functions.password = OnZipPassword;
+    functions.comment = OnZipComment;
+    functions.ServiceApplication = OnZipService;
+    library().function<decltype(&ZpInit)>("ZpInit")(&functions);
+
+    // The library gets a record of the call, whose text lives as long as the call does.
+    QByteArray rootDir = crossing::path(tOptions.szRootDir);
+    ZPOPT record = tOptions.tRecord;
+    record.szRootDir = rootDir.data();
+    library().function<decltype(&ZpSetOptions)>("ZpSetOptions")(&record);
+
+    crossing::NameTable names;
+    for (std::int32_t index = 0; index < lSpecCount; ++index)
+        names.put(index, asSpecs.at(index));
+    names.put(lSpecCount + 1, {});
+
+    QByteArray zipFile = crossing::path(oZip.ZipFile());
+    ZCL command{};
+    command.argc = lSpecCount;
+    command.lpszZipFN = zipFile.data();
+    command.FNV = names.table();
+    oZip.m_tLastResult.code = library().function<decltype(&ZpArchive)>("ZpArchive")(command);
+    return oZip.m_tLastResult.code;
+}
+
+void mZip::SlashesToBackslashes(QString &sText) {
+    sText.replace(u'/', u'\\');
+}
+
+std::int32_t mZip::OnZipPrint(char *buffer, std::uint32_t size) noexcept {
+    callIdleHandler();
+    if (!crossing::isTextSize(size) || m_cCurrentZip == nullptr)
+        return 0;
+    QString message;
+    attempt([&] { message = crossing::text(buffer, size); });
+    // Kept as the library wrote it: a person is shown the path that the system knows.
+    attempt([&] { m_cCurrentZip->m_tLastResult.message = message.trimmed(); });
+    attempt([&] { SlashesToBackslashes(message); });
+    attempt([&] { m_cCurrentZip->RaiseProgress(message); });
+    return 0;
+}
+
+std::int32_t mZip::OnZipPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) noexcept {
+    callIdleHandler();
+    if (m_bZipPasswordCancelled)
+        return 1;
+    QString password;
+    bool cancel = false;
+    attempt([&] {
+        if (m_cCurrentZip != nullptr)
+            m_cCurrentZip->RaisePasswordRequest(password, cancel);
+    });
+    attempt([&] { password = crossing::trimBlanks(password); });
+    if (password.isEmpty() || cancel) {
+        m_bZipPasswordCancelled = true;
+        return 1;
+    }
+    bool copied = false;
+    attempt([&] { copied = crossing::copyPassword(password, p, n); });
+    return copied ? 0 : 1;
+}
+
+char *mZip::OnZipComment(char *comment) noexcept {
+    callIdleHandler();
+    return comment;
+}
+
+std::int32_t mZip::OnZipService(char *filename, std::uint32_t size) noexcept {
+    callIdleHandler();
+    if (!crossing::isTextSize(size))
+        return 0;
+    bool cancel = false;
+    QString name;
+    attempt([&] { name = crossing::text(filename, size); });
+    attempt([&] {
+        if (m_cCurrentZip != nullptr)
+            m_cCurrentZip->RaiseCancel(name, cancel);
+    });
+    return cancel ? 1 : 0;
+}
