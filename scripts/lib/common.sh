@@ -1,8 +1,9 @@
+# shellcheck shell=bash
 # What every script of the project begins with. To be sourced by a bash script.
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
-say() { printf '\033[1m== %s\033[0m\n' "$*"; }
+say() { printf '== %s\n' "$*"; }
 warn() { printf '%s\n' "$*" >&2; }
 fail() {
     warn "$(basename "$0"): $*"
@@ -14,7 +15,36 @@ need() {
     command -v "$1" >/dev/null || fail "$1 is missing: install $2, or run scripts/setup"
 }
 
-# A folder that is gone when the script ends. One a script: a second call gives the first folder.
-scratch_folder() { echo "$SCRATCH"; }
-SCRATCH=$(mktemp -d)
-trap 'rm -rf "$SCRATCH"' EXIT
+# usage: prints the comment at the head of the running script.
+usage() { sed -n '2,/^[^#]/{/^#/!d; s/^# \{0,1\}//; p}' "$0"; }
+
+# Sets SCRATCH to a folder that is gone when the script ends.
+scratch_folder() {
+    SCRATCH=$(mktemp -d)
+    trap 'rm -rf "$SCRATCH"' EXIT
+}
+
+# How many compilers run at once: one a core, fewer where each could not have its gigabyte.
+jobs() {
+    local cores gigabytes
+    cores=$(nproc)
+    gigabytes=$(awk '/^MemAvailable/ {print int($2 / 1048576)}' /proc/meminfo 2>/dev/null)
+    gigabytes=${gigabytes:-$cores}
+    if ((gigabytes < cores)); then cores=$gigabytes; fi
+    echo $((cores > 1 ? cores : 1))
+}
+
+# configure_and_build PRESET [TARGET...]: everything, where no target is named.
+configure_and_build() {
+    local preset=$1 option=()
+    shift
+    if (($#)); then option=(--target "$@"); fi
+    say "Configuring ($preset)"
+    (cd "$ROOT" && cmake --preset "$preset" >"$ROOT/build/configure-$preset.log" 2>&1) || {
+        cat "$ROOT/build/configure-$preset.log" >&2
+        fail "the build could not be configured"
+    }
+    say "Building ($preset)"
+    cmake --build "$ROOT/build/$preset" --parallel "$(jobs)" "${option[@]}"
+}
+mkdir -p "$ROOT/build"

@@ -1,0 +1,66 @@
+# shellcheck shell=bash
+# The distribution's packages that the project needs. To be sourced after common.sh.
+# "one|other" is satisfied by either: the first that the distribution has is installed.
+
+packages_of() {
+    case $1 in
+    build) echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev ;;
+    test)
+        echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
+            xdg-utils strace
+        ;;
+    display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core ;;
+    package) echo desktop-file-utils appstream shared-mime-info dpkg-dev file ;;
+    lint) echo clang-format clang-tidy shellcheck ;;
+    assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
+    fuzz) echo clang llvm ;;
+    esac
+}
+
+installed() {
+    [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# missing_packages GROUP...: prints what is not installed, one (or one "a|b") a line.
+missing_packages() {
+    local group package choice
+    for group in "$@"; do
+        for package in $(packages_of "$group"); do
+            for choice in ${package//|/ }; do
+                if installed "$choice"; then continue 2; fi
+            done
+            echo "$package"
+        done
+    done | sort -u
+}
+
+# choose_package "one|other": the first that the distribution has.
+choose_package() {
+    local choice
+    for choice in ${1//|/ }; do
+        if apt-cache show "$choice" >/dev/null 2>&1; then
+            echo "$choice"
+            return
+        fi
+    done
+    fail "the distribution has no package ${1//|/ or }"
+}
+
+# install_packages GROUP...: installs what is missing, and nothing where nothing is.
+install_packages() {
+    local lacking names=() package as_root=()
+    mapfile -t lacking < <(missing_packages "$@")
+    if ((${#lacking[@]} == 0)); then return; fi
+    command -v apt-get >/dev/null ||
+        fail "this is no Debian or its like; please install: ${lacking[*]}"
+    if ((EUID != 0)); then
+        command -v sudo >/dev/null ||
+            fail "as root, or with sudo, please install: ${lacking[*]}"
+        as_root=(sudo)
+    fi
+    say "Installing ${lacking[*]}"
+    "${as_root[@]}" apt-get update -q
+    for package in "${lacking[@]}"; do names+=("$(choose_package "$package")"); done
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends "${names[@]}"
+}
