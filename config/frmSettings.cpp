@@ -163,12 +163,13 @@ void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
         auto *box = place(new QLineEdit(frame), row.box,
                           platform::rectFromTwips(120, row.top + 240, 4395, 315), name);
         label->setBuddy(box);
+        // Most paths are wider than their box.
+        connect(box, &QLineEdit::textChanged, box, &QWidget::setToolTip);
         auto *browse = place(new QPushButton(QStringLiteral("Browse..."), frame), row.button,
                              platform::rectFromTwips(3300, row.top + 600, 1215, 375),
                              QStringLiteral("Browse..."));
         // Seven buttons read alike: this tells them apart.
         browse->setAccessibleDescription(name);
-        browse->setAutoDefault(false);
         connect(browse, &QPushButton::clicked, this, [this, i] { Browse(i); });
         m_rows.at(i) = {box, browse};
     }
@@ -180,7 +181,6 @@ void frmSettings::createButtons() {
         auto *made =
             place(new QPushButton(text(caption), this), name,
                   platform::rectFromTwips(left, 4080, 1215, 375), withoutMnemonic(text(caption)));
-        made->setAutoDefault(false);
         connect(made, &QPushButton::clicked, this, handler);
         return made;
     };

@@ -1,0 +1,129 @@
+#include "config/pngPlugin.h"
+
+#include "config/modRegistry.h"
+#include "platform/files.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class PngPlugin : public testing::Test {
+  protected:
+    void SetUp() override {
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(QStringLiteral("config"))));
+        qputenv("WINEPREFIX", QFile::encodeName(home.filePath(QStringLiteral("wine"))));
+        photoshop = home.filePath(QStringLiteral("Photoshop 6.0/"));
+        ASSERT_TRUE(QDir().mkpath(formats()));
+        own = QDir::fromNativeSeparators(platform::nativePath(platform::programFolder())) +
+              QStringLiteral("/Png.8bi");
+        target = formats() + QStringLiteral("Png.8bi");
+        backup = target + QStringLiteral(".bak");
+    }
+    void TearDown() override { QFile::remove(own); }
+
+    QString formats() const {
+        return photoshop + QStringLiteral("Plug-Ins/Adobe Photoshop Only/File Formats/");
+    }
+    void registerPhotoshop(const QString &folder) {
+        RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), QString(), folder);
+    }
+    static void write(const QString &path, const QByteArray &bytes) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
+        file.write(bytes);
+    }
+    static QByteArray read(const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<absent>");
+    }
+
+    QTemporaryDir home;
+    QString photoshop;
+    QString own;
+    QString target;
+    QString backup;
+};
+
+TEST_F(PngPlugin, ReplacesPhotoshopsFileAndKeepsTheOneThere) {
+    registerPhotoshop(photoshop);
+    write(own, "ours");
+    write(target, "theirs");
+    write(backup, "an old backup");
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "ours");
+    EXPECT_EQ(read(backup), "theirs");
+    // Once more: what is backed up is what is in place by now.
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "ours");
+    EXPECT_EQ(read(backup), "ours");
+}
+
+TEST_F(PngPlugin, TriesEachCopyWhateverBecameOfTheOther) {
+    const struct {
+        const char *what;
+        const char *ours;   // "" is missing
+        const char *theirs; // "" is missing
+        const char *targetAfter;
+        const char *backupAfter;
+    } cases[] = {
+        {"no plug-in of our own", "", "theirs", "theirs", "theirs"},
+        {"none there yet", "ours", "", "ours", "<absent>"},
+        {"neither", "", "", "<absent>", "<absent>"},
+    };
+    registerPhotoshop(photoshop);
+    for (const auto &row : cases) {
+        for (const QString &path : {own, target, backup})
+            QFile::remove(path);
+        if (*row.ours)
+            write(own, row.ours);
+        if (*row.theirs)
+            write(target, row.theirs);
+        InstallPngPlugin();
+        EXPECT_EQ(read(target), row.targetAfter) << row.what;
+        EXPECT_EQ(read(backup), row.backupAfter) << row.what;
+    }
+}
+
+TEST_F(PngPlugin, CopiesThePlugInThoughTheBackupCannotBeWritten) {
+    registerPhotoshop(photoshop);
+    write(own, "ours");
+    write(target, "theirs");
+    ASSERT_TRUE(QDir().mkdir(backup)); // a folder in the backup's place
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "ours");
+}
+
+TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
+    write(own, "ours");
+    write(target, "theirs");
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "theirs");
+    registerPhotoshop(QString());
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "theirs");
+    registerPhotoshop(home.filePath(QStringLiteral("uninstalled long ago/")));
+    InstallPngPlugin();
+    EXPECT_EQ(read(target), "theirs");
+    EXPECT_FALSE(QFile::exists(backup));
+}
+
+TEST_F(PngPlugin, FindsThePhotoshopOfAWinePrefix) {
+    const QString drive = home.filePath(QStringLiteral("wine/drive_c/"));
+    const QString inDrive = drive + QStringLiteral("Program Files/Photoshop/plug-ins/"
+                                                   "Adobe Photoshop Only/File Formats/");
+    ASSERT_TRUE(QDir().mkpath(inDrive));
+    ASSERT_TRUE(QDir().mkpath(home.filePath(QStringLiteral("wine/dosdevices"))));
+    ASSERT_TRUE(QFile::link(drive, home.filePath(QStringLiteral("wine/dosdevices/c:"))));
+    registerPhotoshop(QStringLiteral("C:\\Program Files\\Photoshop\\"));
+    write(own, "ours");
+    write(inDrive + QStringLiteral("PNG.8BI"), "theirs");
+    InstallPngPlugin();
+    EXPECT_EQ(read(inDrive + QStringLiteral("PNG.8BI")), "ours");
+    EXPECT_EQ(QDir(inDrive).entryList(QDir::Files).size(), 2);
+}
+
+} // namespace

@@ -1,0 +1,120 @@
+#include "platform/fileDialog.h"
+
+#include "platform/forms.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString kFilter = QStringLiteral("Programs (*.exe) | *.EXE");
+
+TEST(FileFilters, AreReadInPairsWithoutTheirBlanks) {
+    const auto filters =
+        platform::parseFileFilters(QStringLiteral("Programs (*.exe) | *.EXE|All | *.* ; *|odd"));
+    ASSERT_EQ(filters.size(), 2);
+    EXPECT_EQ(filters[0].text, QStringLiteral("Programs (*.exe)"));
+    EXPECT_EQ(filters[0].patterns, QStringList{QStringLiteral("*.EXE")});
+    EXPECT_EQ(filters[1].text, QStringLiteral("All"));
+    EXPECT_EQ(filters[1].patterns, (QStringList{QStringLiteral("*.*"), QStringLiteral("*")}));
+}
+
+// The real dialog, driven by its own event loop's timer.
+class OpenFileDialog : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const char *name : {"tool", "my tool", "Setup.exe", "PAINT.EXE", "notes.txt", "exe"})
+            make(QString::fromLatin1(name));
+        for (const char *name : {"tool", "my tool"})
+            ASSERT_TRUE(QFile::setPermissions(folder.filePath(QString::fromLatin1(name)),
+                                              QFile::ReadOwner | QFile::ExeOwner));
+        ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("sub")));
+    }
+    void make(const QString &name) {
+        QFile file(folder.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    std::optional<platform::ChosenFile> show(const std::function<void(QFileDialog &)> &act) {
+        QTimer::singleShot(0, qApp, [act] {
+            auto *open = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+            ASSERT_TRUE(open);
+            act(*open);
+            if (open->isVisible())
+                open->reject();
+        });
+        return dialog.show(nullptr, QStringLiteral("PNG Editor..."), kFilter);
+    }
+    static QLineEdit *nameBox(QFileDialog &open) {
+        return open.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    }
+    static void enter(QFileDialog &open, const QString &name) {
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&open));
+        nameBox(open)->setFocus();
+        nameBox(open)->selectAll();
+        QTest::keyClicks(nameBox(open), name);
+        QTest::keyClick(nameBox(open), Qt::Key_Return);
+    }
+    static QStringList shownNames(QFileDialog &open) {
+        auto *view = open.findChild<QAbstractItemView *>(QStringLiteral("treeView"));
+        QStringList names;
+        for (int row = 0; row < view->model()->rowCount(view->rootIndex()); ++row)
+            names.append(view->model()->index(row, 0, view->rootIndex()).data().toString());
+        names.sort(Qt::CaseInsensitive);
+        return names;
+    }
+
+    QTemporaryDir folder;
+    platform::OpenFileDialog dialog;
+};
+
+TEST_F(OpenFileDialog, OffersFoldersProgramsOfWindowsAndExecutableFiles) {
+    const QStringList expected{QStringLiteral("my tool"), QStringLiteral("PAINT.EXE"),
+                               QStringLiteral("Setup.exe"), QStringLiteral("sub"),
+                               QStringLiteral("tool")};
+    show([&](QFileDialog &open) {
+        EXPECT_EQ(open.windowTitle(), QStringLiteral("PNG Editor..."));
+        EXPECT_EQ(open.findChild<QComboBox *>(QStringLiteral("fileTypeCombo"))->currentText(),
+                  QStringLiteral("Programs (*.exe)"));
+        open.setDirectory(folder.path());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shownNames(open) == expected; }))
+            << qPrintable(shownNames(open).join(u'|'));
+    });
+}
+
+TEST_F(OpenFileDialog, ReportsTheWholePathAndTheNameOfWhatWasChosen) {
+    for (const char *name : {"my tool", "Setup.exe", "PAINT.EXE"}) {
+        const auto chosen = show([&](QFileDialog &open) {
+            open.setDirectory(folder.path());
+            enter(open, QString::fromLatin1(name));
+        });
+        ASSERT_TRUE(chosen) << name;
+        EXPECT_EQ(chosen->path, QDir::toNativeSeparators(folder.filePath(QLatin1String(name))));
+        EXPECT_EQ(chosen->name, QLatin1String(name));
+    }
+}
+
+TEST_F(OpenFileDialog, HoldsTheFileChosenLastThroughACancelledUse) {
+    ASSERT_TRUE(
+        show([&](QFileDialog &open) { enter(open, folder.filePath(QStringLiteral("tool"))); }));
+    for (int use = 0; use < 2; ++use) {
+        EXPECT_FALSE(show([&](QFileDialog &open) {
+            EXPECT_EQ(QDir(open.directory()).canonicalPath(), QDir(folder.path()).canonicalPath());
+            EXPECT_EQ(nameBox(open)->text(), QStringLiteral("tool"));
+        }));
+    }
+    // Its folder may be gone by the next use.
+    ASSERT_TRUE(QDir(folder.path()).removeRecursively());
+    EXPECT_FALSE(show([](QFileDialog &open) { EXPECT_TRUE(open.directory().exists()); }));
+}
+
+} // namespace
