@@ -3,6 +3,29 @@
 #include "platform/narrow.h"
 #include "platform/registry.h"
 
+#include <optional>
+
+namespace {
+
+// The bytes of a value that held `size` bytes a moment ago. Another program may have replaced it
+// since: a longer one is read again, a shorter one leaves no blanks behind it, and nothing is read
+// of one that has gone.
+std::optional<QByteArray> readData(platform::RegKey key, const QByteArray &name,
+                                   std::uint32_t size) {
+    QByteArray data;
+    std::int32_t result = platform::kMoreData;
+    while (result == platform::kMoreData) {
+        data = QByteArray(static_cast<qsizetype>(size), ' ');
+        result = platform::RegQueryValueExA(key, name, nullptr, data.data(), size);
+    }
+    if (result != platform::kSuccess)
+        return std::nullopt;
+    data.truncate(static_cast<qsizetype>(size));
+    return data;
+}
+
+} // namespace
+
 QString RegGetString(std::uint32_t lRoot, const QString &sKey, const QString &sValueName,
                      const QString &sDefault) {
     const QByteArray name = platform::toNarrow(sValueName);
@@ -11,12 +34,12 @@ QString RegGetString(std::uint32_t lRoot, const QString &sKey, const QString &sV
     platform::RegOpenKeyA(lRoot, platform::toNarrow(sKey), key);
     std::uint32_t type = 0;
     std::uint32_t size = 0;
-    if (platform::RegQueryValueExA(key, name, &type, nullptr, size) == 0 &&
+    if (platform::RegQueryValueExA(key, name, &type, nullptr, size) == platform::kSuccess &&
         type == platform::kTypeString) {
-        QByteArray data(static_cast<qsizetype>(size), ' ');
-        platform::RegQueryValueExA(key, name, nullptr, data.data(), size);
-        const qsizetype end = data.indexOf('\0');
-        result = platform::fromNarrow(end < 0 ? data : data.first(end));
+        if (const std::optional<QByteArray> data = readData(key, name, size)) {
+            const qsizetype end = data->indexOf('\0');
+            result = platform::fromNarrow(end < 0 ? *data : data->first(end));
+        }
     }
     platform::RegCloseKey(key);
     return result;

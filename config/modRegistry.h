@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/registry.h"
+
 #include <QString>
 
 #include <cstdint>
@@ -7,7 +9,7 @@
 // The settings store: text values under named keys. Nothing is kept between calls, so what another
 // program writes holds at the next read.
 
-inline constexpr std::uint32_t kHkeyLocalMachine = 0x80000002U;
+inline constexpr std::uint32_t kHkeyLocalMachine = platform::kLocalMachine;
 
 // The program's own key, its table of programs, and the keys of others that it reads.
 inline constexpr char16_t kProgramKey[] = u"SOFTWARE\\Voxhollow\\Game Editors\\Tribes2\\Orvel";

@@ -1,0 +1,155 @@
+#include "config/modRegistry.h"
+#include "platform/narrow.h"
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QString>
+
+#include <cstdio>
+#include <optional>
+#include <vector>
+
+// Shows and sets what the settings store holds, to register a game folder or to see what is set.
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1; // missing, or refused
+constexpr int kMisused = 2;
+
+constexpr char kUsage[] = R"(Usage:
+  orvel-reg query KEY          print the text values of KEY, a line NAME=TEXT for each
+                               (the default value has an empty NAME)
+  orvel-reg query KEY NAME     print the text of one value
+  orvel-reg add KEY NAME TEXT  store TEXT, making KEY where it is missing
+  orvel-reg --help
+  orvel-reg --version
+
+KEY is a path under HKEY_LOCAL_MACHINE, with or without that name or "HKLM" in front. NAME "" is
+the default value of KEY. Keys and names are compared without regard to case. What the settings
+file lacks is read from the Wine prefix, if there is one. Values that are not text are passed over.
+
+The exit code is 0 when it was done, 1 when the key or value is missing or the store refused to
+write it, and 2 when the command was not understood.
+
+Examples:
+  orvel-reg add "SOFTWARE\Sierra Online\Setup\Tribes2" directory /home/me/games/Tribes2
+  orvel-reg query "SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel\Programs"
+)";
+
+void printLine(const QString &text) {
+    const QByteArray line = platform::toNarrow(text) + '\n';
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
+}
+
+int misused(const char *reason) {
+    std::fprintf(stderr, "orvel-reg: %s\nTry \"orvel-reg --help\".\n", reason);
+    return kMisused;
+}
+
+// The path under the root, without the root's name and outer separators.
+QString keyUnderRoot(QString key) {
+    const auto trim = [&key] {
+        while (key.startsWith(u'\\'))
+            key.remove(0, 1);
+        while (key.endsWith(u'\\'))
+            key.chop(1);
+    };
+    trim();
+    for (const QStringView root : {QStringView(u"HKLM"), QStringView(u"HKEY_LOCAL_MACHINE")}) {
+        if (key.compare(root, Qt::CaseInsensitive) == 0)
+            return {};
+        if (key.startsWith(root, Qt::CaseInsensitive) && key[root.size()] == u'\\') {
+            key.remove(0, root.size());
+            trim();
+            return key;
+        }
+    }
+    return key;
+}
+
+std::optional<QString> readValue(const QString &key, const QString &name) {
+    // No stored text reads as this one, because a text ends at its first NUL.
+    const QString nothing = QChar(0);
+    const QString text = RegGetString(kHkeyLocalMachine, key, name, nothing);
+    return text == nothing ? std::nullopt : std::optional(text);
+}
+
+int queryValue(const QString &key, const QString &name) {
+    const std::optional<QString> text = readValue(key, name);
+    if (!text) {
+        std::fprintf(stderr, "orvel-reg: there is no text value \"%s\" in \"%s\"\n",
+                     platform::toNarrow(name).constData(), platform::toNarrow(key).constData());
+        return kFailed;
+    }
+    printLine(*text);
+    return kDone;
+}
+
+int queryKey(const QString &key) {
+    platform::RegKey handle = 0;
+    if (platform::RegOpenKeyA(kHkeyLocalMachine, platform::toNarrow(key), handle) !=
+        platform::kSuccess) {
+        std::fprintf(stderr, "orvel-reg: there is no key \"%s\"\n",
+                     platform::toNarrow(key).constData());
+        return kFailed;
+    }
+    QByteArrayList names;
+    platform::RegValueNames(handle, names);
+    platform::RegCloseKey(handle);
+    for (const QByteArray &narrow : names) {
+        const QString name = platform::fromNarrow(narrow);
+        if (const std::optional<QString> text = readValue(key, name))
+            printLine(name + u'=' + *text);
+    }
+    return kDone;
+}
+
+int add(const QString &key, const QString &name, const QString &text) {
+    RegSetString(kHkeyLocalMachine, key, name, text);
+    if (readValue(key, name) == text)
+        return kDone;
+    std::fprintf(stderr, "orvel-reg: the value \"%s\" in \"%s\" could not be stored\n",
+                 platform::toNarrow(name).constData(), platform::toNarrow(key).constData());
+    return kFailed;
+}
+
+int run(const std::vector<QString> &arguments) {
+    if (arguments.empty())
+        return misused("what is to be done?");
+    const QString &verb = arguments[0];
+    const std::size_t count = arguments.size();
+    if (verb == u"--help" && count == 1) {
+        std::fputs(kUsage, stdout);
+        return kDone;
+    }
+    if (verb == u"--version" && count == 1) {
+        std::puts("orvel-reg " ORVEL_VERSION);
+        return kDone;
+    }
+    if (verb == u"query" && count == 2)
+        return queryKey(keyUnderRoot(arguments[1]));
+    if (verb == u"query" && count == 3)
+        return queryValue(keyUnderRoot(arguments[1]), arguments[2]);
+    if (verb == u"add" && count == 4)
+        return add(keyUnderRoot(arguments[1]), arguments[2], arguments[3]);
+    return misused("that is no command, or not with this many arguments");
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    std::vector<QString> arguments;
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray narrow(argv[i]);
+        arguments.push_back(platform::fromNarrow(narrow));
+        // A text that would be stored as another one is worse than none.
+        if (platform::toNarrow(arguments.back()) != narrow)
+            return misused("an argument is no text in the system's encoding");
+    }
+    const int result = run(arguments);
+    if (std::fflush(stdout) == 0)
+        return result;
+    std::perror("orvel-reg");
+    return kFailed;
+}
