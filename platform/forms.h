@@ -52,7 +52,17 @@ struct Prompts {
 };
 Prompts &prompts();
 
-// Pointer value 11 is the hourglass, 0 the default.
+// Sets the font that the windows are laid out for: the desktop's own family at 8.25 points, 11
+// pixels at 96 dots an inch.
+void setLayoutFont(QWidget *window);
+
+// Makes a caption of the window that is wider than its control narrower, until it is whole.
+void fitCaptions(QWidget *window);
+
+// Puts a window in the middle of its screen.
+void centreOnScreen(QWidget *window);
+
+// Pointer value 11 is the hourglass, 0 the default. Shown over disabled windows, too.
 void setMousePointer(QWidget *window, int value);
 
 // Removes the last two entries of a window's system menu (the separator and Close), which takes
@@ -62,5 +72,9 @@ void trimSystemMenu(QWidget *window);
 // Paints what is waiting to be painted, at most every 25 ms; input that arrived meanwhile is
 // thrown away, as a disabled window does. To be called often from a long operation.
 void repaintPending();
+
+// Throws away all input that has arrived so far, and paints. To be called before a window that was
+// busy takes input again, so that nothing typed or clicked meanwhile happens afterwards.
+void discardInput();
 
 } // namespace platform

@@ -1,0 +1,146 @@
+#include "platform/forms.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QMessageBox>
+#include <QScreen>
+#include <QStyle>
+#include <QThread>
+
+namespace platform {
+
+namespace {
+
+constexpr int kHourglass = 11;
+constexpr int kRepaintInterval = 25; // ms
+
+// Swallows what a person does to any window of the program.
+class InputFilter : public QObject {
+  public:
+    bool eventFilter(QObject *, QEvent *event) override {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::Wheel:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::Shortcut:
+        case QEvent::ShortcutOverride:
+        case QEvent::InputMethod:
+        case QEvent::ContextMenu:
+        case QEvent::TabletPress:
+        case QEvent::TabletRelease:
+        case QEvent::TouchBegin:
+        case QEvent::TouchUpdate:
+        case QEvent::TouchEnd:
+        case QEvent::DragEnter:
+        case QEvent::Drop:
+        case QEvent::Close:
+            event->ignore();
+            return true;
+        default:
+            return false;
+        }
+    }
+};
+
+template<typename Step>
+void withoutInput(Step step) {
+    QCoreApplication *program = QCoreApplication::instance();
+    static bool inside = false;
+    if (inside || program == nullptr || QThread::currentThread() != program->thread())
+        return;
+    inside = true;
+    InputFilter filter;
+    program->installEventFilter(&filter);
+    step();
+    program->removeEventFilter(&filter);
+    inside = false;
+}
+
+} // namespace
+
+QRect rectFromTwips(int left, int top, int width, int height) {
+    return {pixels(left), pixels(top), pixels(width), pixels(height)};
+}
+
+Prompts &prompts() {
+    static Prompts answers;
+    return answers;
+}
+
+int MsgBox(const QString &text, int style, const QString &title) {
+    if (prompts().messageBox)
+        return prompts().messageBox(text, style, title);
+    QMessageBox box(QApplication::activeWindow());
+    box.setWindowTitle(title);
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setWindowModality(Qt::ApplicationModal);
+    box.setIcon(style == kCritical      ? QMessageBox::Critical
+                : style == kInformation ? QMessageBox::Information
+                                        : QMessageBox::Warning);
+    box.setStandardButtons(style == kExclamationOkCancel ? QMessageBox::Ok | QMessageBox::Cancel
+                                                         : QMessageBox::Ok);
+    box.setDefaultButton(QMessageBox::Ok);
+    const int answer = box.exec();
+    return style != kExclamationOkCancel || answer == QMessageBox::Ok ? kAnswerOk : kAnswerCancel;
+}
+
+void setLayoutFont(QWidget *window) {
+    QFont font = QApplication::font();
+    font.setPixelSize(11);
+    window->setFont(font);
+}
+
+void fitCaptions(QWidget *window) {
+    const QList<QAbstractButton *> buttons = window->findChildren<QAbstractButton *>();
+    for (QAbstractButton *button : buttons) {
+        const int room = button->width() - 2 * button->style()->pixelMetric(
+                                                   QStyle::PM_DefaultFrameWidth, nullptr, button);
+        QFont font = button->font();
+        for (int stretch = 100; stretch >= 75; stretch -= 5) {
+            font.setStretch(stretch);
+            const QFontMetrics metrics(font);
+            if (metrics.size(Qt::TextShowMnemonic, button->text()).width() <= room - 4)
+                break;
+        }
+        if (font.stretch() != 100)
+            button->setFont(font);
+    }
+}
+
+void centreOnScreen(QWidget *window) {
+    const QScreen *screen = window->screen();
+    if (screen == nullptr)
+        return;
+    window->move(QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, window->frameSize(),
+                                     screen->availableGeometry())
+                     .topLeft());
+}
+
+// A disabled widget shows no pointer of its own, so the hourglass is the whole program's.
+void setMousePointer(QWidget *, int value) {
+    const bool shown = QGuiApplication::overrideCursor() != nullptr;
+    if (value == kHourglass && !shown)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    else if (value != kHourglass && shown)
+        QGuiApplication::restoreOverrideCursor();
+}
+
+void repaintPending() {
+    static QElapsedTimer sinceLast;
+    if (sinceLast.isValid() && sinceLast.elapsed() < kRepaintInterval)
+        return;
+    withoutInput([] { QCoreApplication::processEvents(); });
+    sinceLast.start();
+}
+
+void discardInput() {
+    withoutInput([] { QGuiApplication::sync(); });
+}
+
+} // namespace platform

@@ -1,0 +1,193 @@
+#include "workspace/archiveTree.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// A node and the text that it is sorted by.
+struct Key {
+    QString folded;
+    std::int32_t node;
+};
+
+// Sorts by folded text, then by number, which is the order of adding.
+void sortKeys(std::vector<Key> &keys, void (*idle)()) {
+    unsigned compared = 0;
+    std::sort(keys.begin(), keys.end(), [&](const Key &left, const Key &right) {
+        if ((++compared & 0xFFFU) == 0)
+            idle();
+        const int order = left.folded.compare(right.folded);
+        return order != 0 ? order < 0 : left.node < right.node;
+    });
+}
+
+} // namespace
+
+int ArchiveNodes::add(const QString &text, int parent, int image, int number) {
+    m_nodes.push_back({text, parent, number, 0, image});
+    return Count();
+}
+
+void ArchiveNodes::AddFile(const QString &folder, const QString &name, int image, int entry) {
+    // Archives list a folder's files together, so the last folder is the likely one.
+    if (m_lastFolder == 0 || Text(m_lastFolder) != folder) {
+        int &known = m_folders[folder];
+        if (known == 0)
+            known = add(folder, 0, 1, 0);
+        m_lastFolder = known;
+    }
+    const int file = add(name, m_lastFolder, image, entry);
+    Node &parent = m_nodes[static_cast<std::size_t>(m_lastFolder) - 1];
+    if (parent.number == 0)
+        parent.number = file;
+}
+
+ArchiveTree::ArchiveTree(QObject *parent, std::function<QIcon(int)> image,
+                         std::function<QString(int)> tip)
+    : QAbstractItemModel(parent), m_image(std::move(image)), m_tip(std::move(tip)) {}
+
+void ArchiveTree::Clear() {
+    beginResetModel();
+    m_nodes = {};
+    m_folders.clear();
+    m_children.clear();
+    endResetModel();
+}
+
+void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
+    // Painting goes on while the nodes are sorted, so the views keep the old ones until the end.
+    ArchiveTree arranged(nullptr, {}, {});
+    arranged.m_nodes = std::move(nodes);
+    arranged.Arrange(idle);
+    beginResetModel();
+    m_nodes = std::move(arranged.m_nodes);
+    m_folders = std::move(arranged.m_folders);
+    m_children = std::move(arranged.m_children);
+    endResetModel();
+}
+
+void ArchiveTree::Arrange(void (*idle)()) {
+    std::vector<ArchiveNodes::Node> &all = m_nodes.m_nodes;
+    std::vector<Key> folders;
+    std::vector<std::int32_t> place(all.size() + 1);
+    std::vector<std::vector<Key>> files;
+    for (int node = 1; node <= m_nodes.Count(); ++node) {
+        const int parent = m_nodes.Parent(node);
+        if (parent == 0) {
+            place[static_cast<std::size_t>(node)] = static_cast<std::int32_t>(folders.size());
+            folders.push_back({m_nodes.Text(node).toCaseFolded(), node});
+            files.emplace_back();
+        } else {
+            const auto folder = static_cast<std::size_t>(place[static_cast<std::size_t>(parent)]);
+            files[folder].push_back({m_nodes.Text(node).toCaseFolded(), node});
+        }
+        if ((node & 0xFFF) == 0)
+            idle();
+    }
+    sortKeys(folders, idle);
+    m_folders.reserve(folders.size());
+    m_children.resize(folders.size());
+    int row = 0;
+    for (const Key &folder : folders) {
+        std::vector<Key> &keys =
+            files[static_cast<std::size_t>(place[static_cast<std::size_t>(folder.node)])];
+        sortKeys(keys, idle);
+        std::vector<std::int32_t> &children = m_children[static_cast<std::size_t>(row)];
+        children.reserve(keys.size());
+        for (const Key &key : keys) {
+            all[static_cast<std::size_t>(key.node) - 1].row =
+                static_cast<std::int32_t>(children.size());
+            children.push_back(key.node);
+        }
+        keys = {};
+        all[static_cast<std::size_t>(folder.node) - 1].row = row++;
+        m_folders.push_back(folder.node);
+        if ((row & 0xFFF) == 0)
+            idle();
+    }
+}
+
+// An index carries the number of its parent's node, 0 at the top.
+int ArchiveTree::NodeOf(const QModelIndex &index) const {
+    if (!index.isValid())
+        return 0;
+    const auto row = static_cast<std::size_t>(index.row());
+    const auto parent = static_cast<int>(index.internalId());
+    if (parent == 0)
+        return m_folders[row];
+    return m_children[static_cast<std::size_t>(m_nodes.at(parent).row)][row];
+}
+
+QModelIndex ArchiveTree::IndexOf(int node) const {
+    if (node < 1 || node > m_nodes.Count())
+        return {};
+    return createIndex(m_nodes.at(node).row, 0, static_cast<quintptr>(m_nodes.Parent(node)));
+}
+
+QModelIndex ArchiveTree::index(int row, int column, const QModelIndex &parent) const {
+    if (row < 0 || column != 0 || row >= rowCount(parent))
+        return {};
+    return createIndex(row, 0, static_cast<quintptr>(NodeOf(parent)));
+}
+
+QModelIndex ArchiveTree::parent(const QModelIndex &index) const {
+    return index.isValid() ? IndexOf(static_cast<int>(index.internalId())) : QModelIndex();
+}
+
+int ArchiveTree::rowCount(const QModelIndex &parent) const {
+    if (!parent.isValid())
+        return static_cast<int>(m_folders.size());
+    if (parent.internalId() != 0)
+        return 0;
+    return static_cast<int>(m_children[static_cast<std::size_t>(parent.row())].size());
+}
+
+int ArchiveTree::columnCount(const QModelIndex &) const {
+    return 1;
+}
+
+bool ArchiveTree::hasChildren(const QModelIndex &parent) const {
+    return rowCount(parent) > 0;
+}
+
+QVariant ArchiveTree::data(const QModelIndex &index, int role) const {
+    const int node = NodeOf(index);
+    if (node == 0)
+        return {};
+    const bool folder = m_nodes.HasChildren(node);
+    const QString &text = m_nodes.Text(node);
+    switch (role) {
+    case Qt::DisplayRole:
+        return text;
+    case Qt::DecorationRole:
+        return m_image(m_nodes.Image(node));
+    case Qt::ToolTipRole:
+        return folder ? QVariant() : m_tip(m_nodes.Entry(node));
+    case Qt::AccessibleTextRole:
+        return folder && text.isEmpty() ? QStringLiteral("(top level)") : text;
+    default:
+        return {};
+    }
+}
+
+int ArchiveTree::NodeAfter(int node) const {
+    const int folder = m_nodes.HasChildren(node) ? node : m_nodes.Parent(node);
+    const auto place = static_cast<std::size_t>(m_nodes.at(folder).row);
+    const std::size_t child =
+        folder == node ? 0 : static_cast<std::size_t>(m_nodes.at(node).row) + 1;
+    if (child < m_children[place].size())
+        return m_children[place][child];
+    return m_folders[(place + 1) % m_folders.size()];
+}
+
+int ArchiveTree::Find(const QString &prefix, int start) const {
+    if (m_nodes.Count() == 0)
+        return 0;
+    int node = start == 0 ? m_folders.front() : start;
+    for (int seen = 0; seen < m_nodes.Count(); ++seen, node = NodeAfter(node)) {
+        if (m_nodes.Text(node).startsWith(prefix, Qt::CaseInsensitive))
+            return node;
+    }
+    return 0;
+}

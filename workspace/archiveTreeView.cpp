@@ -1,0 +1,61 @@
+#include "workspace/archiveTreeView.h"
+
+#include "workspace/archiveTree.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+
+ArchiveTreeView::ArchiveTreeView(QWidget *parent) : QTreeView(parent) {
+    setHeaderHidden(true);
+    setUniformRowHeights(true);
+    setIconSize({16, 16});
+    setEditTriggers(NoEditTriggers);
+    setSelectionMode(SingleSelection);
+    setTextElideMode(Qt::ElideNone);
+    setTabKeyNavigation(false);
+}
+
+void ArchiveTreeView::ShowTree(ArchiveTree *tree) {
+    m_tree = tree;
+    setModel(tree);
+    // A long name makes the tree wider, as far as the rows on screen need it.
+    header()->setStretchLastSection(false);
+    header()->setResizeContentsPrecision(0);
+    header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+}
+
+void ArchiveTreeView::keyboardSearch(const QString &search) {
+    if (search.isEmpty() || m_tree == nullptr)
+        return;
+    if (m_typed.isEmpty() || m_sinceTyped.elapsed() > QApplication::keyboardInputInterval())
+        m_typed.clear();
+    m_sinceTyped.start();
+    // The same letter again goes on to the next name that begins with it.
+    const bool again = m_typed == search;
+    if (!again)
+        m_typed += search;
+    const int current = m_tree->NodeOf(currentIndex());
+    const bool moves = again || m_typed == search;
+    const int start = current != 0 && moves ? m_tree->NodeAfter(current) : current;
+    const int found = m_tree->Find(m_typed, start);
+    if (found == 0)
+        return;
+    const QModelIndex index = m_tree->IndexOf(found);
+    if (index.parent().isValid())
+        expand(index.parent());
+    setCurrentIndex(index);
+    scrollTo(index);
+}
+
+void ArchiveTreeView::keyPressEvent(QKeyEvent *event) {
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const QModelIndex index = currentIndex();
+    if (!enter || !index.isValid() || !selectionModel()->isSelected(index)) {
+        QTreeView::keyPressEvent(event);
+        return;
+    }
+    Q_EMIT doubleClicked(index);
+    if (m_tree->hasChildren(index))
+        setExpanded(index, !isExpanded(index));
+}

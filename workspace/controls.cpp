@@ -1,0 +1,69 @@
+#include "workspace/controls.h"
+
+#include "platform/files.h"
+
+#include <QPainter>
+
+#include <utility>
+
+ImageList::ImageList(QObject *parent, int count) : QObject(parent) {
+    for (int number = 1; number <= count; ++number)
+        m_images.emplace_back(QStringLiteral(":/assets/icons/%1.png").arg(number));
+}
+
+QIcon ImageList::Image(int number) const {
+    return m_images.at(static_cast<std::size_t>(number) - 1);
+}
+
+FileList::FileList(QWidget *parent) : QListWidget(parent) {}
+
+void FileList::SetPath(const QString &folder, const QString &pattern) {
+    clear();
+    addItems(platform::listFiles(folder, pattern));
+}
+
+QStringList FileList::Files() const {
+    QStringList files;
+    for (int row = 0; row < count(); ++row)
+        files.append(item(row)->text());
+    return files;
+}
+
+ArchiveLines::ArchiveLines(QObject *parent) : QAbstractListModel(parent) {}
+
+void ArchiveLines::SetLines(std::vector<Line> lines) {
+    beginResetModel();
+    m_lines = std::move(lines);
+    endResetModel();
+}
+
+QString ArchiveLines::Text(int line) const {
+    const Line &entry = m_lines.at(static_cast<std::size_t>(line));
+    return entry.folder + QLatin1Char('\\') + entry.name;
+}
+
+int ArchiveLines::rowCount(const QModelIndex &parent) const {
+    return parent.isValid() ? 0 : Count();
+}
+
+QVariant ArchiveLines::data(const QModelIndex &index, int role) const {
+    return index.isValid() && role == Qt::DisplayRole ? QVariant(Text(index.row())) : QVariant();
+}
+
+StatusLabel::StatusLabel(QWidget *parent) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+}
+
+void StatusLabel::SetText(const QString &text) {
+    setText(text);
+    setAccessibleName(text);
+    setToolTip(fontMetrics().horizontalAdvance(text) > width() ? text : QString());
+}
+
+void StatusLabel::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    const QRect area = contentsRect();
+    style()->drawItemText(&painter, area, Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
+                          fontMetrics().elidedText(text(), Qt::ElideMiddle, area.width()),
+                          foregroundRole());
+}

@@ -1,0 +1,175 @@
+#include "workspace/frmMain.h"
+
+#include "archive/idle.h"
+#include "platform/files.h"
+#include "platform/forms.h"
+#include "workspace/archiveTreeView.h"
+#include "workspace/controls.h"
+#include "workspace/version.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QListView>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include <array>
+
+namespace {
+
+// Outer size 4095 x 7500 twips under the frame that the layout was drawn for (4 pixels at the
+// sides and the bottom, 23 at the top): the controls keep 180 twips to each edge.
+constexpr int kClientWidth = 3975;
+constexpr int kClientHeight = 7095;
+
+struct Place {
+    QWidget *control;
+    const char *name;
+    const char *caption; // "&" before the accelerator's letter
+    int left, top, width, height;
+};
+
+} // namespace
+
+frmMain::frmMain()
+    : QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                           Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
+      imgIcons16(new ImageList(this, ArchiveTree::kImages)), Label1(new QLabel(this)),
+      drpVL2File(new QComboBox(this)), cmdExtract(new QPushButton(this)),
+      cmdSaveChanges(new QPushButton(this)), cmdCancel(new QPushButton(this)),
+      Label2(new QLabel(this)), treArchive(new ArchiveTreeView(this)),
+      cmdEditFile(new QPushButton(this)), cmdOpenFolder(new QPushButton(this)),
+      cmdSettings(new QPushButton(this)), lblStatus(new StatusLabel(this)),
+      ProgressBar(new QProgressBar(this)), lstArchive(new QListView(this)),
+      filVL2(new FileList(this)), m_tree(new ArchiveTree(
+                                      this, [this](int image) { return imgIcons16->Image(image); },
+                                      [this](int entry) { return EntryTip(entry); })),
+      m_lines(new ArchiveLines(this)) {
+    setObjectName("frmMain");
+    setWindowTitle("Orvel");
+    platform::setLayoutFont(this);
+    imgIcons16->setObjectName("imgIcons16");
+    treArchive->ShowTree(m_tree);
+    lstArchive->setModel(m_lines);
+    PlaceControls();
+    ConnectHandlers();
+}
+
+frmMain::~frmMain() {
+    setIdleHandler(nullptr);
+}
+
+void frmMain::PlaceControls() {
+    const std::array places{
+        Place{Label1, "Label1", "Select a category", 180, 180, 3615, 255},
+        Place{drpVL2File, "drpVL2File", "", 180, 420, 3615, 315},
+        Place{cmdExtract, "cmdExtract", "&Extract", 180, 840, 1215, 375},
+        Place{cmdSaveChanges, "cmdSaveChanges", "&Save Changes", 1380, 840, 1215, 375},
+        Place{cmdCancel, "cmdCancel", "&Cancel", 2580, 840, 1215, 375},
+        Place{Label2, "Label2", "Select a file to edit", 180, 1320, 3615, 255},
+        Place{treArchive, "treArchive", "", 180, 1560, 3615, 4515},
+        Place{cmdEditFile, "cmdEditFile", "&Edit File", 180, 6180, 1215, 375},
+        Place{cmdOpenFolder, "cmdOpenFolder", "&Open Folder", 1380, 6180, 1215, 375},
+        Place{cmdSettings, "cmdSettings", "&Settings...", 2580, 6180, 1215, 375},
+        Place{lblStatus, "lblStatus", "", 180, 6660, 3615, 255},
+        Place{ProgressBar, "ProgressBar", "", 180, 6600, 3615, 315},
+        Place{lstArchive, "lstArchive", "", 4080, 720, 1695, 2985},
+        Place{filVL2, "filVL2", "", 4080, 180, 1695, 480},
+    };
+    QWidget *before = nullptr;
+    for (const Place &place : places) {
+        place.control->setObjectName(place.name);
+        place.control->setGeometry(
+            platform::rectFromTwips(place.left, place.top, place.width, place.height));
+        if (*place.caption != '\0')
+            place.control->setProperty("text", place.caption);
+        place.control->setAccessibleName(QString(place.caption).remove('&'));
+        if (before != nullptr)
+            setTabOrder(before, place.control);
+        before = place.control;
+    }
+    Label1->setBuddy(drpVL2File);
+    drpVL2File->setAccessibleName(Label1->text());
+    Label2->setBuddy(treArchive);
+    treArchive->setAccessibleName(Label2->text());
+    ProgressBar->setAccessibleName("Progress");
+    ProgressBar->setTextVisible(false);
+    ProgressBar->hide();
+    lstArchive->hide();
+    filVL2->hide();
+    platform::fitCaptions(this);
+}
+
+void frmMain::ConnectHandlers() {
+    const auto onClick = [this](QPushButton *button, void (frmMain::*handler)()) {
+        connect(button, &QPushButton::clicked, this,
+                [this, handler] { Guarded([this, handler] { (this->*handler)(); }); });
+    };
+    onClick(cmdExtract, &frmMain::cmdExtract_Click);
+    onClick(cmdSaveChanges, &frmMain::cmdSaveChanges_Click);
+    onClick(cmdCancel, &frmMain::cmdCancel_Click);
+    onClick(cmdEditFile, &frmMain::cmdEditFile_Click);
+    onClick(cmdOpenFolder, &frmMain::cmdOpenFolder_Click);
+    onClick(cmdSettings, &frmMain::cmdSettings_Click);
+    connect(drpVL2File, &QComboBox::currentIndexChanged, this, &frmMain::drpVL2File_Change);
+    connect(drpVL2File, &QComboBox::activated, this, &frmMain::drpVL2File_Click);
+    connect(treArchive, &QTreeView::doubleClicked, this,
+            [this] { Guarded([this] { treArchive_DblClick(); }); });
+}
+
+void frmMain::Load() {
+    setWindowTitle(QStringLiteral("%1 v%2.%3.%4")
+                       .arg(windowTitle())
+                       .arg(kVersionMajor)
+                       .arg(kVersionMinor)
+                       .arg(kVersionRevision));
+    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::centreOnScreen(this);
+    m_cUnzip = std::make_unique<cUnzip>();
+    m_cZ = std::make_unique<cZip>();
+    setIdleHandler(platform::repaintPending);
+    LocateGame();
+    UpdateButtons();
+    FillArchiveList();
+}
+
+void frmMain::FillArchiveList() {
+    const QSignalBlocker quiet(drpVL2File);
+    filVL2->SetPath(m_strBasePath, "*.vl2");
+    const QStringList files = filVL2->Files();
+    for (const QString &file : files)
+        AddArchive(file);
+    drpVL2File->setCurrentIndex(-1);
+}
+
+void frmMain::AddArchive(const QString &file) {
+    const QString name = ProperCase(file.chopped(4));
+    if (name == QLatin1String("Interiors"))
+        return;
+    // Names that differ in case only read the same here, and folders cannot end in blanks or
+    // dots: two archives must never share one work folder.
+    QString folder = name;
+    while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
+        folder.chop(1);
+    QString own = folder;
+    for (int copy = 2; own.isEmpty() || drpVL2File->findData(own, kWorkFolderRole) >= 0; ++copy)
+        own = folder + '~' + QString::number(copy);
+    drpVL2File->addItem(name, file);
+    drpVL2File->setItemData(drpVL2File->count() - 1, own, kWorkFolderRole);
+}
+
+// Closing ends the program; in the middle of something it waits for the end.
+void frmMain::closeEvent(QCloseEvent *event) {
+    event->setAccepted(isEnabled());
+}
+
+// Enter on a button presses it, as Space does.
+void frmMain::keyPressEvent(QKeyEvent *event) {
+    auto *button = qobject_cast<QPushButton *>(focusWidget());
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && button != nullptr)
+        button->click();
+    else
+        QWidget::keyPressEvent(event);
+}

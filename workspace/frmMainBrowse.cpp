@@ -1,0 +1,97 @@
+#include "platform/forms.h"
+#include "workspace/archiveTreeView.h"
+#include "workspace/controls.h"
+#include "workspace/fileTypes.h"
+#include "workspace/frmMain.h"
+#include "workspace/reasons.h"
+
+#include <QComboBox>
+#include <QLocale>
+#include <QProgressBar>
+#include <QPushButton>
+
+// A pick notifies of the change and then of the click, another pick of the same entry of the click
+// alone: the steps run once for each.
+void frmMain::drpVL2File_Change() {
+    Guarded([this] { ArchiveChosen(); });
+    m_changeHandled = true;
+    QMetaObject::invokeMethod(
+        this, [this] { m_changeHandled = false; }, Qt::QueuedConnection);
+}
+
+void frmMain::drpVL2File_Click() {
+    if (!m_changeHandled)
+        Guarded([this] { ArchiveChosen(); });
+}
+
+void frmMain::ArchiveChosen() {
+    if (drpVL2File->currentText().isEmpty())
+        return;
+    OpenSelectedArchive();
+    UpdateButtons();
+}
+
+void frmMain::OpenSelectedArchive() {
+    ListArchive(ArchivePath());
+}
+
+void frmMain::ListArchive(const QString &path) {
+    m_lines->SetLines({});
+    m_tree->Clear();
+    platform::setMousePointer(this, 11);
+    DisableWindow();
+    m_cUnzip->setZipFile(path);
+    const std::int32_t code = m_cUnzip->Directory();
+    const int count = m_cUnzip->FileCount();
+    if (count > 0)
+        ShowProgressBar(count);
+    ArchiveNodes nodes;
+    std::vector<ArchiveLines::Line> lines;
+    lines.reserve(static_cast<std::size_t>(count));
+    for (int i = 1; i <= count; ++i) {
+        const QString &name = m_cUnzip->Filename(i);
+        const QString &folder = m_cUnzip->FileDirectory(i);
+        const int image = ImageOfFile(name);
+        if (image != 0)
+            nodes.AddFile(folder, name, image, i);
+        lines.push_back({folder, name});
+        SetProgress(i);
+    }
+    m_tree->Fill(std::move(nodes), &platform::repaintPending);
+    m_lines->SetLines(std::move(lines));
+    ProgressBar->hide();
+    EnableWindow();
+    // Warnings (1) leave a whole list.
+    const bool listed = code == 0 || (code == 1 && count > 0);
+    lblStatus->SetText(listed
+                           ? "Click Extract to begin editing files"
+                           : "Cannot read the archive: " + Reason(code, m_cUnzip->LastMessage()));
+    platform::setMousePointer(this, 0);
+}
+
+void frmMain::UpdateButtons() {
+    const bool chosen = !drpVL2File->currentText().isEmpty();
+    const bool listed = m_tree->Nodes().Count() > 0;
+    const bool extracted = listed && FileExists(ProbeFile()) != 0;
+
+    cmdExtract->setEnabled(chosen && listed && !extracted);
+    cmdSaveChanges->setEnabled(chosen && extracted);
+    cmdCancel->setEnabled(chosen && extracted);
+    cmdEditFile->setEnabled(chosen && extracted);
+    cmdOpenFolder->setEnabled(chosen && extracted);
+
+    if (extracted)
+        lblStatus->SetText("Select a file to edit.");
+    if (!chosen)
+        lblStatus->SetText("Please select a category.");
+}
+
+// The library lists the packed size and how many percent smaller that is.
+QString frmMain::EntryTip(int entry) const {
+    const QLocale locale;
+    const auto packed = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
+    return QStringLiteral("%1 bytes packed (%2 % smaller), %3")
+        .arg(locale.toString(packed))
+        .arg(m_cUnzip->FileCompressionRatio(entry))
+        .arg(locale.toString(m_cUnzip->FileDate(entry), QLocale::ShortFormat));
+}

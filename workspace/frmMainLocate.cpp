@@ -1,0 +1,116 @@
+#include "config/modRegistry.h"
+#include "platform/error.h"
+#include "platform/files.h"
+#include "workspace/archiveTreeView.h"
+#include "workspace/frmMain.h"
+
+#include <QComboBox>
+
+#include <limits>
+
+namespace {
+
+constexpr int kWindowsFolderBuffer = 260;
+
+bool isSeparator(QChar c) {
+    return c == '\\' || c == '/';
+}
+
+QString gameFolderSetting() {
+    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
+}
+
+QString workFolderSetting() {
+    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
+}
+
+} // namespace
+
+void frmMain::LocateGame() {
+    QString folder = gameFolderSetting();
+    while (folder.size() > 1 && isSeparator(folder.back()))
+        folder.chop(1);
+    m_strGamePath = GetLongFileName(folder) + '\\';
+    m_strBasePath = m_strGamePath + "GameData\\base\\";
+    if (workFolderSetting().isEmpty())
+        SetDefaultWorkFolder();
+    // A recorded game that is gone reads as an empty long name, and the game's folder as "\".
+    if (m_strGamePath.size() == 1 || platform::storedName(m_strBasePath.chopped(1)).isEmpty())
+        throw platform::RuntimeError(platform::ErrorNumber::PathNotFound,
+                                     "Orvel could not detect Tribes 2 on your computer.", "Orvel");
+}
+
+void frmMain::SetDefaultWorkFolder() {
+    RegSetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir",
+                 platform::programFolder() + "\\temp");
+}
+
+QString frmMain::GetLongFileName(const QString &ShortFileName) const {
+    if (ShortFileName.size() > std::numeric_limits<std::int16_t>::max())
+        throw platform::RuntimeError(platform::ErrorNumber::Overflow,
+                                     platform::describe(platform::ErrorNumber::Overflow), "Orvel");
+    if (ShortFileName.isEmpty())
+        return "\\";
+    // Components follow a drive designator, or stand from the root on where there are no drives.
+    const bool drive = ShortFileName.size() > 1 && ShortFileName[1] == ':';
+    const bool rooted = drive || isSeparator(ShortFileName[0]);
+    const QChar separator = drive ? '\\' : '/';
+    QString name = drive ? ShortFileName.left(2) : QString();
+    for (qsizetype start = drive ? 2 : 0, end = 0; start < ShortFileName.size(); start = end + 1) {
+        for (end = start; end < ShortFileName.size() && !isSeparator(ShortFileName[end]);)
+            ++end;
+        if (end == start)
+            continue;
+        const QString stored = platform::storedName(ShortFileName.left(end));
+        if (stored.isEmpty())
+            return {};
+        if (rooted || !name.isEmpty())
+            name += separator;
+        name += stored;
+    }
+    return name.isEmpty() ? ShortFileName.left(1) : name;
+}
+
+QString frmMain::GetWinPath() const {
+    return platform::windowsFolder(kWindowsFolderBuffer);
+}
+
+std::int16_t frmMain::FileExists(const QString &strPath) const {
+    try {
+        return platform::findFirst(strPath, platform::AttributeNormal).isEmpty() ? 0 : 1;
+    } catch (const platform::RuntimeError &) {
+        return 0;
+    }
+}
+
+QString frmMain::ProperCase(const QString &text) {
+    const QString separators = QString::fromUtf16(u" \0\t\n\v\f\r", 7);
+    QString result = text.toLower();
+    bool first = true;
+    for (QChar &c : result) {
+        if (first)
+            c = c.toUpper();
+        first = separators.contains(c);
+    }
+    return result;
+}
+
+QString frmMain::ArchivePath() const {
+    return m_strBasePath + drpVL2File->currentData(kArchiveFileRole).toString();
+}
+
+QString frmMain::WorkFolder() const {
+    return workFolderSetting() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
+}
+
+QString frmMain::ProbeFile() const {
+    const ArchiveNodes &nodes = m_tree->Nodes();
+    if (nodes.Count() == 0)
+        return {};
+    return WorkFolder() + '\\' + nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1));
+}
+
+int frmMain::SelectedNode() const {
+    const QModelIndexList selected = treArchive->selectionModel()->selectedIndexes();
+    return selected.isEmpty() ? 0 : m_tree->NodeOf(selected.first());
+}

@@ -1,0 +1,80 @@
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/forms.h"
+#include "platform/sweep.h"
+#include "workspace/controls.h"
+#include "workspace/frmMain.h"
+#include "workspace/reasons.h"
+
+#include <QComboBox>
+#include <QProgressBar>
+
+void frmMain::cmdSaveChanges_Click() {
+    platform::setMousePointer(this, 11);
+    DisableWindow();
+    const QString failure = PackWorkFolder();
+    if (failure.isEmpty()) {
+        CleanUpWorkFolder();
+        lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
+    } else {
+        lblStatus->SetText(failure);
+    }
+    EnableWindow();
+    platform::setMousePointer(this, 0);
+    if (!failure.isEmpty())
+        platform::MsgBox(failure, platform::kCritical, "Orvel");
+}
+
+void frmMain::cmdCancel_Click() {
+    platform::setMousePointer(this, 11);
+    DisableWindow();
+    CleanUpWorkFolder();
+    platform::setMousePointer(this, 0);
+    EnableWindow();
+}
+
+QString frmMain::PackWorkFolder() {
+    QString reason;
+    try {
+        m_cZ->setZipFile(ArchivePath());
+        m_cZ->setBasePath(WorkFolder() + '\\');
+        m_cZ->ClearFileSpecs();
+        m_cZ->AddFileSpec("*");
+        m_cZ->setStoreFolderNames(true);
+        m_cZ->setRecurseSubDirs(true);
+        m_cZ->Zip();
+        if (m_cZ->LastResult().ok())
+            return {};
+        reason = Reason(m_cZ->LastResult().code, m_cZ->LastResult().message);
+    } catch (const platform::RuntimeError &error) {
+        reason = error.description();
+    }
+    return QStringLiteral("%1.vl2 was not saved: %2. Your files are still in %3")
+        .arg(drpVL2File->currentText(), reason, platform::nativePath(WorkFolder()));
+}
+
+// Every step that fails is skipped: what cannot be deleted stays.
+void frmMain::CleanUpWorkFolder() {
+    if (FileExists(ProbeFile()) != 0) {
+        const ArchiveNodes &nodes = m_tree->Nodes();
+        ShowProgressBar(m_lines->Count() - 1);
+        platform::Sweep sweep(WorkFolder());
+        for (int line = 0; line < m_lines->Count(); ++line) {
+            const QString file = m_lines->Text(line);
+            sweep.clearAttributes(file);
+            sweep.deleteFile(file);
+            SetProgress(line);
+        }
+        sweep.deleteFilesIn({});
+        for (int node = nodes.Count(); node >= 1; --node) {
+            if (!nodes.HasChildren(node))
+                continue;
+            sweep.deleteFilesIn(nodes.Text(node));
+            sweep.removeFolder(nodes.Text(node));
+            platform::repaintPending();
+        }
+        sweep.removeFolder({});
+        ProgressBar->hide();
+    }
+    UpdateButtons();
+}

@@ -1,0 +1,94 @@
+#include "workspace/frmSplash.h"
+
+#include "config/modRegistry.h"
+#include "platform/error.h"
+#include "platform/forms.h"
+#include "workspace/frmMain.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QPainter>
+
+#include <chrono>
+#include <exception>
+#include <memory>
+
+namespace {
+
+using std::chrono_literals::operator""ms;
+
+constexpr int kClientWidth = 5970; // twips
+constexpr int kClientHeight = 3720;
+constexpr QSize kPictureSize(400, 250); // pixels
+
+// Loads the main window; null where it cannot be, with the reason in `failure`.
+std::unique_ptr<frmMain> loadMainWindow(QString &failure) {
+    auto window = std::make_unique<frmMain>();
+    try {
+        window->Load();
+        return window;
+    } catch (const platform::RuntimeError &error) {
+        failure = error.description();
+    } catch (const std::exception &error) {
+        failure = QString::fromLocal8Bit(error.what());
+    }
+    return nullptr;
+}
+
+} // namespace
+
+frmSplash::frmSplash()
+    : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWindowHint),
+      m_picture(devicePixelRatioF() > 1 ? ":/assets/splash@2x.jpg" : ":/assets/splash.jpg") {
+    setObjectName("frmSplash");
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setAccessibleName("Orvel");
+    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::centreOnScreen(this);
+    tmrSplash.setObjectName("tmrSplash");
+    tmrSplash.setInterval(800ms);
+    connect(&tmrSplash, &QTimer::timeout, this, &frmSplash::tmrSplash_Timer);
+}
+
+bool frmSplash::Load() {
+    tmrSplash.start();
+    QString folder;
+    try {
+        folder = RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
+    } catch (const std::exception &) {
+        return true; // start-up goes on, and what is wrong comes out when the game is located
+    }
+    if (!folder.isEmpty())
+        return true;
+    tmrSplash.stop();
+    platform::MsgBox("Orvel could not detect Tribes 2 on your computer.", platform::kCritical,
+                     "Orvel");
+    return false;
+}
+
+void frmSplash::tmrSplash_Timer() {
+    tmrSplash.stop();
+    QString failure;
+    std::unique_ptr<frmMain> window = loadMainWindow(failure);
+    hide();
+    deleteLater();
+    if (window == nullptr) {
+        platform::MsgBox(failure, platform::kCritical, "Orvel");
+        QCoreApplication::exit(1);
+        return;
+    }
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window.release()->show();
+}
+
+void frmSplash::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    QRect target({}, kPictureSize);
+    target.moveCenter(rect().center());
+    painter.drawPixmap(target, m_picture);
+}
+
+// The timer alone ends the splash.
+void frmSplash::closeEvent(QCloseEvent *event) {
+    event->ignore();
+}

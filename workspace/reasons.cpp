@@ -1,0 +1,40 @@
+#include "workspace/reasons.h"
+
+#include <array>
+
+namespace {
+
+struct Meaning {
+    std::int32_t code;
+    const char *text;
+};
+
+constexpr std::array kMeanings{
+    Meaning{1, "some files were skipped"},
+    Meaning{2, "the archive is damaged"},
+    Meaning{3, "the archive is badly damaged or no zip archive"},
+    Meaning{9, "the archive was not found"},
+    Meaning{11, "no file matched"},
+    Meaning{12, "there is nothing to do"},
+    Meaning{14, "the archive could not be written"},
+    Meaning{15, "the archive could not be created"},
+    Meaning{18, "a file could not be opened"},
+    Meaning{50, "the disk is full"},
+    Meaning{51, "the archive ends early"},
+    Meaning{80, "it was cancelled"},
+    Meaning{81, "its compression or encryption is not supported"},
+    Meaning{82, "it needs a password"},
+};
+
+} // namespace
+
+QString Reason(std::int32_t code, const QString &message) {
+    const QString said = message.simplified();
+    if (!said.isEmpty())
+        return said;
+    for (const Meaning &meaning : kMeanings) {
+        if (meaning.code == code)
+            return meaning.text;
+    }
+    return QStringLiteral("error %1").arg(code);
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+
+// What an unsuccessful code of the companion libraries means, as a clause that goes on from "...
+// could not be saved: ". The library's own message text, where there is one, is the better reason.
+QString Reason(std::int32_t code, const QString &message);
