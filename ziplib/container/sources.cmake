@@ -1,4 +1,16 @@
-add_library(ziplib_container STATIC container/bytes.h container/placeholder.cpp)
+add_library(ziplib_container STATIC
+  container/bytes.h
+  container/codec.cpp container/codec.h container/codecStream.cpp
+  container/crypt.cpp container/crypt.h
+  container/directory.cpp container/directory.h container/properties.cpp
+  container/dostime.cpp container/dostime.h
+  container/endrecord.cpp container/endrecord.h
+  container/local.cpp container/local.h
+  container/names.cpp container/names.h
+  container/pattern.cpp container/pattern.h
+  container/records.h
+  container/utf8.cpp container/utf8.h
+  container/workers.cpp container/workers.h)
 target_link_libraries(ziplib_container
   PUBLIC orvel_warnings orvel_storage
   PRIVATE Deflate::Deflate ZLIB::ZLIB Threads::Threads)

@@ -1,0 +1,249 @@
+#include "platform/posix/storage_error.h"
+#include "platform/posix/storage_info.h"
+#include "platform/storage.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr std::uint64_t rangeStep = 16U << 20;
+constexpr std::size_t copyStep = 256U << 10;
+
+std::string temporaryName() {
+    static const std::uint64_t start = [] {
+        std::uint64_t value = 0;
+        if (getrandom(&value, sizeof value, 0) != static_cast<ssize_t>(sizeof value)) {
+            value = static_cast<std::uint64_t>(getpid()) << 32;
+        }
+        return value;
+    }();
+    static std::atomic<std::uint64_t> next{0};
+    char name[40];
+    std::snprintf(name, sizeof name, ".orvel-%016llx.part",
+                  static_cast<unsigned long long>(start + next++));
+    return name;
+}
+
+} // namespace
+
+Status NewFile::create(const Folder &folder, Guard guard) {
+    discard();
+    m_folder = &folder;
+    m_size = 0;
+    do {
+        m_temporary = temporaryName();
+        m_handle = openat(static_cast<int>(folder.m_handle), m_temporary.c_str(),
+                          O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    } while (m_handle < 0 && errno == EEXIST);
+    if (m_handle < 0) {
+        return errnoStatus(errno, "cannot create a file in", folder.path());
+    }
+    if (guard == Guard::Locked && flock(static_cast<int>(m_handle), LOCK_EX | LOCK_NB) != 0 &&
+        errno == EWOULDBLOCK) {
+        // Somebody took it for a left-over between its creation and its lock.
+        discard();
+        return {Failure::Busy, "cannot create a file in " + folder.path(), folder.path()};
+    }
+    return {};
+}
+
+Status NewFile::write(const void *data, std::size_t size) {
+    return writeAt(m_size, data, size);
+}
+
+Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = pwrite(static_cast<int>(m_handle), static_cast<const char *>(data) + done,
+                                 size - done, static_cast<off_t>(offset + done));
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errnoStatus(errno, "cannot write in", m_folder->path());
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    m_size = std::max(m_size, offset + size);
+    return {};
+}
+
+Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
+                         const KeepGoing &keepGoing) {
+    bool ranges = true;
+    std::unique_ptr<char[]> buffer;
+    while (size > 0) {
+        if (keepGoing && !keepGoing()) {
+            return {Failure::Cancelled, "cancelled", source.path()};
+        }
+        std::size_t step = 0;
+        if (ranges) {
+            auto from = static_cast<off_t>(offset);
+            auto to = static_cast<off_t>(m_size);
+            const ssize_t n = copy_file_range(
+                static_cast<int>(source.m_handle), &from, static_cast<int>(m_handle), &to,
+                static_cast<std::size_t>(std::min(size, rangeStep)), 0);
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n < 0 && (errno == ENOSPC || errno == EDQUOT)) {
+                return errnoStatus(errno, "cannot write in", m_folder->path());
+            }
+            // Some file systems cannot, and some answer 0 where a plain read gives bytes.
+            if (n <= 0) {
+                ranges = false;
+                continue;
+            }
+            step = static_cast<std::size_t>(n);
+            m_size += step;
+        } else {
+            if (!buffer) {
+                buffer.reset(new char[copyStep]);
+            }
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, copyStep));
+            if (Status status = source.readAt(offset, buffer.get(), wanted, step); !status.ok()) {
+                return status;
+            }
+            if (step == 0) {
+                return {Failure::EndsEarly, source.path() + " ends early", source.path()};
+            }
+            if (Status status = write(buffer.get(), step); !status.ok()) {
+                return status;
+            }
+        }
+        offset += step;
+        size -= step;
+    }
+    return {};
+}
+
+Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
+    got = 0;
+    while (got < size) {
+        const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
+                                size - got, static_cast<off_t>(offset + got));
+        if (n == 0) {
+            break;
+        }
+        if (n < 0 && errno != EINTR) {
+            return errnoStatus(errno, "cannot read back in", m_folder->path());
+        }
+        got += n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
+    return {};
+}
+
+Status NewFile::setModified(std::int64_t modified) {
+    std::int64_t seconds = modified / 1'000'000'000;
+    std::int64_t rest = modified % 1'000'000'000;
+    if (rest < 0) {
+        rest += 1'000'000'000;
+        --seconds;
+    }
+    struct timespec times[2] = {};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = seconds;
+    times[1].tv_nsec = rest;
+    if (futimens(static_cast<int>(m_handle), times) != 0) {
+        return errnoStatus(errno, "cannot set the time of a file in", m_folder->path());
+    }
+    return {};
+}
+
+Status NewFile::setAttributes(std::uint8_t attributes) {
+    if ((attributes & (attributeHidden | attributeSystem)) != 0) {
+        const std::uint8_t bits =
+            attributes & (attributeHidden | attributeSystem | attributeArchive);
+        if (Status status = writeDosBits(static_cast<int>(m_handle), bits, m_folder->path());
+            !status.ok()) {
+            return status;
+        }
+    }
+    if ((attributes & attributeReadOnly) != 0) {
+        struct stat st {};
+        if (fstat(static_cast<int>(m_handle), &st) != 0 ||
+            fchmod(static_cast<int>(m_handle), st.st_mode & 07777 & ~writeBits) != 0) {
+            return errnoStatus(errno, "cannot make a file read-only in", m_folder->path());
+        }
+    }
+    return {};
+}
+
+void NewFile::takeOverFrom(const InputFile &other) {
+    struct stat st {};
+    const int descriptor = static_cast<int>(m_handle);
+    if (fstat(static_cast<int>(other.m_handle), &st) != 0) {
+        return;
+    }
+    // A group that cannot be kept must not gain what the old one was granted.
+    mode_t mode = st.st_mode & 07777;
+    if (fchown(descriptor, st.st_uid, st.st_gid) != 0 && fchown(descriptor, -1U, st.st_gid) != 0) {
+        mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
+    }
+    if (fchmod(descriptor, mode) != 0) {
+        return;
+    }
+    copyAttributes(static_cast<int>(other.m_handle), descriptor);
+}
+
+Status NewFile::sync() {
+    if (fdatasync(static_cast<int>(m_handle)) != 0) {
+        return errnoStatus(errno, "cannot sync a file in", m_folder->path());
+    }
+    return {};
+}
+
+Status NewFile::commit(const std::string &name, Replace replace) {
+    const int folder = static_cast<int>(m_folder->m_handle);
+    int result = -1;
+    if (replace == Replace::Yes) {
+        result = renameat(folder, m_temporary.c_str(), folder, name.c_str());
+    } else {
+        result = renameat2(folder, m_temporary.c_str(), folder, name.c_str(), RENAME_NOREPLACE);
+        if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
+            // A file system that cannot refuse to replace can still refuse a second link.
+            result = linkat(folder, m_temporary.c_str(), folder, name.c_str(), 0);
+            if (result == 0) {
+                unlinkat(folder, m_temporary.c_str(), 0);
+            }
+        }
+    }
+    if (result != 0) {
+        const int error = errno;
+        discard();
+        return errnoStatus(error, "cannot create", m_folder->pathOf(name));
+    }
+    // The name is taken away from discard() by now: the file stays, whatever close says.
+    m_temporary.clear();
+    const bool closed = ::close(static_cast<int>(m_handle)) == 0;
+    const int error = errno;
+    m_handle = -1;
+    return closed || error == EINTR ? Status()
+                                    : errnoStatus(error, "cannot write", m_folder->pathOf(name));
+}
+
+void NewFile::discard() {
+    if (m_handle < 0) {
+        return;
+    }
+    ::close(static_cast<int>(m_handle));
+    m_handle = -1;
+    if (!m_temporary.empty()) {
+        unlinkat(static_cast<int>(m_folder->m_handle), m_temporary.c_str(), 0);
+        m_temporary.clear();
+    }
+}
+
+} // namespace platform

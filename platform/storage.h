@@ -1,0 +1,191 @@
+#pragma once
+
+#include "platform/status.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Files and folders by handle, for the zip libraries. Whole paths are in the system's narrow code
+// page; names of single files inside a Folder are UTF-8. Nothing here throws but for memory.
+namespace platform {
+
+// DOS attribute bits. Read-only is a file without write permission; hidden and system live where
+// the system has a place for them. Archive alone is what any new file has and is not recorded.
+constexpr std::uint8_t attributeReadOnly = 0x01;
+constexpr std::uint8_t attributeHidden = 0x02;
+constexpr std::uint8_t attributeSystem = 0x04;
+constexpr std::uint8_t attributeArchive = 0x20;
+
+struct FileInfo {
+    enum class Kind { File, Folder, Link, Other };
+
+    Kind kind = Kind::Other;
+    bool readOnly = false;
+    std::uint64_t size = 0;
+    std::int64_t modified = 0; // nanoseconds since 1970, UTC
+    std::int64_t changed = 0;  // the same, of the last change of the file or of its properties
+    std::uint64_t device = 0;  // device and id together name one file of the machine
+    std::uint64_t id = 0;
+};
+
+inline bool sameFile(const FileInfo &a, const FileInfo &b) {
+    return a.device == b.device && a.id == b.id;
+}
+
+// Asked between the steps of long work: false ends it with Failure::Cancelled.
+using KeepGoing = std::function<bool()>;
+
+// A file opened to be read at any position, by several threads at once.
+class InputFile {
+  public:
+    InputFile() = default;
+    ~InputFile() { close(); }
+    InputFile(InputFile &&other) noexcept;
+    InputFile &operator=(InputFile &&other) noexcept;
+    InputFile(const InputFile &) = delete;
+    InputFile &operator=(const InputFile &) = delete;
+
+    // Opens a file, links followed. WrongKind for all but ordinary files; never waits.
+    Status open(const std::string &path);
+    bool isOpen() const { return m_handle != -1; }
+    void close();
+
+    // Reads up to `size` bytes at `offset`; `got` is less only where the file ends.
+    Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
+    // What is known of the file as it is now.
+    Status info(FileInfo &info) const;
+    // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
+    // `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
+    Status lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing = {});
+    const std::string &path() const { return m_path; }
+
+  private:
+    friend class Folder;
+    friend class NewFile;
+
+    std::intptr_t m_handle = -1;
+    std::string m_path;
+};
+
+struct FolderItem {
+    std::string name;
+    FileInfo::Kind kind = FileInfo::Kind::Other;
+};
+
+// A folder held open, so that what is done in it is done in this very folder, whatever happens to
+// the path that led to it. Names are single components; links are never followed unless told.
+class Folder {
+  public:
+    enum class Links { Refuse, Follow };
+
+    Folder() = default;
+    ~Folder() { close(); }
+    Folder(Folder &&other) noexcept;
+    Folder &operator=(Folder &&other) noexcept;
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+
+    // Opens a folder by its path ("" is the current one), links followed.
+    Status open(const std::string &path);
+    // Opens a folder directly in this one. WrongKind for a file or a link.
+    Status openFolder(const std::string &name, Folder &folder) const;
+    // Makes a folder in this one. Exists where the name is taken by anything.
+    Status makeFolder(const std::string &name) const;
+    // Opens an ordinary file of this folder. WrongKind for anything else; never waits.
+    Status openFile(const std::string &name, InputFile &file, Links links = Links::Refuse) const;
+    // What is known of a name; a link is told as a link unless followed.
+    Status info(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
+    // Everything in the folder but "." and "..", in no order.
+    Status list(std::vector<FolderItem> &items) const;
+    Status removeFile(const std::string &name) const;
+    Status removeFolder(const std::string &name) const;
+    // Hidden, system and archive as recorded for a file, and read-only.
+    Status attributes(const std::string &name, std::uint8_t &attributes) const;
+    // Bytes that may still be written on this folder's disk.
+    Status freeSpace(std::uint64_t &bytes) const;
+    // Makes the folder's names as durable as its device can.
+    Status sync() const;
+    // Removes temporaries of runs that ended before their time, but none that is still held.
+    void removeStaleTemporaries() const;
+    bool isOpen() const { return m_handle != -1; }
+    void close();
+    const std::string &path() const { return m_path; }
+    // The path of a file in it, for messages.
+    std::string pathOf(const std::string &name) const;
+
+  private:
+    friend class NewFile;
+
+    std::intptr_t m_handle = -1;
+    std::string m_path;
+};
+
+// True for the names under which new files are written before they get their own:
+// ".orvel-<hex>.part". No file that is kept is ever called so.
+bool isTemporaryName(std::string_view name);
+
+// A file that is written under a reserved name in its folder and gets its own name once it is
+// whole. Dropped without a commit it leaves nothing behind.
+class NewFile {
+  public:
+    enum class Replace { No, Yes };
+    enum class Guard { None, Locked };
+
+    NewFile() = default;
+    ~NewFile() { discard(); }
+    NewFile(const NewFile &) = delete;
+    NewFile &operator=(const NewFile &) = delete;
+
+    // Starts a file. `folder` must outlive it. Locked keeps removeStaleTemporaries away from it.
+    Status create(const Folder &folder, Guard guard = Guard::None);
+    // Appends.
+    Status write(const void *data, std::size_t size);
+    Status writeAt(std::uint64_t offset, const void *data, std::size_t size);
+    // Appends a range of another file, by the system's own means where it has some (shared blocks,
+    // copying inside the kernel). EndsEarly where the other file has fewer bytes.
+    Status copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
+                    const KeepGoing &keepGoing = {});
+    Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
+    std::uint64_t size() const { return m_size; }
+    // Nanoseconds since 1970, UTC.
+    Status setModified(std::int64_t modified);
+    Status setAttributes(std::uint8_t attributes);
+    // Takes over permissions, owner and recorded attributes as far as the system permits.
+    void takeOverFrom(const InputFile &other);
+    // Makes the content as durable as the device can.
+    Status sync();
+    // Gives the file its name and closes it. Exists where the name is taken and is not to be
+    // replaced; WrongKind where a folder has it. A failed commit leaves nothing behind.
+    Status commit(const std::string &name, Replace replace);
+    void discard();
+
+  private:
+    const Folder *m_folder = nullptr;
+    std::intptr_t m_handle = -1;
+    std::uint64_t m_size = 0;
+    std::string m_temporary;
+};
+
+// Makes a folder and those above it that are missing.
+Status makeFolders(const std::string &path);
+// Where a path really leads: the folder without links, and the name in it. The file itself need
+// not exist, its folder must.
+Status resolvePath(const std::string &path, std::string &folder, std::string &name);
+
+// Between the narrow code page and UTF-8. What has no counterpart becomes "?".
+std::string narrowFromUtf8(std::string_view text);
+std::string utf8FromNarrow(std::string_view text);
+
+// True where lines of text end in CR LF on this system.
+bool linesEndInCrLf();
+// True where names that differ in case only are one name on this system.
+bool namesIgnoreCase();
+// Threads that can run at the same time.
+unsigned processorCount();
+
+} // namespace platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace ziplib {
+
+// The traditional PKWARE stream cipher, as archives of the time use it. It keeps honest people
+// out, no more.
+class Cipher {
+  public:
+    // Bytes before an encrypted entry's data.
+    static constexpr std::size_t headerSize = 12;
+
+    explicit Cipher(std::string_view password);
+
+    void decrypt(std::uint8_t *data, std::size_t size);
+    void encrypt(std::uint8_t *data, std::size_t size);
+
+  private:
+    std::uint8_t keyByte() const;
+    void feed(std::uint8_t plain);
+
+    std::array<std::uint32_t, 3> m_keys;
+};
+
+} // namespace ziplib

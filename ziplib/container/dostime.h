@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+namespace ziplib {
+
+// A date and time as zip records keep it, in local time. Out-of-range parts are drawn into range.
+struct DosTime {
+    int year = 1980;
+    int month = 1; // from 1
+    int day = 1;
+    int hour = 0;
+    int minute = 0;
+    int second = 0; // even
+};
+
+// `date` and `time` are the two 16-bit fields of a record.
+DosTime dosTime(std::uint16_t date, std::uint16_t time);
+
+// Nanoseconds since 1970, UTC, for a local date and time.
+std::int64_t toNanoseconds(const DosTime &local);
+
+// The two fields for an instant, date in the upper half: rounded up to the even second, drawn into
+// 1980 to 2107.
+std::uint32_t toDosFields(std::int64_t nanoseconds);
+
+} // namespace ziplib

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+namespace ziplib {
+
+// How names are compared with a pattern.
+struct PatternRules {
+    bool ignoreCase = false;
+    bool brackets = true; // [abc], [a-z], [!a] stand for one character of a set
+};
+
+// True where the whole UTF-8 name matches: "*" stands for any text, "/" included, "?" for one
+// character. A bracket that is not closed stands for itself.
+bool matchesPattern(std::string_view pattern, std::string_view name, PatternRules rules);
+
+// True where a pattern is more than a plain name.
+bool hasWildcards(std::string_view pattern, PatternRules rules);
+
+} // namespace ziplib
