@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <map>
+#include <utility>
+#include <vector>
+
+// Archives as another tool, Python's zipfile, makes and reads them.
+
+struct ArchiveFile {
+    QString name; // as stored, "/" between components; a folder ends in "/"
+    QByteArray bytes;
+    int attributes = 0; // DOS attribute bits
+};
+
+void makeArchive(const QString &path, const std::vector<ArchiveFile> &files);
+
+// `count` small files in `folders` folders.
+void makeLargeArchive(const QString &path, int count, int folders);
+
+// One file of incompressible bytes.
+void makeBigArchive(const QString &path, int megabytes);
+
+// What another tool reads: name and content, every CRC checked. A failure of the test where the
+// archive is not whole.
+std::map<QString, QByteArray> readArchive(const QString &path);
+
+// The names in stored order.
+std::vector<QString> namesInArchive(const QString &path);

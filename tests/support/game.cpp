@@ -1,0 +1,42 @@
+#include "tests/support/game.h"
+
+#include "config/modRegistry.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+TempGame::TempGame() {
+    EXPECT_TRUE(m_root.isValid());
+    qputenv("XDG_CONFIG_HOME", (root() + "/config").toLocal8Bit());
+    qputenv("XDG_DATA_HOME", (root() + "/data").toLocal8Bit());
+    qputenv("WINEPREFIX", (root() + "/wine").toLocal8Bit());
+    QDir().mkpath(base());
+    setGameFolder(folder());
+    setTempFolder(temp());
+}
+
+void TempGame::setGameFolder(const QString &text) {
+    RegSetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory", text);
+}
+
+void TempGame::setTempFolder(const QString &text) {
+    RegSetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir", text);
+}
+
+QString TempGame::tempFolderSetting() {
+    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
+}
+
+QByteArray readFile(const QString &path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    EXPECT_EQ(file.write(bytes), bytes.size());
+}

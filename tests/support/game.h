@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+// A game in a temporary folder, registered in a settings store of its own, with a temporary
+// folder for work folders.
+class TempGame {
+  public:
+    TempGame();
+
+    // The native path of an archive in the game's base folder.
+    QString archive(const QString &file) const { return base() + '/' + file; }
+    QString base() const { return root() + "/Tribes2/GameData/base"; }
+    QString folder() const { return root() + "/Tribes2"; }
+    QString temp() const { return root() + "/temp"; }
+    QString root() const { return m_root.path(); }
+
+    // Sets or removes (by an empty text) what start-up reads.
+    static void setGameFolder(const QString &text);
+    static void setTempFolder(const QString &text);
+    static QString tempFolderSetting();
+
+  private:
+    QTemporaryDir m_root;
+};
+
+QByteArray readFile(const QString &path);
+void writeFile(const QString &path, const QByteArray &bytes);

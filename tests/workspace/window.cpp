@@ -1,0 +1,100 @@
+#include "tests/workspace/window.h"
+
+#include "workspace/archiveTree.h"
+
+#include <QAbstractItemView>
+#include <QLabel>
+#include <QListView>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+MainWindow::MainWindow() {
+    m_form.Load();
+    m_form.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&m_form));
+}
+
+QString MainWindow::status() const {
+    return control<QLabel>("lblStatus")->text();
+}
+
+QStringList MainWindow::entries() const {
+    QStringList texts;
+    for (int entry = 0; entry < dropDown()->count(); ++entry)
+        texts.append(dropDown()->itemText(entry));
+    return texts;
+}
+
+QStringList MainWindow::lines() const {
+    QStringList texts;
+    const QAbstractItemModel *model = control<QListView>("lstArchive")->model();
+    for (int line = 0; line < model->rowCount(); ++line)
+        texts.append(model->index(line, 0).data().toString());
+    return texts;
+}
+
+QStringList MainWindow::shownTree() const {
+    QStringList texts;
+    const auto *model = static_cast<const ArchiveTree *>(tree()->model());
+    for (int row = 0; row < model->rowCount(); ++row) {
+        const QModelIndex folder = model->index(row, 0);
+        texts.append(folder.data().toString());
+        for (int child = 0; child < model->rowCount(folder); ++child) {
+            const QModelIndex file = model->index(child, 0, folder);
+            texts.append("  " + file.data().toString() + '#' +
+                         QString::number(model->Nodes().Image(model->NodeOf(file))));
+        }
+    }
+    return texts;
+}
+
+QStringList MainWindow::enabledButtons() const {
+    QStringList names;
+    for (const char *name :
+         {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile", "cmdOpenFolder"}) {
+        if (button(name)->isEnabled())
+            names.append(QString(name).mid(3));
+    }
+    return names;
+}
+
+void MainWindow::pick(int entry) {
+    dropDown()->showPopup();
+    QAbstractItemView *list = dropDown()->view();
+    QTest::keyClick(list, Qt::Key_Home);
+    for (int step = 0; step < entry; ++step)
+        QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(dropDown()->currentIndex(), entry);
+    QCoreApplication::processEvents();
+}
+
+void MainWindow::pick(const QString &text) {
+    const int entry = dropDown()->findText(text);
+    ASSERT_GE(entry, 0) << text.toStdString();
+    pick(entry);
+}
+
+void MainWindow::click(const char *name) const {
+    ASSERT_TRUE(button(name)->isEnabled()) << name;
+    QTest::mouseClick(button(name), Qt::LeftButton);
+}
+
+void MainWindow::select(const QString &folder, const QString &file) const {
+    const QAbstractItemModel *model = tree()->model();
+    for (int row = 0; row < model->rowCount(); ++row) {
+        const QModelIndex parent = model->index(row, 0);
+        for (int child = 0; child < model->rowCount(parent); ++child) {
+            const QModelIndex index = model->index(child, 0, parent);
+            if (parent.data().toString() != folder || index.data().toString() != file)
+                continue;
+            tree()->expand(parent);
+            tree()->scrollTo(index);
+            QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {},
+                              tree()->visualRect(index).center());
+            return;
+        }
+    }
+    FAIL() << folder.toStdString() << " holds no " << file.toStdString();
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "workspace/frmMain.h"
+
+#include <QComboBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QString>
+#include <QStringList>
+#include <QTreeView>
+
+// The main window as a person has it before them: shown, and worked by mouse and keyboard.
+class MainWindow {
+  public:
+    // Loads and shows the window.
+    MainWindow();
+
+    frmMain &form() { return m_form; }
+    QPushButton *button(const char *name) const { return control<QPushButton>(name); }
+    QComboBox *dropDown() const { return control<QComboBox>("drpVL2File"); }
+    QTreeView *tree() const { return control<QTreeView>("treArchive"); }
+    QString status() const;
+    QStringList entries() const;
+    // The lines of the hidden list.
+    QStringList lines() const;
+    // The tree as shown: "folder", then "  file#icon" for each file.
+    QStringList shownTree() const;
+    // The enabled ones of the five action buttons, by their accelerator's words.
+    QStringList enabledButtons() const;
+
+    // Picks an entry of the drop-down by keyboard.
+    void pick(int entry);
+    void pick(const QString &text);
+    void click(const char *button) const;
+    // Selects a file of the tree.
+    void select(const QString &folder, const QString &file) const;
+
+    template<typename Control>
+    Control *control(const char *name) const {
+        return m_form.findChild<Control *>(name);
+    }
+
+  private:
+    frmMain m_form;
+};
