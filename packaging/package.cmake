@@ -1,0 +1,25 @@
+# Packages, made by `cpack` in a build folder: a .deb for Debian and its like, a .tar.gz for others.
+set(CPACK_PACKAGE_NAME orvel)
+set(CPACK_PACKAGE_VENDOR "The Orvel developers")
+set(CPACK_PACKAGE_CONTACT "The Orvel developers <developers@orvel.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "editor for the content archives of the game Tribes 2")
+set(CPACK_PACKAGE_DESCRIPTION
+  "Orvel opens the archives in which the game Tribes 2 keeps its scripts, missions, textures and\n\
+sounds, and lets you change what is in them with your own programs. A game that is installed\n\
+under Wine is found by itself. An archive is never half written.")
+set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_GENERATOR DEB TGZ)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Opening a folder asks the desktop's own opener.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS wine)
+# The companion libraries lie in a private folder and are no one else's to link with.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS OFF)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+include(CPack)

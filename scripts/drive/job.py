@@ -1,0 +1,171 @@
+"""Orvel's whole job, done by keyboard alone in the real windows."""
+
+import subprocess
+import time
+
+from sandbox import OWN_KEY
+from screen import Missed
+
+MAIN = r"^Orvel v[0-9]+\.[0-9]+\.[0-9]+$"
+SETTINGS = r"^Orvel Settings$"
+BOX = r"^Orvel$"
+
+
+class Job:
+    """One run of the program. Each method is one thing that a person does; each ends when its
+    outcome can be seen, on the screen or on the disk."""
+
+    def __init__(self, screen, sandbox, scale=1):
+        self.screen, self.sandbox, self.scale = screen, sandbox, scale
+        self.process = self.window = None
+        self.number = 0
+
+    def picture(self, name, window=None):
+        """The next picture of the run."""
+        self.number += 1
+        self.screen.picture(f"{self.number:02}-{name}", window)
+
+    # Starting and ending.
+
+    def start(self):
+        environment = {**self.screen.environment, "QT_SCALE_FACTOR": str(self.scale)}
+        log = open(self.sandbox.folder / "orvel.log", "ab")  # its own messages, should it write any
+        self.process = subprocess.Popen(
+            [str(self.sandbox.programs / "orvel")],
+            env=environment,
+            stdin=subprocess.DEVNULL,
+            stdout=log,
+            stderr=log,
+        )
+        log.close()
+
+    def see_no_game_message(self):
+        self.start()
+        box = self.screen.window(BOX)
+        self.screen.settle()
+        self.picture("no-game", box)
+        self.screen.key("Return")
+        self.ended("the end after the message", expected=1)
+
+    def see_splash(self):
+        self.start()
+        size = (398 * self.scale, 248 * self.scale)
+
+        def splash():
+            windows = self.screen.windows_of(self.process.pid)
+            return next((window for window, seen in windows.items() if seen == size), None)
+
+        window = self.screen.wait(f"the splash window of {size}", splash, 20)
+        self.picture("splash", window)
+        self.window = self.screen.window(MAIN)
+        if splash():
+            self.screen.wait("the splash window's end", lambda: not splash(), 5)
+        self.screen.settle()
+        self.picture("main", self.window)
+
+    def ended(self, what, expected=0):
+        self.screen.wait(what, lambda: self.process.poll() is not None, 20)
+        if self.process.returncode != expected:
+            log = (self.sandbox.folder / "orvel.log").read_text(errors="replace")
+            raise Missed(f"the program ended with {self.process.returncode}; it wrote: {log}")
+
+    def close(self):
+        self.screen.key("alt+F4")
+        self.ended("the program's end")
+
+    def stop(self):
+        """Ends the program whatever it does; for when something went wrong."""
+        if self.process and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+    # The main window. The drop-down has the keyboard at first; a button's letter moves nothing.
+
+    def pick(self, shown):
+        """Chooses an archive in the drop-down by its name as shown."""
+        before = self.screen.settle()
+        self.screen.key("alt+Down")
+        self.screen.wait("the list of archives", lambda: self.screen.grab() != before)
+        self.screen.settle()
+        self.picture("drop-down", self.window)
+        self.screen.type(shown)
+        self.screen.key("Return")
+        self.screen.wait("the listing", lambda: self.screen.settle() != before)
+        self.picture("listed", self.window)
+
+    def work_folder(self, shown):
+        return self.sandbox.work_folders() / shown
+
+    def extract(self, shown, snapshot):
+        """Extract: every file of the archive is in the work folder, whole."""
+        self.screen.key("alt+e")
+        folder = self.work_folder(shown)
+
+        def complete():
+            for name, path in snapshot.names_on_disk().items():
+                file = folder / path
+                if not file.is_file() or file.read_bytes() != snapshot.contents[name][0]:
+                    return False
+            return True
+
+        self.screen.wait(f"every file of {shown} in {folder}", complete)
+        self.screen.settle()
+        self.picture("extracted", self.window)
+
+    def go_to_tree(self):
+        """From the drop-down, past Save Changes and Cancel."""
+        self.screen.key("Tab", "Tab", "Tab")
+
+    def select(self, name):
+        """Goes to a file in the tree by typing its name there."""
+        time.sleep(1)  # what is typed within a second goes on with the name typed before
+        self.screen.type(name)
+        self.screen.settle()
+
+    def edit(self, shown, path, keys, name):
+        """Opens the selected file in its editor and waits until that has changed it."""
+        self.picture(name, self.window)
+        count = len(self.sandbox.edited_files())
+        self.screen.key(*keys)
+        files = self.screen.wait("the editor's work", lambda: self.sandbox.edited_files()[count:])
+        expected = self.work_folder(shown) / path
+        if files != [expected]:
+            raise Missed(f"the editor was given {files}, not {expected}")
+        return expected.read_bytes()
+
+    def gone(self, shown):
+        folder = self.work_folder(shown)
+        self.screen.wait(f"the end of {folder}", lambda: not folder.exists())
+        self.screen.settle()
+
+    def save(self, shown, archive):
+        """Save Changes: the archive is another file, and the work folder is gone."""
+        before = archive.stat()
+        self.press_save_changes()
+
+        def replaced():
+            now = archive.stat()
+            return (now.st_ino, now.st_mtime_ns) != (before.st_ino, before.st_mtime_ns)
+
+        self.screen.wait(f"a new {archive.name}", replaced)
+        self.gone(shown)
+        self.picture("saved", self.window)
+
+    def press_save_changes(self):
+        """From the tree, back past Cancel. Its letter is also that of Settings."""
+        self.screen.key("shift+Tab", "shift+Tab", "space")
+
+    def cancel(self, shown):
+        self.screen.key("alt+c")
+        self.gone(shown)
+        self.picture("cancelled", self.window)
+
+    def see_settings(self):
+        """Opens the settings window and leaves it as it was."""
+        self.screen.key("alt+s")
+        window = self.screen.window(SETTINGS)
+        self.screen.settle()
+        self.picture("settings", window)
+        self.screen.key("Escape")
+        self.screen.wait("the end of the settings", lambda: not self.screen.find(SETTINGS))
+        self.screen.window(MAIN)

@@ -1,0 +1,65 @@
+"""A folder of its own for a run of Orvel: settings, a sample game, a stand-in editor."""
+
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "sample"))
+from archives import make_game  # noqa: E402
+
+GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
+OWN_KEY = r"SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel"
+
+
+class Sandbox:
+    """Everything that Orvel reads and writes, below one folder. `programs` holds its programs."""
+
+    def __init__(self, folder, programs):
+        self.folder = Path(folder).resolve()
+        self.programs = Path(programs).resolve()
+        shutil.rmtree(self.folder, ignore_errors=True)
+        home = self.folder / "home"
+        home.mkdir(parents=True)
+        self.environment = {
+            **os.environ,
+            "HOME": str(home),
+            "XDG_CONFIG_HOME": str(home / ".config"),
+            "XDG_DATA_HOME": str(home / ".local" / "share"),
+            "WINEPREFIX": str(home / ".wine"),
+        }
+        self.editor = self.folder / "tools" / "stand_in_editor"
+        self.editor.parent.mkdir()
+        shutil.copy(Path(__file__).resolve().parent / "stand_in_editor", self.editor)
+
+    def set(self, key, name, text):
+        """Stores a setting with the program's own command."""
+        command = [str(self.programs / "orvel-reg"), "add", key, name, str(text)]
+        subprocess.run(command, env=self.environment, check=True)
+
+    def get(self, key, name):
+        command = [str(self.programs / "orvel-reg"), "query", key, name]
+        answer = subprocess.run(
+            command, env=self.environment, check=True, capture_output=True, text=True
+        )
+        return answer.stdout.rstrip("\n")
+
+    def install_game(self):
+        """Makes the sample game and registers it; returns the folder of its archives."""
+        base = make_game(self.folder / "game")
+        self.set(GAME_KEY, "directory", self.folder / "game")
+        return base
+
+    def use_stand_in_editor(self):
+        for kind in ("Text", "PNG"):
+            self.set(OWN_KEY + r"\Programs", kind, self.editor)
+
+    def work_folders(self):
+        """The folder above every work folder, as the program has set it."""
+        return Path(self.get(OWN_KEY, "tempdir").replace("\\", "/"))
+
+    def edited_files(self):
+        """The files that the stand-in editor has changed so far."""
+        log = self.editor.parent / "stand_in_editor.log"
+        return [Path(line) for line in log.read_text().splitlines()] if log.exists() else []
