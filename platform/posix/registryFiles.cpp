@@ -10,7 +10,7 @@ namespace platform {
 namespace {
 
 QByteArray homeFolder() {
-    const QByteArray home = qgetenv("HOME");
+    QByteArray home = qgetenv("HOME");
     if (home.startsWith('/'))
         return home;
     struct passwd entry = {};

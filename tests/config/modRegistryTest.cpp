@@ -1,0 +1,129 @@
+#include "config/modRegistry.h"
+
+#include "tests/platform/printBytes.h"
+#include "tests/platform/registryHome.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+const QString kKey = QString::fromUtf16(kProgramKey);
+
+QString get(const QString &key, const QString &name, const QString &otherwise = {}) {
+    return RegGetString(kHkeyLocalMachine, key, name, otherwise);
+}
+
+void set(const QString &key, const QString &name, const QString &text) {
+    RegSetString(kHkeyLocalMachine, key, name, text);
+}
+
+void store(const QString &name, std::uint32_t type, const QByteArray &data) {
+    platform::RegKey key = 0;
+    ASSERT_EQ(platform::RegCreateKeyA(kHkeyLocalMachine, kKey.toUtf8(), key), platform::kSuccess);
+    ASSERT_EQ(platform::RegSetValueExA(key, name.toUtf8(), type, data), platform::kSuccess);
+    platform::RegCloseKey(key);
+}
+
+class ModRegistry : public testing::Test {
+  protected:
+    RegistryHome home;
+};
+
+TEST_F(ModRegistry, OnlyTextIsReturnedAndItEndsAtItsFirstNul) {
+    struct Row {
+        const char *what;
+        std::uint32_t type;
+        QByteArray data;
+        QString text;
+    };
+    const QString otherwise = "default";
+    const Row rows[] = {
+        {"stored without a NUL", 1, "D:\\work\\temp", "D:\\work\\temp"},
+        {"stored with a NUL", 1, QByteArray("D:\\work\\temp\0", 13), "D:\\work\\temp"},
+        {"a NUL inside", 1, QByteArray("D:\\wo\0rk", 8), "D:\\wo"},
+        {"nothing but a NUL", 1, QByteArray("\0", 1), ""},
+        {"empty", 1, "", ""},
+        {"beyond ASCII", 1, "/home/Zo\u00eb/\u0416", QString::fromUtf8("/home/Zo\u00eb/\u0416")},
+        {"blanks at the end stay", 1, "a  ", "a  "},
+        {"longer than any path", 1, QByteArray(100'000, 'x'), QString(100'000, 'x')},
+        {"an expandable text", 2, QByteArray("%TEMP%\0", 7), otherwise},
+        {"bytes", 3, "abc", otherwise},
+        {"a number", 4, "abcd", otherwise},
+        {"a list of texts", 7, QByteArray("a\0\0", 3), otherwise},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        store("v", row.type, row.data);
+        EXPECT_EQ(get(kKey, "v", otherwise), row.text);
+    }
+}
+
+TEST_F(ModRegistry, WhatIsMissingReadsAsTheDefault) {
+    EXPECT_EQ(get(kKey, "tempdir"), "");
+    EXPECT_EQ(get(kKey, "tempdir", "d"), "d");
+    set(kKey, "other", "x");
+    EXPECT_EQ(get(kKey, "tempdir", "d"), "d");
+    EXPECT_EQ(RegGetString(0x80000001U, kKey, "other", "d"), "d");
+}
+
+TEST_F(ModRegistry, AWriteMakesTheWholePathAndTheSecondTextReplacesTheFirst) {
+    const QString key = "SOFTWARE\\Adobe\\Photoshop\\6.0\\ApplicationPath";
+    set(key, "", "C:\\Photoshop\\");
+    set(key.toLower(), "", "D:\\Photoshop 6\\");
+    EXPECT_EQ(get(key.toUpper(), ""), "D:\\Photoshop 6\\");
+    EXPECT_EQ(home.hive().count("Photoshop 6"), 1);
+    EXPECT_EQ(home.hive().count("C:\\\\Photoshop"), 0);
+    set(key, "Text", "a");
+    set(key, "TEXT", "");
+    EXPECT_EQ(get(key, "text", "d"), "");
+    EXPECT_EQ(get(key, ""), "D:\\Photoshop 6\\");
+}
+
+TEST_F(ModRegistry, TheTextIsStoredWithoutANul) {
+    set(kKey, "v", "four");
+    platform::RegKey key = 0;
+    platform::RegOpenKeyA(kHkeyLocalMachine, kKey.toUtf8(), key);
+    std::uint32_t type = 0;
+    std::uint32_t size = 0;
+    EXPECT_EQ(platform::RegQueryValueExA(key, "v", &type, nullptr, size), platform::kSuccess);
+    EXPECT_EQ(type, platform::kTypeString);
+    EXPECT_EQ(size, 4U);
+    platform::RegCloseKey(key);
+}
+
+TEST_F(ModRegistry, ARefusedWriteChangesNothingAndIsNotReported) {
+    RegistryHome::write(home.path("config"), "a file where the folder should be");
+    set(kKey, "v", "text");
+    EXPECT_EQ(get(kKey, "v", "d"), "d");
+    EXPECT_EQ(RegistryHome::read(home.path("config")), "a file where the folder should be");
+}
+
+// The reader asks for the size first and for the bytes afterwards; between the two the value may
+// change in length.
+TEST_F(ModRegistry, AValueThatIsReplacedWhileItIsReadIsReadWholeInOneFormOrTheOther) {
+    const QString shortText = "/short";
+    const QString longText = "/long" + QString(500, 'x');
+    set(kKey, "v", shortText);
+    std::atomic<bool> isDone = false;
+    std::thread writer([&] {
+        for (int i = 0; i < 150; ++i)
+            set(kKey, "v", i % 2 == 0 ? longText : shortText);
+        isDone = true;
+    });
+    int shortReads = 0;
+    int longReads = 0;
+    int wrong = 0;
+    while (!isDone) {
+        const QString text = get(kKey, "v");
+        ++(text == shortText ? shortReads : text == longText ? longReads : wrong);
+    }
+    writer.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(shortReads, 0);
+    EXPECT_GT(longReads, 0);
+}
+
+} // namespace

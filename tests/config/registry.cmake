@@ -1,0 +1,11 @@
+if(ORVEL_SYSTEM STREQUAL posix)
+  orvel_test(modRegistryTest
+    SOURCES modRegistryTest.cpp
+    LIBRARIES orvel_core)
+  orvel_test(orvelRegTest
+    SOURCES orvelRegTest.cpp
+    LIBRARIES orvel_core)
+  add_dependencies(orvelRegTest orvel-reg)
+  target_compile_definitions(orvelRegTest PRIVATE
+    ORVEL_REG="$<TARGET_FILE:orvel-reg>" ORVEL_VERSION="${PROJECT_VERSION}")
+endif()
