@@ -6,11 +6,9 @@
 
 #include <QCloseEvent>
 #include <QGroupBox>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScreen>
 
 #include <exception>
 #include <vector>
@@ -136,10 +134,7 @@ QGroupBox *createFrame(QWidget *window, const char *name, const char *caption, Q
 frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
     setObjectName(QStringLiteral("frmSettings"));
     setWindowTitle(QStringLiteral("Orvel Settings"));
-    // The layout was drawn for a font of this size.
-    QFont small = font();
-    small.setPixelSize(11);
-    setFont(small);
+    platform::setLayoutFont(this);
     setFixedSize(platform::rectFromTwips(0, 0, 9840, 5085).size());
 
     auto *images =
@@ -149,7 +144,9 @@ frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
     createRows(images, otherFiles);
     createButtons();
     setTabOrders();
+    platform::fitCaptions(this);
     Form_Load();
+    platform::centreOnScreen(this);
 }
 
 void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
@@ -226,11 +223,6 @@ void frmSettings::Form_Load() {
         } catch (const std::exception &) {
             // A value that cannot be read leaves its box empty and costs the others nothing.
         }
-    }
-    if (const QScreen *screen = m_main ? m_main->screen() : QGuiApplication::primaryScreen()) {
-        QRect frame = rect();
-        frame.moveCenter(screen->availableGeometry().center());
-        move(frame.topLeft());
     }
 }
 

@@ -1,5 +1,4 @@
 # Sources that are the same on every system.
 target_sources(orvel_platform PRIVATE error.cpp)
 target_sources(orvel_forms PRIVATE forms.cpp fileDialog.cpp fileDialog.h)
-target_sources(orvel_forms PRIVATE fileDialog.cpp fileDialog.h)
 target_sources(orvel_storage PRIVATE status.h storage.h temporary.cpp)

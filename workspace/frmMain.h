@@ -111,6 +111,7 @@ class frmMain : public QWidget {
     void cmdEditFile_Click();
     void treArchive_DblClick();
     void EditSelectedFile();
+    void EditNode(int node, const QString &textEditor);
     void cmdSettings_Click();
     void ShowSettings();
 

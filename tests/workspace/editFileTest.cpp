@@ -1,0 +1,249 @@
+#include "tests/workspace/editWindow.h"
+
+#include "config/modRegistry.h"
+#include "platform/files.h"
+#include "platform/forms.h"
+
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+namespace {
+
+const QString kSettingsPrompt = "49 Orvel: Cannot edit file. Try changing your Orvel settings.";
+const QString kSelectPrompt = "64 Orvel: You must select a file to edit.";
+
+using EditFile = EditWindow;
+
+TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
+    const struct {
+        QString program;
+        QString value;
+        QString name;
+        QList<QByteArray> before; // the file's path
+    } cases[] = {
+        {"plain", "PNG", "a picture.png", {}},
+        {"my tools/edit it", "PNG", "a picture.png", {}},
+        {"Photoshop 6.0/Photoshp.exe", "PNG", "a picture.png", {}},
+        {"upper/PHOTOSHP.EXE", "PNG", "plain.PNG", {}},
+        {"Windows Media Player/wmplayer.exe", "MPG", "intro film.mpg", {"/open"}},
+        {"both/wmplayer.exe/Photoshp.exe", "MPG", "intro film.mpg", {}},
+        {"both/photoshp.exe/wmplayer.exe", "MPG", "intro film.mpg", {}},
+        {"my tools/write it", "Text", "read me.txt", {}},
+        {"text/Photoshp.exe", "Text", "read me.txt", {}},
+        {"text/wmplayer.exe", "Text", "read me.txt", {}},
+    };
+    extract({{"my files/a picture.png", "png"},
+             {"my files/plain.PNG", "png"},
+             {"my files/intro film.mpg", "mpg"},
+             {"my files/read me.txt", "txt"}});
+    for (const auto &row : cases) {
+        const QString chosen = program(row.program);
+        choose(row.value, chosen);
+        select("my files", row.name);
+        click("cmdEditFile");
+        EXPECT_EQ(arguments(chosen),
+                  row.before + QList<QByteArray>{extractedBytes("my files/" + row.name)})
+            << qPrintable(row.program);
+    }
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+TEST_F(EditFile, TakesTheProgramOfTheLastThreeCharacters) {
+    const struct {
+        QString name;
+        QString value; // "" where no value of the settings window serves it
+    } cases[] = {
+        {"a.png", "PNG"},  {"a.PnG", "PNG"}, {"a.jpg", "JPG"}, {"a.gif", "GIF"},  {"a.bmp", "BMP"},
+        {"a.wav", "WAV"},  {"a.mp3", "MP3"}, {"a.mpg", "MPG"}, {"a.avi", "AVI"},  {"a.txt", "Text"},
+        {"a.mis", "Text"}, {"a.cs", "Text"}, {"a.CS", "Text"}, {"a.dml", "Text"}, {"a.gui", "Text"},
+        {"a.ifl", "Text"}, {"a.jpeg", ""},   {"readme", ""},   {"xy", ""},        {"text", ""},
+    };
+    std::vector<ArchiveFile> entries;
+    for (const auto &row : cases)
+        entries.push_back({"d/" + row.name, row.name.toUtf8()});
+    extract(entries);
+    for (const char *value : {"PNG", "JPG", "GIF", "BMP", "Text", "WAV", "MP3", "AVI", "MPG"})
+        choose(value, program(value));
+    for (const auto &row : cases) {
+        select("d", row.name);
+        click("cmdEditFile");
+        if (!row.value.isEmpty()) {
+            EXPECT_EQ(arguments(inRoot(row.value)).size(), 1) << qPrintable(row.name);
+        }
+        EXPECT_EQ(boxes(), row.value.isEmpty() ? QStringList{kSettingsPrompt} : QStringList())
+            << qPrintable(row.name);
+    }
+    // A value of a type that has no row is used all the same, in any case of its letters.
+    const struct {
+        QString name;
+        QString value;
+    } more[] = {{"a.jpeg", "peg"}, {"readme", "DME"}, {"xy", "XY"}};
+    for (const auto &row : more) {
+        const QString other = program("other " + row.value);
+        choose(row.value, other);
+        EXPECT_EQ(window->form().GetProgram(row.value.toLower()), other);
+        select("d", row.name);
+        click("cmdEditFile");
+        EXPECT_EQ(arguments(other).size(), 1) << qPrintable(row.name);
+    }
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+TEST_F(EditFile, OffersTheSettingsWhereNoProgramIsUsable) {
+    extract({{"d/a.txt", "text"}, {"d/a.png", "png"}});
+    const QString missing = inRoot("no such program");
+    const struct {
+        const char *name;
+        const char *value;
+        QString path;
+    } cases[] = {
+        {"a.txt", "Text", missing},  {"a.txt", "Text", game.root()}, // a folder
+        {"a.png", "PNG", QString()}, {"a.png", "PNG", missing},      {"a.png", "PNG", game.root()},
+    };
+    for (const auto &row : cases) {
+        for (const int given : {platform::kAnswerCancel, platform::kAnswerOk}) {
+            answer(given);
+            choose(row.value, row.path);
+            select("d", row.name);
+            click("cmdEditFile");
+            EXPECT_EQ(boxes(), QStringList{kSettingsPrompt}) << row.name;
+            auto *settings = window->form().findChild<QDialog *>("frmSettings");
+            ASSERT_EQ(settings != nullptr, given == platform::kAnswerOk) << row.name;
+            EXPECT_EQ(window->form().isEnabled(), !settings);
+            if (settings) {
+                EXPECT_TRUE(settings->isVisible());
+                settings->reject();
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            }
+        }
+    }
+}
+
+TEST_F(EditFile, AsksForAFileWhereNoneIsSelectedOrTheProgramDoesNotStart) {
+    extract({{"d/a.png", "png"}});
+    window->tree()->selectionModel()->clear();
+    click("cmdEditFile");
+    EXPECT_EQ(boxes(), QStringList{kSelectPrompt});
+
+    const QString unusable = inRoot("not a program");
+    writeFile(unusable, "text");
+    choose("PNG", unusable);
+    select("d", "a.png");
+    click("cmdEditFile");
+    EXPECT_EQ(boxes(), (QStringList{kSelectPrompt, kSelectPrompt}));
+    EXPECT_TRUE(window->form().isEnabled());
+}
+
+TEST_F(EditFile, PassesOverFoldersWithoutAWord) {
+    extract({{"d/a.png", "png"}});
+    const QString chosen = program("tool");
+    for (const char *value : {"PNG", "D", "Text"})
+        choose(value, chosen);
+    select("d", QString());
+    click("cmdEditFile");
+    EXPECT_FALSE(started(chosen));
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+TEST_F(EditFile, ListensToDoubleClickAndEnterWhileEditingIsEnabled) {
+    extract({{"d/a.png", "png"}});
+    const QString chosen = program("tool");
+    choose("PNG", chosen);
+    const auto doubleClick = [this](const QModelIndex &index) {
+        window->tree()->scrollTo(index);
+        const QPoint where = window->tree()->visualRect(index).center();
+        QTest::mouseClick(window->tree()->viewport(), Qt::LeftButton, {}, where);
+        QTest::mouseDClick(window->tree()->viewport(), Qt::LeftButton, {}, where);
+    };
+    const QModelIndex folder = node("d", QString());
+    const bool expanded = window->tree()->isExpanded(folder);
+    doubleClick(folder);
+    EXPECT_NE(window->tree()->isExpanded(folder), expanded);
+    EXPECT_FALSE(started(chosen));
+
+    window->tree()->expand(folder);
+    doubleClick(node("d", "a.png"));
+    EXPECT_EQ(arguments(chosen).size(), 1);
+    QTest::keyClick(window->tree(), Qt::Key_Return);
+    EXPECT_EQ(arguments(chosen).size(), 1);
+
+    window->button("cmdEditFile")->setEnabled(false);
+    doubleClick(node("d", "a.png"));
+    QTest::keyClick(window->tree(), Qt::Key_Return);
+    EXPECT_FALSE(started(chosen));
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+TEST_F(EditFile, HandsEveryFileNameOverAsItIs) {
+    const char *names[] = {"$HOME `touch x`.png", "a;b&c|d.png",  "-rf.png",          "it's.png",
+                           "two  blanks.png",     "per%cent.png", "\u00e4\u00f6.png", "#1 (2).png"};
+    std::vector<ArchiveFile> entries;
+    for (const char *name : names)
+        entries.push_back({name, name});
+    extract(entries);
+    for (const char *tool : {"plain", "a tool", "Photoshp.exe"}) {
+        const QString chosen = program(tool);
+        choose("PNG", chosen);
+        for (const char *name : names) {
+            select(QString(), name);
+            click("cmdEditFile");
+            EXPECT_EQ(arguments(chosen), QList<QByteArray>{extractedBytes(name)}) << tool;
+        }
+    }
+}
+
+TEST_F(EditFile, FallsBackToTheWindowsFoldersNotepad) {
+    extract({{"d/a.txt", "text"}});
+    const QString notepad = window->form().GetWinPath() + "\\NOTEPAD.EXE";
+    ASSERT_TRUE(window->form().FileExists(notepad + u' ')) << qPrintable(notepad);
+    for (const QString &stored : {QString(), QString(QLatin1String(""))}) {
+        const QString editor = program("desktop editor");
+        qputenv("VISUAL", QFile::encodeName(editor));
+        choose("Text", stored);
+        select("d", "a.txt");
+        click("cmdEditFile");
+        EXPECT_EQ(arguments(editor), QList<QByteArray>{extractedBytes("d/a.txt")});
+    }
+    qunsetenv("VISUAL");
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+// What the user's programs do to the file has to be in the archive after Save Changes.
+TEST_F(EditFile, SavesWhatTheProgramsMadeOfTheFiles) {
+    const struct {
+        const char *program;
+        QByteArray commands;
+    } editors[] = {
+        {"in place", "printf changed > \"$f\""},
+        {"by rename", "printf changed > \"$f.new\"; mv \"$f.new\" \"$f\""},
+        {"in the background", "(sleep 0.2; printf changed > \"$f\";) &"},
+        {"with a backup", "cp \"$f\" \"$0.keep\"; rm \"$f\"; printf changed > \"$f\""},
+    };
+    for (const auto &editor : editors) {
+        extract({{"one/same.png", "png one"}, {"two/same.png", "png two"}, {"one/a.txt", "text"}});
+        const QString chosen = program(editor.program, editor.commands);
+        choose("PNG", chosen);
+        for (const char *folder : {"one", "two"}) {
+            select(folder, "same.png");
+            click("cmdEditFile");
+            EXPECT_EQ(arguments(chosen).size(), 1);
+            QFile file(extracted(QString(folder) + "/same.png"));
+            EXPECT_TRUE(QTest::qWaitFor([&] {
+                const bool changed = file.open(QIODevice::ReadOnly) && file.readAll() == "changed";
+                file.close();
+                return changed;
+            })) << editor.program;
+        }
+        click("cmdSaveChanges");
+        const auto packed = readArchive(archive());
+        EXPECT_EQ(packed.at("one/same.png"), "changed") << editor.program;
+        EXPECT_EQ(packed.at("two/same.png"), "changed") << editor.program;
+        EXPECT_EQ(packed.at("one/a.txt"), "text") << editor.program;
+        window.reset();
+    }
+    EXPECT_EQ(boxes(), QStringList());
+}
+
+} // namespace
