@@ -36,4 +36,9 @@ QString describe(ErrorNumber number) {
     return QStringLiteral("Application-defined or object-defined error");
 }
 
+void raise(ErrorNumber number, const QString &subject) {
+    const QString text = describe(number);
+    throw RuntimeError(number, subject.isEmpty() ? text : text + QStringLiteral(": ") + subject);
+}
+
 } // namespace platform

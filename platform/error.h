@@ -45,4 +45,7 @@ class RuntimeError : public std::exception {
 // The usual text for a number ("Subscript out of range" for 9).
 QString describe(ErrorNumber number);
 
+// Raises the error with its usual text, followed by what it is about ("File not found: vl2uzip").
+[[noreturn]] void raise(ErrorNumber number, const QString &subject = {});
+
 } // namespace platform

@@ -18,7 +18,7 @@ class Library {
         return reinterpret_cast<Function>(resolve(symbol));
     }
 
-    // Tells every Library to look in this folder first. For tests.
+    // Tells every Library to look in this folder and nowhere else; "" undoes that. For tests.
     static void setFolder(const QString &folder);
 
   private:

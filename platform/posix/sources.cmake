@@ -4,3 +4,4 @@ target_sources(orvel_storage PRIVATE
 target_sources(orvel_platform PRIVATE posix/narrow.cpp)
 target_sources(orvel_forms PRIVATE posix/fileDialog.cpp posix/systemMenu.cpp)
 include(${CMAKE_CURRENT_LIST_DIR}/registry.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/files.cmake)

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QByteArray>
+
+// Folders that the environment names, as absolute paths in the system's form.
+namespace platform {
+
+// The user's home folder, or "" where nothing names one.
+QByteArray homeFolder();
+
+// The Wine prefix ($WINEPREFIX, else ~/.wine), whether it exists or not.
+QByteArray winePrefix();
+
+// The program's folder among the user's data ($XDG_DATA_HOME/orvel, else ~/.local/share/orvel),
+// whether it exists or not.
+QByteArray userDataFolder();
+
+// The folder that holds the running executable.
+QByteArray executableFolder();
+
+// The program of that name in the folders of $PATH, or "". A name that holds a "/" is no name.
+QByteArray findInPath(const QByteArray &name);
+
+// Whether this is a file that can be executed.
+bool isExecutableFile(const QByteArray &path);
+
+} // namespace platform

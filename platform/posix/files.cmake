@@ -1,0 +1,19 @@
+target_sources(orvel_platform PRIVATE
+  posix/copyFile.cpp
+  posix/descriptor.h
+  posix/dosAttributes.cpp posix/dosAttributes.h
+  posix/environment.cpp posix/environment.h
+  posix/files.cpp
+  posix/folders.cpp
+  posix/library.cpp
+  posix/names.cpp posix/names.h
+  posix/paths.cpp posix/paths.h)
+
+# Where the package's data and private libraries lie, seen from its programs: an installation can
+# be moved as a whole.
+file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)
+file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel)
+set_property(SOURCE posix/folders.cpp APPEND PROPERTY
+  COMPILE_DEFINITIONS ORVEL_DATA_FROM_BIN="${data}")
+set_property(SOURCE posix/library.cpp APPEND PROPERTY
+  COMPILE_DEFINITIONS ORVEL_LIBRARIES_FROM_BIN="${libraries}")

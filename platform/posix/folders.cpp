@@ -1,0 +1,57 @@
+#include "platform/files.h"
+#include "platform/narrow.h"
+#include "platform/posix/environment.h"
+#include "platform/posix/paths.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+// The mode counts too: root is let in everywhere, but who took the write bits away meant it.
+bool canBeWritten(const QByteArray &folder) {
+    struct stat info = {};
+    return ::stat(folder.constData(), &info) == 0 &&
+           (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
+           ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+void makeFolders(const QByteArray &folder) {
+    if (::mkdir(folder.constData(), 0700) == 0 || errno != ENOENT)
+        return;
+    const qsizetype slash = folder.lastIndexOf('/');
+    if (slash <= 0)
+        return;
+    makeFolders(folder.first(slash));
+    ::mkdir(folder.constData(), 0700);
+}
+
+} // namespace
+
+QString programFolder() {
+    QByteArray folder = executableFolder();
+    if (!canBeWritten(folder)) {
+        folder = userDataFolder();
+        // The program makes one folder level at a time, and needs this one to be there.
+        makeFolders(folder);
+    }
+    return fromNarrow(folder);
+}
+
+QString windowsFolder(int limit) {
+    const QByteArray executable = executableFolder();
+    for (const char *place : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
+        const QByteArray folder = executable + place;
+        if (!isExecutableFile(folder + "/NOTEPAD.EXE"))
+            continue;
+        QString path = fromNarrow(realPath(folder));
+        return path.size() > limit ? QString() : path;
+    }
+    return {};
+}
+
+} // namespace platform

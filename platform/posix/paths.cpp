@@ -1,0 +1,134 @@
+#include "platform/posix/paths.h"
+
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/narrow.h"
+#include "platform/posix/environment.h"
+#include "platform/posix/names.h"
+
+#include <climits>
+#include <cstdlib>
+#include <sys/stat.h>
+
+#include <array>
+
+namespace platform {
+
+namespace {
+
+// A path taken apart: where it starts, and what follows from there.
+struct Steps {
+    QByteArray start; // "" for a relative path, else ends in "/"
+    QList<QByteArray> components;
+    bool driveMissing = false;
+};
+
+QByteArray withSlash(const QByteArray &folder) {
+    return folder.endsWith('/') ? folder : folder + '/';
+}
+
+bool isDrive(const QString &path) {
+    if (path.size() < 2 || path[1] != u':' || (path.size() > 2 && !isSeparator(path[2])))
+        return false;
+    const char16_t letter = path[0].toLower().unicode();
+    return letter >= u'a' && letter <= u'z';
+}
+
+void startAtDrive(char letter, Steps &steps) {
+    const QByteArray link = winePrefix() + "/dosdevices/" + letter + ':';
+    const QByteArray target = realPath(link);
+    if (!target.isEmpty()) {
+        steps.start = withSlash(target);
+    } else if (letter == 'z') {
+        steps.start = "/";
+    } else {
+        steps.start = link + '/';
+        steps.driveMissing = true;
+    }
+}
+
+Steps takeApart(const QString &path) {
+    Steps steps;
+    QString rest = path;
+    if (isDrive(path)) {
+        startAtDrive(path[0].toLower().toLatin1(), steps);
+        rest.remove(0, 2);
+    } else if (!path.isEmpty() && isSeparator(path[0])) {
+        steps.start = "/";
+    }
+    rest.replace(u'\\', u'/');
+    for (const QByteArray &component : toNarrow(rest).split('/')) {
+        if (!component.isEmpty() && component != ".")
+            steps.components.append(component);
+    }
+    return steps;
+}
+
+// The stored name of a component of the path that `folder` (ending in "/", or "") leads to.
+QByteArray storedComponent(const QByteArray &folder, const QByteArray &name) {
+    for (const QByteArray &candidate : {name, withoutTrailingBlanks(name)}) {
+        if (!candidate.isEmpty() && isStored(folder + candidate))
+            return candidate;
+    }
+    return findName(FolderEntries(folder.isEmpty() ? QByteArray(".") : folder), name);
+}
+
+QByteArray resolve(const Steps &steps) {
+    QByteArray whole = steps.start + steps.components.join('/');
+    if (whole.isEmpty() || steps.components.isEmpty() || isStored(whole))
+        return whole;
+    QByteArray folder = steps.start;
+    for (qsizetype i = 0; i < steps.components.size(); ++i) {
+        const QByteArray stored = storedComponent(folder, steps.components[i]);
+        if (stored.isEmpty())
+            return folder + steps.components.sliced(i).join('/');
+        folder += stored;
+        folder += i + 1 < steps.components.size() ? "/" : "";
+    }
+    return folder;
+}
+
+} // namespace
+
+QByteArray realPath(const QByteArray &path) {
+    std::array<char, PATH_MAX> buffer; // NOLINT(*-member-init): the call below fills it
+    const char *real = ::realpath(path.constData(), buffer.data());
+    return real == nullptr ? QByteArray() : QByteArray(real);
+}
+
+bool isStored(const QByteArray &path) {
+    struct stat info = {};
+    return ::lstat(path.constData(), &info) == 0;
+}
+
+QByteArray resolve(const QString &path) {
+    Steps steps = takeApart(path);
+    if (steps.start.isEmpty() && steps.components.isEmpty() && !path.isEmpty())
+        return "."; // "." and "./"
+    if (steps.components.isEmpty() && steps.start.size() > 1)
+        steps.start.chop(1); // a drive's own folder
+    return resolve(steps);
+}
+
+QByteArray resolveChecked(const QString &path) {
+    if (path.contains(QChar(u'\0')))
+        raise(ErrorNumber::BadFileName, path);
+    if (isDrive(path) && takeApart(path).driveMissing)
+        raise(ErrorNumber::DeviceUnavailable, path);
+    return resolve(path);
+}
+
+SplitPath splitPath(const QString &path) {
+    qsizetype cut = path.size();
+    while (cut > 0 && !isSeparator(path[cut - 1]))
+        --cut;
+    if (cut == 0 && isDrive(path))
+        cut = path.size();
+    return {path.first(cut), path.sliced(cut)};
+}
+
+QString nativePath(const QString &path) {
+    return fromNarrow(resolve(path));
+}
+
+} // namespace platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// Paths in the program's form and the stored paths that they lead to.
+namespace platform {
+
+inline bool isSeparator(QChar c) {
+    return c == u'\\' || c == u'/';
+}
+
+// What nativePath gives, as the bytes that the file system stores.
+QByteArray resolve(const QString &path);
+
+// As resolve. Raises 52 where the path holds a NUL and 68 where it names a drive that there is not:
+// for steps that must not be taken on another path than was meant.
+QByteArray resolveChecked(const QString &path);
+
+// A path before and after its last separator: the folder keeps the separator.
+struct SplitPath {
+    QString folder;
+    QString name;
+};
+SplitPath splitPath(const QString &path);
+
+// The path without links and ".." in it, or "" where it leads nowhere.
+QByteArray realPath(const QByteArray &path);
+
+// Whether something is stored under that path, a link that leads nowhere included.
+bool isStored(const QByteArray &path);
+
+} // namespace platform

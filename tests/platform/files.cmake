@@ -1,0 +1,8 @@
+if(ORVEL_SYSTEM STREQUAL posix)
+  orvel_test(files_test
+    SOURCES copyFileTest.cpp dosAttributesTest.cpp filesTest.cpp namesTest.cpp
+            pathsTest.cpp
+    LIBRARIES orvel_platform)
+  add_subdirectory(library)
+  add_subdirectory(probe)
+endif()

@@ -1,0 +1,5 @@
+extern "C" int orvelTestAnswer();
+
+extern "C" int orvelTestAnswer() {
+    return 42;
+}
