@@ -1,6 +1,5 @@
 target_sources(orvel_platform PRIVATE
   posix/copyFile.cpp
-  posix/descriptor.h
   posix/dosAttributes.cpp posix/dosAttributes.h
   posix/environment.cpp posix/environment.h
   posix/files.cpp
