@@ -106,7 +106,7 @@ class Screen:
     def windows_of(self, process):
         """The visible windows of a process, by id, with their (width, height)."""
         sizes = {}
-        shown = self._ask("xdotool", "search", "--onlyvisible", "--pid", str(process), "")
+        shown = self._ask("xdotool", "search", "--onlyvisible", "--all", "--pid", str(process), "")
         for window in shown.split():
             geometry = self._ask("xdotool", "getwindowgeometry", "--shell", window)
             numbers = dict(re.findall(r"(WIDTH|HEIGHT)=(\d+)", geometry))
@@ -149,17 +149,25 @@ class Screen:
         target = self.pictures / f"{name}.png"
         crop = []
         if window:
-            about = self._ask("xwininfo", "-frame", "-id", window)
-            values = [
-                re.search(label + r":\s+(-?\d+)", about)
-                for label in ("Width", "Height", "upper-left X", "upper-left Y")
-            ]
-            if all(values):
-                width, height, left, top = (int(value[1]) for value in values)
-                crop = ["-crop", f"{width}x{height}{left:+d}{top:+d}", "+repage"]
+            width, height, left, top = self._place_with_frame(window)
+            crop = ["-crop", f"{width}x{height}{left:+d}{top:+d}", "+repage"]
         subprocess.run(
             ["import", "-silent", "-window", "root", *crop, str(target)],
             env=self.environment,
             check=True,
         )
         return target
+
+    def _place_with_frame(self, window):
+        """Width, height, left and top of a window with what the window manager drew around it."""
+        about = self._ask("xwininfo", "-id", window)
+        width, height, left, top = (
+            int(re.search(label + r":\s+(-?\d+)", about)[1])
+            for label in ("Width", "Height", "Absolute upper-left X", "Absolute upper-left Y")
+        )
+        extents = self._ask("xprop", "-id", window, "_NET_FRAME_EXTENTS")
+        frame = [int(number) for number in re.findall(r"\d+", extents.partition("=")[2])]
+        if len(frame) == 4:
+            width, height = width + frame[0] + frame[1], height + frame[2] + frame[3]
+            left, top = left - frame[0], top - frame[2]
+        return width, height, left, top
