@@ -30,6 +30,46 @@ std::optional<QString> readHeader(QByteArrayView text, const Line &line) {
     return path ? std::optional(foldCase(keyPath(*path))) : std::nullopt;
 }
 
+enum class Relation { Other, Same, Below };
+
+Relation relationOf(QStringView header, QStringView path) {
+    if (header == path)
+        return Relation::Same;
+    const bool isBelow = header.startsWith(path) && header[path.size()] == u'\\';
+    return isBelow ? Relation::Below : Relation::Other;
+}
+
+// How the key of a line stands to a folded path. Decides by the bytes as they are where it can, as
+// nearly all keys of a hive are others; an unusual key is read in full.
+Relation relationOf(QByteArrayView text, const Line &line, QStringView path) {
+    const auto readInFull = [&] {
+        const std::optional<QString> header = readHeader(text, line);
+        return header ? relationOf(*header, path) : Relation::Other;
+    };
+    qsizetype matched = 0;
+    for (qsizetype at = text.indexOf('[', line.begin) + 1; at < line.end; ++at) {
+        char c = text[at];
+        if (c == ']')
+            return matched == path.size() ? Relation::Same : Relation::Other;
+        if (c == '\\') {
+            const QByteArrayView next = text.first(line.end).sliced(at + 1);
+            const bool isPlain = matched > 0 && next.size() > 1 && next[0] == '\\' &&
+                                 next[1] != '\\' && next[1] != ']';
+            if (!isPlain || matched == path.size())
+                return readInFull();
+            ++at;
+        }
+        if (static_cast<unsigned char>(c) >= 0x80)
+            return readInFull();
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+        if (matched == path.size() || path[matched] != QLatin1Char(c))
+            return Relation::Other;
+        ++matched;
+    }
+    return Relation::Other; // damaged: the line ends before the path does
+}
+
 // The last line of a text that is not empty.
 Line lastLine(QByteArrayView text) {
     const qsizetype end = text.endsWith('\n') ? text.size() - 1 : text.size();
@@ -50,35 +90,43 @@ bool Hive::isWritable() const {
 // belong to nobody that is known.
 void Hive::index() {
     const QByteArrayView text(m_text);
-    std::vector<Section> *open = nullptr;
     for (Line line; line.next < text.size();) {
         line = lineAt(text, line.next);
         if (firstCharacter(text, line) != '[')
             continue;
-        if (open != nullptr)
-            open->back().end = line.begin;
-        open = nullptr;
-        if (const std::optional<QString> path = readHeader(text, line)) {
-            open = &m_sections[*path];
-            open->push_back({line, text.size()});
-        }
+        if (!m_sections.empty())
+            m_sections.back().end = line.begin;
+        m_sections.push_back({line, text.size()});
     }
 }
 
-const std::vector<Hive::Section> *Hive::sections(QStringView path) const {
-    const auto found = m_sections.constFind(foldCase(path));
-    return found == m_sections.cend() ? nullptr : &*found;
+Hive::Key Hive::key(QStringView path) const {
+    const QString folded = foldCase(path);
+    const std::lock_guard guard(m_mutex);
+    if (const auto known = m_keys.constFind(folded); known != m_keys.cend())
+        return *known;
+    Key key;
+    for (const Section &section : m_sections) {
+        switch (relationOf(m_text, section.header, folded)) {
+        case Relation::Same:
+            key.sections.push_back(&section);
+            break;
+        case Relation::Below:
+            key.isAboveOthers = true;
+            break;
+        case Relation::Other:
+            break;
+        }
+    }
+    m_keys.insert(folded, key);
+    return key;
 }
 
 bool Hive::hasKey(QStringView path) const {
-    if (path.isEmpty() || sections(path) != nullptr)
+    if (path.isEmpty())
         return true;
-    const QString above = foldCase(path) + u'\\';
-    for (auto key = m_sections.keyBegin(); key != m_sections.keyEnd(); ++key) {
-        if (key->startsWith(above))
-            return true;
-    }
-    return false;
+    const Key found = key(path);
+    return found.isAboveOthers || !found.sections.empty();
 }
 
 std::vector<ValueLine> Hive::valueLines(const Section &section) const {
@@ -99,12 +147,10 @@ std::vector<ValueLine> Hive::valueLines(const Section &section) const {
 }
 
 std::optional<ValueLine> Hive::find(QStringView path, QStringView name) const {
-    const std::vector<Section> *parts = sections(path);
-    if (parts == nullptr)
-        return std::nullopt;
+    const Key found = key(path);
     const QString folded = foldCase(name);
-    for (auto part = parts->rbegin(); part != parts->rend(); ++part) {
-        std::vector<ValueLine> lines = valueLines(*part);
+    for (auto part = found.sections.rbegin(); part != found.sections.rend(); ++part) {
+        std::vector<ValueLine> lines = valueLines(**part);
         for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
             if (foldCase(line->name) == folded)
                 return std::move(*line);
@@ -121,11 +167,9 @@ std::optional<Value> Hive::value(QStringView path, QStringView name) const {
 QStringList Hive::valueNames(QStringView path) const {
     QStringList names;
     QSet<QString> known;
-    const std::vector<Section> *parts = sections(path);
-    if (parts == nullptr)
-        return names;
-    for (const Section &part : *parts) {
-        for (const ValueLine &line : valueLines(part)) {
+    const Key found = key(path);
+    for (const Section *part : found.sections) {
+        for (const ValueLine &line : valueLines(*part)) {
             const qsizetype before = known.size();
             known.insert(foldCase(line.name));
             if (known.size() > before)
@@ -187,8 +231,8 @@ QByteArray Hive::withValue(QStringView path, QStringView name, const Value &valu
     if (const std::optional<ValueLine> old = find(path, name))
         return QByteArray(m_text).replace(old->dataBegin, old->end - old->dataBegin, data);
     const QByteArray line = writeName(name) + data;
-    if (const std::vector<Section> *parts = sections(path))
-        return inserted(parts->back(), line);
+    if (const Key found = key(path); !found.sections.empty())
+        return inserted(*found.sections.back(), line);
     QByteArray text = m_text;
     appendKey(text, path, now);
     return text + line + lineEnd();

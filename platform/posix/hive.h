@@ -8,6 +8,7 @@
 #include <QStringView>
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -48,9 +49,14 @@ class Hive {
         Line header;
         qsizetype end = 0;
     };
+    // What the text says about one key.
+    struct Key {
+        std::vector<const Section *> sections; // in the order of the text; most keys have one
+        bool isAboveOthers = false;
+    };
 
     void index();
-    const std::vector<Section> *sections(QStringView path) const;
+    Key key(QStringView path) const;
     std::optional<ValueLine> find(QStringView path, QStringView name) const;
     std::vector<ValueLine> valueLines(const Section &section) const;
     QByteArray lineEnd() const;
@@ -58,7 +64,9 @@ class Hive {
     QByteArray inserted(const Section &section, const QByteArray &line) const;
 
     QByteArray m_text;
-    QHash<QString, std::vector<Section>> m_sections; // by folded path
+    std::vector<Section> m_sections;
+    mutable std::mutex m_mutex;
+    mutable QHash<QString, Key> m_keys; // those that were asked for, by folded path
 };
 
 } // namespace platform::hive

@@ -76,6 +76,43 @@ TEST(Hive, AKeyAboveAWrittenOneIsThere) {
         EXPECT_FALSE(hive.hasKey(QString::fromUtf16(path)));
 }
 
+TEST(Hive, AKeyIsFoundInEveryWritingOfItsPath) {
+    const QByteArray rows[] = {
+        R"([One\\Two])",
+        R"(  [ONE\\two] 1695645672)",
+        R"([One\\Two)",
+        R"([O\x006ee\\Two] #)",
+        R"([\\One\\\\Two\\])",
+        R"([One\134Two])",
+        "[One\\\\T\xc3\xa9]",
+        R"([One\\T\x00C9])",
+        "[One\\\\T\xe9]",
+        R"([One])",
+        R"([One\\Twox])",
+        R"([One\\Two\\Three])",
+        R"([One\\Two\\Three)",
+        R"([OneTwo])",
+        R"([])",
+        "[",
+    };
+    const auto found = [](const QByteArray &row) {
+        const Hive hive(row + "\n\"v\"=\"1\"\n");
+        QByteArray result;
+        for (const QStringView path : {u"one\\two", u"one\\t\u00e9", u"One", u""}) {
+            result += hive.hasKey(path) ? 'k' : '-';
+            result += hive.value(path, u"v") ? 'v' : '-';
+        }
+        return result;
+    };
+    const QByteArray expected[] = {
+        "kv--k-k-", "kv--k-k-", "------k-", "kv--k-k-", "kv--k-k-", "kv--k-k-",
+        "--kvk-k-", "--kvk-k-", "--kvk-k-", "----kvk-", "----k-k-", "k---k-k-",
+        "------k-", "------k-", "------kv", "------k-",
+    };
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+        EXPECT_EQ(found(rows[i]), expected[i]) << rows[i].toStdString();
+}
+
 TEST(Hive, SettingAValueLeavesEveryOtherByteAsItWas) {
     struct Row {
         QStringView path;
