@@ -4,6 +4,9 @@
 
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
+    // Nothing appears on the screen of whoever runs one by hand, or lists the tests, either.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication program(argc, argv);
     // Windows come and go between the tests.
     QApplication::setQuitOnLastWindowClosed(false);

@@ -116,6 +116,8 @@ TEST_F(EditFile, OffersTheSettingsWhereNoProgramIsUsable) {
                 EXPECT_TRUE(settings->isVisible());
                 settings->reject();
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+                EXPECT_TRUE(window->form().isEnabled());
+                EXPECT_EQ(window->form().focusWidget(), window->button("cmdEditFile"));
             }
         }
     }
