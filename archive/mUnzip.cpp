@@ -114,7 +114,11 @@ QDateTime mUnzip::EntryDate(std::int32_t yr, std::int32_t mo, std::int32_t dy, s
         minutes += minutesADay;
         --days;
     }
-    const QDate date = QDate(yr, 1, 1).addMonths(mo - 1).addDays(std::int64_t{dy} - 1 + days);
+    QDate date(yr, mo, dy);
+    if (!date.isValid())
+        date = QDate(yr, 1, 1).addMonths(mo - 1).addDays(std::int64_t{dy} - 1);
+    if (days != 0)
+        date = date.addDays(days);
     // An archive tells the time on its maker's clock and no zone. Taken as local time it would
     // shift or vanish where the clocks are put forward here.
     return {date, QTime::fromMSecsSinceStartOfDay(static_cast<int>(minutes) * 60'000), Qt::UTC};
