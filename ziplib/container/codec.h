@@ -14,6 +14,9 @@ constexpr std::uint16_t methodDeflated = 8;
 // The name of a method for listings: "Stored", "Deflated", ...; "Unknown" for one without a name.
 const char *methodName(std::uint16_t method);
 
+// The version of the library that streams, as text.
+const char *streamLibraryVersion();
+
 // CRC-32 of what came before (`crc`, 0 at the start) and these bytes.
 std::uint32_t crc32(std::uint32_t crc, const void *data, std::size_t size);
 

@@ -35,6 +35,10 @@ StreamStep run(z_stream &stream, const std::uint8_t *in, std::size_t inSize, std
 
 } // namespace
 
+const char *streamLibraryVersion() {
+    return zlibVersion();
+}
+
 struct InflateStream::State {
     z_stream stream{};
 };

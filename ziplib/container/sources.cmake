@@ -5,6 +5,7 @@ add_library(ziplib_container STATIC
   container/directory.cpp container/directory.h container/properties.cpp
   container/dostime.cpp container/dostime.h
   container/endrecord.cpp container/endrecord.h
+  container/lineends.cpp container/lineends.h
   container/local.cpp container/local.h
   container/names.cpp container/names.h
   container/pattern.cpp container/pattern.h

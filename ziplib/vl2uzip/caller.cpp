@@ -1,0 +1,137 @@
+#include "ziplib/vl2uzip/caller.h"
+
+#include "platform/storage.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace ziplib {
+
+namespace {
+
+// Half of what is promised, so that a step that runs over still keeps the promise.
+constexpr std::chrono::milliseconds heartbeat{25};
+
+constexpr std::int32_t answerReplace = 102;
+constexpr std::int32_t answerReplaceAll = 103;
+constexpr std::int32_t answerKeepAll = 104;
+
+template<typename Small>
+Small clipped(std::uint64_t value) {
+    return static_cast<Small>(std::min<std::uint64_t>(value, std::numeric_limits<Small>::max()));
+}
+
+} // namespace
+
+std::int32_t percentSaved(std::uint64_t size, std::uint64_t packedSize) {
+    if (size == 0 || packedSize >= size) {
+        return 0;
+    }
+    return static_cast<std::int32_t>(
+        100.0 * static_cast<double>(size - packedSize) / static_cast<double>(size) + 0.5);
+}
+
+Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
+    : m_functions(functions), m_quiet(quiet) {}
+
+void Caller::print(const std::string &text) {
+    if (m_functions.print != nullptr) {
+        std::string narrow = platform::narrowFromUtf8(text);
+        m_functions.print(narrow.data(), clipped<std::uint32_t>(narrow.size()));
+    }
+    m_lastPrint = Clock::now();
+}
+
+void Caller::report(const std::string &text) {
+    if (m_quiet <= 0) {
+        m_lastText.clear();
+        print(text);
+    }
+}
+
+void Caller::warn(const std::string &text) {
+    if (m_quiet <= 1) {
+        m_lastText = text;
+        print(text);
+    }
+}
+
+void Caller::warnLast(const std::string &text) {
+    if (!text.empty() && text != m_lastText) {
+        warn(text);
+    }
+}
+
+void Caller::tick() {
+    if (Clock::now() - m_lastPrint >= heartbeat) {
+        print({});
+    }
+}
+
+bool Caller::processed(const std::string &path) {
+    if (m_functions.ServCallBk == nullptr) {
+        return true;
+    }
+    std::string narrow = platform::narrowFromUtf8(path);
+    return m_functions.ServCallBk(narrow.data(), clipped<std::uint32_t>(narrow.size() + 1)) == 0;
+}
+
+Caller::Answer Caller::replace(const std::string &path) {
+    if (m_functions.replace == nullptr) {
+        return Answer::Keep;
+    }
+    std::string narrow = platform::narrowFromUtf8(path);
+    switch (m_functions.replace(narrow.data())) {
+    case answerReplace:
+        return Answer::Replace;
+    case answerReplaceAll:
+        return Answer::ReplaceAll;
+    case answerKeepAll:
+        return Answer::KeepAll;
+    default:
+        return Answer::Keep;
+    }
+}
+
+bool Caller::password(const std::string &path, std::string &password) {
+    if (m_functions.password == nullptr) {
+        return false;
+    }
+    std::array<char, 256> answer{};
+    std::string name = platform::narrowFromUtf8(path);
+    std::string prompt = "Password for " + name + ": ";
+    if (m_functions.password(answer.data(), static_cast<std::int32_t>(answer.size()), prompt.data(),
+                             name.data()) != 0) {
+        return false;
+    }
+    answer.back() = '\0';
+    password = answer.data();
+    return true;
+}
+
+void Caller::list(const std::string &path, const Listed &entry) {
+    if (m_functions.SendApplicationMessage == nullptr) {
+        return;
+    }
+    std::string narrow = platform::narrowFromUtf8(path);
+    std::string method = entry.method;
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
+    const bool clippedSize = entry.size > largest || entry.packedSize > largest;
+    m_functions.SendApplicationMessage(
+        clipped<std::uint32_t>(entry.size), clipped<std::uint32_t>(entry.packedSize),
+        percentSaved(entry.size, entry.packedSize), entry.month, entry.day, entry.year, entry.hour,
+        entry.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
+        entry.encrypted ? 'E' : ' ');
+}
+
+void Caller::setTotals(std::uint64_t size, std::uint64_t packedSize, std::uint64_t entries,
+                       std::uint64_t comment) {
+    m_functions.TotalSize = clipped<std::int32_t>(size);
+    m_functions.TotalSizeComp = clipped<std::int32_t>(packedSize);
+    m_functions.CompFactor = percentSaved(size, packedSize);
+    m_functions.NumMembers = clipped<std::int32_t>(entries);
+    m_functions.cchComment = clipped<std::int16_t>(comment);
+}
+
+} // namespace ziplib

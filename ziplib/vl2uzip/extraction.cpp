@@ -1,0 +1,315 @@
+#include "ziplib/vl2uzip/extraction.h"
+
+#include "platform/storage.h"
+#include "ziplib/container/names.h"
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace ziplib {
+
+namespace {
+
+using platform::Failure;
+using platform::FileInfo;
+using platform::Status;
+
+// Tasks on their way at a time: enough that workers need not wait for the caller's thread.
+constexpr std::size_t window = 128;
+// Memory for entries that are inflated in one piece.
+constexpr std::size_t largeMemory = 64U << 20;
+constexpr std::chrono::milliseconds patience{20};
+
+// Zip times are even seconds: a file is not older for less.
+bool isOlder(std::int64_t onDisk, std::int64_t stored) {
+    return onDisk / 2'000'000'000 < stored / 2'000'000'000;
+}
+
+const char *refusal(PlanItem::Action action, const std::string &path) {
+    switch (action) {
+    case PlanItem::Action::Special:
+        return "it is a link or a device";
+    case PlanItem::Action::Blocked:
+        return "other entries need a folder of its name";
+    default: {
+        const char *reason = unsafeReason(path);
+        return reason != nullptr ? reason : "its name may not be written";
+    }
+    }
+}
+
+} // namespace
+
+Extraction::Extraction(const platform::InputFile &file, const Directory &directory,
+                       const Request &request, Caller &caller, Outcome &outcome)
+    : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
+      m_extents(directory),
+      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}},
+      m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
+
+void Extraction::run(const Plan &plan) {
+    if (m_request.work == Request::Work::Extract && !openTarget(plan)) {
+        return;
+    }
+    m_pipeline = std::make_unique<Pipeline>(workerCount(), window);
+    m_context.scratch.resize(m_pipeline->workers() + 1);
+    // Where the caller's thread does the work, it must also keep the program alive meanwhile.
+    const bool alone = m_pipeline->isInline();
+    m_context.keepGoing = [this, alone] {
+        if (alone) {
+            m_caller.tick();
+        }
+        return !m_stopped.load(std::memory_order_relaxed);
+    };
+    for (const PlanItem &item : plan.items) {
+        while (m_pipeline->full() && !m_stopped) {
+            collectNext();
+        }
+        if (m_stopped) {
+            break;
+        }
+        start(item);
+        m_caller.tick();
+    }
+    drain();
+    m_pipeline.reset();
+}
+
+bool Extraction::openTarget(const Plan &plan) {
+    platform::Folder target;
+    Status status = platform::makeFolders(m_request.target);
+    if (status.ok()) {
+        status = target.open(m_request.target);
+    }
+    if (!status.ok()) {
+        m_caller.warn(status.message);
+        m_outcome.add(codeOfEntry(status), status.message);
+        return false;
+    }
+    if (!fits(plan, target)) {
+        const std::string message =
+            "there is not enough room on the disk for what is in " + m_context.source.file.path();
+        m_caller.warn(message);
+        m_outcome.add(Code::DiskFull, message);
+        return false;
+    }
+    m_folders.emplace(std::move(target));
+    return true;
+}
+
+// Files that stay as they are need no room, but finding out which costs a look at each: only done
+// where it matters.
+bool Extraction::fits(const Plan &plan, const platform::Folder &target) {
+    std::uint64_t room = 0;
+    if (!target.freeSpace(room).ok() || plan.size <= room) {
+        return true;
+    }
+    if (m_replaceAll && !m_request.onlyNewer) {
+        return false;
+    }
+    std::uint64_t needed = 0;
+    for (const PlanItem &item : plan.items) {
+        if (item.action != PlanItem::Action::File) {
+            continue;
+        }
+        const Entry &entry = m_directory.entries()[item.index];
+        const std::string path = targetPath(m_directory.path(entry), m_request);
+        FileInfo info;
+        if (target.info(path, info).is(Failure::NotFound)) {
+            needed += std::min(entry.size, UINT64_MAX - needed);
+        }
+        m_caller.tick();
+    }
+    return needed <= room;
+}
+
+void Extraction::start(const PlanItem &item) {
+    const Entry &entry = m_directory.entries()[item.index];
+    auto task = std::make_unique<ExtractTask>(m_context, item.index, m_directory.path(entry));
+    switch (item.action) {
+    case PlanItem::Action::File:
+        prepareFile(*task);
+        break;
+    case PlanItem::Action::Folder:
+        if (m_folders && m_request.makeFolders) {
+            std::string target = targetPath(task->path, m_request);
+            target.pop_back();
+            std::shared_ptr<OpenFolder> folder;
+            task->status = folderFor(target, folder);
+        }
+        break;
+    case PlanItem::Action::Superseded:
+        task->report = "left out " + task->path + ": a later entry has the same path";
+        break;
+    default:
+        task->status =
+            Status(Failure::Unsafe,
+                   "skipped " + task->path + ": " + refusal(item.action, task->path), task->path);
+    }
+    m_pipeline->submit(std::move(task));
+}
+
+// Settles where an entry goes and whether it may, and gets its password. What cannot be done makes
+// the task a settled one, so that it is told when its turn comes.
+void Extraction::prepareFile(ExtractTask &task) {
+    const Entry &entry = m_directory.entries()[task.index];
+    if (m_folders) {
+        const std::string target = targetPath(task.path, m_request);
+        const std::size_t slash = target.rfind('/');
+        const std::string_view folder = slash == std::string::npos
+                                            ? std::string_view()
+                                            : std::string_view(target).substr(0, slash);
+        task.name = lastComponent(target);
+        task.status = folderFor(folder, task.folder);
+        FileInfo existing;
+        if (!task.status.ok()) {
+            return;
+        }
+        if (!task.folder->made) {
+            task.status = task.folder->folder.info(task.name, existing);
+            if (task.status.ok() && !mayWrite(task, existing)) {
+                return;
+            }
+            if (!task.status.ok() && !task.status.is(Failure::NotFound)) {
+                return;
+            }
+            task.status = {};
+        }
+        task.convertLineEnds = m_request.convertLineEnds;
+        task.report = "extracted " + task.path;
+    } else {
+        task.report = "tested " + task.path;
+    }
+    const bool traditional = entry.isEncrypted() && (entry.flags & flagStrongEncryption) == 0 &&
+                             (entry.method == methodStored || entry.method == methodDeflated);
+    if (traditional && !m_passwords.known(task.index, task.cipher)) {
+        drain();
+        if (m_stopped) {
+            return;
+        }
+        task.status = m_passwords.ask(task.index, task.path, task.passwordTries, task.cipher);
+        if (!task.status.ok()) {
+            return;
+        }
+    }
+    task.kind = m_folders ? ExtractTask::Kind::Extract : ExtractTask::Kind::Test;
+}
+
+// Something has the file's name already.
+bool Extraction::mayWrite(ExtractTask &task, const FileInfo &existing) {
+    if (existing.kind == FileInfo::Kind::Folder) {
+        task.status = Status(Failure::WrongKind, "skipped " + task.path + ": a folder has its name",
+                             task.path);
+        return false;
+    }
+    const std::int64_t stored = m_directory.modified(m_directory.entries()[task.index]);
+    if (m_request.onlyNewer && existing.kind == FileInfo::Kind::File &&
+        !isOlder(existing.modified, stored)) {
+        task.report = "kept " + task.path + ": it is as new as the entry";
+        return false;
+    }
+    if (!m_replaceAll && !askReplace(task.path)) {
+        task.report = "kept " + task.path;
+        return false;
+    }
+    task.replace = platform::NewFile::Replace::Yes;
+    return true;
+}
+
+bool Extraction::askReplace(const std::string &path) {
+    if (m_keepAll) {
+        return false;
+    }
+    drain();
+    if (m_stopped) {
+        return false;
+    }
+    switch (m_caller.replace(path)) {
+    case Caller::Answer::Replace:
+        return true;
+    case Caller::Answer::ReplaceAll:
+        m_replaceAll = true;
+        return true;
+    case Caller::Answer::KeepAll:
+        m_keepAll = true;
+        return false;
+    default:
+        return false;
+    }
+}
+
+Status Extraction::folderFor(std::string_view path, std::shared_ptr<OpenFolder> &folder) {
+    Status status = m_folders->get(path, folder);
+    if (status.is(Failure::Resources)) {
+        // Too many handles: give back those of entries on their way and try once more.
+        drain();
+        m_folders->release();
+        status = m_folders->get(path, folder);
+    }
+    return status;
+}
+
+void Extraction::collectNext() {
+    std::unique_ptr<Pipeline::Task> task = m_pipeline->next(patience);
+    if (task) {
+        collect(std::unique_ptr<ExtractTask>(static_cast<ExtractTask *>(task.release())));
+    }
+    m_caller.tick();
+}
+
+void Extraction::drain() {
+    while (!m_pipeline->empty() && !m_stopped) {
+        collectNext();
+    }
+}
+
+// An entry's turn to be told.
+void Extraction::collect(std::unique_ptr<ExtractTask> task) {
+    again(*task);
+    if (task->status.ok()) {
+        if (!task->report.empty()) {
+            m_caller.report(task->report);
+        }
+    } else {
+        const std::string message = task->status.message.empty()
+                                        ? "there is not enough memory for " + task->path
+                                        : task->status.message;
+        m_caller.warn(message);
+        m_outcome.add(codeOfEntry(task->status), message);
+        if (task->status.is(Failure::Full)) {
+            stop(Code::DiskFull, message);
+            return;
+        }
+    }
+    if (!m_caller.processed(task->path)) {
+        stop(Code::Cancelled, "cancelled");
+    }
+}
+
+// Some failures are worth another try, here and now, while nothing newer has been told.
+void Extraction::again(ExtractTask &task) {
+    const unsigned own = m_pipeline->workers();
+    for (int tries = 0; task.status.is(Failure::Resources) && tries < 5; ++tries) {
+        // Other entries hold handles or memory; they will not for long.
+        std::this_thread::sleep_for(patience);
+        m_caller.tick();
+        m_folders ? m_folders->release() : void();
+        task.run(own);
+    }
+    // A wrong password passes the quick check at times, and then the data looks damaged.
+    while (task.cipher && task.status.is(Failure::Damaged)) {
+        task.status = m_passwords.ask(task.index, task.path, task.passwordTries, task.cipher);
+        if (!task.status.ok()) {
+            return;
+        }
+        task.run(own);
+    }
+}
+
+void Extraction::stop(Code code, const std::string &message) {
+    m_outcome.add(code, message);
+    m_stopped = true;
+}
+
+} // namespace ziplib

@@ -1,0 +1,66 @@
+#include "ziplib/vl2uzip/fileSink.h"
+
+#include <algorithm>
+
+namespace ziplib {
+
+using platform::Status;
+
+namespace {
+
+// As much of the data as is looked at to tell text from other files.
+constexpr std::size_t looked = 64U << 10;
+constexpr std::size_t keptScratch = 512U << 10;
+
+} // namespace
+
+Status FileSink::start(const std::uint8_t *data, std::size_t size) {
+    m_started = true;
+    if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, looked)))) {
+        m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::Want::CrLf : LineEnds::Want::Lf);
+    }
+    return m_file.create(m_target.folder);
+}
+
+Status FileSink::write(const std::uint8_t *data, std::size_t size) {
+    if (!m_started) {
+        if (Status status = start(data, size); !status.ok()) {
+            return status;
+        }
+    }
+    if (!m_lineEnds) {
+        return m_file.write(data, size);
+    }
+    constexpr std::size_t piece = 128U << 10;
+    while (size > 0) {
+        const std::size_t now = std::min(size, piece);
+        std::uint8_t *out = m_scratch.reserve(std::min(LineEnds::room(piece), keptScratch));
+        const std::size_t length = m_lineEnds->convert(data, now, out);
+        if (Status status = m_file.write(out, length); !status.ok()) {
+            return status;
+        }
+        data += now;
+        size -= now;
+    }
+    return {};
+}
+
+Status FileSink::finish() {
+    if (!m_started) {
+        if (Status status = start(nullptr, 0); !status.ok()) {
+            return status;
+        }
+    }
+    if (m_lineEnds) {
+        std::uint8_t last = 0;
+        if (Status status = m_file.write(&last, m_lineEnds->finish(&last)); !status.ok()) {
+            return status;
+        }
+    }
+    // The content is what counts: a disk that keeps no times or attributes does not lose the file.
+    (void)m_file.setAttributes(m_target.attributes);
+    (void)m_file.setModified(m_target.modified);
+    return m_file.commit(m_target.name, m_target.replace);
+}
+
+} // namespace ziplib

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/storage.h"
+#include "ziplib/container/lineends.h"
+#include "ziplib/vl2uzip/entryReader.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace ziplib {
+
+// Writes an entry's data to a new file, which gets its name in finish() and is gone without it.
+class FileSink : public Sink {
+  public:
+    struct Target {
+        const platform::Folder &folder;
+        std::string name;
+        platform::NewFile::Replace replace = platform::NewFile::Replace::No;
+        std::int64_t modified = 0; // nanoseconds since 1970, UTC
+        std::uint8_t attributes = 0;
+        // Convert line ends where the data is text: what the archive says, or else its looks.
+        bool convert = false;
+        bool knownText = false;
+    };
+
+    FileSink(const Target &target, Buffer &scratch) : m_target(target), m_scratch(scratch) {}
+
+    platform::Status write(const std::uint8_t *data, std::size_t size) override;
+    platform::Status finish();
+
+  private:
+    platform::Status start(const std::uint8_t *data, std::size_t size);
+
+    const Target &m_target;
+    Buffer &m_scratch;
+    platform::NewFile m_file;
+    bool m_started = false;
+    std::optional<LineEnds> m_lineEnds;
+};
+
+} // namespace ziplib

@@ -1,0 +1,71 @@
+#include "ziplib/vl2uzip/folderTree.h"
+
+#include "ziplib/container/names.h"
+
+#include <utility>
+
+namespace ziplib {
+
+namespace {
+
+using platform::Failure;
+using platform::Status;
+
+// Well below the 64 handles that some systems allow a program.
+constexpr std::size_t mostOpen = 16;
+
+} // namespace
+
+FolderTree::FolderTree(platform::Folder root) : m_root(std::make_shared<OpenFolder>()) {
+    m_root->folder = std::move(root);
+    m_last = m_root;
+}
+
+Status FolderTree::get(std::string_view path, std::shared_ptr<OpenFolder> &folder) {
+    if (path == m_lastPath) {
+        folder = m_last;
+        return {};
+    }
+    if (path.empty()) {
+        folder = m_root;
+        return {};
+    }
+    const std::string key(path);
+    if (const auto found = m_open.find(key); found != m_open.end()) {
+        folder = found->second;
+    } else {
+        const std::size_t slash = path.rfind('/');
+        const std::string_view above =
+            slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+        std::shared_ptr<OpenFolder> parent;
+        if (Status status = get(above, parent); !status.ok()) {
+            return status;
+        }
+        const std::string name(lastComponent(path));
+        auto opened = std::make_shared<OpenFolder>();
+        Status made = parent->folder.makeFolder(name);
+        opened->made = made.ok();
+        if (!made.ok() && !made.is(Failure::Exists)) {
+            return made;
+        }
+        if (Status status = parent->folder.openFolder(name, opened->folder); !status.ok()) {
+            return status;
+        }
+        if (m_open.size() >= mostOpen) {
+            m_open.clear();
+        }
+        m_open.emplace(key, opened);
+        folder = std::move(opened);
+    }
+    m_lastPath = key;
+    m_last = folder;
+    return {};
+}
+
+void FolderTree::release() {
+    m_open.clear();
+    m_lastPath.clear();
+    m_last = m_root;
+}
+
+} // namespace ziplib

@@ -1,0 +1,61 @@
+#include "ziplib/vl2uzip/listing.h"
+
+#include "ziplib/container/codec.h"
+#include "ziplib/container/dostime.h"
+
+namespace ziplib {
+
+namespace {
+
+Caller::Listed describe(const Entry &entry) {
+    const DosTime time = dosTime(entry.date, entry.time);
+    Caller::Listed listed;
+    listed.size = entry.size;
+    listed.packedSize = entry.packedSize;
+    listed.month = time.month;
+    listed.day = time.day;
+    listed.year = time.year;
+    listed.hour = time.hour;
+    listed.minute = time.minute;
+    listed.method = methodName(entry.method);
+    listed.crc = entry.crc;
+    listed.encrypted = entry.isEncrypted();
+    return listed;
+}
+
+} // namespace
+
+void listEntries(const Directory &directory, NameFilter &filter, Caller &caller, Outcome &outcome) {
+    std::uint64_t size = 0;
+    std::uint64_t packedSize = 0;
+    std::uint64_t count = 0;
+    for (const Entry &entry : directory.entries()) {
+        const std::string path = directory.path(entry);
+        if (filter.accepts(path)) {
+            caller.list(path, describe(entry));
+            size += entry.size;
+            packedSize += entry.packedSize;
+            ++count;
+        }
+        caller.tick();
+    }
+    caller.setTotals(size, packedSize, count, directory.archiveComment().size());
+    reportUnmatched(filter, count > 0, caller, outcome);
+}
+
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, Outcome &outcome) {
+    if (!filter.isSelective()) {
+        return;
+    }
+    for (const std::string &name : filter.unmatched()) {
+        const std::string message = name + " is not in the archive";
+        caller.warn(message);
+        outcome.add(Code::Warnings, message);
+    }
+    if (!anyMatched) {
+        outcome = Outcome();
+        outcome.add(Code::NothingMatched, "none of the names is in the archive");
+    }
+}
+
+} // namespace ziplib

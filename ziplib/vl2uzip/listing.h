@@ -1,0 +1,16 @@
+#pragma once
+
+#include "ziplib/container/directory.h"
+#include "ziplib/vl2uzip/caller.h"
+#include "ziplib/vl2uzip/nameFilter.h"
+#include "ziplib/vl2uzip/outcome.h"
+
+namespace ziplib {
+
+// Tells the caller every entry that the filter accepts, in stored order, folders included.
+void listEntries(const Directory &directory, NameFilter &filter, Caller &caller, Outcome &outcome);
+
+// Says which of the given names fitted nothing, and whether any did.
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, Outcome &outcome);
+
+} // namespace ziplib

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "ziplib/container/crypt.h"
+#include "ziplib/vl2uzip/caller.h"
+#include "ziplib/vl2uzip/entryReader.h"
+
+#include <optional>
+#include <string>
+
+namespace ziplib {
+
+// Gets passwords from the caller. The last good one is tried first, in silence.
+class Passwords {
+  public:
+    // Times that one entry's password is asked for.
+    static constexpr int mostTries = 3;
+
+    Passwords(const Source &source, Caller &caller) : m_source(source), m_caller(caller) {}
+
+    // True where the one at hand fits the entry, so that nobody need be asked.
+    bool known(std::size_t index, std::optional<Cipher> &cipher);
+    // Asks until one fits, the caller declines (Password) or `tries` reaches its limit (Password).
+    platform::Status ask(std::size_t index, const std::string &path, int &tries,
+                         std::optional<Cipher> &cipher);
+
+  private:
+    const Source &m_source;
+    Caller &m_caller;
+    std::string m_password;
+    bool m_have = false;
+};
+
+} // namespace ziplib

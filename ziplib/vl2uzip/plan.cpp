@@ -1,0 +1,131 @@
+#include "ziplib/vl2uzip/plan.h"
+
+#include "platform/storage.h"
+#include "ziplib/container/names.h"
+#include "ziplib/container/utf8.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace ziplib {
+
+namespace {
+
+constexpr std::uint64_t hashStart = 0xCBF29CE484222325ULL;
+
+std::uint64_t hashStep(std::uint64_t hash, char c) {
+    return (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3ULL;
+}
+
+// Paths are compared by 64-bit hashes, which keeps half a million of them small. Whoever builds
+// two paths of one hash only loses an entry of his own archive.
+class Paths {
+  public:
+    // Notes a target and all folders above it.
+    void add(std::string_view path, std::size_t item) {
+        if (m_ignoreCase) {
+            m_folded = foldCase(path);
+            path = m_folded;
+        }
+        std::uint64_t hash = hashStart;
+        for (std::size_t i = 0; i < path.size(); ++i) {
+            if (path[i] == '/' && hash != m_lastFolder) {
+                m_folders.insert(hash);
+            }
+            if (path[i] == '/') {
+                m_lastFolder = hash;
+                if (i + 1 == path.size()) {
+                    return; // a folder itself
+                }
+            }
+            hash = hashStep(hash, path[i]);
+        }
+        m_files.push_back({hash, item});
+    }
+
+    // Marks the files that another one of the same path follows, and those that stand where a
+    // folder has to be.
+    void settle(std::vector<PlanItem> &items) {
+        std::sort(m_files.begin(), m_files.end(), [](const Target &a, const Target &b) {
+            return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
+        });
+        for (std::size_t i = 0; i < m_files.size(); ++i) {
+            PlanItem &item = items[m_files[i].item];
+            if (m_folders.count(m_files[i].hash) != 0) {
+                item.action = PlanItem::Action::Blocked;
+            } else if (i + 1 < m_files.size() && m_files[i + 1].hash == m_files[i].hash) {
+                item.action = PlanItem::Action::Superseded;
+            }
+        }
+    }
+
+  private:
+    struct Target {
+        std::uint64_t hash;
+        std::size_t item;
+    };
+
+    const bool m_ignoreCase = platform::namesIgnoreCase();
+    std::string m_folded;
+    std::uint64_t m_lastFolder = 0;
+    std::unordered_set<std::uint64_t> m_folders;
+    std::vector<Target> m_files;
+};
+
+PlanItem::Action decide(const Directory &directory, const Entry &entry, const std::string &path,
+                        const std::string &target) {
+    if (directory.isSpecial(entry)) {
+        return PlanItem::Action::Special;
+    }
+    if (unsafeReason(path) != nullptr || (!target.empty() && unsafeReason(target) != nullptr)) {
+        return PlanItem::Action::Unsafe;
+    }
+    return directory.isFolder(entry) ? PlanItem::Action::Folder : PlanItem::Action::File;
+}
+
+} // namespace
+
+std::string targetPath(const std::string &path, const Request &request) {
+    std::string target = request.makeFolders ? path : std::string(lastComponent(path));
+    if (request.blanksToUnderscores) {
+        std::replace(target.begin(), target.end(), ' ', '_');
+    }
+    return target;
+}
+
+Plan makePlan(const Directory &directory, const Request &request, NameFilter &filter,
+              const platform::KeepGoing &keepGoing) {
+    Plan plan;
+    Paths paths;
+    const std::vector<Entry> &entries = directory.entries();
+    for (std::size_t i = 0; i < entries.size() && keepGoing(); ++i) {
+        const std::string path = directory.path(entries[i]);
+        if (!filter.accepts(path)) {
+            continue;
+        }
+        PlanItem item{static_cast<std::uint32_t>(i), PlanItem::Action::File};
+        if (request.work == Request::Work::Extract) {
+            const std::string target = targetPath(path, request);
+            item.action = decide(directory, entries[i], path, target);
+            if ((item.action == PlanItem::Action::File ||
+                 item.action == PlanItem::Action::Folder) &&
+                !target.empty()) {
+                paths.add(target, plan.items.size());
+            }
+        } else if (directory.isFolder(entries[i])) {
+            item.action = PlanItem::Action::Folder;
+        }
+        plan.items.push_back(item);
+    }
+    paths.settle(plan.items);
+    for (const PlanItem &item : plan.items) {
+        if (item.action == PlanItem::Action::File) {
+            const Entry &entry = entries[item.index];
+            plan.size += std::min(entry.size, UINT64_MAX - plan.size);
+            plan.packedSize += std::min(entry.packedSize, UINT64_MAX - plan.packedSize);
+        }
+    }
+    return plan;
+}
+
+} // namespace ziplib

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ziplib/container/directory.h"
+#include "ziplib/vl2uzip/nameFilter.h"
+#include "ziplib/vl2uzip/request.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ziplib {
+
+// What is to be done with one entry, decided before anything is written and from the archive
+// alone, so that it does not depend on which worker comes first.
+struct PlanItem {
+    enum class Action : std::uint8_t {
+        File,
+        Folder,
+        Special,    // a link or a device: never made
+        Unsafe,     // its name may not be written
+        Superseded, // a later entry has the same path
+        Blocked     // others need a folder of its name
+    };
+
+    std::uint32_t index = 0; // of the entry
+    Action action = Action::File;
+};
+
+struct Plan {
+    std::vector<PlanItem> items; // in stored order
+    std::uint64_t size = 0;      // bytes that the files take
+    std::uint64_t packedSize = 0;
+};
+
+// The path below the target folder that an entry of this path goes to. Folders end in "/"; ""
+// where folders are not recreated and the entry is one.
+std::string targetPath(const std::string &path, const Request &request);
+
+// Plans every entry that the filter accepts.
+Plan makePlan(const Directory &directory, const Request &request, NameFilter &filter,
+              const platform::KeepGoing &keepGoing);
+
+} // namespace ziplib

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "ziplib/vl2uzip.h"
+
+#include <string>
+#include <vector>
+
+namespace ziplib {
+
+// What one call is asked to do, taken over from its records.
+struct Request {
+    enum class Work { List, Test, Extract };
+
+    Work work = Work::Extract;
+    std::string archive; // narrow code page, as all here
+    std::string target;
+    std::vector<std::string> wanted;
+    std::vector<std::string> unwanted;
+    bool onlyNewer = false;
+    bool blanksToUnderscores = false;
+    bool ask = false;
+    bool replaceAll = false;
+    bool makeFolders = false;
+    bool convertLineEnds = false;
+    bool ignoreCase = false;
+};
+
+Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
+                    std::int32_t unwantedCount, char **unwanted);
+
+} // namespace ziplib

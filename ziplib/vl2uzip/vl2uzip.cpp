@@ -1,0 +1,118 @@
+#include "ziplib/vl2uzip.h"
+
+#include "platform/storage.h"
+#include "ziplib/container/codec.h"
+#include "ziplib/container/directory.h"
+#include "ziplib/vl2uzip/caller.h"
+#include "ziplib/vl2uzip/extraction.h"
+#include "ziplib/vl2uzip/listing.h"
+#include "ziplib/vl2uzip/nameFilter.h"
+#include "ziplib/vl2uzip/outcome.h"
+#include "ziplib/vl2uzip/plan.h"
+#include "ziplib/vl2uzip/request.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+
+namespace ziplib {
+
+namespace {
+
+using platform::Status;
+
+void fail(Code code, const std::string &message, Caller &caller, Outcome &outcome) {
+    caller.warn(message);
+    outcome.add(code, message);
+}
+
+void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
+             NameFilter &filter, Caller &caller, Outcome &outcome) {
+    const Plan plan = makePlan(directory, request, filter, [&caller] {
+        caller.tick();
+        return true;
+    });
+    caller.setTotals(plan.size, plan.packedSize, plan.items.size(),
+                     directory.archiveComment().size());
+    if (!plan.items.empty() || !filter.isSelective()) {
+        Extraction(file, directory, request, caller, outcome).run(plan);
+    }
+    reportUnmatched(filter, !plan.items.empty(), caller, outcome);
+}
+
+void work(const Request &request, Caller &caller, Outcome &outcome) {
+    platform::InputFile file;
+    if (Status status = file.open(request.archive); !status.ok()) {
+        fail(Code::NoArchive, status.message, caller, outcome);
+        return;
+    }
+    Directory directory;
+    const Status status = directory.read(file, [&caller] {
+        caller.tick();
+        return true;
+    });
+    if (!status.ok()) {
+        fail(codeOfArchive(status), status.message, caller, outcome);
+        return;
+    }
+    if (!directory.damage().ok()) {
+        fail(codeOfEntry(directory.damage()), directory.damage().message, caller, outcome);
+    }
+    if (directory.trailing() != 0) {
+        fail(Code::Warnings, request.archive + " holds more after its end", caller, outcome);
+    }
+    NameFilter filter(request.wanted, request.unwanted, request.ignoreCase);
+    if (request.work == Request::Work::List) {
+        listEntries(directory, filter, caller, outcome);
+    } else {
+        extract(file, directory, request, filter, caller, outcome);
+    }
+}
+
+// Copies a text into a field of fixed size, its NUL included.
+template<std::size_t Size>
+void fill(char (&field)[Size], const char *text) {
+    const std::size_t length = std::min(std::strlen(text), Size - 1);
+    std::memcpy(field, text, length);
+    std::memset(field + length, 0, Size - length);
+}
+
+} // namespace
+
+} // namespace ziplib
+
+extern "C" {
+
+int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv, DCL *lpDCL,
+                             USERFUNCTIONS *lpUserFunctions) {
+    using ziplib::Code;
+    if (lpDCL == nullptr || lpUserFunctions == nullptr) {
+        return static_cast<int32_t>(Code::Severe);
+    }
+    ziplib::Outcome outcome;
+    try {
+        ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
+        ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, outcome);
+        caller.warnLast(outcome.message());
+        return static_cast<int32_t>(outcome.code());
+    } catch (const std::exception &) {
+        // Memory has run out; what was written before is whole.
+        return static_cast<int32_t>(Code::Severe);
+    }
+}
+
+void UzpVersion2(UzpVer2 *lpVersion) {
+    if (lpVersion == nullptr || lpVersion->structlen < sizeof(UzpVer2)) {
+        return;
+    }
+    const UzpVersionGroup version = {VL2_VERSION_MAJOR, VL2_VERSION_MINOR, VL2_VERSION_PATCH, 0};
+    lpVersion->flag = 0;
+    ziplib::fill(lpVersion->betalevel, "");
+    ziplib::fill(lpVersion->date, "");
+    ziplib::fill(lpVersion->zlib_version, ziplib::streamLibraryVersion());
+    lpVersion->unzip = version;
+    lpVersion->zipinfo = version;
+    lpVersion->os2dll = version;
+    lpVersion->windll = version;
+}
+}
