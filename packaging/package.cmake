@@ -4,9 +4,10 @@ set(CPACK_PACKAGE_VENDOR "The Orvel developers")
 set(CPACK_PACKAGE_CONTACT "The Orvel developers <developers@orvel.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "editor for the content archives of the game Tribes 2")
 set(CPACK_PACKAGE_DESCRIPTION
-  "Orvel opens the archives in which the game Tribes 2 keeps its scripts, missions, textures and\n\
-sounds, and lets you change what is in them with your own programs. A game that is installed\n\
-under Wine is found by itself. An archive is never half written.")
+  "Orvel opens the archives in which the game Tribes 2 keeps its scripts,\n\
+missions, textures and sounds, and lets you change what is in them with your\n\
+own programs. A game that is installed under Wine is found by itself. An\n\
+archive is never half written.")
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)

@@ -134,8 +134,10 @@ class Job:
         return expected.read_bytes()
 
     def gone(self, shown):
+        """Waits until the work folder holds no file; a folder without editable files may stay."""
         folder = self.work_folder(shown)
-        self.screen.wait(f"the end of {folder}", lambda: not folder.exists())
+        left = lambda: [path for path in folder.rglob("*") if not path.is_dir()]  # noqa: E731
+        self.screen.wait(f"the end of the files in {folder}", lambda: not left())
         self.screen.settle()
 
     def save(self, shown, archive):

@@ -1,6 +1,6 @@
 """The tour: the whole job in the real windows, a picture of each step, and what the archive holds.
 
-usage: tour.py PROGRAMS PICTURES [--scale N] [--keep-sandbox FOLDER]
+usage: tour.py PROGRAMS PICTURES [--scale N] [--sandbox FOLDER]
   PROGRAMS  the folder that holds orvel and orvel-reg
   PICTURES  the folder for the pictures
 """
@@ -12,7 +12,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
 from job import Job  # noqa: E402
-from sandbox import Sandbox  # noqa: E402
+from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Missed, Screen  # noqa: E402
 
 SHOWN, FILE = "My Map_pack", "My Map_pack.vl2"
@@ -54,6 +54,7 @@ def whole_job(screen, sandbox, scale):
         job.see_no_game_message()
         base = sandbox.install_game()
         sandbox.use_stand_in_editor()
+        sandbox.set(OWN_KEY, "tempdir", sandbox.folder / "work")
         job.see_splash()
         found = save_changes(job, base / FILE)
         found += throw_away(job, base / FILE)

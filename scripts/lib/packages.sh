@@ -10,7 +10,7 @@ packages_of() {
             xdg-utils strace
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core ;;
-    package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils file ;;
+    package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     fuzz) echo clang llvm ;;
