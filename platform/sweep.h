@@ -19,7 +19,8 @@ class Sweep {
 
     // Clears read-only, hidden, system and archive of one file.
     bool clearAttributes(const QString &file);
-    // Deletes one file (never a folder).
+    // Deletes one file (never a folder), a read-only or hidden one too: its attributes need not be
+    // cleared first.
     bool deleteFile(const QString &file);
     // Deletes every file directly in a folder ("" is the work folder itself); hidden and system
     // files stay. True where none was left.

@@ -29,6 +29,14 @@ unsigned littleEndian(const QByteArray &bytes, qsizetype at, qsizetype count) {
     return value;
 }
 
+using ReadAttribute = ssize_t (*)(const char *, const char *, void *, std::size_t);
+
+int readBits(ReadAttribute read, const char *path) {
+    std::array<char, 256> value; // NOLINT(*-member-init): the call below fills it
+    const ssize_t size = read(path, kAttributeName, value.data(), value.size());
+    return size > 0 ? parseStoredBits(QByteArray(value.data(), size)) : 0;
+}
+
 int storeBits(const char *path, int bits) {
     int result = 0;
     if (bits == 0) {
@@ -55,9 +63,15 @@ int parseStoredBits(const QByteArray &value) {
 }
 
 int storedBits(const char *path) {
-    std::array<char, 256> value; // NOLINT(*-member-init): the call below fills it
-    const ssize_t size = ::getxattr(path, kAttributeName, value.data(), value.size());
-    return size > 0 ? parseStoredBits(QByteArray(value.data(), size)) : 0;
+    return readBits(::getxattr, path);
+}
+
+int storedBitsOfEntry(const char *path) {
+    return readBits(::lgetxattr, path);
+}
+
+bool dropStoredBits(const char *path) {
+    return ::lremovexattr(path, kAttributeName) == 0 || errno == ENODATA || errno == ENOTSUP;
 }
 
 int attributeBits(const char *path, const struct stat &info) {

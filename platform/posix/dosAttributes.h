@@ -11,6 +11,12 @@ namespace platform {
 // Hidden, system and archive bits of what the path leads to; 0 where nothing is kept.
 int storedBits(const char *path);
 
+// The same of an entry itself: a link, which can hold none, is not followed.
+int storedBitsOfEntry(const char *path);
+
+// Removes the bits kept for an entry, links not followed. True where none is left.
+bool dropStoredBits(const char *path);
+
 // The bits that an extended attribute's value stands for: "0x22" as text, or Samba's record.
 int parseStoredBits(const QByteArray &value);
 

@@ -3,10 +3,12 @@ target_sources(orvel_platform PRIVATE
   posix/dosAttributes.cpp posix/dosAttributes.h
   posix/environment.cpp posix/environment.h
   posix/files.cpp
+  posix/folderCache.cpp posix/folderCache.h
   posix/folders.cpp
   posix/library.cpp
   posix/names.cpp posix/names.h
-  posix/paths.cpp posix/paths.h)
+  posix/paths.cpp posix/paths.h
+  posix/sweep.cpp)
 
 # Where the package's data and private libraries lie, seen from its programs: an installation can
 # be moved as a whole.

@@ -1,7 +1,7 @@
 if(ORVEL_SYSTEM STREQUAL posix)
   orvel_test(files_test
     SOURCES copyFileTest.cpp dosAttributesTest.cpp filesTest.cpp namesTest.cpp
-            pathsTest.cpp
+            pathsTest.cpp sweepTest.cpp
     LIBRARIES orvel_platform)
   add_subdirectory(library)
   add_subdirectory(probe)
