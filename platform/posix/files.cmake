@@ -18,3 +18,7 @@ set_property(SOURCE posix/folders.cpp APPEND PROPERTY
   COMPILE_DEFINITIONS ORVEL_DATA_FROM_BIN="${data}")
 set_property(SOURCE posix/library.cpp APPEND PROPERTY
   COMPILE_DEFINITIONS ORVEL_LIBRARIES_FROM_BIN="${libraries}")
+
+# The Windows folder of the build tree lies beside the programs.
+configure_file(posix/windows/NOTEPAD.EXE
+  ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/windows/NOTEPAD.EXE COPYONLY)
