@@ -59,6 +59,8 @@ class InputFile {
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
     // What is known of the file as it is now.
     Status info(FileInfo &info) const;
+    // Hidden, system and archive as recorded for the file, and read-only.
+    Status attributes(std::uint8_t &attributes) const;
     // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
     // `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
     Status lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing = {});
@@ -151,6 +153,10 @@ class NewFile {
     Status copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                     const KeepGoing &keepGoing = {});
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
+    // Drops what lies behind `size` bytes.
+    Status truncate(std::uint64_t size);
+    // Opens what has been written so far to be read.
+    Status openWritten(InputFile &file) const;
     std::uint64_t size() const { return m_size; }
     // Nanoseconds since 1970, UTC.
     Status setModified(std::int64_t modified);

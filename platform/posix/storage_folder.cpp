@@ -166,15 +166,7 @@ Status Folder::attributes(const std::string &name, std::uint8_t &attributes) con
     if (Status status = openFile(name, file); !status.ok()) {
         return status;
     }
-    FileInfo known;
-    if (Status status = file.info(known); !status.ok()) {
-        return status;
-    }
-    attributes = readDosBits(static_cast<int>(file.m_handle));
-    if (known.readOnly) {
-        attributes |= attributeReadOnly;
-    }
-    return {};
+    return file.attributes(attributes);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {

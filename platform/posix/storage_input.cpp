@@ -72,6 +72,18 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+Status InputFile::attributes(std::uint8_t &attributes) const {
+    FileInfo known;
+    if (Status status = info(known); !status.ok()) {
+        return status;
+    }
+    attributes = readDosBits(static_cast<int>(m_handle));
+    if (known.readOnly) {
+        attributes |= attributeReadOnly;
+    }
+    return {};
+}
+
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     const auto end = std::chrono::steady_clock::now() + wait;
     while (flock(static_cast<int>(m_handle), LOCK_EX | LOCK_NB) != 0) {

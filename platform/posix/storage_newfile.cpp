@@ -145,6 +145,21 @@ Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::
     return {};
 }
 
+Status NewFile::truncate(std::uint64_t size) {
+    if (ftruncate(static_cast<int>(m_handle), static_cast<off_t>(size)) != 0) {
+        return errnoStatus(errno, "cannot write in", m_folder->path());
+    }
+    m_size = size;
+    return {};
+}
+
+Status NewFile::openWritten(InputFile &file) const {
+    file.close();
+    file.m_handle = fcntl(static_cast<int>(m_handle), F_DUPFD_CLOEXEC, 0);
+    file.m_path = m_folder->pathOf(m_temporary);
+    return file.isOpen() ? Status() : errnoStatus(errno, "cannot read back in", m_folder->path());
+}
+
 Status NewFile::setModified(std::int64_t modified) {
     std::int64_t seconds = modified / 1'000'000'000;
     std::int64_t rest = modified % 1'000'000'000;

@@ -1,0 +1,42 @@
+#include "ziplib/vl2zip/commit.h"
+
+#include "ziplib/vl2zip/failures.h"
+
+namespace ziplib {
+
+Outcome readDirectory(const Target &target, Report &report, Directory &directory) {
+    if (!target.exists()) {
+        return {};
+    }
+    const auto keepGoing = [&] {
+        report.idle();
+        return true;
+    };
+    if (auto read = failure(directory.read(target.old(), keepGoing), Code::CannotOpen);
+        !read.ok()) {
+        return read;
+    }
+    return failure(directory.damage(), Code::Damaged);
+}
+
+Outcome commit(Target &target, Report &report, const std::function<Outcome(bool &again)> &last,
+               bool &again) {
+    const auto idle = [&] { report.idle(); };
+    if (auto synced = target.sync(idle); !synced.ok()) {
+        return synced;
+    }
+    if (auto checked = last(again); !checked.ok() || again) {
+        return checked;
+    }
+    if (!target.undisturbed()) {
+        again = true;
+        return {};
+    }
+    auto replaced = target.replace(again);
+    if (again) {
+        return {};
+    }
+    return replaced.ok() ? target.syncFolder(idle) : replaced;
+}
+
+} // namespace ziplib

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "ziplib/container/directory.h"
+#include "ziplib/vl2zip/options.h"
+#include "ziplib/vl2zip/scan.h"
+#include "ziplib/vl2zip/task.h"
+
+namespace ziplib {
+
+// Where an entry's file is read and its stored data, to find out whether they are the same.
+struct Examination {
+    const PackOptions &options;
+    const platform::InputFile &archive;
+    const Directory &directory;
+};
+
+LineEnds lineEndsOf(const PackOptions &options);
+
+// Decides a task's verdict where that takes a look at the file: whether it is hidden, and whether
+// its entry holds these very bytes. Size and CRC must agree for that, and where the times differ
+// the bytes themselves. Leaves in `file` which version was seen. To be called from several threads.
+void examine(const Examination &examination, FoundFile &file, Task &task);
+
+} // namespace ziplib

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ziplib {
+
+// What one call is asked to do, in this library's own terms.
+struct PackOptions {
+    std::string archive; // path of the archive
+    std::string root;    // folder that the patterns are relative to; "" the current one
+    std::vector<std::string> patterns; // names or patterns, "/" between folders
+    bool recurse = false;              // match the patterns in every folder below the root
+    bool junkFolders = false;          // store names without their folders
+    bool folderEntries = false;        // add an entry for each folder
+    bool hiddenToo = false;            // take hidden and system files
+    bool encrypt = false;              // encrypt what is added
+    bool newerOnly = false;            // replace an entry only where the file is newer
+    bool addNew = true;                // add files that the archive does not hold
+    bool crlfToLf = false;             // line ends of text files
+    bool lfToCrlf = false;
+    bool remove = false; // delete the matching entries instead
+    bool verbose = false;
+    bool quiet = false;
+};
+
+} // namespace ziplib

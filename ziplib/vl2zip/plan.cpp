@@ -1,0 +1,178 @@
+#include "ziplib/vl2zip/plan.h"
+
+#include "ziplib/container/dostime.h"
+#include "ziplib/container/names.h"
+#include "ziplib/container/utf8.h"
+#include "ziplib/vl2zip/selection.h"
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace ziplib {
+
+namespace {
+
+// The longest name that the game's own reader takes.
+constexpr std::size_t kLongestName = 209;
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+class Matcher {
+  public:
+    Matcher(const Directory &directory, const std::vector<std::string> &filePaths);
+
+    std::size_t entryFor(const std::string &path);
+
+  private:
+    struct Fold {
+        std::size_t entries = 0; // with different paths
+        std::size_t entry = kNoEntry;
+        std::size_t files = 0;
+    };
+    void makeFolds();
+
+    const std::vector<std::string> &m_filePaths;
+    std::unordered_map<std::string, std::size_t> m_exact;
+    std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
+};
+
+Matcher::Matcher(const Directory &directory, const std::vector<std::string> &filePaths)
+    : m_filePaths(filePaths) {
+    const auto &entries = directory.entries();
+    m_exact.reserve(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        m_exact[directory.path(entries[i])] = i;
+    }
+}
+
+void Matcher::makeFolds() {
+    m_folds.emplace();
+    m_folds->reserve(m_exact.size());
+    for (const auto &[path, entry] : m_exact) {
+        Fold &fold = (*m_folds)[foldCase(path)];
+        ++fold.entries;
+        fold.entry = entry;
+    }
+    for (const auto &path : m_filePaths) {
+        if (const auto found = m_folds->find(foldCase(path)); found != m_folds->end()) {
+            ++found->second.files;
+        }
+    }
+}
+
+std::size_t Matcher::entryFor(const std::string &path) {
+    if (const auto found = m_exact.find(path); found != m_exact.end()) {
+        return found->second;
+    }
+    if (m_exact.empty()) {
+        return kNoEntry;
+    }
+    if (!m_folds) {
+        makeFolds();
+    }
+    const auto found = m_folds->find(foldCase(path));
+    const bool only =
+        found != m_folds->end() && found->second.entries == 1 && found->second.files == 1;
+    return only ? found->second.entry : kNoEntry;
+}
+
+Outcome refuse(const std::string &path, const std::string &reason) {
+    return {Code::CannotOpen, path + ": cannot be packed under this name: " + reason};
+}
+
+// A name that is new in the archive must be one that comes out again as it went in.
+Outcome checkNewName(const std::string &path) {
+    if (path.find('\\') != std::string::npos) {
+        return refuse(path, "it holds a backslash, which archives read as a folder's end");
+    }
+    if (!isUtf8(path)) {
+        return refuse(path, "it is not valid text");
+    }
+    if (const char *reason = unsafeReason(path)) {
+        return refuse(path, reason);
+    }
+    if (path.size() > kLongestName) {
+        return refuse(path, "it is longer than the " + std::to_string(kLongestName) +
+                                " bytes that the game can read");
+    }
+    return {};
+}
+
+bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modified) {
+    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (toDosFields(modified) == fields) {
+        return true;
+    }
+    const std::int64_t stored = directory.modified(entry);
+    return stored == modified || (stored % kSecond == 0 && stored / kSecond == modified / kSecond);
+}
+
+void judgeTimes(const PackOptions &options, const Directory &directory, std::int64_t modified,
+                Task &task) {
+    const Entry &entry = directory.entries()[task.entry];
+    task.timeTells = sameTime(directory, entry, modified);
+    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (options.newerOnly && (task.timeTells || toDosFields(modified) <= fields)) {
+        task.verdict = Task::Verdict::NotNewer;
+    }
+}
+
+} // namespace
+
+Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
+                  const platform::FileInfo *archive, const Directory &directory,
+                  std::vector<Task> &tasks) {
+    const auto storedPath = [&](const std::string &path) {
+        return options.junkFolders ? std::string(lastComponent(path)) : path;
+    };
+    std::vector<std::string> paths;
+    paths.reserve(scan.files.size());
+    for (const auto &file : scan.files) {
+        paths.push_back(storedPath(file.path));
+    }
+    Matcher matcher(directory, paths);
+    std::unordered_set<std::string> seen;
+    for (std::size_t i = 0; i < scan.files.size(); ++i) {
+        const FoundFile &file = scan.files[i];
+        // The archive itself may lie in the folder.
+        if ((archive != nullptr && platform::sameFile(file.info, *archive)) ||
+            !selection.wantsFile(file.path)) {
+            continue;
+        }
+        Task task;
+        task.file = i;
+        task.path = paths[i];
+        task.entry = matcher.entryFor(task.path);
+        if (options.junkFolders && !seen.insert(task.path).second) {
+            return refuse(file.path, "without its folder another file has the same name");
+        }
+        if (task.entry != kNoEntry) {
+            judgeTimes(options, directory, file.info.modified, task);
+        } else if (!options.addNew) {
+            continue;
+        } else if (auto checked = checkNewName(task.path); !checked.ok()) {
+            return checked;
+        }
+        tasks.push_back(std::move(task));
+    }
+    if (!options.folderEntries || options.junkFolders || !options.addNew) {
+        return {};
+    }
+    for (std::size_t i = 0; i < scan.folders.size(); ++i) {
+        Task task;
+        task.file = i;
+        task.folder = true;
+        task.path = scan.folders[i].path + '/';
+        if (matcher.entryFor(task.path) != kNoEntry) {
+            continue;
+        }
+        if (auto checked = checkNewName(task.path); !checked.ok()) {
+            return checked;
+        }
+        tasks.push_back(std::move(task));
+    }
+    return {};
+}
+
+} // namespace ziplib

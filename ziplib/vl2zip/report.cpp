@@ -1,0 +1,98 @@
+#include "ziplib/vl2zip/report.h"
+
+#include <array>
+
+namespace ziplib {
+
+namespace {
+
+// Half of what callers are promised, so that one late call is still in time.
+constexpr std::chrono::milliseconds kIdlePeriod{25};
+
+} // namespace
+
+Report::Report(const ZIPUSERFUNCTIONS &callbacks, bool verbose, bool quiet)
+    : m_callbacks(callbacks), m_verbose(verbose), m_quiet(quiet),
+      m_lastCall(std::chrono::steady_clock::now()) {}
+
+void Report::print(const std::string &text) {
+    m_last = text;
+    m_lastCall = std::chrono::steady_clock::now();
+    if (m_callbacks.print != nullptr) {
+        std::string copy = text; // the callback may write into what it gets
+        m_callbacks.print(copy.data(), static_cast<std::uint32_t>(copy.size()));
+    }
+}
+
+void Report::say(const std::string &text) {
+    if (!m_quiet) {
+        print(text);
+    }
+}
+
+void Report::detail(const std::string &text) {
+    if (m_verbose) {
+        print(text);
+    }
+}
+
+void Report::warn(const std::string &text) {
+    m_warning = text;
+    print(text);
+}
+
+std::int32_t Report::end(const Outcome &outcome) {
+    if (!outcome.ok()) {
+        print(outcome.text());
+        return static_cast<std::int32_t>(outcome.code());
+    }
+    if (warned()) {
+        if (m_last != m_warning) {
+            print(m_warning);
+        }
+        return static_cast<std::int32_t>(Code::Warnings);
+    }
+    return static_cast<std::int32_t>(Code::Done);
+}
+
+void Report::idle() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_lastCall < kIdlePeriod) {
+        return;
+    }
+    m_lastCall = now;
+    if (m_callbacks.print != nullptr) {
+        char nothing = '\0';
+        m_callbacks.print(&nothing, 0);
+    }
+}
+
+bool Report::done(const std::string &name) {
+    idle();
+    if (m_callbacks.ServiceApplication == nullptr) {
+        return true;
+    }
+    std::string copy = name;
+    return m_callbacks.ServiceApplication(copy.data(),
+                                          static_cast<std::uint32_t>(copy.size() + 1)) == 0;
+}
+
+std::optional<std::string> Report::password(const std::string &name) {
+    if (m_callbacks.password == nullptr) {
+        return std::nullopt;
+    }
+    std::array<char, 256> buffer{};
+    std::string prompt = "Enter password: ";
+    std::string copy = name;
+    const auto answer = m_callbacks.password(
+        buffer.data(), static_cast<std::int32_t>(buffer.size()), prompt.data(), copy.data());
+    buffer.back() = '\0';
+    std::string password(buffer.data());
+    buffer.fill('\0');
+    if (answer != 0 || password.empty()) {
+        return std::nullopt;
+    }
+    return password;
+}
+
+} // namespace ziplib

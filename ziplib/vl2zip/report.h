@@ -1,0 +1,46 @@
+#pragma once
+
+#include "ziplib/vl2zip.h"
+#include "ziplib/vl2zip/outcome.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace ziplib {
+
+// What a call tells its caller while it works. Used on the caller's thread only.
+class Report {
+  public:
+    Report(const ZIPUSERFUNCTIONS &callbacks, bool verbose, bool quiet);
+
+    // One line about a file; left out where fewer messages are asked for.
+    void say(const std::string &text);
+    // A line for those who asked for more messages.
+    void detail(const std::string &text);
+    // Something was left out. The last warning is said again at the end of the call, so that it is
+    // the text that remains.
+    void warn(const std::string &text);
+    bool warned() const { return !m_warning.empty(); }
+    // The call ends with this: its text is the last one printed. Returns its code.
+    std::int32_t end(const Outcome &outcome);
+
+    // To be called often: lets the caller paint, at least every 50 ms.
+    void idle();
+    // Reports a file as done; false where the caller wants to stop.
+    bool done(const std::string &name);
+    // Asks for the password of an entry; empty where it is declined.
+    std::optional<std::string> password(const std::string &name);
+
+  private:
+    void print(const std::string &text);
+
+    ZIPUSERFUNCTIONS m_callbacks;
+    bool m_verbose;
+    bool m_quiet;
+    std::string m_warning;
+    std::string m_last;
+    std::chrono::steady_clock::time_point m_lastCall;
+};
+
+} // namespace ziplib

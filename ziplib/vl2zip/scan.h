@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/storage.h"
+#include "ziplib/vl2zip/outcome.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// What lies in the folder that is packed.
+namespace ziplib {
+
+struct FoundFile {
+    std::string path; // below the root, UTF-8, "/" between folders
+    platform::FileInfo info;
+};
+
+struct Scan {
+    std::vector<FoundFile> files;         // sorted by path; links to files among them
+    std::vector<FoundFile> folders;       // sorted by path
+    std::vector<std::string> leftOut;     // what cannot be packed, a line for each
+    std::vector<std::string> temporaries; // what a killed extraction left
+
+    // True where every file is still the same version of itself.
+    bool sameAs(const Scan &later) const;
+};
+
+// Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files
+// count as files; links to folders are not entered; pipes and devices are not opened. Fails where
+// any folder cannot be read. `idle` is called often.
+Outcome scanFolder(const std::string &root, bool recurse, const std::function<void()> &idle,
+                   Scan &scan);
+
+// The system's path of a file of the folder.
+std::string pathInRoot(const std::string &root, const std::string &path);
+
+// True where both are the same version of the same file.
+bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);
+
+} // namespace ziplib

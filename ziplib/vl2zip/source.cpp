@@ -1,0 +1,115 @@
+#include "ziplib/vl2zip/source.h"
+
+#include "ziplib/vl2zip/failures.h"
+#include "ziplib/vl2zip/scan.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace ziplib {
+
+namespace {
+
+// Longer than the steps in which a file system counts time: two writes within one step would leave
+// the same time behind.
+constexpr std::int64_t kTimeStep = 20'000'000;
+// How much of a file decides whether it is text.
+constexpr std::size_t kTextSample = 64U << 10U;
+
+std::int64_t now() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+} // namespace
+
+SourceFile::SourceFile(std::string path, std::string name, LineEnds lineEnds)
+    : m_path(std::move(path)), m_name(std::move(name)), m_wanted(lineEnds), m_converter(lineEnds) {}
+
+Outcome SourceFile::open() {
+    constexpr int kTries = 50;
+    if (const auto opened = m_file.open(m_path); !opened.ok()) {
+        return failure(opened, Code::CannotOpen);
+    }
+    for (int i = 0; i < kTries; ++i) {
+        if (const auto known = m_file.info(m_version); !known.ok()) {
+            return failure(known, Code::CannotOpen);
+        }
+        const std::int64_t age = now() - m_version.changed;
+        if (age < 0 || age >= kTimeStep) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::nanoseconds(kTimeStep - age));
+    }
+    m_lineEnds = LineEnds::Keep;
+    if (m_wanted == LineEnds::Keep) {
+        rewind();
+        return {};
+    }
+    m_raw.resize(kTextSample);
+    std::size_t got = 0;
+    if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok()) {
+        return failure(read, Code::CannotOpen);
+    }
+    if (looksLikeText(m_raw.data(), got)) {
+        m_lineEnds = m_wanted;
+    }
+    rewind();
+    return {};
+}
+
+void SourceFile::rewind() {
+    m_position = 0;
+    m_ended = false;
+    m_converter = LineEndConverter(m_lineEnds);
+}
+
+bool SourceFile::settled() const {
+    platform::FileInfo current;
+    return m_file.info(current).ok() && sameVersion(current, m_version) &&
+           m_position == m_version.size;
+}
+
+std::uint8_t SourceFile::attributes() const {
+    std::uint8_t attributes = 0;
+    // A file whose attributes cannot be told has none.
+    static_cast<void>(m_file.attributes(attributes));
+    return attributes;
+}
+
+Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
+    // Never more than there was when it was opened: one that grows has another version then.
+    const std::uint64_t left = m_version.size - std::min(m_version.size, m_position);
+    out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left)));
+    std::size_t got = 0;
+    if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok()) {
+        return failure(read, Code::CannotOpen);
+    }
+    m_position += got;
+    out.resize(got);
+    return {};
+}
+
+Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
+    out.clear();
+    while (out.empty() && !m_ended) {
+        if (auto read = readRaw(wanted, m_raw); !read.ok()) {
+            return read;
+        }
+        if (m_raw.empty()) {
+            m_ended = true;
+            m_converter.finish(out);
+        } else {
+            m_converter.convert(m_raw.data(), m_raw.size(), out);
+        }
+    }
+    return {};
+}
+
+Outcome SourceFile::read(std::size_t wanted, Bytes &out) {
+    return converts() ? readConverted(wanted, out) : readRaw(wanted, out);
+}
+
+} // namespace ziplib

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "platform/storage.h"
+#include "ziplib/vl2zip/lineends.h"
+#include "ziplib/vl2zip/outcome.h"
+
+#include <string>
+
+namespace ziplib {
+
+// One file of the folder, read as the bytes that the archive is to hold: whole in one version, with
+// its line ends converted where that is asked for.
+class SourceFile {
+  public:
+    // `path` is the system's, `name` the one for messages.
+    SourceFile(std::string path, std::string name, LineEnds lineEnds);
+
+    // Opens it and notes which version of it this is. Of a file written to just now the note is
+    // taken a moment later, so that every further write is sure to tell.
+    Outcome open();
+    const platform::FileInfo &version() const { return m_version; }
+    const std::string &name() const { return m_name; }
+
+    // The next bytes, about `wanted` of them, into `out`; none at the end.
+    Outcome read(std::size_t wanted, Bytes &out);
+    // Starts again at the first byte.
+    void rewind();
+    // Its bytes are not wanted this time.
+    void skip() { m_position = m_version.size; }
+    // True where the file was read to its end and is still the version that was opened.
+    bool settled() const;
+    // DOS attributes.
+    std::uint8_t attributes() const;
+
+  private:
+    bool converts() const { return m_lineEnds != LineEnds::Keep; }
+    Outcome readRaw(std::size_t wanted, Bytes &out);
+    Outcome readConverted(std::size_t wanted, Bytes &out);
+
+    std::string m_path;
+    std::string m_name;
+    LineEnds m_wanted;
+    LineEnds m_lineEnds = LineEnds::Keep; // what is done to this version of the file
+    LineEndConverter m_converter;
+    platform::InputFile m_file;
+    platform::FileInfo m_version;
+    std::uint64_t m_position = 0;
+    bool m_ended = false;
+    Bytes m_raw;
+};
+
+// Tries `attempt` on the file until it saw one version of it from beginning to end; gives up, with
+// a failure that names the file, where it keeps changing.
+template<typename Attempt>
+Outcome readWhole(SourceFile &file, Attempt attempt) {
+    constexpr int kTries = 4;
+    for (int i = 0; i < kTries; ++i) {
+        if (auto opened = file.open(); !opened.ok()) {
+            return opened;
+        }
+        if (auto read = attempt(); !read.ok()) {
+            return read;
+        }
+        if (file.settled()) {
+            return {};
+        }
+    }
+    return {Code::CannotOpen, file.name() + ": another program keeps writing to it"};
+}
+
+} // namespace ziplib

@@ -1,0 +1,131 @@
+#include "ziplib/vl2zip/target.h"
+
+#include "ziplib/vl2zip/background.h"
+#include "ziplib/vl2zip/failures.h"
+#include "ziplib/vl2zip/scan.h"
+
+#include <chrono>
+
+namespace ziplib {
+
+namespace {
+
+// Longer than a save takes; who waits for more should hear why.
+constexpr std::chrono::milliseconds kPatience{15'000};
+// Each round means that another process put a new archive in place while this one waited.
+constexpr int kRounds = 100;
+
+} // namespace
+
+Outcome Target::failed(const platform::Status &status, const char *what, Code usual) const {
+    const Outcome plain = failure(status, usual);
+    if (plain.ok()) {
+        return plain;
+    }
+    return {plain.code(), m_path + ": " + what + ": " + plain.text()};
+}
+
+Outcome Target::open(const std::function<void()> &idle) {
+    std::string folder;
+    const auto resolved = m_path.empty()
+                              ? platform::Status(platform::Failure::NotFound, "no name is given")
+                              : platform::resolvePath(m_path, folder, m_name);
+    if (!resolved.ok()) {
+        return failed(resolved, "the archive cannot be reached", Code::CannotCreate);
+    }
+    if (const auto opened = m_folder.open(folder); !opened.ok()) {
+        return failed(opened, "its folder cannot be opened", Code::CannotCreate);
+    }
+    bool again = true;
+    for (int round = 0; again; ++round) {
+        if (round == kRounds) {
+            return {Code::CannotWrite, m_path + ": other programs keep replacing the archive"};
+        }
+        if (auto opened = openOld(again, idle); !opened.ok()) {
+            return opened;
+        }
+    }
+    m_folder.removeStaleTemporaries();
+    return {};
+}
+
+// `again` tells that the file was replaced by another one before its lock was had.
+Outcome Target::openOld(bool &again, const std::function<void()> &idle) {
+    again = false;
+    const auto opened = m_folder.openFile(m_name, m_old);
+    if (opened.is(platform::Failure::NotFound)) {
+        m_old.close();
+        return {};
+    }
+    if (!opened.ok()) {
+        return failed(opened, "the archive cannot be opened", Code::CannotOpen);
+    }
+    const auto locked = m_old.lock(kPatience, [&] {
+        idle();
+        return true;
+    });
+    if (locked.is(platform::Failure::Busy)) {
+        return {Code::CannotWrite, m_path + ": another program is saving this archive"};
+    }
+    if (!locked.ok()) {
+        return failed(locked, "the archive cannot be held", Code::CannotWrite);
+    }
+    if (const auto known = m_old.info(m_oldInfo); !known.ok()) {
+        return failed(known, "the archive cannot be read", Code::CannotOpen);
+    }
+    again = !undisturbed();
+    return {};
+}
+
+bool Target::undisturbed() const {
+    platform::FileInfo now;
+    const auto known = m_folder.info(m_name, now);
+    if (!m_old.isOpen()) {
+        return known.is(platform::Failure::NotFound);
+    }
+    // The time of the file's record is left out: a new link to it disturbs nothing.
+    return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
+           now.modified == m_oldInfo.modified;
+}
+
+Outcome Target::begin() {
+    // Putting a new file in a read-only one's place would succeed, and who made it so meant it.
+    if (m_old.isOpen() && m_oldInfo.readOnly) {
+        return {Code::CannotWrite, m_path + ": the archive is read-only"};
+    }
+    const auto created = m_fresh.create(m_folder, platform::NewFile::Guard::Locked);
+    if (!created.ok()) {
+        return failed(created, "no new archive can be made beside it", Code::CannotCreate);
+    }
+    if (m_old.isOpen()) {
+        m_fresh.takeOverFrom(m_old);
+    }
+    return {};
+}
+
+std::uint64_t Target::space() const {
+    std::uint64_t bytes = 0;
+    return m_folder.freeSpace(bytes).ok() ? bytes : UINT64_MAX;
+}
+
+Outcome Target::sync(const std::function<void()> &idle) {
+    platform::Status status;
+    runInBackground([&] { status = m_fresh.sync(); }, idle);
+    return failed(status, "the new archive cannot be made durable", Code::CannotWrite);
+}
+
+Outcome Target::replace(bool &taken) {
+    using Replace = platform::NewFile::Replace;
+    const auto committed = m_fresh.commit(m_name, m_old.isOpen() ? Replace::Yes : Replace::No);
+    taken = committed.is(platform::Failure::Exists) && !m_old.isOpen();
+    return failed(committed, "the new archive cannot take its place", Code::CannotWrite);
+}
+
+Outcome Target::syncFolder(const std::function<void()> &idle) {
+    platform::Status status;
+    runInBackground([&] { status = m_folder.sync(); }, idle);
+    return failed(status, "the archive is saved, but its folder cannot be made durable",
+                  Code::CannotWrite);
+}
+
+} // namespace ziplib

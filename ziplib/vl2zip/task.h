@@ -1,0 +1,36 @@
+#pragma once
+
+#include "ziplib/vl2zip/buffer.h"
+#include "ziplib/vl2zip/outcome.h"
+#include "ziplib/vl2zip/pack.h"
+
+#include <cstddef>
+#include <string>
+
+namespace ziplib {
+
+inline constexpr std::size_t kNoEntry = static_cast<std::size_t>(-1);
+
+// One file that the call is about, and what becomes of it.
+struct Task {
+    enum class Verdict {
+        Pack,          // its bytes go into the archive
+        Same,          // its entry holds these very bytes already
+        NotNewer,      // its entry is to be replaced by newer files only
+        Hidden,        // a hidden or system file that is left out
+        HiddenChanged, // the same, and its entry holds other bytes
+    };
+
+    std::size_t file = 0;         // in the scan; a folder where `folder`
+    std::size_t entry = kNoEntry; // in the old directory
+    std::string path;             // the path that it has in the archive
+    bool folder = false;          // an entry for a folder
+    bool timeTells = false;       // the file has its entry's time
+    Verdict verdict = Verdict::Pack;
+    std::uint8_t attributes = 0; // DOS attributes
+    Packing packing;
+    Bytes data; // until it is written
+    Outcome outcome;
+};
+
+} // namespace ziplib

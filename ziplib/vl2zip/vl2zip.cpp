@@ -1,0 +1,101 @@
+#include "ziplib/vl2zip.h"
+
+#include "platform/storage.h"
+#include "ziplib/vl2zip/update.h"
+
+#include <exception>
+#include <mutex>
+#include <new>
+
+namespace {
+
+// What the first two calls leave for the third, as the interface has it.
+struct Setting {
+    std::mutex mutex;
+    ZIPUSERFUNCTIONS callbacks{};
+    ziplib::PackOptions options;
+};
+
+Setting &setting() {
+    static Setting instance;
+    return instance;
+}
+
+bool isBlank(const std::string &text) {
+    return text.find_first_not_of(' ') == std::string::npos;
+}
+
+ziplib::PackOptions optionsOf(const ZPOPT &given) {
+    ziplib::PackOptions options;
+    if (given.szRootDir != nullptr && !isBlank(given.szRootDir)) {
+        options.root = given.szRootDir;
+    }
+    options.recurse = given.fRecurse != 0;
+    options.junkFolders = given.fJunkDir != 0;
+    options.folderEntries = given.fNoDirEntries == 0;
+    options.hiddenToo = given.fSystem != 0;
+    options.encrypt = given.fEncrypt != 0;
+    options.newerOnly = given.fUpdate != 0 || given.fFreshen != 0;
+    options.addNew = given.fFreshen == 0;
+    options.crlfToLf = given.fCRLF_LF != 0;
+    options.lfToCrlf = given.fLF_CRLF != 0 && !options.crlfToLf;
+    options.remove = given.fDeleteEntries != 0;
+    options.verbose = given.fVerbose != 0;
+    options.quiet = given.fQuiet != 0;
+    return options;
+}
+
+std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
+    using ziplib::Code;
+    using ziplib::Outcome;
+    try {
+        return report.end(options.remove ? deleteFromArchive(options, report)
+                                         : updateArchive(options, report));
+    } catch (const std::bad_alloc &) {
+        return report.end(Outcome(Code::CannotWrite,
+                                  options.archive + ": not enough memory; it was left as it is"));
+    } catch (const std::exception &error) {
+        return report.end(Outcome(Code::CannotWrite, options.archive + ": " + error.what()));
+    }
+}
+
+} // namespace
+
+std::int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions) {
+    const std::lock_guard lock(setting().mutex);
+    setting().callbacks = lpZipUserFunctions != nullptr ? *lpZipUserFunctions : ZIPUSERFUNCTIONS{};
+    return 1;
+}
+
+std::int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
+    try {
+        const std::lock_guard lock(setting().mutex);
+        setting().options = lpZpOpt != nullptr ? optionsOf(*lpZpOpt) : ziplib::PackOptions();
+        return 1;
+    } catch (const std::exception &) {
+        return 0;
+    }
+}
+
+std::int32_t ZpArchive(ZCL C) {
+    try {
+        ziplib::PackOptions options;
+        ZIPUSERFUNCTIONS callbacks{};
+        {
+            // A copy: the callbacks may set what the next call is to do.
+            const std::lock_guard lock(setting().mutex);
+            options = setting().options;
+            callbacks = setting().callbacks;
+        }
+        options.archive = C.lpszZipFN != nullptr ? C.lpszZipFN : "";
+        for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i) {
+            if (C.FNV[i] != nullptr) {
+                options.patterns.emplace_back(platform::utf8FromNarrow(C.FNV[i]));
+            }
+        }
+        ziplib::Report report(callbacks, options.verbose, options.quiet);
+        return run(options, report);
+    } catch (...) {
+        return static_cast<std::int32_t>(ziplib::Code::CannotWrite);
+    }
+}
