@@ -13,7 +13,7 @@ namespace ziplib {
 namespace {
 
 // Where more effort costs several times the time and saves less than one byte in a hundred.
-constexpr int kLevel = 9;
+constexpr int kLevel = 8;
 constexpr int kStreamLevel = 7;
 constexpr std::size_t kPiece = 256U << 10U;
 

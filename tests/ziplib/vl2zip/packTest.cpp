@@ -1,0 +1,240 @@
+#include "tests/ziplib/vl2zip/packer.h"
+
+#include <gtest/gtest.h>
+
+using namespace packer; // NOLINT: the tests speak this language
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+class Pack : public testing::Test {
+  protected:
+    TestFolder folder;
+    fs::path archive = folder / "base/classic.vl2";
+    fs::path work = folder / "work";
+
+    void SetUp() override { fs::create_directories(folder / "base"); }
+    Call call() { return {archive, work}; }
+    void make(const std::string &recipe) {
+        ASSERT_TRUE(judge({"make", recipe, archive}));
+        fs::copy_file(archive, folder / "old.vl2", fs::copy_options::overwrite_existing);
+    }
+    // The archive is read by other tools, and all but the named entries are what they were.
+    void expectKept(const Names &changed) {
+        const auto good = judge({"check", archive});
+        EXPECT_TRUE(good) << good.output;
+        Names arguments{"kept", folder / "old.vl2", archive};
+        arguments.insert(arguments.end(), changed.begin(), changed.end());
+        const auto kept = judge(arguments);
+        EXPECT_TRUE(kept) << kept.output;
+    }
+};
+
+TEST_F(Pack, ANewArchiveHoldsEveryFileAsOtherToolsReadIt) {
+    write(work / "textures/sky.png", noise(5000));
+    write(work / "scripts/a.cs", std::string(4000, 'a'));
+    write(work / ".hidden by a dot", "dot");
+    write(work / "empty.txt", "");
+    write(work / "textures/\xc3\xbc.bmp", "umlaut");
+    setTime(work / "empty.txt", 986558400 + 3);
+
+    const auto result = run(call());
+
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_TRUE(judge({"check", archive}));
+    const auto list = entries(archive);
+    ASSERT_EQ(list.size(), 5U);
+    EXPECT_EQ(list[0].substr(0, 24), ".hidden by a dot|3|0|0|2");
+    EXPECT_EQ(list[1].substr(0, 16), "empty.txt|0|0|0|");
+    EXPECT_NE(list[1].find(":04|0|20|0"), std::string::npos) << list[1]; // whole 2 s, DOS, no extra
+    EXPECT_EQ(list[2].substr(0, 22), "scripts/a.cs|4000|8|0|");
+    EXPECT_EQ(list[3].substr(0, 25), "textures/sky.png|5000|0|0"); // deflate would not shrink it
+    EXPECT_EQ(list[4].substr(0, 24), "textures/\xc3\xbc.bmp|6|0|2048");
+    EXPECT_EQ(content(archive, "textures/sky.png"), noise(5000));
+    EXPECT_EQ(result.files, names(archive));
+    EXPECT_TRUE(temporaries(folder.path()).empty());
+}
+
+TEST_F(Pack, AReplacedEntryStaysInItsPlaceAndAllOthersAsTheyWere) {
+    for (const char *recipe :
+         {"plain", "prefix", "descriptor", "unreadable", "odd order", "zip64"}) {
+        SCOPED_TRACE(recipe);
+        make(recipe);
+        write(work / "edit.txt", "after, and longer than before");
+        const auto before = judge({"list", archive}).output;
+        ASSERT_EQ(run(call()).code, 0);
+        Names arguments{"kept", folder / "old.vl2", archive, "edit.txt"};
+        const auto kept = judge(arguments);
+        EXPECT_TRUE(kept) << kept.output;
+        EXPECT_EQ(content(archive, "edit.txt"), "after, and longer than before");
+        EXPECT_EQ(names(archive), names(folder / "old.vl2"));
+    }
+}
+
+TEST_F(Pack, NewFilesComeAfterTheEntriesInTheOrderOfTheirNames) {
+    make("plain");
+    write(work / "sub/b.txt", "b");
+    write(work / "a.txt", "a");
+    ASSERT_EQ(run(call()).code, 0);
+    expectKept({"a.txt", "sub/b.txt"});
+    EXPECT_EQ(names(archive),
+              (Names{"keep.txt", "edit.txt", "sub/last.bin", "a.txt", "sub/b.txt"}));
+}
+
+TEST_F(Pack, OfDuplicatesTheLastOneIsReplacedAndTheOthersStay) {
+    make("duplicates");
+    write(work / "edit.txt", "after");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(names(archive), (Names{"edit.txt", "keep.txt", "edit.txt", "sub/last.bin"}));
+    EXPECT_EQ(content(archive, "edit.txt"), "after");
+    expectKept({"edit.txt"});
+}
+
+TEST_F(Pack, BytesThatAnotherEntrySharesStayWhenOneOfThemIsReplaced) {
+    make("shared");
+    write(work / "edit.txt", "after");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "edit.txt"), "after");
+    const auto kept = judge({"kept", folder / "old.vl2", archive, "edit.txt"});
+    EXPECT_TRUE(kept) << kept.output;
+}
+
+TEST_F(Pack, AFileReplacesTheEntryThatStandsForItUnderItsStoredName) {
+    struct Row {
+        const char *recipe;
+        const char *file;
+        const char *stored; // as the judge reads it
+        std::size_t entries;
+    };
+    const Row rows[] = {
+        {"backslash", "sub/edit.txt", "sub\\edit.txt", 3},
+        {"cp437",
+         "\xc3\xbc"
+         "ber.txt",
+         "\xc3\xbc"
+         "ber.txt",
+         2},
+        {"case", "sub/edit.txt", "Sub/Edit.TXT", 2},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.recipe);
+        fs::remove_all(work);
+        make(row.recipe);
+        write(work / row.file, "after");
+        ASSERT_EQ(run(call()).code, 0);
+        const auto now = names(archive);
+        EXPECT_EQ(now.size(), row.entries);
+        EXPECT_EQ(content(archive, row.stored), "after");
+        EXPECT_EQ(now, names(folder / "old.vl2"));
+    }
+}
+
+TEST_F(Pack, ACaseVariantIsNewWhereTheFolderHoldsAnotherFileForTheEntry) {
+    make("case");
+    write(work / "sub/edit.txt", "lower");
+    write(work / "SUB/EDIT.TXT", "upper");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(names(archive), (Names{"Sub/Edit.TXT", "keep.txt", "SUB/EDIT.TXT", "sub/edit.txt"}));
+    EXPECT_EQ(content(archive, "Sub/Edit.TXT"), "before");
+}
+
+TEST_F(Pack, UnchangedFilesCostNothing) {
+    for (int i = 0; i < 20; ++i) {
+        write(work / ("f" + std::to_string(i)), noise(1000, static_cast<unsigned>(i)));
+    }
+    write(work / "text", std::string(10000, 't'));
+    ASSERT_EQ(run(call()).code, 0);
+    const auto before = read(archive);
+    const auto stamp = fs::last_write_time(archive);
+    fs::permissions(archive, fs::perms::owner_read); // even a read-only one is up to date
+    for (const bool newTimes : {false, true}) {
+        if (newTimes) {
+            for (const auto &item : fs::directory_iterator(work)) {
+                setTime(item.path(), 1000000000);
+            }
+        }
+        auto again = call();
+        again.options.fVerbose = 1;
+        const auto result = run(again);
+        EXPECT_EQ(result.code, 0) << result.all();
+        EXPECT_NE(result.all().find("unchanged: text"), std::string::npos);
+        EXPECT_EQ(result.files.size(), 21U);
+        EXPECT_EQ(read(archive), before);
+        EXPECT_EQ(fs::last_write_time(archive), stamp);
+    }
+}
+
+TEST_F(Pack, AnEditThatKeepsSizeAndTimeIsNoticed) {
+    write(work / "a.txt", "before");
+    setTime(work / "a.txt", 1000000000);
+    ASSERT_EQ(run(call()).code, 0);
+    write(work / "a.txt", "AFTER!");
+    setTime(work / "a.txt", 1000000000);
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "a.txt"), "AFTER!");
+}
+
+// CRC-32 alone would call these two the same.
+TEST_F(Pack, AnEditThatKeepsSizeAndCrcIsNoticedByItsTime) {
+    write(work / "a.txt", "plumless");
+    setTime(work / "a.txt", 1000000000);
+    ASSERT_EQ(run(call()).code, 0);
+    write(work / "a.txt", "buckeroo");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "a.txt"), "buckeroo");
+}
+
+TEST_F(Pack, OneWorkerAndEightWriteTheSameBytes) {
+    for (int i = 0; i < 200; ++i) {
+        const auto seed = static_cast<unsigned>(i);
+        write(work / ("d" + std::to_string(i % 7)) / ("f" + std::to_string(i)),
+              noise(static_cast<std::size_t>(i) * 37, seed) + std::string(3000, 'x'));
+    }
+    std::string bytes[2];
+    for (int i = 0; i < 2; ++i) {
+        ::setenv("ORVEL_WORKERS", i == 0 ? "1" : "8", 1);
+        fs::remove(archive);
+        ASSERT_EQ(run(call()).code, 0);
+        bytes[i] = read(archive);
+    }
+    ::unsetenv("ORVEL_WORKERS");
+    EXPECT_TRUE(bytes[0] == bytes[1]);
+}
+
+TEST_F(Pack, ALargeFileStreamsAndIsStoredWhereDeflateDoesNotShrinkIt) {
+    write(work / "noise.bin", noise(20U << 20U));
+    write(work / "text.bin", std::string(20U << 20U, 't'));
+    const auto result = run(call());
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_TRUE(judge({"check", archive}));
+    const auto list = entries(archive);
+    EXPECT_EQ(list[0].substr(0, 23), "noise.bin|20971520|0|0|");
+    EXPECT_EQ(list[1].substr(0, 22), "text.bin|20971520|8|0|");
+    EXPECT_LT(fs::file_size(archive), 21500000U);
+    EXPECT_EQ(run(call()).code, 0);
+    setTime(work / "text.bin", 1000000000); // compared by its bytes, which stream, too
+    const auto before = read(archive);
+    EXPECT_EQ(run(call()).code, 0);
+    EXPECT_TRUE(read(archive) == before);
+}
+
+TEST_F(Pack, SixtyFiveThousandEntriesAndMoreNeedNoOtherTool) {
+    for (int i = 0; i < 65600; i += 100) {
+        const auto below = work / std::to_string(i);
+        fs::create_directories(below);
+        for (int j = 0; j < 100; ++j) {
+            std::FILE *file = std::fopen((below / std::to_string(j)).c_str(), "w");
+            std::fputc('x', file);
+            std::fclose(file);
+        }
+    }
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(names(archive).size(), 65600U);
+    write(work / "0/0", "changed");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "0/0"), "changed");
+    EXPECT_EQ(names(archive).size(), 65600U);
+}
+
+} // namespace

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "ziplib/vl2zip.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+// Calls the library as the program does, and asks other tools about what comes of it.
+namespace packer {
+
+namespace fs = std::filesystem;
+
+// One call, with what the program sets by default.
+struct Call {
+    fs::path archive;
+    std::string root;
+    std::vector<std::string> patterns{"*"};
+    ZPOPT options{};
+    std::string password; // "" is declined
+    // Non-zero stops the call at this file.
+    std::function<std::int32_t(const std::string &name)> onFile;
+
+    Call(fs::path zip, const fs::path &folder);
+};
+
+struct Result {
+    std::int32_t code = -1;
+    std::vector<std::string> messages;
+    std::vector<std::string> files; // as given to the service callback
+    std::int64_t longestGap = 0;    // milliseconds between two callbacks
+    int passwordsAsked = 0;
+
+    std::string last() const { return messages.empty() ? "" : messages.back(); }
+    std::string all() const;
+};
+
+Result run(Call call);
+
+// A folder of its own for a test, removed with it.
+class TestFolder {
+  public:
+    TestFolder();
+    ~TestFolder();
+    TestFolder(const TestFolder &) = delete;
+    TestFolder &operator=(const TestFolder &) = delete;
+
+    fs::path operator/(const std::string &name) const { return m_path / name; }
+    const fs::path &path() const { return m_path; }
+
+  private:
+    fs::path m_path;
+};
+
+void write(const fs::path &path, const std::string &bytes);
+std::string read(const fs::path &path);
+// Bytes that do not compress, always the same.
+std::string noise(std::size_t size, unsigned seed = 1);
+// Sets both times, in seconds since 1970.
+void setTime(const fs::path &path, std::int64_t seconds);
+
+struct Judgement {
+    bool ok = false;
+    std::string output;
+    explicit operator bool() const { return ok; }
+};
+// Runs the judge with these arguments.
+Judgement judge(const std::vector<std::string> &arguments);
+// The lines of the judge's list.
+std::vector<std::string> entries(const fs::path &archive);
+// Names of the entries, in order.
+std::vector<std::string> names(const fs::path &archive);
+std::string content(const fs::path &archive, const std::string &name);
+// Names in a folder of reserved temporaries.
+std::vector<std::string> temporaries(const fs::path &folder);
+
+} // namespace packer
