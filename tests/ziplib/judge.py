@@ -92,7 +92,7 @@ def entry(name, data, method=0, flags=0, packed=None, crc=None, extra=b"", comme
 
 
 def assemble(entries, comment=b"", prefix=b""):
-    out, directory = prefix, b""
+    out, directory = bytearray(prefix), bytearray()
     for local, central, rest in entries:
         directory += central + struct.pack("<I", len(out) - len(prefix)) + rest
         out += local
@@ -158,6 +158,8 @@ def recipe(kind):
         size, start = struct.unpack("<II", data[end + 12:end + 20])
         return data[:end] + other + b"PK\5\6" + struct.pack(
             "<HHHHIIH", 0, 0, 3, 3, size + len(other), start, 0)
+    if kind == "many":
+        return assemble([entry(b"%d" % i, b"") for i in range(65500)])
     if kind == "cut":
         return assemble([keep, edit, last])[:-60]
     if kind == "data missing":

@@ -20,7 +20,8 @@ constexpr std::int64_t kSecond = 1'000'000'000;
 
 class Matcher {
   public:
-    Matcher(const Directory &directory, const std::vector<std::string> &filePaths);
+    Matcher(const Directory &directory, const std::vector<std::string> &filePaths,
+            const std::function<void()> &idle);
 
     std::size_t entryFor(const std::string &path);
 
@@ -33,16 +34,19 @@ class Matcher {
     void makeFolds();
 
     const std::vector<std::string> &m_filePaths;
+    const std::function<void()> &m_idle;
     std::unordered_map<std::string, std::size_t> m_exact;
     std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
 };
 
-Matcher::Matcher(const Directory &directory, const std::vector<std::string> &filePaths)
-    : m_filePaths(filePaths) {
+Matcher::Matcher(const Directory &directory, const std::vector<std::string> &filePaths,
+                 const std::function<void()> &idle)
+    : m_filePaths(filePaths), m_idle(idle) {
     const auto &entries = directory.entries();
     m_exact.reserve(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) {
         m_exact[directory.path(entries[i])] = i;
+        m_idle();
     }
 }
 
@@ -53,11 +57,13 @@ void Matcher::makeFolds() {
         Fold &fold = (*m_folds)[foldCase(path)];
         ++fold.entries;
         fold.entry = entry;
+        m_idle();
     }
     for (const auto &path : m_filePaths) {
         if (const auto found = m_folds->find(foldCase(path)); found != m_folds->end()) {
             ++found->second.files;
         }
+        m_idle();
     }
 }
 
@@ -122,7 +128,7 @@ void judgeTimes(const PackOptions &options, const Directory &directory, std::int
 
 Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
                   const platform::FileInfo *archive, const Directory &directory,
-                  std::vector<Task> &tasks) {
+                  const std::function<void()> &idle, std::vector<Task> &tasks) {
     const auto storedPath = [&](const std::string &path) {
         return options.junkFolders ? std::string(lastComponent(path)) : path;
     };
@@ -131,10 +137,11 @@ Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &
     for (const auto &file : scan.files) {
         paths.push_back(storedPath(file.path));
     }
-    Matcher matcher(directory, paths);
+    Matcher matcher(directory, paths, idle);
     std::unordered_set<std::string> seen;
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
+        idle();
         // The archive itself may lie in the folder.
         if ((archive != nullptr && platform::sameFile(file.info, *archive)) ||
             !selection.wantsFile(file.path)) {

@@ -63,7 +63,7 @@ Outcome Update::look() {
         return scanned;
     }
     return planTasks(m_options, m_selection, m_scan,
-                     m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory, m_tasks);
+                     m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory, idle, m_tasks);
 }
 
 // Says what became of a file that is not packed. False where the caller wants to stop.
