@@ -232,7 +232,7 @@ TEST_F(Registry, TheFilesAreWhereTheVariablesSay) {
 }
 
 TEST_F(Registry, WhatAnotherProgramWritesHoldsAtTheNextRead) {
-    // In place, of one length, and within one step of the file system's clock: no time shows it.
+    // In place, of one length, and often within one step of the file system's clock.
     for (char value = 'a'; value <= 'z'; ++value) {
         home.setHive(QByteArray("[K]\n\"v\"=str:\"") + value + "\"\n");
         ASSERT_EQ(read("K", "v"), QByteArray(1, value));
