@@ -1,5 +1,7 @@
 target_sources(orvel_platform PRIVATE
+  posix/commandLine.cpp posix/commandLine.h
   posix/copyFile.cpp
+  posix/detached.cpp posix/detached.h
   posix/dosAttributes.cpp posix/dosAttributes.h
   posix/environment.cpp posix/environment.h
   posix/files.cpp
@@ -8,6 +10,7 @@ target_sources(orvel_platform PRIVATE
   posix/library.cpp
   posix/names.cpp posix/names.h
   posix/paths.cpp posix/paths.h
+  posix/shell.cpp
   posix/sweep.cpp)
 
 # Where the package's data and private libraries lie, seen from its programs: an installation can

@@ -101,6 +101,10 @@ bool isStored(const QByteArray &path) {
     return ::lstat(path.constData(), &info) == 0;
 }
 
+bool isAbsolutePath(const QString &path) {
+    return isDrive(path) || (!path.isEmpty() && isSeparator(path[0]));
+}
+
 QByteArray resolve(const QString &path) {
     Steps steps = takeApart(path);
     if (steps.start.isEmpty() && steps.components.isEmpty() && !path.isEmpty())

@@ -10,6 +10,9 @@ inline bool isSeparator(QChar c) {
     return c == u'\\' || c == u'/';
 }
 
+// Whether the path starts at a root or a drive.
+bool isAbsolutePath(const QString &path);
+
 // What nativePath gives, as the bytes that the file system stores.
 QByteArray resolve(const QString &path);
 

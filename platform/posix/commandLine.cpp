@@ -1,0 +1,173 @@
+#include "platform/posix/commandLine.h"
+
+#include "platform/error.h"
+#include "platform/narrow.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/environment.h"
+#include "platform/posix/paths.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+namespace platform {
+
+namespace {
+
+bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t';
+}
+
+qsizetype skipBlanks(const QString &text, qsizetype from) {
+    while (from < text.size() && isBlank(text[from]))
+        ++from;
+    return from;
+}
+
+bool isFile(const QByteArray &path) {
+    struct stat info = {};
+    return ::stat(path.constData(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// A file that starts with an MZ header which leads to a PE header.
+bool isWindowsProgram(const QByteArray &path) {
+    const Descriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    std::array<unsigned char, 64> header = {};
+    if (!file.isOpen() ||
+        ::pread(file.get(), header.data(), header.size(), 0) != static_cast<ssize_t>(header.size()))
+        return false;
+    const auto offset = static_cast<off_t>(header[60] | header[61] << 8U | header[62] << 16U |
+                                           static_cast<unsigned>(header[63]) << 24U);
+    std::array<char, 4> signature = {};
+    return header[0] == 'M' && header[1] == 'Z' &&
+           ::pread(file.get(), signature.data(), signature.size(), offset) == 4 &&
+           QByteArrayView(signature.data(), 4) == QByteArrayView("PE\0\0", 4);
+}
+
+// The program at the beginning of a line, and where its text ends.
+struct FoundProgram {
+    QByteArray path;
+    qsizetype end = 0;
+    bool isWindowsProgram = false;
+};
+
+class ProgramSearch {
+  public:
+    // True where `text` names a program.
+    bool tryName(const QString &text, qsizetype end) {
+        const bool isPath = std::any_of(text.begin(), text.end(), isSeparator);
+        const QByteArray path = isPath ? resolve(text) : findInPath(toNarrow(text.trimmed()));
+        if (path.isEmpty() || !isFile(path))
+            return false;
+        const bool forWindows = platform::isWindowsProgram(path);
+        if (!forWindows && !isExecutableFile(path)) {
+            m_sawFile = true;
+            return false;
+        }
+        m_found = {path, end, forWindows};
+        return true;
+    }
+
+    const FoundProgram &found() const { return m_found; }
+
+    [[noreturn]] void fail(const QString &line) const {
+        raise(m_sawFile ? ErrorNumber::IllegalProcedureCall : ErrorNumber::FileNotFound, line);
+    }
+
+  private:
+    FoundProgram m_found;
+    bool m_sawFile = false;
+};
+
+FoundProgram findProgram(const QString &line) {
+    const qsizetype start = skipBlanks(line, 0);
+    ProgramSearch search;
+    if (start < line.size() && line[start] == u'"') {
+        const qsizetype close = line.indexOf(u'"', start + 1);
+        const qsizetype end = close < 0 ? line.size() : close;
+        if (search.tryName(line.sliced(start + 1, end - start - 1), std::min(end + 1, line.size())))
+            return search.found();
+        search.fail(line);
+    }
+    for (qsizetype end = line.size(); end > start; --end) {
+        const bool mayEnd = end == line.size() || isBlank(line[end]);
+        if (mayEnd && search.tryName(line.sliced(start, end - start), end))
+            return search.found();
+    }
+    search.fail(line);
+}
+
+// One argument from `at` on, which is moved behind it. Backslashes are ordinary but before a double
+// quote, where two of them stand for one and one makes the quote an ordinary character; two quotes
+// within quotes stand for one.
+QString nextArgument(const QString &text, qsizetype &at) {
+    QString argument;
+    bool quoted = false;
+    while (at < text.size() && (quoted || !isBlank(text[at]))) {
+        qsizetype slashes = 0;
+        while (at < text.size() && text[at] == u'\\') {
+            ++slashes;
+            ++at;
+        }
+        const bool beforeQuote = at < text.size() && text[at] == u'"';
+        argument += QString(beforeQuote ? slashes / 2 : slashes, u'\\');
+        if (slashes > 0 && !beforeQuote)
+            continue;
+        if (!beforeQuote) {
+            argument += text[at];
+        } else if (slashes % 2 == 1) {
+            argument += u'"';
+        } else if (quoted && at + 1 < text.size() && text[at + 1] == u'"') {
+            argument += u'"';
+            ++at;
+        } else {
+            quoted = !quoted;
+        }
+        ++at;
+    }
+    return argument;
+}
+
+// Whether a word that starts like a path is meant as one: "/open" and "\n" are none.
+bool looksLikePath(const QString &text) {
+    return isAbsolutePath(text) &&
+           (!isSeparator(text[0]) || std::count_if(text.begin(), text.end(), isSeparator) > 1);
+}
+
+// The native path that a word means, or "". A file that is still to be made has its folder.
+QByteArray meantPath(const QString &text) {
+    if (!looksLikePath(text))
+        return {};
+    const QByteArray path = resolve(text);
+    return isStored(path) || isStored(resolve(splitPath(text).folder)) ? path : QByteArray();
+}
+
+QByteArray passed(const QString &word, bool toWindowsProgram) {
+    QByteArray path = meantPath(word);
+    if (path.isEmpty())
+        return toNarrow(word);
+    return toWindowsProgram ? "Z:" + path.replace('/', '\\') : path;
+}
+
+} // namespace
+
+Command parseCommandLine(const QString &line) {
+    if (line.contains(QChar(u'\0')))
+        raise(ErrorNumber::IllegalProcedureCall, line);
+    const FoundProgram program = findProgram(line);
+    Command command = {program.path, {}, program.isWindowsProgram};
+    qsizetype at = skipBlanks(line, program.end);
+    while (at < line.size()) {
+        const QString tail = line.sliced(at);
+        const bool isOneFile = isAbsolutePath(tail) && isStored(resolve(tail));
+        const QString word = isOneFile ? tail : nextArgument(line, at);
+        command.arguments.append(passed(word, command.isWindowsProgram));
+        at = isOneFile ? line.size() : skipBlanks(line, at);
+    }
+    return command;
+}
+
+} // namespace platform

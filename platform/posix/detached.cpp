@@ -1,0 +1,171 @@
+#include "platform/posix/detached.h"
+
+#include "platform/posix/descriptor.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#if defined(__linux__)
+#include <sys/syscall.h>
+#endif
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+extern char **environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
+
+namespace platform {
+
+namespace {
+
+constexpr int kReport = 3; // where a program reports itself
+constexpr const char *kReportVariable = "ORVEL_START_REPORT=";
+// A program that has not reported by then is at work on it; the user does not wait any longer.
+constexpr int kPatienceMs = 5000;
+constexpr int kHighestClosed = 1 << 16;
+
+// All that the new process needs, made before there are two: in a copy of a process with threads
+// nothing may be allocated.
+struct Plan {
+    std::vector<char *> arguments;
+    std::vector<char *> variables;
+    int null = -1;
+    int report = -1;
+    int firstClosed = kReport;
+    int lastDescriptor = 0;
+};
+
+// A copy far from the numbers that the new process gives to its own files.
+Descriptor outOfTheWay(int descriptor) {
+    return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 10));
+}
+
+void closeAtExecution(int first, int last) {
+#if defined(SYS_close_range)
+    constexpr unsigned kMarkOnly = 4; // CLOSE_RANGE_CLOEXEC
+    if (::syscall(SYS_close_range, static_cast<unsigned>(first), ~0U, kMarkOnly) == 0)
+        return;
+#endif
+    for (int descriptor = first; descriptor <= last; ++descriptor)
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number)
+        ::signal(number, SIG_DFL); // refused for the two that cannot be caught
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+[[noreturn]] void giveUp(const Plan &plan) {
+    const int reason = errno;
+    // Nobody is left to be told where this fails.
+    [[maybe_unused]] const ssize_t written = ::write(plan.report, &reason, sizeof reason);
+    ::_exit(127);
+}
+
+[[noreturn]] void becomeProgram(const Plan &plan) {
+    for (int standard = 0; standard < kReport; ++standard) {
+        if (::dup2(plan.null, standard) < 0)
+            giveUp(plan);
+    }
+    if (plan.firstClosed > kReport && ::dup2(plan.report, kReport) < 0)
+        giveUp(plan);
+    closeAtExecution(plan.firstClosed, plan.lastDescriptor);
+    resetSignals();
+    ::execve(plan.arguments[0], plan.arguments.data(), plan.variables.data());
+    giveUp(plan);
+}
+
+int waitForReport(int report, StartedWhen started) {
+    pollfd ready = {report, POLLIN, 0};
+    int count = 0;
+    do
+        count = ::poll(&ready, 1, kPatienceMs);
+    while (count < 0 && errno == EINTR);
+    int reason = 0;
+    if (count <= 0)
+        return 0;
+    const ssize_t size = ::read(report, &reason, sizeof reason);
+    if (size <= 0)
+        return 0;
+    return started == StartedWhen::Executed ? reason : ENOENT;
+}
+
+std::vector<char *> environmentFor(StartedWhen started, std::string &report) {
+    std::vector<char *> variables;
+    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        if (std::strncmp(*variable, kReportVariable, std::strlen(kReportVariable)) != 0)
+            variables.push_back(*variable);
+    }
+    report = kReportVariable + std::to_string(kReport);
+    if (started == StartedWhen::ReportedItself)
+        variables.push_back(report.data());
+    variables.push_back(nullptr);
+    return variables;
+}
+
+int highestDescriptor() {
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return kHighestClosed;
+    return static_cast<int>(std::min<rlim_t>(limit.rlim_cur, kHighestClosed));
+}
+
+} // namespace
+
+int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
+                  StartedWhen started) {
+    Plan plan;
+    QList<QByteArray> words = {program};
+    words.append(arguments);
+    for (QByteArray &word : words)
+        plan.arguments.push_back(word.data());
+    plan.arguments.push_back(nullptr);
+    std::string reportVariable;
+    plan.variables = environmentFor(started, reportVariable);
+    plan.firstClosed = started == StartedWhen::ReportedItself ? kReport + 1 : kReport;
+    plan.lastDescriptor = highestDescriptor();
+
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        return errno;
+    Descriptor read(ends[0]);
+    Descriptor write(ends[1]);
+    write = outOfTheWay(write.get());
+    const Descriptor opened(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    const Descriptor null = outOfTheWay(opened.get());
+    if (!write.isOpen() || !null.isOpen())
+        return EMFILE;
+    plan.report = write.get();
+    plan.null = null.get();
+
+    const pid_t middle = ::fork();
+    if (middle < 0)
+        return errno;
+    if (middle == 0) {
+        // The process in the middle ends at once, so that the program is nobody's child here.
+        ::setsid();
+        const pid_t child = ::fork();
+        if (child == 0)
+            becomeProgram(plan);
+        if (child < 0)
+            giveUp(plan);
+        ::_exit(0);
+    }
+    write = Descriptor();
+    while (::waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return waitForReport(read.get(), started);
+}
+
+} // namespace platform

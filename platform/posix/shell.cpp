@@ -1,0 +1,75 @@
+#include "platform/shell.h"
+
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/narrow.h"
+#include "platform/posix/commandLine.h"
+#include "platform/posix/detached.h"
+#include "platform/posix/environment.h"
+#include "platform/posix/paths.h"
+
+#include <cerrno>
+#include <limits>
+
+namespace platform {
+
+namespace {
+
+// What ShellExecuteA returns.
+constexpr int kStarted = 42;
+constexpr int kFileNotFound = 2;
+constexpr int kAccessDenied = 5;
+constexpr int kNoAssociation = 31;
+
+// The text editor's launcher looks for an editor first, and says itself how that went.
+bool isLauncher(const QByteArray &program) {
+    const QString folder = windowsFolder(std::numeric_limits<int>::max());
+    return !folder.isEmpty() && realPath(program) == toNarrow(folder) + "/NOTEPAD.EXE";
+}
+
+void start(const QByteArray &program, const QList<QByteArray> &arguments) {
+    const StartedWhen when =
+        isLauncher(program) ? StartedWhen::ReportedItself : StartedWhen::Executed;
+    const int failure = startDetached(program, arguments, when);
+    if (failure == 0)
+        return;
+    raise(failure == ENOENT ? ErrorNumber::FileNotFound : ErrorNumber::IllegalProcedureCall,
+          fromNarrow(program));
+}
+
+} // namespace
+
+void Shell(const QString &commandLine, int /*style*/) {
+    Command command = parseCommandLine(commandLine);
+    if (command.isWindowsProgram) {
+        const QByteArray wine = findInPath("wine");
+        if (wine.isEmpty())
+            raise(ErrorNumber::FileNotFound, QStringLiteral("wine"));
+        command.arguments.prepend(command.program);
+        command.program = wine;
+    }
+    start(command.program, command.arguments);
+}
+
+int ShellExecuteA(const QString &verb, const QString &file, const QString & /*parameters*/,
+                  const QString & /*directory*/, int /*show*/) {
+    const bool known = verb.compare(u"Open", Qt::CaseInsensitive) == 0 ||
+                       verb.compare(u"Explore", Qt::CaseInsensitive) == 0;
+    if (!known)
+        return kNoAssociation;
+    // A path that leads nowhere would make the desktop show an error of its own.
+    if (file.isEmpty() || file.contains(QChar(u'\0')))
+        return kFileNotFound;
+    const QByteArray path = realPath(resolve(file));
+    if (path.isEmpty())
+        return kFileNotFound;
+    const QByteArray opener = findInPath("xdg-open");
+    if (opener.isEmpty())
+        return kNoAssociation;
+    const int failure = startDetached(opener, {path});
+    if (failure == 0)
+        return kStarted;
+    return failure == ENOENT ? kFileNotFound : kAccessDenied;
+}
+
+} // namespace platform

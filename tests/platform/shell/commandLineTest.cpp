@@ -1,0 +1,155 @@
+#include "platform/posix/commandLine.h"
+#include "tests/platform/shell/shellFixture.h"
+
+namespace {
+
+using platform::ErrorNumber;
+using platform::parseCommandLine;
+
+class CommandLineTest : public ShellFixture {
+  protected:
+    // @ in a row's text stands for the test's folder, in each form that it is written in.
+    QString expanded(const char *text) const {
+        return QString::fromUtf8(text).replace('@', folder());
+    }
+    QList<QByteArray> argumentsOf(const char *rest) const {
+        return parseCommandLine(at("bin/edit") + expanded(rest)).arguments;
+    }
+};
+
+TEST_F(CommandLineTest, TheLongestExistingProgramWins) {
+    makeExecutable("bin/edit", "");
+    makeExecutable("My", "");
+    makeExecutable("My Tools/Edit It", "");
+    makeExecutable("My Tools/Edit It 2", "");
+    makeFile("My Tools/Edit It 2 data", "");
+    makeExecutable("My Tools/UPPER", "");
+    makeExecutable("My Tools/upper", "");
+    struct Row {
+        const char *line;
+        const char *program;
+        QList<QByteArray> arguments;
+    };
+    for (const Row &row : {
+             Row{"@/My Tools/Edit It 2 x y", "@/My Tools/Edit It 2", {"x", "y"}},
+             Row{"@/My Tools/Edit It 3 x", "@/My Tools/Edit It", {"3", "x"}},
+             Row{"@/My Tools/Edit It 2 data", "@/My Tools/Edit It 2", {"data"}},
+             Row{"@/My Toolbox", "@/My", {"Toolbox"}},
+             Row{"\"@/My\" Tools/Edit It", "@/My", {"Tools/Edit", "It"}},
+             Row{"  \"@/My Tools/Edit It\"x", "@/My Tools/Edit It", {"x"}},
+             Row{"\"@/My Tools/Edit It", "@/My Tools/Edit It", {}},
+             Row{"@\\my tools\\\\edit it x", "@/My Tools/Edit It", {"x"}},
+             Row{"@\\my tools\\upper x", "@/My Tools/upper", {"x"}},
+             Row{"@/My Tools/Edit It  ", "@/My Tools/Edit It", {}},
+             Row{"edit x", "@/bin/edit", {"x"}},
+             Row{"\"edit\" x", "@/bin/edit", {"x"}},
+         }) {
+        const platform::Command command = parseCommandLine(expanded(row.line));
+        EXPECT_EQ(command.program, expanded(row.program).toUtf8()) << row.line;
+        EXPECT_EQ(command.arguments, row.arguments) << row.line;
+        EXPECT_FALSE(command.isWindowsProgram);
+    }
+}
+
+TEST_F(CommandLineTest, WhatIsNoProgramIsAnError) {
+    makeFile("plain file", "");
+    makeFolders("folder");
+    struct Row {
+        const char *line;
+        ErrorNumber number;
+    };
+    for (const Row &row :
+         {Row{"", ErrorNumber::FileNotFound}, Row{"   ", ErrorNumber::FileNotFound},
+          Row{"\"\" x", ErrorNumber::FileNotFound}, Row{"@/missing x", ErrorNumber::FileNotFound},
+          Row{"missing", ErrorNumber::FileNotFound},
+          Row{"Q:\\missing.exe", ErrorNumber::FileNotFound},
+          Row{"@/folder x", ErrorNumber::FileNotFound},
+          Row{"@/plain file x", ErrorNumber::IllegalProcedureCall},
+          Row{"\"@/plain file\"", ErrorNumber::IllegalProcedureCall}})
+        expectError(row.number, [&] { parseCommandLine(expanded(row.line)); });
+    makeExecutable("bin/edit", "");
+    expectError(ErrorNumber::IllegalProcedureCall,
+                [&] { parseCommandLine(at("bin/edit") + " a" + QChar(0) + "b"); });
+}
+
+TEST_F(CommandLineTest, ArgumentsAreSplitAsWindowsProgramsDo) {
+    makeExecutable("bin/edit", "");
+    struct Row {
+        const char *rest;
+        QList<QByteArray> arguments;
+    };
+    for (const Row &row : {
+             Row{"", {}},
+             Row{" \t ", {}},
+             Row{" a  b\tc ", {"a", "b", "c"}},
+             Row{" \"a b\" c", {"a b", "c"}},
+             Row{" a\" \"b", {"a b"}},
+             Row{" \"\" x", {"", "x"}},
+             Row{" a\\\"b", {"a\"b"}},
+             Row{" \"a\\\\\" b", {"a\\", "b"}},
+             Row{" a\\\\b", {"a\\\\b"}},
+             Row{" \"a\"\"b\"", {"a\"b"}},
+             Row{" \"open to the end", {"open to the end"}},
+             Row{" /open -x $HOME `id` ;rm", {"/open", "-x", "$HOME", "`id`", ";rm"}},
+             Row{" 'a b' *", {"'a", "b'", "*"}},
+         })
+        EXPECT_EQ(argumentsOf(row.rest), row.arguments) << row.rest;
+}
+
+TEST_F(CommandLineTest, AFileUpToTheEndOfTheLineIsOneArgument) {
+    makeExecutable("bin/edit", "");
+    makeFile("My Work/a b.cs");
+    makeFile("My Work/a");
+    makeFile("My Work/say \"hi\" $HOME;`id`|&.cs");
+    makeFile("My Work/line\nbreak.cs");
+    makeFile("My Work/-rf");
+    makeFile("My Work/\xc3\xa4 \xe2\x82\xac.cs");
+    struct Row {
+        const char *rest;
+        QList<QByteArray> names;
+    };
+    for (const Row &row : {
+             Row{" @/My Work/a b.cs", {"a b.cs"}},
+             Row{" @\\my work\\A B.cs", {"a b.cs"}},
+             Row{" @/My Work\\a", {"a"}},
+             Row{" \"@\\My Work\\a b.cs\"", {"a b.cs"}},
+             Row{" @/My Work\\say \"hi\" $HOME;`id`|&.cs", {"say \"hi\" $HOME;`id`|&.cs"}},
+             Row{" @/My Work\\line\nbreak.cs", {"line\nbreak.cs"}},
+             Row{" @/My Work\\-rf", {"-rf"}},
+             Row{" @/My Work\\\xc3\xa4 \xe2\x82\xac.cs", {"\xc3\xa4 \xe2\x82\xac.cs"}},
+             Row{" \"@/My Work/a\" @/My Work/a b.cs", {"a", "a b.cs"}},
+             Row{" \"@\\My Work\\still to come.cs\"", {"still to come.cs"}},
+         }) {
+        QList<QByteArray> expected;
+        for (const QByteArray &name : row.names)
+            expected.append(bytesAt("My Work/") + name);
+        EXPECT_EQ(argumentsOf(row.rest), expected) << row.rest;
+    }
+    const QList<QByteArray> withSwitch = {"/open", bytesAt("My Work/a b.cs")};
+    EXPECT_EQ(argumentsOf(" /open \"@\\My Work\\a b.cs\""), withSwitch);
+    EXPECT_EQ(argumentsOf(" /open @\\My Work\\a b.cs"), withSwitch);
+}
+
+TEST_F(CommandLineTest, AWindowsProgramGetsItsFilesOnDriveZ) {
+    makeWindowsProgram("prefix/drive_c/Program Files/Photoshop 6.0/Photoshp.exe");
+    makeFile("work/sky one.png");
+    makeFolders("prefix/dosdevices");
+    ASSERT_EQ(::symlink("../drive_c", bytesAt("prefix/dosdevices/c:").constData()), 0);
+    const ScopedVariable prefix("WINEPREFIX", bytesAt("prefix"));
+    const platform::Command command = parseCommandLine(expanded(
+        "\"C:\\Program Files\\Photoshop 6.0\\PHOTOSHP.EXE\" /open \"@/work\\sky one.png\""));
+    EXPECT_TRUE(command.isWindowsProgram);
+    EXPECT_EQ(command.program, bytesAt("prefix/drive_c/Program Files/Photoshop 6.0/Photoshp.exe"));
+    EXPECT_EQ(command.arguments,
+              (QList<QByteArray>{"/open", "Z:" + bytesAt("work/sky one.png").replace('/', '\\')}));
+}
+
+TEST_F(CommandLineTest, OnlyARealHeaderMakesAWindowsProgram) {
+    makeExecutable("short", "MZ");
+    makeExecutable("script",
+                   "MZ not a header, only a text that begins like one, and goes on\xff\x7f");
+    EXPECT_FALSE(parseCommandLine(at("short")).isWindowsProgram);
+    EXPECT_FALSE(parseCommandLine(at("script")).isWindowsProgram);
+}
+
+} // namespace

@@ -1,0 +1,120 @@
+#include "platform/shell.h"
+#include "tests/platform/shell/shellFixture.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+
+#include <csignal>
+
+namespace {
+
+using platform::ErrorNumber;
+using platform::Shell;
+using platform::ShellExecuteA;
+
+class ShellTest : public ShellFixture {
+  protected:
+    QByteArray stateLine(const QByteArray &key) const {
+        QList<QByteArray> values;
+        for (const QByteArray &line : contentOf(at("record.state")).split('\n')) {
+            if (line.startsWith(key + ' '))
+                values.append(line.sliced(key.size() + 1));
+        }
+        return values.join(' ');
+    }
+};
+
+TEST_F(ShellTest, AProgramGetsTheFileByteForByte) {
+    const QString program = makeRecorder("My Editors/The Editor");
+    for (const char *name :
+         {"plain.cs", "two words.cs", "q\"uo\"te 'n' $HOME `id`;.cs", "line\nbreak.cs",
+          "-leading dash", "\xc3\xa4\xe2\x82\xac.cs", "100%.cs"}) {
+        makeFile(QByteArray("temp/Classic/scripts/") + name);
+        Shell(program + ' ' + at("temp") + "\\Classic\\scripts\\" + QString::fromUtf8(name), 1);
+        EXPECT_EQ(recorded(),
+                  (QList<QByteArray>{program.toUtf8(), bytesAt("temp/Classic/scripts/") + name}));
+    }
+}
+
+TEST_F(ShellTest, AProgramInheritsNothingButFolderAndEnvironment) {
+    const QString program = makeRecorder("edit");
+    // Left open on purpose, without the flag that closes it.
+    const int open = ::open(bytesAt("edit").constData(), O_RDONLY);
+    const auto before = ::signal(SIGPIPE, SIG_IGN);
+    sigset_t blocked;
+    sigset_t earlier;
+    ::sigemptyset(&blocked);
+    ::sigaddset(&blocked, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &blocked, &earlier);
+    Shell(program, 1);
+    EXPECT_EQ(recorded().size(), 1);
+    ::pthread_sigmask(SIG_SETMASK, &earlier, nullptr);
+    ::signal(SIGPIPE, before);
+    ::close(open);
+
+    EXPECT_EQ(stateLine("open"), QByteArray("/dev/null /dev/null /dev/null"));
+    EXPECT_EQ(stateLine("signals"), QByteArray("0"));
+    EXPECT_NE(stateLine("session"), QByteArray::number(::getsid(0)));
+    EXPECT_EQ(stateLine("folder"), QFile::encodeName(QDir::currentPath()));
+    EXPECT_EQ(stateLine("report"), QByteArray("0"));
+}
+
+TEST_F(ShellTest, NoProgramIsLeftAsAChild) {
+    const QString program = makeRecorder("edit");
+    for (int i = 0; i < 20; ++i) {
+        Shell(program, 1);
+        EXPECT_EQ(recorded().size(), 1);
+    }
+    expectError(ErrorNumber::FileNotFound, [&] { Shell(at("missing"), 1); });
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(ShellTest, ManyStartsLeaveNoFileOpen) {
+    const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::Files).size(); };
+    const QString program = makeRecorder("edit");
+    const auto before = openFiles();
+    for (int i = 0; i < 20; ++i)
+        Shell(program, 1);
+    EXPECT_EQ(openFiles(), before);
+    recorded();
+}
+
+TEST_F(ShellTest, AStartThatFailsIsAnError) {
+    makeExecutable("no-format", "neither a script nor a program");
+    makeExecutable("no-interpreter", "#!/no/such/interpreter\n");
+    makeFile("no-program", "");
+    expectError(ErrorNumber::IllegalProcedureCall, [&] { Shell(at("no-format"), 1); });
+    expectError(ErrorNumber::FileNotFound, [&] { Shell(at("no-interpreter"), 1); });
+    expectError(ErrorNumber::IllegalProcedureCall, [&] { Shell(at("no-program"), 1); });
+}
+
+TEST_F(ShellTest, AWindowsProgramStartsThroughWine) {
+    const QString program = makeWindowsProgram("Tools/Paint It.exe");
+    makeFile("work/sky one.png");
+    const QString line = program + ' ' + at("work\\sky one.png");
+    expectError(ErrorNumber::FileNotFound, [&] { Shell(line, 1); });
+
+    const QByteArray wine = makeRecorder("bin/wine").toUtf8();
+    Shell(line, 1);
+    EXPECT_EQ(recorded(),
+              (QList<QByteArray>{wine, program.toUtf8(),
+                                 "Z:" + bytesAt("work/sky one.png").replace('/', '\\')}));
+}
+
+TEST_F(ShellTest, AFolderOpensInTheDesktopsFileManager) {
+    makeFolders("My Work/$(id)");
+    EXPECT_EQ(ShellExecuteA("Open", at("My Work"), {}, {}, 1), 31) << "no desktop";
+
+    const QByteArray opener = makeRecorder("bin/xdg-open").toUtf8();
+    for (const char *verb : {"Open", "Explore"}) {
+        EXPECT_GT(ShellExecuteA(verb, at("my work\\$(ID)\\"), {}, {}, 1), 32);
+        EXPECT_EQ(recorded(), (QList<QByteArray>{opener, bytesAt("My Work/$(id)")}));
+    }
+    for (const QString &nothing : {at("missing"), QString(), at("My Work") + QChar(0)})
+        EXPECT_EQ(ShellExecuteA("Open", nothing, {}, {}, 1), 2);
+    EXPECT_LE(ShellExecuteA("Print", at("My Work"), {}, {}, 1), 32);
+    EXPECT_EQ(recorded(200), QList<QByteArray>());
+}
+
+} // namespace
