@@ -157,6 +157,7 @@ bool Crew::takeAll() {
                 return false;
             }
         }
+        m_job.idle();
         lock.lock();
         m_taking = end;
         m_held -= given;

@@ -15,7 +15,7 @@ struct InOrder {
     std::function<void(std::size_t)> work;
     // Takes an item, in order, on the caller's thread; false stops everything.
     std::function<bool(std::size_t)> take;
-    // Called on the caller's thread about every 20 ms while it waits.
+    // Called on the caller's thread, at least about every 20 ms while it waits.
     std::function<void()> idle;
 };
 

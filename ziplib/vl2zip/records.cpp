@@ -154,6 +154,7 @@ void appendKept(std::string &out, std::string_view raw, std::uint64_t offset) {
         return;
     }
     // The entry moved beyond what 32 bits hold: its record gains the field.
+    put16(record + 6, std::max(get16(record + 6), kVersion64));
     std::string field;
     add64(field, offset);
     if (wide.length == 0) {
@@ -162,7 +163,6 @@ void appendKept(std::string &out, std::string_view raw, std::uint64_t offset) {
         add16(block, 8);
         block += field;
         put16(record + 30, static_cast<std::uint16_t>(get16(record + 30) + block.size()));
-        put16(record + 6, std::max(get16(record + 6), kVersion64));
         out.insert(start + nameEnd, block);
         return;
     }

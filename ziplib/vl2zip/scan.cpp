@@ -98,11 +98,16 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
            a.changed == b.changed;
 }
 
-bool Scan::sameAs(const Scan &later) const {
-    return std::equal(files.begin(), files.end(), later.files.begin(), later.files.end(),
+std::string Scan::changedIn(const Scan &later) const {
+    const auto [mine, other] =
+        std::mismatch(files.begin(), files.end(), later.files.begin(), later.files.end(),
                       [](const FoundFile &a, const FoundFile &b) {
                           return a.path == b.path && sameVersion(a.info, b.info);
                       });
+    if (mine != files.end()) {
+        return mine->path;
+    }
+    return other != later.files.end() ? other->path : std::string();
 }
 
 Outcome scanFolder(const std::string &root, bool recurse, const std::function<void()> &idle,

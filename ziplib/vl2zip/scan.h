@@ -21,8 +21,9 @@ struct Scan {
     std::vector<std::string> leftOut;     // what cannot be packed, a line for each
     std::vector<std::string> temporaries; // what a killed extraction left
 
-    // True where every file is still the same version of itself.
-    bool sameAs(const Scan &later) const;
+    // The first file that is not the same version of itself in a later scan, or is in one of the
+    // two only; empty where there is none.
+    std::string changedIn(const Scan &later) const;
 };
 
 // Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files

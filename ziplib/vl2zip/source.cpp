@@ -29,7 +29,7 @@ SourceFile::SourceFile(std::string path, std::string name, LineEnds lineEnds)
     : m_path(std::move(path)), m_name(std::move(name)), m_wanted(lineEnds), m_converter(lineEnds) {}
 
 Outcome SourceFile::open() {
-    constexpr int kTries = 50;
+    constexpr int kTries = 10;
     if (const auto opened = m_file.open(m_path); !opened.ok()) {
         return failure(opened, Code::CannotOpen);
     }

@@ -31,6 +31,8 @@ class Update {
 
     // `again` tells that something changed under it and nothing has happened.
     Outcome run(bool &again);
+    // What changed: a file of the folder, or else the archive.
+    const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
 
   private:
     Outcome look();
@@ -48,6 +50,7 @@ class Update {
     Directory m_directory;
     Scan m_scan;
     std::vector<Task> m_tasks;
+    std::string m_changed;
 };
 
 Outcome Update::look() {
@@ -124,7 +127,8 @@ Outcome Update::checkFolder(bool &again) {
         !scanned.ok()) {
         return scanned;
     }
-    again = !m_scan.sameAs(now);
+    m_changed = m_scan.changedIn(now);
+    again = !m_changed.empty();
     return {};
 }
 
@@ -145,7 +149,7 @@ Outcome Update::write(bool &again) {
         return written;
     }
     return commit(
-        m_target, m_report, [this](bool &changed) { return checkFolder(changed); }, again);
+        m_target, m_report, [this](bool &redo) { return checkFolder(redo); }, again);
 }
 
 // A killed extraction leaves them; they are no file of anybody's.
@@ -203,15 +207,16 @@ Outcome Update::run(bool &again) {
 
 Outcome updateArchive(const PackOptions &options, Report &report) {
     std::optional<std::string> password;
+    std::string changed;
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
         Update update(options, report, password);
         if (auto outcome = update.run(again); !outcome.ok() || !again) {
             return outcome;
         }
+        changed = update.changed();
     }
-    return {Code::CannotOpen, (options.root.empty() ? "." : options.root) +
-                                  ": other programs keep changing files while they are packed"};
+    return {Code::CannotOpen, changed + ": another program keeps changing it while it is packed"};
 }
 
 Outcome deleteFromArchive(const PackOptions &options, Report &report) {

@@ -1,0 +1,284 @@
+#include "tests/ziplib/vl2zip/packer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <sys/xattr.h>
+
+using namespace packer; // NOLINT: the tests speak this language
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+class PackOptions : public testing::Test {
+  protected:
+    TestFolder folder;
+    fs::path archive = folder / "classic.vl2";
+    fs::path work = folder / "work";
+    Call call() { return {archive, work}; }
+};
+
+TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
+    struct Row {
+        Names patterns;
+        int recurse;
+        Names expected;
+        int code;
+    };
+    const Names all{".dot", "a.cs", "b.png", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"};
+    for (const auto &name : all) {
+        write(work / name, name);
+    }
+    const Row rows[] = {
+        {{"*"}, 2, all, 0},
+        {{"*"}, 0, {".dot", "a.cs", "b.png"}, 0},
+        {{"*.cs"}, 2, {"a.cs", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 0},
+        {{"a.cs"}, 2, {"a.cs", "sub/a.cs"}, 0},
+        {{"a.cs"}, 0, {"a.cs"}, 0},
+        {{"?.png", "sub/*.cs"}, 0, {"b.png", "sub/a.cs", "sub/x[1].cs"}, 0},
+        {{"sub\\*"}, 2, {"sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 0},
+        {{"./sub/x[1].cs"}, 0, {"sub/x[1].cs"}, 0},
+        {{"a.cs", "missing.cs"}, 0, {"a.cs"}, 1},
+        {{"missing.cs"}, 2, {}, 11},
+        {{}, 2, {}, 11},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.patterns) + std::to_string(row.recurse));
+        fs::remove(archive);
+        auto pack = call();
+        pack.patterns = row.patterns;
+        pack.options.fRecurse = row.recurse;
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, row.code) << result.all();
+        EXPECT_EQ(result.code == 11, !fs::exists(archive));
+        EXPECT_EQ(row.expected.empty() ? Names{} : names(archive), row.expected);
+        if (row.code != 0) {
+            EXPECT_FALSE(result.last().empty());
+        }
+    }
+}
+
+TEST_F(PackOptions, FolderNamesCanBeDroppedUnlessTwoFilesThenHaveOneName) {
+    write(work / "a.txt", "a");
+    write(work / "sub/b.txt", "b");
+    auto pack = call();
+    pack.options.fJunkDir = 1;
+    ASSERT_EQ(run(pack).code, 0);
+    EXPECT_EQ(names(archive), (Names{"a.txt", "b.txt"}));
+
+    const auto before = read(archive);
+    write(work / "sub/a.txt", "another");
+    const auto result = run(pack);
+    EXPECT_EQ(result.code, 18);
+    EXPECT_NE(result.last().find("sub/a.txt"), std::string::npos) << result.last();
+    EXPECT_EQ(read(archive), before);
+}
+
+TEST_F(PackOptions, FoldersGetEntriesOnceWhereThatIsAskedFor) {
+    write(work / "sub/deep/a.txt", "a");
+    fs::create_directories(work / "void");
+    auto pack = call();
+    pack.options.fNoDirEntries = 0;
+    ASSERT_EQ(run(pack).code, 0);
+    EXPECT_EQ(names(archive), (Names{"sub/deep/a.txt", "sub/", "sub/deep/", "void/"}));
+    EXPECT_TRUE(judge({"check", archive}));
+    const auto before = read(archive);
+    EXPECT_EQ(run(pack).code, 0);
+    EXPECT_EQ(read(archive), before);
+}
+
+TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
+    struct Row {
+        const char *title;
+        int update;
+        int freshen;
+        std::int64_t time; // of the file; its entry has 1000000000
+        int code;
+        const char *content;
+        std::size_t entries;
+    };
+    const Row rows[] = {
+        {"update, newer", 1, 0, 1000000002, 0, "after", 2},
+        {"update, within the 2 s of an entry's time", 1, 0, 999999999, 0, "before", 2},
+        {"update, older", 1, 0, 999000000, 0, "before", 2},
+        {"freshen, newer", 0, 1, 1000000002, 0, "after", 1},
+        {"freshen, older", 0, 1, 999000000, 12, "before", 1},
+        {"neither, older", 0, 0, 999000000, 0, "after", 2},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.title);
+        fs::remove_all(work);
+        fs::remove(archive);
+        write(work / "a.txt", "before");
+        setTime(work / "a.txt", 1000000000);
+        ASSERT_EQ(run(call()).code, 0);
+        write(work / "a.txt", "after");
+        setTime(work / "a.txt", row.time);
+        write(work / "new.txt", "new");
+        auto pack = call();
+        pack.options.fUpdate = row.update;
+        pack.options.fFreshen = row.freshen;
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, row.code) << result.all();
+        EXPECT_EQ(content(archive, "a.txt"), row.content);
+        EXPECT_EQ(names(archive).size(), row.entries);
+    }
+}
+
+TEST_F(PackOptions, LineEndsOfTextFilesAreConvertedAndOfOthersNot) {
+    const std::string binary("\r\n\0\r\n", 5);
+    write(work / "dos.txt", "one\r\ntwo\r\n\rlone\r");
+    write(work / "unix.txt", "one\ntwo\r\nthree");
+    write(work / "binary.dat", binary);
+    auto pack = call();
+    pack.options.fCRLF_LF = 1;
+    ASSERT_EQ(run(pack).code, 0);
+    EXPECT_EQ(content(archive, "dos.txt"), "one\ntwo\n\rlone\r");
+    EXPECT_EQ(content(archive, "unix.txt"), "one\ntwo\nthree");
+    EXPECT_EQ(content(archive, "binary.dat"), binary);
+    const auto before = read(archive);
+    EXPECT_EQ(run(pack).code, 0); // what is converted is compared as it is packed
+    EXPECT_EQ(read(archive), before);
+
+    pack.options.fCRLF_LF = 0;
+    pack.options.fLF_CRLF = 1;
+    ASSERT_EQ(run(pack).code, 0);
+    EXPECT_EQ(content(archive, "unix.txt"), "one\r\ntwo\r\nthree");
+    EXPECT_EQ(content(archive, "binary.dat"), binary);
+}
+
+TEST_F(PackOptions, EncryptedEntriesOpenWithThePasswordAndNoOther) {
+    write(work / "a.txt", std::string(5000, 'a'));
+    write(work / "noise.bin", noise(3000));
+    write(work / "large.bin", std::string(17U << 20U, 'l'));
+    auto pack = call();
+    pack.options.fEncrypt = 1;
+    pack.password = "secret";
+    const auto result = run(pack);
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_EQ(result.passwordsAsked, 1);
+    EXPECT_TRUE(judge({"check", archive, "secret"}));
+    EXPECT_FALSE(judge({"check", archive, "wrong"}));
+    EXPECT_EQ(judge({"read", archive, "a.txt", "secret"}).output, std::string(5000, 'a'));
+
+    // They stay as they are where the files are the same and no encryption is asked for.
+    const auto before = read(archive);
+    EXPECT_EQ(run(call()).code, 0);
+    EXPECT_TRUE(read(archive) == before);
+}
+
+TEST_F(PackOptions, ADeclinedPasswordLeavesTheArchiveAsItWas) {
+    write(work / "a.txt", "before");
+    ASSERT_EQ(run(call()).code, 0);
+    const auto before = read(archive);
+    write(work / "a.txt", "after");
+    auto pack = call();
+    pack.options.fEncrypt = 1;
+    const auto result = run(pack);
+    EXPECT_EQ(result.code, 82);
+    EXPECT_NE(result.last().find("password"), std::string::npos);
+    EXPECT_EQ(read(archive), before);
+    EXPECT_TRUE(temporaries(folder.path()).empty());
+}
+
+void hide(const fs::path &path) {
+    ASSERT_EQ(::setxattr(path.c_str(), "user.DOSATTRIB", "0x2", 3, 0), 0)
+        << "the test's file system holds no attributes";
+}
+
+TEST_F(PackOptions, HiddenFilesAreLeftOutAndWhatTheArchiveHoldsOfThemStays) {
+    write(work / "a.txt", "a");
+    write(work / "held.txt", "held");
+    ASSERT_EQ(run(call()).code, 0);
+    hide(work / "held.txt");
+    write(work / "new.txt", "new");
+    hide(work / "new.txt");
+    EXPECT_EQ(run(call()).code, 0);
+    EXPECT_EQ(names(archive), (Names{"a.txt", "held.txt"}));
+
+    write(work / "held.txt", "edited"); // this edit is in the folder alone: say so
+    const auto result = run(call());
+    EXPECT_EQ(result.code, 1);
+    EXPECT_NE(result.last().find("held.txt"), std::string::npos) << result.all();
+    EXPECT_EQ(content(archive, "held.txt"), "held");
+
+    auto pack = call();
+    pack.options.fSystem = 1;
+    EXPECT_EQ(run(pack).code, 0);
+    EXPECT_EQ(content(archive, "held.txt"), "edited");
+    EXPECT_EQ(names(archive).size(), 3U);
+    EXPECT_NE(entries(archive).back().find("|2|20|0"), std::string::npos); // hidden in the archive
+}
+
+TEST_F(PackOptions, MatchingEntriesAreDeletedAndTheOthersKept) {
+    struct Row {
+        Names patterns;
+        int code;
+        Names left;
+    };
+    const Row rows[] = {
+        {{"edit.txt"}, 0, {"keep.txt", "sub/last.bin"}},
+        {{"*.bin"}, 0, {"keep.txt", "edit.txt"}},
+        {{"sub\\*"}, 0, {"keep.txt", "edit.txt"}},
+        {{"keep.txt", "missing"}, 1, {"edit.txt", "sub/last.bin"}},
+        {{"missing"}, 11, {"keep.txt", "edit.txt", "sub/last.bin"}},
+        {{"*"}, 0, {}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.patterns));
+        ASSERT_TRUE(judge({"make", "prefix", archive}));
+        fs::copy_file(archive, folder / "old.vl2", fs::copy_options::overwrite_existing);
+        auto removal = call();
+        removal.patterns = row.patterns;
+        removal.options.fDeleteEntries = 1;
+        const auto result = run(removal);
+        EXPECT_EQ(result.code, row.code) << result.all();
+        EXPECT_EQ(names(archive), row.left);
+        Names arguments{"kept", folder / "old.vl2", archive};
+        for (const char *name : {"keep.txt", "edit.txt", "sub/last.bin"}) {
+            if (std::find(row.left.begin(), row.left.end(), name) == row.left.end()) {
+                arguments.emplace_back(name);
+            }
+        }
+        const auto kept = judge(arguments);
+        EXPECT_TRUE(kept) << kept.output;
+    }
+    fs::remove(archive);
+    auto removal = call();
+    removal.options.fDeleteEntries = 1;
+    EXPECT_EQ(run(removal).code, 9);
+}
+
+TEST_F(PackOptions, MessagesAreAsManyAsWereAskedFor) {
+    write(work / "a.txt", "a");
+    write(work / "b.txt", "b");
+    const auto messages = [&](int verbose, int quiet) {
+        auto pack = call();
+        pack.options.fVerbose = verbose;
+        pack.options.fQuiet = quiet;
+        fs::remove(archive);
+        return run(pack).messages;
+    };
+    EXPECT_EQ(messages(0, 1), Names{});
+    EXPECT_EQ(messages(0, 0), (Names{"adding: a.txt (stored 0%)", "adding: b.txt (stored 0%)"}));
+    EXPECT_EQ(messages(1, 0).back(), archive.string() + ": saved");
+}
+
+TEST_F(PackOptions, TheCallerCanStopAtAnyFile) {
+    write(work / "a.txt", "a");
+    write(work / "b.txt", "b");
+    ASSERT_EQ(run(call()).code, 0);
+    const auto before = read(archive);
+    write(work / "b.txt", "changed");
+    for (const char *where : {"a.txt", "b.txt"}) {
+        auto pack = call();
+        pack.onFile = [where](const std::string &name) { return name == where ? 1 : 0; };
+        EXPECT_EQ(run(pack).code, 80);
+        EXPECT_EQ(read(archive), before);
+        EXPECT_TRUE(temporaries(folder.path()).empty());
+    }
+}
+
+} // namespace

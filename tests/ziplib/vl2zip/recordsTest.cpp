@@ -1,0 +1,127 @@
+#include "ziplib/vl2zip/records.h"
+#include "ziplib/container/bytes.h"
+
+#include <gtest/gtest.h>
+
+using namespace ziplib; // NOLINT: the tests speak this language
+
+namespace {
+
+constexpr std::uint64_t kFour = 1ULL << 32U;
+
+const std::uint8_t *bytes(const std::string &text) {
+    return reinterpret_cast<const std::uint8_t *>(text.data());
+}
+
+// A record as other tools write it, with another extra field behind the 64-bit one.
+std::string keptRecord(std::uint32_t size, std::uint32_t packed, std::uint32_t offset,
+                       const std::string &wideFields, std::uint16_t version = 20) {
+    std::string record(46, '\0');
+    auto *at = reinterpret_cast<std::uint8_t *>(record.data());
+    put32(at, 0x02014b50U);
+    put16(at + 6, version);
+    put32(at + 20, packed);
+    put32(at + 24, size);
+    put16(at + 28, 1);
+    put16(at + 32, 2);
+    put32(at + 42, offset);
+    std::string extra;
+    if (!wideFields.empty()) {
+        std::uint8_t head[4];
+        put16(head, 1);
+        put16(head + 2, static_cast<std::uint16_t>(wideFields.size()));
+        extra.append(reinterpret_cast<const char *>(head), sizeof head);
+        extra += wideFields;
+    }
+    extra += std::string("\x55\x54\x01\x00\x00", 5);
+    put16(at + 30, static_cast<std::uint16_t>(extra.size()));
+    return record + "n" + extra + "cc";
+}
+
+std::string number(std::uint64_t value) {
+    std::uint8_t field[8];
+    put64(field, value);
+    return {reinterpret_cast<const char *>(field), sizeof field};
+}
+
+TEST(Records, AKeptRecordTellsItsNewOffsetInWhicheverFieldHoldsIt) {
+    struct Row {
+        const char *title;
+        std::string before;
+        std::uint64_t offset;
+        std::string after;
+    };
+    const Row rows[] = {
+        {"in 32 bits", keptRecord(5, 5, 7, ""), 99, keptRecord(5, 5, 99, "")},
+        {"moved beyond 32 bits", keptRecord(5, 5, 7, ""), kFour,
+         keptRecord(5, 5, kWide32, number(kFour), 45)},
+        {"in 64 bits already", keptRecord(5, 5, kWide32, number(kFour)), kFour + 5,
+         keptRecord(5, 5, kWide32, number(kFour + 5))},
+        {"behind a 64-bit size", keptRecord(kWide32, 5, kWide32, number(kFour) + number(1)),
+         kFour + 5, keptRecord(kWide32, 5, kWide32, number(kFour) + number(kFour + 5))},
+        {"joining 64-bit sizes", keptRecord(kWide32, kWide32, 7, number(kFour) + number(kFour + 1)),
+         kFour + 5,
+         keptRecord(kWide32, kWide32, kWide32,
+                    number(kFour) + number(kFour + 1) + number(kFour + 5), 45)},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.title);
+        std::string out = "before";
+        appendKept(out, row.before, row.offset);
+        EXPECT_EQ(out, "before" + row.after);
+    }
+}
+
+TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
+    struct Row {
+        std::uint64_t size;
+        std::uint64_t packed;
+        std::uint64_t offset;
+        std::string fields;
+    };
+    const Row rows[] = {
+        {kWide32 - 1, kWide32 - 1, kWide32 - 1, ""},
+        {kWide32, 5, 5, number(kWide32)},
+        {kFour, kFour - 1, 5, number(kFour) + number(kFour - 1)},
+        {5, 5, kFour, number(kFour)},
+    };
+    for (const Row &row : rows) {
+        WrittenEntry entry;
+        entry.name = "n";
+        entry.size = row.size;
+        entry.packed = row.packed;
+        entry.offset = row.offset;
+        std::string out;
+        appendCentral(out, entry);
+        const std::size_t extra = get16(bytes(out) + 30);
+        EXPECT_EQ(extra, row.fields.empty() ? 0 : row.fields.size() + 4);
+        EXPECT_EQ(out.substr(47 + (extra == 0 ? 0 : 4)), row.fields);
+        EXPECT_EQ(get16(bytes(out) + 6), row.fields.empty() ? 10 : 45);
+        EXPECT_EQ(get32(bytes(out) + 24), row.size >= kWide32 ? kWide32 : row.size);
+    }
+}
+
+TEST(Records, TheEndRecordGrowsWithWhatItCounts) {
+    struct Row {
+        DirectoryPlace place;
+        std::size_t size;
+    };
+    const Row rows[] = {
+        {{0, 0, 0}, 22},
+        {{65534, kWide32 - 1, kWide32 - 1}, 22},
+        {{65535, 5, 5}, 22 + 56 + 20},
+        {{1, kFour, 5}, 22 + 56 + 20},
+    };
+    for (const Row &row : rows) {
+        std::string out;
+        appendEnd(out, row.place, "");
+        ASSERT_EQ(out.size(), row.size);
+        if (row.size > 22) {
+            EXPECT_EQ(get64(bytes(out) + 32), row.place.entries);
+            EXPECT_EQ(get64(bytes(out) + 48), row.place.offset);
+            EXPECT_EQ(get64(bytes(out) + 56 + 8), row.place.offset + row.place.size);
+        }
+    }
+}
+
+} // namespace
