@@ -115,9 +115,9 @@ Status locateData(const InputFile &file, const Directory &directory, const Entry
     return status;
 }
 
-Extents::Extents(const Directory &directory) : m_limits(directory.entries().size()) {
+Extents::Extents(const InputFile &file, const Directory &directory)
+    : m_limits(directory.entries().size(), directory.fileSize()) {
     const std::vector<Entry> &entries = directory.entries();
-    const std::uint64_t directoryEnd = directory.start() + directory.size();
     std::vector<std::uint32_t> order(entries.size());
     std::iota(order.begin(), order.end(), 0U);
     const auto before = [&](std::uint32_t a, std::uint32_t b) {
@@ -126,6 +126,22 @@ Extents::Extents(const Directory &directory) : m_limits(directory.entries().size
     if (!std::is_sorted(order.begin(), order.end(), before)) {
         std::stable_sort(order.begin(), order.end(), before);
     }
+    if (sweep(directory, order)) {
+        return;
+    }
+    // Something lies over something else. Those that are not there at all leave the contest.
+    const auto isMissing = [&](std::uint32_t index) {
+        std::uint64_t offset = 0;
+        return overlaps(index) && !locateData(file, directory, entries[index], offset).ok();
+    };
+    order.erase(std::remove_if(order.begin(), order.end(), isMissing), order.end());
+    std::fill(m_limits.begin(), m_limits.end(), directory.fileSize());
+    sweep(directory, order);
+}
+
+// Settles the limits of the entries in `order`, by offset. False where some overlap.
+bool Extents::sweep(const Directory &directory, std::vector<std::uint32_t> &order) {
+    const std::vector<Entry> &entries = directory.entries();
     // From the back: what starts next after each entry.
     std::uint64_t next = directory.fileSize();
     std::uint64_t here = next;
@@ -135,38 +151,36 @@ Extents::Extents(const Directory &directory) : m_limits(directory.entries().size
             next = std::max(here, offset);
             here = offset;
         }
-        const bool beforeDirectory = offset < directory.start();
-        m_limits[*it] = beforeDirectory ? std::min(next, directory.start()) : next;
+        m_limits[*it] = offset < directory.start() ? std::min(next, directory.start()) : next;
     }
     // From the front: which start before an earlier one has ended. Lengths of extra fields in
     // local headers are not known yet; limit() is for those.
-    std::vector<bool> bad(entries.size());
+    std::vector<std::uint32_t> bad;
     std::uint64_t furthest = 0;
-    std::size_t holder = 0;
+    std::uint32_t holder = 0;
     for (const std::uint32_t index : order) {
         const Entry &entry = entries[index];
         const std::uint64_t head = localSize + entry.nameLength;
-        const std::uint64_t room =
-            UINT64_MAX - head > entry.localOffset ? UINT64_MAX - head - entry.localOffset : 0;
-        const std::uint64_t end =
-            entry.packedSize <= room ? entry.localOffset + head + entry.packedSize : UINT64_MAX;
+        const std::uint64_t end = entry.localOffset < UINT64_MAX - head &&
+                                          entry.packedSize < UINT64_MAX - head - entry.localOffset
+                                      ? entry.localOffset + head + entry.packedSize
+                                      : UINT64_MAX;
         if (entry.localOffset < furthest) {
-            bad[index] = true;
-            bad[holder] = true;
+            bad.push_back(index);
+            bad.push_back(holder);
         }
-        if (entry.localOffset < directoryEnd && end > directory.start()) {
-            bad[index] = true;
+        if (entry.localOffset < directory.start() + directory.size() && end > directory.start()) {
+            bad.push_back(index);
         }
         if (end > furthest) {
             furthest = end;
             holder = index;
         }
     }
-    for (std::size_t i = 0; i < bad.size(); ++i) {
-        if (bad[i]) {
-            m_limits[i] = 0;
-        }
+    for (const std::uint32_t index : bad) {
+        m_limits[index] = 0;
     }
+    return bad.empty();
 }
 
 } // namespace ziplib

@@ -20,10 +20,11 @@ platform::Status locateData(const platform::InputFile &file, const Directory &di
                             const Entry &entry, std::uint64_t &dataOffset);
 
 // Which entries share bytes with others or with the directory, found in one pass. Gaps between
-// entries and entries in another order than their records are nothing unusual.
+// entries and entries in another order than their records are nothing unusual. An entry without a
+// local header that fits it takes nothing from others.
 class Extents {
   public:
-    explicit Extents(const Directory &directory);
+    Extents(const platform::InputFile &file, const Directory &directory);
 
     // True where the entry, by index, lies over something else.
     bool overlaps(std::size_t index) const { return m_limits[index] == 0; }
@@ -31,6 +32,8 @@ class Extents {
     std::uint64_t limit(std::size_t index) const { return m_limits[index]; }
 
   private:
+    bool sweep(const Directory &directory, std::vector<std::uint32_t> &order);
+
     std::vector<std::uint64_t> m_limits;
 };
 

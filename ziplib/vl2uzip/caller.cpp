@@ -10,8 +10,8 @@ namespace ziplib {
 
 namespace {
 
-// Half of what is promised, so that a step that runs over still keeps the promise.
-constexpr std::chrono::milliseconds heartbeat{25};
+// Well below what is promised, so that a step that runs over still keeps the promise.
+constexpr std::chrono::milliseconds heartbeat{20};
 
 constexpr std::int32_t answerReplace = 102;
 constexpr std::int32_t answerReplaceAll = 103;
@@ -38,6 +38,10 @@ Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
 void Caller::print(const std::string &text) {
     if (m_functions.print != nullptr) {
         std::string narrow = platform::narrowFromUtf8(text);
+        // Names come from the archive: none may speak to a terminal.
+        std::replace_if(
+            narrow.begin(), narrow.end(),
+            [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
         m_functions.print(narrow.data(), clipped<std::uint32_t>(narrow.size()));
     }
     m_lastPrint = Clock::now();

@@ -19,7 +19,7 @@ using platform::Status;
 constexpr std::size_t window = 128;
 // Memory for entries that are inflated in one piece.
 constexpr std::size_t largeMemory = 64U << 20;
-constexpr std::chrono::milliseconds patience{20};
+constexpr std::chrono::milliseconds patience{10};
 
 // Zip times are even seconds: a file is not older for less.
 bool isOlder(std::int64_t onDisk, std::int64_t stored) {
@@ -44,7 +44,7 @@ const char *refusal(PlanItem::Action action, const std::string &path) {
 Extraction::Extraction(const platform::InputFile &file, const Directory &directory,
                        const Request &request, Caller &caller, Outcome &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
-      m_extents(directory),
+      m_extents(file, directory),
       m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}},
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 

@@ -1,0 +1,67 @@
+#include "ziplib/container/dostime.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+namespace {
+
+class TimeZone {
+  public:
+    explicit TimeZone(const char *zone) {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+    ~TimeZone() {
+        unsetenv("TZ");
+        tzset();
+    }
+};
+
+constexpr std::int64_t second = 1'000'000'000;
+
+} // namespace
+
+TEST(DosTimes, AreLocalAndComeBackTheSame) {
+    const struct {
+        const char *zone;
+        std::int64_t instant; // seconds
+    } rows[] = {{"UTC", 987514662},
+                {"CET-1CEST,M3.5.0,M10.5.0/3", 987514662},
+                {"CET-1CEST,M3.5.0,M10.5.0/3", 979514662},
+                {"PST8PDT", 1400000000},
+                {"UTC", 315532800},
+                {"UTC", 4354819198}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.zone);
+        const TimeZone zone(row.zone);
+        const std::uint32_t fields = ziplib::toDosFields(row.instant * second);
+        const auto local = ziplib::dosTime(static_cast<std::uint16_t>(fields >> 16),
+                                           static_cast<std::uint16_t>(fields));
+        EXPECT_EQ(ziplib::toNanoseconds(local), row.instant * second);
+    }
+}
+
+TEST(DosTimes, OutsideTheirRangeAreDrawnIntoIt) {
+    const TimeZone zone("UTC");
+    EXPECT_EQ(ziplib::toDosFields(0), 0x00210000U);
+    EXPECT_EQ(ziplib::toDosFields(-5 * second), 0x00210000U);
+    EXPECT_EQ(ziplib::toDosFields(9000000000 * second) >> 16, 0xFF9FU);
+    const ziplib::DosTime none = ziplib::dosTime(0, 0);
+    EXPECT_EQ(none.month, 1);
+    EXPECT_EQ(none.day, 1);
+    const ziplib::DosTime wild = ziplib::dosTime(0xFFFF, 0xFFFF);
+    EXPECT_EQ(wild.month, 12);
+    EXPECT_EQ(wild.hour, 23);
+    EXPECT_EQ(wild.minute, 59);
+    EXPECT_EQ(wild.second, 58);
+}
+
+TEST(DosTimes, RoundUpToTheEvenSecond) {
+    const TimeZone zone("UTC");
+    const std::uint32_t even = ziplib::toDosFields(987514662 * second);
+    EXPECT_EQ(ziplib::toDosFields(987514661 * second), even);
+    EXPECT_EQ(ziplib::toDosFields(987514660 * second + 1), even);
+    EXPECT_NE(ziplib::toDosFields(987514660 * second), even);
+}

@@ -1,0 +1,61 @@
+#include "ziplib/container/names.h"
+#include "ziplib/container/utf8.h"
+
+#include <gtest/gtest.h>
+
+using std::string_literals::operator""s;
+
+TEST(Names, AreDecodedAsUtf8OrCodePage437) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"maps/a.png", "maps/a.png"},
+        {"maps\\base\\a.png", "maps/base/a.png"},
+        {"caf\xC3\xA9", "café"},
+        {"caf\x82", "café"},
+        {"\x80\xFF", "Ç\xC2\xA0"},
+        {"\xC3", "├"},           // cut UTF-8
+        {"\xC0\xAF", "└»"},      // overlong
+        {"\xED\xA0\x80", "φáÇ"}, // surrogate
+        {"a\0b"s, "a\xEF\xBF\xBD"
+                  "b"},
+    };
+    for (const auto &[raw, path] : rows) {
+        EXPECT_EQ(ziplib::decodeName(raw), path);
+    }
+}
+
+TEST(Names, AreSafeOrAreNot) {
+    const char *const safe[] = {"a.txt",      "a/b/c",   "dir/",         "...a",
+                                ".hidden",    "..a/b",   "console.txt",  "com10.txt",
+                                "nullify",    "a b/c d", "comet.png",    "Привет.txt",
+                                "lpt/com.cs", "a..b",    ".orvel-x.part"};
+    for (const char *path : safe) {
+        EXPECT_EQ(ziplib::unsafeReason(path), nullptr) << path;
+    }
+    const char *const unsafe[] = {
+        "",         "/",       "/a",      "..",
+        "a/..",     "../a",    ".",       "a/./b",
+        "a//b",     "a//",     "C:a",     "a:b",
+        "con",      "CON.txt", "a/Nul/b", "com0",
+        "LPT9.x",   "conin$",  "a.",      "a ",
+        "a /b",     "a./b",    "a\tb",    "a\x7F",
+        "CLOCK$.x", "aux .c",  "... ",    "a/.orvel-0123456789abcdef.part"};
+    for (const char *path : unsafe) {
+        EXPECT_NE(ziplib::unsafeReason(path), nullptr) << path;
+    }
+}
+
+TEST(Names, FoldTheirCaseForComparison) {
+    const std::pair<const char *, const char *> same[] = {{"MAPS/Base.PNG", "maps/base.png"},
+                                                          {"ÄÖÜ", "äöü"},
+                                                          {"ПРИВЕТ", "привет"},
+                                                          {"Ÿ", "ÿ"},
+                                                          {"ŁÓDŹ", "łódź"},
+                                                          {"ΑΒΓΣ", "αβγσ"}};
+    for (const auto &[a, b] : same) {
+        EXPECT_EQ(ziplib::foldCase(std::string_view(a)), b);
+        EXPECT_EQ(ziplib::foldCase(std::string_view(b)), b);
+    }
+    for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"}) {
+        EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
+    }
+}

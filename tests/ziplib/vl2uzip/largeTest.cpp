@@ -1,0 +1,84 @@
+#include "tests/ziplib/vl2uzip/unzipCall.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <sys/resource.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Archives that are too large to be kept are made once for all these tests.
+class LargeArchives : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        folder = std::make_unique<ScratchFolder>();
+        const std::string command = "python3 '" + dataFile("make-archives.py") + "' --large '" +
+                                    folder->path().string() + "'";
+        made = std::system(command.c_str()) == 0;
+    }
+    static void TearDownTestSuite() { folder.reset(); }
+    void SetUp() override { ASSERT_TRUE(made); }
+
+    static std::string archive(const std::string &name) { return *folder / (name + ".vl2"); }
+
+    static std::unique_ptr<ScratchFolder> folder;
+    static bool made;
+};
+
+std::unique_ptr<ScratchFolder> LargeArchives::folder;
+bool LargeArchives::made = false;
+
+} // namespace
+
+TEST_F(LargeArchives, AnyNumberOfEntriesIsListed) {
+    const struct {
+        const char *name;
+        std::size_t entries;
+    } rows[] = {{"entries-65535", 65535},
+                {"entries-65536", 65536},
+                {"entries-70000", 70000},
+                {"entries-modulo", 65539}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        UnzipCall call;
+        EXPECT_EQ(call.list(archive(row.name)), 0);
+        EXPECT_EQ(call.listed.size(), row.entries);
+    }
+}
+
+TEST_F(LargeArchives, OffsetsAroundFourGigabytesAreFound) {
+    for (const char *name : {"offset-4g-2", "offset-4g-1", "offset-4g", "offset-4g+1"}) {
+        SCOPED_TRACE(name);
+        const ScratchFolder scratch;
+        UnzipCall call;
+        EXPECT_EQ(call.extract(archive(name), scratch.path()), 0);
+        EXPECT_EQ(contentOf(scratch / "good.txt"), "good");
+    }
+}
+
+TEST_F(LargeArchives, EntriesOfManyGigabytesNeedLittleMemoryAndKeepTheProgramAlive) {
+    for (const char *name : {"stored-5g", "deflated-5g"}) {
+        SCOPED_TRACE(name);
+        UnzipCall listing;
+        EXPECT_EQ(listing.list(archive(name)), 0);
+        ASSERT_EQ(listing.listed.size(), 1U);
+        EXPECT_EQ(listing.listed[0].size, 0xFFFFFFFFU);
+        EXPECT_EQ(listing.listed[0].mark, '+');
+        UnzipCall call;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(call.test(archive(name)), 0);
+        const std::chrono::duration<double, std::milli> took =
+            std::chrono::steady_clock::now() - start;
+        // On average as often as is promised; single ones may be late on a busy machine.
+        EXPECT_LT(took.count() / (call.heartbeats + 1), 50);
+        EXPECT_LT(call.longestSilence.count(), 500);
+    }
+#ifndef __SANITIZE_ADDRESS__
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    EXPECT_LT(usage.ru_maxrss, 160 * 1024);
+#endif
+}

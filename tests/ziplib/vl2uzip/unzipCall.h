@@ -1,0 +1,83 @@
+#pragma once
+
+#include "ziplib/vl2uzip.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+// A folder that is gone at the end of a test.
+class ScratchFolder {
+  public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder &) = delete;
+    ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+    std::filesystem::path operator/(const std::string &name) const { return m_path / name; }
+    const std::filesystem::path &path() const { return m_path; }
+
+  private:
+    std::filesystem::path m_path;
+};
+
+// Path and content of every file below a folder; folders end in "/", links in "@".
+std::map<std::string, std::string> filesIn(const std::filesystem::path &folder);
+std::string contentOf(const std::filesystem::path &file);
+void writeFile(const std::filesystem::path &file, const std::string &content);
+// A file below tests/data.
+std::string dataFile(const std::string &name);
+// Seconds since 1970.
+std::int64_t modifiedOf(const std::filesystem::path &file);
+
+// One call of the library, with everything that it told.
+struct UnzipCall {
+    struct Listed {
+        std::string path;
+        std::string method;
+        std::string date; // "2001-04-17 13:37"
+        std::uint32_t size;
+        std::uint32_t packedSize;
+        std::int32_t factor;
+        std::uint32_t crc;
+        char encrypted;
+        char mark;
+    };
+
+    UnzipCall();
+
+    DCL options{};
+    std::vector<std::string> wanted;
+    std::vector<std::string> unwanted;
+    // What the program answers; unset ones are given to the library as null.
+    std::function<std::int32_t(const std::string &)> replace;
+    std::function<std::int32_t(char *p, std::int32_t n, const std::string &name)> password;
+    std::function<std::int32_t(const std::string &)> service;
+    bool withCallbacks = true;
+
+    // What came of it.
+    std::vector<std::string> messages;
+    std::vector<Listed> listed;
+    std::vector<std::string> processed;
+    std::vector<std::string> events; // names of all callbacks but heartbeats, as they came
+    int heartbeats = 0;
+    std::chrono::milliseconds longestSilence{0};
+    bool otherThread = false;
+    USERFUNCTIONS functions{};
+
+    std::int32_t list(const std::string &archive);
+    std::int32_t extract(const std::string &archive, const std::filesystem::path &target);
+    std::int32_t test(const std::string &archive);
+    std::vector<std::string> listedPaths() const;
+
+    std::int32_t run(const std::string &archive, const std::string &target);
+    void heard();
+
+    std::chrono::steady_clock::time_point last;
+    std::thread::id thread;
+};
