@@ -167,7 +167,9 @@ class NewFile {
     Status sync();
     // Gives the file its name and closes it. Exists where the name is taken and is not to be
     // replaced; WrongKind where a folder has it. A failed commit leaves nothing behind.
-    Status commit(const std::string &name, Replace replace);
+    // `replaced` is the file that is replaced, where the caller holds it: it is closed where the
+    // system cannot give the name of an open file away.
+    Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr);
     void discard();
 
   private:

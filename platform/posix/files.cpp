@@ -1,6 +1,7 @@
 #include "platform/files.h"
 
 #include "platform/error.h"
+#include "platform/namePattern.h"
 #include "platform/posix/dosAttributes.h"
 #include "platform/posix/names.h"
 #include "platform/posix/paths.h"
@@ -43,7 +44,7 @@ int matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteA
         return errno;
     const NamePattern matcher(pattern);
     while (const dirent *entry = entries.next()) {
-        if (matcher.matches(entry->d_name))
+        if (matcher.matches(nameText(entry->d_name)))
             names.append(entry->d_name);
     }
     return 0;

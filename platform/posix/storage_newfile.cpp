@@ -220,7 +220,7 @@ Status NewFile::sync() {
     return {};
 }
 
-Status NewFile::commit(const std::string &name, Replace replace) {
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *) {
     const int folder = static_cast<int>(m_folder->m_handle);
     int result = -1;
     if (replace == Replace::Yes) {

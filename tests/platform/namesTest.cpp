@@ -1,4 +1,4 @@
-#include "platform/posix/names.h"
+#include "platform/namePattern.h"
 
 #include <gtest/gtest.h>
 

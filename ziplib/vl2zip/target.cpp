@@ -116,8 +116,10 @@ Outcome Target::sync(const std::function<void()> &idle) {
 
 Outcome Target::replace(bool &taken) {
     using Replace = platform::NewFile::Replace;
-    const auto committed = m_fresh.commit(m_name, m_old.isOpen() ? Replace::Yes : Replace::No);
-    taken = committed.is(platform::Failure::Exists) && !m_old.isOpen();
+    const bool replaces = m_old.isOpen();
+    const auto committed =
+        m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
+    taken = committed.is(platform::Failure::Exists) && !replaces;
     return failed(committed, "the new archive cannot take its place", Code::CannotWrite);
 }
 

@@ -1,0 +1,166 @@
+#include "platform/files.h"
+
+#include "platform/namePattern.h"
+#include "platform/windows/system.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD kLeftOut = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DIRECTORY;
+constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
+                            FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
+
+bool isMissing(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+           error == ERROR_DIRECTORY || error == ERROR_NO_MORE_FILES;
+}
+
+// A folder to search and what to search for in it.
+struct Search {
+    QString folder; // in the long form
+    QString name;
+};
+
+Search searchOf(const QString &path) {
+    const QString text = nativePath(path);
+    const qsizetype cut = std::max(text.lastIndexOf(u'\\'), text.lastIndexOf(u':')) + 1;
+    const QString folder = text.first(cut);
+    if (path.contains(QChar(u'\0')))
+        raise(ErrorNumber::BadFileName, path);
+    return {checkedPath(folder.isEmpty() ? QStringLiteral(".") : folder), text.sliced(cut)};
+}
+
+QString joined(const QString &folder, const QString &name) {
+    return folder.endsWith(u'\\') ? folder + name : folder + u'\\' + name;
+}
+
+struct Found {
+    QString name;
+    DWORD attributes;
+};
+
+// What the system gives for a search. Returns its error.
+DWORD eachMatch(const QString &longPattern, const std::function<void(const Found &)> &visit) {
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileExW(wide(longPattern), FindExInfoBasic, &found,
+                                           FindExSearchNameMatch, nullptr, 0);
+    if (search == INVALID_HANDLE_VALUE)
+        return GetLastError();
+    do {
+        const QString name = QString::fromWCharArray(found.cFileName);
+        if (name != QStringLiteral(".") && name != QStringLiteral(".."))
+            visit({name, found.dwFileAttributes});
+    } while (FindNextFileW(search, &found));
+    const DWORD error = GetLastError();
+    FindClose(search);
+    return error == ERROR_NO_MORE_FILES ? DWORD{ERROR_SUCCESS} : error;
+}
+
+// The files of a folder that match, but for those with an attribute that is not wanted, sorted by
+// name. The system's own matching would also go by the short names.
+QStringList matching(const Search &search, DWORD unwanted, DWORD &error) {
+    QStringList names;
+    const bool isPattern = NamePattern::isPattern(search.name);
+    const NamePattern pattern(search.name);
+    const QString wanted = joined(search.folder, isPattern ? QStringLiteral("*") : search.name);
+    error = eachMatch(wanted, [&](const Found &found) {
+        if ((found.attributes & unwanted) == 0 && (!isPattern || pattern.matches(found.name)))
+            names.append(found.name);
+    });
+    std::sort(names.begin(), names.end(), [](const QString &left, const QString &right) {
+        const int order = left.compare(right, Qt::CaseInsensitive);
+        return order != 0 ? order < 0 : left < right;
+    });
+    return names;
+}
+
+} // namespace
+
+QString findFirst(const QString &pattern, int mask) {
+    const Search search = searchOf(pattern);
+    // A path that ends in a separator names a folder, of which nothing is asked.
+    if (search.name.isEmpty() || pattern.trimmed().endsWith(u'\\') ||
+        pattern.trimmed().endsWith(u'/'))
+        return {};
+    DWORD error = ERROR_SUCCESS;
+    const QStringList names = matching(search, kLeftOut & ~static_cast<DWORD>(mask), error);
+    if (error != ERROR_SUCCESS && !isMissing(error))
+        raise(error == ERROR_INVALID_NAME ? ErrorNumber::BadFileName : ErrorNumber::PathNotFound,
+              pattern);
+    return names.value(0);
+}
+
+QString storedName(const QString &path) {
+    const QString native = nativePath(path);
+    if (native.isEmpty() || native.contains(u'*') || native.contains(u'?') ||
+        path.contains(QChar(u'\0')))
+        return {};
+    QString result;
+    eachMatch(longPath(native), [&](const Found &found) { result = found.name; });
+    return result;
+}
+
+QStringList listFiles(const QString &folder, const QString &pattern) {
+    const QString path = checkedPath(folder.isEmpty() ? QStringLiteral(".") : folder);
+    const DWORD kind = GetFileAttributesW(wide(path));
+    if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        raise(ErrorNumber::PathNotFound, folder);
+    DWORD error = ERROR_SUCCESS;
+    const QStringList names = matching({path, pattern}, kLeftOut, error);
+    if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND && error != ERROR_NO_MORE_FILES)
+        raise(ErrorNumber::PathNotFound, folder);
+    return names;
+}
+
+void makeFolder(const QString &path) {
+    if (CreateDirectoryW(wide(checkedPath(path)), nullptr))
+        return;
+    const DWORD error = GetLastError();
+    const bool noParent = error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY;
+    raise(noParent ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
+}
+
+void removeFolder(const QString &path) {
+    if (RemoveDirectoryW(wide(checkedPath(path))))
+        return;
+    const DWORD error = GetLastError();
+    const bool missing = error == ERROR_PATH_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
+    raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
+}
+
+void deleteFiles(const QString &pattern) {
+    const Search search = searchOf(pattern);
+    DWORD error = ERROR_SUCCESS;
+    const QStringList names =
+        search.name.isEmpty() ? QStringList() : matching(search, kLeftOut, error);
+    if (names.isEmpty())
+        raise(ErrorNumber::FileNotFound, pattern);
+    for (const QString &name : names) {
+        if (DeleteFileW(wide(joined(search.folder, name))))
+            continue;
+        error = GetLastError();
+        if (error != ERROR_FILE_NOT_FOUND)
+            raise(numberFor(error), name);
+    }
+}
+
+int attributes(const QString &path) {
+    const DWORD value = GetFileAttributesW(wide(checkedPath(path)));
+    if (value == INVALID_FILE_ATTRIBUTES)
+        raise(numberFor(GetLastError()), path);
+    return static_cast<int>(value & (kSettable | FILE_ATTRIBUTE_DIRECTORY));
+}
+
+void setAttributes(const QString &path, int value) {
+    const DWORD wanted = static_cast<DWORD>(value) & kSettable;
+    if (SetFileAttributesW(wide(checkedPath(path)), wanted == 0 ? FILE_ATTRIBUTE_NORMAL : wanted))
+        return;
+    const ErrorNumber number = numberFor(GetLastError());
+    raise(number == ErrorNumber::FileNotFound ? number : ErrorNumber::PathFileAccess, path);
+}
+
+} // namespace platform

@@ -1,0 +1,85 @@
+#include "platform/files.h"
+#include "platform/windows/system.h"
+
+namespace platform {
+
+namespace {
+
+bool isDrive(const QString &path) {
+    return path.size() >= 2 && path[1] == u':' && path[0].unicode() < 0x80 && path[0].isLetter();
+}
+
+} // namespace
+
+QString nativePath(const QString &path) {
+    QString text = path;
+    text.replace(u'/', u'\\');
+    // A doubled separator counts as one, but for the two in front of a server's name.
+    const bool server = text.startsWith(QStringLiteral("\\\\"));
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        const bool doubled =
+            c == u'\\' && result.endsWith(u'\\') && !(server && result.size() == 1);
+        if (!doubled)
+            result += c;
+    }
+    while (result.endsWith(u' '))
+        result.chop(1);
+    // A folder is named without a separator behind it, but for the root of a drive.
+    if (result.size() > 1 && result.endsWith(u'\\') && !(isDrive(result) && result.size() == 3))
+        result.chop(1);
+    return result;
+}
+
+QString longPath(const QString &path) {
+    const QString text = nativePath(path);
+    if (text.startsWith(QStringLiteral("\\\\?\\")) || text.startsWith(QStringLiteral("\\\\.\\")))
+        return text;
+    DWORD size = GetFullPathNameW(wide(text), 0, nullptr, nullptr);
+    if (size == 0)
+        return text;
+    QString full(static_cast<qsizetype>(size), QChar(0));
+    size = GetFullPathNameW(wide(text), size, reinterpret_cast<wchar_t *>(full.data()), nullptr);
+    full.truncate(static_cast<qsizetype>(size));
+    if (full.startsWith(QStringLiteral("\\\\.\\")))
+        return full;
+    if (full.startsWith(QStringLiteral("\\\\")))
+        return QStringLiteral("\\\\?\\UNC\\") + full.sliced(2);
+    return QStringLiteral("\\\\?\\") + full;
+}
+
+QString checkedPath(const QString &path) {
+    if (path.contains(QChar(u'\0')))
+        raise(ErrorNumber::BadFileName, path);
+    const QString text = nativePath(path);
+    if (isDrive(text)) {
+        const QString root = text.first(2) + u'\\';
+        if (GetDriveTypeW(wide(root)) == DRIVE_NO_ROOT_DIR)
+            raise(ErrorNumber::DeviceUnavailable, path);
+    }
+    return longPath(text);
+}
+
+ErrorNumber numberFor(DWORD error) {
+    switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_BAD_NETPATH:
+    case ERROR_BAD_NET_NAME:
+        return ErrorNumber::FileNotFound;
+    case ERROR_INVALID_DRIVE:
+    case ERROR_NOT_READY:
+        return ErrorNumber::DeviceUnavailable;
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+        return ErrorNumber::BadFileName;
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+        return ErrorNumber::PermissionDenied;
+    default:
+        return ErrorNumber::PathFileAccess;
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,106 @@
+#include "platform/shell.h"
+
+#include "platform/files.h"
+#include "platform/windows/system.h"
+
+#include <shellapi.h>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD kElevationRequired = 740; // not in every compiler's headers
+
+// A command line taken apart: the program's file and the argument string behind it.
+struct Command {
+    QString program; // "" where there is none
+    QString rest;
+};
+
+bool isFile(const QString &path) {
+    const DWORD kind = GetFileAttributesW(wide(longPath(path)));
+    return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+// The program's file: as it is, with the ending that may be left out, or, for a bare name, from the
+// folders in which the system looks for programs. "" where there is none.
+QString findProgram(const QString &given) {
+    const QString path = nativePath(given);
+    if (path.isEmpty())
+        return {};
+    if (path.contains(u'\\') || path.contains(u':')) {
+        if (isFile(path))
+            return path;
+        const QString withEnding = path + QStringLiteral(".exe");
+        return isFile(withEnding) ? withEnding : QString();
+    }
+    QString found(32768, QChar(0));
+    const DWORD size = SearchPathW(nullptr, wide(path), L".exe", static_cast<DWORD>(found.size()),
+                                   reinterpret_cast<wchar_t *>(found.data()), nullptr);
+    found.truncate(static_cast<qsizetype>(size));
+    return size < 32768 && isFile(found) ? found : QString();
+}
+
+Command takeApart(const QString &line) {
+    const QString text = line.trimmed();
+    if (text.startsWith(u'"')) {
+        const qsizetype end = text.indexOf(u'"', 1);
+        const QString quoted = end < 0 ? text.sliced(1) : text.sliced(1, end - 1);
+        return {findProgram(quoted), end < 0 ? QString() : text.sliced(end + 1)};
+    }
+    // Of a path with blanks, the longest file that there is.
+    for (qsizetype end = text.size(); end > 0; end = text.lastIndexOf(u' ', end - 1)) {
+        const QString program = findProgram(text.first(end));
+        if (!program.isEmpty())
+            return {program, text.sliced(end)};
+    }
+    return {};
+}
+
+bool startElevated(const Command &command, int style) {
+    SHELLEXECUTEINFOW request{};
+    request.cbSize = sizeof request;
+    request.fMask = SEE_MASK_FLAG_NO_UI;
+    request.lpFile = wide(command.program);
+    const QString arguments = command.rest.trimmed();
+    request.lpParameters = wide(arguments);
+    request.nShow = style;
+    return ShellExecuteExW(&request) != FALSE;
+}
+
+} // namespace
+
+int ShellExecuteA(const QString &verb, const QString &file, const QString &parameters,
+                  const QString &directory, int show) {
+    const QString path = nativePath(file);
+    const HINSTANCE result = ::ShellExecuteW(nullptr, wide(verb), wide(path),
+                                             parameters.isEmpty() ? nullptr : wide(parameters),
+                                             directory.isEmpty() ? nullptr : wide(directory), show);
+    return static_cast<int>(reinterpret_cast<INT_PTR>(result));
+}
+
+void Shell(const QString &commandLine, int style) {
+    const Command command = takeApart(commandLine);
+    if (command.program.isEmpty())
+        raise(ErrorNumber::FileNotFound, commandLine);
+    // In quotes, so that the program sees the same first argument however it was written.
+    QString line = u'"' + command.program + u'"' + command.rest;
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    start.dwFlags = STARTF_USESHOWWINDOW;
+    start.wShowWindow = static_cast<WORD>(style);
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(wide(command.program), reinterpret_cast<wchar_t *>(line.data()), nullptr,
+                       nullptr, FALSE, 0, nullptr, nullptr, &start, &process)) {
+        AllowSetForegroundWindow(process.dwProcessId);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        return;
+    }
+    // A program that asks for more rights is started by the shell, which asks the user for them.
+    if (GetLastError() == kElevationRequired && startElevated(command, style))
+        return;
+    raise(ErrorNumber::IllegalProcedureCall, command.program);
+}
+
+} // namespace platform

@@ -1,0 +1,177 @@
+#include "platform/sweep.h"
+
+#include "platform/windows/storage_system.h"
+#include "platform/windows/system.h"
+
+#include <QStringList>
+
+#include <list>
+#include <optional>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kKeptOpen = 16;
+
+QString plainPath(const QString &path) {
+    QString text = path;
+    return text.replace(u'/', u'\\');
+}
+
+// Without the blanks at its end, which the system ignores.
+QString trimmedName(QString name) {
+    while (name.endsWith(u' '))
+        name.chop(1);
+    return name;
+}
+
+bool isUsableName(const QString &name) {
+    return !name.isEmpty() && name != u"." && name != u".." && !name.contains(u':') &&
+           !name.contains(QChar(u'\0'));
+}
+
+// A name of a listing: the folder that it is in, relative to the work folder, and the file.
+struct RelativeName {
+    QString folder;
+    std::string name;
+};
+
+std::optional<RelativeName> relativeName(const QString &path) {
+    const QString text = plainPath(path);
+    const qsizetype cut = text.lastIndexOf(u'\\');
+    const QString name = trimmedName(text.sliced(cut + 1));
+    if (!isUsableName(name))
+        return {};
+    return RelativeName{text.first(cut < 0 ? 0 : cut), name.toStdString()};
+}
+
+bool makeNormal(HANDLE folder, const std::string &name) {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    Handle file;
+    FileInfo info;
+    return openAt(folder, name, access, file) >= 0 && fileInfo(file.get(), info) == ERROR_SUCCESS &&
+           info.kind == FileInfo::Kind::File && setOpenedAttributes(file.get(), 0) >= 0;
+}
+
+} // namespace
+
+struct Sweep::State {
+    struct Used {
+        QString folder;
+        Handle handle;
+    };
+
+    QString path;
+    Handle root;
+    std::list<Used> used; // the last one used first
+
+    void openRoot() {
+        root = Handle(CreateFileW(wide(path), FILE_LIST_DIRECTORY | FILE_TRAVERSE | SYNCHRONIZE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    }
+
+    // The folder's handle, or INVALID_HANDLE_VALUE where there is none inside the work folder.
+    HANDLE open(const QString &given) {
+        const QString folder = plainPath(given);
+        if (folder.isEmpty() || !root.isOpen())
+            return root.get();
+        for (auto known = used.begin(); known != used.end(); ++known) {
+            if (known->folder.compare(folder, Qt::CaseInsensitive) == 0) {
+                used.splice(used.begin(), used, known);
+                return known->handle.get();
+            }
+        }
+        Handle current;
+        if (openFolderAt(root.get(), "", current) < 0)
+            return INVALID_HANDLE_VALUE;
+        for (const QString &component : folder.split(u'\\', Qt::SkipEmptyParts)) {
+            const QString name = trimmedName(component);
+            if (name == u".")
+                continue;
+            Handle next;
+            if (!isUsableName(name) || openFolderAt(current.get(), name.toStdString(), next) < 0)
+                return INVALID_HANDLE_VALUE;
+            current = std::move(next);
+        }
+        used.push_front({folder, std::move(current)});
+        if (used.size() > kKeptOpen)
+            used.pop_back();
+        return used.front().handle.get();
+    }
+
+    // Lets go of a folder and of all in it: one that is open cannot always be removed.
+    void close(const QString &given) {
+        const QString folder = plainPath(given);
+        used.remove_if([&](const Used &open) {
+            return folder.isEmpty() || open.folder.compare(folder, Qt::CaseInsensitive) == 0 ||
+                   open.folder.startsWith(folder + u'\\', Qt::CaseInsensitive);
+        });
+        if (folder.isEmpty())
+            root.close();
+    }
+};
+
+Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>()) {
+    m_state->path = longPath(workFolder);
+    m_state->openRoot();
+}
+
+Sweep::~Sweep() = default;
+
+bool Sweep::clearAttributes(const QString &file) {
+    const auto parts = relativeName(file);
+    const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
+    return folder != INVALID_HANDLE_VALUE && makeNormal(folder, parts->name);
+}
+
+bool Sweep::deleteFile(const QString &file) {
+    const auto parts = relativeName(file);
+    const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
+    return folder != INVALID_HANDLE_VALUE &&
+           deleteAt(folder, parts->name, FILE_NON_DIRECTORY_FILE) >= 0;
+}
+
+bool Sweep::deleteFilesIn(const QString &folder) {
+    const HANDLE opened = m_state->open(folder);
+    if (opened == INVALID_HANDLE_VALUE)
+        return false;
+    bool noneLeft = true;
+    std::vector<std::string> names;
+    const DWORD error =
+        listOpened(opened, [&](const std::string &name, DWORD attributes, FileInfo::Kind) {
+            constexpr DWORD kept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+            if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+                return;
+            if ((attributes & kept) != 0)
+                noneLeft = false;
+            else
+                names.push_back(name);
+        });
+    for (const std::string &name : names) {
+        const NTSTATUS status = deleteAt(opened, name, FILE_NON_DIRECTORY_FILE);
+        if (status < 0 && errorOf(status) != ERROR_FILE_NOT_FOUND)
+            noneLeft = false;
+    }
+    return error == ERROR_SUCCESS && noneLeft;
+}
+
+bool Sweep::removeFolder(const QString &folder) {
+    m_state->close(folder);
+    if (folder.isEmpty()) {
+        const bool removed = RemoveDirectoryW(wide(m_state->path)) != FALSE;
+        if (!removed)
+            m_state->openRoot();
+        return removed;
+    }
+    const auto parts = relativeName(folder);
+    const HANDLE parent = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
+    return parent != INVALID_HANDLE_VALUE &&
+           deleteAt(parent, parts->name, FILE_DIRECTORY_FILE) >= 0;
+}
+
+} // namespace platform
