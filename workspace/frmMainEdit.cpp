@@ -20,6 +20,20 @@ QString quoted(const QString &path) {
     return u'"' + path + u'"';
 }
 
+// An argument in quotes. Where names may hold quotes themselves, these are marked by a backslash,
+// and backslashes before them doubled, as programs take their arguments apart.
+QString quotedArgument(const QString &path) {
+    QString text;
+    qsizetype backslashes = 0;
+    for (const QChar c : path) {
+        if (c == u'"')
+            text += QString(backslashes + 1, u'\\');
+        backslashes = c == u'\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return quoted(text);
+}
+
 // Programs that want their arguments in a form of their own, by a part of their path in upper case.
 // The first that matches is taken.
 struct SpecialForm {
@@ -35,7 +49,7 @@ QString commandLine(const QString &program, const QString &file) {
     const QString upper = program.toUpper();
     for (const SpecialForm &form : kSpecialForms) {
         if (upper.contains(QString::fromUtf16(form.part)))
-            return quoted(program) + QString::fromUtf16(form.between) + quoted(file);
+            return quoted(program) + QString::fromUtf16(form.between) + quotedArgument(file);
     }
     return program + u' ' + file;
 }

@@ -11,8 +11,8 @@
 
 namespace {
 
-const QString kSettingsPrompt = "49 Orvel: Cannot edit file. Try changing your Orvel settings.";
-const QString kSelectPrompt = "64 Orvel: You must select a file to edit.";
+const char kSettingsPrompt[] = "49 Orvel: Cannot edit file. Try changing your Orvel settings.\n";
+const char kSelectPrompt[] = "64 Orvel: You must select a file to edit.\n";
 
 using EditFile = EditWindow;
 
@@ -21,7 +21,7 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
         QString program;
         QString value;
         QString name;
-        QList<QByteArray> before; // the file's path
+        std::vector<std::string> before; // what stands before the file
     } cases[] = {
         {"plain", "PNG", "a picture.png", {}},
         {"my tools/edit it", "PNG", "a picture.png", {}},
@@ -43,11 +43,11 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
         choose(row.value, chosen);
         select("my files", row.name);
         click("cmdEditFile");
-        EXPECT_EQ(arguments(chosen),
-                  row.before + QList<QByteArray>{extractedBytes("my files/" + row.name)})
-            << qPrintable(row.program);
+        std::vector<std::string> expected = row.before;
+        expected.push_back(extracted("my files/" + row.name));
+        EXPECT_EQ(arguments(chosen), expected) << qPrintable(row.program);
     }
-    EXPECT_EQ(boxes(), QStringList());
+    EXPECT_EQ(boxes(), "");
 }
 
 TEST_F(EditFile, TakesTheProgramOfTheLastThreeCharacters) {
@@ -70,10 +70,9 @@ TEST_F(EditFile, TakesTheProgramOfTheLastThreeCharacters) {
         select("d", row.name);
         click("cmdEditFile");
         if (!row.value.isEmpty()) {
-            EXPECT_EQ(arguments(inRoot(row.value)).size(), 1) << qPrintable(row.name);
+            EXPECT_EQ(arguments(inRoot(row.value)).size(), 1U) << qPrintable(row.name);
         }
-        EXPECT_EQ(boxes(), row.value.isEmpty() ? QStringList{kSettingsPrompt} : QStringList())
-            << qPrintable(row.name);
+        EXPECT_EQ(boxes(), row.value.isEmpty() ? kSettingsPrompt : "") << qPrintable(row.name);
     }
     // A value of a type that has no row is used all the same, in any case of its letters.
     const struct {
@@ -86,9 +85,9 @@ TEST_F(EditFile, TakesTheProgramOfTheLastThreeCharacters) {
         EXPECT_EQ(window->form().GetProgram(row.value.toLower()), other);
         select("d", row.name);
         click("cmdEditFile");
-        EXPECT_EQ(arguments(other).size(), 1) << qPrintable(row.name);
+        EXPECT_EQ(arguments(other).size(), 1U) << qPrintable(row.name);
     }
-    EXPECT_EQ(boxes(), QStringList());
+    EXPECT_EQ(boxes(), "");
 }
 
 TEST_F(EditFile, OffersTheSettingsWhereNoProgramIsUsable) {
@@ -108,12 +107,14 @@ TEST_F(EditFile, OffersTheSettingsWhereNoProgramIsUsable) {
             choose(row.value, row.path);
             select("d", row.name);
             click("cmdEditFile");
-            EXPECT_EQ(boxes(), QStringList{kSettingsPrompt}) << row.name;
+            EXPECT_EQ(boxes(), kSettingsPrompt) << row.name;
             auto *settings = window->form().findChild<QDialog *>("frmSettings");
             ASSERT_EQ(settings != nullptr, given == platform::kAnswerOk) << row.name;
             EXPECT_EQ(window->form().isEnabled(), !settings);
             if (settings) {
                 EXPECT_TRUE(settings->isVisible());
+                EXPECT_FALSE(window->form().close());
+                EXPECT_TRUE(window->form().isVisible());
                 settings->reject();
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
                 EXPECT_TRUE(window->form().isEnabled());
@@ -127,14 +128,14 @@ TEST_F(EditFile, AsksForAFileWhereNoneIsSelectedOrTheProgramDoesNotStart) {
     extract({{"d/a.png", "png"}});
     window->tree()->selectionModel()->clear();
     click("cmdEditFile");
-    EXPECT_EQ(boxes(), QStringList{kSelectPrompt});
+    EXPECT_EQ(boxes(), kSelectPrompt);
 
     const QString unusable = inRoot("not a program");
     writeFile(unusable, "text");
     choose("PNG", unusable);
     select("d", "a.png");
     click("cmdEditFile");
-    EXPECT_EQ(boxes(), (QStringList{kSelectPrompt, kSelectPrompt}));
+    EXPECT_EQ(boxes(), kSelectPrompt);
     EXPECT_TRUE(window->form().isEnabled());
 }
 
@@ -146,7 +147,7 @@ TEST_F(EditFile, PassesOverFoldersWithoutAWord) {
     select("d", QString());
     click("cmdEditFile");
     EXPECT_FALSE(started(chosen));
-    EXPECT_EQ(boxes(), QStringList());
+    EXPECT_EQ(boxes(), "");
 }
 
 TEST_F(EditFile, ListensToDoubleClickAndEnterWhileEditingIsEnabled) {
@@ -167,20 +168,22 @@ TEST_F(EditFile, ListensToDoubleClickAndEnterWhileEditingIsEnabled) {
 
     window->tree()->expand(folder);
     doubleClick(node("d", "a.png"));
-    EXPECT_EQ(arguments(chosen).size(), 1);
+    EXPECT_EQ(arguments(chosen).size(), 1U);
     QTest::keyClick(window->tree(), Qt::Key_Return);
-    EXPECT_EQ(arguments(chosen).size(), 1);
+    EXPECT_EQ(arguments(chosen).size(), 1U);
 
     window->button("cmdEditFile")->setEnabled(false);
     doubleClick(node("d", "a.png"));
     QTest::keyClick(window->tree(), Qt::Key_Return);
     EXPECT_FALSE(started(chosen));
-    EXPECT_EQ(boxes(), QStringList());
+    EXPECT_EQ(boxes(), "");
 }
 
 TEST_F(EditFile, HandsEveryFileNameOverAsItIs) {
-    const char *names[] = {"$HOME `touch x`.png", "a;b&c|d.png",  "-rf.png",          "it's.png",
-                           "two  blanks.png",     "per%cent.png", "\u00e4\u00f6.png", "#1 (2).png"};
+    const char *names[] = {
+        "$HOME `touch x`.png", "a;b&c|d.png",    "-rf.png",         "it's.png",
+        "say \"hi\".png",      "\"quoted\".png", "two  blanks.png", "per%cent.png",
+        "\u00e4\u00f6.png",    "#1 (2).png"};
     std::vector<ArchiveFile> entries;
     for (const char *name : names)
         entries.push_back({name, name});
@@ -191,25 +194,30 @@ TEST_F(EditFile, HandsEveryFileNameOverAsItIs) {
         for (const char *name : names) {
             select(QString(), name);
             click("cmdEditFile");
-            EXPECT_EQ(arguments(chosen), QList<QByteArray>{extractedBytes(name)}) << tool;
+            EXPECT_EQ(arguments(chosen), std::vector{extracted(name)}) << tool;
         }
     }
 }
 
-TEST_F(EditFile, FallsBackToTheWindowsFoldersNotepad) {
+TEST_F(EditFile, FallsBackToTheDesktopsTextEditor) {
     extract({{"d/a.txt", "text"}});
-    const QString notepad = window->form().GetWinPath() + "\\NOTEPAD.EXE";
-    ASSERT_TRUE(window->form().FileExists(notepad + u' ')) << qPrintable(notepad);
-    for (const QString &stored : {QString(), QString(QLatin1String(""))}) {
-        const QString editor = program("desktop editor");
-        qputenv("VISUAL", QFile::encodeName(editor));
-        choose("Text", stored);
-        select("d", "a.txt");
-        click("cmdEditFile");
-        EXPECT_EQ(arguments(editor), QList<QByteArray>{extractedBytes("d/a.txt")});
-    }
+    select("d", "a.txt");
+    const QString editor = program("bin/gedit");
+    qputenv("VISUAL", editor.toUtf8());
+    click("cmdEditFile");
+    EXPECT_EQ(arguments(editor), std::vector{extracted("d/a.txt")});
+    choose("Text", "");
+    click("cmdEditFile");
+    EXPECT_EQ(arguments(editor), std::vector{extracted("d/a.txt")});
+    EXPECT_EQ(boxes(), "");
+
+    // Where the desktop has none, the start fails and the user is told.
     qunsetenv("VISUAL");
-    EXPECT_EQ(boxes(), QStringList());
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/nonexistent");
+    click("cmdEditFile");
+    EXPECT_EQ(boxes(), kSelectPrompt);
+    qputenv("PATH", path);
 }
 
 // What the user's programs do to the file has to be in the archive after Save Changes.
@@ -230,8 +238,8 @@ TEST_F(EditFile, SavesWhatTheProgramsMadeOfTheFiles) {
         for (const char *folder : {"one", "two"}) {
             select(folder, "same.png");
             click("cmdEditFile");
-            EXPECT_EQ(arguments(chosen).size(), 1);
-            QFile file(extracted(QString(folder) + "/same.png"));
+            EXPECT_EQ(arguments(chosen).size(), 1U);
+            QFile file(QString::fromStdString(extracted(QString(folder) + "/same.png")));
             EXPECT_TRUE(QTest::qWaitFor([&] {
                 const bool changed = file.open(QIODevice::ReadOnly) && file.readAll() == "changed";
                 file.close();
@@ -245,7 +253,7 @@ TEST_F(EditFile, SavesWhatTheProgramsMadeOfTheFiles) {
         EXPECT_EQ(packed.at("one/a.txt"), "text") << editor.program;
         window.reset();
     }
-    EXPECT_EQ(boxes(), QStringList());
+    EXPECT_EQ(boxes(), "");
 }
 
 } // namespace

@@ -30,15 +30,17 @@ void EditWindow::choose(const QString &value, const QString &path) {
     RegSetString(kHkeyLocalMachine, QString::fromUtf16(kProgramsKey), value, path);
 }
 
-QList<QByteArray> EditWindow::arguments(const QString &program) {
+std::vector<std::string> EditWindow::arguments(const QString &program) {
     const QString written = program + ".arguments";
     if (!QTest::qWaitFor([&] { return QFile::exists(written); })) {
         ADD_FAILURE() << qPrintable(program) << " was not started";
         return {};
     }
-    QList<QByteArray> list = readFile(written).split('\0');
-    list.removeLast();
+    const std::string bytes = readFile(written).toStdString();
     QFile::remove(written);
+    std::vector<std::string> list;
+    for (std::size_t start = 0; start < bytes.size(); start += list.back().size() + 1)
+        list.push_back(bytes.substr(start, bytes.find('\0', start) - start));
     return list;
 }
 
@@ -69,11 +71,12 @@ void EditWindow::select(const QString &folder, const QString &name) {
     window->tree()->setCurrentIndex(node(folder, name));
 }
 
-QStringList EditWindow::boxes() {
-    QStringList said;
+std::string EditWindow::boxes() {
+    std::string said;
     for (; boxesSeen < answers->boxes().size(); ++boxesSeen) {
         const Answers::Box &box = answers->boxes()[boxesSeen];
-        said.append(QStringLiteral("%1 %2: %3").arg(box.style).arg(box.title, box.text));
+        said += std::to_string(box.style) + ' ' + box.title.toStdString() + ": " +
+                box.text.toStdString() + '\n';
     }
     return said;
 }

@@ -6,12 +6,13 @@
 #include "tests/workspace/window.h"
 
 #include <QByteArray>
-#include <QStringList>
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 // The main window on a game of its own with one archive, and the programs that it starts.
 class EditWindow : public testing::Test {
@@ -25,7 +26,7 @@ class EditWindow : public testing::Test {
     // Sets a value of the table of programs.
     static void choose(const QString &value, const QString &path);
     // The arguments that a program was started with, once it has been; fails after a while.
-    static QList<QByteArray> arguments(const QString &program);
+    static std::vector<std::string> arguments(const QString &program);
     static bool started(const QString &program);
 
     // Selects a file, or the folder itself where the name is empty.
@@ -33,16 +34,15 @@ class EditWindow : public testing::Test {
     QModelIndex node(const QString &folder, const QString &name);
     void click(const char *button) { window->click(button); }
 
-    // What the message boxes said since the last call, as "style title: text".
-    QStringList boxes();
+    // What the message boxes said since the last call, a line of "style title: text" each.
+    std::string boxes();
     // What the user answers to message boxes from here on.
     void answer(int value);
 
     QString archive() const { return game.archive("my mod.vl2"); }
     // Where an entry was extracted, as a program is told: in the system's form.
-    QString extracted(const QString &entry) const { return game.temp() + "/My Mod/" + entry; }
-    QByteArray extractedBytes(const QString &entry) const {
-        return QFile::encodeName(extracted(entry));
+    std::string extracted(const QString &entry) const {
+        return (game.temp() + "/My Mod/" + entry).toStdString();
     }
     QString inRoot(const QString &path) const { return game.root() + '/' + path; }
 
