@@ -84,12 +84,15 @@ VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
- * others, or deletes the matching entries. The archive under its name is at every instant the old
- * one or the new one, whole; where nothing changes it is not written. Returns
+ * others, or deletes the matching entries (with the last one gone an empty archive stays). The
+ * archive under its name is at every instant the old one or the new one, whole. Where every file is
+ * in the archive already it is not written, and the result is 0. Of a failure the last message
+ * tells file and reason. Returns
  *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
  *   archive, 11 nothing matched, 12 nothing to do, 14 cannot write, 15 cannot create, 18 cannot
  *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password.
- * On any code but 0 and 1 the archive is as it was. */
+ * 12 is for updates by time that find nothing newer. On any code but 0 and 1 the archive is as it
+ * was, but for one: 14 with a message that the archive is saved and its folder cannot be synced. */
 VL2ZIP_API int32_t ZpArchive(ZCL C);
 
 #ifdef __cplusplus

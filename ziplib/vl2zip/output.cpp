@@ -21,7 +21,7 @@ Output::Output(platform::NewFile &file, std::string name, std::function<void()> 
 }
 
 Outcome Output::failed(const platform::Status &status) const {
-    const Outcome plain = failure(status, Code::CannotWrite);
+    Outcome plain = failure(status, Code::CannotWrite);
     if (plain.ok()) {
         return plain;
     }

@@ -18,7 +18,7 @@ constexpr int kRounds = 100;
 } // namespace
 
 Outcome Target::failed(const platform::Status &status, const char *what, Code usual) const {
-    const Outcome plain = failure(status, usual);
+    Outcome plain = failure(status, usual);
     if (plain.ok()) {
         return plain;
     }

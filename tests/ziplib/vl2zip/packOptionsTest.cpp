@@ -23,8 +23,8 @@ class PackOptions : public testing::Test {
 TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
     struct Row {
         Names patterns;
-        int recurse;
         Names expected;
+        int recurse;
         int code;
     };
     const Names all{".dot", "a.cs", "b.png", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"};
@@ -32,17 +32,17 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
         write(work / name, name);
     }
     const Row rows[] = {
-        {{"*"}, 2, all, 0},
-        {{"*"}, 0, {".dot", "a.cs", "b.png"}, 0},
-        {{"*.cs"}, 2, {"a.cs", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 0},
-        {{"a.cs"}, 2, {"a.cs", "sub/a.cs"}, 0},
-        {{"a.cs"}, 0, {"a.cs"}, 0},
-        {{"?.png", "sub/*.cs"}, 0, {"b.png", "sub/a.cs", "sub/x[1].cs"}, 0},
-        {{"sub\\*"}, 2, {"sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 0},
-        {{"./sub/x[1].cs"}, 0, {"sub/x[1].cs"}, 0},
-        {{"a.cs", "missing.cs"}, 0, {"a.cs"}, 1},
-        {{"missing.cs"}, 2, {}, 11},
-        {{}, 2, {}, 11},
+        {{"*"}, all, 2, 0},
+        {{"*"}, {".dot", "a.cs", "b.png"}, 0, 0},
+        {{"*.cs"}, {"a.cs", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 2, 0},
+        {{"a.cs"}, {"a.cs", "sub/a.cs"}, 2, 0},
+        {{"a.cs"}, {"a.cs"}, 0, 0},
+        {{"?.png", "sub/*.cs"}, {"b.png", "sub/a.cs", "sub/x[1].cs"}, 0, 0},
+        {{"sub\\*"}, {"sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 2, 0},
+        {{"./sub/x[1].cs"}, {"sub/x[1].cs"}, 0, 0},
+        {{"a.cs", "missing.cs"}, {"a.cs"}, 0, 1},
+        {{"missing.cs"}, {}, 2, 11},
+        {{}, {}, 2, 11},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.patterns) + std::to_string(row.recurse));
