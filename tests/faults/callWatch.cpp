@@ -1,0 +1,188 @@
+// Loaded before the C library: counts the calls of a process that change a watched folder, writes
+// them down, and kills the process in front of one of them.
+//
+//   WATCH_FOLDER  calls on paths and descriptors below this folder count
+//   WATCH_LOG     a file that gets one line a call: number, name, path
+//   WATCH_KILL    the number (from 1) of the call that never happens: SIGKILL comes before it
+//   WATCH_FAIL    the number of the call that fails instead, with the error number of WATCH_ERRNO
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
+#include <sys/uio.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace {
+
+long number(const char *name) {
+    const char *text = getenv(name);
+    return text == nullptr ? 0 : strtol(text, nullptr, 10);
+}
+
+struct Settings {
+    std::string folder;
+    long killAt = number("WATCH_KILL");
+    long failAt = number("WATCH_FAIL");
+    int error = static_cast<int>(number("WATCH_ERRNO"));
+    int log = -1;
+
+    Settings() {
+        if (const char *text = getenv("WATCH_FOLDER"))
+            folder = text;
+        if (const char *path = getenv("WATCH_LOG"))
+            log = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path,
+                                           O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    }
+};
+
+const Settings &settings() {
+    static const Settings instance;
+    return instance;
+}
+
+std::atomic<long> calls{0};
+
+std::string pathOf(int fd) {
+    if (fd == AT_FDCWD) {
+        char buffer[PATH_MAX];
+        return getcwd(buffer, sizeof buffer) == nullptr ? std::string() : std::string(buffer);
+    }
+    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    char buffer[PATH_MAX];
+    const ssize_t size = readlink(link.c_str(), buffer, sizeof buffer);
+    return size <= 0 ? std::string() : std::string(buffer, static_cast<std::size_t>(size));
+}
+
+std::string pathOf(int folder, const char *name) {
+    if (name == nullptr || name[0] == '\0')
+        return pathOf(folder);
+    return name[0] == '/' ? std::string(name) : pathOf(folder) + "/" + name;
+}
+
+// Counts one call. True where it shall fail.
+bool counted(const char *name, const std::string &path) {
+    const Settings &wanted = settings();
+    if (wanted.folder.empty() || path.compare(0, wanted.folder.size(), wanted.folder) != 0)
+        return false;
+    const long call = ++calls;
+    if (wanted.log >= 0) {
+        const std::string line = std::to_string(call) + " " + name + " " + path + "\n";
+        if (syscall(SYS_write, wanted.log, line.data(), line.size()) < 0)
+            abort();
+    }
+    if (call == wanted.killAt)
+        syscall(SYS_kill, getpid(), SIGKILL);
+    if (call != wanted.failAt)
+        return false;
+    errno = wanted.error;
+    return true;
+}
+
+template<typename Function>
+Function next(const char *name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// One line a call: its parameters, the path that it changes, how it goes on.
+#define WATCHED(result, name, parameters, path, arguments)                                         \
+    extern "C" result name parameters {                                                            \
+        static const auto real = next<result(*) parameters>(#name);                                \
+        if (counted(#name, path))                                                                  \
+            return -1;                                                                             \
+        return real arguments;                                                                     \
+    }
+
+WATCHED(ssize_t, write, (int fd, const void *p, size_t n), pathOf(fd), (fd, p, n))
+WATCHED(ssize_t, pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (fd, p, n, o))
+WATCHED(ssize_t, pwrite64, (int fd, const void *p, size_t n, off64_t o), pathOf(fd), (fd, p, n, o))
+WATCHED(ssize_t, writev, (int fd, const iovec *v, int n), pathOf(fd), (fd, v, n))
+WATCHED(ssize_t, pwritev, (int fd, const iovec *v, int n, off_t o), pathOf(fd), (fd, v, n, o))
+WATCHED(ssize_t, copy_file_range,
+        (int in, off64_t *inAt, int out, off64_t *outAt, size_t n, unsigned flags), pathOf(out),
+        (in, inAt, out, outAt, n, flags))
+WATCHED(ssize_t, sendfile, (int out, int in, off_t *at, size_t n), pathOf(out), (out, in, at, n))
+WATCHED(int, ftruncate, (int fd, off_t size), pathOf(fd), (fd, size))
+WATCHED(int, ftruncate64, (int fd, off64_t size), pathOf(fd), (fd, size))
+WATCHED(int, fallocate, (int fd, int mode, off_t at, off_t n), pathOf(fd), (fd, mode, at, n))
+WATCHED(int, posix_fallocate, (int fd, off_t at, off_t n), pathOf(fd), (fd, at, n))
+WATCHED(int, fsync, (int fd), pathOf(fd), (fd))
+WATCHED(int, fdatasync, (int fd), pathOf(fd), (fd))
+WATCHED(int, syncfs, (int fd), pathOf(fd), (fd))
+WATCHED(int, rename, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
+WATCHED(int, renameat, (int a, const char *from, int b, const char *to), pathOf(b, to),
+        (a, from, b, to))
+WATCHED(int, renameat2, (int a, const char *from, int b, const char *to, unsigned flags),
+        pathOf(b, to), (a, from, b, to, flags))
+WATCHED(int, link, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
+WATCHED(int, linkat, (int a, const char *from, int b, const char *to, int flags), pathOf(b, to),
+        (a, from, b, to, flags))
+WATCHED(int, unlink, (const char *path), pathOf(AT_FDCWD, path), (path))
+WATCHED(int, unlinkat, (int fd, const char *path, int flags), pathOf(fd, path), (fd, path, flags))
+WATCHED(int, rmdir, (const char *path), pathOf(AT_FDCWD, path), (path))
+WATCHED(int, mkdir, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
+WATCHED(int, mkdirat, (int fd, const char *path, mode_t mode), pathOf(fd, path), (fd, path, mode))
+WATCHED(int, fchmod, (int fd, mode_t mode), pathOf(fd), (fd, mode))
+WATCHED(int, fchmodat, (int fd, const char *path, mode_t mode, int flags), pathOf(fd, path),
+        (fd, path, mode, flags))
+WATCHED(int, chmod, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
+WATCHED(int, futimens, (int fd, const timespec *times), pathOf(fd), (fd, times))
+WATCHED(int, utimensat, (int fd, const char *path, const timespec *times, int flags),
+        pathOf(fd, path), (fd, path, times, flags))
+WATCHED(int, fsetxattr, (int fd, const char *n, const void *p, size_t size, int flags), pathOf(fd),
+        (fd, n, p, size, flags))
+WATCHED(int, fremovexattr, (int fd, const char *n), pathOf(fd), (fd, n))
+
+namespace {
+
+int openCounted(const char *name, int folder, const char *path, int flags, mode_t mode) {
+    if ((flags & (O_CREAT | O_TRUNC)) != 0 && counted(name, pathOf(folder, path)))
+        return -1;
+    return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
+}
+
+mode_t modeOf(int flags, va_list arguments) {
+    const bool given = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    return given ? static_cast<mode_t>(va_arg(arguments, unsigned)) : 0;
+}
+
+} // namespace
+
+#define WATCHED_OPEN(name, parameters, folder)                                                     \
+    extern "C" int name parameters {                                                               \
+        va_list arguments;                                                                         \
+        va_start(arguments, flags);                                                                \
+        const mode_t mode = modeOf(flags, arguments);                                              \
+        va_end(arguments);                                                                         \
+        return openCounted(#name, folder, path, flags, mode);                                      \
+    }
+
+WATCHED_OPEN(open, (const char *path, int flags, ...), AT_FDCWD)
+WATCHED_OPEN(open64, (const char *path, int flags, ...), AT_FDCWD)
+WATCHED_OPEN(openat, (int folder, const char *path, int flags, ...), folder)
+WATCHED_OPEN(openat64, (int folder, const char *path, int flags, ...), folder)
+
+extern "C" int ioctl(int fd, unsigned long request, ...) {
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if ((request == FICLONE || request == FICLONERANGE) && counted("ioctl", pathOf(fd)))
+        return -1;
+    return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+}

@@ -1,0 +1,83 @@
+// Drives the real main window through steps given as words, without a display: for tests that stop
+// the program or make its calls fail.
+//
+//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, state
+//
+// ARCHIVE is the name as the drop-down shows it. Message boxes are answered with OK and printed, as
+// is the status line after each step. Ends with 3 where a step's button is disabled.
+
+#include "platform/forms.h"
+#include "workspace/frmMain.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+
+#include <cstdio>
+
+namespace {
+
+void say(const char *what, const QString &text) {
+    std::printf("%s: %s\n", what, text.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+bool press(QWidget &window, const QString &step) {
+    static const QHash<QString, QString> buttons{
+        {QStringLiteral("extract"), QStringLiteral("cmdExtract")},
+        {QStringLiteral("save"), QStringLiteral("cmdSaveChanges")},
+        {QStringLiteral("cancel"), QStringLiteral("cmdCancel")}};
+    if (step == QStringLiteral("state")) {
+        const bool extracted =
+            window.findChild<QPushButton *>(QStringLiteral("cmdSaveChanges"))->isEnabled();
+        const bool listed =
+            window.findChild<QPushButton *>(QStringLiteral("cmdExtract"))->isEnabled();
+        say("state", extracted ? QStringLiteral("extracted")
+                     : listed  ? QStringLiteral("listed")
+                               : QStringLiteral("nothing"));
+        return true;
+    }
+    auto *button = window.findChild<QPushButton *>(buttons.value(step));
+    if (button == nullptr || !button->isEnabled())
+        return false;
+    QTest::mouseClick(button, Qt::LeftButton);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    QApplication application(argc, argv);
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.size() < 3) {
+        std::fputs("usage: jobDriver ARCHIVE STEP...\n", stderr);
+        return 64;
+    }
+    platform::prompts().messageBox = [](const QString &text, int style, const QString &) {
+        say(style == platform::kCritical ? "error" : "box", text);
+        return platform::kAnswerOk;
+    };
+    frmMain window;
+    window.Load();
+    window.show();
+    auto *archives = window.findChild<QComboBox *>(QStringLiteral("drpVL2File"));
+    const int place = archives->findText(arguments[1]);
+    if (place < 0) {
+        std::fputs("no such archive\n", stderr);
+        return 2;
+    }
+    archives->setFocus();
+    archives->setCurrentIndex(place);
+    QTest::keyClick(archives, Qt::Key_Home);
+    emit archives->activated(place);
+    for (const QString &step : arguments.sliced(2)) {
+        if (!press(window, step)) {
+            say("disabled", step);
+            return 3;
+        }
+        say("status", window.findChild<QLabel *>(QStringLiteral("lblStatus"))->text());
+    }
+    return 0;
+}
