@@ -6,6 +6,8 @@
 #include "platform/posix/environment.h"
 #include "platform/posix/paths.h"
 
+#include <QtEndian>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,8 +41,7 @@ bool isWindowsProgram(const QByteArray &path) {
     if (!file.isOpen() ||
         ::pread(file.get(), header.data(), header.size(), 0) != static_cast<ssize_t>(header.size()))
         return false;
-    const auto offset = static_cast<off_t>(header[60] | header[61] << 8U | header[62] << 16U |
-                                           static_cast<unsigned>(header[63]) << 24U);
+    const auto offset = qFromLittleEndian<quint32>(header.data() + 60);
     std::array<char, 4> signature = {};
     return header[0] == 'M' && header[1] == 'Z' &&
            ::pread(file.get(), signature.data(), signature.size(), offset) == 4 &&
