@@ -15,7 +15,7 @@ void EditWindow::extract(const std::vector<ArchiveFile> &files) {
 }
 
 QString EditWindow::program(const QString &name, const QByteArray &commands) {
-    const QString path = inRoot(name);
+    QString path = inRoot(name);
     QDir().mkpath(QFileInfo(path).path());
     writeFile(path, "#!/bin/sh\n"
                     "printf '%s\\0' \"$@\" > \"$0.part\"\n"
