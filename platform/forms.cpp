@@ -1,12 +1,11 @@
 #include "platform/forms.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QLabel>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
-#include <QStyle>
+#include <QStyleOptionButton>
 #include <QThread>
 
 namespace platform {
@@ -97,18 +96,29 @@ void setLayoutFont(QWidget *window) {
 }
 
 void fitCaptions(QWidget *window) {
-    const QList<QAbstractButton *> buttons = window->findChildren<QAbstractButton *>();
-    for (QAbstractButton *button : buttons) {
-        const int room = button->width() - 2 * button->style()->pixelMetric(
-                                                   QStyle::PM_DefaultFrameWidth, nullptr, button);
-        QFont font = button->font();
-        for (int stretch = 100; stretch >= 75; stretch -= 5) {
+    constexpr int margin = 4;     // pixels to each side
+    constexpr int narrowest = 70; // percent of the font's own width
+    const QList<QPushButton *> buttons = window->findChildren<QPushButton *>();
+    const auto fits = [](const QPushButton *button, const QFont &font) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        const QStyle *style = button->style();
+        const int room =
+            style->subElementRect(QStyle::SE_PushButtonContents, &option, button).width();
+        const QSize text = QFontMetrics(font).size(Qt::TextShowMnemonic, button->text());
+        return text.width() + 2 * margin <= room;
+    };
+    // All of them alike: one narrow caption among wide ones looks like a mistake.
+    QFont font = window->font();
+    int stretch = 100;
+    for (const QPushButton *button : buttons) {
+        while (stretch > narrowest && !fits(button, font)) {
+            stretch -= 5;
             font.setStretch(stretch);
-            const QFontMetrics metrics(font);
-            if (metrics.size(Qt::TextShowMnemonic, button->text()).width() <= room - 4)
-                break;
         }
-        if (font.stretch() != 100)
+    }
+    if (stretch != 100) {
+        for (QPushButton *button : buttons)
             button->setFont(font);
     }
 }

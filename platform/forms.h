@@ -56,7 +56,7 @@ Prompts &prompts();
 // pixels at 96 dots an inch.
 void setLayoutFont(QWidget *window);
 
-// Makes a caption of the window that is wider than its control narrower, until it is whole.
+// Makes the letters of a window's buttons narrower where a caption is too wide for its button.
 void fitCaptions(QWidget *window);
 
 // Puts a window in the middle of its screen.

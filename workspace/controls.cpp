@@ -6,6 +6,10 @@
 
 #include <utility>
 
+QString PlainTip(const QString &text) {
+    return QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped());
+}
+
 ImageList::ImageList(QObject *parent, int count) : QObject(parent) {
     for (int number = 1; number <= count; ++number)
         m_images.emplace_back(QStringLiteral(":/assets/icons/%1.png").arg(number));
@@ -57,7 +61,9 @@ StatusLabel::StatusLabel(QWidget *parent) : QLabel(parent) {
 void StatusLabel::SetText(const QString &text) {
     setText(text);
     setAccessibleName(text);
-    setToolTip(fontMetrics().horizontalAdvance(text) > width() ? text : QString());
+    const bool fits = fontMetrics().horizontalAdvance(text) <= width();
+    setToolTip(fits ? QString() : PlainTip(text));
+    setAccessibleDescription({});
 }
 
 void StatusLabel::paintEvent(QPaintEvent *) {

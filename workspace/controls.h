@@ -11,6 +11,9 @@
 
 // The small controls of the main window that the toolkit has no exact counterpart of.
 
+// A tool tip of that text, broken into lines, whatever characters a file name brings with it.
+QString PlainTip(const QString &text);
+
 // Icons under numbers from 1.
 class ImageList : public QObject {
   public:

@@ -1,3 +1,4 @@
+#include "platform/files.h"
 #include "platform/forms.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
@@ -6,6 +7,7 @@
 #include "workspace/reasons.h"
 
 #include <QComboBox>
+#include <QFileInfo>
 #include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
@@ -86,12 +88,20 @@ void frmMain::UpdateButtons() {
         lblStatus->SetText("Please select a category.");
 }
 
-// The library lists the packed size and how many percent smaller that is.
+// The archive's list knows the packed size and how many percent that saves; the size itself is
+// that of the file once it is extracted.
 QString frmMain::EntryTip(int entry) const {
     const QLocale locale;
-    const auto packed = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
-    return QStringLiteral("%1 bytes packed (%2 % smaller), %3")
-        .arg(locale.toString(packed))
-        .arg(m_cUnzip->FileCompressionRatio(entry))
-        .arg(locale.toString(m_cUnzip->FileDate(entry), QLocale::ShortFormat));
+    const qint64 packed = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
+    const int saved = m_cUnzip->FileCompressionRatio(entry);
+    const QString line = m_cUnzip->FileDirectory(entry) + '\\' + m_cUnzip->Filename(entry);
+    const QFileInfo extracted(platform::nativePath(WorkFolder() + '\\' + line));
+    QString size = QStringLiteral("about ") +
+                   locale.formattedDataSize(packed * 100 / (100 - qBound(0, saved, 99)), 0);
+    if (extracted.isFile() || saved == 0)
+        size = QStringLiteral("%1 bytes")
+                   .arg(locale.toString(extracted.isFile() ? extracted.size() : packed));
+    return QStringLiteral("Size: %1\nPacked: %2 bytes\nDate: %3")
+        .arg(size, locale.toString(packed),
+             locale.toString(m_cUnzip->FileDate(entry), QLocale::ShortFormat));
 }

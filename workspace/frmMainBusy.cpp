@@ -69,7 +69,7 @@ void frmMain::SetProgress(int value) {
 }
 
 void frmMain::ShowNote(const QString &text) {
-    const QString tip = QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped());
+    const QString tip = PlainTip(text);
     lblStatus->setToolTip(tip);
     lblStatus->setAccessibleDescription(text);
     QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), tip, lblStatus, {}, kNoteTime);

@@ -1,3 +1,5 @@
+#include "platform/forms.h"
+
 #include <QApplication>
 
 #include <gtest/gtest.h>
@@ -10,5 +12,10 @@ int main(int argc, char **argv) {
     QApplication program(argc, argv);
     // Windows come and go between the tests.
     QApplication::setQuitOnLastWindowClosed(false);
+    // A box that no test answers would wait for ever.
+    platform::prompts().messageBox = [](const QString &text, int, const QString &) {
+        ADD_FAILURE() << "unexpected message box: " << text.toStdString();
+        return platform::kAnswerOk;
+    };
     return RUN_ALL_TESTS();
 }

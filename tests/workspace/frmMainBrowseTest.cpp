@@ -1,0 +1,197 @@
+#include "tests/support/answers.h"
+#include "tests/support/archives.h"
+#include "tests/support/game.h"
+#include "tests/workspace/window.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string joined(const QStringList &texts) {
+    return texts.join('|').toStdString();
+}
+
+constexpr char kListed[] = "Click Extract to begin editing files";
+
+} // namespace
+
+TEST(frmMainBrowse, lists_an_archive_into_tree_and_list) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"scripts/a.cs", "a"},
+                                              {"textures/b.png", "b"},
+                                              {"shapes/c.dts", "c"},
+                                              {"scripts/d.txt", "d"},
+                                              {"folder/", ""},
+                                              {"readme.txt", "r"}});
+    MainWindow window;
+    window.pick("Classic");
+    EXPECT_EQ(joined(window.shownTree()),
+              "|  readme.txt#8|scripts|  a.cs#8|  d.txt#8|textures|  b.png#4");
+    EXPECT_EQ(joined(window.lines()),
+              "scripts\\a.cs|textures\\b.png|shapes\\c.dts|scripts\\d.txt|\\readme.txt");
+    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+    EXPECT_EQ(window.status(), kListed);
+    EXPECT_TRUE(window.form().isEnabled());
+    EXPECT_FALSE(window.control<QProgressBar>("ProgressBar")->isVisible());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(window.form().focusWidget(), window.dropDown()) << "the keyboard stays where it was";
+}
+
+TEST(frmMainBrowse, gives_each_type_its_icon_and_leaves_out_the_types_of_the_engine) {
+    const TempGame game;
+    const struct {
+        const char *name;
+        int image; // 0: in the list only
+    } rows[] = {
+        {"x.nav", 0}, {"x.bm8", 0}, {"x.spn", 0}, {"x.ter", 0}, {"x.dso", 0},  {"x.dsq", 0},
+        {"x.dts", 0}, {"x.DIF", 0}, {"x.png", 4}, {"x.Gif", 4}, {"x.jpg", 5},  {"x.BMP", 6},
+        {"x.wav", 7}, {"x.mp3", 7}, {"x.mpg", 7}, {"x.avi", 7}, {"x.txt", 8},  {"x.mis", 8},
+        {"x.Cs", 8},  {"x.dml", 8}, {"x.gui", 8}, {"x.ifl", 8}, {"x.jpeg", 2}, {"readme", 2},
+        {"ab", 2},    {"dts", 0},   {"x.vl2", 2}, {"mydif", 0},
+    };
+    std::vector<ArchiveFile> files;
+    QStringList expected;
+    for (const auto &row : rows) {
+        files.push_back({QString("f/") + row.name, "x"});
+        if (row.image != 0)
+            expected.append(QString("  %1#%2").arg(row.name).arg(row.image));
+    }
+    expected.sort(Qt::CaseInsensitive);
+    makeArchive(game.archive("types.vl2"), files);
+    MainWindow window;
+    window.pick("Types");
+    QStringList shown = window.shownTree();
+    EXPECT_EQ(shown.takeFirst(), "f");
+    shown.sort(Qt::CaseInsensitive);
+    EXPECT_EQ(joined(shown), joined(expected));
+    EXPECT_EQ(window.lines().size(), static_cast<qsizetype>(files.size()));
+}
+
+TEST(frmMainBrowse, keeps_folders_that_differ_in_case_and_files_named_like_folders_apart) {
+    const TempGame game;
+    makeArchive(game.archive("odd.vl2"),
+                {{"Scripts/a.cs", "a"}, {"scripts/b.cs", "b"}, {"maps", "m"}, {"maps/c.mis", "c"}});
+    MainWindow window;
+    window.pick("Odd");
+    EXPECT_EQ(joined(window.shownTree()),
+              "|  maps#2|maps|  c.mis#8|Scripts|  a.cs#8|scripts|  b.cs#8");
+}
+
+// The rows of the state table that need an archive.
+TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree) {
+    const TempGame game;
+    makeArchive(game.archive("shapes.vl2"), {{"shapes/a.dts", "a"}, {"b.dif", "b"}});
+    MainWindow window;
+    window.pick("Shapes");
+    EXPECT_EQ(joined(window.shownTree()), "");
+    EXPECT_EQ(joined(window.lines()), "shapes\\a.dts|\\b.dif");
+    EXPECT_EQ(joined(window.enabledButtons()), "");
+    EXPECT_EQ(window.status(), kListed);
+}
+
+TEST(frmMainBrowse, recognises_an_archive_that_was_extracted_earlier) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}, {"scripts/a.cs", "a"}});
+    QDir().mkpath(game.temp() + "/Classic");
+    writeFile(game.temp() + "/Classic/readme.txt", "mine");
+    MainWindow window;
+    window.pick("Classic");
+    EXPECT_EQ(joined(window.enabledButtons()), "SaveChanges|Cancel|EditFile|OpenFolder");
+    EXPECT_EQ(window.status(), "Select a file to edit.");
+}
+
+TEST(frmMainBrowse, offers_Extract_again_where_the_first_file_was_removed_by_hand) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}});
+    QDir().mkpath(game.temp() + "/Classic");
+    writeFile(game.temp() + "/Classic/readme.txt", "mine");
+    MainWindow window;
+    window.pick("Classic");
+    QFile::remove(game.temp() + "/Classic/readme.txt");
+    window.pick("Classic");
+    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+    EXPECT_EQ(window.status(), kListed);
+}
+
+TEST(frmMainBrowse, says_in_the_status_line_why_an_archive_cannot_be_listed) {
+    const TempGame game;
+    const Answers answers;
+    writeFile(game.archive("empty.vl2"), "");
+    writeFile(game.archive("text.vl2"), "no archive at all, whatever its name says");
+    writeFile(game.archive("gone.vl2"), "");
+    makeArchive(game.archive("good.vl2"), {{"a.txt", "a"}});
+    MainWindow window;
+    QFile::remove(game.archive("gone.vl2"));
+    for (const char *name : {"Empty", "Text", "Gone"}) {
+        window.pick("Good");
+        window.pick(name);
+        EXPECT_TRUE(window.status().startsWith("Cannot read the archive: ")) << name;
+        EXPECT_GT(window.status().size(), 26) << name;
+        EXPECT_EQ(joined(window.shownTree()), "") << name;
+        EXPECT_EQ(joined(window.lines()), "") << name;
+        EXPECT_EQ(joined(window.enabledButtons()), "") << name;
+        EXPECT_TRUE(window.form().isEnabled()) << name;
+    }
+    EXPECT_TRUE(answers.boxes().empty());
+}
+
+TEST(frmMainBrowse, lists_the_archive_whose_name_was_picked_whatever_its_case) {
+    const TempGame game;
+    makeArchive(game.archive("BASE.vl2"), {{"upper.txt", "u"}});
+    makeArchive(game.archive("base.VL2"), {{"lower.txt", "l"}});
+    makeArchive(game.archive("MixedCase.Vl2"), {{"mixed.txt", "m"}});
+    MainWindow window;
+    EXPECT_EQ(joined(window.entries()), "Base|Base|Mixedcase");
+    QStringList seen;
+    for (int entry = 0; entry < 3; ++entry) {
+        window.pick(entry);
+        seen.append(window.lines());
+    }
+    seen.sort();
+    EXPECT_EQ(joined(seen), "\\lower.txt|\\mixed.txt|\\upper.txt");
+}
+
+TEST(frmMainBrowse, never_takes_one_archives_work_folder_for_that_of_its_namesake) {
+    const TempGame game;
+    makeArchive(game.archive("BASE.vl2"), {{"a.txt", "upper"}});
+    makeArchive(game.archive("base.vl2"), {{"a.txt", "lower"}});
+    MainWindow window;
+    window.pick(0);
+    window.click("cmdExtract");
+    EXPECT_EQ(joined(window.enabledButtons()), "SaveChanges|Cancel|EditFile|OpenFolder");
+    window.pick(1);
+    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+}
+
+TEST(frmMainBrowse, disables_everything_when_no_archive_is_chosen_any_more) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"a.txt", "a"}});
+    MainWindow window;
+    window.pick("Classic");
+    window.click("cmdExtract");
+    window.dropDown()->setCurrentIndex(-1);
+    window.click("cmdCancel");
+    EXPECT_FALSE(window.shownTree().isEmpty());
+    EXPECT_EQ(joined(window.enabledButtons()), "");
+    EXPECT_EQ(window.status(), "Please select a category.");
+    EXPECT_TRUE(QFile::exists(game.temp() + "/Classic/a.txt"));
+}
+
+TEST(frmMainBrowse, shows_size_packed_size_and_date_of_a_file) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"a.txt", QByteArray(5000, 'a')}});
+    MainWindow window;
+    window.pick("Classic");
+    const auto tip = [&] {
+        const QAbstractItemModel *model = window.tree()->model();
+        return model->index(0, 0, model->index(0, 0)).data(Qt::ToolTipRole).toString();
+    };
+    EXPECT_TRUE(tip().contains("Packed:")) << tip().toStdString();
+    EXPECT_TRUE(tip().contains("01")) << tip().toStdString();
+    window.click("cmdExtract");
+    EXPECT_TRUE(tip().contains(QLocale().toString(5000))) << tip().toStdString();
+}

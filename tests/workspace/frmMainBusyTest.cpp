@@ -1,0 +1,199 @@
+#include "tests/support/answers.h"
+#include "tests/support/archives.h"
+#include "tests/support/game.h"
+#include "tests/workspace/window.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMouseEvent>
+#include <QTest>
+#include <QTimer>
+#include <QWindow>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string joined(const QStringList &texts) {
+    return texts.join('|').toStdString();
+}
+
+// Beats in the event loop of the window, and keeps what it saw there.
+class Pulse : public QObject {
+  public:
+    explicit Pulse(MainWindow &window) : m_window(window) {
+        window.form().installEventFilter(this);
+        window.control<QWidget>("ProgressBar")->installEventFilter(this);
+        connect(&m_timer, &QTimer::timeout, this, [this] { beat(); });
+        m_timer.start(5);
+        m_sinceBeat.start();
+    }
+
+    // Longest time between two beats up to now, ms.
+    qint64 longestGap() const { return qMax(m_longest, m_sinceBeat.elapsed()); }
+    int beatsWhileBusy = 0;
+    int paints = 0;
+    int hourglasses = 0;
+    QStringList statuses;
+    std::function<void()> whileBusy;
+
+  protected:
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() == QEvent::Paint && !m_window.form().isEnabled())
+            ++paints;
+        return false;
+    }
+
+  private:
+    void beat() {
+        m_longest = qMax(m_longest, m_sinceBeat.restart());
+        if (m_window.form().isEnabled())
+            return;
+        ++beatsWhileBusy;
+        if (QGuiApplication::overrideCursor() != nullptr)
+            ++hourglasses;
+        if (!statuses.contains(m_window.status()))
+            statuses.append(m_window.status());
+        if (whileBusy)
+            whileBusy();
+    }
+
+    MainWindow &m_window;
+    QTimer m_timer;
+    QElapsedTimer m_sinceBeat;
+    qint64 m_longest = 0;
+};
+
+constexpr qint64 kStall = 100; // ms
+
+// A busy machine may stall anything; a stall of our own comes back every time.
+template<typename Operation>
+void expectNoStall(const char *name, Operation operation) {
+    qint64 shortest = 1000000;
+    for (int attempt = 0; attempt < 3 && shortest > kStall; ++attempt)
+        shortest = qMin(shortest, operation());
+    testing::Test::RecordProperty(name, static_cast<int>(shortest));
+    EXPECT_LE(shortest, kStall) << name;
+}
+
+// Puts a click and a key into the window's queue, where the window system puts them.
+void clickFromOutside(MainWindow &window, const char *name) {
+    QWindow *handle = window.form().windowHandle();
+    const QPointF at = window.button(name)->geometry().center();
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+        QCoreApplication::postEvent(
+            handle,
+            new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton,
+                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
+                            Qt::NoModifier));
+}
+
+void typeFromOutside(MainWindow &window, int key) {
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
+        QCoreApplication::postEvent(window.form().windowHandle(),
+                                    new QKeyEvent(type, key, Qt::NoModifier, " "));
+}
+
+} // namespace
+
+TEST(frmMainBusy, shows_that_it_extracts_under_the_hourglass) {
+    const TempGame game;
+    makeLargeArchive(game.archive("base.vl2"), 5000, 20);
+    MainWindow window;
+    window.pick("Base");
+    Pulse pulse(window);
+    window.click("cmdExtract");
+    EXPECT_GT(pulse.beatsWhileBusy, 1);
+    EXPECT_GT(pulse.paints, 0);
+    // The pointer comes back a moment before the window does.
+    EXPECT_GE(pulse.hourglasses, pulse.beatsWhileBusy - 2);
+    EXPECT_EQ(pulse.statuses.value(0), "Please wait. Extracting files...");
+    EXPECT_EQ(window.status(), "Select a file to edit.");
+}
+
+TEST(frmMainBusy, throws_away_what_is_clicked_and_typed_meanwhile) {
+    const TempGame game;
+    const Answers answers;
+    makeLargeArchive(game.archive("base.vl2"), 5000, 20);
+    MainWindow window;
+    window.form().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window.form()));
+    window.pick("Base");
+    Pulse pulse(window);
+    int injected = 0;
+    pulse.whileBusy = [&] {
+        ++injected;
+        clickFromOutside(window, "cmdCancel");
+        typeFromOutside(window, Qt::Key_Space);
+        window.form().close();
+    };
+    window.click("cmdExtract");
+    pulse.whileBusy = nullptr;
+    QTest::qWait(100);
+    EXPECT_GT(injected, 1);
+    EXPECT_TRUE(window.form().isVisible());
+    EXPECT_TRUE(QFile::exists(game.temp() + "/Base/folder00000/file000000.cs"));
+    EXPECT_EQ(joined(window.enabledButtons()), "SaveChanges|Cancel|EditFile|OpenFolder");
+
+    // The same click is taken once the window is back.
+    clickFromOutside(window, "cmdCancel");
+    QTest::qWait(50);
+    EXPECT_FALSE(QFile::exists(game.temp() + "/Base/folder00000/file000000.cs"));
+}
+
+TEST(frmMainBusy, lists_and_expands_a_large_archive_without_a_stall) {
+    const TempGame game;
+    makeLargeArchive(game.archive("base.vl2"), 100000, 10);
+    MainWindow window;
+    expectNoStall("list", [&] {
+        Pulse pulse(window);
+        window.pick("Base");
+        return pulse.longestGap();
+    });
+    EXPECT_EQ(window.lines().size(), 100000);
+    expectNoStall("expand", [&] {
+        Pulse pulse(window);
+        window.tree()->collapseAll();
+        window.tree()->expand(window.tree()->model()->index(0, 0));
+        window.form().repaint();
+        return pulse.longestGap();
+    });
+}
+
+TEST(frmMainBusy, extracts_and_cleans_up_many_files_without_a_stall) {
+    const TempGame game;
+    makeLargeArchive(game.archive("base.vl2"), 5000, 20);
+    MainWindow window;
+    window.pick("Base");
+    expectNoStall("extract_cancel", [&] {
+        Pulse pulse(window);
+        window.click("cmdExtract");
+        window.click("cmdCancel");
+        return pulse.longestGap();
+    });
+    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+}
+
+TEST(frmMainBusy, extracts_and_saves_one_large_entry_without_a_stall) {
+    const TempGame game;
+    makeBigArchive(game.archive("base.vl2"), 64);
+    MainWindow window;
+    window.pick("Base");
+    expectNoStall("extract_save", [&] {
+        qint64 gap = 0;
+        {
+            const Pulse pulse(window);
+            window.click("cmdExtract");
+            gap = pulse.longestGap();
+        }
+        QFile noise(game.temp() + "/Base/sounds/noise.wav");
+        EXPECT_TRUE(noise.open(QIODevice::Append));
+        noise.write("changed");
+        noise.close();
+        const Pulse pulse(window);
+        window.click("cmdSaveChanges");
+        return qMax(gap, pulse.longestGap());
+    });
+    EXPECT_EQ(window.status(), "Base.vl2 was created successfully");
+}

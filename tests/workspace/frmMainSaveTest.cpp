@@ -1,0 +1,193 @@
+#include "platform/files.h"
+#include "tests/support/answers.h"
+#include "tests/support/archives.h"
+#include "tests/support/game.h"
+#include "tests/workspace/window.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+std::string joined(const QStringList &texts) {
+    return texts.join('|').toStdString();
+}
+
+constexpr char kExtracted[] = "SaveChanges|Cancel|EditFile|OpenFolder";
+
+const std::vector<ArchiveFile> kFiles{{"readme.txt", "r"},
+                                      {"scripts/a.cs", "a"},
+                                      {"shapes/c.dts", "c"},
+                                      {"textures/sky.png", QByteArray(5000, 's')}};
+
+std::vector<QString> names(const std::vector<ArchiveFile> &files) {
+    std::vector<QString> result;
+    for (const ArchiveFile &file : files)
+        result.push_back(file.name);
+    return result;
+}
+
+// A game whose one archive is extracted in the window.
+struct Extracted {
+    TempGame game;
+    QString archive = game.archive("CLASSIC.vl2");
+    QString folder = game.temp() + "/Classic/";
+    std::unique_ptr<MainWindow> window;
+
+    explicit Extracted(const std::vector<ArchiveFile> &files = kFiles) {
+        makeArchive(archive, files);
+        window = std::make_unique<MainWindow>();
+        window->pick("Classic");
+        window->click("cmdExtract");
+        EXPECT_EQ(joined(window->enabledButtons()), kExtracted);
+    }
+};
+
+} // namespace
+
+TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_as_they_were) {
+    Extracted job;
+    const Answers answers;
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    job.window->click("cmdSaveChanges");
+    const std::map<QString, QByteArray> saved = readArchive(job.archive);
+    EXPECT_EQ(namesInArchive(job.archive), names(kFiles));
+    EXPECT_EQ(saved.at("scripts/a.cs"), "edited");
+    EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
+    EXPECT_EQ(job.window->status(), "Classic.vl2 was created successfully");
+    EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+    EXPECT_TRUE(job.window->form().isEnabled());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_FALSE(job.window->control<QProgressBar>("ProgressBar")->isVisible());
+    EXPECT_EQ(joined(QDir(job.game.base()).entryList(QDir::Files)), "CLASSIC.vl2");
+    EXPECT_TRUE(answers.boxes().empty());
+    for (const ArchiveFile &file : kFiles)
+        EXPECT_FALSE(QFile::exists(job.folder + file.name)) << file.name.toStdString();
+}
+
+TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were_deleted) {
+    Extracted job;
+    writeFile(job.folder + "scripts/new.cs", "new");
+    writeFile(job.folder + "top.txt", "top");
+    QDir().mkpath(job.folder + "mine");
+    writeFile(job.folder + "mine/own.txt", "own");
+    QFile::remove(job.folder + "textures/sky.png");
+    job.window->click("cmdSaveChanges");
+    const std::map<QString, QByteArray> saved = readArchive(job.archive);
+    EXPECT_EQ(saved.at("scripts/new.cs"), "new");
+    EXPECT_EQ(saved.at("top.txt"), "top");
+    EXPECT_EQ(saved.at("mine/own.txt"), "own");
+    EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
+    EXPECT_EQ(saved.size(), kFiles.size() + 3);
+    // Only the archive's own folders are cleaned up.
+    EXPECT_FALSE(QFile::exists(job.folder + "scripts"));
+    EXPECT_FALSE(QFile::exists(job.folder + "top.txt"));
+    EXPECT_TRUE(QFile::exists(job.folder + "mine/own.txt"));
+}
+
+TEST(frmMainSave, can_extract_and_save_again_at_once) {
+    Extracted job;
+    for (const char *text : {"first", "second"}) {
+        writeFile(job.folder + "readme.txt", text);
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), text);
+        job.window->click("cmdExtract");
+        EXPECT_EQ(readFile(job.folder + "readme.txt"), text);
+    }
+}
+
+TEST(frmMainSave, throws_changes_away_on_Cancel) {
+    Extracted job;
+    const QByteArray before = readFile(job.archive);
+    writeFile(job.folder + "readme.txt", "edited");
+    writeFile(job.folder + "scripts/new.cs", "new");
+    QFile::setPermissions(job.folder + "scripts/a.cs", QFile::ReadOwner);
+    job.window->click("cmdCancel");
+    EXPECT_EQ(readFile(job.archive), before);
+    EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+    // The folder of a type that the tree leaves out stays, emptied, and the work folder with it.
+    EXPECT_EQ(joined(QDir(job.folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)),
+              "shapes");
+    EXPECT_TRUE(QDir(job.folder + "shapes").isEmpty());
+}
+
+TEST(frmMainSave, removes_the_work_folder_but_never_the_folder_above_it) {
+    Extracted job({{"readme.txt", "r"}, {"scripts/a.cs", "a"}});
+    writeFile(job.game.temp() + "/other.txt", "not mine");
+    job.window->click("cmdCancel");
+    EXPECT_FALSE(QFile::exists(job.folder));
+    EXPECT_TRUE(QFile::exists(job.game.temp() + "/other.txt"));
+}
+
+TEST(frmMainSave, cleans_up_nothing_where_the_first_file_is_missing) {
+    Extracted job;
+    QFile::remove(job.folder + "readme.txt");
+    job.window->click("cmdCancel");
+    EXPECT_TRUE(QFile::exists(job.folder + "scripts/a.cs"));
+    EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+}
+
+TEST(frmMainSave, deletes_nothing_outside_the_work_folder_through_a_link) {
+    Extracted job;
+    QDir().mkpath(job.game.root() + "/precious");
+    writeFile(job.game.root() + "/precious/a.cs", "precious");
+    QDir(job.folder + "scripts").removeRecursively();
+    QFile::link(job.game.root() + "/precious", job.folder + "scripts");
+    job.window->click("cmdCancel");
+    EXPECT_EQ(readFile(job.game.root() + "/precious/a.cs"), "precious");
+}
+
+TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
+    const struct {
+        const char *fault;
+        std::function<void(Extracted &)> injure;
+    } rows[] = {
+        {"the archive's name is taken by a folder",
+         [](Extracted &job) {
+             QFile::remove(job.archive);
+             QDir().mkpath(job.archive + "/in the way");
+         }},
+        {"a damaged archive",
+         [](Extracted &job) { writeFile(job.archive, "PK\3\4 and nothing else"); }},
+        {"the base folder is gone",
+         [](Extracted &job) { QDir().rename(job.game.base(), job.game.root() + "/moved"); }},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.fault);
+        Extracted job;
+        const Answers answers;
+        writeFile(job.folder + "readme.txt", "edited");
+        row.injure(job);
+        job.window->click("cmdSaveChanges");
+        ASSERT_EQ(answers.boxes().size(), 1U);
+        const Answers::Box &box = answers.boxes().front();
+        EXPECT_EQ(box.style, platform::kCritical);
+        EXPECT_EQ(box.title, "Orvel");
+        EXPECT_TRUE(box.text.startsWith("Classic.vl2 was not saved: ")) << box.text.toStdString();
+        EXPECT_TRUE(box.text.contains(QDir::cleanPath(job.folder))) << box.text.toStdString();
+        EXPECT_EQ(job.window->status(), box.text);
+        EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
+        EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), "a");
+        EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+        EXPECT_TRUE(job.window->form().isEnabled());
+        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    }
+}
+
+TEST(frmMainSave, says_so_where_the_work_folder_was_removed_by_hand) {
+    Extracted job;
+    const Answers answers;
+    const QByteArray before = readFile(job.archive);
+    QDir(job.folder).removeRecursively();
+    job.window->click("cmdSaveChanges");
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    EXPECT_TRUE(answers.boxes().front().text.startsWith("Classic.vl2 was not saved: "));
+    EXPECT_EQ(readFile(job.archive), before);
+    EXPECT_TRUE(job.window->form().isEnabled());
+}

@@ -1,0 +1,82 @@
+#include "workspace/frmSplash.h"
+#include "tests/support/answers.h"
+#include "tests/support/game.h"
+#include "workspace/frmMain.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QPixmap>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+frmMain *mainWindow() {
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (auto *main = dynamic_cast<frmMain *>(window))
+            return main;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TEST(frmSplash, shows_the_picture_for_800_ms_and_then_the_main_window) {
+    const TempGame game;
+    const Answers answers;
+    QElapsedTimer sinceLoad;
+    QPointer<frmSplash> splash = new frmSplash;
+    sinceLoad.start();
+    ASSERT_TRUE(splash->Load());
+    splash->show();
+    EXPECT_EQ(splash->size(), QSize(398, 248));
+    EXPECT_FALSE(QPixmap(":/assets/splash.jpg").isNull());
+    EXPECT_FALSE(splash->grab().toImage().allGray());
+    splash->close();
+    EXPECT_TRUE(splash->isVisible()) << "nobody closes it but the timer";
+
+    ASSERT_TRUE(QTest::qWaitFor([] { return mainWindow() != nullptr; }, 5000));
+    EXPECT_GE(sinceLoad.elapsed(), 790);
+    EXPECT_LT(sinceLoad.elapsed(), 3000);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return splash == nullptr; }, 1000));
+    QPointer<frmMain> main = mainWindow();
+    EXPECT_TRUE(main->isVisible());
+    EXPECT_TRUE(answers.boxes().empty());
+    main->close();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return main == nullptr; }, 1000));
+}
+
+TEST(frmSplash, says_that_the_game_is_missing_and_opens_nothing) {
+    const TempGame game;
+    const Answers answers;
+    TempGame::setGameFolder("");
+    TempGame::setTempFolder("");
+    frmSplash splash;
+    EXPECT_FALSE(splash.Load());
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    EXPECT_EQ(answers.boxes()[0].text, "Orvel could not detect Tribes 2 on your computer.");
+    EXPECT_EQ(answers.boxes()[0].style, 16);
+    EXPECT_EQ(answers.boxes()[0].title, "Orvel");
+    QTest::qWait(1000);
+    EXPECT_EQ(mainWindow(), nullptr);
+    EXPECT_EQ(TempGame::tempFolderSetting(), "") << "nothing is written";
+}
+
+TEST(frmSplash, ends_the_program_with_the_same_message_where_the_game_is_gone) {
+    const TempGame game;
+    const Answers answers;
+    TempGame::setGameFolder(game.root() + "/gone");
+    QPointer<frmSplash> splash = new frmSplash;
+    ASSERT_TRUE(splash->Load());
+    splash->show();
+    EXPECT_EQ(QApplication::exec(), 1);
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    EXPECT_EQ(answers.boxes()[0].text, "Orvel could not detect Tribes 2 on your computer.");
+    EXPECT_EQ(mainWindow(), nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(splash, nullptr);
+}
