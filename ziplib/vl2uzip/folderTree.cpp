@@ -11,8 +11,9 @@ namespace {
 using platform::Failure;
 using platform::Status;
 
-// Well below the 64 handles that some systems allow a program.
-constexpr std::size_t mostOpen = 16;
+// Below the 64 handles that some systems allow a program; where even these are too many, the
+// caller gives them back.
+constexpr std::size_t mostOpen = 32;
 
 } // namespace
 
@@ -43,13 +44,19 @@ Status FolderTree::get(std::string_view path, std::shared_ptr<OpenFolder> &folde
         }
         const std::string name(lastComponent(path));
         auto opened = std::make_shared<OpenFolder>();
-        Status made = parent->folder.makeFolder(name);
-        opened->made = made.ok();
-        if (!made.ok() && !made.is(Failure::Exists)) {
-            return made;
+        opened->made = m_made.count(key) != 0;
+        if (!opened->made) {
+            Status made = parent->folder.makeFolder(name);
+            if (!made.ok() && !made.is(Failure::Exists)) {
+                return made;
+            }
+            opened->made = made.ok();
         }
         if (Status status = parent->folder.openFolder(name, opened->folder); !status.ok()) {
             return status;
+        }
+        if (opened->made) {
+            m_made.insert(key);
         }
         if (m_open.size() >= mostOpen) {
             m_open.clear();

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace ziplib {
 
@@ -30,6 +31,8 @@ class FolderTree {
   private:
     std::shared_ptr<OpenFolder> m_root;
     std::unordered_map<std::string, std::shared_ptr<OpenFolder>> m_open;
+    // Those that this call has made, open or not.
+    std::unordered_set<std::string> m_made;
     // The last one asked for: entries come folder by folder.
     std::string m_lastPath;
     std::shared_ptr<OpenFolder> m_last;

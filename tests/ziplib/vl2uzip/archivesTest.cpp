@@ -27,8 +27,8 @@ TEST(ArchivesOfOtherTools, GiveTheSameFiles) {
 
 TEST(Listing, TellsEveryEntryInStoredOrderWithItsFolders) {
     UnzipCall call;
-    EXPECT_EQ(call.list(dataFile("archives/python-zipfile.vl2")), 0);
-    EXPECT_EQ(call.listedPaths(),
+    ASSERT_EQ(call.list(dataFile("archives/python-zipfile.vl2")), 0);
+    ASSERT_EQ(call.listedPaths(),
               (Paths{"maps/", "maps/base/", "maps/base/a.png", "maps/base/b.mis", "readme.txt",
                      "scripts/deep/er/x.cs", "sound/w.wav"}));
     const UnzipCall::Listed &readme = call.listed[4];
