@@ -30,9 +30,9 @@ std::string temporaryName() {
         return value;
     }();
     static std::atomic<std::uint64_t> next{0};
+    const unsigned long long number = start + next++;
     char name[40];
-    std::snprintf(name, sizeof name, ".orvel-%016llx.part",
-                  static_cast<unsigned long long>(start + next++));
+    std::snprintf(name, sizeof name, ".orvel-%016llx.part", number);
     return name;
 }
 

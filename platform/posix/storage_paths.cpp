@@ -60,14 +60,21 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
             return errnoStatus(errno, "cannot find", path);
         }
         folder = real.get();
-        const std::string whole = folder == "/" ? folder + name : folder + "/" + name;
+        std::string whole = folder;
+        if (folder != "/") {
+            whole += '/';
+        }
+        const std::size_t folderLength = whole.size();
+        whole += name;
         char target[PATH_MAX];
         const ssize_t length = readlink(whole.c_str(), target, sizeof target);
         if (length < 0 || static_cast<std::size_t>(length) == sizeof target) {
             return {};
         }
         const std::string next(target, static_cast<std::size_t>(length));
-        current = !next.empty() && next.front() == '/' ? next : folder + "/" + next;
+        whole.resize(folderLength);
+        whole += next;
+        current = !next.empty() && next.front() == '/' ? next : whole;
     }
     return errnoStatus(ELOOP, "cannot find", path);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 
 namespace ziplib {
@@ -28,8 +29,8 @@ std::int32_t percentSaved(std::uint64_t size, std::uint64_t packedSize) {
     if (size == 0 || packedSize >= size) {
         return 0;
     }
-    return static_cast<std::int32_t>(
-        100.0 * static_cast<double>(size - packedSize) / static_cast<double>(size) + 0.5);
+    const double saved = static_cast<double>(size - packedSize) / static_cast<double>(size);
+    return static_cast<std::int32_t>(std::lround(100.0 * saved));
 }
 
 Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
