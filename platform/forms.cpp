@@ -150,7 +150,10 @@ void repaintPending() {
 }
 
 void discardInput() {
-    withoutInput([] { QGuiApplication::sync(); });
+    withoutInput([] {
+        QGuiApplication::sync();
+        QCoreApplication::sendPostedEvents(); // what the last events have queued
+    });
 }
 
 } // namespace platform

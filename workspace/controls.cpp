@@ -11,8 +11,12 @@ QString PlainTip(const QString &text) {
 }
 
 ImageList::ImageList(QObject *parent, int count) : QObject(parent) {
-    for (int number = 1; number <= count; ++number)
-        m_images.emplace_back(QStringLiteral(":/assets/icons/%1.png").arg(number));
+    for (int number = 1; number <= count; ++number) {
+        const QString file = QStringLiteral(":/assets/icons/%1.png").arg(number);
+        QIcon image(file);
+        image.addFile(file, {}, QIcon::Selected); // the same, not a tinted one
+        m_images.push_back(image);
+    }
 }
 
 QIcon ImageList::Image(int number) const {
