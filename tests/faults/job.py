@@ -86,8 +86,10 @@ class Job:
         env = dict(self.env)
         if watch is not None:
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
-            preload = [os.environ.get("LD_PRELOAD"), os.path.join(self.binaries, "libcallWatch.so")]
+            # By bare name: in a list of paths, blanks separate.
+            preload = [os.environ.get("LD_PRELOAD"), "libcallWatch.so"]
             env["LD_PRELOAD"] = " ".join(filter(None, preload))
+            env["LD_LIBRARY_PATH"] = self.binaries
         done = subprocess.run([os.path.join(self.binaries, program), *arguments], env=env,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                               timeout=120, check=False)

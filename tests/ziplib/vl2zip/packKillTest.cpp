@@ -47,7 +47,10 @@ class PackKill : public testing::TestWithParam<const char *> {
         fs::remove(log);
         const pid_t child = ::fork();
         if (child == 0) {
-            ::setenv("LD_PRELOAD", ORVEL_KILL_AT_LIBRARY, 1);
+            // By bare name: in a list of paths, blanks separate.
+            const fs::path watcher = ORVEL_KILL_AT_LIBRARY;
+            ::setenv("LD_PRELOAD", watcher.filename().c_str(), 1);
+            ::setenv("LD_LIBRARY_PATH", watcher.parent_path().c_str(), 1);
             ::setenv("ORVEL_KILL_AT", std::to_string(killAt).c_str(), 1);
             ::setenv("ORVEL_CALL_LOG", log.c_str(), 1);
             static_cast<void>(!::freopen("/dev/null", "w", stdout));
