@@ -28,7 +28,6 @@ def report_of(output):
 
 
 def run_once(contestant, folder, keep):
-    shutil.rmtree(folder, ignore_errors=True)
     os.makedirs(folder)
     if contestant.prepare:
         contestant.prepare(folder)
@@ -50,10 +49,12 @@ def run_once(contestant, folder, keep):
 
 
 def contest(contestants, folder, rounds):
-    """Runs every contestant once for warmth, then `rounds` times in turn. Their scratch folder is
-    the same one, so that none has a better place on the disk."""
+    """Runs every contestant once for warmth, then `rounds` times in turn, each run in a folder of
+    its own. Nothing is deleted before the end: a file system that is still busy with what was
+    deleted makes the next run slow, whoever it is."""
+    shutil.rmtree(folder, ignore_errors=True)
     for number in range(rounds + 1):
-        for contestant in contestants:
-            run_once(contestant, folder, keep=number > 0)
+        for place, contestant in enumerate(contestants):
+            run_once(contestant, os.path.join(folder, "%d-%d" % (number, place)), keep=number > 0)
     shutil.rmtree(folder, ignore_errors=True)
     return contestants
