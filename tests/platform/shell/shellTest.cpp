@@ -70,6 +70,20 @@ TEST_F(ShellTest, NoProgramIsLeftAsAChild) {
     EXPECT_EQ(errno, ECHILD);
 }
 
+TEST_F(ShellTest, AProgramThatGoesOnIsNotWaitedFor) {
+    const QByteArray program = makeRecorder("edit").toUtf8();
+    ASSERT_EQ(::mkfifo(bytesAt("gate").constData(), 0600), 0);
+    makeExecutable("patient", "#!/bin/sh\nread -r line < " + bytesAt("gate") + "\nexec " + program);
+    Shell(at("patient"), 1);
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+    EXPECT_FALSE(exists("record"));
+    // Opens once the program waits at the other end.
+    const int gate = ::open(bytesAt("gate").constData(), O_WRONLY);
+    ::close(gate);
+    EXPECT_EQ(recorded(), QList<QByteArray>{program});
+}
+
 TEST_F(ShellTest, ManyStartsLeaveNoFileOpen) {
     const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::Files).size(); };
     const QString program = makeRecorder("edit");
