@@ -61,8 +61,9 @@ void frmMain::CleanUpWorkFolder() {
         platform::Sweep sweep(WorkFolder());
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
-            sweep.clearAttributes(file);
-            sweep.deleteFile(file);
+            // A read-only file goes as well; only one that stays needs its attributes cleared.
+            if (!sweep.deleteFile(file))
+                sweep.clearAttributes(file);
             SetProgress(line);
         }
         sweep.deleteFilesIn({});
