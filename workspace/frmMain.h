@@ -68,6 +68,8 @@ class frmMain : public QWidget {
     // frmMainLocate.cpp: where the game and the work folders are
     void LocateGame();
     void SetDefaultWorkFolder();
+    // The "tempdir" setting, read afresh; "" where there is none.
+    static QString WorkFolderSetting();
     // The chosen archive's path, by the name under which the file system stores it.
     QString ArchivePath() const;
     // The "tempdir" setting, "\" and the chosen archive's name, without a trailing separator.

@@ -11,14 +11,14 @@
 #include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTimer>
 
 // A pick notifies of the change and then of the click, another pick of the same entry of the click
 // alone: the steps run once for each.
 void frmMain::drpVL2File_Change() {
     Guarded([this] { ArchiveChosen(); });
     m_changeHandled = true;
-    QMetaObject::invokeMethod(
-        this, [this] { m_changeHandled = false; }, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this] { m_changeHandled = false; });
 }
 
 void frmMain::drpVL2File_Click() {

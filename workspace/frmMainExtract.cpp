@@ -1,4 +1,3 @@
-#include "config/modRegistry.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -15,10 +14,6 @@ void makeFolderQuietly(const QString &path) {
         platform::makeFolder(path);
     } catch (const platform::RuntimeError &) { // NOLINT(bugprone-empty-catch): told above
     }
-}
-
-QString workFolderSetting() {
-    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
 }
 
 } // namespace
@@ -44,10 +39,10 @@ void frmMain::cmdExtract_Click() {
 }
 
 QString frmMain::PrepareWorkFolder() {
-    if (workFolderSetting().isEmpty())
+    if (WorkFolderSetting().isEmpty())
         SetDefaultWorkFolder();
-    const QString folder = WorkFolder();
-    makeFolderQuietly(workFolderSetting());
+    QString folder = WorkFolder();
+    makeFolderQuietly(WorkFolderSetting());
     makeFolderQuietly(folder);
     m_cUnzip->setPromptToOverwrite(false);
     m_cUnzip->setUseFolderNames(true);

@@ -20,10 +20,6 @@ QString gameFolderSetting() {
     return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
 }
 
-QString workFolderSetting() {
-    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
-}
-
 } // namespace
 
 void frmMain::LocateGame() {
@@ -32,12 +28,16 @@ void frmMain::LocateGame() {
         folder.chop(1);
     m_strGamePath = GetLongFileName(folder) + '\\';
     m_strBasePath = m_strGamePath + "GameData\\base\\";
-    if (workFolderSetting().isEmpty())
+    if (WorkFolderSetting().isEmpty())
         SetDefaultWorkFolder();
     // A recorded game that is gone reads as an empty long name, and the game's folder as "\".
     if (m_strGamePath.size() == 1 || platform::storedName(m_strBasePath.chopped(1)).isEmpty())
         throw platform::RuntimeError(platform::ErrorNumber::PathNotFound,
                                      "Orvel could not detect Tribes 2 on your computer.", "Orvel");
+}
+
+QString frmMain::WorkFolderSetting() {
+    return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
 }
 
 void frmMain::SetDefaultWorkFolder() {
@@ -100,7 +100,7 @@ QString frmMain::ArchivePath() const {
 }
 
 QString frmMain::WorkFolder() const {
-    return workFolderSetting() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
+    return WorkFolderSetting() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
 QString frmMain::ProbeFile() const {

@@ -15,8 +15,7 @@
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-
+constexpr std::chrono::milliseconds kShown(800);
 constexpr int kClientWidth = 5970; // twips
 constexpr int kClientHeight = 3720;
 constexpr QSize kPictureSize(400, 250); // pixels
@@ -46,7 +45,7 @@ frmSplash::frmSplash()
     setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
     platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
-    tmrSplash.setInterval(800ms);
+    tmrSplash.setInterval(kShown);
     connect(&tmrSplash, &QTimer::timeout, this, &frmSplash::tmrSplash_Timer);
 }
 

@@ -29,7 +29,7 @@ constexpr std::array kMeanings{
 } // namespace
 
 QString Reason(std::int32_t code, const QString &message) {
-    const QString said = message.simplified();
+    QString said = message.simplified();
     if (!said.isEmpty())
         return said;
     for (const Meaning &meaning : kMeanings) {
