@@ -19,6 +19,11 @@ bool isMissing(DWORD error) {
            error == ERROR_DIRECTORY || error == ERROR_NO_MORE_FILES;
 }
 
+bool isFolder(const QString &path) {
+    const DWORD kind = GetFileAttributesW(wide(path));
+    return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 // A folder to search and what to search for in it.
 struct Search {
     QString folder; // in the long form
@@ -88,7 +93,7 @@ QString findFirst(const QString &pattern, int mask) {
         return {};
     DWORD error = ERROR_SUCCESS;
     const QStringList names = matching(search, kLeftOut & ~static_cast<DWORD>(mask), error);
-    if (error != ERROR_SUCCESS && !isMissing(error))
+    if (error != ERROR_SUCCESS && !isMissing(error) && isFolder(search.folder))
         raise(error == ERROR_INVALID_NAME ? ErrorNumber::BadFileName : ErrorNumber::PathNotFound,
               pattern);
     return names.value(0);
@@ -106,8 +111,7 @@ QString storedName(const QString &path) {
 
 QStringList listFiles(const QString &folder, const QString &pattern) {
     const QString path = checkedPath(folder.isEmpty() ? QStringLiteral(".") : folder);
-    const DWORD kind = GetFileAttributesW(wide(path));
-    if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
+    if (!isFolder(path))
         raise(ErrorNumber::PathNotFound, folder);
     DWORD error = ERROR_SUCCESS;
     const QStringList names = matching({path, pattern}, kLeftOut, error);

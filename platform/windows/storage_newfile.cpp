@@ -272,6 +272,10 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
     HANDLE folder = handleOf(m_folder->m_handle);
     HANDLE file = handleOf(m_handle);
     const std::wstring wide = wideFromUtf8(name);
+    if (wide.empty() || !isComponent(wide)) {
+        discard();
+        return errorStatus(ERROR_INVALID_NAME, "cannot create", m_folder->pathOf(name));
+    }
     const bool replaces = replace == Replace::Yes;
     // The newer form replaces a file that somebody reads. Not every system and disk knows it.
     NTSTATUS status = rename(file, folder, wide,

@@ -86,12 +86,12 @@ std::string wordsFor(DWORD error) {
     return size > 0 ? std::string(text, size) : "error " + std::to_string(error);
 }
 
+} // namespace
+
 bool isComponent(std::wstring_view name) {
     return name != L"." && name != L".." &&
            name.find_first_of(std::wstring_view(L"\\/:\0", 4)) == std::wstring_view::npos;
 }
-
-} // namespace
 
 std::wstring wideFromUtf8(std::string_view text) {
     return toWide(CP_UTF8, text);

@@ -80,6 +80,9 @@ struct Access {
     ULONG share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 };
 
+// Whether a name can only be that of something directly inside a folder: it holds no separator and
+// no stream, and is neither "." nor "..".
+bool isComponent(std::wstring_view name);
 // Opens a name directly inside a folder, whatever path led to the folder; "" is the folder itself.
 // Names that would lead elsewhere (a separator, a stream, "..") are refused.
 NTSTATUS openAt(HANDLE folder, const std::string &name, const Access &access, Handle &opened);

@@ -1,4 +1,5 @@
 #include "tests/archive/expectError.h"
+#include "tests/archive/narrowText.h"
 #include "tests/archive/unzipFixture.h"
 
 #include <QDir>
@@ -65,7 +66,7 @@ TEST_F(cUnzipTest, DirectoryAsksForAListingOfTheWholeArchiveAndNoFolder) {
     std::array<std::int32_t, 15> expected{};
     expected[kListFlag] = 1;
     EXPECT_EQ(flags(call.options), expected);
-    EXPECT_EQ(call.zipFile, "/game/base/x.vl2");
+    EXPECT_EQ(call.zipFile, narrowPath("/game/base/x.vl2"));
     EXPECT_EQ(call.folder, "");
     EXPECT_EQ(call.includeCount, 0);
     EXPECT_EQ(call.excludeCount, 0);
@@ -202,8 +203,8 @@ TEST_F(cUnzipTest, PathsCrossInTheSystemsOwnForm) {
     unzip.setZipFile(folder.path() + QStringLiteral("\\Sub\\x.vl2"));
     unzip.setUnzipFolder(folder.path() + QStringLiteral("\\Sub\\new"));
     unzip.Unzip();
-    EXPECT_EQ(fake.calls.back().zipFile, (folder.path() + "/Sub/x.vl2").toStdString());
-    EXPECT_EQ(fake.calls.back().folder, (folder.path() + "/Sub/new").toStdString());
+    EXPECT_EQ(fake.calls.back().zipFile, narrowPath(folder.path() + "/Sub/x.vl2"));
+    EXPECT_EQ(fake.calls.back().folder, narrowPath(folder.path() + "/Sub/new"));
 }
 
 TEST_F(cUnzipTest, VersionComesFromTheLibraryAndTheExtraTextIsTenCharacters) {

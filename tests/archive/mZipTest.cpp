@@ -1,5 +1,6 @@
 #include "archive/idle.h"
 #include "tests/archive/expectError.h"
+#include "tests/archive/narrowText.h"
 #include "tests/archive/zipFixture.h"
 
 #include <QDir>
@@ -21,11 +22,10 @@ TEST_F(mZipTest, TheThreeFunctionsAreCalledInOrderWithTheArchiveAndTheSpecs) {
     zip.Zip();
     EXPECT_EQ(fake.order, (std::vector<std::string>{"ZpInit", "ZpSetOptions", "ZpArchive"}));
     const FakeZip::Call &call = fake.calls.at(0);
-    EXPECT_EQ(call.zipFile, "/game/base/x.vl2");
+    EXPECT_EQ(call.zipFile, narrowPath("/game/base/x.vl2"));
     EXPECT_EQ(call.count, 2);
     EXPECT_EQ(call.names[0], "*");
-    EXPECT_EQ(call.names[1], "\xC3\xBC"
-                             "ber/*.cs");
+    EXPECT_EQ(call.names[1], narrowText(QStringLiteral("\u00FCber/*.cs")));
     EXPECT_EQ(call.names[2], std::nullopt); // the end mark comes one slot later
     EXPECT_EQ(call.names[3], "");
     EXPECT_EQ(call.names[4], std::nullopt);
@@ -60,13 +60,12 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
     QFile file(folder.path() + QStringLiteral("/file"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     const QString before = QDir::currentPath();
-    const std::string root = folder.path().toStdString();
     struct Row {
         QString base;
         std::optional<std::string> crossed; // none: error 76
     };
     const Row rows[] = {
-        {folder.path() + QStringLiteral("\\work\\a b"), root + "/work/a b"},
+        {folder.path() + QStringLiteral("\\work\\a b"), narrowPath(folder.path() + "/work/a b")},
         {QString(), ""},
         {QStringLiteral("   "), "   "},
         {folder.path() + QStringLiteral("\\missing"), {}},
@@ -89,8 +88,8 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
     // With the separator at its end, as a work folder is given.
     zip.setBasePath(folder.path() + QStringLiteral("\\work\\"));
     zip.Zip();
-    EXPECT_EQ(QDir::cleanPath(QString::fromStdString(*fake.calls.back().rootDir)),
-              folder.path() + QStringLiteral("/work"));
+    EXPECT_EQ(QDir::cleanPath(platform::fromNarrow(*fake.calls.back().rootDir)),
+              QDir::cleanPath(platform::nativePath(folder.path() + QStringLiteral("/work"))));
 }
 
 TEST_F(mZipTest, MessagesAndNamesOf2To31999BytesRaiseEvents) {

@@ -1,9 +1,9 @@
 #include "ziplib/container/workers.h"
+#include "tests/support/environment.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 
 using ziplib::Pipeline;
 using std::chrono_literals::operator""ms;
@@ -70,20 +70,20 @@ TEST(Pipelines, MayEndWithTasksThatNobodyCollected) {
 }
 
 TEST(WorkerCounts, FollowTheSettingThenTheEnvironmentThenTheMachine) {
-    unsetenv("ORVEL_WORKERS");
+    setVariable("ORVEL_WORKERS", "");
     const unsigned own = ziplib::workerCount();
     EXPECT_GE(own, 1U);
     EXPECT_LE(own, 8U);
-    setenv("ORVEL_WORKERS", "3", 1);
+    setVariable("ORVEL_WORKERS", "3");
     EXPECT_EQ(ziplib::workerCount(), 3U);
-    setenv("ORVEL_WORKERS", "99", 1);
+    setVariable("ORVEL_WORKERS", "99");
     EXPECT_EQ(ziplib::workerCount(), 8U);
     ziplib::setWorkerCount(2);
     EXPECT_EQ(ziplib::workerCount(), 2U);
     ziplib::setWorkerCount(0);
-    setenv("ORVEL_WORKERS", "nonsense", 1);
+    setVariable("ORVEL_WORKERS", "nonsense");
     EXPECT_EQ(ziplib::workerCount(), own);
-    unsetenv("ORVEL_WORKERS");
+    setVariable("ORVEL_WORKERS", "");
 }
 
 TEST(MemoryBudgets, NeverGiveMoreThanTheyHave) {

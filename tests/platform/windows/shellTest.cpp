@@ -1,0 +1,79 @@
+#include "platform/shell.h"
+
+#include "platform/error.h"
+#include "platform/files.h"
+#include "tests/platform/windows/scratchFolder.h"
+#include "tests/support/environment.h"
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class WindowsShell : public ScratchFolder {
+  protected:
+    WindowsShell() {
+        setVariable("ORVEL_RECORD", at("record").c_str());
+        const fs::path recorder =
+            fs::path(platform::programFolder().toStdWString()) / "command_recorder.exe";
+        fs::create_directories(root / "Program Files");
+        fs::copy_file(recorder, root / "tool.exe");
+        fs::copy_file(recorder, root / "Program Files" / "My Tool.exe");
+    }
+    ~WindowsShell() override { setVariable("ORVEL_RECORD", ""); }
+
+    // Starts a command line, with @ for the folder, and returns what the program saw.
+    std::string started(std::string line) const {
+        fs::remove(root / "record");
+        platform::Shell(QString::fromStdString(filled(std::move(line))), platform::kShowNormal);
+        for (int wait = 0; wait < 500 && !exists("record"); ++wait)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return content("record");
+    }
+    std::string filled(std::string text) const {
+        for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@'))
+            text.replace(at, 1, root.string());
+        return text;
+    }
+};
+
+TEST_F(WindowsShell, AProgramGetsTheRestOfItsCommandLineAsItIs) {
+    struct Row {
+        const char *given;
+        const char *seen;
+    };
+    for (const Row &row : {
+             Row{"@\\tool.exe @\\a b.png", "\"@\\tool.exe\" @\\a b.png"},
+             Row{"\"@\\Program Files\\My Tool.exe\" \"@\\x.png\"",
+                 "\"@\\Program Files\\My Tool.exe\" \"@\\x.png\""},
+             Row{"@\\Program Files\\My Tool.exe /play /close \"@\\x.wav\"",
+                 "\"@\\Program Files\\My Tool.exe\" /play /close \"@\\x.wav\""},
+             Row{"@\\Program Files\\My Tool x & y > z",
+                 "\"@\\Program Files\\My Tool.exe\" x & y > z"},
+             Row{"@/tool.exe", "\"@\\tool.exe\""},
+         })
+        EXPECT_EQ(started(row.given), filled(row.seen)) << row.given;
+}
+
+TEST_F(WindowsShell, AProgramThatIsMissingOrNoneIsAnError) {
+    put("text.exe", "no program");
+    struct Row {
+        const char *line;
+        platform::ErrorNumber number;
+    };
+    for (const Row &row : {Row{"@\\none.exe x", platform::ErrorNumber::FileNotFound},
+                           Row{"\"@\\Program Files\" x", platform::ErrorNumber::FileNotFound},
+                           Row{"", platform::ErrorNumber::FileNotFound},
+                           Row{"@\\text.exe", platform::ErrorNumber::IllegalProcedureCall}}) {
+        try {
+            platform::Shell(QString::fromStdString(filled(row.line)), platform::kShowNormal);
+            ADD_FAILURE() << row.line;
+        } catch (const platform::RuntimeError &error) {
+            EXPECT_EQ(static_cast<int>(error.number()), static_cast<int>(row.number)) << row.line;
+        }
+    }
+}
+
+} // namespace
