@@ -87,10 +87,14 @@ FoundProgram findProgram(const QString &line) {
     const qsizetype start = skipBlanks(line, 0);
     ProgramSearch search;
     if (start < line.size() && line[start] == u'"') {
-        const qsizetype close = line.indexOf(u'"', start + 1);
-        const qsizetype end = close < 0 ? line.size() : close;
-        if (search.tryName(line.sliced(start + 1, end - start - 1), std::min(end + 1, line.size())))
-            return search.found();
+        // The next quote ends the program, unless its path holds quotes itself.
+        for (qsizetype end = start; end < line.size();) {
+            const qsizetype close = line.indexOf(u'"', end + 1);
+            end = close < 0 ? line.size() : close;
+            const QString name = line.sliced(start + 1, end - start - 1);
+            if (search.tryName(name, std::min(end + 1, line.size())))
+                return search.found();
+        }
         search.fail(line);
     }
     for (qsizetype end = line.size(); end > start; --end) {
@@ -138,12 +142,40 @@ bool looksLikePath(const QString &text) {
            (!isSeparator(text[0]) || std::count_if(text.begin(), text.end(), isSeparator) > 1);
 }
 
-// The native path that a word means, or "". A file that is still to be made has its folder.
+bool hasItsFolder(const QString &text) {
+    return isStored(resolve(splitPath(text).folder));
+}
+
+// Whether some folder above a file is there, other than the root.
+bool leadsSomewhere(const QString &text) {
+    QString folder = splitPath(text).folder;
+    while (std::count_if(folder.begin(), folder.end(), isSeparator) > 1) {
+        if (isStored(resolve(folder)))
+            return true;
+        folder.chop(1);
+        folder = splitPath(folder).folder;
+    }
+    return false;
+}
+
+// The native path that a word means, or "". A file may be still to be made, or gone with its
+// folder.
 QByteArray meantPath(const QString &text) {
     if (!looksLikePath(text))
         return {};
     const QByteArray path = resolve(text);
-    return isStored(path) || isStored(resolve(splitPath(text).folder)) ? path : QByteArray();
+    return isStored(path) || hasItsFolder(text) || leadsSomewhere(text) ? path : QByteArray();
+}
+
+// Whether all of a text is the path of one file, rather than words of which this is the first. The
+// name of a file that is gone is not taken to pieces: a program would make files of them.
+bool isOneFile(const QString &text, const QString &firstWord) {
+    if (!isAbsolutePath(text))
+        return false;
+    if (isStored(resolve(text)))
+        return true;
+    return looksLikePath(text) &&
+           (hasItsFolder(text) || (!isStored(resolve(firstWord)) && leadsSomewhere(text)));
 }
 
 QByteArray passed(const QString &word, bool toWindowsProgram) {
@@ -163,10 +195,13 @@ Command parseCommandLine(const QString &line) {
     qsizetype at = skipBlanks(line, program.end);
     while (at < line.size()) {
         const QString tail = line.sliced(at);
-        const bool isOneFile = isAbsolutePath(tail) && isStored(resolve(tail));
-        const QString word = isOneFile ? tail : nextArgument(line, at);
+        const QString word = nextArgument(line, at);
+        if (isOneFile(tail, word)) {
+            command.arguments.append(passed(tail, command.isWindowsProgram));
+            break;
+        }
         command.arguments.append(passed(word, command.isWindowsProgram));
-        at = isOneFile ? line.size() : skipBlanks(line, at);
+        at = skipBlanks(line, at);
     }
     return command;
 }

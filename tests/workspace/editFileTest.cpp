@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QTest>
 
+#include <utility>
+
 namespace {
 
 const char kSettingsPrompt[] = "49 Orvel: Cannot edit file. Try changing your Orvel settings.\n";
@@ -28,6 +30,7 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
         {"Photoshop 6.0/Photoshp.exe", "PNG", "a picture.png", {}},
         {"upper/PHOTOSHP.EXE", "PNG", "plain.PNG", {}},
         {"Windows Media Player/wmplayer.exe", "MPG", "intro film.mpg", {"/open"}},
+        {"the \"6.0\" one/Photoshp.exe", "PNG", "a picture.png", {}},
         {"both/wmplayer.exe/Photoshp.exe", "MPG", "intro film.mpg", {}},
         {"both/photoshp.exe/wmplayer.exe", "MPG", "intro film.mpg", {}},
         {"my tools/write it", "Text", "read me.txt", {}},
@@ -197,6 +200,24 @@ TEST_F(EditFile, HandsEveryFileNameOverAsItIs) {
             EXPECT_EQ(arguments(chosen), std::vector{extracted(name)}) << tool;
         }
     }
+}
+
+// The program says itself what it makes of that; it must not be given pieces of the name.
+TEST_F(EditFile, HandsOverTheNameOfAFileThatIsGone) {
+    extract({{"my files/read me.png", "png"}, {"my files/read me.txt", "txt"}});
+    const QString chosen = program("tool");
+    for (const auto &[value, name] : {std::pair{"PNG", "read me.png"}, {"Text", "read me.txt"}}) {
+        choose(value, chosen);
+        const std::string file = extracted(QString("my files/") + name);
+        ASSERT_TRUE(QFile::remove(QString::fromStdString(file)));
+        select("my files", name);
+        click("cmdEditFile");
+        EXPECT_EQ(arguments(chosen), std::vector{file});
+    }
+    ASSERT_TRUE(QDir(game.temp()).removeRecursively());
+    click("cmdEditFile");
+    EXPECT_EQ(arguments(chosen), std::vector{extracted("my files/read me.txt")});
+    EXPECT_EQ(boxes(), "");
 }
 
 TEST_F(EditFile, FallsBackToTheDesktopsTextEditor) {

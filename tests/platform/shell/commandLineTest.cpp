@@ -25,6 +25,7 @@ TEST_F(CommandLineTest, TheLongestExistingProgramWins) {
     makeFile("My Tools/Edit It 2 data", "");
     makeExecutable("My Tools/UPPER", "");
     makeExecutable("My Tools/upper", "");
+    makeExecutable("say \"hi\"/edit \"it\"", "");
     struct Row {
         const char *line;
         const char *program;
@@ -38,6 +39,8 @@ TEST_F(CommandLineTest, TheLongestExistingProgramWins) {
              Row{"\"@/My\" Tools/Edit It", "@/My", {"Tools/Edit", "It"}},
              Row{"  \"@/My Tools/Edit It\"x", "@/My Tools/Edit It", {"x"}},
              Row{"\"@/My Tools/Edit It", "@/My Tools/Edit It", {}},
+             Row{"\"@/say \"hi\"/edit \"it\"\" \"x y\"", "@/say \"hi\"/edit \"it\"", {"x y"}},
+             Row{"@/say \"hi\"/edit \"it\" x", "@/say \"hi\"/edit \"it\"", {"x"}},
              Row{"@\\my tools\\\\edit it x", "@/My Tools/Edit It", {"x"}},
              Row{"@\\my tools\\upper x", "@/My Tools/upper", {"x"}},
              Row{"@/My Tools/Edit It  ", "@/My Tools/Edit It", {}},
@@ -65,6 +68,8 @@ TEST_F(CommandLineTest, WhatIsNoProgramIsAnError) {
           Row{"Q:\\missing.exe", ErrorNumber::FileNotFound},
           Row{"@/folder x", ErrorNumber::FileNotFound},
           Row{"@/plain file x", ErrorNumber::IllegalProcedureCall},
+          Row{"\"", ErrorNumber::FileNotFound},
+          Row{"\"@/missing\" \"x\"", ErrorNumber::FileNotFound},
           Row{"\"@/plain file\"", ErrorNumber::IllegalProcedureCall}})
         expectError(row.number, [&] { parseCommandLine(expanded(row.line)); });
     makeExecutable("bin/edit", "");
@@ -92,6 +97,7 @@ TEST_F(CommandLineTest, ArgumentsAreSplitAsWindowsProgramsDo) {
              Row{" \"open to the end", {"open to the end"}},
              Row{" /open -x $HOME `id` ;rm", {"/open", "-x", "$HOME", "`id`", ";rm"}},
              Row{" 'a b' *", {"'a", "b'", "*"}},
+             Row{" /no\\n/x y", {"/no\\n/x", "y"}},
          })
         EXPECT_EQ(argumentsOf(row.rest), row.arguments) << row.rest;
 }
@@ -119,6 +125,10 @@ TEST_F(CommandLineTest, AFileUpToTheEndOfTheLineIsOneArgument) {
              Row{" @/My Work\\\xc3\xa4 \xe2\x82\xac.cs", {"\xc3\xa4 \xe2\x82\xac.cs"}},
              Row{" \"@/My Work/a\" @/My Work/a b.cs", {"a", "a b.cs"}},
              Row{" \"@\\My Work\\still to come.cs\"", {"still to come.cs"}},
+             Row{" @\\My Work\\still to come \"now\".cs", {"still to come \"now\".cs"}},
+             Row{" @\\My Work\\\\gone too\\a b.cs", {"gone too/a b.cs"}},
+             Row{" \"@\\My Work\\gone too\\a b.cs\"", {"gone too/a b.cs"}},
+             Row{" @/My Work/../My\\gone a.cs", {"../My/gone a.cs"}},
          }) {
         QList<QByteArray> expected;
         for (const QByteArray &name : row.names)
@@ -128,6 +138,9 @@ TEST_F(CommandLineTest, AFileUpToTheEndOfTheLineIsOneArgument) {
     const QList<QByteArray> withSwitch = {"/open", bytesAt("My Work/a b.cs")};
     EXPECT_EQ(argumentsOf(" /open \"@\\My Work\\a b.cs\""), withSwitch);
     EXPECT_EQ(argumentsOf(" /open @\\My Work\\a b.cs"), withSwitch);
+    // Words that are there keep the ones behind them apart.
+    EXPECT_EQ(argumentsOf(" @/bin @\\bin\\edit"),
+              (QList<QByteArray>{bytesAt("bin"), bytesAt("bin/edit")}));
 }
 
 TEST_F(CommandLineTest, AWindowsProgramGetsItsFilesOnDriveZ) {
