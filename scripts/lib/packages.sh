@@ -11,6 +11,9 @@ packages_of() {
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
+    windows)
+        echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev wine wine64
+        ;;
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     fuzz) echo clang llvm ;;

@@ -1,0 +1,129 @@
+"""Does the whole job with the Windows program, under Wine on a virtual screen, by keyboard alone.
+
+usage: windows_program.py PROGRAMS RUN-FOLDER
+"""
+
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "scripts" / "drive"))
+from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
+from job import MAIN, Job  # noqa: E402
+from sandbox import GAME_KEY, OWN_KEY, make_game  # noqa: E402
+from screen import Screen  # noqa: E402
+
+FILES = ("orvel.exe", "orvel-reg.exe", "vl2uzip.dll", "vl2zip.dll")
+
+
+class WineSandbox:
+    """The program in a folder of its own, with the sample game registered as its installer does:
+    in the view of 32-bit programs."""
+
+    def __init__(self, folder, programs):
+        self.folder = folder
+        self.programs = folder / "program"
+        self.programs.mkdir(parents=True)
+        for name in FILES:
+            shutil.copy(programs / name, self.programs)
+        self.environment = {
+            **os.environ,
+            "WINEPREFIX": str(folder / "wine"),
+            "WINEDEBUG": "-all",
+        }
+
+    def wine(self, *command):
+        return subprocess.run(
+            ["wine", *map(str, command)],
+            env=self.environment,
+            check=True,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+            timeout=120,
+        ).stdout.decode()
+
+    def install_game(self):
+        base = make_game(self.folder / "game")
+        game = "Z:" + str(self.folder / "game").replace("/", "\\")
+        key = "HKLM\\" + GAME_KEY
+        self.wine("reg", "add", key, "/v", "directory", "/d", game, "/f", "/reg:32")
+        seen = self.wine(self.programs / "orvel-reg.exe", "query", GAME_KEY, "directory").strip()
+        if seen != game:
+            raise AssertionError(f"orvel-reg.exe tells {seen}, not {game}")
+        return base
+
+    def work_folders(self):
+        told = self.wine(self.programs / "orvel-reg.exe", "query", OWN_KEY, "tempdir").strip()
+        path = subprocess.run(
+            ["winepath", "-u", told],
+            env=self.environment,
+            check=True,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+        ).stdout.decode()
+        return Path(path.strip())
+
+    def end(self):
+        subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
+
+
+class WineJob(Job):
+    def start(self):
+        environment = dict(self.screen.environment)
+        environment.pop("QT_QPA_PLATFORM")
+        with open(self.sandbox.folder / "orvel.log", "ab") as log:
+            self.process = subprocess.Popen(
+                ["wine", str(self.sandbox.programs / "orvel.exe")],
+                env=environment,
+                stdin=subprocess.DEVNULL,
+                stdout=log,
+                stderr=log,
+            )
+        self.window = self.screen.window(MAIN, 60)
+        self.screen.settle()
+        self.picture("main", self.window)
+
+
+def main(programs, run):
+    shutil.rmtree(run, ignore_errors=True)
+    sandbox = WineSandbox(run, programs)
+    try:
+        with Screen(sandbox.environment, run / "pictures") as screen:
+            # The prefix is made with a screen at hand.
+            sandbox.environment["DISPLAY"] = screen.environment["DISPLAY"]
+            base = sandbox.install_game()
+            job = WineJob(screen, sandbox)
+            archive = base / "scripts.vl2"
+            before = Snapshot(archive)
+            try:
+                job.start()
+                job.pick("Scripts")
+                job.extract("Scripts", before)
+                name, path = next(
+                    (name, path)
+                    for name, path in before.names_on_disk().items()
+                    if name.endswith(".cs")
+                )
+                file = job.work_folder("Scripts") / path
+                changed = file.read_bytes() + b"// changed under Wine\r\n"
+                file.write_bytes(changed)
+                job.go_to_tree()
+                job.save("Scripts", archive)
+                job.close()
+            finally:
+                job.stop()
+            found = compare(before, Snapshot(archive), {name: changed})
+            found.append(judge_with_7z(archive))
+            left = [file.name for file in base.iterdir() if file.name.startswith(".")]
+            if left:
+                raise AssertionError(f"left beside the archive: {left}")
+            print("\n".join(found))
+    finally:
+        sandbox.end()
+
+
+if __name__ == "__main__":
+    main(*(Path(argument).resolve() for argument in sys.argv[1:]))
