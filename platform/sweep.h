@@ -2,9 +2,13 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 
 namespace platform {
+
+// Now, in nanoseconds since 1970, by the clock that stamps files.
+std::int64_t fileTimeNow();
 
 // Works through the files of one work folder with each folder opened once, so that a large folder
 // costs one system call a file. Names are relative to the work folder, in the program's form. No
@@ -16,6 +20,11 @@ class Sweep {
     ~Sweep();
     Sweep(const Sweep &) = delete;
     Sweep &operator=(const Sweep &) = delete;
+
+    // From now on leaves every file that was changed after `moment`, a fileTimeNow(), and says that
+    // it was not deleted. For files that were saved elsewhere at that moment: a later change is in
+    // no other place.
+    void keepChangedAfter(std::int64_t moment);
 
     // Clears read-only, hidden, system and archive of one file.
     bool clearAttributes(const QString &file);

@@ -149,4 +149,5 @@ class frmMain : public QWidget {
     ArchiveLines *m_lines; // what lstArchive holds
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
+    std::int64_t m_savedAt = 0; // when the save began whose files are being cleaned up, or 0
 };

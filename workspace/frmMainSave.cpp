@@ -12,9 +12,12 @@
 void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
+    const std::int64_t start = platform::fileTimeNow();
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
+        m_savedAt = start;
         CleanUpWorkFolder();
+        m_savedAt = 0;
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
     } else {
         lblStatus->SetText(failure);
@@ -59,6 +62,9 @@ void frmMain::CleanUpWorkFolder() {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
         platform::Sweep sweep(WorkFolder());
+        // What an editor wrote while the archive was being saved may not be in it.
+        if (m_savedAt != 0)
+            sweep.keepChangedAfter(m_savedAt);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
             // A read-only file goes as well; only one that stays needs its attributes cleared.

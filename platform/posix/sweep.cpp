@@ -8,15 +8,31 @@
 #include "platform/posix/paths.h"
 
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <limits>
 #include <vector>
 
 namespace platform {
 
 namespace {
+
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+std::int64_t nanoseconds(const timespec &time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+// Every change of a file moves the time of its last change, a rename onto its name included.
+bool changedAfter(int folder, const QByteArray &name, std::int64_t moment) {
+    struct stat info = {};
+    if (moment == kNever || ::fstatat(folder, name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
+    return nanoseconds(info.st_ctim) > moment;
+}
 
 // The way to a file from an open folder for calls that have no form with a descriptor. A link at
 // its end is not followed by calls that do not follow links.
@@ -71,21 +87,40 @@ bool onFile(FolderCache &folders, const QString &path, Step step) {
 struct Sweep::State {
     explicit State(const QString &workFolder) : path(resolve(workFolder)), folders(path) {}
 
+    bool deleteIn(int folder, const QByteArray &name) const {
+        if (changedAfter(folder, name, keepAfter)) {
+            errno = EBUSY;
+            return false;
+        }
+        return ::unlinkat(folder, name.constData(), 0) == 0;
+    }
+
     QByteArray path;
     FolderCache folders;
+    std::int64_t keepAfter = kNever;
 };
+
+std::int64_t fileTimeNow() {
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return nanoseconds(now);
+}
 
 Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>(workFolder)) {}
 
 Sweep::~Sweep() = default;
+
+void Sweep::keepChangedAfter(std::int64_t moment) {
+    m_state->keepAfter = moment;
+}
 
 bool Sweep::clearAttributes(const QString &file) {
     return onFile(m_state->folders, file, makeNormal);
 }
 
 bool Sweep::deleteFile(const QString &file) {
-    return onFile(m_state->folders, file, [](int folder, const QByteArray &name) {
-        return ::unlinkat(folder, name.constData(), 0) == 0;
+    return onFile(m_state->folders, file, [this](int folder, const QByteArray &name) {
+        return m_state->deleteIn(folder, name);
     });
 }
 
@@ -107,7 +142,7 @@ bool Sweep::deleteFilesIn(const QString &folder) {
     for (const QByteArray &name : names) {
         const int bits = storedBitsOfEntry(pathThrough(descriptor, name).constData());
         const bool keep = (bits & (AttributeHidden | AttributeSystem)) != 0;
-        if (keep || (::unlinkat(descriptor, name.constData(), 0) != 0 && errno != ENOENT))
+        if (keep || (!m_state->deleteIn(descriptor, name) && errno != ENOENT))
             noneLeft = false;
     }
     return noneLeft;

@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+#include <limits>
 #include <list>
 #include <optional>
 #include <vector>
@@ -47,6 +49,19 @@ std::optional<RelativeName> relativeName(const QString &path) {
     return RelativeName{text.first(cut < 0 ? 0 : cut), name.toStdString()};
 }
 
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+bool changedAfter(HANDLE folder, const std::string &name, std::int64_t moment) {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    Handle file;
+    FileInfo info;
+    return moment != kNever && openAt(folder, name, access, file) >= 0 &&
+           fileInfo(file.get(), info) == ERROR_SUCCESS &&
+           std::max(info.modified, info.changed) > moment;
+}
+
 bool makeNormal(HANDLE folder, const std::string &name) {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
@@ -68,6 +83,7 @@ struct Sweep::State {
     QString path;
     Handle root;
     std::list<Used> used; // the last one used first
+    std::int64_t keepAfter = kNever;
 
     void openRoot() {
         root = Handle(CreateFileW(wide(path), FILE_LIST_DIRECTORY | FILE_TRAVERSE | SYNCHRONIZE,
@@ -116,12 +132,24 @@ struct Sweep::State {
     }
 };
 
+std::int64_t fileTimeNow() {
+    FILETIME now = {};
+    GetSystemTimePreciseAsFileTime(&now);
+    const std::int64_t ticks = std::int64_t{now.dwHighDateTime} * 0x100000000 + now.dwLowDateTime;
+    constexpr std::int64_t ticksBefore1970 = 116'444'736'000'000'000;
+    return (ticks - ticksBefore1970) * 100;
+}
+
 Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>()) {
     m_state->path = longPath(workFolder);
     m_state->openRoot();
 }
 
 Sweep::~Sweep() = default;
+
+void Sweep::keepChangedAfter(std::int64_t moment) {
+    m_state->keepAfter = moment;
+}
 
 bool Sweep::clearAttributes(const QString &file) {
     const auto parts = relativeName(file);
@@ -133,6 +161,7 @@ bool Sweep::deleteFile(const QString &file) {
     const auto parts = relativeName(file);
     const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
     return folder != INVALID_HANDLE_VALUE &&
+           !changedAfter(folder, parts->name, m_state->keepAfter) &&
            deleteAt(folder, parts->name, FILE_NON_DIRECTORY_FILE) >= 0;
 }
 
@@ -153,6 +182,10 @@ bool Sweep::deleteFilesIn(const QString &folder) {
                 names.push_back(name);
         });
     for (const std::string &name : names) {
+        if (changedAfter(opened, name, m_state->keepAfter)) {
+            noneLeft = false;
+            continue;
+        }
         const NTSTATUS status = deleteAt(opened, name, FILE_NON_DIRECTORY_FILE);
         if (status < 0 && errorOf(status) != ERROR_FILE_NOT_FOUND)
             noneLeft = false;

@@ -4,7 +4,9 @@
 
 #include <QElapsedTimer>
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -172,3 +174,27 @@ TEST_F(SweepTest, ThousandsOfMissingFilesDoNotCostAReadingOfTheFolderEach) {
 }
 
 } // namespace
+
+TEST_F(SweepTest, WhatWasChangedAfterTheMomentStays) {
+    for (const char *name : {"old.cs", "sub/old.png", "sub/written.png", "sub/replaced.png"})
+        makeFile(QByteArray("temp/Classic/") + name);
+    platform::Sweep sweep(work());
+    sweep.keepChangedAfter(platform::fileTimeNow());
+    // Files are stamped by a clock that may stand still for some milliseconds.
+    ::usleep(30'000);
+    makeFile("temp/Classic/sub/written.png");
+    makeFile("temp/Classic/new.part");
+    // An editor's new file, made to look old, over the old one.
+    const timespec longAgo[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, bytesAt("temp/Classic/new.part").constData(), longAgo, 0), 0);
+    ASSERT_EQ(::rename(bytesAt("temp/Classic/new.part").constData(),
+                       bytesAt("temp/Classic/sub/replaced.png").constData()),
+              0);
+    EXPECT_TRUE(sweep.deleteFile("old.cs"));
+    EXPECT_FALSE(sweep.deleteFile("sub\\written.png"));
+    EXPECT_FALSE(sweep.deleteFilesIn("sub"));
+    EXPECT_TRUE(sweep.deleteFilesIn({}));
+    EXPECT_FALSE(exists("temp/Classic/sub/old.png"));
+    EXPECT_TRUE(exists("temp/Classic/sub/written.png"));
+    EXPECT_TRUE(exists("temp/Classic/sub/replaced.png"));
+}

@@ -191,3 +191,44 @@ TEST(frmMainSave, says_so_where_the_work_folder_was_removed_by_hand) {
     EXPECT_EQ(readFile(job.archive), before);
     EXPECT_TRUE(job.window->form().isEnabled());
 }
+
+namespace {
+
+// Writes a file at the moment in which the archive is saved and its clean-up begins.
+class LateEditor : public QObject {
+  public:
+    LateEditor(QWidget *progressBar, QString file) : m_file(std::move(file)) {
+        progressBar->installEventFilter(this);
+    }
+
+  protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Show) {
+            QTest::qSleep(30); // files are stamped by a clock that may stand still for some time
+            writeFile(m_file, "too late");
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+  private:
+    QString m_file;
+};
+
+} // namespace
+
+TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
+    Extracted job;
+    const Answers answers;
+    writeFile(job.folder + "scripts/a.cs", "in time");
+    {
+        const LateEditor editor(job.window->control<QProgressBar>("ProgressBar"),
+                                job.folder + "textures/sky.png");
+        job.window->click("cmdSaveChanges");
+    }
+    EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "in time");
+    EXPECT_FALSE(QFile::exists(job.folder + "scripts/a.cs"));
+    ASSERT_TRUE(QFile::exists(job.folder + "textures/sky.png"));
+    QFile late(job.folder + "textures/sky.png");
+    ASSERT_TRUE(late.open(QIODevice::ReadOnly));
+    EXPECT_EQ(late.readAll(), "too late");
+}
