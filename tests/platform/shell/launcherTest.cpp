@@ -11,7 +11,8 @@ using platform::Shell;
 class LauncherTest : public ShellFixture {
   protected:
     LauncherTest() {
-        for (const char *tool : {"awk", "cat", "grep", "head", "readlink", "sed"}) {
+        for (const char *tool :
+             {"awk", "cat", "grep", "head", "readlink", "sed", "sleep", "timeout"}) {
             const QString real = QFileInfo(QString("/usr/bin/") + tool).canonicalFilePath();
             EXPECT_EQ(::symlink(real.toUtf8().constData(),
                                 bytesAt(QByteArray("bin/") + tool).constData()),
@@ -136,6 +137,12 @@ TEST_F(LauncherTest, TheUsersEntriesComeBeforeTheSharedOnes) {
     EXPECT_EQ(opened(), (QList<QByteArray>{"mine", nativeFile()}));
     makeDefault("gone.desktop");
     expectError(ErrorNumber::FileNotFound, [&] { open(); });
+}
+
+TEST_F(LauncherTest, ADesktopThatDoesNotAnswerIsNotWaitedFor) {
+    makeRecorder("bin/mousepad");
+    makeExecutable("bin/xdg-mime", "#!/bin/sh\nsleep 60\n");
+    EXPECT_EQ(opened(), (QList<QByteArray>{"mousepad", nativeFile()}));
 }
 
 TEST_F(LauncherTest, TheEditorDoesNotSeeHowItWasStarted) {
