@@ -1,8 +1,10 @@
 #include "config/frmSettings.h"
 
 #include "config/modRegistry.h"
+#include "platform/error.h"
 #include "platform/files.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -11,11 +13,14 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <iterator>
 
 namespace {
 
@@ -129,6 +134,31 @@ TEST_F(SettingsWindow, HasItsSizeAndItsControlsAtTheirPixels) {
         EXPECT_EQ(control<QWidget>(place.name)->geometry(), place.where) << place.name;
 }
 
+TEST_F(SettingsWindow, OpensInTheMiddleOfTheScreen) {
+    open();
+    const QPoint away = window->frameGeometry().center() - window->screen()->geometry().center();
+    EXPECT_LT(away.manhattanLength(), 20); // a title bar is not known of beforehand
+}
+
+// What a screen reader says of each control that takes the keyboard.
+TEST_F(SettingsWindow, TellsItsControlsApartByWords) {
+    open();
+    const auto said = [this](const char *name) {
+        const QAccessibleInterface *control =
+            QAccessible::queryAccessibleInterface(this->control<QWidget>(name));
+        return control->text(QAccessible::Name) + u'|' + control->text(QAccessible::Description);
+    };
+    const char *captions[] = {"PNG Image Editor", "JPEG Image Editor", "GIF Image Editor",
+                              "BMP Image Editor", "Text Editor",       "Sound Editor",
+                              "Video Editor"};
+    for (std::size_t i = 0; i < std::size(kRows); ++i) {
+        EXPECT_EQ(said(kRows[i].box), captions[i] + QStringLiteral("|"));
+        EXPECT_EQ(said(kRows[i].button), QStringLiteral("Browse...|") + captions[i]);
+    }
+    EXPECT_EQ(said("cmdSaveSettings"), QStringLiteral("OK|"));
+    EXPECT_EQ(said("fraOtherFiles"), QStringLiteral("Other Files|"));
+}
+
 TEST_F(SettingsWindow, CutsNoCaptionOffInAnyStyle) {
     for (const QString &style : QStyleFactory::keys()) {
         QApplication::setStyle(style);
@@ -171,6 +201,19 @@ TEST_F(SettingsWindow, WritesAllNineValuesOnOkEvenUnchangedAndEmptyOnes) {
                                                                       : QString();
         EXPECT_EQ(stored(value), expected) << qPrintable(value);
     }
+}
+
+TEST_F(SettingsWindow, WritesTheValuesInTheOrderOfItsRows) {
+    open();
+    click("cmdSaveSettings");
+    QFile hive(home.filePath(QStringLiteral("config/orvel/system.reg")));
+    ASSERT_TRUE(hive.open(QIODevice::ReadOnly));
+    QStringList names; // a new value goes to the end of its key
+    for (const QByteArray &line : hive.readAll().split('\n')) {
+        if (line.startsWith('"'))
+            names.append(QString::fromUtf8(line).section(u'"', 1, 1));
+    }
+    EXPECT_EQ(names, kValues);
 }
 
 TEST_F(SettingsWindow, BrowseFillsItsOwnBoxAndEnablesApply) {
@@ -220,6 +263,18 @@ TEST_F(SettingsWindow, CancelledBrowseLeavesBoxAndApplyAsTheyWere) {
     EXPECT_TRUE(control("cmdApplySettings")->isEnabled());
 }
 
+TEST_F(SettingsWindow, BrowseThatFailsChangesNothing) {
+    store(QStringLiteral("GIF"), QStringLiteral("/gif"));
+    open();
+    platform::prompts().openFile = [](const QString &,
+                                      const QString &) -> std::optional<platform::ChosenFile> {
+        platform::raise(platform::ErrorNumber::PathFileAccess, QStringLiteral("/gif"));
+    };
+    click("cmdGIFbrowse");
+    EXPECT_EQ(box("txtGIF")->text(), QStringLiteral("/gif"));
+    EXPECT_FALSE(control("cmdApplySettings")->isEnabled());
+}
+
 TEST_F(SettingsWindow, StoresTypedTextOnOkThoughTypingEnablesNothing) {
     open();
     QTest::keyClicks(box("txtText"), QStringLiteral("/usr/bin/my editor"));
@@ -252,6 +307,10 @@ TEST_F(SettingsWindow, ClosesByItsButtonsAloneAndGivesTheMainWindowBack) {
         EXPECT_FALSE(window->windowFlags() & Qt::WindowCloseButtonHint);
         EXPECT_TRUE(window->isVisible());
         EXPECT_FALSE(main.isEnabled());
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
         click(button);
         EXPECT_TRUE(main.isEnabled()) << button;
         EXPECT_TRUE(main.isVisible()) << button;

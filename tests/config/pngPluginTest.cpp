@@ -102,8 +102,12 @@ TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
     write(target, "theirs");
     InstallPngPlugin();
     EXPECT_EQ(read(target), "theirs");
+    // An empty registration does not mean the current folder.
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(photoshop));
     registerPhotoshop(QString());
     InstallPngPlugin();
+    QDir::setCurrent(before);
     EXPECT_EQ(read(target), "theirs");
     registerPhotoshop(home.filePath(QStringLiteral("uninstalled long ago/")));
     InstallPngPlugin();
