@@ -77,6 +77,9 @@ def by_tools():
         streamed = os.path.join(HERE, "archives", "bsdtar-descriptors.vl2")
         if not os.path.exists(streamed):
             run("bsdtar", "--format=zip", "--uid", "0", "--gid", "0", "-cf", streamed, *tops)
+        whole = os.path.join(HERE, "archives", "bsdtar-whole-folder.vl2")
+        if not os.path.exists(whole):
+            run("bsdtar", "--format=zip", "--uid", "0", "--gid", "0", "-cf", whole, ".")
         encrypted = os.path.join(HERE, "archives", "7zip-encrypted.vl2")
         if not os.path.exists(encrypted):
             run("7z", "a", "-tzip", "-mem=ZipCrypto", "-psecret", encrypted, "readme.txt",
@@ -168,7 +171,7 @@ def bad_names():
         "name-device-blank": "prn .txt", "name-device-superscript": "lpt².txt",
         "name-stream": "a.txt:stream", "name-trailing-dot": "evil.",
         "name-trailing-blank": "evil ", "name-folder-trailing-dot": "evil./a.txt",
-        "name-dot": "./evil.txt", "name-double-separator": "a//evil.txt", "name-empty": "",
+        "name-dot": "a/./evil.txt", "name-double-separator": "a//evil.txt", "name-empty": "",
         "name-reserved": "a/.orvel-00ff.part", "name-folder-dotdot": "../evil/",
     }
     for name, stored in names.items():

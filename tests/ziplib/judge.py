@@ -127,6 +127,15 @@ def recipe(kind):
         return assemble([aes, edit, odd, last])
     if kind == "duplicates":
         return assemble([edit, keep, entry(b"edit.txt", b"the live one"), last])
+    if kind == "dotted":
+        return assemble([entry(b"./", b"", attributes=0x10), keep, entry(b"./sub/edit.txt", b"before"),
+                         last])
+    if kind == "empty prefix":
+        # The offsets count from the file's start, as some tools write them.
+        start = b"MZ in front of it all" * 30
+        end = bytearray(assemble([]))
+        end[16:20] = struct.pack("<I", len(start))
+        return start + end
     if kind == "backslash":
         return assemble([entry(b"sub\\edit.txt", b"before"), keep, last])
     if kind == "cp437":

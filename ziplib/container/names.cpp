@@ -97,7 +97,12 @@ std::string decodeName(std::string_view raw) {
     for (std::size_t at = path.find('\0'); at != std::string::npos; at = path.find('\0', at)) {
         path.replace(at, 1, "\xEF\xBF\xBD");
     }
-    return path;
+    std::size_t start = 0;
+    while (path.compare(start, kRootFolder.size(), kRootFolder) == 0 &&
+           start + kRootFolder.size() < path.size()) {
+        start += kRootFolder.size();
+    }
+    return path.substr(start);
 }
 
 const char *unsafeReason(std::string_view path) {

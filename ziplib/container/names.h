@@ -6,9 +6,13 @@
 
 namespace ziplib {
 
+// The path of an entry for the folder that the archive was made of.
+inline constexpr std::string_view kRootFolder = "./";
+
 // The UTF-8 path that raw name bytes stand for: UTF-8 where they are valid UTF-8 (flag bit 11 adds
 // nothing to that: on other bytes it is a lie), code page 437 otherwise. "\" becomes "/", a NUL
-// U+FFFD; nothing else is mended.
+// U+FFFD. A "./" in front, which some tools write before every name, is dropped, but for that of
+// the folder "./" itself. Nothing else is mended.
 std::string decodeName(std::string_view raw);
 
 // Why a decoded path may not be written below a folder, or null where it may: it must be relative,

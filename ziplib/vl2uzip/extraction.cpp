@@ -132,7 +132,7 @@ void Extraction::start(const PlanItem &item) {
         prepareFile(*task);
         break;
     case PlanItem::Action::Folder:
-        if (m_folders && m_request.makeFolders) {
+        if (m_folders && m_request.makeFolders && task->path != kRootFolder) {
             std::string target = targetPath(task->path, m_request);
             target.pop_back();
             std::shared_ptr<OpenFolder> folder;

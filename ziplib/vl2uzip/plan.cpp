@@ -77,6 +77,9 @@ PlanItem::Action decide(const Directory &directory, const Entry &entry, const st
     if (directory.isSpecial(entry)) {
         return PlanItem::Action::Special;
     }
+    if (path == kRootFolder) {
+        return PlanItem::Action::Folder;
+    }
     if (unsafeReason(path) != nullptr || (!target.empty() && unsafeReason(target) != nullptr)) {
         return PlanItem::Action::Unsafe;
     }

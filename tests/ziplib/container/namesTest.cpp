@@ -11,6 +11,14 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
         {"maps\\base\\a.png", "maps/base/a.png"},
         {"caf\xC3\xA9", "café"},
         {"caf\x82", "café"},
+        {"./maps/a.png", "maps/a.png"},
+        {".\\./a", "a"},
+        {"./", "./"},
+        {"././", "./"},
+        {".//a", "/a"}, // still no relative path
+        {"../a", "../a"},
+        {".a", ".a"},
+        {"a/./b", "a/./b"},
         {"\x80\xFF", "Ç\xC2\xA0"},
         {"\xC3", "├"},           // cut UTF-8
         {"\xC0\xAF", "└»"},      // overlong

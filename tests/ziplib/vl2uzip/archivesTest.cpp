@@ -15,7 +15,7 @@ TEST(ArchivesOfOtherTools, GiveTheSameFiles) {
     const auto expected = filesIn(scratch / "first");
     ASSERT_EQ(expected.at("scripts/deep/er/x.cs"), "");
     ASSERT_EQ(expected.at("sound/w.wav").size(), 9000U);
-    for (const char *tool : {"7zip", "7zip-stored", "bsdtar-descriptors"}) {
+    for (const char *tool : {"7zip", "7zip-stored", "bsdtar-descriptors", "bsdtar-whole-folder"}) {
         SCOPED_TRACE(tool);
         UnzipCall call;
         EXPECT_EQ(call.extract(dataFile("archives/" + std::string(tool) + ".vl2"), scratch / tool),

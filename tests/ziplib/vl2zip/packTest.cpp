@@ -72,6 +72,15 @@ TEST_F(Pack, AReplacedEntryStaysInItsPlaceAndAllOthersAsTheyWere) {
     }
 }
 
+TEST_F(Pack, WhatStandsBeforeAnArchiveWithoutEntriesStays) {
+    make("empty prefix");
+    const auto start = read(archive).substr(0, fs::file_size(archive) - 22);
+    write(work / "a.txt", "a");
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(read(archive).substr(0, start.size()), start);
+    EXPECT_EQ(content(archive, "a.txt"), "a");
+}
+
 TEST_F(Pack, NewFilesComeAfterTheEntriesInTheOrderOfTheirNames) {
     make("plain");
     write(work / "sub/b.txt", "b");
@@ -115,6 +124,7 @@ TEST_F(Pack, AFileReplacesTheEntryThatStandsForItUnderItsStoredName) {
          "\xc3\xbc"
          "ber.txt",
          2},
+        {"dotted", "sub/edit.txt", "./sub/edit.txt", 4},
         {"case", "sub/edit.txt", "Sub/Edit.TXT", 2},
     };
     for (const Row &row : rows) {
