@@ -42,7 +42,7 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
         return entries[a].localOffset < entries[b].localOffset;
     });
     m_segmentOf.assign(entries.size(), 0);
-    m_leading = entries.empty() ? directory.base()
+    m_leading = entries.empty() ? directory.start()
                                 : std::min(entries[order.front()].localOffset, directory.start());
     m_segments.clear();
     m_coveredTo = 0;
