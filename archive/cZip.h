@@ -18,6 +18,8 @@ struct ZipResult {
     // True where every file asked for is in the archive: done (0) or nothing to do (12). Warnings
     // (1) are not: something was skipped, and whoever deletes the sources now loses it.
     bool ok() const { return code == 0 || code == 12; }
+    // True where the archive was written, but something was skipped.
+    bool partly() const { return code == 1; }
 };
 
 // Packs files into an archive or deletes entries from it, through the companion library vl2zip.

@@ -38,7 +38,12 @@ void frmMain::cmdCancel_Click() {
 
 QString frmMain::PackWorkFolder() {
     QString reason;
+    QString outcome = "was not saved";
     try {
+        // Packed into a new archive, the entries that were never extracted would be missing.
+        if (platform::storedName(ArchivePath()).isEmpty())
+            throw platform::RuntimeError(platform::ErrorNumber::FileNotFound,
+                                         "the archive is no longer there", "Orvel");
         m_cZ->setZipFile(ArchivePath());
         m_cZ->setBasePath(WorkFolder() + '\\');
         m_cZ->ClearFileSpecs();
@@ -48,12 +53,14 @@ QString frmMain::PackWorkFolder() {
         m_cZ->Zip();
         if (m_cZ->LastResult().ok())
             return {};
+        if (m_cZ->LastResult().partly())
+            outcome = "was saved, but not all of it";
         reason = Reason(m_cZ->LastResult().code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
-    return QStringLiteral("%1.vl2 was not saved: %2. Your files are still in %3")
-        .arg(drpVL2File->currentText(), reason, platform::nativePath(WorkFolder()));
+    return QStringLiteral("%1.vl2 %2: %3. Your files are still in %4")
+        .arg(drpVL2File->currentText(), outcome, reason, platform::nativePath(WorkFolder()));
 }
 
 // Every step that fails is skipped: what cannot be deleted stays.

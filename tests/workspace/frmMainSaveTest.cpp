@@ -155,6 +155,7 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
          }},
         {"a damaged archive",
          [](Extracted &job) { writeFile(job.archive, "PK\3\4 and nothing else"); }},
+        {"the archive is gone", [](Extracted &job) { QFile::remove(job.archive); }},
         {"the base folder is gone",
          [](Extracted &job) { QDir().rename(job.game.base(), job.game.root() + "/moved"); }},
     };
@@ -178,6 +179,22 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
         EXPECT_TRUE(job.window->form().isEnabled());
         EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
     }
+}
+
+TEST(frmMainSave, keeps_the_work_folder_and_says_what_is_missing_where_something_was_skipped) {
+    Extracted job;
+    const Answers answers;
+    writeFile(job.folder + "readme.txt", "edited");
+    QFile::link(job.game.root() + "/nowhere", job.folder + "scripts/dangling.cs");
+    job.window->click("cmdSaveChanges");
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    const QString text = answers.boxes().front().text;
+    EXPECT_TRUE(text.startsWith("Classic.vl2 was saved, but not all of it: "))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains("dangling.cs")) << text.toStdString();
+    EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited");
+    EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
+    EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
 }
 
 TEST(frmMainSave, says_so_where_the_work_folder_was_removed_by_hand) {
