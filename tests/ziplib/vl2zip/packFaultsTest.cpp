@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -227,7 +228,17 @@ TEST_F(PackFaults, WhatKilledRunsLeftIsRemovedButNotWhatALiveOneHolds) {
               (std::vector<std::string>{".orvel-1111111111111111.part"}));
 }
 
-TEST_F(PackFaults, AFileThatNeverStopsChangingFailsTheSaveOrIsPackedWholeInOneVersion) {
+// What a file holds at one moment whose versions, each one letter over and over, are written over
+// each other from the front: the newer letter up to some place, the one before it from there on.
+bool isOfOneMoment(const std::string &bytes, std::size_t size) {
+    const char newer = bytes.empty() ? '\0' : bytes.front();
+    const char older = newer == 'a' ? 'z' : static_cast<char>(newer - 1);
+    const std::size_t end = std::min(bytes.find_first_not_of(newer), size);
+    return bytes.size() == size && bytes.find_first_not_of(older, end) == std::string::npos;
+}
+
+// The writer may be put to sleep in the middle of a version for as long as a save takes.
+TEST_F(PackFaults, AFileThatNeverStopsChangingFailsTheSaveOrIsPackedAsItWasAtOneMoment) {
     // Each version is one byte over and over.
     std::atomic<bool> stop = false;
     write(work / "busy.bin", std::string(200000, 'a'));
@@ -248,7 +259,7 @@ TEST_F(PackFaults, AFileThatNeverStopsChangingFailsTheSaveOrIsPackedWholeInOneVe
     writer.join();
     if (result.code == 0) {
         const auto packed = content(archive, "busy.bin");
-        EXPECT_EQ(packed, std::string(200000, packed.front()));
+        EXPECT_TRUE(isOfOneMoment(packed, 200000));
     } else {
         expectRefused(result, {18}, "busy.bin");
     }
