@@ -116,6 +116,11 @@ QString withoutMnemonic(const QString &caption) {
     return QString(caption).remove(u'&');
 }
 
+// A tool tip that shows a text as it is, whatever it looks like.
+QString plainTip(const QString &shown) {
+    return shown.isEmpty() ? QString() : QStringLiteral("<qt>%1</qt>").arg(shown.toHtmlEscaped());
+}
+
 // Names a control for the program, for tests and for a screen reader, and puts it in its place.
 template<typename Control>
 Control *place(Control *control, const char *name, QRect where, const QString &accessibleName) {
@@ -161,7 +166,8 @@ void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
                           platform::rectFromTwips(120, row.top + 240, 4395, 315), name);
         label->setBuddy(box);
         // Most paths are wider than their box.
-        connect(box, &QLineEdit::textChanged, box, &QWidget::setToolTip);
+        connect(box, &QLineEdit::textChanged, box,
+                [box](const QString &path) { box->setToolTip(plainTip(path)); });
         auto *browse = place(new QPushButton(QStringLiteral("Browse..."), frame), row.button,
                              platform::rectFromTwips(3300, row.top + 600, 1215, 375),
                              QStringLiteral("Browse..."));

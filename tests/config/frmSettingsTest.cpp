@@ -283,6 +283,15 @@ TEST_F(SettingsWindow, StoresTypedTextOnOkThoughTypingEnablesNothing) {
     EXPECT_EQ(stored(QStringLiteral("Text")), QStringLiteral("/usr/bin/my editor"));
 }
 
+TEST_F(SettingsWindow, ShowsAPathThatIsWiderThanItsBoxAsATipToo) {
+    open();
+    box("txtGIF")->setText(QStringLiteral("/opt/<b>R&D</b>/edit"));
+    EXPECT_EQ(box("txtGIF")->toolTip(),
+              QStringLiteral("<qt>/opt/&lt;b&gt;R&amp;D&lt;/b&gt;/edit</qt>"));
+    box("txtGIF")->clear();
+    EXPECT_EQ(box("txtGIF")->toolTip(), QString());
+}
+
 TEST_F(SettingsWindow, CancelKeepsWhatWasAppliedAndDropsTheRest) {
     open();
     choose(QStringLiteral("/applied"));
