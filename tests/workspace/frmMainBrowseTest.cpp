@@ -117,6 +117,15 @@ TEST(frmMainBrowse, offers_Extract_again_where_the_first_file_was_removed_by_han
     EXPECT_EQ(window.status(), kListed);
 }
 
+TEST(frmMainBrowse, leaves_the_keyboard_in_the_drop_down) {
+    const TempGame game;
+    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}});
+    MainWindow window;
+    window.dropDown()->setFocus();
+    window.pick("Classic");
+    EXPECT_EQ(window.form().focusWidget(), window.dropDown());
+}
+
 TEST(frmMainBrowse, says_in_the_status_line_why_an_archive_cannot_be_listed) {
     const TempGame game;
     const Answers answers;

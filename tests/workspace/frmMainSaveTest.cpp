@@ -125,6 +125,14 @@ TEST(frmMainSave, removes_the_work_folder_but_never_the_folder_above_it) {
     EXPECT_TRUE(QFile::exists(job.game.temp() + "/other.txt"));
 }
 
+TEST(frmMainSave, deletes_files_added_at_the_top_of_an_archive_that_has_none_there) {
+    Extracted job(std::vector<ArchiveFile>{{"scripts/a.cs", "a"}});
+    writeFile(job.folder + "own.txt", "own");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(job.archive).at("own.txt"), "own");
+    EXPECT_FALSE(QFile::exists(job.folder));
+}
+
 TEST(frmMainSave, cleans_up_nothing_where_the_first_file_is_missing) {
     Extracted job;
     QFile::remove(job.folder + "readme.txt");

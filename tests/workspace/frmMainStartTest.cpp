@@ -140,13 +140,22 @@ TEST(frmMainStart, makes_each_word_proper_case) {
         {"Z_DMP", "Z_dmp"},
         {"my mod", "My Mod"},
         {"TR2final-1", "Tr2final-1"},
-        {"a\tb\nc", "A\tB\nC"},
+        {"a\tb\nc\vd\fe\rf", "A\tB\nC\vD\fE\rF"},
         {"two  blanks", "Two  Blanks"},
         {"", ""},
         {"\xC3\xA9t\xC3\x89", "\xC3\x89t\xC3\xA9"},
     };
     for (const auto &row : rows)
         EXPECT_EQ(frmMain::ProperCase(QString::fromUtf8(row.text)).toStdString(), row.proper);
+}
+
+TEST(frmMainStart, stays_open_while_it_is_disabled) {
+    const TempGame game;
+    MainWindow window;
+    window.form().setEnabled(false);
+    EXPECT_FALSE(window.form().close());
+    window.form().setEnabled(true);
+    EXPECT_TRUE(window.form().close());
 }
 
 TEST(frmMainStart, writes_the_default_work_folder_only_where_none_is_set) {
