@@ -1,9 +1,7 @@
 # One interface target holds what every target of the project is compiled with.
 add_library(orvel_warnings INTERFACE)
 target_compile_options(orvel_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-  # GCC 12 sees an overlap in std::string's own code when it optimises fully.
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 target_include_directories(orvel_warnings INTERFACE ${CMAKE_SOURCE_DIR})
 
 if(ORVEL_SANITIZE)

@@ -1,6 +1,7 @@
 #include "platform/posix/storage_error.h"
 #include "platform/storage.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -20,13 +21,9 @@ struct Free {
 // The folder and the name of a path; the folder of a bare name is ".".
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos) {
-        folder = ".";
-        name = path;
-        return;
-    }
-    folder = slash == 0 ? "/" : path.substr(0, slash);
-    name = path.substr(slash + 1);
+    const bool bare = slash == std::string::npos;
+    folder = bare ? std::string(".") : path.substr(0, std::max<std::size_t>(slash, 1));
+    name = bare ? path : path.substr(slash + 1);
 }
 
 } // namespace
