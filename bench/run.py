@@ -36,6 +36,13 @@ class Bench:
         self.figures = Figures()
         os.makedirs(self.work, exist_ok=True)
         self.scratch = os.path.join(self.work, "scratch")
+        self.cycles = 0
+        self.sweep_scratch()
+
+    def sweep_scratch(self):
+        for name in os.listdir(self.work):
+            if name.startswith("scratch"):
+                shutil.rmtree(os.path.join(self.work, name))
 
     def path(self, *parts):
         return os.path.join(self.work, *parts)
@@ -181,8 +188,8 @@ class Bench:
 
     def cycle(self, name, archive, change):
         """List, extract, save with a change and clean up; the largest peak memory and the times."""
-        folder = self.scratch
-        shutil.rmtree(folder, ignore_errors=True)
+        self.cycles += 1
+        folder = "%s-%d" % (self.scratch, self.cycles)
         os.makedirs(folder)
         copy = folder + "/copy.vl2"
         shutil.copyfile(archive, copy)
@@ -193,7 +200,6 @@ class Bench:
             os.sync()
             arguments = [copy] if verb == "list" else [copy, folder + "/tree"]
             reports[verb] = report_of(sh(self.tool, verb, *arguments))
-        shutil.rmtree(folder)
         peak = max(report["peak_kib"] for report in reports.values()) / 1024
         self.figures.memory(name, peak, 160)
         return reports
@@ -254,6 +260,7 @@ def main():
     options = parser.parse_args()
     bench = Bench(options)
     bench.run()
+    bench.sweep_scratch()
     text = bench.figures.text(machine(), datetime.date.today().isoformat(), bench.rounds,
                               options.large)
     print(text)

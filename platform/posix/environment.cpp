@@ -21,6 +21,15 @@ QByteArray absolutePathIn(const char *variable) {
     return value.startsWith('/') ? value : QByteArray();
 }
 
+// The folder that a variable names, else one in the user's home; "" where there is neither.
+QByteArray folderFrom(const char *variable, const char *inHome) {
+    QByteArray folder = absolutePathIn(variable);
+    if (!folder.isEmpty())
+        return folder;
+    folder = homeFolder();
+    return folder.isEmpty() ? folder : folder + inHome;
+}
+
 } // namespace
 
 QByteArray homeFolder() {
@@ -37,13 +46,16 @@ QByteArray homeFolder() {
 }
 
 QByteArray winePrefix() {
-    QByteArray prefix = absolutePathIn("WINEPREFIX");
-    return prefix.isEmpty() ? homeFolder() + "/.wine" : prefix;
+    return folderFrom("WINEPREFIX", "/.wine");
+}
+
+QByteArray userConfigFolder() {
+    const QByteArray folder = folderFrom("XDG_CONFIG_HOME", "/.config");
+    return folder.isEmpty() ? folder : folder + "/orvel";
 }
 
 QByteArray userDataFolder() {
-    const QByteArray data = absolutePathIn("XDG_DATA_HOME");
-    return (data.isEmpty() ? homeFolder() + "/.local/share" : data) + "/orvel";
+    return folderFrom("XDG_DATA_HOME", "/.local/share") + "/orvel";
 }
 
 QByteArray executableFolder() {

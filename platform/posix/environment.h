@@ -8,8 +8,13 @@ namespace platform {
 // The user's home folder, or "" where nothing names one.
 QByteArray homeFolder();
 
-// The Wine prefix ($WINEPREFIX, else ~/.wine), whether it exists or not.
+// The Wine prefix ($WINEPREFIX, else ~/.wine), whether it exists or not; "" where nothing names
+// one.
 QByteArray winePrefix();
+
+// The program's folder among the user's settings ($XDG_CONFIG_HOME/orvel, else ~/.config/orvel),
+// whether it exists or not; "" where nothing names one.
+QByteArray userConfigFolder();
 
 // The program's folder among the user's data ($XDG_DATA_HOME/orvel, else ~/.local/share/orvel),
 // whether it exists or not.

@@ -56,7 +56,7 @@ TEST_F(mZipTest, AnEmptyArchivePathStillReachesTheLibrary) {
 
 TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
     const QTemporaryDir folder;
-    ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("work/a b")));
+    ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("pack/a b")));
     QFile file(folder.path() + QStringLiteral("/file"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     const QString before = QDir::currentPath();
@@ -65,7 +65,7 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
         std::optional<std::string> crossed; // none: error 76
     };
     const Row rows[] = {
-        {folder.path() + QStringLiteral("\\work\\a b"), narrowPath(folder.path() + "/work/a b")},
+        {folder.path() + QStringLiteral("\\pack\\a b"), narrowPath(folder.path() + "/pack/a b")},
         {QString(), ""},
         {QStringLiteral("   "), "   "},
         {folder.path() + QStringLiteral("\\missing"), {}},
