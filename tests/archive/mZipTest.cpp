@@ -86,10 +86,10 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
     }
     EXPECT_EQ(QDir::currentPath(), before);
     // With the separator at its end, as a work folder is given.
-    zip.setBasePath(folder.path() + QStringLiteral("\\work\\"));
+    zip.setBasePath(folder.path() + QStringLiteral("\\pack\\"));
     zip.Zip();
     EXPECT_EQ(QDir::cleanPath(platform::fromNarrow(*fake.calls.back().rootDir)),
-              QDir::cleanPath(platform::nativePath(folder.path() + QStringLiteral("/work"))));
+              QDir::cleanPath(platform::nativePath(folder.path() + QStringLiteral("/pack"))));
 }
 
 TEST_F(mZipTest, MessagesAndNamesOf2To31999BytesRaiseEvents) {
