@@ -46,6 +46,7 @@ frmSplash::frmSplash()
     platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
     tmrSplash.setInterval(kShown);
+    tmrSplash.setTimerType(Qt::PreciseTimer); // a coarse one may tick 40 ms early
     connect(&tmrSplash, &QTimer::timeout, this, &frmSplash::tmrSplash_Timer);
 }
 
