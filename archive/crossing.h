@@ -38,6 +38,27 @@ QString trimBlanks(const QString &sText);
 // more than fit with the NUL that follows. False where there is no room even for that.
 bool copyPassword(const QString &sPassword, char *buffer, std::int32_t size);
 
+// Answers a library's request for a password: 0 with the password in `buffer`, else 1. `ask` gets
+// the password and a flag to cancel, both by reference. One refusal sets `cancelled`, which answers
+// every later request without asking.
+template<typename Ask>
+std::int32_t answerPassword(bool &cancelled, const Ask &ask, char *buffer,
+                            std::int32_t size) noexcept {
+    if (cancelled)
+        return 1;
+    QString password;
+    bool cancel = false;
+    attempt([&] { ask(password, cancel); });
+    attempt([&] { password = trimBlanks(password); });
+    if (password.isEmpty() || cancel) {
+        cancelled = true;
+        return 1;
+    }
+    bool copied = false;
+    attempt([&] { copied = copyPassword(password, buffer, size); });
+    return copied ? 0 : 1;
+}
+
 // The table in which names cross: 1024 slots, null where nothing was put.
 class NameTable {
   public:

@@ -174,22 +174,11 @@ std::int32_t mUnzip::OnUnzipReplace(char *filename) noexcept {
 std::int32_t mUnzip::OnUnzipPassword(char *p, std::int32_t n, char * /*m*/,
                                      char * /*name*/) noexcept {
     callIdleHandler();
-    if (m_bPasswordCancelled)
-        return 1;
-    QString password;
-    bool cancel = false;
-    attempt([&] {
+    const auto ask = [](QString &password, bool &cancel) {
         if (m_cCurrentUnzip != nullptr)
             m_cCurrentUnzip->RaisePasswordRequest(password, cancel);
-    });
-    attempt([&] { password = crossing::trimBlanks(password); });
-    if (password.isEmpty() || cancel) {
-        m_bPasswordCancelled = true;
-        return 1;
-    }
-    bool copied = false;
-    attempt([&] { copied = crossing::copyPassword(password, p, n); });
-    return copied ? 0 : 1;
+    };
+    return crossing::answerPassword(m_bPasswordCancelled, ask, p, n);
 }
 
 std::int32_t mUnzip::OnUnzipService(char *filename, std::uint32_t size) noexcept {

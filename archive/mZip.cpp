@@ -89,22 +89,11 @@ std::int32_t mZip::OnZipPrint(char *buffer, std::uint32_t size) noexcept {
 
 std::int32_t mZip::OnZipPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) noexcept {
     callIdleHandler();
-    if (m_bZipPasswordCancelled)
-        return 1;
-    QString password;
-    bool cancel = false;
-    attempt([&] {
+    const auto ask = [](QString &password, bool &cancel) {
         if (m_cCurrentZip != nullptr)
             m_cCurrentZip->RaisePasswordRequest(password, cancel);
-    });
-    attempt([&] { password = crossing::trimBlanks(password); });
-    if (password.isEmpty() || cancel) {
-        m_bZipPasswordCancelled = true;
-        return 1;
-    }
-    bool copied = false;
-    attempt([&] { copied = crossing::copyPassword(password, p, n); });
-    return copied ? 0 : 1;
+    };
+    return crossing::answerPassword(m_bZipPasswordCancelled, ask, p, n);
 }
 
 char *mZip::OnZipComment(char *comment) noexcept {
