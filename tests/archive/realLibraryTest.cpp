@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 
 // The two classes over the real companion libraries, judged by Python, 7-Zip and bsdtar.
@@ -77,8 +76,8 @@ class RealLibraryTest : public testing::Test {
     }
 
     static void expectSound(const QString &path) {
-        EXPECT_EQ(QProcess::execute(QStringLiteral("7z"), {QStringLiteral("t"), path}), 0);
-        EXPECT_EQ(QProcess::execute(QStringLiteral("bsdtar"), {QStringLiteral("-tf"), path}), 0);
+        EXPECT_EQ(exitCodeOf("7z", {"t", path}), 0);
+        EXPECT_EQ(exitCodeOf("bsdtar", {"-tf", path}), 0);
     }
 
     QTemporaryDir folder;

@@ -1,24 +1,29 @@
 #include "tests/support/archives.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QStringList>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sys/wait.h>
 
 namespace {
 
 QByteArray runScript(const QStringList &arguments, const QByteArray &input = {}) {
-    QProcess process;
-    process.start("python3", QStringList(ORVEL_ARCHIVE_SCRIPT) + arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    const bool finished = process.waitForFinished(120000);
-    EXPECT_TRUE(finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
-        << process.readAllStandardError().constData();
-    return process.readAllStandardOutput();
+    QTemporaryDir folder;
+    const QString in = folder.filePath("in");
+    const QString out = folder.filePath("out");
+    QFile file(in);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(input) == input.size());
+    file.close();
+    EXPECT_EQ(exitCodeOf("python3", QStringList(ORVEL_ARCHIVE_SCRIPT) + arguments, in, out), 0);
+    QFile written(out);
+    EXPECT_TRUE(written.open(QIODevice::ReadOnly));
+    return written.readAll();
 }
 
 QJsonArray entriesOf(const QString &path) {
@@ -59,4 +64,17 @@ std::vector<QString> namesInArchive(const QString &path) {
     for (const QJsonValue &entry : list)
         names.push_back(entry["name"].toString());
     return names;
+}
+
+int exitCodeOf(const QString &program, const QStringList &arguments, const QString &in,
+               const QString &out) {
+    const auto quoted = [](QString text) {
+        return QString(u'\'' + text.replace(u'\'', QStringLiteral("'\\''")) + u'\'');
+    };
+    QString line = program;
+    for (const QString &argument : arguments)
+        line += u' ' + quoted(argument);
+    line += QStringLiteral(" <%1 >%2").arg(quoted(in), quoted(out));
+    const int status = std::system(QFile::encodeName(line).constData());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

@@ -39,7 +39,8 @@ def read(path):
             sys.exit(f"{bad} is damaged")
         json.dump(
             [
-                {"name": info.filename, "bytes": base64.b64encode(archive.read(info)).decode()}
+                {
+    "name" : info.filename, "bytes" : base64.b64encode(archive.read(info)).decode()}
                 for info in archive.infolist()
             ],
             sys.stdout,
