@@ -1,10 +1,14 @@
 // Loaded before the C library: counts the calls of a process that change a watched folder, writes
-// them down, and kills the process in front of one of them.
+// them down, and ends or holds the process in front of one of them.
 //
-//   WATCH_FOLDER  calls on paths and descriptors below this folder count
-//   WATCH_LOG     a file that gets one line a call: number, name, path
-//   WATCH_KILL    the number (from 1) of the call that never happens: SIGKILL comes before it
-//   WATCH_FAIL    the number of the call that fails instead, with the error number of WATCH_ERRNO
+//   WATCH_FOLDER   calls on paths and descriptors below this folder count
+//   WATCH_LOG      a file that gets one line a call: number, name, path
+//   WATCH_KILL     the number (from 1) of the call that never happens: SIGKILL comes before it, in
+//                  a write after half of it
+//   WATCH_STOP     the number of the call before which the process stops until SIGCONT
+//   WATCH_FAIL     the number of the call that fails instead, with the error number of WATCH_ERRNO
+//   WATCH_THREADS  where it is "none", no thread can be started, but for those of Qt: it waits for
+//                  threads that it never got
 
 #include <atomic>
 #include <cerrno>
@@ -17,6 +21,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <pthread.h>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -36,6 +41,7 @@ long number(const char *name) {
 struct Settings {
     std::string folder;
     long killAt = number("WATCH_KILL");
+    long stopAt = number("WATCH_STOP");
     long failAt = number("WATCH_FAIL");
     int error = static_cast<int>(number("WATCH_ERRNO"));
     int log = -1;
@@ -73,8 +79,9 @@ std::string pathOf(int folder, const char *name) {
     return name[0] == '/' ? std::string(name) : pathOf(folder) + "/" + name;
 }
 
-// Counts one call. True where it shall fail.
-bool counted(const char *name, const std::string &path) {
+// Counts one call. True where it shall fail; where it shall be the last one, `half` is done first.
+template<typename Half>
+bool counted(const char *name, const std::string &path, Half half) {
     const Settings &wanted = settings();
     if (wanted.folder.empty() || path.compare(0, wanted.folder.size(), wanted.folder) != 0)
         return false;
@@ -84,12 +91,20 @@ bool counted(const char *name, const std::string &path) {
         if (syscall(SYS_write, wanted.log, line.data(), line.size()) < 0)
             abort();
     }
-    if (call == wanted.killAt)
+    if (call == wanted.killAt) {
+        half();
         syscall(SYS_kill, getpid(), SIGKILL);
+    }
+    if (call == wanted.stopAt)
+        syscall(SYS_kill, getpid(), SIGSTOP);
     if (call != wanted.failAt)
         return false;
     errno = wanted.error;
     return true;
+}
+
+bool counted(const char *name, const std::string &path) {
+    return counted(name, path, [] {});
 }
 
 template<typename Function>
@@ -108,14 +123,25 @@ Function next(const char *name) {
         return real arguments;                                                                     \
     }
 
-WATCHED(ssize_t, write, (int fd, const void *p, size_t n), pathOf(fd), (fd, p, n))
-WATCHED(ssize_t, pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (fd, p, n, o))
-WATCHED(ssize_t, pwrite64, (int fd, const void *p, size_t n, off64_t o), pathOf(fd), (fd, p, n, o))
+// The same for calls that write `n` bytes, with the arguments that write half of them.
+#define WATCHED_WRITE(name, parameters, path, arguments, halfOfThem)                               \
+    extern "C" ssize_t name parameters {                                                           \
+        static const auto real = next<ssize_t(*) parameters>(#name);                               \
+        if (counted(#name, path, [&] { static_cast<void>(!real halfOfThem); }))                    \
+            return -1;                                                                             \
+        return real arguments;                                                                     \
+    }
+
+WATCHED_WRITE(write, (int fd, const void *p, size_t n), pathOf(fd), (fd, p, n), (fd, p, n / 2))
+WATCHED_WRITE(pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (fd, p, n, o),
+              (fd, p, n / 2, o))
+WATCHED_WRITE(pwrite64, (int fd, const void *p, size_t n, off64_t o), pathOf(fd), (fd, p, n, o),
+              (fd, p, n / 2, o))
 WATCHED(ssize_t, writev, (int fd, const iovec *v, int n), pathOf(fd), (fd, v, n))
 WATCHED(ssize_t, pwritev, (int fd, const iovec *v, int n, off_t o), pathOf(fd), (fd, v, n, o))
-WATCHED(ssize_t, copy_file_range,
-        (int in, off64_t *inAt, int out, off64_t *outAt, size_t n, unsigned flags), pathOf(out),
-        (in, inAt, out, outAt, n, flags))
+WATCHED_WRITE(copy_file_range,
+              (int in, off64_t *inAt, int out, off64_t *outAt, size_t n, unsigned flags),
+              pathOf(out), (in, inAt, out, outAt, n, flags), (in, inAt, out, outAt, n / 2, flags))
 WATCHED(ssize_t, sendfile, (int out, int in, off_t *at, size_t n), pathOf(out), (out, in, at, n))
 WATCHED(int, ftruncate, (int fd, off_t size), pathOf(fd), (fd, size))
 WATCHED(int, ftruncate64, (int fd, off64_t size), pathOf(fd), (fd, size))
@@ -176,6 +202,21 @@ WATCHED_OPEN(open, (const char *path, int flags, ...), AT_FDCWD)
 WATCHED_OPEN(open64, (const char *path, int flags, ...), AT_FDCWD)
 WATCHED_OPEN(openat, (int folder, const char *path, int flags, ...), folder)
 WATCHED_OPEN(openat64, (int folder, const char *path, int flags, ...), folder)
+
+extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                              void *(*start)(void *), void *argument) {
+    static const auto real =
+        next<int (*)(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *)>(
+            "pthread_create");
+    const char *wanted = getenv("WATCH_THREADS");
+    Dl_info caller{};
+    if (wanted == nullptr || std::strcmp(wanted, "none") != 0 ||
+        (dladdr(__builtin_return_address(0), &caller) != 0 &&
+         std::strstr(caller.dli_fname, "/libQt6") != nullptr))
+        return real(thread, attributes, start, argument);
+    counted("no-thread", settings().folder);
+    return EAGAIN;
+}
 
 extern "C" int ioctl(int fd, unsigned long request, ...) {
     va_list arguments;

@@ -2,8 +2,8 @@
 """Stops the program in front of each of its file calls, or makes each of them fail, and looks at
 what is on the disk.
 
-    faults.py kill-save | kill-extract | kill-settings | fail-save | fail-extract | order
-              BINARIES SCRATCH
+    faults.py TEST BINARIES SCRATCH
+    TEST: kill-save, kill-save-large, kill-extract, kill-settings, fail-save, fail-extract, order
 
 Ends with 0 where every point held; says how many points were tried.
 """
@@ -14,55 +14,28 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from job import (EDITS, ENTRIES, PROGRAM_KEY, Job, archive_content, read_tree,  # noqa: E402
-                 was_killed)
+from job import (ENTRIES, PROGRAM_KEY, Job, archive_content, check, main,  # noqa: E402
+                 read_tree, was_killed)
 
-WANTED = {**ENTRIES, **EDITS}
-
-
-def check(condition, *text):
-    if not condition:
-        raise AssertionError(" ".join(str(part) for part in text))
+# Something before the archive, and a file that is too large to be packed in memory.
+LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
+         "more": {"scripts/large.cs": b"echo(\"one of very many lines\");\r\n" * 600_000}}
 
 
-def edits_are_somewhere(job, where):
-    """Every edited file is whole in the archive or in the work folder."""
-    packed = archive_content(job.archive)
-    on_disk = read_tree(job.work) if os.path.isdir(job.work) else {}
-    for name, content in EDITS.items():
-        check(content in (packed.get(name), on_disk.get(name)), where, "lost the edit of", name)
-    for name, content in ENTRIES.items():
-        if name not in EDITS:
-            check(packed.get(name) == content, where, "damaged the entry", name)
-
-
-def save_again(job, new, where):
-    """What a person does after a crash: start, pick, save what is there."""
-    state = job.steps("state").stdout
-    if "state: extracted" in state:
-        done = job.steps("save")
-        check("error:" not in done.stdout, where, "second save failed:", done.stdout)
-    else:
-        check(job.bytes_of_archive() == new, where, "work folder not recognised before it was saved")
-        job.steps("extract", "cancel")
-    check(archive_content(job.archive) == WANTED, where, "second save left another content")
-    check(not job.temporaries(), where, "left behind", job.temporaries())
-
-
-def prepared(binaries, scratch):
-    job = Job(binaries, scratch)
+def prepared(binaries, scratch, **options):
+    job = Job(binaries, scratch, **options)
     job.extract_and_edit()
     job.freeze()
     old = job.bytes_of_archive()
     calls = job.calls_of(job.live, lambda watch: job.steps("save", watch=watch))
     new = job.bytes_of_archive()
-    check(archive_content(job.archive) == WANTED, "an undisturbed save left another content")
+    check(archive_content(job.archive) == job.wanted, "an undisturbed save left another content")
     check(old != new, "the save changed nothing")
     return job, old, new, calls
 
 
-def kill_save(binaries, scratch):
-    job, old, new, calls = prepared(binaries, scratch)
+def kill_save(binaries, scratch, **options):
+    job, old, new, calls = prepared(binaries, scratch, **options)
     outcomes = {"old": 0, "new": 0}
     for number in range(1, len(calls) + 1):
         where = "killed at call %d (%s %s):" % (number, *calls[number - 1])
@@ -74,8 +47,9 @@ def kill_save(binaries, scratch):
         now = job.bytes_of_archive()
         check(now in (old, new), where, "the archive is neither the old nor the new one")
         outcomes["old" if now == old else "new"] += 1
-        edits_are_somewhere(job, where)
-        save_again(job, new, where)
+        job.edits_are_somewhere(where)
+        check(now == new or job.is_extracted(), where, "work folder not recognised")
+        job.save_again(where)
     check(outcomes["old"] > 3 and outcomes["new"] > 3, "too few points reached:", outcomes)
     print("%d points, archive old after %d, new after %d" % (len(calls), *outcomes.values()))
 
@@ -131,7 +105,7 @@ def fail_save(binaries, scratch):
     job, old, new, calls = prepared(binaries, scratch)
     told = 0
     for number in range(1, len(calls) + 1):
-        for error in (errno.EIO, errno.ENOSPC, errno.EACCES):
+        for error in (errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES):
             where = "%s at call %d (%s %s):" % (errno.errorcode[error], number, *calls[number - 1])
             job.reset()
             done = job.steps("save", must=False,
@@ -139,7 +113,7 @@ def fail_save(binaries, scratch):
             check(done.returncode == 0, where, "ended with", done.returncode, done.stderr)
             now = job.bytes_of_archive()
             check(now in (old, new), where, "the archive is neither the old nor the new one")
-            edits_are_somewhere(job, where)
+            job.edits_are_somewhere(where)
             success = "was created successfully" in done.stdout
             check(success != ("error:" in done.stdout), where, "unclear outcome:", done.stdout)
             if success:
@@ -147,11 +121,11 @@ def fail_save(binaries, scratch):
             else:
                 told += 1
                 on_disk = read_tree(job.work)
-                check(all(on_disk.get(n) == c for n, c in EDITS.items()), where,
+                check(all(on_disk.get(n) == c for n, c in job.edits.items()), where,
                       "failure told, work folder not kept")
-            save_again(job, new, where)
+            job.save_again(where)
     check(told > 3, "too few failures reached the user:", told)
-    print("%d calls, three errors each, %d told to the user" % (len(calls), told))
+    print("%d calls, four errors each, %d told to the user" % (len(calls), told))
 
 
 def fail_extract(binaries, scratch):
@@ -196,13 +170,8 @@ def order(binaries, scratch):
         len(writes), len(removals)))
 
 
-def main():
-    tests = {"kill-save": kill_save, "kill-extract": kill_extract, "kill-settings": kill_settings,
-             "fail-save": fail_save, "fail-extract": fail_extract, "order": order}
-    if len(sys.argv) != 4 or sys.argv[1] not in tests:
-        sys.exit(__doc__)
-    tests[sys.argv[1]](sys.argv[2], os.path.abspath(sys.argv[3]))
-
-
 if __name__ == "__main__":
-    main()
+    main(__doc__, {"kill-save": kill_save,
+                   "kill-save-large": lambda *where: kill_save(*where, **LARGE),
+                   "kill-extract": kill_extract, "kill-settings": kill_settings,
+                   "fail-save": fail_save, "fail-extract": fail_extract, "order": order})

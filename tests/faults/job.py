@@ -4,7 +4,10 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import zipfile
+
+SKIPPED = 77  # what a test ends with where the machine cannot make its fault
 
 PROGRAM_KEY = r"SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel"
 GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
@@ -22,6 +25,19 @@ EDITS = {
     "textures/skins/base.png": b"\x89PNG" + bytes(reversed(range(256))) * 70,
     "missions/two.mis": b"// a new mission\r\n" * 9,
 }
+
+
+
+def check(condition, *text):
+    if not condition:
+        raise AssertionError(" ".join(str(part) for part in text))
+
+
+def main(usage, tests):
+    """Runs the test that the command line names: TEST BINARIES SCRATCH."""
+    if len(sys.argv) != 4 or sys.argv[1] not in tests:
+        sys.exit(usage)
+    sys.exit(tests[sys.argv[1]](sys.argv[2], os.path.abspath(sys.argv[3])))
 
 
 def write_files(root, files):
@@ -53,10 +69,13 @@ def archive_content(path):
 
 class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
-    `freeze` saw, so that each fault starts from the same disk."""
+    `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
+    `more` are edits beside the usual ones."""
 
-    def __init__(self, binaries, root):
+    def __init__(self, binaries, root, front=b"", more=None):
         self.binaries, self.root = binaries, root
+        self.edits = {**EDITS, **(more or {})}
+        self.wanted = {**ENTRIES, **self.edits}
         self.live = os.path.join(root, "live")
         self.frozen = os.path.join(root, "frozen")
         self.base = os.path.join(self.live, "game", "GameData", "base")
@@ -75,14 +94,17 @@ class Job:
             for name, content in ENTRIES.items():
                 archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
                                  zipfile.ZIP_DEFLATED)
+        content = self.bytes_of_archive()
+        with open(self.archive, "wb") as file:
+            file.write(front + content)
         self.register(GAME_KEY, "directory", os.path.join(self.live, "game"))
         self.register(PROGRAM_KEY, "tempdir", self.temp)
 
     def register(self, key, name, text, **options):
         return self.run("orvel-reg", "add", key, name, text, **options)
 
-    def run(self, program, *arguments, watch=None, must=True):
-        """Runs a program of the build, `watch` holding settings of the call watcher."""
+    def start(self, program, *arguments, watch=None, **options):
+        """Starts a program of the build, `watch` holding settings of the call watcher."""
         env = dict(self.env)
         if watch is not None:
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
@@ -90,22 +112,43 @@ class Job:
             preload = [os.environ.get("LD_PRELOAD"), "libcallWatch.so"]
             env["LD_PRELOAD"] = " ".join(filter(None, preload))
             env["LD_LIBRARY_PATH"] = self.binaries
-        done = subprocess.run([os.path.join(self.binaries, program), *arguments], env=env,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-                              timeout=120, check=False)
-        if must and done.returncode != 0:
+        return subprocess.Popen([os.path.join(self.binaries, program), *arguments], env=env,
+                                stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, text=True, **options)
+
+    def run(self, program, *arguments, must=True, **options):
+        """Runs a program to its end, which must be a good one."""
+        with self.start(program, *arguments, **options) as process:
+            try:
+                out, errors = process.communicate(timeout=120)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                raise
+        if must and process.returncode != 0:
             raise AssertionError("%s %s ended with %d:\n%s%s" % (
-                program, " ".join(arguments), done.returncode, done.stdout, done.stderr))
-        return done
+                program, " ".join(arguments), process.returncode, out, errors))
+        return subprocess.CompletedProcess(arguments, process.returncode, out, errors)
 
     def steps(self, *steps, **options):
         return self.run("jobDriver", "Job", *steps, **options)
 
+    def paused(self, *steps, **options):
+        """The driver as it waits before these steps: a line as its input lets it go on."""
+        process = self.start("jobDriver", "Job", "pause", *steps, **options)
+        while (line := process.stdout.readline()) and not line.startswith("pause:"):
+            pass
+        check(line, "the driver ended before its pause")
+        return process
+
     def extract_and_edit(self):
         self.steps("extract")
-        write_files(self.work, EDITS)
-        for name in EDITS:
+        write_files(self.work, self.edits)
+        for name in self.edits:
             os.utime(os.path.join(self.work, name), (1_000_000_000, 1_000_000_000))
+
+    def give_to_all(self):
+        """Lets everybody read and write everything."""
+        subprocess.run(["chmod", "-R", "a+rwX", self.live], check=True)
 
     def freeze(self):
         shutil.rmtree(self.frozen, ignore_errors=True)
@@ -127,6 +170,29 @@ class Job:
     def bytes_of_archive(self):
         with open(self.archive, "rb") as file:
             return file.read()
+
+    def edits_are_somewhere(self, where):
+        """Every edited file is whole in the archive or in the work folder, and every entry that
+        nobody edited is as it was."""
+        packed = archive_content(self.archive)
+        on_disk = read_tree(self.work) if os.path.isdir(self.work) else {}
+        for name, content in self.edits.items():
+            check(content in (packed.get(name), on_disk.get(name)), where, "lost the edit of", name)
+        for name, content in ENTRIES.items():
+            if name not in self.edits:
+                check(packed.get(name) == content, where, "damaged the entry", name)
+
+    def is_extracted(self):
+        """What a new start says about the work folder."""
+        return "state: extracted" in self.steps("state").stdout
+
+    def save_again(self, where):
+        """What a person does after a fault: start, pick, extract where nothing is, save."""
+        done = self.steps(*([] if self.is_extracted() else ["extract"]), "save")
+        check("error:" not in done.stdout, where, "second save failed:", done.stdout)
+        check(archive_content(self.archive) == self.wanted, where,
+              "second save left another content")
+        check(not self.temporaries(), where, "left behind", self.temporaries())
 
     def temporaries(self):
         return [os.path.join(parent, name) for parent, _, names in os.walk(self.live)

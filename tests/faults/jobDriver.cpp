@@ -1,10 +1,11 @@
 // Drives the real main window through steps given as words, without a display: for tests that stop
 // the program or make its calls fail.
 //
-//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, state
+//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, state, pause
 //
-// ARCHIVE is the name as the drop-down shows it. Message boxes are answered with OK and printed, as
-// is the status line after each step. Ends with 3 where a step's button is disabled.
+// A pause lasts until a line is read from the standard input. ARCHIVE is the name as the drop-down
+// shows it. Message boxes are answered with OK and printed, as is the status line after each step.
+// Ends with 3 where a step's button is disabled.
 
 #include "platform/forms.h"
 #include "workspace/frmMain.h"
@@ -24,11 +25,15 @@ void say(const char *what, const QString &text) {
     std::fflush(stdout);
 }
 
-bool press(QWidget &window, const QString &step) {
+bool take(QWidget &window, const QString &step) {
     static const QHash<QString, QString> buttons{
         {QStringLiteral("extract"), QStringLiteral("cmdExtract")},
         {QStringLiteral("save"), QStringLiteral("cmdSaveChanges")},
         {QStringLiteral("cancel"), QStringLiteral("cmdCancel")}};
+    if (step == QStringLiteral("pause")) {
+        say("pause", QString());
+        return std::getchar() != EOF;
+    }
     if (step == QStringLiteral("state")) {
         const bool extracted =
             window.findChild<QPushButton *>(QStringLiteral("cmdSaveChanges"))->isEnabled();
@@ -73,11 +78,14 @@ int main(int argc, char **argv) {
     QTest::keyClick(archives, Qt::Key_Home);
     emit archives->activated(place);
     for (const QString &step : arguments.sliced(2)) {
-        if (!press(window, step)) {
+        if (!take(window, step)) {
             say("disabled", step);
             return 3;
         }
-        say("status", window.findChild<QLabel *>(QStringLiteral("lblStatus"))->text());
+        const auto *label = window.findChild<QLabel *>(QStringLiteral("lblStatus"));
+        say("status", label->text());
+        if (!label->accessibleDescription().isEmpty())
+            say("note", label->accessibleDescription());
     }
     return 0;
 }

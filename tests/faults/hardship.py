@@ -1,0 +1,285 @@
+#!/usr/bin/env python3
+"""The program on a machine that has run short of something, or with files that are not what they
+were when it listed them.
+
+    hardship.py save | extract | clean-up | limits BINARIES SCRATCH
+
+Ends with 0 where all was well, with 77 where this machine refuses to make one of the faults (the
+others are tried).
+"""
+
+import contextlib
+import os
+import random
+import resource
+import stat
+import subprocess
+import sys
+import zipfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+
+from job import (ENTRIES, SKIPPED, Job, archive_content, check, main, read_tree,  # noqa: E402
+                 write_files)
+
+NOBODY = 65534
+LARGE = {"scripts/noise.cs": random.Random(1).randbytes(3 << 20)}
+
+
+class NotHere(Exception):
+    """This machine cannot make the fault."""
+
+
+def command(*words):
+    if subprocess.run(words, stderr=subprocess.DEVNULL, check=False).returncode != 0:
+        raise NotHere(" ".join(words[:2]))
+
+
+# --- faults: each holds for the time of a `with`, and is gone after it ---------------------------
+
+@contextlib.contextmanager
+def disk(folder, options):
+    """The folder, as it is, on a small disk of its own. Gives a call that changes the options."""
+    held = read_tree(folder) if os.path.isdir(folder) else {}
+    os.makedirs(folder, exist_ok=True)
+    command("mount", "-t", "tmpfs", "-o", options, "tmpfs", folder)
+    try:
+        write_files(folder, held)
+        yield lambda changed: command("mount", "-o", "remount," + changed, folder)
+        # What the disk holds is to be seen without it.
+        held = read_tree(folder)
+    finally:
+        command("umount", folder)
+    write_files(folder, held)
+
+
+@contextlib.contextmanager
+def full(folder):
+    size = sum(map(len, read_tree(folder).values())) if os.path.isdir(folder) else 0
+    with disk(folder, "size=%dk" % (size // 1024 + 64)):
+        yield
+
+
+@contextlib.contextmanager
+def write_protected(folder):
+    with disk(folder, "size=64m") as remount:
+        remount("ro")
+        yield
+        remount("rw")
+
+
+@contextlib.contextmanager
+def mode(path, bits):
+    before = stat.S_IMODE(os.stat(path).st_mode)
+    os.chmod(path, bits)
+    yield
+    os.chmod(path, before)
+
+
+@contextlib.contextmanager
+def immutable(path):
+    command("chattr", "+i", path)
+    try:
+        yield
+    finally:
+        command("chattr", "-i", path)
+
+
+@contextlib.contextmanager
+def moved_away(path):
+    os.rename(path, path + ".moved")
+    yield
+    os.rename(path + ".moved", path)
+
+
+# --- what the program makes of them --------------------------------------------------------------
+
+def tried(rows, one):
+    """Runs every row; the exit code."""
+    missing = []
+    for name, *rest in rows:
+        try:
+            one(name + ":", *rest)
+        except NotHere as why:
+            missing.append("%s (%s)" % (name, why))
+    print("%d faults" % (len(rows) - len(missing)))
+    if missing:
+        print("refused by this machine:", *missing)
+    return SKIPPED if missing else 0
+
+
+def save(binaries, scratch):
+    """The archive stays as it is, the edits stay where they are, the message names what is in the
+    way, and when that is gone the next save succeeds."""
+    job = Job(binaries, scratch, more=LARGE)
+    job.extract_and_edit()
+    job.freeze()
+    secret = os.path.join(job.work, "missions", "two.mis")
+    rows = [
+        ("full disk", lambda: full(job.base), {}, job.archive, "No space left"),
+        ("write-protected disk", lambda: write_protected(job.base), {}, job.archive, "Read-only"),
+        ("read-only archive", lambda: mode(job.archive, 0o444), {}, job.archive, "read-only"),
+        ("immutable archive", lambda: immutable(job.archive), {}, job.archive, "not permitted"),
+        ("immutable folder", lambda: immutable(job.base), {}, job.archive, "not permitted"),
+        ("folder of somebody else", lambda: mode(job.base, 0o755), {"user": NOBODY}, job.archive,
+         "Permission denied"),
+        ("file that nobody may read", lambda: mode(secret, 0), {"user": NOBODY}, "missions/two.mis",
+         "Permission denied"),
+        ("archive moved away", lambda: moved_away(job.archive), {}, "Job.vl2", "no longer there"),
+        ("work folder moved away", lambda: moved_away(job.work), {}, "Job.vl2", "Path not found"),
+    ]
+
+    def one(where, fault, options, named, reason):
+        job.reset()
+        if options:
+            job.give_to_all()
+        old = job.bytes_of_archive()
+        process = job.paused("save", **options)
+        with fault():
+            out, errors = process.communicate("\n", timeout=60)
+            check(process.returncode == 0, where, "ended with", process.returncode, errors)
+            told = [line for line in out.splitlines() if line.startswith("error: Job.vl2 was not saved")]
+            check(told and named in told[0] and reason in told[0] and job.work in told[0], where,
+                  "not told:", out)
+        check(job.bytes_of_archive() == old, where, "the archive changed")
+        check(read_tree(job.work) == job.wanted, where, "the work folder changed")
+        check(not job.temporaries(), where, "left behind", job.temporaries())
+        job.save_again(where)
+
+    return tried(rows, one)
+
+
+def extract(binaries, scratch):
+    """Whole files or none, the archive untouched, a note says what is in the way, and when
+    that is gone the next extraction is whole."""
+    job = Job(binaries, scratch)
+    job.freeze()
+    old = job.bytes_of_archive()
+    rows = [
+        ("full disk", lambda: disk(job.temp, "size=16k"), {}, "not enough room"),
+        ("disk without room for more files", lambda: disk(job.temp, "size=9m,nr_inodes=6"), {},
+         "No space left"),
+        ("write-protected disk", lambda: write_protected(job.temp), {}, "Read-only"),
+        ("folder of somebody else", lambda: mode(job.temp, 0o755), {"user": NOBODY},
+         "Permission denied"),
+        ("archive moved away", lambda: moved_away(job.archive), {}, "No such file"),
+    ]
+
+    def one(where, fault, options, reason):
+        job.reset()
+        os.makedirs(job.temp)
+        if options:
+            job.give_to_all()
+        process = job.paused("extract", **options)
+        with fault():
+            out, errors = process.communicate("\n", timeout=60)
+            check(process.returncode == 0, where, "ended with", process.returncode, errors)
+            told = [line for line in out.splitlines() if "Not every file was extracted" in line]
+            check(told and reason in told[0], where, "not told:", out)
+            found = read_tree(job.work) if os.path.isdir(job.work) else {}
+            check(all(ENTRIES.get(name) == content for name, content in found.items()), where,
+                  "half a file")
+        check(job.bytes_of_archive() == old, where, "the archive changed")
+        if not job.is_extracted():
+            job.steps("extract")
+            check(read_tree(job.work) == ENTRIES, where, "the next extraction is not whole")
+
+    return tried(rows, one)
+
+
+def clean_up(binaries, scratch):
+    """What cannot be deleted stays, the save has succeeded; an archive that somebody replaced after
+    it was listed gets the work folder's files and keeps its own."""
+    job = Job(binaries, scratch)
+    job.extract_and_edit()
+    job.freeze()
+    other = {"scripts/server.cs": b"another one's", "sound/new.wav": b"RIFF" * 99}
+
+    @contextlib.contextmanager
+    def replaced():
+        with zipfile.ZipFile(job.archive + ".new", "w", zipfile.ZIP_DEFLATED) as archive:
+            for name, content in other.items():
+                archive.writestr(name, content)
+        os.rename(job.archive + ".new", job.archive)
+        yield
+
+    kept = os.path.join(job.work, "scripts", "client.cs")
+    rows = [
+        ("immutable file", lambda: immutable(kept), {}, {"scripts/client.cs"}),
+        ("immutable folder", lambda: immutable(os.path.dirname(kept)), {},
+         {"scripts/client.cs", "scripts/server.cs"}),
+        ("another archive in its place", replaced, other, set()),
+    ]
+
+    def one(where, fault, more, left):
+        job.reset()
+        process = job.paused("save")
+        wanted = {**(more or ENTRIES), **job.wanted}
+        with fault():
+            out, errors = process.communicate("\n", timeout=60)
+            check("was created successfully" in out, where, "not saved:", out, errors)
+            check(archive_content(job.archive) == wanted, where, "the archive holds something else")
+            on_disk = read_tree(job.work) if os.path.isdir(job.work) else {}
+            check(set(on_disk) == left, where, "left", sorted(on_disk))
+        job.wanted, before = wanted, job.wanted
+        job.save_again(where)
+        job.wanted = before
+
+    return tried(rows, one)
+
+
+def limits(binaries, scratch):
+    """An archive of thousands of files and some large ones is listed, extracted and saved with next
+    to nothing to be had."""
+    noise = random.Random(2)
+    entries = {"scripts/d%d/f%d.cs" % (i % 300, i): b"echo(%d);\r\n" % i * 40 for i in range(3000)}
+    for i in range(6):
+        entries["textures/large%d.png" % i] = noise.randbytes(4 << 20) * 3 + bytes(24 << 20)
+    edits = {name: content + b"// edited\r\n" for name, content in list(entries.items())[5::250]}
+    edits["textures/large3.png"] = entries["textures/large3.png"][::-1]
+    job = Job(binaries, scratch)
+    with zipfile.ZipFile(job.archive, "w", zipfile.ZIP_DEFLATED, compresslevel=1) as archive:
+        for name, content in entries.items():
+            archive.writestr(name, content)
+    job.freeze()
+    log = os.path.join(job.root, "calls.log")
+
+    def few_files():
+        resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))
+
+    def little_space(process):
+        with open("/proc/%d/statm" % process.pid, encoding="ascii") as file:
+            used = int(file.read().split()[0]) * resource.getpagesize()
+        resource.prlimit(process.pid, resource.RLIMIT_AS, (used + (256 << 20),) * 2)
+
+    rows = [
+        ("64 open files", {"preexec_fn": few_files}, None),
+        ("256 MiB of address space left", {}, little_space),
+        ("no threads", {"watch": {"threads": "none", "folder": job.live, "log": log}}, None),
+    ]
+
+    def one(where, options, injure):
+        job.reset()
+        process = job.paused("extract", "pause", "save", **options)
+        if injure is not None:
+            injure(process)
+        process.stdin.write("\n")
+        process.stdin.flush()
+        said = []
+        while (line := process.stdout.readline()) and not line.startswith("pause:"):
+            said.append(line)
+        check(read_tree(job.work) == entries, where, "not extracted as a whole:", *said)
+        write_files(job.work, edits)
+        out, errors = process.communicate("\n", timeout=120)
+        check("was created successfully" in out, where, "not saved:", out, errors)
+        check(archive_content(job.archive) == {**entries, **edits}, where,
+              "the archive holds something else")
+
+    code = tried(rows, one)
+    with open(log, encoding="utf-8") as file:
+        check(" no-thread " in file.read(), "no thread was wanted, nothing was tested")
+    return code
+
+
+if __name__ == "__main__":
+    main(__doc__, {"save": save, "extract": extract, "clean-up": clean_up, "limits": limits})
