@@ -16,6 +16,7 @@ packages_of() {
         ;;
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
+    memcheck) echo valgrind ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;
     esac
 }

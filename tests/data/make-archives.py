@@ -18,6 +18,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 TEXT = b"datablock ShapeBase(Tree) {\r\n   shapeFile = \"tree.dts\";\r\n};\r\n" * 40
 NOISE = bytes((i * i * 31 + i // 7) & 255 for i in range(3000))
 GOOD = Entry("good.txt", b"good")
+ZERO = b"\x9d\x0a\xd9\x6d"
 
 
 def save(folder, name, data):
@@ -127,6 +128,13 @@ def unusual():
             central=dict(packed=0xFFFFFFFF, size=0xFFFFFFFF)), GOOD]),
         "descriptor-signed": archive([Entry("a.txt", TEXT, method=8, descriptor="signed"), GOOD]),
         "descriptor-plain": archive([Entry("a.txt", TEXT, method=8, descriptor="plain"), GOOD]),
+        # Four bytes whose checksum is 0, and sizes of eight bytes behind the data.
+        "descriptor-zero-checksum": archive([
+            Entry("a.txt", ZERO, descriptor="signed"), Entry("b.txt", ZERO, descriptor="plain"),
+            GOOD]),
+        "descriptor-zip64": archive([Entry(
+            "a.txt", TEXT, method=8, descriptor="long", local_extra=struct.pack("<2H2Q", 1, 16, 0, 0),
+            local=dict(packed=0xFFFFFFFF, size=0xFFFFFFFF)), GOOD]),
         "deflated-empty": archive([Entry("a.txt", b"", method=8), GOOD]),
         "attributes": archive([
             Entry("readonly.txt", b"r", attributes=0x01), Entry("hidden.txt", b"h", attributes=2),
@@ -217,11 +225,15 @@ def damaged():
                                          central=dict(crc=1)), GOOD]),
         "data-damaged": archive([Entry("a.txt", bad, method=8), GOOD]).replace(
             deflate(bad)[:8], b"\xff" * 8, 1),
+        "bomb-size-zip64": archive([Entry(
+            "a.txt", TEXT, method=8, extra=struct.pack("<2HQ", 1, 8, 1 << 62),
+            central=dict(size=0xFFFFFFFF)), GOOD]),
         "stored-sizes-differ": archive([Entry("a.txt", b"1234", local=dict(size=3),
                                               central=dict(size=3)), GOOD]),
         "local-name-differs": archive([Entry("a.txt", b"1", local=dict(name=b"b.txt")), GOOD]),
         "local-method-differs": archive([Entry("a.txt", b"1", local=dict(method=8)), GOOD]),
         "local-size-differs": archive([Entry("a.txt", b"1", local=dict(size=2)), GOOD]),
+        "local-checksum-differs": archive([Entry("a.txt", b"1", local=dict(crc=2)), GOOD]),
         "local-encryption-differs": archive([Entry("a.txt", b"1" * 20, local=dict(flags=1)),
                                              GOOD]),
         "local-missing": archive([Entry("a.txt", b"1", central=dict(offset=3)), GOOD]),
@@ -233,6 +245,20 @@ def damaged():
                                    Entry("evil/a.txt", b"a"), GOOD]),
         "device-node": archive([Entry("evil", b"", made=UNIX, attributes=0o020666 << 16), GOOD]),
         "file-is-folder": archive([Entry("a", b"file"), Entry("a/b.txt", b"b"), GOOD]),
+        "folder-is-file": archive([Entry("a/b.txt", b"b"), Entry("a", b"file"), GOOD]),
+        "method-unknown": archive([Entry("a.txt", NOISE, local=dict(method=77),
+                                         central=dict(method=77)), GOOD]),
+        "zip64-offset-wrong": archive([GOOD], zip64="right", directory_offset=1 << 40),
+        "zip64-count-wrong": archive([GOOD], zip64="right", count=1 << 40),
+        "zip64-size-wrong": archive([GOOD], zip64="right", size=(1 << 63) + 1),
+        "zip64-extra-missing": archive([Entry("a.txt", b"1", central=dict(offset=0xFFFFFFFF)), GOOD]),
+        "zip64-extra-short": archive([Entry("a.txt", b"1", extra=struct.pack("<2HI", 1, 4, 0),
+                                            central=dict(offset=0xFFFFFFFF)), GOOD]),
+        "zip64-extra-past-end": archive([Entry("a.txt", b"1", extra=struct.pack("<2HQ", 1, 99, 0),
+                                               central=dict(offset=0xFFFFFFFF)), GOOD]),
+        "zip64-entry-offset-wrong": archive([Entry(
+            "a.txt", b"1", extra=struct.pack("<2HQ", 1, 8, (1 << 64) - 1),
+            central=dict(offset=0xFFFFFFFF)), GOOD]),
         "count-too-small": archive([Entry("a.txt", b"1"), GOOD], count=1),
         "count-too-large": archive([Entry("a.txt", b"1"), GOOD], count=3),
         "directory-offset-wrong": archive([GOOD], directory_offset=0x00F00000),
@@ -251,20 +277,27 @@ def damaged():
 
 # --- too large to keep --------------------------------------------------------------------------
 
-def five_gigabytes(folder):
-    """One entry of 5 GiB of zeros, stored (as a hole) and deflated."""
-    size, piece = 5 << 30, 64 << 20
+def zeros(folder):
+    """Entries of zeros, stored (as a hole) and deflated, with sizes around 4 GiB and past it."""
+    piece = 64 << 20
     packer = zlib.compressobj(1, zlib.DEFLATED, -15)
     # Flushed like this, one piece's data may stand behind itself.
     packed = packer.compress(bytes(piece)) + packer.flush(zlib.Z_FULL_FLUSH)
     end = packer.flush()
-    crc = 0x193838C3
-    for name, method, length in (("stored-5g", 0, size),
-                                 ("deflated-5g", 8, len(packed) * (size // piece) + len(end))):
-        sizes = struct.pack("<2H2Q", 1, 16, size, length)
-        full = dict(crc=crc, packed=0xFFFFFFFF, size=0xFFFFFFFF)
-        entry = Entry("zeros.bin", method=method, local=full, central=full, extra=sizes,
-                      local_extra=sizes)
+    five = 5 << 30
+    for name, method, size, crc in (
+            ("stored-4g-2", 0, 2**32 - 2, 0x0F6A7026), ("stored-4g-1", 0, 2**32 - 1, 0x00000000),
+            ("stored-4g", 0, 2**32, 0xD202EF8D), ("stored-4g+1", 0, 2**32 + 1, 0x41D912FF),
+            ("stored-5g", 0, five, 0x193838C3), ("deflated-5g", 8, five, 0x193838C3)):
+        length = size if method == 0 else len(packed) * (size // piece) + len(end)
+        # The sizes that fit stand where they always do.
+        short = dict(crc=crc, packed=min(length, 0xFFFFFFFF), size=min(size, 0xFFFFFFFF))
+        extra = b""
+        if size >= 0xFFFFFFFF:
+            short.update(packed=0xFFFFFFFF, size=0xFFFFFFFF)
+            extra = struct.pack("<2H2Q", 1, 16, size, length)
+        entry = Entry("zeros.bin", method=method, local=short, central=short, extra=extra,
+                      local_extra=extra)
         with open(os.path.join(folder, name + ".vl2"), "wb") as file:
             file.write(entry.local_bytes())
             if method == 0:
@@ -293,7 +326,7 @@ def large(folder):
         body += entry.local_bytes()
     with open(path, "wb") as file:
         file.write(body + central + end_record(65539, len(central), len(body)))
-    five_gigabytes(folder)
+    zeros(folder)
     # Holes instead of data: entries that start around 4 GiB.
     for name, start in {"offset-4g-2": 2**32 - 2, "offset-4g-1": 2**32 - 1, "offset-4g": 2**32,
                         "offset-4g+1": 2**32 + 1}.items():

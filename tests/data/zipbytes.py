@@ -37,7 +37,8 @@ class Cipher:
 
 
 class Entry:
-    """One entry. `local` and `central` replace single fields of one of its two headers."""
+    """One entry. `local` and `central` replace single fields of one of its two headers;
+    `descriptor` is "signed", "plain" or "long" (with sizes of eight bytes)."""
 
     def __init__(self, name, data=b"", method=0, flags=0, made=20, attributes=0, internal=0,
                  extra=b"", local_extra=b"", comment=b"", password=None, descriptor=None,
@@ -56,8 +57,8 @@ class Entry:
         if descriptor is not None:
             self.fields["flags"] |= 8
             self.local.update(flags=flags | 8, crc=0, packed=0, size=0)
-            self.tail = (b"PK\x07\x08" if descriptor == "signed" else b"") + struct.pack(
-                "<3I", crc, len(packed), len(data))
+            self.tail = (b"" if descriptor == "plain" else b"PK\x07\x08") + struct.pack(
+                "<I2Q" if descriptor == "long" else "<3I", crc, len(packed), len(data))
         self.local.update(local or {})
         self.central = dict(self.fields, extra=extra, made=made, attributes=attributes,
                             internal=internal, comment=comment)
@@ -89,7 +90,7 @@ def end64_records(count, size, offset, at):
 
 
 def archive(entries, comment=b"", front=b"", shift=True, gap=b"", order=None, count=None,
-            directory_offset=None, zip64=None, behind=b""):
+            directory_offset=None, zip64=None, behind=b"", size=None):
     """The bytes of an archive. `shift`: offsets count from behind `front`. `order`: the order of
     the records where it is not that of the data. `zip64`: the offset that the locator tells, or
     "right"."""
@@ -101,7 +102,7 @@ def archive(entries, comment=b"", front=b"", shift=True, gap=b"", order=None, co
     start = len(out)
     for i in order or range(len(entries)):
         out += entries[i].central_bytes(offsets[i])
-    size = len(out) - start
+    size = len(out) - start if size is None else size
     told = start - (len(front) if shift else 0)
     if directory_offset is not None:
         told = directory_offset

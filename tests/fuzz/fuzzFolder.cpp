@@ -63,6 +63,19 @@ std::string fuzz::Folder::read(const std::string &name) const {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::map<std::string, std::string> fuzz::Folder::files(const std::string &name) const {
+    std::map<std::string, std::string> found;
+    const fs::path root = m_path + "/" + name;
+    if (!fs::exists(root))
+        return found;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
+        const std::string path = entry.path().lexically_relative(root).string();
+        if (entry.is_regular_file())
+            found[path] = read(name + "/" + path);
+    }
+    return found;
+}
+
 void fuzz::Folder::expectOnly(const std::vector<std::string> &expected) const {
     for (const fs::directory_entry &entry : fs::directory_iterator(m_path)) {
         const std::string name = entry.path().filename().string();

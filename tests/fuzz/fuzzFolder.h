@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,8 @@ class Folder {
     std::string reset(const std::string &name, const std::uint8_t *data, std::size_t size);
     void write(const std::string &name, const std::string &bytes);
     std::string read(const std::string &name) const;
+    // Path and content of every file below a folder in it.
+    std::map<std::string, std::string> files(const std::string &name) const;
     // Aborts where the folder holds anything but `expected`, temporaries included.
     void expectOnly(const std::vector<std::string> &expected) const;
 

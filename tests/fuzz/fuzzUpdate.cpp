@@ -1,11 +1,12 @@
 // Any bytes as an archive, and a small folder that follows from them, packed into it: the archive
-// is as it was, or it lists, holds the folder's files with their contents, and keeps the others.
+// is as it was, or it lists, gives the folder's files back, and gives the others as it did before.
 
 #include "fuzz/fuzzFolder.h"
 
 #include "ziplib/vl2zip.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -54,10 +55,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         if (plain && !old.empty() && old.size() < 200)
             name = old;
     }
+    fuzz::extract(archive, folder.path() + "/before");
     folder.write("w/" + name, fill(data[0]));
     folder.write("w/sub/other.cs", fill(data[1]));
     const std::int32_t code = update(archive, folder.path() + "/w");
-    folder.expectOnly({"a.vl2", "w"});
+    folder.expectOnly({"a.vl2", "w", "before"});
     if (code > 1) {
         if (folder.read("a.vl2") != std::string(reinterpret_cast<const char *>(data + 2), size - 2))
             std::abort();
@@ -66,13 +68,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const fuzz::Listing after = fuzz::list(archive);
     if (after.first > 1)
         std::abort();
-    const auto holds = [&](const std::string &wanted, std::size_t bytes) {
-        return std::any_of(after.second.begin(), after.second.end(), [&](const fuzz::Entry &entry) {
-            return folded(entry.name) == wanted && entry.size == bytes;
-        });
-    };
-    if (!holds(name, fill(data[0]).size()) || !holds("sub/other.cs", fill(data[1]).size()))
-        std::abort();
     for (const fuzz::Entry &entry : before.second) {
         const std::string plain = folded(entry.name);
         const bool replaced = plain == name || plain == "sub/other.cs";
@@ -80,5 +75,34 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             std::find(after.second.begin(), after.second.end(), entry) == after.second.end())
             std::abort();
     }
+    std::map<std::string, std::string> wanted = folder.files("before");
+    // What the two files replace, names in another case included, and what they stand in the way
+    // of.
+    std::erase_if(wanted, [&](const auto &file) {
+        const std::string plain = folded(file.first);
+        return plain == name || plain.starts_with(name + "/") || plain == "sub" ||
+               plain == "sub/other.cs" || plain.starts_with("sub/other.cs/");
+    });
+    fuzz::extract(archive, folder.path() + "/after");
+    const std::map<std::string, std::string> found = folder.files("after");
+    for (const auto &[path, content] : wanted) {
+        if (found.count(path) == 0 || found.at(path) != content) {
+            std::fprintf(stderr, "no longer the same: %s\n", path.c_str());
+            std::abort();
+        }
+    }
+    const auto gives = [&](const std::string &path, const std::string &content) {
+        // A kept entry may need a folder of that name, or be a file where this needs a folder.
+        const bool blocked =
+            std::any_of(before.second.begin(), before.second.end(), [&](const fuzz::Entry &entry) {
+                const std::string plain = folded(entry.name);
+                return plain.starts_with(path + "/") || path.starts_with(plain + "/");
+            });
+        return blocked || std::any_of(found.begin(), found.end(), [&](const auto &file) {
+                   return folded(file.first) == path && file.second == content;
+               });
+    };
+    if (!gives(name, fill(data[0])) || !gives("sub/other.cs", fill(data[1])))
+        std::abort();
     return 0;
 }

@@ -4,12 +4,13 @@ bytes in front for the update target in FOLDER/updates) and FOLDER/hives."""
 
 import io
 import os
-import struct
 import sys
 import zipfile
 
 DATE = (2001, 3, 28, 12, 0, 0)
 DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "data")
+sys.path.insert(0, DATA)
+import zipbytes  # noqa: E402
 
 
 def archive(entries, comment=b"", **options):
@@ -57,7 +58,10 @@ def archives():
     yield "in_front", b"#! something in front\n" * 3 + plain
     yield "backslash", plain.replace(b"scripts/a.cs", b"scripts\\a.cs")
     yield "upwards", plain.replace(b"scripts/a.cs", b"../../../a.cs")
-    yield "encrypted", plain.replace(struct.pack("<HH", 20, 0), struct.pack("<HH", 20, 1))
+    # The password that the targets give.
+    yield "encrypted", zipbytes.archive([zipbytes.Entry("a.cs", b"text " * 9, 8, password=b"fuzz"),
+                                         zipbytes.Entry("b.cs", b"stored", password=b"fuzz"),
+                                         zipbytes.Entry("new", b"x")])
     yield "names", archive([("caf\u00e9/\u6f22.txt", b"1", stored), ("sub/other.cs", b"2", stored)])
     if os.path.isdir(DATA):
         for parent, _, names in os.walk(DATA):

@@ -99,6 +99,8 @@ TEST(UnusualArchives, ExtractCompletely) {
         {"zip64-sizes", {"big.txt", "good.txt"}},
         {"descriptor-signed", {"a.txt", "good.txt"}},
         {"descriptor-plain", {"a.txt", "good.txt"}},
+        {"descriptor-zero-checksum", {"a.txt", "b.txt", "good.txt"}},
+        {"descriptor-zip64", {"a.txt", "good.txt"}},
         {"deflated-empty", {"a.txt", "good.txt"}},
         {"folder-by-attribute", {"dir/", "dir/a"}},
         {"brackets", {"map1.mis", "map[1].mis"}},
