@@ -114,6 +114,8 @@ Function next(const char *name) {
 
 } // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the parameters are lists with parentheses of their own
+
 // One line a call: its parameters, the path that it changes, how it goes on.
 #define WATCHED(result, name, parameters, path, arguments)                                         \
     extern "C" result name parameters {                                                            \
@@ -131,6 +133,8 @@ Function next(const char *name) {
             return -1;                                                                             \
         return real arguments;                                                                     \
     }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 WATCHED_WRITE(write, (int fd, const void *p, size_t n), pathOf(fd), (fd, p, n), (fd, p, n / 2))
 WATCHED_WRITE(pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (fd, p, n, o),

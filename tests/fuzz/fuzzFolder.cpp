@@ -71,7 +71,7 @@ std::map<std::string, std::string> fuzz::Folder::files(const std::string &name) 
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
         const std::string path = entry.path().lexically_relative(root).string();
         if (entry.is_regular_file())
-            found[path] = read(name + "/" + path);
+            found[path] = read(fs::path(name) / path);
     }
     return found;
 }

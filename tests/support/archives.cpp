@@ -52,7 +52,7 @@ void makeBigArchive(const QString &path, int megabytes) {
 std::map<QString, QByteArray> readArchive(const QString &path) {
     std::map<QString, QByteArray> files;
     const QJsonArray list = entriesOf(path);
-    for (const QJsonValue &entry : list)
+    for (const QJsonValue entry : list)
         files[entry["name"].toString()] =
             QByteArray::fromBase64(entry["bytes"].toString().toLatin1());
     return files;
@@ -61,7 +61,7 @@ std::map<QString, QByteArray> readArchive(const QString &path) {
 std::vector<QString> namesInArchive(const QString &path) {
     std::vector<QString> names;
     const QJsonArray list = entriesOf(path);
-    for (const QJsonValue &entry : list)
+    for (const QJsonValue entry : list)
         names.push_back(entry["name"].toString());
     return names;
 }

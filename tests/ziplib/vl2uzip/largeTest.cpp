@@ -6,8 +6,6 @@
 #include <memory>
 #include <sys/resource.h>
 
-namespace fs = std::filesystem;
-
 namespace {
 
 // Archives that are too large to be kept are made once for all these tests.
