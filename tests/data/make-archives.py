@@ -186,6 +186,7 @@ def bad_names():
         save("hostile", name, archive([Entry(stored, b"" if stored.endswith("/") else b"evil"),
                                        GOOD]))
     save("hostile", "name-too-long", archive([Entry("x" * 300, b"evil"), GOOD]))
+    save("hostile", "path-too-long", archive([Entry("folder/" * 600 + "a.txt", b"evil"), GOOD]))
 
 
 def damaged():

@@ -61,7 +61,15 @@ bool isDevice(std::string_view component) {
            number == "\xC2\xB2" || number == "\xC2\xB3";
 }
 
+// What every system can store, and a path that still leaves room for the folder that it is put in:
+// a file that can be written but not opened by its whole path could be neither saved nor deleted.
+constexpr std::size_t longestComponent = 255;
+constexpr std::size_t longestPath = 3000;
+
 const char *unsafeComponent(std::string_view component) {
+    if (component.size() > longestComponent) {
+        return "a part of its name is too long";
+    }
     if (component.empty()) {
         return "its path has an empty part";
     }
@@ -108,6 +116,9 @@ std::string decodeName(std::string_view raw) {
 const char *unsafeReason(std::string_view path) {
     if (path.empty()) {
         return "it has no name";
+    }
+    if (path.size() > longestPath) {
+        return "its path is too long";
     }
     if (path.front() == '/') {
         return "its path is absolute";

@@ -50,6 +50,14 @@ TEST(Names, AreSafeOrAreNot) {
     for (const char *path : unsafe) {
         EXPECT_NE(ziplib::unsafeReason(path), nullptr) << path;
     }
+    std::string deep;
+    while (deep.size() < 3000) {
+        deep += "folder/abc";
+    }
+    EXPECT_EQ(ziplib::unsafeReason(deep), nullptr);
+    EXPECT_NE(ziplib::unsafeReason(deep + "d"), nullptr);
+    EXPECT_EQ(ziplib::unsafeReason("a/" + std::string(255, 'x')), nullptr);
+    EXPECT_NE(ziplib::unsafeReason("a/" + std::string(256, 'x') + "/b"), nullptr);
 }
 
 TEST(Names, FoldTheirCaseForComparison) {

@@ -48,6 +48,7 @@ const Verdict verdicts[] = {
     {"name-reserved", 0, 2, 1, good},
     {"name-folder-dotdot", 0, 2, 1, good},
     {"name-too-long", 0, 2, 1, good},
+    {"path-too-long", 0, 2, 1, good},
     {"link", 0, 2, 1, good},
     {"link-then-file", 0, 3, 1, {"evil/a.txt", "good.txt"}},
     {"device-node", 0, 2, 1, good},
