@@ -131,8 +131,8 @@ class Folder {
 // ".orvel-<hex>.part". No file that is kept is ever called so.
 bool isTemporaryName(std::string_view name);
 
-// A file that is written under a reserved name in its folder and gets its own name once it is
-// whole. Dropped without a commit it leaves nothing behind.
+// A file that is written without a name, or under a reserved one in its folder, and gets its own
+// name once it is whole. Dropped without a commit it leaves nothing behind.
 class NewFile {
   public:
     enum class Replace { No, Yes };

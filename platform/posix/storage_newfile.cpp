@@ -36,12 +36,37 @@ std::string temporaryName() {
     return name;
 }
 
+// Gives a file without a name one, which nothing else may have.
+int linkNameless(int file, int folder, const char *name) {
+    int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
+    if (result != 0 && errno == ENOENT) {
+        // Older systems allow that to administrators only.
+        char path[40];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
+        result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
+    }
+    return result;
+}
+
+// A file that has no name until it is whole costs one entry of the folder instead of two, and is
+// gone by itself when the process dies. -1 where this system or this disk has no such files.
+int openNameless(int folder) {
+    static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
+    return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
+}
+
 } // namespace
 
 Status NewFile::create(const Folder &folder, Guard guard) {
     discard();
     m_folder = &folder;
     m_size = 0;
+    m_temporary.clear();
+    // What must be found again after a crash, or be kept from others, has a name from the start.
+    m_handle = guard == Guard::None ? openNameless(static_cast<int>(folder.m_handle)) : -1;
+    if (m_handle >= 0) {
+        return {};
+    }
     do {
         m_temporary = temporaryName();
         m_handle = openat(static_cast<int>(folder.m_handle), m_temporary.c_str(),
@@ -223,7 +248,19 @@ Status NewFile::sync() {
 Status NewFile::commit(const std::string &name, Replace replace, InputFile *) {
     const int folder = static_cast<int>(m_folder->m_handle);
     int result = -1;
-    if (replace == Replace::Yes) {
+    if (m_temporary.empty() && replace == Replace::No) {
+        result = linkNameless(static_cast<int>(m_handle), folder, name.c_str());
+    } else if (replace == Replace::Yes) {
+        if (m_temporary.empty()) {
+            // Only a file with a name can take the place of another.
+            const std::string temporary = temporaryName();
+            if (linkNameless(static_cast<int>(m_handle), folder, temporary.c_str()) != 0) {
+                const int error = errno;
+                discard();
+                return errnoStatus(error, "cannot create", m_folder->pathOf(name));
+            }
+            m_temporary = temporary;
+        }
         result = renameat(folder, m_temporary.c_str(), folder, name.c_str());
     } else {
         result = renameat2(folder, m_temporary.c_str(), folder, name.c_str(), RENAME_NOREPLACE);

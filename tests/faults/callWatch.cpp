@@ -181,7 +181,8 @@ WATCHED(int, fremovexattr, (int fd, const char *n), pathOf(fd), (fd, n))
 namespace {
 
 int openCounted(const char *name, int folder, const char *path, int flags, mode_t mode) {
-    if ((flags & (O_CREAT | O_TRUNC)) != 0 && counted(name, pathOf(folder, path)))
+    const bool nameless = (flags & O_TMPFILE) == O_TMPFILE;
+    if (((flags & (O_CREAT | O_TRUNC)) != 0 || nameless) && counted(name, pathOf(folder, path)))
         return -1;
     return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
 }

@@ -50,8 +50,9 @@ TEST_F(Storage, ANewFileHasItsNameOnlyOnceItIsWhole) {
     ASSERT_TRUE(file.create(folder).ok());
     ASSERT_TRUE(file.write("abc", 3).ok());
     EXPECT_FALSE(fs::exists(root / "a.txt"));
-    EXPECT_TRUE(
-        platform::isTemporaryName(fs::directory_iterator(root)->path().filename().string()));
+    for (const auto &item : fs::directory_iterator(root)) {
+        EXPECT_TRUE(platform::isTemporaryName(item.path().filename().string())) << item.path();
+    }
     ASSERT_TRUE(file.setModified(-1'500'000'000).ok());
     ASSERT_TRUE(file.commit("a.txt", NewFile::Replace::No).ok());
     EXPECT_EQ(content("a.txt"), "abc");
