@@ -168,6 +168,7 @@ WATCHED(int, rmdir, (const char *path), pathOf(AT_FDCWD, path), (path))
 WATCHED(int, mkdir, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
 WATCHED(int, mkdirat, (int fd, const char *path, mode_t mode), pathOf(fd, path), (fd, path, mode))
 WATCHED(int, fchmod, (int fd, mode_t mode), pathOf(fd), (fd, mode))
+WATCHED(int, fchown, (int fd, uid_t user, gid_t group), pathOf(fd), (fd, user, group))
 WATCHED(int, fchmodat, (int fd, const char *path, mode_t mode, int flags), pathOf(fd, path),
         (fd, path, mode, flags))
 WATCHED(int, chmod, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
@@ -176,6 +177,10 @@ WATCHED(int, utimensat, (int fd, const char *path, const timespec *times, int fl
         pathOf(fd, path), (fd, path, times, flags))
 WATCHED(int, fsetxattr, (int fd, const char *n, const void *p, size_t size, int flags), pathOf(fd),
         (fd, n, p, size, flags))
+WATCHED(int, setxattr, (const char *path, const char *n, const void *p, size_t size, int flags),
+        pathOf(AT_FDCWD, path), (path, n, p, size, flags))
+WATCHED(int, removexattr, (const char *path, const char *n), pathOf(AT_FDCWD, path), (path, n))
+WATCHED(int, lremovexattr, (const char *path, const char *n), pathOf(AT_FDCWD, path), (path, n))
 WATCHED(int, fremovexattr, (int fd, const char *n), pathOf(fd), (fd, n))
 
 namespace {

@@ -3,19 +3,21 @@
 what is on the disk.
 
     faults.py TEST BINARIES SCRATCH
-    TEST: kill-save, kill-save-large, kill-extract, kill-settings, fail-save, fail-extract, order
+    TEST: kill-save, kill-save-large, kill-extract, kill-settings, fail-save, fail-extract, order,
+          watched
 
 Ends with 0 where every point held; says how many points were tried.
 """
 
 import errno
 import os
+import subprocess
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from job import (ENTRIES, PROGRAM_KEY, Job, archive_content, check, main,  # noqa: E402
-                 read_tree, was_killed)
+from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,  # noqa: E402
+                 main, read_tree, was_killed)
 
 # Something before the archive, and a file that is too large to be packed in memory.
 LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
@@ -170,8 +172,39 @@ def order(binaries, scratch):
         len(writes), len(removals)))
 
 
+CHANGING = ("write pwrite64 writev pwritev copy_file_range sendfile ftruncate truncate fallocate fsync "
+            "fdatasync syncfs sync_file_range rename renameat renameat2 link linkat symlink symlinkat "
+            "unlink unlinkat rmdir mkdir mkdirat fchmod chmod fchmodat fchown chown fchownat utimensat "
+            "setxattr lsetxattr fsetxattr removexattr lremovexattr fremovexattr openat open creat")
+
+
+def watched(binaries, scratch):
+    """Every call that changes something on the disk is one that the other tests stop at."""
+    log = os.path.join(scratch, "strace.log")
+    for step in ("extract", "save"):
+        job = Job(binaries, scratch)
+        if step == "save":
+            job.extract_and_edit()
+        job.freeze()
+        calls = job.calls_of(job.live, lambda watch, step=step: job.steps(step, watch=watch))
+        job.reset()
+        done = subprocess.run(["strace", "-f", "-y", "-o", log, "-e", "trace=" + ",".join(CHANGING.split()),
+                               os.path.join(binaries, "jobDriver"), "Job", step], env=job.env,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        if done.returncode != 0:
+            print("no right to trace")
+            return SKIPPED
+        with open(log, encoding="utf-8") as file:
+            traced = [line for line in file if job.live in line and "resumed>" not in line
+                      and (" open" not in line or "O_CREAT" in line or "O_TRUNC" in line)]
+        check(len(traced) == len(calls), step, "makes", len(traced), "calls:", *traced, calls)
+        print("%s: %d calls, all watched" % (step, len(calls)))
+    return 0
+
+
 if __name__ == "__main__":
     main(__doc__, {"kill-save": kill_save,
                    "kill-save-large": lambda *where: kill_save(*where, **LARGE),
                    "kill-extract": kill_extract, "kill-settings": kill_settings,
-                   "fail-save": fail_save, "fail-extract": fail_extract, "order": order})
+                   "fail-save": fail_save, "fail-extract": fail_extract, "order": order,
+                   "watched": watched})
