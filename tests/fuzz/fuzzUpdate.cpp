@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const bool plain = std::all_of(old.begin(), old.end(), [](unsigned char c) {
             return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z');
         });
-        if (plain && !old.empty() && old.size() < 200)
+        if (plain && !old.empty() && old.size() < 200 && old != "sub")
             name = old;
     }
     fuzz::extract(archive, folder.path() + "/before");
