@@ -171,6 +171,11 @@ QVariant ArchiveTree::data(const QModelIndex &index, int role) const {
     }
 }
 
+QVariant ArchiveTree::headerData(int section, Qt::Orientation orientation, int role) const {
+    const bool named = role == Qt::DisplayRole && orientation == Qt::Horizontal && section == 0;
+    return named ? QVariant(QStringLiteral("Name")) : QVariant();
+}
+
 int ArchiveTree::NodeAfter(int node) const {
     const int folder = m_nodes.HasChildren(node) ? node : m_nodes.Parent(node);
     const auto place = static_cast<std::size_t>(m_nodes.at(folder).row);

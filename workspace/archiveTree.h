@@ -78,6 +78,8 @@ class ArchiveTree : public QAbstractItemModel {
     int columnCount(const QModelIndex &parent = {}) const override;
     bool hasChildren(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
+    // What a screen reader calls the one column; no header is shown.
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
   private:
     void Arrange(void (*idle)());

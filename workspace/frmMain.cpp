@@ -7,6 +7,7 @@
 #include "workspace/controls.h"
 #include "workspace/version.h"
 
+#include <QAbstractItemView>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QKeyEvent>
@@ -91,6 +92,7 @@ void frmMain::PlaceControls() {
     }
     Label1->setBuddy(drpVL2File);
     drpVL2File->setAccessibleName(Label1->text());
+    drpVL2File->view()->setAccessibleName(Label1->text());
     Label2->setBuddy(treArchive);
     treArchive->setAccessibleName(Label2->text());
     ProgressBar->setAccessibleName("Progress");

@@ -8,6 +8,7 @@
 #include "workspace/archiveTree.h"
 
 #include <QPushButton>
+#include <QScopeGuard>
 
 #include <exception>
 
@@ -54,7 +55,10 @@ QString commandLine(const QString &program, const QString &file) {
     return program + u' ' + file;
 }
 
-void start(const QString &line) {
+// Looking for the desktop's editor takes seconds where the desktop does not answer.
+void start(QWidget *window, const QString &line) {
+    platform::setMousePointer(window, 11);
+    const auto giveBack = qScopeGuard([window] { platform::setMousePointer(window, 0); });
     platform::Shell(line, platform::kShowNormal);
 }
 
@@ -111,7 +115,7 @@ void frmMain::EditNode(int node, const QString &textEditor) {
             ShowSettings();
         return;
     }
-    start(isText ? textEditor + file : commandLine(program, file));
+    start(this, isText ? textEditor + file : commandLine(program, file));
 }
 
 void frmMain::cmdSettings_Click() {

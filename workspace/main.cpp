@@ -1,3 +1,4 @@
+#include "workspace/accessibleWindow.h"
 #include "workspace/frmSplash.h"
 
 #include <QApplication>
@@ -8,6 +9,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName("Orvel");
     QApplication::setDesktopFileName("org.orvel.Orvel");
     QApplication::setWindowIcon(QIcon(":/assets/orvel.png"));
+    InstallAccessibleWindows();
 
     // Destroys itself when it has opened the main window.
     auto *splash = new frmSplash; // NOLINT(cppcoreguidelines-owning-memory)

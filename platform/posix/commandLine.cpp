@@ -179,10 +179,10 @@ bool isOneFile(const QString &text, const QString &firstWord) {
 }
 
 QByteArray passed(const QString &word, bool toWindowsProgram) {
-    QByteArray path = meantPath(word);
+    const QByteArray path = meantPath(word);
     if (path.isEmpty())
         return toNarrow(word);
-    return toWindowsProgram ? "Z:" + path.replace('/', '\\') : path;
+    return toWindowsProgram ? windowsPath(path) : path;
 }
 
 } // namespace

@@ -16,7 +16,7 @@ target_sources(orvel_platform PRIVATE
 # Where the package's data and private libraries lie, seen from its programs: an installation can
 # be moved as a whole.
 file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)
-file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel)
+file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel/modules)
 set_property(SOURCE posix/folders.cpp APPEND PROPERTY
   COMPILE_DEFINITIONS ORVEL_DATA_FROM_BIN="${data}")
 set_property(SOURCE posix/library.cpp APPEND PROPERTY

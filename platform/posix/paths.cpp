@@ -88,7 +88,39 @@ QByteArray resolve(const Steps &steps) {
     return folder;
 }
 
+QByteArray withBackslashes(QByteArray path) {
+    return path.replace('/', '\\');
+}
+
+// The path without links as far as it is stored.
+QByteArray realAsFarAsStored(const QByteArray &path) {
+    const QByteArray real = realPath(path);
+    const qsizetype slash = path.lastIndexOf('/');
+    if (!real.isEmpty() || slash <= 0)
+        return real.isEmpty() ? path : real;
+    return withSlash(realAsFarAsStored(path.first(slash))) + path.sliced(slash + 1);
+}
+
 } // namespace
+
+QByteArray windowsPath(const QByteArray &path) {
+    const QByteArray devices = winePrefix() + "/dosdevices/";
+    // Wine makes Z: together with the prefix.
+    if (!isStored(devices) || realPath(devices + "z:") == "/")
+        return "Z:" + withBackslashes(path);
+    QByteArray best = R"(\\?\unix)" + withBackslashes(path);
+    qsizetype nearest = 0;
+    const QByteArray real = realAsFarAsStored(path);
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
+        const QByteArray target = realPath(devices + letter + ':');
+        if (target.size() <= nearest || !real.startsWith(withSlash(target)))
+            continue;
+        nearest = target.size();
+        best = QByteArray(1, static_cast<char>(letter - 'a' + 'A')) + ":\\" +
+               withBackslashes(real.sliced(withSlash(target).size()));
+    }
+    return best;
+}
 
 QByteArray realPath(const QByteArray &path) {
     std::array<char, PATH_MAX> buffer; // NOLINT(*-member-init): the call below fills it

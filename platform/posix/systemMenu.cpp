@@ -5,7 +5,8 @@
 namespace platform {
 
 // The window manager draws the menu and the close button; a program can only ask it, before the
-// window is shown, to leave Close out. What it still offers, the window has to ignore.
+// window is shown, to leave Close out. Some, openbox among them, draw the button whatever they are
+// asked; what is still offered, the window has to ignore.
 void trimSystemMenu(QWidget *window) {
     const bool visible = window->isVisible();
     Qt::WindowFlags flags = window->windowFlags();

@@ -9,11 +9,13 @@ packages_of() {
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
             xdg-utils strace
         ;;
-    display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core ;;
+    display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
+            python3-gi gir1.2-atspi-2.0 ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     windows)
         echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev wine wine64
         ;;
+    wine) echo wine wine64 gcc-mingw-w64-x86-64 ;;
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     memcheck) echo valgrind ;;

@@ -140,6 +140,7 @@ TEST_F(EditFile, AsksForAFileWhereNoneIsSelectedOrTheProgramDoesNotStart) {
     click("cmdEditFile");
     EXPECT_EQ(boxes(), kSelectPrompt);
     EXPECT_TRUE(window->form().isEnabled());
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
 TEST_F(EditFile, PassesOverFoldersWithoutAWord) {

@@ -148,6 +148,7 @@ TEST_F(CommandLineTest, AWindowsProgramGetsItsFilesOnDriveZ) {
     makeFile("work/sky one.png");
     makeFolders("prefix/dosdevices");
     ASSERT_EQ(::symlink("../drive_c", bytesAt("prefix/dosdevices/c:").constData()), 0);
+    ASSERT_EQ(::symlink("/", bytesAt("prefix/dosdevices/z:").constData()), 0);
     const ScopedVariable prefix("WINEPREFIX", bytesAt("prefix"));
     const platform::Command command = parseCommandLine(expanded(
         "\"C:\\Program Files\\Photoshop 6.0\\PHOTOSHP.EXE\" /open \"@/work\\sky one.png\""));
@@ -155,6 +156,39 @@ TEST_F(CommandLineTest, AWindowsProgramGetsItsFilesOnDriveZ) {
     EXPECT_EQ(command.program, bytesAt("prefix/drive_c/Program Files/Photoshop 6.0/Photoshp.exe"));
     EXPECT_EQ(command.arguments,
               (QList<QByteArray>{"/open", "Z:" + bytesAt("work/sky one.png").replace('/', '\\')}));
+}
+
+TEST_F(CommandLineTest, WhereZLeadsElsewhereAFileIsGivenOnADriveThatReachesIt) {
+    makeWindowsProgram("prefix/drive_c/edit.exe");
+    makeFile("prefix/drive_c/game/a.cs");
+    makeFile("work/sky one.png");
+    makeFolders("prefix/dosdevices");
+    ASSERT_EQ(::symlink("work", bytesAt("link").constData()), 0);
+    const ScopedVariable prefix("WINEPREFIX", bytesAt("prefix"));
+    const auto drive = [&](const QByteArray &letter, const QByteArray &target) {
+        const QByteArray link = bytesAt("prefix/dosdevices/" + letter + ':');
+        ::unlink(link.constData());
+        ASSERT_EQ(::symlink(target.constData(), link.constData()), 0);
+    };
+    const auto given = [&](const QByteArray &path) {
+        const QString line = expanded("\"C:\\edit.exe\" @/" + path);
+        return parseCommandLine(line).arguments.value(0);
+    };
+    drive("c", "../drive_c");
+    drive("z", bytesAt("nowhere"));
+    const QByteArray unreached = "\\\\?\\unix" + bytesAt("work/sky one.png").replace('/', '\\');
+    EXPECT_EQ(given("work/sky one.png"), unreached);
+    EXPECT_EQ(given("prefix/drive_c/game/a.cs"), "C:\\game\\a.cs");
+    EXPECT_EQ(given("prefix/drive_c/game/new/b.cs"), "C:\\game\\new\\b.cs");
+    drive("h", "../..");
+    drive("w", bytesAt("work"));
+    drive("y", bytesAt("wor"));
+    EXPECT_EQ(given("work/sky one.png"), "W:\\sky one.png");
+    EXPECT_EQ(given("link/sky one.png"), "W:\\sky one.png");
+    drive("w", bytesAt("prefix"));
+    EXPECT_EQ(given("work/sky one.png"), "H:\\work\\sky one.png");
+    drive("z", "/");
+    EXPECT_EQ(given("link/sky one.png"), "Z:" + bytesAt("link/sky one.png").replace('/', '\\'));
 }
 
 TEST_F(CommandLineTest, OnlyARealHeaderMakesAWindowsProgram) {

@@ -65,6 +65,8 @@ TEST_F(LauncherTest, VisualIsTakenIfItNamesAProgramWithAWindow) {
     ASSERT_EQ(::symlink("vim.gtk3", bytesAt("bin/gvim").constData()), 0);
     ASSERT_EQ(::symlink("emacs-nox", bytesAt("bin/emacs").constData()), 0);
     makeExecutable("bin/linked", "#!" + bytesAt("bin/code") + "\n# needs libX11.so.6\n");
+    makeExecutable("bin/codium", "#!/no/such/interpreter -f\n# needs libX11.so.6\n");
+    makeExecutable("bin/atom", "#!/bin/env\tnothing-there\n# needs libX11.so.6\n");
     makeEntry("shared/applications/listed.desktop", "Exec=listed --new %f");
     makeEntry("shared/applications/other.desktop", "Exec=listed-terminal %f\nTerminal=true");
     struct Row {
@@ -89,6 +91,8 @@ TEST_F(LauncherTest, VisualIsTakenIfItNamesAProgramWithAWindow) {
              Row{"unknown", {"mousepad", path}},
              Row{"listed-terminal", {"mousepad", path}},
              Row{"missing", {"mousepad", path}},
+             Row{"codium", {"mousepad", path}}, // scripts that cannot run
+             Row{"atom", {"mousepad", path}},
              Row{"exit 0", {"mousepad", path}},
              Row{"$(touch x); *", {"mousepad", path}},
          }) {
