@@ -11,6 +11,7 @@ packages_of() {
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
             python3-gi gir1.2-atspi-2.0 ;;
+    bench) echo ziptool ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     windows)
         echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev wine wine64
