@@ -165,6 +165,7 @@ void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
         auto *box = place(new QLineEdit(frame), row.box,
                           platform::rectFromTwips(120, row.top + 240, 4395, 315), name);
         label->setBuddy(box);
+        box->setAccessibleDescription("Path of a program"); // else its tool tip, with the markup
         // Most paths are wider than their box.
         connect(box, &QLineEdit::textChanged, box,
                 [box](const QString &path) { box->setToolTip(plainTip(path)); });

@@ -1,7 +1,7 @@
 # Packages, made by `cpack` in a build folder: a .deb for Debian and its like, a .tar.gz for others.
 set(CPACK_PACKAGE_NAME orvel)
 set(CPACK_PACKAGE_VENDOR "The Orvel developers")
-set(CPACK_PACKAGE_CONTACT "The Orvel developers <developers@orvel.example>")
+set(CPACK_PACKAGE_CONTACT "The Orvel developers <${ORVEL_CONTACT}>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "editor for the content archives of the game Tribes 2")
 set(CPACK_PACKAGE_DESCRIPTION
   "Orvel opens the archives in which the game Tribes 2 keeps its scripts,\n\
@@ -14,6 +14,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR DEB TGZ)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${ORVEL_SITE})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Opening a folder asks the desktop's own opener.

@@ -67,7 +67,7 @@ void StatusLabel::SetText(const QString &text) {
     setAccessibleName(text);
     const bool fits = fontMetrics().horizontalAdvance(text) <= width();
     setToolTip(fits ? QString() : PlainTip(text));
-    setAccessibleDescription({});
+    setAccessibleDescription(fits ? QString() : text); // else the tool tip, with its markup
 }
 
 void StatusLabel::paintEvent(QPaintEvent *) {

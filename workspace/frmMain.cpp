@@ -98,6 +98,8 @@ void frmMain::PlaceControls() {
     ProgressBar->setAccessibleName("Progress");
     ProgressBar->setTextVisible(false);
     ProgressBar->hide();
+    lstArchive->setAccessibleName("Entries");
+    filVL2->setAccessibleName("Archives");
     lstArchive->hide();
     filVL2->hide();
     platform::fitCaptions(this);

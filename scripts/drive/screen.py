@@ -126,6 +126,10 @@ class Screen:
             ["xdotool", "type", "--delay", "25", text], env=self.environment, check=True
         )
 
+    def pointer(self):
+        """Where the mouse pointer is."""
+        return self._ask("xdotool", "getmouselocation").split(" window")[0]
+
     def grab(self):
         """All that the screen shows, as bytes that can be compared."""
         command = ["import", "-silent", "-window", "root", "ppm:-"]

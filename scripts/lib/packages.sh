@@ -16,7 +16,7 @@ packages_of() {
     windows)
         echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev wine wine64
         ;;
-    wine) echo wine wine64 gcc-mingw-w64-x86-64 ;;
+    wine) echo wine wine64 gcc-mingw-w64-x86-64-posix ;;
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     memcheck) echo valgrind ;;

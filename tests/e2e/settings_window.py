@@ -1,10 +1,8 @@
-"""Chooses programs in the settings window by keyboard and mouse, on a real X server, and edits with
-them.
+"""Chooses programs in the settings window by keyboard alone, on a real X server, and edits with them.
 
 usage: settings_window.py PROGRAMS FOLDER
 """
 
-import subprocess
 import sys
 from pathlib import Path
 
@@ -17,16 +15,6 @@ from screen import Screen  # noqa: E402
 from tour import FILE, PICTURE, SCRIPT, SHOWN  # noqa: E402
 
 VALUES = ("PNG", "JPG", "GIF", "BMP", "Text", "WAV", "MP3", "AVI", "MPG")
-
-# Middles of controls in the settings window, in pixels.
-TEXT_BROWSE = (332 + 220 + 40, 8 + 68 + 12)
-OK = (380 + 40, 272 + 12)
-
-
-def click(screen, window, where):
-    x, y = where
-    command = ["xdotool", "mousemove", "--sync", "--window", window, str(x), str(y), "click", "1"]
-    subprocess.run(command, env=screen.environment, check=True)
 
 
 def choose(screen, title, program):
@@ -59,10 +47,10 @@ def set_programs(screen, job):
     check_it_stays(screen, window, job.window)
     screen.key("alt+p", "Tab", "space")
     choose(screen, r"^PNG Editor\.\.\.$", job.sandbox.editor)
-    click(screen, window, TEXT_BROWSE)
+    screen.key("alt+t", "Tab", "space")
     choose(screen, r"^Text Editor\.\.\.$", job.sandbox.editor)
     job.picture("chosen", window)
-    click(screen, window, OK)
+    screen.key("alt+o")
     screen.wait("the end of the settings", lambda: not screen.find(SETTINGS))
     screen.window(MAIN)
     stored = {value: job.sandbox.get(OWN_KEY + r"\Programs", value) for value in VALUES}

@@ -84,8 +84,9 @@ int main(int argc, char **argv) {
         }
         const auto *label = window.findChild<QLabel *>(QStringLiteral("lblStatus"));
         say("status", label->text());
-        if (!label->accessibleDescription().isEmpty())
-            say("note", label->accessibleDescription());
+        const QString note = label->accessibleDescription();
+        if (!note.isEmpty() && note != label->text())
+            say("note", note);
     }
     return 0;
 }

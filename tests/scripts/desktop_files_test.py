@@ -1,7 +1,11 @@
-"""The desktop's own tools accept the files by which it knows the program."""
+"""The desktop's own tools accept the files by which it knows the program.
+
+usage: desktop_files_test.py PACKAGING   (the build's folder)
+"""
 
 import configparser
 import subprocess
+import sys
 import tempfile
 import unittest
 import xml.etree.ElementTree as xml
@@ -9,6 +13,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 PACKAGING = ROOT / "packaging"
+BUILT = Path(sys.argv[1])
 ID = "org.orvel.Orvel"
 
 
@@ -24,14 +29,22 @@ class DesktopFiles(unittest.TestCase):
         self.assertEqual((answer.returncode, answer.stdout), (0, ""))
 
     def test_the_store_entry_is_valid(self):
-        answer = run("appstreamcli", "validate", "--no-net", PACKAGING / f"{ID}.metainfo.xml")
+        answer = run("appstreamcli", "validate", "--no-net", BUILT / f"{ID}.metainfo.xml")
         self.assertEqual(answer.returncode, 0, answer.stdout)
+
+    def test_the_store_entry_shows_pictures_that_are_there(self):
+        store = xml.parse(BUILT / f"{ID}.metainfo.xml")
+        site = store.findtext("url[@type='homepage']")
+        pictures = [image.text for image in store.iter("image")]
+        self.assertTrue(pictures)
+        for picture in pictures:
+            self.assertTrue((ROOT / picture.removeprefix(site + "/")).is_file(), picture)
 
     def test_the_names_agree(self):
         entry = configparser.ConfigParser(interpolation=None)
         entry.read(PACKAGING / f"{ID}.desktop")
         self.assertEqual(entry["Desktop Entry"]["Icon"], ID)
-        store = xml.parse(PACKAGING / f"{ID}.metainfo.xml")
+        store = xml.parse(BUILT / f"{ID}.metainfo.xml")
         self.assertEqual(store.findtext("id"), ID)
         self.assertEqual(store.findtext("launchable"), f"{ID}.desktop")
         version = store.find("releases/release").get("version")
@@ -51,4 +64,4 @@ class DesktopFiles(unittest.TestCase):
         self.assertIn("application/x-vl2:*.vl2", patterns)
 
 
-unittest.main()
+unittest.main(argv=sys.argv[:1])
