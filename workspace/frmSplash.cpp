@@ -20,25 +20,22 @@ constexpr int kClientWidth = 5970; // twips
 constexpr int kClientHeight = 3720;
 constexpr QSize kPictureSize(400, 250); // pixels
 
-// Loads the main window; null where it cannot be, with the reason in `failure`.
-std::unique_ptr<frmMain> loadMainWindow(QString &failure) {
-    auto window = std::make_unique<frmMain>();
+// Loads the main window. False where it cannot be, with the reason in `failure`.
+bool load(frmMain &window, QString &failure) {
     try {
-        window->Load();
-        return window;
+        window.Load();
+        return true;
     } catch (const platform::RuntimeError &error) {
         failure = error.description();
     } catch (const std::exception &error) {
         failure = QString::fromLocal8Bit(error.what());
     }
-    return nullptr;
+    return false;
 }
 
 } // namespace
 
-frmSplash::frmSplash()
-    : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWindowHint),
-      m_picture(devicePixelRatioF() > 1 ? ":/assets/splash@2x.jpg" : ":/assets/splash.jpg") {
+frmSplash::frmSplash() : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWindowHint) {
     setObjectName("frmSplash");
     setAttribute(Qt::WA_QuitOnClose, false);
     setAccessibleName("Orvel");
@@ -49,6 +46,8 @@ frmSplash::frmSplash()
     tmrSplash.setTimerType(Qt::PreciseTimer); // a coarse one may tick 40 ms early
     connect(&tmrSplash, &QTimer::timeout, this, &frmSplash::tmrSplash_Timer);
 }
+
+frmSplash::~frmSplash() = default;
 
 bool frmSplash::Load() {
     tmrSplash.start();
@@ -68,21 +67,36 @@ bool frmSplash::Load() {
 
 void frmSplash::tmrSplash_Timer() {
     tmrSplash.stop();
+    PrepareMainWindow();
     QString failure;
-    std::unique_ptr<frmMain> window = loadMainWindow(failure);
+    const bool loaded = load(*m_main, failure);
     hide();
     deleteLater();
-    if (window == nullptr) {
+    if (!loaded) {
         platform::MsgBox(failure, platform::kCritical, "Orvel");
         QCoreApplication::exit(1);
         return;
     }
-    window->setAttribute(Qt::WA_DeleteOnClose);
-    window.release()->show();
+    m_main->setAttribute(Qt::WA_DeleteOnClose);
+    m_main.release()->show();
 }
 
+void frmSplash::PrepareMainWindow() {
+    if (m_main != nullptr)
+        return;
+    m_main = std::make_unique<frmMain>();
+    m_main->ensurePolished();
+    m_main->winId(); // the system's window, not shown yet
+}
+
+// What takes time waits until the splash stands: nobody waits for it then.
 void frmSplash::paintEvent(QPaintEvent *) {
+    if (m_picture.isNull()) {
+        m_picture.load(devicePixelRatioF() > 1 ? ":/assets/splash@2x.jpg" : ":/assets/splash.jpg");
+        QTimer::singleShot(0, this, &frmSplash::PrepareMainWindow);
+    }
     QPainter painter(this);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // at scales between 1 and 2
     QRect target({}, kPictureSize);
     target.moveCenter(rect().center());
     painter.drawPixmap(target, m_picture);

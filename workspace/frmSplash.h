@@ -4,11 +4,16 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <memory>
+
+class frmMain;
+
 // The splash window: checks that the game is installed, and opens the main window when its one
 // timer ticks.
 class frmSplash : public QWidget {
   public:
     frmSplash();
+    ~frmSplash() override;
 
     // The load step. False where the game is not installed: the user has been told, and the
     // program must end.
@@ -20,7 +25,10 @@ class frmSplash : public QWidget {
 
   private:
     void tmrSplash_Timer();
+    // Makes the main window's controls, where that has not been done.
+    void PrepareMainWindow();
 
     QPixmap m_picture;
     QTimer tmrSplash;
+    std::unique_ptr<frmMain> m_main; // until it is shown
 };

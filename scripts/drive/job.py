@@ -49,7 +49,7 @@ class Job:
 
     def see_splash(self):
         self.start()
-        size = (398 * self.scale, 248 * self.scale)
+        size = (round(398 * self.scale), round(248 * self.scale))
 
         def splash():
             windows = self.screen.windows_of(self.process.pid)

@@ -13,6 +13,16 @@ GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
 OWN_KEY = r"SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel"
 
 
+# Colours as a desktop keeps them for its programs: what they are for, ground, text.
+DARK = {
+    "Window": ("42,46,50", "252,252,252"),
+    "View": ("27,30,32", "252,252,252"),
+    "Button": ("49,54,59", "252,252,252"),
+    "Selection": ("61,174,233", "252,252,252"),
+    "Tooltip": ("49,54,59", "252,252,252"),
+}
+
+
 class Sandbox:
     """Everything that Orvel reads and writes, below one folder. `programs` holds its programs."""
 
@@ -54,6 +64,19 @@ class Sandbox:
     def use_stand_in_editor(self):
         for kind in ("Text", "PNG"):
             self.set(OWN_KEY + r"\Programs", kind, self.editor)
+
+    def use_dark_colours(self):
+        """Makes the desktop one whose windows are dark."""
+        groups = [
+            f"[Colors:{name}]\nBackgroundNormal={ground}\nForegroundNormal={text}\n"
+            for name, (ground, text) in DARK.items()
+        ]
+        settings = Path(self.environment["XDG_CONFIG_HOME"]) / "kdeglobals"
+        settings.parent.mkdir(exist_ok=True)
+        settings.write_text("\n".join(groups))
+        self.environment.update(
+            {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5"}
+        )
 
     def work_folders(self):
         """The folder above every work folder, as the program has set it."""

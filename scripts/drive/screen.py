@@ -13,17 +13,17 @@ class Missed(Exception):
 
 
 class Screen:
-    """An X server of its own with openbox, from `with` to the end of its block.
+    """An X server of its own with a window manager, from `with` to the end of its block.
 
     `environment` is what programs started there get; `pictures` is where pictures go.
     """
 
-    def __init__(self, environment, pictures, size="1024x768"):
+    def __init__(self, environment, pictures, size="1024x768", manager="openbox"):
         self.environment = dict(environment)
         self.environment.pop("WAYLAND_DISPLAY", None)
         self.environment["QT_QPA_PLATFORM"] = "xcb"
         self.pictures = Path(pictures)
-        self.size = size
+        self.size, self.manager = size, manager
         self.processes = []
 
     def __enter__(self):
@@ -37,7 +37,9 @@ class Screen:
                 self.__exit__()
                 raise Missed("the virtual screen did not start")
         self.environment["DISPLAY"] = ":" + number.strip()
-        self._start(["openbox", "--sm-disable"])
+        if self.manager is None:
+            return self
+        self._start([self.manager, "--sm-disable"])
         try:
             self.wait("the window manager", self._has_window_manager)
         except Missed:

@@ -1,6 +1,6 @@
 """The tour: the whole job in the real windows, a picture of each step, and what the archive holds.
 
-usage: tour.py PROGRAMS PICTURES [--scale N] [--sandbox FOLDER]
+usage: tour.py PROGRAMS PICTURES [--scale N] [--dark] [--sandbox FOLDER]
   PROGRAMS  the folder that holds orvel and orvel-reg
   PICTURES  the folder for the pictures
 """
@@ -69,19 +69,22 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("programs", type=Path)
     parser.add_argument("pictures", type=Path)
-    parser.add_argument("--scale", type=int, default=1)
+    parser.add_argument("--scale", type=float, default=1)
+    parser.add_argument("--dark", action="store_true", help="in a desktop's dark colours")
     parser.add_argument("--sandbox", type=Path, help="where settings and the sample game go")
     options = parser.parse_args()
     pictures = options.pictures.resolve()
     sandbox = Sandbox(options.sandbox or pictures / "sandbox", options.programs)
-    size = f"{800 * options.scale}x{640 * options.scale}"
+    if options.dark:
+        sandbox.use_dark_colours()
+    size = f"{round(800 * options.scale)}x{round(640 * options.scale)}"
     try:
         with Screen(sandbox.environment, pictures, size) as screen:
             found = whole_job(screen, sandbox, options.scale)
     except (Missed, AssertionError) as failure:
         print(f"The tour failed: {failure}", file=sys.stderr)
         return 1
-    print(f"Verified in {FILE}, saved by the real windows at scale {options.scale}:")
+    print(f"Verified in {FILE}, saved by the real windows at scale {options.scale:g}:")
     for sentence in found:
         print(f"  - {sentence}")
     return 0

@@ -152,7 +152,7 @@ TEST_F(SettingsWindow, TellsItsControlsApartByWords) {
                               "BMP Image Editor", "Text Editor",       "Sound Editor",
                               "Video Editor"};
     for (std::size_t i = 0; i < std::size(kRows); ++i) {
-        EXPECT_EQ(said(kRows[i].box), captions[i] + QStringLiteral("|"));
+        EXPECT_EQ(said(kRows[i].box), captions[i] + QStringLiteral("|Path of a program"));
         EXPECT_EQ(said(kRows[i].button), QStringLiteral("Browse...|") + captions[i]);
     }
     EXPECT_EQ(said("cmdSaveSettings"), QStringLiteral("OK|"));

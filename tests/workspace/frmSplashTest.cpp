@@ -17,7 +17,8 @@ namespace {
 frmMain *mainWindow() {
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (QWidget *window : windows) {
-        if (auto *main = dynamic_cast<frmMain *>(window))
+        auto *main = dynamic_cast<frmMain *>(window);
+        if (main != nullptr && main->isVisible())
             return main;
     }
     return nullptr;

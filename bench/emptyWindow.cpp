@@ -1,0 +1,12 @@
+// The least that a program with a window of Orvel's size can be: what start-up is measured against.
+#include <QApplication>
+#include <QWidget>
+
+int main(int argc, char **argv) {
+    QApplication program(argc, argv);
+    QWidget window;
+    window.setWindowTitle("Empty");
+    window.setFixedSize(265, 473);
+    window.show();
+    return QApplication::exec();
+}
