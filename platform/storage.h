@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -52,6 +53,8 @@ class InputFile {
 
     // Opens a file, links followed. WrongKind for all but ordinary files; never waits.
     Status open(const std::string &path);
+    // The same; tells what is known of the file as it was opened.
+    Status open(const std::string &path, FileInfo &info);
     bool isOpen() const { return m_handle != -1; }
     void close();
 
@@ -193,6 +196,12 @@ std::string utf8FromNarrow(std::string_view text);
 bool linesEndInCrLf();
 // True where names that differ in case only are one name on this system.
 bool namesIgnoreCase();
+// Notices that the time zone was changed, which costs a look at the disk: once for each call of a
+// library.
+void noticeTimeZone();
+// The local calendar time of an instant in seconds since 1970, UTC. False where there is none.
+// May be called from several threads.
+bool localTime(std::int64_t seconds, std::tm &parts);
 // Threads that can run at the same time.
 unsigned processorCount();
 

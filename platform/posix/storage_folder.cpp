@@ -95,8 +95,9 @@ Status Folder::openFile(const std::string &name, InputFile &file, Links links) c
     file.close();
     file.m_path = pathOf(name);
     int descriptor = -1;
+    FileInfo info;
     Status status = openInputAt(static_cast<int>(m_handle), name, file.m_path,
-                                links == Links::Follow, descriptor);
+                                links == Links::Follow, descriptor, info);
     file.m_handle = descriptor;
     return status;
 }

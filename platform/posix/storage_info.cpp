@@ -47,7 +47,7 @@ FileInfo fileInfo(const struct stat &st) {
 }
 
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
-                   int &descriptor) {
+                   int &descriptor, FileInfo &info) {
     const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW);
     descriptor = openat(folder, name.c_str(), flags);
     if (descriptor < 0) {
@@ -59,6 +59,7 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
         descriptor = -1;
         return {Failure::WrongKind, "cannot open " + shown + ": not an ordinary file", shown};
     }
+    info = fileInfo(st);
     return {};
 }
 

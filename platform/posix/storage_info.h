@@ -10,7 +10,7 @@ FileInfo fileInfo(const struct stat &st);
 
 // Opens an ordinary file below a folder's descriptor; `shown` is its path for messages.
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
-                   int &descriptor);
+                   int &descriptor, FileInfo &info);
 
 // Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
 std::uint8_t readDosBits(int descriptor);

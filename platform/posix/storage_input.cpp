@@ -25,9 +25,14 @@ InputFile &InputFile::operator=(InputFile &&other) noexcept {
 }
 
 Status InputFile::open(const std::string &path) {
+    FileInfo info;
+    return open(path, info);
+}
+
+Status InputFile::open(const std::string &path, FileInfo &info) {
     close();
     int descriptor = -1;
-    Status status = openInputAt(AT_FDCWD, path, path, true, descriptor);
+    Status status = openInputAt(AT_FDCWD, path, path, true, descriptor, info);
     m_handle = descriptor;
     m_path = path;
     return status;

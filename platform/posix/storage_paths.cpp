@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <sched.h>
 #include <sys/stat.h>
@@ -90,6 +91,15 @@ bool linesEndInCrLf() {
 
 bool namesIgnoreCase() {
     return false;
+}
+
+void noticeTimeZone() {
+    tzset();
+}
+
+bool localTime(std::int64_t seconds, std::tm &parts) {
+    const auto instant = static_cast<std::time_t>(seconds);
+    return localtime_r(&instant, &parts) != nullptr;
 }
 
 unsigned processorCount() {

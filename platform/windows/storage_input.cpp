@@ -81,6 +81,11 @@ InputFile &InputFile::operator=(InputFile &&other) noexcept {
     return *this;
 }
 
+Status InputFile::open(const std::string &path, FileInfo &info) {
+    Status status = open(path);
+    return status.ok() ? this->info(info) : status;
+}
+
 Status InputFile::open(const std::string &path) {
     close();
     m_path = path;

@@ -1,5 +1,7 @@
 #include "ziplib/container/dostime.h"
 
+#include "platform/storage.h"
+
 #include <algorithm>
 #include <ctime>
 
@@ -8,17 +10,6 @@ namespace ziplib {
 namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
-
-// The local calendar time of an instant. The reentrant functions differ between systems; this one
-// caller at a time is enough for both, as each library works on one call at a time.
-bool localTime(std::time_t instant, std::tm &out) {
-    const std::tm *found = std::localtime(&instant);
-    if (found == nullptr) {
-        return false;
-    }
-    out = *found;
-    return true;
-}
 
 } // namespace
 
@@ -52,7 +43,7 @@ std::uint32_t toDosFields(std::int64_t nanoseconds) {
     std::int64_t seconds = nanoseconds / second + (nanoseconds % second > 0 ? 1 : 0);
     seconds += seconds & 1;
     std::tm parts{};
-    if (!localTime(static_cast<std::time_t>(seconds), parts) || parts.tm_year < 80) {
+    if (!platform::localTime(seconds, parts) || parts.tm_year < 80) {
         return earliest;
     }
     if (parts.tm_year > 207) {

@@ -4,16 +4,11 @@
 
 namespace ziplib {
 
-Outcome readDirectory(const Target &target, Report &report, Directory &directory) {
+Outcome readDirectory(const Target &target, Directory &directory) {
     if (!target.exists()) {
         return {};
     }
-    const auto keepGoing = [&] {
-        report.idle();
-        return true;
-    };
-    if (auto read = failure(directory.read(target.old(), keepGoing), Code::CannotOpen);
-        !read.ok()) {
+    if (auto read = failure(directory.read(target.old()), Code::CannotOpen); !read.ok()) {
         return read;
     }
     return failure(directory.damage(), Code::Damaged);

@@ -8,7 +8,7 @@ namespace ziplib {
 
 // Reads the directory of a target that was opened. None where the archive does not exist; fails
 // where it is damaged, since what cannot be seen cannot be kept.
-Outcome readDirectory(const Target &target, Report &report, Directory &directory);
+Outcome readDirectory(const Target &target, Directory &directory);
 
 // Puts a new archive that was written in the old one's place. `last` is called when it is durable,
 // right before that: false means to begin again, as does another program that was at the archive in

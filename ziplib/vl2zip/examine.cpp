@@ -1,5 +1,6 @@
 #include "ziplib/vl2zip/examine.h"
 
+#include "ziplib/container/dostime.h"
 #include "ziplib/container/local.h"
 #include "ziplib/vl2zip/entryreader.h"
 
@@ -9,8 +10,28 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::size_t kPiece = 256U << 10U;
+constexpr std::size_t kPiece = 128U << 10U;
+constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::uint8_t kHiddenOrSystem = platform::attributeHidden | platform::attributeSystem;
+
+bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modified) {
+    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (toDosFields(modified) == fields) {
+        return true;
+    }
+    const std::int64_t stored = directory.modified(entry);
+    return stored == modified || (stored % kSecond == 0 && stored / kSecond == modified / kSecond);
+}
+
+void judgeTimes(const PackOptions &options, const Directory &directory, std::int64_t modified,
+                Task &task) {
+    const Entry &entry = directory.entries()[task.entry];
+    task.timeTells = sameTime(directory, entry, modified);
+    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (options.newerOnly && (task.timeTells || toDosFields(modified) <= fields)) {
+        task.verdict = Task::Verdict::NotNewer;
+    }
+}
 
 // Reads the file once; `same` tells whether its size and CRC are the entry's.
 Outcome compareCrc(SourceFile &file, const Entry &entry, bool &same) {
@@ -74,7 +95,7 @@ LineEnds lineEndsOf(const PackOptions &options) {
 }
 
 void examine(const Examination &examination, FoundFile &found, Task &task) {
-    if (task.folder || task.verdict != Task::Verdict::Pack) {
+    if (task.folder) {
         return;
     }
     const PackOptions &options = examination.options;
@@ -83,22 +104,33 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
     // Who asks for encryption wants it for this file, too, whatever its entry holds.
     const bool comparable = task.entry != kNoEntry && !options.encrypt;
     task.outcome = readWhole(file, [&]() -> Outcome {
-        task.attributes = file.attributes();
-        if (comparable) {
-            return compare(examination, file, task, same);
+        const platform::FileInfo &seen = file.version();
+        task.verdict = Task::Verdict::Pack;
+        if (examination.archiveInfo != nullptr && sameFile(seen, *examination.archiveInfo)) {
+            task.verdict = Task::Verdict::Archive;
+        } else if (task.entry != kNoEntry) {
+            judgeTimes(options, examination.directory, seen.modified, task);
         }
-        file.skip();
-        return {};
+        if (task.verdict != Task::Verdict::Pack || !comparable) {
+            file.skip();
+            return {};
+        }
+        return compare(examination, file, task, same);
     });
     if (!task.outcome.ok()) {
         return;
     }
     found.info = file.version();
-    if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo) {
-        const bool changed = comparable && !same;
-        task.verdict = changed ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
-    } else if (same) {
+    found.known = true;
+    if (task.verdict != Task::Verdict::Pack) {
+        return;
+    }
+    // What the archive holds already stays there, hidden or not.
+    task.attributes = same ? 0 : file.attributes();
+    if (same) {
         task.verdict = Task::Verdict::Same;
+    } else if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo) {
+        task.verdict = comparable ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
     }
 }
 

@@ -11,6 +11,7 @@ namespace ziplib {
 struct Examination {
     const PackOptions &options;
     const platform::InputFile &archive;
+    const platform::FileInfo *archiveInfo; // null where there is no archive yet
     const Directory &directory;
 };
 

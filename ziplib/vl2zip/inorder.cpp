@@ -15,7 +15,7 @@ namespace {
 
 // Small items are taken by the handful, so that threads seldom meet.
 constexpr std::size_t kHandful = 64;
-constexpr std::uint64_t kHandfulBytes = 1U << 20U;
+constexpr std::uint64_t kHandfulBytes = 4U << 20U;
 constexpr std::chrono::milliseconds kIdlePeriod{20};
 
 class Crew {

@@ -1,6 +1,5 @@
 #include "ziplib/vl2zip/plan.h"
 
-#include "ziplib/container/dostime.h"
 #include "ziplib/container/names.h"
 #include "ziplib/container/utf8.h"
 #include "ziplib/vl2zip/selection.h"
@@ -16,7 +15,6 @@ namespace {
 
 // The longest name that the game's own reader takes.
 constexpr std::size_t kLongestName = 209;
-constexpr std::int64_t kSecond = 1'000'000'000;
 
 class Matcher {
   public:
@@ -105,30 +103,11 @@ Outcome checkNewName(const std::string &path) {
     return {};
 }
 
-bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modified) {
-    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
-    if (toDosFields(modified) == fields) {
-        return true;
-    }
-    const std::int64_t stored = directory.modified(entry);
-    return stored == modified || (stored % kSecond == 0 && stored / kSecond == modified / kSecond);
-}
-
-void judgeTimes(const PackOptions &options, const Directory &directory, std::int64_t modified,
-                Task &task) {
-    const Entry &entry = directory.entries()[task.entry];
-    task.timeTells = sameTime(directory, entry, modified);
-    const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
-    if (options.newerOnly && (task.timeTells || toDosFields(modified) <= fields)) {
-        task.verdict = Task::Verdict::NotNewer;
-    }
-}
-
 } // namespace
 
 Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
-                  const platform::FileInfo *archive, const Directory &directory,
-                  const std::function<void()> &idle, std::vector<Task> &tasks) {
+                  const Directory &directory, const std::function<void()> &idle,
+                  std::vector<Task> &tasks) {
     const auto storedPath = [&](const std::string &path) {
         return options.junkFolders ? std::string(lastComponent(path)) : path;
     };
@@ -142,9 +121,7 @@ Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
-        // The archive itself may lie in the folder.
-        if ((archive != nullptr && platform::sameFile(file.info, *archive)) ||
-            !selection.wantsFile(file.path)) {
+        if (!selection.wantsFile(file.path)) {
             continue;
         }
         Task task;
@@ -154,12 +131,13 @@ Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &
         if (options.junkFolders && !seen.insert(task.path).second) {
             return refuse(file.path, "without its folder another file has the same name");
         }
-        if (task.entry != kNoEntry) {
-            judgeTimes(options, directory, file.info.modified, task);
-        } else if (!options.addNew) {
-            continue;
-        } else if (auto checked = checkNewName(task.path); !checked.ok()) {
-            return checked;
+        if (task.entry == kNoEntry) {
+            if (!options.addNew) {
+                continue;
+            }
+            if (auto checked = checkNewName(task.path); !checked.ok()) {
+                return checked;
+            }
         }
         tasks.push_back(std::move(task));
     }

@@ -19,7 +19,7 @@ class Selection;
 // where a new name cannot be one that every reader understands and the game takes. `idle` is
 // called often.
 Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
-                  const platform::FileInfo *archive, const Directory &directory,
-                  const std::function<void()> &idle, std::vector<Task> &tasks);
+                  const Directory &directory, const std::function<void()> &idle,
+                  std::vector<Task> &tasks);
 
 } // namespace ziplib

@@ -14,6 +14,7 @@ using platform::Folder;
 struct Walk {
     const std::string &root;
     bool recurse;
+    Look look;
     const std::function<void()> &idle;
     Scan &scan;
     std::vector<std::string> pending; // folders still to be listed
@@ -35,6 +36,11 @@ Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::
         return {};
     }
     FoundFile found;
+    if (look == Look::Names && item.kind == Kind::File) {
+        found.path = std::move(path);
+        scan.files.push_back(std::move(found));
+        return {};
+    }
     const auto known = folder.info(item.name, found.info, Folder::Links::Follow);
     if (item.kind == Kind::Link && (!known.ok() || found.info.kind != Kind::File)) {
         scan.leftOut.push_back(path + ": a link that leads to no file is not packed");
@@ -51,6 +57,7 @@ Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::
         return {};
     }
     found.path = std::move(path);
+    found.known = true;
     scan.files.push_back(std::move(found));
     return {};
 }
@@ -102,7 +109,7 @@ std::string Scan::changedIn(const Scan &later) const {
     const auto [mine, other] =
         std::mismatch(files.begin(), files.end(), later.files.begin(), later.files.end(),
                       [](const FoundFile &a, const FoundFile &b) {
-                          return a.path == b.path && sameVersion(a.info, b.info);
+                          return a.path == b.path && (!a.known || sameVersion(a.info, b.info));
                       });
     if (mine != files.end()) {
         return mine->path;
@@ -110,10 +117,10 @@ std::string Scan::changedIn(const Scan &later) const {
     return other != later.files.end() ? other->path : std::string();
 }
 
-Outcome scanFolder(const std::string &root, bool recurse, const std::function<void()> &idle,
-                   Scan &scan) {
+Outcome scanFolder(const std::string &root, bool recurse, Look look,
+                   const std::function<void()> &idle, Scan &scan) {
     scan = {};
-    Walk walk{root, recurse, idle, scan, {std::string()}};
+    Walk walk{root, recurse, look, idle, scan, {std::string()}};
     // One folder is open at a time, however deep the tree is.
     while (!walk.pending.empty()) {
         const std::string path = std::move(walk.pending.back());

@@ -11,7 +11,8 @@
 namespace ziplib {
 
 struct FoundFile {
-    std::string path; // below the root, UTF-8, "/" between folders
+    std::string path;   // below the root, UTF-8, "/" between folders
+    bool known = false; // whether `info` is
     platform::FileInfo info;
 };
 
@@ -21,16 +22,18 @@ struct Scan {
     std::vector<std::string> leftOut;     // what cannot be packed, a line for each
     std::vector<std::string> temporaries; // what a killed extraction left
 
-    // The first file that is not the same version of itself in a later scan, or is in one of the
-    // two only; empty where there is none.
+    // The first file that is not the same version of itself in a later scan of everything (of one
+    // that is not known any will do), or is in one of the two only; empty where there is none.
     std::string changedIn(const Scan &later) const;
 };
 
 // Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files
 // count as files; links to folders are not entered; pipes and devices are not opened. Fails where
-// any folder cannot be read. `idle` is called often.
-Outcome scanFolder(const std::string &root, bool recurse, const std::function<void()> &idle,
-                   Scan &scan);
+// any folder cannot be read. Of files that are to be opened anyway the names alone will do. `idle`
+// is called often.
+enum class Look { Names, Everything };
+Outcome scanFolder(const std::string &root, bool recurse, Look look,
+                   const std::function<void()> &idle, Scan &scan);
 
 // The system's path of a file of the folder.
 std::string pathInRoot(const std::string &root, const std::string &path);

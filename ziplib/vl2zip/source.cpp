@@ -30,18 +30,18 @@ SourceFile::SourceFile(std::string path, std::string name, LineEnds lineEnds)
 
 Outcome SourceFile::open() {
     constexpr int kTries = 10;
-    if (const auto opened = m_file.open(m_path); !opened.ok()) {
+    if (const auto opened = m_file.open(m_path, m_version); !opened.ok()) {
         return failure(opened, Code::CannotOpen);
     }
     for (int i = 0; i < kTries; ++i) {
-        if (const auto known = m_file.info(m_version); !known.ok()) {
-            return failure(known, Code::CannotOpen);
-        }
         const std::int64_t age = now() - m_version.changed;
         if (age < 0 || age >= kTimeStep) {
             break;
         }
         std::this_thread::sleep_for(std::chrono::nanoseconds(kTimeStep - age));
+        if (const auto known = m_file.info(m_version); !known.ok()) {
+            return failure(known, Code::CannotOpen);
+        }
     }
     m_lineEnds = LineEnds::Keep;
     if (m_wanted == LineEnds::Keep) {

@@ -17,6 +17,9 @@ namespace {
 
 // How often a save begins again because files or archive changed under it.
 constexpr int kTries = 4;
+constexpr std::uint64_t kNoLimit = UINT64_MAX;
+// What an item of work costs that a thread is to take alone.
+constexpr std::uint64_t kAlone = 1U << 30U;
 
 Outcome cancelled(const PackOptions &options) {
     return {Code::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
@@ -40,6 +43,9 @@ class Update {
     bool take(Task &task);
     Outcome write(bool &again);
     Outcome checkFolder(bool &again);
+    Outcome noFile() const {
+        return {Code::NothingMatched, m_options.archive + ": no file to add"};
+    }
     void removeTemporaries();
 
     const PackOptions &m_options;
@@ -58,15 +64,26 @@ Outcome Update::look() {
     if (auto opened = m_target.open(idle); !opened.ok()) {
         return opened;
     }
-    if (auto read = readDirectory(m_target, m_report, m_directory); !read.ok()) {
-        return read;
+    // Archive and folder are looked at side by side.
+    Outcome looked[2];
+    InOrder work;
+    work.count = std::size(looked);
+    work.cost = [](std::size_t) { return kAlone; };
+    work.work = [&](std::size_t i) {
+        looked[i] =
+            i == 0 ? readDirectory(m_target, m_directory)
+                   : scanFolder(
+                         m_options.root, m_selection.needsFolders(), Look::Names, [] {}, m_scan);
+    };
+    work.take = [&](std::size_t i) { return looked[i].ok(); };
+    work.idle = idle;
+    runInOrder(work, std::size(looked), kNoLimit);
+    for (auto &look : looked) {
+        if (!look.ok()) {
+            return look;
+        }
     }
-    if (auto scanned = scanFolder(m_options.root, m_selection.needsFolders(), idle, m_scan);
-        !scanned.ok()) {
-        return scanned;
-    }
-    return planTasks(m_options, m_selection, m_scan,
-                     m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory, idle, m_tasks);
+    return planTasks(m_options, m_selection, m_scan, m_directory, idle, m_tasks);
 }
 
 // Says what became of a file that is not packed. False where the caller wants to stop.
@@ -77,6 +94,8 @@ bool Update::take(Task &task) {
     case Task::Verdict::Same:
         m_report.detail("unchanged: " + task.path);
         break;
+    case Task::Verdict::Archive:
+        return true;
     case Task::Verdict::NotNewer:
         m_report.detail("not newer: " + task.path);
         break;
@@ -92,14 +111,15 @@ bool Update::take(Task &task) {
 }
 
 Outcome Update::examineAll() {
-    constexpr std::uint64_t kNoLimit = UINT64_MAX;
-    const Examination examination{m_options, m_target.old(), m_directory};
+    const Examination examination{m_options, m_target.old(),
+                                  m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory};
     Outcome failed;
     InOrder work;
     work.count = m_tasks.size();
     // What counts here is not memory but that no thread gets many large files at once.
     work.cost = [this](std::size_t i) {
-        return m_tasks[i].folder ? 0 : m_scan.files[m_tasks[i].file].info.size;
+        const std::size_t entry = m_tasks[i].entry;
+        return entry == kNoEntry ? 0 : m_directory.entries()[entry].size;
     };
     work.work = [&](std::size_t i) {
         if (!m_tasks[i].folder) {
@@ -123,7 +143,8 @@ Outcome Update::examineAll() {
 Outcome Update::checkFolder(bool &again) {
     Scan now;
     if (auto scanned = scanFolder(
-            m_options.root, m_selection.needsFolders(), [this] { m_report.idle(); }, now);
+            m_options.root, m_selection.needsFolders(), Look::Everything,
+            [this] { m_report.idle(); }, now);
         !scanned.ok()) {
         return scanned;
     }
@@ -177,7 +198,7 @@ Outcome Update::run(bool &again) {
         m_report.warn(*unmatched + ": no such file");
     }
     if (m_tasks.empty()) {
-        return {Code::NothingMatched, m_options.archive + ": no file to add"};
+        return noFile();
     }
     for (const auto &line : m_scan.leftOut) {
         m_report.warn(line);
@@ -185,12 +206,18 @@ Outcome Update::run(bool &again) {
     if (auto examined = examineAll(); !examined.ok()) {
         return examined;
     }
+    // The archive itself may lie in the folder.
+    std::erase_if(m_tasks, [](const Task &task) { return task.verdict == Task::Verdict::Archive; });
+    if (m_tasks.empty()) {
+        return noFile();
+    }
     const bool changes = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
         return task.verdict == Task::Verdict::Pack;
     });
-    auto outcome = changes ? write(again) : checkFolder(again);
-    if (!outcome.ok() || again) {
-        return outcome;
+    // Where nothing is written each file was just seen to be in the archive. One that changes or
+    // appears later does so after the save, and who empties the folder then goes by its times.
+    if (auto written = changes ? write(again) : Outcome(); !written.ok() || again) {
+        return written;
     }
     removeTemporaries();
     const bool same = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
@@ -229,7 +256,7 @@ Outcome deleteFromArchive(const PackOptions &options, Report &report) {
             return {Code::NoArchive, options.archive + ": no such archive"};
         }
         Directory directory;
-        if (auto read = readDirectory(target, report, directory); !read.ok()) {
+        if (auto read = readDirectory(target, directory); !read.ok()) {
             return read;
         }
         Selection selection(options.patterns, options.recurse);

@@ -48,6 +48,7 @@ ziplib::PackOptions optionsOf(const ZPOPT &given) {
 std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
     using ziplib::Code;
     using ziplib::Outcome;
+    platform::noticeTimeZone();
     try {
         return report.end(options.remove ? deleteFromArchive(options, report)
                                          : updateArchive(options, report));
