@@ -139,6 +139,12 @@ TEST_F(LauncherTest, TheUsersEntriesComeBeforeTheSharedOnes) {
     EXPECT_EQ(opened(), (QList<QByteArray>{"theirs", nativeFile()}));
     makeEntry("data/applications/editor.desktop", "Exec=mine %f");
     EXPECT_EQ(opened(), (QList<QByteArray>{"mine", nativeFile()}));
+    makeEntry("home/.local/share/applications/editor.desktop", "Exec=mine --home %f");
+    {
+        const ScopedVariable home("HOME", bytesAt("home"));
+        const ScopedVariable relative("XDG_DATA_HOME", "data");
+        EXPECT_EQ(opened(), (QList<QByteArray>{"mine", "--home", nativeFile()}));
+    }
     makeDefault("gone.desktop");
     expectError(ErrorNumber::FileNotFound, [&] { open(); });
 }
