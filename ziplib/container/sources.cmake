@@ -6,6 +6,7 @@ add_library(ziplib_container STATIC
   container/dostime.cpp container/dostime.h
   container/endrecord.cpp container/endrecord.h
   container/lineends.cpp container/lineends.h
+  container/loan.h
   container/local.cpp container/local.h
   container/names.cpp container/names.h
   container/pattern.cpp container/pattern.h

@@ -1,5 +1,6 @@
 #include "ziplib/vl2zip/entryreader.h"
 
+#include "ziplib/container/loan.h"
 #include "ziplib/container/local.h"
 
 #include <algorithm>
@@ -48,11 +49,11 @@ bool EntryReader::readPacked(std::uint8_t *out, std::size_t size) {
 }
 
 bool EntryReader::inflateWhole() {
-    thread_local Inflater inflater;
+    const Loan<Inflater> inflater;
     m_packed.resize(static_cast<std::size_t>(m_left));
     m_whole.resize(static_cast<std::size_t>(m_entry.size));
     return readPacked(m_packed.data(), m_packed.size()) &&
-           inflater.inflate(m_packed.data(), m_packed.size(), m_whole.data(), m_whole.size());
+           inflater->inflate(m_packed.data(), m_packed.size(), m_whole.data(), m_whole.size());
 }
 
 bool EntryReader::inflateOn(std::uint8_t *out, std::size_t size) {

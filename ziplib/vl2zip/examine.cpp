@@ -1,6 +1,7 @@
 #include "ziplib/vl2zip/examine.h"
 
 #include "ziplib/container/dostime.h"
+#include "ziplib/container/loan.h"
 #include "ziplib/container/local.h"
 #include "ziplib/vl2zip/entryreader.h"
 
@@ -35,7 +36,8 @@ void judgeTimes(const PackOptions &options, const Directory &directory, std::int
 
 // Reads the file once; `same` tells whether its size and CRC are the entry's.
 Outcome compareCrc(SourceFile &file, const Entry &entry, bool &same) {
-    thread_local Bytes piece;
+    const Loan<Bytes> loan;
+    Bytes &piece = *loan;
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
     for (;;) {
@@ -55,8 +57,10 @@ Outcome compareCrc(SourceFile &file, const Entry &entry, bool &same) {
 // Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
 // its place.
 Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
-    thread_local Bytes piece;
-    thread_local Bytes stored;
+    const Loan<Bytes> first;
+    const Loan<Bytes> second;
+    Bytes &piece = *first;
+    Bytes &stored = *second;
     same = true;
     for (;;) {
         if (auto read = file.read(kPiece, piece); !read.ok() || piece.empty()) {

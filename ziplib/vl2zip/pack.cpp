@@ -2,6 +2,7 @@
 
 #include "ziplib/container/codec.h"
 #include "ziplib/container/crypt.h"
+#include "ziplib/container/loan.h"
 #include "ziplib/vl2zip/background.h"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ Outcome readAll(SourceFile &file, Bytes &raw) {
 
 void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &packing,
                Bytes &data) {
-    thread_local Deflater deflater(kLevel);
+    const Loan<Deflater> deflater(kLevel);
     const std::size_t before = password ? Cipher::headerSize : 0;
     packing.size = raw.size();
     packing.crc = crc32(0, raw.data(), raw.size());
@@ -57,7 +58,7 @@ void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &
         const std::size_t room = raw.size() - 1;
         data.resize(before + room);
         const std::size_t size =
-            deflater.deflate(raw.data(), raw.size(), data.data() + before, room);
+            deflater->deflate(raw.data(), raw.size(), data.data() + before, room);
         if (size > 0) {
             packing.method = methodDeflated;
             data.resize(before + size);
