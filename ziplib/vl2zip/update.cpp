@@ -214,9 +214,10 @@ Outcome Update::run(bool &again) {
     const bool changes = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
         return task.verdict == Task::Verdict::Pack;
     });
-    // Where nothing is written each file was just seen to be in the archive. One that changes or
-    // appears later does so after the save, and who empties the folder then goes by its times.
-    if (auto written = changes ? write(again) : Outcome(); !written.ok() || again) {
+    // Also where nothing is written: a folder that was moved in meanwhile brings files with old
+    // times, and who empties the work folder afterwards could not tell them from those that were
+    // seen.
+    if (auto written = changes ? write(again) : checkFolder(again); !written.ok() || again) {
         return written;
     }
     removeTemporaries();

@@ -272,6 +272,26 @@ TEST_F(PackFaults, AFileThatChangesWhileOthersArePackedIsInTheArchiveInItsLastVe
     EXPECT_EQ(content(archive, "a.txt"), "edited at the last moment");
 }
 
+// Its files have old times: nothing but a second look tells them from those that were seen.
+TEST_F(PackFaults, AFolderThatIsMovedInWhileNothingElseChangesIsInTheArchive) {
+    write(work / "sub/b.txt", "seen");
+    ASSERT_EQ(run(call()).code, 0);
+    write(folder / "other/b.txt", "moved in");
+    bool moved = false;
+    auto pack = call();
+    pack.onFile = [&](const std::string & /*name*/) {
+        if (!moved) {
+            moved = true;
+            fs::rename(work / "sub", folder / "aside");
+            fs::rename(folder / "other", work / "sub");
+        }
+        return 0;
+    };
+    ASSERT_EQ(run(pack).code, 0);
+    EXPECT_TRUE(moved);
+    EXPECT_EQ(content(archive, "sub/b.txt"), "moved in");
+}
+
 TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
     ASSERT_TRUE(judge({"make", "plain", folder / "other.vl2"}));
     bool replaced = false;
