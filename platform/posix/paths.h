@@ -20,9 +20,9 @@ QByteArray resolve(const QString &path);
 // for steps that must not be taken on another path than was meant.
 QByteArray resolveChecked(const QString &path);
 
-// The path by which a Windows program under Wine finds a native absolute path: on Z: where that leads
-// there, as in every new prefix, else on the drive that comes nearest, else in the form with which
-// Wine reaches what is on no drive.
+// The path by which a Windows program under Wine finds a native absolute path: on Z: where that
+// leads there, as in every new prefix, else on the drive that comes nearest, else in the form with
+// which Wine reaches what is on no drive.
 QByteArray windowsPath(const QByteArray &path);
 
 // A path before and after its last separator: the folder keeps the separator.
