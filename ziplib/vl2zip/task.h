@@ -18,7 +18,7 @@ struct Task {
         Same,          // its entry holds these very bytes already
         Archive,       // it is the archive itself
         NotNewer,      // its entry is to be replaced by newer files only
-        Hidden,        // a hidden or system file without an entry, which is left out
+        Hidden,        // a hidden or system file that is new and left out
         HiddenChanged, // the same, and its entry holds other bytes
     };
 
