@@ -124,8 +124,10 @@ class Screen:
 
     def type(self, text):
         """Types a text as one would: quickly, letter by letter."""
+        # What is on no key gets one for a moment, which the program must have read by then.
+        delay = "25" if text.isascii() else "120"
         subprocess.run(
-            ["xdotool", "type", "--delay", "25", text], env=self.environment, check=True
+            ["xdotool", "type", "--delay", delay, text], env=self.environment, check=True
         )
 
     def pointer(self):

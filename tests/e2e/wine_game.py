@@ -36,7 +36,21 @@ class Prefix(Sandbox):
         self.environment.pop("DISPLAY", None)
         self.prefix = Path(self.environment["WINEPREFIX"])
         self.devices = self.prefix / "dosdevices"
-        self.call("wineboot", "-i")
+        self.make()
+
+    def make(self):
+        """Has Wine make the prefix. Its start-up fails now and then, without a word of why; that is
+        no fault of what is tested here, so it gets three tries."""
+        for last in (False, False, True):
+            try:
+                self.call("wineboot", "-i")
+                return
+            except subprocess.CalledProcessError as error:
+                print(f"wineboot gave {error.returncode}: {error.stdout} {error.stderr}", flush=True)
+                if last:
+                    raise
+                self.end()
+                shutil.rmtree(self.prefix, ignore_errors=True)
 
     def call(self, *command):
         subprocess.run(
@@ -52,7 +66,7 @@ class Prefix(Sandbox):
     def end(self):
         """Ends what still runs in the prefix; the registry is written then."""
         subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
-        self.call("wineserver", "-w")
+        subprocess.run(["wineserver", "-w"], env=self.environment, check=False, timeout=120)
 
     def state(self):
         """All that could tell that somebody wrote into the prefix, the game's folder apart."""
