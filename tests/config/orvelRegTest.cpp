@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace {
 
 struct Outcome {
@@ -100,18 +98,17 @@ TEST_F(OrvelReg, HelpAndVersionArePrintedAndMisuseIsTold) {
 
 TEST_F(OrvelReg, TwoProgramsThatWriteAtOnceLoseNothing) {
     constexpr int kValues = 200;
-    int failed[2] = {};
-    const auto writeAll = [&](int writer) {
-        for (int i = 0; i < kValues; ++i) {
+    for (int i = 0; i < kValues; ++i) {
+        QProcess writers[2];
+        for (int writer = 0; writer < 2; ++writer) {
             const QString name = QString("%1-%2").arg(writer).arg(i);
-            failed[writer] += run({"add", kGame, name, name}).code == 0 ? 0 : 1;
+            writers[writer].start(ORVEL_REG, {"add", kGame, name, name});
         }
-    };
-    std::thread first(writeAll, 0);
-    std::thread second(writeAll, 1);
-    first.join();
-    second.join();
-    EXPECT_EQ(failed[0] + failed[1], 0);
+        for (QProcess &writer : writers) {
+            ASSERT_TRUE(writer.waitForFinished());
+            ASSERT_EQ(writer.exitCode(), 0) << writer.readAllStandardError().toStdString();
+        }
+    }
     for (int writer = 0; writer < 2; ++writer) {
         for (int i = 0; i < kValues; ++i) {
             const QString name = QString("%1-%2").arg(writer).arg(i);
