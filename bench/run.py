@@ -4,7 +4,8 @@
     run.py --bin FOLDER --work FOLDER [--rounds N] [--write docs/performance.md] [--large] [--quick]
            [--only PART ...]
 
-Prints a table of ratios, each from one run on this machine, and writes it with --write. --large
+Prints a table of ratios, each from one run on this machine, and writes it with --write: what the
+file has from its heading "What limits" on is kept, as people write that. --large
 adds one entry of 5 GiB, which takes some minutes and 16 GB of disk; --quick leaves out the sizes
 beyond 10,000 entries and runs three rounds, to see that everything works; --only measures some
 parts: listing, extraction, saving, window, growth, clean.
@@ -65,6 +66,15 @@ def measure(place, figures, options):
         growth.tell()
 
 
+def written_by_people(path):
+    try:
+        with open(path, encoding="utf-8") as file:
+            _, heading, rest = file.read().partition("\n## What limits")
+    except FileNotFoundError:
+        return ""
+    return heading + rest
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -85,6 +95,7 @@ def main():
     text = figures.text(machine(place), datetime.date.today().isoformat(), options.large)
     print(text)
     if options.write:
+        text += written_by_people(options.write)
         with open(options.write, "w", encoding="utf-8") as file:
             file.write(text)
     for miss in figures.misses:
