@@ -38,6 +38,15 @@ inline bool sameFile(const FileInfo &a, const FileInfo &b) {
     return a.device == b.device && a.id == b.id;
 }
 
+// A file or folder below another one. The code page need not have the letters of `below`.
+struct Place {
+    std::string folder; // whole path, narrow; "" is the current folder
+    std::string below;  // UTF-8, "/" between the components; "" is the folder itself
+
+    // The whole path, narrow; what has no counterpart is "?".
+    std::string path() const;
+};
+
 // Asked between the steps of long work: false ends it with Failure::Cancelled.
 using KeepGoing = std::function<bool()>;
 
@@ -55,6 +64,7 @@ class InputFile {
     Status open(const std::string &path);
     // The same; tells what is known of the file as it was opened.
     Status open(const std::string &path, FileInfo &info);
+    Status open(const Place &place, FileInfo &info);
     bool isOpen() const { return m_handle != -1; }
     void close();
 
@@ -97,6 +107,7 @@ class Folder {
 
     // Opens a folder by its path ("" is the current one), links followed.
     Status open(const std::string &path);
+    Status open(const Place &place);
     // Opens a folder directly in this one. WrongKind for a file or a link.
     Status openFolder(const std::string &name, Folder &folder) const;
     // Makes a folder in this one. Exists where the name is taken by anything.

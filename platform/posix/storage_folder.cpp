@@ -72,6 +72,10 @@ Status Folder::open(const std::string &path) {
     return isOpen() ? Status() : errnoStatus(errno, "cannot open the folder", path);
 }
 
+Status Folder::open(const Place &place) {
+    return open(place.path());
+}
+
 Status Folder::openFolder(const std::string &name, Folder &folder) const {
     const int descriptor = openat(static_cast<int>(m_handle), name.c_str(),
                                   O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);

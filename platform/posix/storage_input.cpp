@@ -38,6 +38,10 @@ Status InputFile::open(const std::string &path, FileInfo &info) {
     return status;
 }
 
+Status InputFile::open(const Place &place, FileInfo &info) {
+    return open(place.path(), info);
+}
+
 void InputFile::close() {
     if (m_handle != -1) {
         ::close(static_cast<int>(m_handle));

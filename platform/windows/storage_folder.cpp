@@ -108,9 +108,14 @@ std::string Folder::pathOf(const std::string &name) const {
 
 // Other programs may rename or delete the folder meanwhile; what is done in it follows it.
 Status Folder::open(const std::string &path) {
+    return open(Place{path, {}});
+}
+
+Status Folder::open(const Place &place) {
     close();
+    const std::string path = place.path();
     m_path = path;
-    const std::wstring whole = longPath(path);
+    const std::wstring whole = longPath(place);
     Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));

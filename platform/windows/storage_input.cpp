@@ -10,8 +10,7 @@ namespace {
 constexpr ACCESS_MASK kRead = FILE_READ_DATA | FILE_READ_ATTRIBUTES | READ_CONTROL;
 constexpr DWORD kLargestRead = 16U << 20;
 
-Status checkOrdinary(const Handle &file, const std::string &shown) {
-    FileInfo info;
+Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &info) {
     if (const DWORD error = fileInfo(file.get(), info)) {
         return errorStatus(error, "cannot open", shown);
     }
@@ -33,7 +32,8 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
     if (status < 0) {
         return errorStatus(errorOf(status), "cannot open", shown);
     }
-    if (Status checked = checkOrdinary(opened, shown); !checked.ok()) {
+    FileInfo info;
+    if (Status checked = checkOrdinary(opened, shown, info); !checked.ok()) {
         return checked;
     }
     if (!followLinks) {
@@ -82,14 +82,19 @@ InputFile &InputFile::operator=(InputFile &&other) noexcept {
 }
 
 Status InputFile::open(const std::string &path, FileInfo &info) {
-    Status status = open(path);
-    return status.ok() ? this->info(info) : status;
+    return open(Place{path, {}}, info);
 }
 
 Status InputFile::open(const std::string &path) {
+    FileInfo info;
+    return open(path, info);
+}
+
+Status InputFile::open(const Place &place, FileInfo &info) {
     close();
+    const std::string path = place.path();
     m_path = path;
-    const std::wstring whole = longPath(path);
+    const std::wstring whole = longPath(place);
     const DWORD kind = GetFileAttributesW(whole.c_str());
     if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return {Failure::WrongKind, "cannot open " + path + ": not an ordinary file", path};
@@ -100,7 +105,7 @@ Status InputFile::open(const std::string &path) {
     if (!file.isOpen()) {
         return errorStatus(GetLastError(), "cannot open", path);
     }
-    if (Status checked = checkOrdinary(file, path); !checked.ok()) {
+    if (Status checked = checkOrdinary(file, path, info); !checked.ok()) {
         return checked;
     }
     m_handle = numberOf(file.release());

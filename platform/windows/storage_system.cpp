@@ -1,5 +1,6 @@
 #include "platform/windows/storage_system.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace platform {
@@ -128,6 +129,19 @@ std::wstring longPath(const std::string &narrow) {
         return whole.starts_with(L"\\\\.\\") ? whole : L"\\\\?\\UNC\\" + whole.substr(2);
     }
     return L"\\\\?\\" + whole;
+}
+
+std::wstring longPath(const Place &place) {
+    std::wstring whole = longPath(place.folder);
+    if (place.below.empty()) {
+        return whole;
+    }
+    if (whole.back() != L'\\') {
+        whole += L'\\';
+    }
+    std::wstring below = wideFromUtf8(place.below);
+    std::replace(below.begin(), below.end(), L'/', L'\\');
+    return whole + below;
 }
 
 Status errorStatus(DWORD error, const char *what, const std::string &path) {

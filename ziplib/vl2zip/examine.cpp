@@ -103,7 +103,7 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
         return;
     }
     const PackOptions &options = examination.options;
-    SourceFile file(pathInRoot(options.root, found.path), found.path, lineEndsOf(options));
+    SourceFile file(options.root, found.path, lineEndsOf(options));
     bool same = false;
     // Who asks for encryption wants it for this file, too, whatever its entry holds.
     const bool comparable = task.entry != kNoEntry && !options.encrypt;

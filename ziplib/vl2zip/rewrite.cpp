@@ -109,7 +109,7 @@ void Rewrite::packOne(Job &job, const std::optional<std::string> &password) cons
         return;
     }
     FoundFile &found = m_scan->files[task.file];
-    SourceFile file(pathInRoot(m_options.root, found.path), found.path, lineEndsOf(m_options));
+    SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     task.outcome = packWhole(file, password, task.packing, task.data);
     if (task.outcome.ok()) {
         found.info = task.packing.version;
@@ -178,7 +178,7 @@ Outcome Rewrite::writeStreamed(Job &job, const std::optional<std::string> &passw
         !written.ok()) {
         return written;
     }
-    SourceFile file(pathInRoot(m_options.root, found.path), found.path, lineEndsOf(m_options));
+    SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     if (auto packed = packStreamed(
             file, password, [this] { m_report.idle(); }, *m_output, task.packing);
         !packed.ok()) {

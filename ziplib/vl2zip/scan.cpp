@@ -64,7 +64,7 @@ Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::
 
 Outcome Walk::listFolder(const std::string &path) {
     Folder folder;
-    if (const auto opened = folder.open(pathInRoot(root, path)); !opened.ok()) {
+    if (const auto opened = folder.open(platform::Place{root, path}); !opened.ok()) {
         return failure(opened, Code::CannotOpen);
     }
     std::vector<platform::FolderItem> items;
@@ -88,17 +88,6 @@ Outcome Walk::listFolder(const std::string &path) {
 }
 
 } // namespace
-
-std::string pathInRoot(const std::string &root, const std::string &path) {
-    if (path.empty()) {
-        return root;
-    }
-    std::string whole = root;
-    if (!whole.empty() && whole.back() != '/' && whole.back() != '\\') {
-        whole += '/';
-    }
-    return whole + platform::narrowFromUtf8(path);
-}
 
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
     return platform::sameFile(a, b) && a.size == b.size && a.modified == b.modified &&

@@ -35,9 +35,6 @@ enum class Look { Names, Everything };
 Outcome scanFolder(const std::string &root, bool recurse, Look look,
                    const std::function<void()> &idle, Scan &scan);
 
-// The system's path of a file of the folder.
-std::string pathInRoot(const std::string &root, const std::string &path);
-
 // True where both are the same version of the same file.
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);
 

@@ -25,12 +25,12 @@ std::int64_t now() {
 
 } // namespace
 
-SourceFile::SourceFile(std::string path, std::string name, LineEnds lineEnds)
-    : m_path(std::move(path)), m_name(std::move(name)), m_wanted(lineEnds), m_converter(lineEnds) {}
+SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
+    : m_place{std::move(root), std::move(name)}, m_wanted(lineEnds), m_converter(lineEnds) {}
 
 Outcome SourceFile::open() {
     constexpr int kTries = 10;
-    if (const auto opened = m_file.open(m_path, m_version); !opened.ok()) {
+    if (const auto opened = m_file.open(m_place, m_version); !opened.ok()) {
         return failure(opened, Code::CannotOpen);
     }
     for (int i = 0; i < kTries; ++i) {

@@ -12,14 +12,14 @@ namespace ziplib {
 // its line ends converted where that is asked for.
 class SourceFile {
   public:
-    // `path` is the system's, `name` the one for messages.
-    SourceFile(std::string path, std::string name, LineEnds lineEnds);
+    // The file `name` (UTF-8) below the folder `root`.
+    SourceFile(std::string root, std::string name, LineEnds lineEnds);
 
     // Opens it and notes which version of it this is. Of a file written to just now the note is
     // taken a moment later, so that every further write is sure to tell.
     Outcome open();
     const platform::FileInfo &version() const { return m_version; }
-    const std::string &name() const { return m_name; }
+    const std::string &name() const { return m_place.below; }
 
     // The next bytes, about `wanted` of them, into `out`; none at the end.
     Outcome read(std::size_t wanted, Bytes &out);
@@ -37,8 +37,7 @@ class SourceFile {
     Outcome readRaw(std::size_t wanted, Bytes &out);
     Outcome readConverted(std::size_t wanted, Bytes &out);
 
-    std::string m_path;
-    std::string m_name;
+    platform::Place m_place;
     LineEnds m_wanted;
     LineEnds m_lineEnds = LineEnds::Keep; // what is done to this version of the file
     LineEndConverter m_converter;

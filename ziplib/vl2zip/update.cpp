@@ -179,7 +179,7 @@ void Update::removeTemporaries() {
         const auto slash = path.rfind('/');
         const bool inRoot = slash == std::string::npos;
         platform::Folder folder;
-        if (folder.open(pathInRoot(m_options.root, inRoot ? "" : path.substr(0, slash))).ok()) {
+        if (folder.open({m_options.root, inRoot ? "" : path.substr(0, slash)}).ok()) {
             folder.removeStaleTemporaries();
         }
     }
