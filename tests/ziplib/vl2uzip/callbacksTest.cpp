@@ -1,19 +1,18 @@
+#include "tests/support/disk.h"
+#include "tests/support/environment.h"
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <dirent.h>
-
-namespace fs = std::filesystem;
+#include <cstdio>
 
 namespace {
 
 // Works with a given number of threads while it lives.
 class Workers {
   public:
-    explicit Workers(const char *count) { setenv("ORVEL_WORKERS", count, 1); }
-    ~Workers() { unsetenv("ORVEL_WORKERS"); }
+    explicit Workers(const char *count) { setVariable("ORVEL_WORKERS", count); }
+    ~Workers() { setVariable("ORVEL_WORKERS", ""); }
 };
 
 const char *const archives[] = {"archives/python-zipfile", "archives/duplicates",
@@ -89,19 +88,12 @@ TEST(Callbacks, AQuestionIsAskedAfterAllEarlierEntriesAreTold) {
 }
 
 TEST(Callbacks, LeaveNoFileHandleOpen) {
-    const auto handles = [] {
-        std::size_t count = 0;
-        for ([[maybe_unused]] const auto &item : fs::directory_iterator("/proc/self/fd")) {
-            ++count;
-        }
-        return count;
-    };
-    const std::size_t before = handles();
+    const std::size_t before = openHandles();
     for (const char *name : archives) {
         const ScratchFolder scratch;
         UnzipCall call;
         call.extract(dataFile(std::string(name) + ".vl2"), scratch.path());
         call.list(dataFile(std::string(name) + ".vl2"));
     }
-    EXPECT_EQ(handles(), before);
+    EXPECT_EQ(openHandles(), before);
 }

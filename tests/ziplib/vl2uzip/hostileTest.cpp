@@ -1,3 +1,4 @@
+#include "tests/support/disk.h"
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
 #include <gtest/gtest.h>
@@ -155,7 +156,7 @@ TEST(HostileArchives, EveryTruncationEndsInACleanCodeAndWholeFiles) {
     UnzipCall complete;
     ASSERT_EQ(complete.extract(dataFile("archives/descriptor-signed.vl2"), scratch / "whole"), 0);
     const auto expected = filesIn(scratch / "whole");
-    const std::string cut = scratch / "cut.vl2";
+    const std::string cut = (scratch / "cut.vl2").string();
     for (std::size_t size = 0; size < whole.size(); ++size) {
         SCOPED_TRACE(size);
         writeFile(cut, whole.substr(0, size));
@@ -180,13 +181,13 @@ TEST(HostileArchives, EveryFlippedByteGivesRightFilesOrNone) {
     ASSERT_EQ(complete.extract(original, scratch / "whole"), 0);
     const auto expected = filesIn(scratch / "whole");
     const std::string whole = contentOf(original);
-    const std::string changed = scratch / "changed.vl2";
+    const std::string changed = (scratch / "changed.vl2").string();
     for (std::size_t at = 0; at < whole.size(); ++at) {
         SCOPED_TRACE(at);
         std::string bytes = whole;
         bytes[at] = static_cast<char>(bytes[at] ^ 0x41);
         writeFile(changed, bytes);
-        fs::remove_all(scratch / "out");
+        removeTree(scratch / "out");
         UnzipCall extraction;
         extraction.extract(changed, scratch / "out");
         if (!fs::exists(scratch / "out")) {

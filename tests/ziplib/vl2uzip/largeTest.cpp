@@ -1,10 +1,10 @@
+#include "tests/support/disk.h"
+#include "tests/support/tool.h"
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
-#include <sys/resource.h>
 
 namespace {
 
@@ -13,14 +13,16 @@ class LargeArchives : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         folder = std::make_unique<ScratchFolder>();
-        const std::string command = "python3 '" + dataFile("make-archives.py") + "' --large '" +
-                                    folder->path().string() + "'";
-        made = std::system(command.c_str()) == 0;
+        made =
+            runTool({"python3", dataFile("make-archives.py"), "--large", folder->path().string()})
+                .code == 0;
     }
     static void TearDownTestSuite() { folder.reset(); }
     void SetUp() override { ASSERT_TRUE(made); }
 
-    static std::string archive(const std::string &name) { return *folder / (name + ".vl2"); }
+    static std::string archive(const std::string &name) {
+        return (*folder / (name + ".vl2")).string();
+    }
 
     static std::unique_ptr<ScratchFolder> folder;
     static bool made;
@@ -95,8 +97,6 @@ TEST_F(LargeArchives, EntriesOfManyGigabytesNeedLittleMemoryAndKeepTheProgramAli
         EXPECT_LT(call.longestSilence.count(), 500);
     }
 #ifndef __SANITIZE_ADDRESS__
-    struct rusage usage {};
-    getrusage(RUSAGE_SELF, &usage);
-    EXPECT_LT(usage.ru_maxrss, 160 * 1024);
+    EXPECT_LT(peakMemory(), 160U << 20U);
 #endif
 }

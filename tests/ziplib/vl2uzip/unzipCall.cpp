@@ -1,13 +1,13 @@
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
+#include "tests/support/disk.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -69,20 +69,16 @@ std::vector<char *> table(std::vector<std::string> &names) {
 
 } // namespace
 
-ScratchFolder::ScratchFolder() {
-    std::string pattern = fs::temp_directory_path() / "orvel-test-XXXXXX";
-    m_path = mkdtemp(pattern.data());
-}
+ScratchFolder::ScratchFolder() : m_path(makeScratchFolder()) {}
 
 ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    removeTree(m_path);
 }
 
 std::map<std::string, std::string> filesIn(const fs::path &folder) {
     std::map<std::string, std::string> found;
     for (const auto &item : fs::recursive_directory_iterator(folder)) {
-        const std::string name = item.path().lexically_relative(folder).string();
+        const std::string name = item.path().lexically_relative(folder).generic_string();
         if (item.is_symlink()) {
             found[name + "@"] = fs::read_symlink(item.path()).string();
         } else if (item.is_directory()) {
@@ -109,8 +105,7 @@ std::string dataFile(const std::string &name) {
 }
 
 std::int64_t modifiedOf(const fs::path &file) {
-    struct stat st {};
-    return lstat(file.c_str(), &st) == 0 ? st.st_mtime : -1;
+    return fileTime(file) / 1'000'000'000;
 }
 
 UnzipCall::UnzipCall() {

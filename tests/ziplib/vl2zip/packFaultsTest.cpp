@@ -1,109 +1,17 @@
-#include "tests/ziplib/vl2zip/packer.h"
+#include "tests/ziplib/vl2zip/packFaults.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <thread>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace packer; // NOLINT: the tests speak this language
 
 namespace {
 
-class PackFaults : public testing::Test {
-  protected:
-    TestFolder folder;
-    fs::path base = folder / "base";
-    fs::path archive = base / "classic.vl2";
-    fs::path work = folder / "work";
-
-    void SetUp() override {
-        fs::create_directories(base);
-        write(work / "a.txt", "before");
-        ASSERT_EQ(run(call()).code, 0);
-        write(work / "a.txt", "after");
-        before = read(archive);
-    }
-    Call call() { return {archive, work}; }
-
-    // The call fails, says so last, and nothing is lost or left behind.
-    void expectRefused(const Result &result, std::vector<int> codes, const std::string &text) {
-        EXPECT_NE(std::find(codes.begin(), codes.end(), result.code), codes.end())
-            << result.code << ' ' << result.all();
-        EXPECT_NE(result.last().find(text), std::string::npos) << result.all();
-        expectUntouched();
-    }
-    void expectUntouched() {
-        EXPECT_EQ(read(archive), before);
-        EXPECT_TRUE(temporaries(folder.path()).empty());
-    }
-
-    std::string before;
-};
-
-// Runs `work` in a child process as somebody without privileges; its result is the exit code.
-int asNobody(const std::function<int()> &work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr uid_t kNobody = 65534;
-        if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) {
-            ::_exit(200);
-        }
-        ::_exit(work());
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 TEST_F(PackFaults, AReadOnlyArchiveIsLeftAlone) {
     fs::permissions(archive, fs::perms::owner_read);
     expectRefused(run(call()), {14}, "read-only");
-}
-
-TEST_F(PackFaults, AFolderThatTakesNoNewFileIsLeftAlone) {
-    fs::permissions(folder.path(), fs::perms::all);
-    fs::permissions(archive, fs::perms::all);
-    fs::permissions(base, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
-    EXPECT_EQ(asNobody([&] {
-                  const auto result = run(call());
-                  return result.last().find(archive) != std::string::npos ? result.code : 99;
-              }),
-              15);
-    expectUntouched();
-}
-
-TEST_F(PackFaults, AFileThatCannotBeReadStopsTheSaveAndIsNamed) {
-    write(work / "locked.txt", "mine");
-    fs::permissions(work / "locked.txt", fs::perms::none);
-    fs::permissions(folder.path(), fs::perms::all);
-    fs::permissions(base, fs::perms::all);
-    EXPECT_EQ(asNobody([&] {
-                  const auto result = run(call());
-                  return result.last().find("locked.txt") != std::string::npos ? result.code : 99;
-              }),
-              18);
-    expectUntouched();
-}
-
-TEST_F(PackFaults, AFullDiskLeavesTheOldArchive) {
-    if (::mount("tmpfs", base.c_str(), "tmpfs", 0, "size=400k") != 0) {
-        GTEST_SKIP() << "needs the right to mount";
-    }
-    write(archive, before);
-    write(work / "large.bin", noise(600U << 10U));
-    expectRefused(run(call()), {50}, archive.string());
-    write(work / "large.bin", "small after all");
-    EXPECT_EQ(run(call()).code, 0);
-    ::umount(base.c_str());
 }
 
 TEST_F(PackFaults, WhatIsNoWholeArchiveIsNeverReplaced) {
@@ -134,7 +42,7 @@ TEST_F(PackFaults, EveryCutOfAnArchiveIsRefusedUntouched) {
 
 TEST_F(PackFaults, AMissingFolderOrArchiveNameIsToldAndNothingMade) {
     auto pack = call();
-    pack.root = folder / "nowhere";
+    pack.root = (folder / "nowhere").string();
     expectRefused(run(pack), {18}, "nowhere");
     pack = call();
     pack.archive = "";
@@ -146,55 +54,6 @@ TEST_F(PackFaults, AMissingFolderOrArchiveNameIsToldAndNothingMade) {
     EXPECT_FALSE(fs::exists(folder / "nowhere"));
 }
 
-TEST_F(PackFaults, NamesThatTheGameOrOtherReadersCannotTakeAreRefused) {
-    const std::string names[] = {
-        std::string(210, 'n'), "back\\slash", "co:lon", "aux.txt", "dot.", "\xff\xfe"};
-    for (const auto &name : names) {
-        SCOPED_TRACE(name);
-        write(work / name, "x");
-        expectRefused(run(call()), {18}, name);
-        fs::remove(work / name);
-    }
-    write(work / std::string(209, 'n'), "x");
-    EXPECT_EQ(run(call()).code, 0);
-}
-
-TEST_F(PackFaults, LinksToFilesArePackedAndAllElseThatIsNoFileIsSkippedAndSaid) {
-    write(folder / "outside/secret.txt", "linked");
-    fs::create_symlink(folder / "outside/secret.txt", work / "link.txt");
-    EXPECT_EQ(run(call()).code, 0);
-    EXPECT_EQ(content(archive, "link.txt"), "linked");
-
-    fs::create_directory_symlink(folder / "outside", work / "linked folder");
-    ASSERT_EQ(::mkfifo((work / "pipe").c_str(), 0600), 0);
-    fs::create_symlink("nothing", work / "broken");
-    write(work / "a.txt", "after that");
-    const auto result = run(call());
-    EXPECT_EQ(result.code, 1);
-    for (const char *name : {"linked folder", "pipe", "broken"}) {
-        EXPECT_NE(result.all().find(name), std::string::npos) << name;
-    }
-    EXPECT_EQ(names(archive), (std::vector<std::string>{"a.txt", "link.txt"}));
-    EXPECT_EQ(content(archive, "a.txt"), "after that");
-}
-
-TEST_F(PackFaults, ALinkToTheArchiveIsWrittenThroughAndModeAndOwnerStay) {
-    fs::rename(archive, folder / "real.vl2");
-    fs::create_symlink("../real.vl2", archive);
-    ::chmod((folder / "real.vl2").c_str(), 0640);
-    const bool root = ::geteuid() == 0;
-    if (root) {
-        ASSERT_EQ(::chown((folder / "real.vl2").c_str(), 1234, 4321), 0);
-    }
-    ASSERT_EQ(run(call()).code, 0);
-    EXPECT_TRUE(fs::is_symlink(archive));
-    EXPECT_EQ(content(folder / "real.vl2", "a.txt"), "after");
-    struct stat info {};
-    ASSERT_EQ(::stat((folder / "real.vl2").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777U, 0640U);
-    EXPECT_EQ(info.st_uid, root ? 1234U : ::getuid());
-}
-
 TEST_F(PackFaults, TheArchiveInsideItsOwnFolderIsNotPacked) {
     auto pack = call();
     pack.archive = work / "self.vl2";
@@ -202,19 +61,6 @@ TEST_F(PackFaults, TheArchiveInsideItsOwnFolderIsNotPacked) {
     write(work / "a.txt", "again");
     ASSERT_EQ(run(pack).code, 0);
     EXPECT_EQ(names(work / "self.vl2"), (std::vector<std::string>{"a.txt"}));
-}
-
-TEST_F(PackFaults, WhatKilledRunsLeftIsRemovedButNotWhatALiveOneHolds) {
-    write(base / ".orvel-0123456789abcdef.part", "left");
-    write(work / ".orvel-fedcba9876543210.part", "left");
-    write(base / ".orvel-1111111111111111.part", "held");
-    const int held = ::open((base / ".orvel-1111111111111111.part").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(held, LOCK_EX), 0);
-    ASSERT_EQ(run(call()).code, 0);
-    ::close(held);
-    EXPECT_EQ(names(archive), (std::vector<std::string>{"a.txt"}));
-    EXPECT_EQ(temporaries(folder.path()),
-              (std::vector<std::string>{".orvel-1111111111111111.part"}));
 }
 
 // What a file holds at one moment whose versions, each one letter over and over, are written over
@@ -235,12 +81,10 @@ TEST_F(PackFaults, AFileThatNeverStopsChangingFailsTheSaveOrIsPackedAsItWasAtOne
         for (char version = 'a'; !stop;
              version = version == 'z' ? 'a' : static_cast<char>(version + 1)) {
             const std::string bytes(200000, version);
-            const int file = ::open((work / "busy.bin").c_str(), O_WRONLY | O_CLOEXEC);
+            std::fstream file(work / "busy.bin", std::ios::in | std::ios::out | std::ios::binary);
             for (std::size_t at = 0; at < bytes.size(); at += 20000) {
-                static_cast<void>(
-                    !::pwrite(file, bytes.data() + at, 20000, static_cast<off_t>(at)));
+                file.write(bytes.data() + at, 20000).flush();
             }
-            ::close(file);
         }
     });
     const auto result = run(call());
@@ -299,11 +143,13 @@ TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
     pack.onFile = [&](const std::string & /*name*/) {
         if (!replaced) {
             replaced = true;
+            fs::rename(archive, folder / "aside.vl2");
             fs::rename(folder / "other.vl2", archive);
         }
         return 0;
     };
-    ASSERT_EQ(run(pack).code, 0);
+    const auto result = run(pack);
+    ASSERT_EQ(result.code, 0) << result.all();
     EXPECT_EQ(names(archive),
               (std::vector<std::string>{"keep.txt", "edit.txt", "sub/last.bin", "a.txt"}));
     EXPECT_TRUE(judge({"check", archive}));
@@ -317,32 +163,6 @@ TEST_F(PackFaults, AnArchiveThatVanishedIsMadeAnew) {
     };
     ASSERT_EQ(run(pack).code, 0);
     EXPECT_EQ(content(archive, "a.txt"), "after");
-}
-
-// Two processes save their own folders into one archive, over and over.
-TEST_F(PackFaults, TwoThatSaveAtOnceLoseNothingOfEachOther) {
-    constexpr int kRounds = 15;
-    fs::remove(archive); // they also meet where there is none yet
-    const auto saver = [&](const std::string &own) {
-        for (int i = 0; i < kRounds; ++i) {
-            write(folder / own / (own + std::to_string(i)), noise(3000, static_cast<unsigned>(i)));
-            if (run(Call(archive, folder / own)).code != 0) {
-                return 1;
-            }
-        }
-        return 0;
-    };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(saver("one"));
-    }
-    EXPECT_EQ(saver("two"), 0);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(names(archive).size(), 2U * kRounds);
-    EXPECT_TRUE(judge({"check", archive}));
-    EXPECT_TRUE(temporaries(folder.path()).empty());
 }
 
 TEST_F(PackFaults, CallersHearFromItAtShortIntervals) {

@@ -1,16 +1,14 @@
 #include "tests/ziplib/vl2zip/packer.h"
 
+#include "tests/support/disk.h"
+#include "tests/support/tool.h"
+
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace packer {
 
@@ -57,17 +55,9 @@ std::int32_t onService(char *name, std::uint32_t size) {
     return current->call->onFile ? current->call->onFile(name) : 0;
 }
 
-std::string quoted(const std::string &text) {
-    std::string out = "'";
-    for (const char c : text) {
-        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return out + "'";
-}
-
 } // namespace
 
-Call::Call(fs::path zip, const fs::path &folder) : archive(std::move(zip)), root(folder) {
+Call::Call(fs::path zip, const fs::path &folder) : archive(std::move(zip)), root(folder.string()) {
     options.fNoDirEntries = 1;
     options.fRecurse = 2;
 }
@@ -93,7 +83,7 @@ Result run(Call call) {
     for (auto &pattern : call.patterns) {
         table.push_back(pattern.data());
     }
-    std::string archive = call.archive;
+    std::string archive = call.archive.string();
     state.result.code =
         ZpArchive({static_cast<std::int32_t>(table.size()), archive.data(), table.data()});
     heard();
@@ -101,14 +91,10 @@ Result run(Call call) {
     return state.result;
 }
 
-TestFolder::TestFolder() {
-    std::string name = fs::temp_directory_path() / "orvel-zip-XXXXXX";
-    m_path = ::mkdtemp(name.data());
-}
+TestFolder::TestFolder() : m_path(makeScratchFolder()) {}
 
 TestFolder::~TestFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    removeTree(m_path);
 }
 
 void write(const fs::path &path, const std::string &bytes) {
@@ -130,24 +116,14 @@ std::string noise(std::size_t size, unsigned seed) {
     return bytes;
 }
 
-void setTime(const fs::path &path, std::int64_t seconds) {
-    const std::array<timespec, 2> times{timespec{seconds, 0}, timespec{seconds, 0}};
-    ::utimensat(AT_FDCWD, path.c_str(), times.data(), 0);
-}
-
-Judgement judge(const std::vector<std::string> &arguments) {
-    std::string command = "python3 " + quoted(ORVEL_JUDGE);
+Judgement judge(const std::vector<fs::path> &arguments) {
+    std::vector<std::string> words{"python3", ORVEL_JUDGE};
     for (const auto &argument : arguments) {
-        command += ' ' + quoted(argument);
+        const auto text = argument.u8string();
+        words.emplace_back(text.begin(), text.end());
     }
-    Judgement judgement;
-    FILE *pipe = ::popen((command + " 2>&1").c_str(), "r");
-    std::array<char, 4096> piece{};
-    for (std::size_t got = 0; (got = std::fread(piece.data(), 1, piece.size(), pipe)) > 0;) {
-        judgement.output.append(piece.data(), got);
-    }
-    judgement.ok = ::pclose(pipe) == 0;
-    return judgement;
+    const auto run = runTool(words);
+    return {run.code == 0, run.output};
 }
 
 std::vector<std::string> entries(const fs::path &archive) {
@@ -167,7 +143,7 @@ std::vector<std::string> names(const fs::path &archive) {
     return lines;
 }
 
-std::string content(const fs::path &archive, const std::string &name) {
+std::string content(const fs::path &archive, const fs::path &name) {
     return judge({"read", archive, name}).output;
 }
 
@@ -175,7 +151,7 @@ std::vector<std::string> temporaries(const fs::path &folder) {
     std::vector<std::string> found;
     for (const auto &item : fs::recursive_directory_iterator(folder)) {
         if (item.path().filename().string().starts_with(".orvel-")) {
-            found.push_back(item.path().filename());
+            found.push_back(item.path().filename().string());
         }
     }
     return found;

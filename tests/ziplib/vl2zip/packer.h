@@ -58,8 +58,6 @@ void write(const fs::path &path, const std::string &bytes);
 std::string read(const fs::path &path);
 // Bytes that do not compress, always the same.
 std::string noise(std::size_t size, unsigned seed = 1);
-// Sets both times, in seconds since 1970.
-void setTime(const fs::path &path, std::int64_t seconds);
 
 struct Judgement {
     bool ok = false;
@@ -67,12 +65,12 @@ struct Judgement {
     explicit operator bool() const { return ok; }
 };
 // Runs the judge with these arguments.
-Judgement judge(const std::vector<std::string> &arguments);
+Judgement judge(const std::vector<fs::path> &arguments);
 // The lines of the judge's list.
 std::vector<std::string> entries(const fs::path &archive);
 // Names of the entries, in order.
 std::vector<std::string> names(const fs::path &archive);
-std::string content(const fs::path &archive, const std::string &name);
+std::string content(const fs::path &archive, const fs::path &name);
 // Names in a folder of reserved temporaries.
 std::vector<std::string> temporaries(const fs::path &folder);
 
