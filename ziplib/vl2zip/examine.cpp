@@ -5,6 +5,7 @@
 #include "ziplib/container/local.h"
 #include "ziplib/vl2zip/entryreader.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ziplib {
@@ -74,6 +75,40 @@ Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
     }
 }
 
+// True where a file has its entry's very time and no byte that is not the entry's, but ends early
+// or has zeros in the place of some: what a machine leaves that stopped, by a power cut for one,
+// before an extracted file's data was on the disk. Whoever edits a file gives it another time.
+Outcome looksCutOff(const Examination &examination, SourceFile &file, const Entry &entry,
+                    bool &cutOff) {
+    const platform::FileInfo &seen = file.version();
+    cutOff = lineEndsOf(examination.options) == LineEnds::Keep && seen.size <= entry.size &&
+             seen.modified == examination.directory.modified(entry);
+    if (!cutOff) {
+        return {};
+    }
+    const Loan<Bytes> first;
+    const Loan<Bytes> second;
+    Bytes &piece = *first;
+    Bytes &stored = *second;
+    EntryReader reader(examination.archive, examination.directory, entry);
+    file.rewind();
+    for (;;) {
+        if (auto read = file.read(kPiece, piece); !read.ok() || piece.empty()) {
+            return read;
+        }
+        stored.resize(piece.size());
+        if (!reader.read(stored.data(), stored.size())) {
+            std::fill(stored.begin(), stored.end(), std::uint8_t{0});
+        }
+        cutOff = std::equal(piece.begin(), piece.end(), stored.begin(),
+                            [](std::uint8_t a, std::uint8_t b) { return a == 0 || a == b; });
+        if (!cutOff) {
+            file.skip();
+            return {};
+        }
+    }
+}
+
 Outcome compare(const Examination &examination, SourceFile &file, const Task &task, bool &same) {
     const Entry &entry = examination.directory.entries()[task.entry];
     same = false;
@@ -119,7 +154,17 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
             file.skip();
             return {};
         }
-        return compare(examination, file, task, same);
+        auto compared = compare(examination, file, task, same);
+        if (!compared.ok() || same) {
+            return compared;
+        }
+        bool cutOff = false;
+        const Entry &entry = examination.directory.entries()[task.entry];
+        auto looked = looksCutOff(examination, file, entry, cutOff);
+        if (cutOff) {
+            task.verdict = Task::Verdict::CutOff;
+        }
+        return looked;
     });
     if (!task.outcome.ok()) {
         return;

@@ -20,6 +20,7 @@ struct Task {
         NotNewer,      // its entry is to be replaced by newer files only
         Hidden,        // a hidden or system file that is new and left out
         HiddenChanged, // the same, and its entry holds other bytes
+        CutOff,        // a part of its entry that nobody edited
     };
 
     std::size_t file = 0;         // in the scan; a folder where `folder`

@@ -106,6 +106,10 @@ bool Update::take(Task &task) {
         m_report.warn(task.path + ": is hidden and was left out; the archive keeps the version "
                                   "that it has");
         break;
+    case Task::Verdict::CutOff:
+        m_report.warn(task.path + ": the file is cut off, as after a power cut; the archive keeps "
+                                  "it whole");
+        break;
     }
     return m_report.done(task.path);
 }

@@ -40,6 +40,44 @@ TEST_F(PackFaults, EveryCutOfAnArchiveIsRefusedUntouched) {
     }
 }
 
+// What a power cut leaves of files that were extracted a moment before must not take the place of
+// their entries; what somebody wrote must.
+TEST_F(PackFaults, WhatAPowerCutLeftOfAFileDoesNotReplaceItsEntry) {
+    const std::string whole = noise(300U << 10U);
+    std::string holes = whole;
+    std::fill(holes.begin() + 8192, holes.begin() + 65536, '\0');
+    std::string other = whole.substr(0, 4096);
+    other[100] = static_cast<char>(other[100] ^ 1);
+    constexpr std::int64_t kTime = 985'780'800;
+    struct Row {
+        std::string left;
+        std::int64_t time;
+        bool replaces;
+    };
+    const Row rows[] = {{"", kTime, false},
+                        {whole.substr(0, 4096), kTime, false},
+                        {std::string(4096, '\0'), kTime, false},
+                        {holes, kTime, false},
+                        {"", kTime + 2, true},
+                        {whole.substr(0, 4096), kTime + 2, true},
+                        {other, kTime, true},
+                        {whole + '\0', kTime, true}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(&row - rows);
+        write(work / "cut.bin", whole);
+        setTime(work / "cut.bin", kTime);
+        ASSERT_EQ(run(call()).code, 0);
+        write(work / "cut.bin", row.left);
+        setTime(work / "cut.bin", row.time);
+        write(work / "a.txt", std::to_string(&row - rows));
+        const auto result = run(call());
+        EXPECT_EQ(result.code, row.replaces ? 0 : 1);
+        EXPECT_EQ(result.last().find("cut off") != std::string::npos, !row.replaces);
+        EXPECT_EQ(content(archive, "cut.bin"), row.replaces ? row.left : whole);
+        EXPECT_EQ(content(archive, "a.txt"), std::to_string(&row - rows));
+    }
+}
+
 TEST_F(PackFaults, AMissingFolderOrArchiveNameIsToldAndNothingMade) {
     auto pack = call();
     pack.root = (folder / "nowhere").string();
