@@ -7,7 +7,9 @@
 
 namespace platform {
 
-// Now, in nanoseconds since 1970, by the clock that stamps files.
+// Now, in nanoseconds since 1970: what was changed before this call is stamped with this moment at
+// the latest, what is changed after it with a later one. Files are stamped by a clock that moves in
+// steps of some milliseconds; this waits for the next one.
 std::int64_t fileTimeNow();
 
 // Works through the files of one work folder with each folder opened once, so that a large folder

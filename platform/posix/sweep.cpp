@@ -21,6 +21,8 @@ namespace platform {
 namespace {
 
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kCoarseStep = 2'000'000'000;
+constexpr useconds_t kPause = 300;
 
 std::int64_t nanoseconds(const timespec &time) {
     return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
@@ -31,7 +33,11 @@ bool changedAfter(int folder, const QByteArray &name, std::int64_t moment) {
     struct stat info = {};
     if (moment == kNever || ::fstatat(folder, name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         return false;
-    return nanoseconds(info.st_ctim) > moment;
+    // A disk that counts whole seconds, or every other one, tells only when that was at the
+    // earliest.
+    const std::int64_t stamp = nanoseconds(info.st_ctim);
+    const bool coarse = info.st_ctim.tv_nsec == 0;
+    return (coarse ? stamp + kCoarseStep : stamp) > moment;
 }
 
 // The way to a file from an open folder for calls that have no form with a descriptor. A link at
@@ -101,9 +107,16 @@ struct Sweep::State {
 };
 
 std::int64_t fileTimeNow() {
-    timespec now = {};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return nanoseconds(now);
+    const auto read = [](clockid_t clock) {
+        timespec now = {};
+        ::clock_gettime(clock, &now);
+        return nanoseconds(now);
+    };
+    // Stamps are taken from either clock; the coarse one is the one that lags.
+    const std::int64_t now = read(CLOCK_REALTIME);
+    while (read(CLOCK_REALTIME_COARSE) <= now)
+        ::usleep(kPause);
+    return now;
 }
 
 Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>(workFolder)) {}

@@ -133,11 +133,17 @@ struct Sweep::State {
 };
 
 std::int64_t fileTimeNow() {
-    FILETIME now = {};
-    GetSystemTimePreciseAsFileTime(&now);
-    const std::int64_t ticks = std::int64_t{now.dwHighDateTime} * 0x100000000 + now.dwLowDateTime;
+    const auto clock = [] {
+        FILETIME now = {};
+        GetSystemTimeAsFileTime(&now);
+        return std::int64_t{now.dwHighDateTime} * 0x100000000 + now.dwLowDateTime;
+    };
+    constexpr std::int64_t longestStep = 160'000;
     constexpr std::int64_t ticksBefore1970 = 116'444'736'000'000'000;
-    return (ticks - ticksBefore1970) * 100;
+    const std::int64_t before = clock();
+    while (clock() - before <= longestStep)
+        ::Sleep(1);
+    return (before - ticksBefore1970) * 100;
 }
 
 Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>()) {

@@ -12,8 +12,10 @@ namespace ziplib {
 namespace {
 
 // Longer than the steps in which a file system counts time: two writes within one step would leave
-// the same time behind.
+// the same time behind. Some count whole seconds, or every other one.
 constexpr std::int64_t kTimeStep = 20'000'000;
+constexpr std::int64_t kCoarseTimeStep = 2'020'000'000;
+constexpr std::int64_t kSecond = 1'000'000'000;
 // How much of a file decides whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
 
@@ -35,10 +37,11 @@ Outcome SourceFile::open() {
     }
     for (int i = 0; i < kTries; ++i) {
         const std::int64_t age = now() - m_version.changed;
-        if (age < 0 || age >= kTimeStep) {
+        const std::int64_t step = m_version.changed % kSecond == 0 ? kCoarseTimeStep : kTimeStep;
+        if (age < 0 || age >= step) {
             break;
         }
-        std::this_thread::sleep_for(std::chrono::nanoseconds(kTimeStep - age));
+        std::this_thread::sleep_for(std::chrono::nanoseconds(step - age));
         if (const auto known = m_file.info(m_version); !known.ok()) {
             return failure(known, Code::CannotOpen);
         }
