@@ -123,6 +123,7 @@ void frmMain::ConnectHandlers() {
 }
 
 void frmMain::Load() {
+    platform::surviveLargeWrites();
     setWindowTitle(QStringLiteral("%1 v%2.%3.%4")
                        .arg(windowTitle())
                        .arg(kVersionMajor)

@@ -7,6 +7,7 @@
 #include "platform/posix/paths.h"
 
 #include <cerrno>
+#include <csignal>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -161,6 +162,10 @@ void setAttributes(const QString &path, int value) {
     const QByteArray stored = resolveChecked(path);
     if (applyAttributes(stored.constData(), statOf(stored, path), value) != 0)
         raise(ErrorNumber::PathFileAccess, path);
+}
+
+void surviveLargeWrites() {
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace platform

@@ -167,4 +167,6 @@ void setAttributes(const QString &path, int value) {
     raise(number == ErrorNumber::FileNotFound ? number : ErrorNumber::PathFileAccess, path);
 }
 
+void surviveLargeWrites() {}
+
 } // namespace platform

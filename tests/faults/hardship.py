@@ -92,6 +92,10 @@ def moved_away(path):
     os.rename(path + ".moved", path)
 
 
+def small_files_only():
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, 1 << 20))
+
+
 # --- what the program makes of them --------------------------------------------------------------
 
 def tried(rows, one):
@@ -125,6 +129,8 @@ def save(binaries, scratch):
          "Permission denied"),
         ("file that nobody may read", lambda: mode(secret, 0), {"user": NOBODY}, "missions/two.mis",
          "Permission denied"),
+        ("small files only", contextlib.nullcontext, {"preexec_fn": small_files_only}, job.archive,
+         "File too large"),
         ("archive moved away", lambda: moved_away(job.archive), {}, "Job.vl2", "no longer there"),
         ("work folder moved away", lambda: moved_away(job.work), {}, "Job.vl2", "Path not found"),
     ]
