@@ -48,6 +48,21 @@ int linkNameless(int file, int folder, const char *name) {
     return result;
 }
 
+// For file systems whose renaming cannot refuse to replace: most can still refuse a second link. On
+// the rest, such as a shared folder of a virtual machine, the name is looked for first.
+int renameToFreeName(int folder, const char *from, const char *to) {
+    if (linkat(folder, from, folder, to, 0) == 0) {
+        unlinkat(folder, from, 0);
+        return 0;
+    }
+    struct stat st {};
+    if (errno == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
+        errno = EEXIST;
+        return -1;
+    }
+    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
+}
+
 // A file that has no name until it is whole costs one entry of the folder instead of two, and is
 // gone by itself when the process dies. -1 where this system or this disk has no such files.
 int openNameless(int folder) {
@@ -265,11 +280,7 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *) {
     } else {
         result = renameat2(folder, m_temporary.c_str(), folder, name.c_str(), RENAME_NOREPLACE);
         if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
-            // A file system that cannot refuse to replace can still refuse a second link.
-            result = linkat(folder, m_temporary.c_str(), folder, name.c_str(), 0);
-            if (result == 0) {
-                unlinkat(folder, m_temporary.c_str(), 0);
-            }
+            result = renameToFreeName(folder, m_temporary.c_str(), name.c_str());
         }
     }
     if (result != 0) {

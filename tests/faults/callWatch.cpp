@@ -7,6 +7,7 @@
 //                  a write after half of it
 //   WATCH_STOP     the number of the call before which the process stops until SIGCONT
 //   WATCH_FAIL     the number of the call that fails instead, with the error number of WATCH_ERRNO
+//   WATCH_LACKS    what the disk cannot do: a list of "nameless" files, "linkat", "renameat2"
 //   WATCH_THREADS  where it is "none", no thread can be started, but for those of Qt: it waits for
 //                  threads that it never got
 
@@ -107,6 +108,14 @@ bool counted(const char *name, const std::string &path) {
     return counted(name, path, [] {});
 }
 
+bool lacking(const char *what) {
+    static const char *const list = getenv("WATCH_LACKS");
+    if (list == nullptr || std::strstr(list, what) == nullptr)
+        return false;
+    errno = EINVAL;
+    return true;
+}
+
 template<typename Function>
 Function next(const char *name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
@@ -120,7 +129,7 @@ Function next(const char *name) {
 #define WATCHED(result, name, parameters, path, arguments)                                         \
     extern "C" result name parameters {                                                            \
         static const auto real = next<result(*) parameters>(#name);                                \
-        if (counted(#name, path))                                                                  \
+        if (counted(#name, path) || lacking(#name))                                                \
             return -1;                                                                             \
         return real arguments;                                                                     \
     }
@@ -187,6 +196,8 @@ namespace {
 
 int openCounted(const char *name, int folder, const char *path, int flags, mode_t mode) {
     const bool nameless = (flags & O_TMPFILE) == O_TMPFILE;
+    if (nameless && lacking("nameless"))
+        return -1;
     if (((flags & (O_CREAT | O_TRUNC)) != 0 || nameless) && counted(name, pathOf(folder, path)))
         return -1;
     return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));

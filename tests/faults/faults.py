@@ -3,8 +3,8 @@
 what is on the disk.
 
     faults.py TEST BINARIES SCRATCH
-    TEST: kill-save, kill-save-large, kill-extract, kill-settings, fail-save, fail-extract, order,
-          watched
+    TEST: kill-save, kill-save-large, kill-extract, kill-extract-poor, kill-settings, fail-save,
+          fail-extract, order, watched
 
 Ends with 0 where every point held; says how many points were tried.
 """
@@ -23,6 +23,9 @@ from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,  # 
 # Something before the archive, and a file that is too large to be packed in memory.
 LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
          "more": {"scripts/large.cs": b"echo(\"one of very many lines\");\r\n" * 600_000}}
+
+# A disk that can do no more than the simplest.
+POOR = {"lacks": "nameless linkat renameat2"}
 
 
 def prepared(binaries, scratch, **options):
@@ -57,16 +60,17 @@ def kill_save(binaries, scratch, **options):
     print("%d points, archive old after %d, new after %d" % (len(calls), *outcomes.values()))
 
 
-def kill_extract(binaries, scratch):
+def kill_extract(binaries, scratch, **disk):
     job = Job(binaries, scratch)
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch=watch))
+    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch={**watch, **disk}))
+    check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
     killed = 0
     for number in range(1, len(calls) + 1):
         where = "killed at call %d (%s %s):" % (number, *calls[number - 1])
         job.reset()
-        done = job.steps("extract", watch={"folder": job.live, "kill": number}, must=False)
+        done = job.steps("extract", watch={"folder": job.live, "kill": number, **disk}, must=False)
         killed += was_killed(done)
         for name, content in (read_tree(job.work) if os.path.isdir(job.work) else {}).items():
             if not name.endswith(".part"):
@@ -206,6 +210,8 @@ def watched(binaries, scratch):
 if __name__ == "__main__":
     main(__doc__, {"kill-save": kill_save,
                    "kill-save-large": lambda *where: kill_save(*where, **LARGE),
-                   "kill-extract": kill_extract, "kill-settings": kill_settings,
+                   "kill-extract": kill_extract,
+                   "kill-extract-poor": lambda *where: kill_extract(*where, **POOR),
+                   "kill-settings": kill_settings,
                    "fail-save": fail_save, "fail-extract": fail_extract, "order": order,
                    "watched": watched})
