@@ -144,7 +144,8 @@ class Package(unittest.TestCase):
     def setUpClass(cls):
         shutil.rmtree(FOLDER, ignore_errors=True)
         FOLDER.mkdir(parents=True)
-        run("cpack", "-G", "DEB", "-B", FOLDER, cwd=BUILD)
+        # As somebody packs who keeps new files to himself.
+        run("cpack", "-G", "DEB", "-B", FOLDER, cwd=BUILD, umask=0o077)
         (cls.package,) = FOLDER.glob("*.deb")
         run("dpkg-deb", "-x", cls.package, FOLDER / "root")
         cls.usr = FOLDER / "root" / "usr"
@@ -154,6 +155,8 @@ class Package(unittest.TestCase):
             found = list(self.usr.glob(pattern))
             self.assertEqual(len(found), 1, pattern)
             self.assertEqual(found[0].stat().st_mode & 0o777, mode, pattern)
+        for folder in filter(Path.is_dir, self.usr.rglob("*")):
+            self.assertEqual(folder.stat().st_mode & 0o777, 0o755, folder)
 
     def test_it_depends_on_the_libraries_that_it_loads(self):
         depends = run("dpkg-deb", "-f", self.package, "Depends")
