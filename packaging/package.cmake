@@ -17,8 +17,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${ORVEL_SITE})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Opening a folder asks the desktop's own opener.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS xdg-utils)
+# Opening a folder asks the desktop's own opener; on Wayland, windows are sharp at every scale with
+# Qt's part for it.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS wine)
 # The companion libraries lie in a private folder and are no one else's to link with.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS OFF)

@@ -35,6 +35,10 @@ class frmMain : public QWidget {
     // folder, button states, drop-down. Raises an error where the game's folder is gone.
     void Load();
 
+    // Picks the archive at a path of the system's form, as a person does in the drop-down; says so
+    // in a box where it is none of those.
+    void ChooseArchive(const QString &sFile);
+
     // The path with each component as the file system stores it; "" where a component does not
     // exist, "\" for an empty path. Raises 6 for a path of more than 32767 characters.
     QString GetLongFileName(const QString &ShortFileName) const;

@@ -7,6 +7,7 @@
 #include "workspace/reasons.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QFileInfo>
 #include <QLocale>
 #include <QProgressBar>
@@ -24,6 +25,23 @@ void frmMain::drpVL2File_Change() {
 void frmMain::drpVL2File_Click() {
     if (!m_changeHandled)
         Guarded([this] { ArchiveChosen(); });
+}
+
+void frmMain::ChooseArchive(const QString &sFile) {
+    const QString wanted = QFileInfo(sFile).canonicalFilePath();
+    for (int entry = 0; entry < drpVL2File->count() && !wanted.isEmpty(); ++entry) {
+        const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
+        const QFileInfo offered(platform::nativePath(m_strBasePath + file));
+        if (offered.canonicalFilePath() != wanted)
+            continue;
+        drpVL2File->setCurrentIndex(entry);
+        return;
+    }
+    const QString base = platform::nativePath(m_strBasePath.chopped(1));
+    platform::MsgBox(QStringLiteral("%1 is not in the list of archives.\n\nThe list holds the "
+                                    "archives of %2.")
+                         .arg(QDir::toNativeSeparators(sFile), QDir::toNativeSeparators(base)),
+                     platform::kInformation, "Orvel");
 }
 
 void frmMain::ArchiveChosen() {

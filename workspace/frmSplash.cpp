@@ -35,7 +35,8 @@ bool load(frmMain &window, QString &failure) {
 
 } // namespace
 
-frmSplash::frmSplash() : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWindowHint) {
+frmSplash::frmSplash(const QString &sArchive)
+    : QWidget(nullptr, Qt::SplashScreen | Qt::FramelessWindowHint), m_archive(sArchive) {
     setObjectName("frmSplash");
     setAttribute(Qt::WA_QuitOnClose, false);
     setAccessibleName("Orvel");
@@ -78,7 +79,10 @@ void frmSplash::tmrSplash_Timer() {
         return;
     }
     m_main->setAttribute(Qt::WA_DeleteOnClose);
-    m_main.release()->show();
+    frmMain *main = m_main.release();
+    main->show();
+    if (!m_archive.isEmpty())
+        QTimer::singleShot(0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
 }
 
 void frmSplash::PrepareMainWindow() {

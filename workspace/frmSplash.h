@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPixmap>
+#include <QString>
 #include <QTimer>
 #include <QWidget>
 
@@ -12,7 +13,8 @@ class frmMain;
 // timer ticks.
 class frmSplash : public QWidget {
   public:
-    frmSplash();
+    // The main window begins with the archive at that path, where there is one.
+    explicit frmSplash(const QString &sArchive = {});
     ~frmSplash() override;
 
     // The load step. False where the game is not installed: the user has been told, and the
@@ -28,6 +30,7 @@ class frmSplash : public QWidget {
     // Makes the main window's controls, where that has not been done.
     void PrepareMainWindow();
 
+    QString m_archive;
     QPixmap m_picture;
     QTimer tmrSplash;
     std::unique_ptr<frmMain> m_main; // until it is shown

@@ -11,9 +11,11 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "scripts" / "drive"))
+from archive_check import Snapshot  # noqa: E402
+from job import MAIN  # noqa: E402
 from sandbox import Sandbox  # noqa: E402
 from screen import Screen  # noqa: E402
-from tour import FILE, Job, save_changes, throw_away  # noqa: E402
+from tour import FILE, SHOWN, Job, save_changes, throw_away  # noqa: E402
 
 
 def install(build, prefix):
@@ -41,6 +43,23 @@ def check_work_folders(sandbox, prefix):
     assert sandbox.work_folders() == own / "temp", sandbox.work_folders()
 
 
+class OpenedJob(Job):
+    """The program as the desktop starts it, by an archive that a person opens."""
+
+    def open(self, archive, share):
+        self.screen.environment["XDG_DATA_DIRS"] = f"{share}:/usr/local/share:/usr/share"
+        path = f"{self.sandbox.programs}:{self.screen.environment['PATH']}"
+        environment = {**self.screen.environment, "PATH": path}
+        subprocess.run(["gio", "open", str(archive)], env=environment, check=True)
+        self.window = self.screen.window(MAIN)
+        self.screen.settle()
+        self.picture("opened", self.window)
+
+    def close(self):
+        self.screen.key("alt+F4")
+        self.screen.wait("the program's end", lambda: not self.screen.find(MAIN))
+
+
 def main():
     build, folder = Path(sys.argv[1]), Path(sys.argv[2]).resolve()
     prefix = folder / "prefix"
@@ -61,6 +80,11 @@ def main():
             job.close()
         finally:
             job.stop()
+        opened = OpenedJob(screen, sandbox)
+        opened.open(archive, prefix / "share")
+        opened.extract(SHOWN, Snapshot(archive))
+        opened.cancel(SHOWN)
+        opened.close()
     print("\n".join(found))
 
 

@@ -41,6 +41,35 @@ TEST(frmMainBrowse, lists_an_archive_into_tree_and_list) {
     EXPECT_EQ(window.form().focusWidget(), window.dropDown()) << "the keyboard stays where it was";
 }
 
+TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_holds_it) {
+    const TempGame game;
+    for (const char *name : {"My Mod.vl2", "other.vl2", "Interiors.vl2"})
+        makeArchive(game.archive(name), {{"a.cs", "a"}});
+    makeArchive(game.root() + "/my mod.vl2", {{"a.cs", "a"}});
+    QFile::link(game.archive("other.vl2"), game.root() + "/link.vl2");
+    const struct {
+        QString path;
+        const char *chosen; // "" where a box says that it is none
+    } rows[] = {
+        {game.archive("My Mod.vl2"), "My Mod"},
+        {game.folder() + "/GameData/./base/../base//My Mod.vl2", "My Mod"},
+        {QDir().relativeFilePath(game.archive("My Mod.vl2")), "My Mod"},
+        {game.root() + "/link.vl2", "Other"},
+        {game.root() + "/my mod.vl2", ""},
+        {game.archive("Interiors.vl2"), ""},
+        {game.archive("gone.vl2"), ""},
+    };
+    for (const auto &row : rows) {
+        const Answers answers;
+        MainWindow window;
+        window.form().ChooseArchive(row.path);
+        EXPECT_EQ(window.dropDown()->currentText(), row.chosen) << row.path.toStdString();
+        const bool chosen = *row.chosen != '\0';
+        EXPECT_EQ(joined(window.shownTree()), chosen ? "|  a.cs#8" : "") << row.path.toStdString();
+        EXPECT_EQ(answers.boxes().size(), chosen ? 0U : 1U) << row.path.toStdString();
+    }
+}
+
 TEST(frmMainBrowse, gives_each_type_its_icon_and_leaves_out_the_types_of_the_engine) {
     const TempGame game;
     const struct {
