@@ -9,7 +9,7 @@ foreach(size 16 24 32 48 64 128 256)
   list(APPEND pictures ${CMAKE_SOURCE_DIR}/assets/application/${size}.png)
 endforeach()
 add_custom_command(OUTPUT ${ORVEL_ICON}
-  COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/make_icon.py ${ORVEL_ICON} ${pictures}
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/make_icon.py ${ORVEL_ICON} ${pictures}
   DEPENDS ${CMAKE_CURRENT_LIST_DIR}/make_icon.py ${pictures} VERBATIM)
 add_custom_target(orvel_icon DEPENDS ${ORVEL_ICON})
 
