@@ -14,7 +14,7 @@ packages_of() {
     bench) echo ziptool ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     windows)
-        echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev wine wine64
+        echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev nsis wine wine64
         ;;
     wine) echo wine wine64 gcc-mingw-w64-x86-64-posix ;;
     lint) echo clang-format clang-tidy shellcheck ;;

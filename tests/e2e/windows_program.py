@@ -1,6 +1,7 @@
-"""Does the whole job with the Windows program, under Wine on a virtual screen, by keyboard alone.
+"""Installs the Windows program from its package, under Wine on a virtual screen, does the whole job
+with it by keyboard alone, and removes it.
 
-usage: windows_program.py PROGRAMS RUN-FOLDER
+usage: windows_program.py BUILD RUN-FOLDER
 """
 
 import os
@@ -15,20 +16,16 @@ from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
 from job import MAIN, Job  # noqa: E402
 from sandbox import GAME_KEY, OWN_KEY, make_game  # noqa: E402
 from screen import Screen  # noqa: E402
-
-FILES = ("orvel.exe", "orvel-reg.exe", "vl2uzip.dll", "vl2zip.dll")
+from windows_package import Installation, Packages  # noqa: E402
 
 
 class WineSandbox:
-    """The program in a folder of its own, with the sample game registered as its installer does:
-    in the view of 32-bit programs."""
+    """The program as its installer puts it into a Wine prefix, with the sample game registered as
+    the game's does: in the view of 32-bit programs."""
 
-    def __init__(self, folder, programs):
+    def __init__(self, folder):
         self.folder = folder
-        self.programs = folder / "program"
-        self.programs.mkdir(parents=True)
-        for name in FILES:
-            shutil.copy(programs / name, self.programs)
+        self.programs = folder / "wine/drive_c/Editors/Orvel"
         self.environment = {
             **os.environ,
             "WINEPREFIX": str(folder / "wine"),
@@ -44,6 +41,14 @@ class WineSandbox:
             stderr=subprocess.DEVNULL,
             timeout=120,
         ).stdout.decode()
+
+    def has_key(self, key):
+        command = ["wine", "reg", "query", key]
+        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+        return subprocess.run(command, env=self.environment, check=False, **quiet).returncode == 0
+
+    def installation(self):
+        return Installation(self.wine, self.has_key, self.programs, "C:\\Editors\\Orvel")
 
     def install_game(self):
         base = make_game(self.folder / "game")
@@ -87,19 +92,23 @@ class WineJob(Job):
         self.picture("main", self.window)
 
 
-def main(programs, run):
+def main(build, run):
     shutil.rmtree(run, ignore_errors=True)
-    sandbox = WineSandbox(run, programs)
+    packages = Packages(build, run / "packages")
+    sandbox = WineSandbox(run)
     try:
         with Screen(sandbox.environment, run / "pictures") as screen:
             # The prefix is made with a screen at hand.
             sandbox.environment["DISPLAY"] = screen.environment["DISPLAY"]
+            installation = sandbox.installation()
+            installation.install(packages, packages.unpack())
             base = sandbox.install_game()
             job = WineJob(screen, sandbox)
             archive = base / "scripts.vl2"
             before = Snapshot(archive)
             try:
                 job.start()
+                installation.refuse_while_running()
                 job.pick("Scripts")
                 job.extract("Scripts", before)
                 name, path = next(
@@ -120,6 +129,7 @@ def main(programs, run):
             left = [file.name for file in base.iterdir() if file.name.startswith(".")]
             if left:
                 raise AssertionError(f"left beside the archive: {left}")
+            installation.remove(screen.wait)
             print("\n".join(found))
     finally:
         sandbox.end()

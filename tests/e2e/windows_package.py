@@ -1,0 +1,112 @@
+"""The packages of the Windows program: what is in them, and what the installer leaves behind."""
+
+import re
+import subprocess
+import zipfile
+
+FILES = {"orvel.exe", "orvel-reg.exe", "vl2uzip.dll", "vl2zip.dll", "LICENSE.txt", "LICENCES.txt"}
+LICENCES = {
+    "Qt-LGPL-3.txt": "GNU LESSER GENERAL PUBLIC LICENSE",
+    "Qt-GPL-3.txt": "GNU GENERAL PUBLIC LICENSE",
+    "Qt-copyright.txt": "src/3rdparty/harfbuzz-ng",
+    "PCRE2.txt": "University of Cambridge",
+    "PNG.txt": "Glenn Randers-Pehrson",
+    "JPEG.txt": "Independent JPEG Group",
+    "zlib.txt": "Jean-loup Gailly",
+    "libdeflate.txt": "Eric Biggers",
+    "GCC-copyright.txt": "GCC Runtime Library Exception",
+    "mingw-w64.txt": "winpthreads",
+}
+REMOVAL = "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Orvel"
+CLASSES = "HKCU\\Software\\Classes"
+
+
+class Packages:
+    """The zip and the installer, made anew from a build."""
+
+    def __init__(self, build, folder):
+        self.folder = folder
+        subprocess.run(
+            ["cpack", "--config", build / "CPackConfig.cmake", "-B", folder],
+            cwd=build,
+            check=True,
+            stdout=subprocess.DEVNULL,
+        )
+        (self.zip,) = folder.glob("*.zip")
+        (self.installer,) = folder.glob("*.exe")
+
+    def unpack(self):
+        """Unpacks the zip; checks that nothing is missing. Returns its folder."""
+        with zipfile.ZipFile(self.zip) as archive:
+            archive.extractall(self.folder / "unpacked")
+        (program,) = (self.folder / "unpacked").iterdir()
+        found = {str(path.relative_to(program)) for path in program.rglob("*") if path.is_file()}
+        assert found == FILES | {f"licences/{name}" for name in LICENCES}, found
+        for name, words in LICENCES.items():
+            text = (program / "licences" / name).read_text(errors="replace")
+            assert words in text, f"{name} does not hold: {words}"
+        overview = (program / "LICENCES.txt").read_text()
+        for name in LICENCES:
+            assert name in overview, f"LICENCES.txt does not name {name}"
+        assert not re.search(r"@\w+@|, \)", overview), overview
+        for path in [*program.glob("*.exe"), *program.glob("*.dll")]:
+            self.check_needs(path)
+        return program
+
+    @staticmethod
+    def check_needs(path):
+        """No file of others than Windows' own is needed."""
+        told = subprocess.run(
+            ["x86_64-w64-mingw32-objdump", "-p", path], check=True, capture_output=True, text=True
+        ).stdout
+        needed = set(re.findall(r"DLL Name: (\S+)", told))
+        assert needed, path
+        foreign = {name for name in needed if re.match(r"(?i)lib|qt|vl2|.*gcc", name)}
+        assert not foreign, f"{path.name} needs {foreign}"
+
+
+class Installation:
+    """Orvel as the installer puts it into a Wine prefix."""
+
+    def __init__(self, wine, has_key, folder, told):
+        """`folder` is where to as the machine sees it, `told` as Windows programs do."""
+        self.wine, self.has_key, self.folder, self.told = wine, has_key, folder, told
+
+    def install(self, packages, expected):
+        self.wine("reg", "add", CLASSES + "\\.vl2", "/ve", "/d", "Former.Program", "/f")
+        self.wine(packages.installer, "/S", "/D=" + self.told)
+        for path in expected.rglob("*"):
+            if path.is_file():
+                installed = self.folder / path.relative_to(expected)
+                assert installed.read_bytes() == path.read_bytes(), installed
+        assert self.told in self.wine("reg", "query", REMOVAL, "/v", "InstallLocation")
+        assert "Orvel.Archive" in self.wine("reg", "query", CLASSES + "\\.vl2", "/ve")
+        command = self.wine(
+            "reg", "query", CLASSES + "\\Orvel.Archive\\shell\\open\\command", "/ve"
+        )
+        assert f'"{self.told}\\orvel.exe"' in command, command
+
+    def refuse_while_running(self):
+        before = sorted(self.folder.rglob("*"))
+        try:
+            self.wine(self.folder / "uninstall.exe", "/S", "_?=" + self.told)
+        except subprocess.CalledProcessError:
+            pass
+        else:
+            raise AssertionError("the removal did not say that it failed")
+        assert sorted(self.folder.rglob("*")) == before
+        assert self.has_key(REMOVAL)
+
+    def remove(self, wait):
+        """The work of a user in the program's folder stays, and nothing else."""
+        work = self.folder / "temp" / "Mine" / "edited.cs"
+        work.parent.mkdir(parents=True, exist_ok=True)
+        work.write_bytes(b"mine")
+        self.wine(self.folder / "uninstall.exe", "/S")
+        # It copies itself, since a program cannot delete its own file, and goes on as the copy.
+        wait("the removal", lambda: not (self.folder / "uninstall.exe").exists(), 20)
+        left = [path for path in self.folder.rglob("*") if path.is_file()]
+        assert left == [work], left
+        for key in (REMOVAL, CLASSES + "\\Orvel.Archive"):
+            assert not self.has_key(key), key
+        assert "Former.Program" in self.wine("reg", "query", CLASSES + "\\.vl2", "/ve")
