@@ -25,7 +25,7 @@ LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
          "more": {"scripts/large.cs": b"echo(\"one of very many lines\");\r\n" * 600_000}}
 
 # A disk that can do no more than the simplest.
-POOR = {"lacks": "nameless linkat renameat2"}
+POOR = {"lacks": " nameless linkat renameat2 "}
 
 
 def prepared(binaries, scratch, **options):
