@@ -2,6 +2,7 @@
 #include "archive/cZip.h"
 #include "archive/idle.h"
 #include "tests/support/archives.h"
+#include "tests/support/tool.h"
 
 #include <gtest/gtest.h>
 
@@ -76,8 +77,8 @@ class RealLibraryTest : public testing::Test {
     }
 
     static void expectSound(const QString &path) {
-        EXPECT_EQ(exitCodeOf("7z", {"t", path}), 0);
-        EXPECT_EQ(exitCodeOf("bsdtar", {"-tf", path}), 0);
+        EXPECT_EQ(runTool({"7z", "t", path.toStdString()}).code, 0);
+        EXPECT_EQ(runTool({"bsdtar", "-tf", path.toStdString()}).code, 0);
     }
 
     QTemporaryDir folder;

@@ -2,6 +2,7 @@
 
 #include "config/modRegistry.h"
 #include "platform/files.h"
+#include "tests/support/settings.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,8 +15,6 @@ namespace {
 class PngPlugin : public testing::Test {
   protected:
     void SetUp() override {
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(QStringLiteral("config"))));
-        qputenv("WINEPREFIX", QFile::encodeName(home.filePath(QStringLiteral("wine"))));
         photoshop = home.filePath(QStringLiteral("Photoshop 6.0/"));
         ASSERT_TRUE(QDir().mkpath(formats()));
         own = QDir::fromNativeSeparators(platform::nativePath(platform::programFolder())) +
@@ -42,6 +41,7 @@ class PngPlugin : public testing::Test {
     }
 
     QTemporaryDir home;
+    OwnSettings settings{home.path().toStdString()};
     QString photoshop;
     QString own;
     QString target;
@@ -113,21 +113,6 @@ TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
     InstallPngPlugin();
     EXPECT_EQ(read(target), "theirs");
     EXPECT_FALSE(QFile::exists(backup));
-}
-
-TEST_F(PngPlugin, FindsThePhotoshopOfAWinePrefix) {
-    const QString drive = home.filePath(QStringLiteral("wine/drive_c/"));
-    const QString inDrive = drive + QStringLiteral("Program Files/Photoshop/plug-ins/"
-                                                   "Adobe Photoshop Only/File Formats/");
-    ASSERT_TRUE(QDir().mkpath(inDrive));
-    ASSERT_TRUE(QDir().mkpath(home.filePath(QStringLiteral("wine/dosdevices"))));
-    ASSERT_TRUE(QFile::link(drive, home.filePath(QStringLiteral("wine/dosdevices/c:"))));
-    registerPhotoshop(QStringLiteral("C:\\Program Files\\Photoshop\\"));
-    write(own, "ours");
-    write(inDrive + QStringLiteral("PNG.8BI"), "theirs");
-    InstallPngPlugin();
-    EXPECT_EQ(read(inDrive + QStringLiteral("PNG.8BI")), "ours");
-    EXPECT_EQ(QDir(inDrive).entryList(QDir::Files).size(), 2);
 }
 
 } // namespace

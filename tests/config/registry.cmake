@@ -1,7 +1,6 @@
+set(own)
 if(ORVEL_SYSTEM STREQUAL posix)
-  orvel_test(modRegistryTest
-    SOURCES modRegistryTest.cpp
-    LIBRARIES orvel_core)
+  set(own posix/modRegistryTest.cpp)
   orvel_test(orvelRegTest
     SOURCES orvelRegTest.cpp
     LIBRARIES orvel_core)
@@ -9,3 +8,4 @@ if(ORVEL_SYSTEM STREQUAL posix)
   target_compile_definitions(orvelRegTest PRIVATE
     ORVEL_REG="$<TARGET_FILE:orvel-reg>" ORVEL_VERSION="${PROJECT_VERSION}")
 endif()
+orvel_test(modRegistryTest SOURCES modRegistryTest.cpp ${own} LIBRARIES orvel_core)

@@ -1,29 +1,23 @@
 #include "tests/support/archives.h"
 
-#include <QFile>
+#include "tests/support/tool.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <sys/wait.h>
-
 namespace {
 
-QByteArray runScript(const QStringList &arguments, const QByteArray &input = {}) {
-    QTemporaryDir folder;
-    const QString in = folder.filePath("in");
-    const QString out = folder.filePath("out");
-    QFile file(in);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(input) == input.size());
-    file.close();
-    EXPECT_EQ(exitCodeOf("python3", QStringList(ORVEL_ARCHIVE_SCRIPT) + arguments, in, out), 0);
-    QFile written(out);
-    EXPECT_TRUE(written.open(QIODevice::ReadOnly));
-    return written.readAll();
+QByteArray runScript(const QStringList &arguments) {
+    std::vector<std::string> words{"python3", ORVEL_ARCHIVE_SCRIPT};
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    const ToolRun run = runTool(words);
+    EXPECT_EQ(run.code, 0) << run.output;
+    return QByteArray::fromStdString(run.output);
 }
 
 QJsonArray entriesOf(const QString &path) {
@@ -38,7 +32,10 @@ void makeArchive(const QString &path, const std::vector<ArchiveFile> &files) {
         list.append(QJsonObject{{"name", file.name},
                                 {"bytes", QString::fromLatin1(file.bytes.toBase64())},
                                 {"attributes", file.attributes}});
-    runScript({"make", path}, QJsonDocument(list).toJson());
+    QTemporaryFile told;
+    EXPECT_TRUE(told.open() && told.write(QJsonDocument(list).toJson()) > 0);
+    told.close();
+    runScript({"make", path, told.fileName()});
 }
 
 void makeLargeArchive(const QString &path, int count, int folders) {
@@ -64,17 +61,4 @@ std::vector<QString> namesInArchive(const QString &path) {
     for (const QJsonValue entry : list)
         names.push_back(entry["name"].toString());
     return names;
-}
-
-int exitCodeOf(const QString &program, const QStringList &arguments, const QString &in,
-               const QString &out) {
-    const auto quoted = [](QString text) {
-        return QString(u'\'' + text.replace(u'\'', QStringLiteral("'\\''")) + u'\'');
-    };
-    QString line = program;
-    for (const QString &argument : arguments)
-        line += u' ' + quoted(argument);
-    line += QStringLiteral(" <%1 >%2").arg(quoted(in), quoted(out));
-    const int status = std::system(QFile::encodeName(line).constData());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

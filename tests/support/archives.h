@@ -4,7 +4,6 @@
 #include <QString>
 
 #include <map>
-#include <utility>
 #include <vector>
 
 // Archives as another tool, Python's zipfile, makes and reads them.
@@ -29,8 +28,3 @@ std::map<QString, QByteArray> readArchive(const QString &path);
 
 // The names in stored order.
 std::vector<QString> namesInArchive(const QString &path);
-
-// Runs a program to its end, with files as its input and output. By the C library: Qt starts a
-// process in the memory of this one, which upsets the sanitizer that watches threads.
-int exitCodeOf(const QString &program, const QStringList &arguments,
-               const QString &in = "/dev/null", const QString &out = "/dev/null");

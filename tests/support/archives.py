@@ -1,4 +1,5 @@
-"""Makes and reads archives for the tests: archives.py VERB ARCHIVE [ARGUMENTS]; data as JSON."""
+"""Makes and reads archives for the tests: archives.py VERB ARCHIVE [ARGUMENTS]; data as JSON, to be
+made from a file."""
 
 import base64
 import json
@@ -37,19 +38,17 @@ def read(path):
         bad = archive.testzip()
         if bad is not None:
             sys.exit(f"{bad} is damaged")
-        json.dump(
-            [
-                {
-    "name" : info.filename, "bytes" : base64.b64encode(archive.read(info)).decode()}
-                for info in archive.infolist()
-            ],
-            sys.stdout,
-        )
+        entries = [
+            {"name": info.filename, "bytes": base64.b64encode(archive.read(info)).decode()}
+            for info in archive.infolist()
+        ]
+        json.dump(entries, sys.stdout)
 
 
 verb, target, *rest = sys.argv[1:]
 if verb == "make":
-    make(target, json.load(sys.stdin))
+    with open(rest[0], encoding="utf-8") as told:
+        make(target, json.load(told))
 elif verb == "large":
     large(target, int(rest[0]), int(rest[1]))
 elif verb == "big":

@@ -11,6 +11,9 @@ std::filesystem::path makeScratchFolder();
 // Removes a folder with all that is in it, read-only files too.
 void removeTree(const std::filesystem::path &folder);
 
+// Makes a link to a file or folder. False where the system or the disk has none.
+bool makeLink(const std::filesystem::path &target, const std::filesystem::path &link);
+
 // When a file, or the link itself, was changed last: nanoseconds since 1970; -1 where it is
 // missing.
 std::int64_t fileTime(const std::filesystem::path &file);

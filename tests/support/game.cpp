@@ -7,11 +7,8 @@
 
 #include <gtest/gtest.h>
 
-TempGame::TempGame() {
+TempGame::TempGame() : m_settings(m_root.path().toStdString()) {
     EXPECT_TRUE(m_root.isValid());
-    qputenv("XDG_CONFIG_HOME", (root() + "/config").toLocal8Bit());
-    qputenv("XDG_DATA_HOME", (root() + "/data").toLocal8Bit());
-    qputenv("WINEPREFIX", (root() + "/wine").toLocal8Bit());
     QDir().mkpath(base());
     setGameFolder(folder());
     setTempFolder(temp());

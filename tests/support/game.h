@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/settings.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
@@ -24,6 +26,7 @@ class TempGame {
 
   private:
     QTemporaryDir m_root;
+    OwnSettings m_settings;
 };
 
 QByteArray readFile(const QString &path);

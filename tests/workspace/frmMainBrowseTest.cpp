@@ -1,5 +1,6 @@
 #include "tests/support/answers.h"
 #include "tests/support/archives.h"
+#include "tests/support/disk.h"
 #include "tests/support/game.h"
 #include "tests/workspace/window.h"
 
@@ -46,7 +47,8 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_hold
     for (const char *name : {"My Mod.vl2", "other.vl2", "Interiors.vl2"})
         makeArchive(game.archive(name), {{"a.cs", "a"}});
     makeArchive(game.root() + "/my mod.vl2", {{"a.cs", "a"}});
-    QFile::link(game.archive("other.vl2"), game.root() + "/link.vl2");
+    const bool linked = makeLink(game.archive("other.vl2").toStdString(),
+                                 (game.root() + "/link.vl2").toStdString());
     const struct {
         QString path;
         const char *chosen; // "" where a box says that it is none
@@ -54,7 +56,7 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_hold
         {game.archive("My Mod.vl2"), "My Mod"},
         {game.folder() + "/GameData/./base/../base//My Mod.vl2", "My Mod"},
         {QDir().relativeFilePath(game.archive("My Mod.vl2")), "My Mod"},
-        {game.root() + "/link.vl2", "Other"},
+        {game.root() + "/link.vl2", linked ? "Other" : ""},
         {game.root() + "/my mod.vl2", ""},
         {game.archive("Interiors.vl2"), ""},
         {game.archive("gone.vl2"), ""},
@@ -180,6 +182,8 @@ TEST(frmMainBrowse, says_in_the_status_line_why_an_archive_cannot_be_listed) {
 TEST(frmMainBrowse, lists_the_archive_whose_name_was_picked_whatever_its_case) {
     const TempGame game;
     makeArchive(game.archive("BASE.vl2"), {{"upper.txt", "u"}});
+    if (QFile::exists(game.archive("base.VL2")))
+        GTEST_SKIP() << "names of other letter case are the same here";
     makeArchive(game.archive("base.VL2"), {{"lower.txt", "l"}});
     makeArchive(game.archive("MixedCase.Vl2"), {{"mixed.txt", "m"}});
     MainWindow window;
@@ -196,6 +200,8 @@ TEST(frmMainBrowse, lists_the_archive_whose_name_was_picked_whatever_its_case) {
 TEST(frmMainBrowse, never_takes_one_archives_work_folder_for_that_of_its_namesake) {
     const TempGame game;
     makeArchive(game.archive("BASE.vl2"), {{"a.txt", "upper"}});
+    if (QFile::exists(game.archive("base.vl2")))
+        GTEST_SKIP() << "names of other letter case are the same here";
     makeArchive(game.archive("base.vl2"), {{"a.txt", "lower"}});
     MainWindow window;
     window.pick(0);

@@ -1,6 +1,7 @@
 #include "platform/files.h"
 #include "tests/support/answers.h"
 #include "tests/support/archives.h"
+#include "tests/support/disk.h"
 #include "tests/support/game.h"
 #include "tests/workspace/window.h"
 
@@ -146,7 +147,9 @@ TEST(frmMainSave, deletes_nothing_outside_the_work_folder_through_a_link) {
     QDir().mkpath(job.game.root() + "/precious");
     writeFile(job.game.root() + "/precious/a.cs", "precious");
     QDir(job.folder + "scripts").removeRecursively();
-    QFile::link(job.game.root() + "/precious", job.folder + "scripts");
+    if (!makeLink((job.game.root() + "/precious").toStdString(),
+                  (job.folder + "scripts").toStdString()))
+        GTEST_SKIP() << "there are no links here";
     job.window->click("cmdCancel");
     EXPECT_EQ(readFile(job.game.root() + "/precious/a.cs"), "precious");
 }
@@ -179,7 +182,8 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
         EXPECT_EQ(box.style, platform::kCritical);
         EXPECT_EQ(box.title, "Orvel");
         EXPECT_TRUE(box.text.startsWith("Classic.vl2 was not saved: ")) << box.text.toStdString();
-        EXPECT_TRUE(box.text.contains(QDir::cleanPath(job.folder))) << box.text.toStdString();
+        EXPECT_TRUE(box.text.contains(QDir::toNativeSeparators(QDir::cleanPath(job.folder))))
+            << box.text.toStdString();
         EXPECT_EQ(job.window->status(), box.text);
         EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
         EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), "a");
@@ -193,7 +197,9 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_what_is_missing_where_something
     Extracted job;
     const Answers answers;
     writeFile(job.folder + "readme.txt", "edited");
-    QFile::link(job.game.root() + "/nowhere", job.folder + "scripts/dangling.cs");
+    if (!makeLink((job.game.root() + "/nowhere").toStdString(),
+                  (job.folder + "scripts/dangling.cs").toStdString()))
+        GTEST_SKIP() << "there are no links here";
     job.window->click("cmdSaveChanges");
     ASSERT_EQ(answers.boxes().size(), 1U);
     const QString text = answers.boxes().front().text;

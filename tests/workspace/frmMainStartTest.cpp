@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QLabel>
 #include <QStyle>
 #include <QStyleFactory>
@@ -84,6 +85,8 @@ TEST(frmMainStart, moves_through_the_controls_in_order_and_never_into_the_hidden
 }
 
 TEST(frmMainStart, cuts_off_no_caption_in_any_style) {
+    if (QFontDatabase::families().isEmpty())
+        GTEST_SKIP() << "no letters to measure";
     const TempGame game;
     const QStringList styles = QStyleFactory::keys();
     for (const QString &style : styles) {
@@ -196,20 +199,24 @@ TEST(frmMainStart, finds_the_game_whatever_the_case_and_the_separators_of_its_fo
 TEST(frmMainStart, gives_the_long_name_of_a_path) {
     const TempGame game;
     const frmMain window;
-    const struct {
+    struct Row {
         QString path;
         QString longName;
-    } rows[] = {
-        {"", "\\"},
-        {game.folder(), game.folder()},
-        {game.root() + "/TRIBES2/gamedata", game.folder() + "/GameData"},
-        {game.root() + "\\tribes2\\", game.folder()},
-        {game.folder() + "/nothing/base", ""},
-        {"Z:" + QString(game.root()).replace('/', '\\') + "\\tribes2",
-         "Z:" + QString(game.folder()).replace('/', '\\')},
-        {"Q:\\Games", ""},
-        {"/", "/"},
     };
+    const QString folder = QDir::toNativeSeparators(game.folder());
+    std::vector<Row> rows = {
+        {"", "\\"},
+        {game.folder(), folder},
+        {game.root() + "/TRIBES2/gamedata", QDir::toNativeSeparators(game.folder() + "/GameData")},
+        {game.root() + "\\tribes2\\", folder},
+        {game.folder() + "/nothing/base", ""},
+        {"Q:\\Games", ""},
+    };
+    if (QDir::rootPath() == "/") {
+        const auto onDrive = [](QString path) { return "Z:" + path.replace('/', '\\'); };
+        rows.push_back({onDrive(game.root() + "/tribes2"), onDrive(game.folder())});
+        rows.push_back({"/", "/"});
+    }
     for (const auto &row : rows)
         EXPECT_EQ(window.GetLongFileName(row.path).toStdString(), row.longName.toStdString())
             << row.path.toStdString();

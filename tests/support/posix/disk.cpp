@@ -27,6 +27,12 @@ void removeTree(const fs::path &folder) {
     fs::remove_all(folder, ignored);
 }
 
+bool makeLink(const fs::path &target, const fs::path &link) {
+    std::error_code failed;
+    fs::create_symlink(target, link, failed);
+    return !failed;
+}
+
 std::int64_t fileTime(const fs::path &file) {
     struct stat st {};
     return ::lstat(file.c_str(), &st) == 0 ? st.st_mtim.tv_sec * 1'000'000'000 + st.st_mtim.tv_nsec

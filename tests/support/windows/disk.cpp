@@ -35,6 +35,13 @@ void removeTree(const fs::path &folder) {
     fs::remove_all(folder, ignored);
 }
 
+bool makeLink(const fs::path &target, const fs::path &link) {
+    const DWORD kind = fs::is_directory(target) ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
+    // Some systems say yes and make none.
+    return CreateSymbolicLinkW(link.c_str(), target.c_str(), kind) != 0 &&
+           GetFileAttributesW(link.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
 std::int64_t fileTime(const fs::path &file) {
     WIN32_FILE_ATTRIBUTE_DATA known{};
     if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &known)) {
