@@ -15,3 +15,8 @@ endif()
 if(ORVEL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+
+# What reads archives from strangers is built as distributions build such programs.
+add_compile_options($<$<CONFIG:Release>:-U_FORTIFY_SOURCE>
+  $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2> $<$<CONFIG:Release>:-fstack-protector-strong>)
+add_link_options($<$<AND:$<CONFIG:Release>,$<PLATFORM_ID:Linux>>:LINKER:-z,relro,-z,now>)
