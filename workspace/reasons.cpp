@@ -9,6 +9,8 @@ struct Meaning {
     const char *text;
 };
 
+constexpr std::int32_t kDiskFull = 50;
+
 constexpr std::array kMeanings{
     Meaning{1, "some files were skipped"},
     Meaning{2, "the archive is damaged"},
@@ -19,7 +21,7 @@ constexpr std::array kMeanings{
     Meaning{14, "the archive could not be written"},
     Meaning{15, "the archive could not be created"},
     Meaning{18, "a file could not be opened"},
-    Meaning{50, "the disk is full"},
+    Meaning{kDiskFull, "the disk has no room for it"},
     Meaning{51, "the archive ends early"},
     Meaning{80, "it was cancelled"},
     Meaning{81, "its compression or encryption is not supported"},
@@ -30,6 +32,8 @@ constexpr std::array kMeanings{
 
 QString Reason(std::int32_t code, const QString &message) {
     QString said = message.simplified();
+    if (code == kDiskFull && !said.isEmpty())
+        return QStringLiteral("the disk has no room for it: ") + said;
     if (!said.isEmpty())
         return said;
     for (const Meaning &meaning : kMeanings) {

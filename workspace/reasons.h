@@ -5,5 +5,6 @@
 #include <cstdint>
 
 // What an unsuccessful code of the companion libraries means, as a clause that goes on from "...
-// could not be saved: ". The library's own message text, where there is one, is the better reason.
+// could not be saved: ". The library's own message text, where there is one, is the better reason;
+// that a disk is full, which anybody can do something about, is said in plain words before it.
 QString Reason(std::int32_t code, const QString &message);

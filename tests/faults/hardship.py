@@ -120,7 +120,7 @@ def save(binaries, scratch):
     job.freeze()
     secret = os.path.join(job.work, "missions", "two.mis")
     rows = [
-        ("full disk", lambda: full(job.base), {}, job.archive, "No space left"),
+        ("full disk", lambda: full(job.base), {}, job.archive, "the disk has no room for it: "),
         ("write-protected disk", lambda: write_protected(job.base), {}, job.archive, "Read-only"),
         ("read-only archive", lambda: mode(job.archive, 0o444), {}, job.archive, "read-only"),
         ("immutable archive", lambda: immutable(job.archive), {}, job.archive, "not permitted"),
@@ -164,7 +164,7 @@ def extract(binaries, scratch):
     rows = [
         ("full disk", lambda: disk(job.temp, "size=16k"), {}, "not enough room"),
         ("disk without room for more files", lambda: disk(job.temp, "size=9m,nr_inodes=6"), {},
-         "No space left"),
+         "the disk has no room for it: "),
         ("write-protected disk", lambda: write_protected(job.temp), {}, "Read-only"),
         ("folder of somebody else", lambda: mode(job.temp, 0o755), {"user": NOBODY},
          "Permission denied"),
