@@ -40,10 +40,6 @@ const char *methodName(std::uint16_t method) {
     }
 }
 
-std::uint32_t crc32(std::uint32_t crc, const void *data, std::size_t size) {
-    return libdeflate_crc32(crc, data, size);
-}
-
 std::uint8_t *Buffer::reserve(std::size_t size) {
     if (size > m_capacity || !m_data) {
         m_data.reset();

@@ -1,5 +1,13 @@
+# With the widest registers that the compiler knows and, where it runs, the processor has. Windows
+# compilers do not align the stack for them.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND NOT WIN32)
+  set(crc container/crcWide.cpp)
+else()
+  set(crc container/crc.cpp)
+endif()
+
 add_library(ziplib_container STATIC
-  container/bytes.h
+  ${crc} container/bytes.h
   container/codec.cpp container/codec.h container/codecStream.cpp
   container/crypt.cpp container/crypt.h
   container/directory.cpp container/directory.h container/properties.cpp
