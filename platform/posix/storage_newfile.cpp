@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <memory>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +22,10 @@ namespace {
 constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr std::uint64_t rangeStep = 16U << 20;
 constexpr std::size_t copyStep = 256U << 10;
+// From here on a range is worth a call that prepares it.
+constexpr std::uint64_t longRange = 4U << 20;
+// Blocks that are shared are whole, of at most this size on the disks that can share.
+constexpr std::uint64_t sharedBlock = 64U << 10;
 
 std::string temporaryName() {
     static const std::uint64_t start = [] {
@@ -68,6 +74,17 @@ int renameToFreeName(int folder, const char *from, const char *to) {
 int openNameless(int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
     return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
+}
+
+// Shares the blocks of a range with another file, as far as they are whole. Bytes that are done so.
+std::uint64_t shareRange(int from, std::uint64_t offset, int to, std::uint64_t place,
+                         std::uint64_t size) {
+    struct file_clone_range range {};
+    range.src_fd = from;
+    range.src_offset = offset;
+    range.src_length = size - size % sharedBlock;
+    range.dest_offset = place;
+    return range.src_length > 0 && ioctl(to, FICLONERANGE, &range) == 0 ? range.src_length : 0;
 }
 
 } // namespace
@@ -122,24 +139,47 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
 
 Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                          const KeepGoing &keepGoing) {
+    const int target = static_cast<int>(m_handle);
+    const bool prepared = size >= longRange;
+    // Of what was prepared only that stays which was written.
+    const auto trimmed = [&](Status status) {
+        if (prepared) {
+            static_cast<void>(truncate(m_size));
+        }
+        return status;
+    };
+    if (prepared) {
+        const std::uint64_t shared =
+            shareRange(static_cast<int>(source.m_handle), offset, target, m_size, size);
+        m_size += shared;
+        offset += shared;
+        size -= shared;
+        // Blocks that are had in one go cost less than those that each write asks for, and a full
+        // disk is known before the work is done. Where the disk cannot, the writes ask.
+        if (size > 0 &&
+            fallocate(target, 0, static_cast<off_t>(m_size), static_cast<off_t>(size)) != 0 &&
+            (errno == ENOSPC || errno == EDQUOT)) {
+            return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
+        }
+    }
     bool ranges = true;
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
         if (keepGoing && !keepGoing()) {
-            return {Failure::Cancelled, "cancelled", source.path()};
+            return trimmed({Failure::Cancelled, "cancelled", source.path()});
         }
         std::size_t step = 0;
         if (ranges) {
             auto from = static_cast<off_t>(offset);
             auto to = static_cast<off_t>(m_size);
-            const ssize_t n = copy_file_range(
-                static_cast<int>(source.m_handle), &from, static_cast<int>(m_handle), &to,
-                static_cast<std::size_t>(std::min(size, rangeStep)), 0);
+            const ssize_t n =
+                copy_file_range(static_cast<int>(source.m_handle), &from, target, &to,
+                                static_cast<std::size_t>(std::min(size, rangeStep)), 0);
             if (n < 0 && errno == EINTR) {
                 continue;
             }
             if (n < 0 && (errno == ENOSPC || errno == EDQUOT)) {
-                return errnoStatus(errno, "cannot write in", m_folder->path());
+                return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
             }
             // Some file systems cannot, and some answer 0 where a plain read gives bytes.
             if (n <= 0) {
@@ -154,13 +194,13 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
             }
             const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, copyStep));
             if (Status status = source.readAt(offset, buffer.get(), wanted, step); !status.ok()) {
-                return status;
+                return trimmed(std::move(status));
             }
             if (step == 0) {
-                return {Failure::EndsEarly, source.path() + " ends early", source.path()};
+                return trimmed({Failure::EndsEarly, source.path() + " ends early", source.path()});
             }
             if (Status status = write(buffer.get(), step); !status.ok()) {
-                return status;
+                return trimmed(std::move(status));
             }
         }
         offset += step;
