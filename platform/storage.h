@@ -72,6 +72,8 @@ class InputFile {
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
     // What is known of the file as it is now.
     Status info(FileInfo &info) const;
+    // Tells the system that its bytes need not be kept in memory for quick reading any more.
+    void forget() const;
     // Hidden, system and archive as recorded for the file, and read-only.
     Status attributes(std::uint8_t &attributes) const;
     // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
@@ -114,6 +116,8 @@ class Folder {
     Status makeFolder(const std::string &name) const;
     // Opens an ordinary file of this folder. WrongKind for anything else; never waits.
     Status openFile(const std::string &name, InputFile &file, Links links = Links::Refuse) const;
+    // The same; tells what is known of the file as it was opened.
+    Status openFile(const std::string &name, InputFile &file, Links links, FileInfo &info) const;
     // What is known of a name; a link is told as a link unless followed.
     Status info(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
     // Everything in the folder but "." and "..", in no order.

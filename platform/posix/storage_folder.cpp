@@ -96,10 +96,15 @@ Status Folder::makeFolder(const std::string &name) const {
 }
 
 Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+    FileInfo info;
+    return openFile(name, file, links, info);
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
     file.close();
     file.m_path = pathOf(name);
     int descriptor = -1;
-    FileInfo info;
     Status status = openInputAt(static_cast<int>(m_handle), name, file.m_path,
                                 links == Links::Follow, descriptor, info);
     file.m_handle = descriptor;

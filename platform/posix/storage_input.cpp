@@ -81,6 +81,12 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+void InputFile::forget() const {
+    if (isOpen()) {
+        posix_fadvise(static_cast<int>(m_handle), 0, 0, POSIX_FADV_DONTNEED);
+    }
+}
+
 Status InputFile::attributes(std::uint8_t &attributes) const {
     FileInfo known;
     if (Status status = info(known); !status.ok()) {

@@ -166,6 +166,12 @@ Status Folder::openFile(const std::string &name, InputFile &file, Links links) c
     return status;
 }
 
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
+    Status status = openFile(name, file, links);
+    return status.ok() ? file.info(info) : status;
+}
+
 Status Folder::info(const std::string &name, FileInfo &info, Links links) const {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES;

@@ -133,6 +133,9 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+// The system has no such call for a file that others may have open, too.
+void InputFile::forget() const {}
+
 Status InputFile::attributes(std::uint8_t &attributes) const {
     FILE_BASIC_INFO basic{};
     if (!GetFileInformationByHandleEx(handleOf(m_handle), FileBasicInfo, &basic, sizeof basic)) {

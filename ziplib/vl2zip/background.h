@@ -1,11 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 namespace ziplib {
 
-// Runs `work` on a thread of its own and calls `idle` about every 20 ms on this one until it is
-// done. Runs it here where no thread is to be had.
-void runInBackground(const std::function<void()> &work, const std::function<void()> &idle);
+using Pieces = std::vector<std::function<void()>>;
+
+// Does pieces of work side by side, each on a thread of its own, and calls `idle` about every 20 ms
+// on this one until all are done. Does them here where no thread is to be had.
+void runInBackground(const Pieces &pieces, const std::function<void()> &idle);
 
 } // namespace ziplib

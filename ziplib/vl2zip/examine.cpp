@@ -103,7 +103,6 @@ Outcome looksCutOff(const Examination &examination, SourceFile &file, const Entr
         cutOff = std::equal(piece.begin(), piece.end(), stored.begin(),
                             [](std::uint8_t a, std::uint8_t b) { return a == 0 || a == b; });
         if (!cutOff) {
-            file.skip();
             return {};
         }
     }
@@ -113,7 +112,6 @@ Outcome compare(const Examination &examination, SourceFile &file, const Task &ta
     const Entry &entry = examination.directory.entries()[task.entry];
     same = false;
     if (lineEndsOf(examination.options) == LineEnds::Keep && file.version().size != entry.size) {
-        file.skip();
         return {};
     }
     if (auto read = compareCrc(file, entry, same); !read.ok() || !same || task.timeTells) {
@@ -138,39 +136,38 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
         return;
     }
     const PackOptions &options = examination.options;
+    const FolderPool::Use lies(examination.folders, folderOf(found.path));
     SourceFile file(options.root, found.path, lineEndsOf(options));
-    bool same = false;
-    // Who asks for encryption wants it for this file, too, whatever its entry holds.
-    const bool comparable = task.entry != kNoEntry && !options.encrypt;
-    task.outcome = readWhole(file, [&]() -> Outcome {
-        const platform::FileInfo &seen = file.version();
-        task.verdict = Task::Verdict::Pack;
-        if (examination.archiveInfo != nullptr && sameFile(seen, *examination.archiveInfo)) {
-            task.verdict = Task::Verdict::Archive;
-        } else if (task.entry != kNoEntry) {
-            judgeTimes(options, examination.directory, seen.modified, task);
-        }
-        if (task.verdict != Task::Verdict::Pack || !comparable) {
-            file.skip();
-            return {};
-        }
-        auto compared = compare(examination, file, task, same);
-        if (!compared.ok() || same) {
-            return compared;
-        }
-        bool cutOff = false;
-        const Entry &entry = examination.directory.entries()[task.entry];
-        auto looked = looksCutOff(examination, file, entry, cutOff);
-        if (cutOff) {
-            task.verdict = Task::Verdict::CutOff;
-        }
-        return looked;
-    });
+    if (lies.folder() != nullptr) {
+        file.lieIn(*lies.folder());
+    }
+    task.outcome = file.open();
     if (!task.outcome.ok()) {
         return;
     }
     found.info = file.version();
     found.known = true;
+    task.verdict = Task::Verdict::Pack;
+    if (examination.archiveInfo != nullptr && sameFile(found.info, *examination.archiveInfo)) {
+        task.verdict = Task::Verdict::Archive;
+    } else if (task.entry != kNoEntry) {
+        judgeTimes(options, examination.directory, found.info.modified, task);
+    }
+    // Who asks for encryption wants it for this file, too, whatever its entry holds.
+    const bool comparable = task.entry != kNoEntry && !options.encrypt;
+    bool same = false;
+    if (task.verdict == Task::Verdict::Pack && comparable) {
+        task.outcome = compare(examination, file, task, same);
+        if (task.outcome.ok() && !same) {
+            bool cutOff = false;
+            const Entry &entry = examination.directory.entries()[task.entry];
+            task.outcome = looksCutOff(examination, file, entry, cutOff);
+            task.verdict = cutOff ? Task::Verdict::CutOff : task.verdict;
+        }
+    }
+    if (!task.outcome.ok()) {
+        return;
+    }
     if (task.verdict != Task::Verdict::Pack) {
         return;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ziplib/container/directory.h"
+#include "ziplib/vl2zip/folderpool.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/scan.h"
 #include "ziplib/vl2zip/task.h"
@@ -13,13 +14,16 @@ struct Examination {
     const platform::InputFile &archive;
     const platform::FileInfo *archiveInfo; // null where there is no archive yet
     const Directory &directory;
+    FolderPool &folders; // of the files
 };
 
 LineEnds lineEndsOf(const PackOptions &options);
 
 // Decides a task's verdict where that takes a look at the file: whether it is hidden, and whether
 // its entry holds these very bytes. Size and CRC must agree for that, and where the times differ
-// the bytes themselves. Leaves in `file` which version was seen. To be called from several threads.
+// the bytes themselves. Leaves in `file` which version was opened: the verdict holds where the file
+// still is that version afterwards, which is the caller's to find out. To be called from several
+// threads.
 void examine(const Examination &examination, FoundFile &file, Task &task);
 
 } // namespace ziplib

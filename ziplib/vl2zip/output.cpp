@@ -74,7 +74,7 @@ Outcome Output::copy(const platform::InputFile &old, std::uint64_t offset, std::
     if (size < kLongCopy) {
         status = m_file.copyFrom(old, offset, size);
     } else {
-        runInBackground([&] { status = m_file.copyFrom(old, offset, size); }, m_idle);
+        runInBackground({[&] { status = m_file.copyFrom(old, offset, size); }}, m_idle);
     }
     if (status.ok()) {
         m_written += size;

@@ -220,14 +220,13 @@ Outcome packStreamed(SourceFile &file, const std::optional<std::string> &passwor
                      const std::function<void()> &idle, Output &output, Packing &packing) {
     Outcome outcome;
     const std::uint64_t start = output.position();
-    runInBackground(
-        [&] {
-            outcome = readWhole(file, [&] {
-                const auto again = output.rewind(start);
-                return again.ok() ? streamOnce(file, password, output, packing) : again;
-            });
-        },
-        idle);
+    runInBackground({[&] {
+                        outcome = readWhole(file, [&] {
+                            const auto again = output.rewind(start);
+                            return again.ok() ? streamOnce(file, password, output, packing) : again;
+                        });
+                    }},
+                    idle);
     return outcome;
 }
 

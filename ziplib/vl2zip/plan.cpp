@@ -6,7 +6,6 @@
 
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 
 namespace ziplib {
@@ -16,10 +15,16 @@ namespace {
 // The longest name that the game's own reader takes.
 constexpr std::size_t kLongestName = 209;
 
+// The path that a file has in the archive.
+std::string storedPath(const PackOptions &options, const FoundFile &file) {
+    return options.junkFolders ? std::string(lastComponent(file.path)) : file.path;
+}
+
 class Matcher {
   public:
-    Matcher(const Directory &directory, const std::vector<std::string> &filePaths,
-            const std::function<void()> &idle);
+    Matcher(const EntryPaths &entries, const PackOptions &options, const Scan &scan,
+            const std::function<void()> &idle)
+        : m_exact(entries), m_options(options), m_scan(scan), m_idle(idle) {}
 
     std::size_t entryFor(const std::string &path);
 
@@ -31,22 +36,12 @@ class Matcher {
     };
     void makeFolds();
 
-    const std::vector<std::string> &m_filePaths;
+    const EntryPaths &m_exact;
+    const PackOptions &m_options;
+    const Scan &m_scan;
     const std::function<void()> &m_idle;
-    std::unordered_map<std::string, std::size_t> m_exact;
     std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
 };
-
-Matcher::Matcher(const Directory &directory, const std::vector<std::string> &filePaths,
-                 const std::function<void()> &idle)
-    : m_filePaths(filePaths), m_idle(idle) {
-    const auto &entries = directory.entries();
-    m_exact.reserve(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        m_exact[directory.path(entries[i])] = i;
-        m_idle();
-    }
-}
 
 void Matcher::makeFolds() {
     m_folds.emplace();
@@ -57,8 +52,9 @@ void Matcher::makeFolds() {
         fold.entry = entry;
         m_idle();
     }
-    for (const auto &path : m_filePaths) {
-        if (const auto found = m_folds->find(foldCase(path)); found != m_folds->end()) {
+    for (const auto &file : m_scan.files) {
+        const auto found = m_folds->find(foldCase(storedPath(m_options, file)));
+        if (found != m_folds->end()) {
             ++found->second.files;
         }
         m_idle();
@@ -105,19 +101,22 @@ Outcome checkNewName(const std::string &path) {
 
 } // namespace
 
-Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
-                  const Directory &directory, const std::function<void()> &idle,
-                  std::vector<Task> &tasks) {
-    const auto storedPath = [&](const std::string &path) {
-        return options.junkFolders ? std::string(lastComponent(path)) : path;
-    };
-    std::vector<std::string> paths;
-    paths.reserve(scan.files.size());
-    for (const auto &file : scan.files) {
-        paths.push_back(storedPath(file.path));
+EntryPaths entryPaths(const Directory &directory) {
+    const auto &entries = directory.entries();
+    EntryPaths paths;
+    paths.reserve(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        paths[directory.path(entries[i])] = i;
     }
-    Matcher matcher(directory, paths, idle);
+    return paths;
+}
+
+Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
+                  const EntryPaths &entries, const std::function<void()> &idle,
+                  std::vector<Task> &tasks) {
+    Matcher matcher(entries, options, scan, idle);
     std::unordered_set<std::string> seen;
+    tasks.reserve(scan.files.size());
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
@@ -126,7 +125,7 @@ Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &
         }
         Task task;
         task.file = i;
-        task.path = paths[i];
+        task.path = storedPath(options, file);
         task.entry = matcher.entryFor(task.path);
         if (options.junkFolders && !seen.insert(task.path).second) {
             return refuse(file.path, "without its folder another file has the same name");

@@ -6,6 +6,8 @@
 #include "ziplib/vl2zip/task.h"
 
 #include <functional>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 // Which file of the folder stands for which entry of the archive.
@@ -13,13 +15,17 @@ namespace ziplib {
 
 class Selection;
 
+// The entries of an archive by their paths; of several of one path the last.
+using EntryPaths = std::unordered_map<std::string, std::size_t>;
+EntryPaths entryPaths(const Directory &directory);
+
 // Makes the tasks for the files that are meant, in the order of their paths. A file replaces the
 // entry of its exact path, of several the last one; where there is none, the one entry that differs
 // from it in case only, unless the folder holds another file for that entry. Else it is new. Fails
 // where a new name cannot be one that every reader understands and the game takes. `idle` is
 // called often.
 Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
-                  const Directory &directory, const std::function<void()> &idle,
+                  const EntryPaths &entries, const std::function<void()> &idle,
                   std::vector<Task> &tasks);
 
 } // namespace ziplib

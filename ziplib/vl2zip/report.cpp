@@ -30,9 +30,9 @@ void Report::say(const std::string &text) {
     }
 }
 
-void Report::detail(const std::string &text) {
+void Report::detail(std::string_view what, std::string_view more) {
     if (m_verbose) {
-        print(text);
+        print(std::string(what).append(more));
     }
 }
 

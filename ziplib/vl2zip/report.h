@@ -6,6 +6,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace ziplib {
 
@@ -17,7 +18,7 @@ class Report {
     // One line about a file; left out where fewer messages are asked for.
     void say(const std::string &text);
     // A line for those who asked for more messages.
-    void detail(const std::string &text);
+    void detail(std::string_view what, std::string_view more);
     // Something was left out. The last warning is said again at the end of the call, so that it is
     // the text that remains.
     void warn(const std::string &text);

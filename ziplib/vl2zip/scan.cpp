@@ -14,8 +14,6 @@ using platform::Folder;
 struct Walk {
     const std::string &root;
     bool recurse;
-    Look look;
-    const std::function<void()> &idle;
     Scan &scan;
     std::vector<std::string> pending; // folders still to be listed
 
@@ -36,7 +34,7 @@ Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::
         return {};
     }
     FoundFile found;
-    if (look == Look::Names && item.kind == Kind::File) {
+    if (item.kind == Kind::File) {
         found.path = std::move(path);
         scan.files.push_back(std::move(found));
         return {};
@@ -82,34 +80,25 @@ Outcome Walk::listFolder(const std::string &path) {
         if (auto taken = take(folder, item, std::move(below)); !taken.ok()) {
             return taken;
         }
-        idle();
     }
     return {};
 }
 
 } // namespace
 
+std::string_view folderOf(std::string_view path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
     return platform::sameFile(a, b) && a.size == b.size && a.modified == b.modified &&
            a.changed == b.changed;
 }
 
-std::string Scan::changedIn(const Scan &later) const {
-    const auto [mine, other] =
-        std::mismatch(files.begin(), files.end(), later.files.begin(), later.files.end(),
-                      [](const FoundFile &a, const FoundFile &b) {
-                          return a.path == b.path && (!a.known || sameVersion(a.info, b.info));
-                      });
-    if (mine != files.end()) {
-        return mine->path;
-    }
-    return other != later.files.end() ? other->path : std::string();
-}
-
-Outcome scanFolder(const std::string &root, bool recurse, Look look,
-                   const std::function<void()> &idle, Scan &scan) {
+Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
-    Walk walk{root, recurse, look, idle, scan, {std::string()}};
+    Walk walk{root, recurse, scan, {std::string()}};
     // One folder is open at a time, however deep the tree is.
     while (!walk.pending.empty()) {
         const std::string path = std::move(walk.pending.back());

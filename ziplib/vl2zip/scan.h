@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // What lies in the folder that is packed.
@@ -21,19 +22,16 @@ struct Scan {
     std::vector<FoundFile> folders;       // sorted by path
     std::vector<std::string> leftOut;     // what cannot be packed, a line for each
     std::vector<std::string> temporaries; // what a killed extraction left
-
-    // The first file that is not the same version of itself in a later scan of everything (of one
-    // that is not known any will do), or is in one of the two only; empty where there is none.
-    std::string changedIn(const Scan &later) const;
 };
 
 // Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files
 // count as files; links to folders are not entered; pipes and devices are not opened. Fails where
-// any folder cannot be read. Of files that are to be opened anyway the names alone will do. `idle`
-// is called often.
-enum class Look { Names, Everything };
-Outcome scanFolder(const std::string &root, bool recurse, Look look,
-                   const std::function<void()> &idle, Scan &scan);
+// any folder cannot be read. Of ordinary files nothing but their names is looked at: whoever opens
+// them learns the rest.
+Outcome scanFolder(const std::string &root, bool recurse, Scan &scan);
+
+// The path of the folder that a path lies in; "" is the root.
+std::string_view folderOf(std::string_view path);
 
 // True where both are the same version of the same file.
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);

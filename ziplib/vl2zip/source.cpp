@@ -1,5 +1,6 @@
 #include "ziplib/vl2zip/source.h"
 
+#include "ziplib/container/names.h"
 #include "ziplib/vl2zip/failures.h"
 #include "ziplib/vl2zip/scan.h"
 
@@ -32,7 +33,11 @@ SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
 
 Outcome SourceFile::open() {
     constexpr int kTries = 10;
-    if (const auto opened = m_file.open(m_place, m_version); !opened.ok()) {
+    const auto opened = m_folder == nullptr
+                            ? m_file.open(m_place, m_version)
+                            : m_folder->openFile(std::string(lastComponent(name())), m_file,
+                                                 platform::Folder::Links::Follow, m_version);
+    if (!opened.ok()) {
         return failure(opened, Code::CannotOpen);
     }
     for (int i = 0; i < kTries; ++i) {

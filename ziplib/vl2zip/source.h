@@ -15,6 +15,8 @@ class SourceFile {
     // The file `name` (UTF-8) below the folder `root`.
     SourceFile(std::string root, std::string name, LineEnds lineEnds);
 
+    // From now on opens it directly in its folder, which is quicker. The folder must outlive this.
+    void lieIn(const platform::Folder &folder) { m_folder = &folder; }
     // Opens it and notes which version of it this is. Of a file written to just now the note is
     // taken a moment later, so that every further write is sure to tell.
     Outcome open();
@@ -25,8 +27,6 @@ class SourceFile {
     Outcome read(std::size_t wanted, Bytes &out);
     // Starts again at the first byte.
     void rewind();
-    // Its bytes are not wanted this time.
-    void skip() { m_position = m_version.size; }
     // True where the file was read to its end and is still the version that was opened.
     bool settled() const;
     // DOS attributes.
@@ -38,6 +38,7 @@ class SourceFile {
     Outcome readConverted(std::size_t wanted, Bytes &out);
 
     platform::Place m_place;
+    const platform::Folder *m_folder = nullptr;
     LineEnds m_wanted;
     LineEnds m_lineEnds = LineEnds::Keep; // what is done to this version of the file
     LineEndConverter m_converter;

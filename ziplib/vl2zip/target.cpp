@@ -110,7 +110,9 @@ std::uint64_t Target::space() const {
 
 Outcome Target::sync(const std::function<void()> &idle) {
     platform::Status status;
-    runInBackground([&] { status = m_fresh.sync(); }, idle);
+    // While the disk works there is time to give back the memory that held the old archive, which
+    // otherwise is given back when it is deleted.
+    runInBackground({[&] { status = m_fresh.sync(); }, [&] { m_old.forget(); }}, idle);
     return failed(status, "the new archive cannot be made durable", Code::CannotWrite);
 }
 
@@ -125,7 +127,8 @@ Outcome Target::replace(bool &taken) {
 
 Outcome Target::syncFolder(const std::function<void()> &idle) {
     platform::Status status;
-    runInBackground([&] { status = m_folder.sync(); }, idle);
+    // What the old archive had on the disk is given back meanwhile.
+    runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
     return failed(status, "the archive is saved, but its folder cannot be made durable",
                   Code::CannotWrite);
 }

@@ -1,9 +1,11 @@
 #include "ziplib/vl2zip/update.h"
 
 #include "ziplib/container/workers.h"
+#include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/commit.h"
 #include "ziplib/vl2zip/examine.h"
 #include "ziplib/vl2zip/inorder.h"
+#include "ziplib/vl2zip/lookagain.h"
 #include "ziplib/vl2zip/plan.h"
 #include "ziplib/vl2zip/rewrite.h"
 #include "ziplib/vl2zip/selection.h"
@@ -18,8 +20,6 @@ namespace {
 // How often a save begins again because files or archive changed under it.
 constexpr int kTries = 4;
 constexpr std::uint64_t kNoLimit = UINT64_MAX;
-// What an item of work costs that a thread is to take alone.
-constexpr std::uint64_t kAlone = 1U << 30U;
 
 Outcome cancelled(const PackOptions &options) {
     return {Code::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
@@ -64,26 +64,22 @@ Outcome Update::look() {
     if (auto opened = m_target.open(idle); !opened.ok()) {
         return opened;
     }
-    // Archive and folder are looked at side by side.
-    Outcome looked[2];
-    InOrder work;
-    work.count = std::size(looked);
-    work.cost = [](std::size_t) { return kAlone; };
-    work.work = [&](std::size_t i) {
-        looked[i] =
-            i == 0 ? readDirectory(m_target, m_directory)
-                   : scanFolder(
-                         m_options.root, m_selection.needsFolders(), Look::Names, [] {}, m_scan);
-    };
-    work.take = [&](std::size_t i) { return looked[i].ok(); };
-    work.idle = idle;
-    runInOrder(work, std::size(looked), kNoLimit);
-    for (auto &look : looked) {
-        if (!look.ok()) {
-            return look;
-        }
+    EntryPaths paths;
+    Outcome archive;
+    Outcome folder;
+    runInBackground(
+        {[&] {
+             archive = readDirectory(m_target, m_directory);
+             if (archive.ok()) {
+                 paths = entryPaths(m_directory);
+             }
+         },
+         [&] { folder = scanFolder(m_options.root, m_selection.needsFolders(), m_scan); }},
+        idle);
+    if (!archive.ok() || !folder.ok()) {
+        return archive.ok() ? folder : archive;
     }
-    return planTasks(m_options, m_selection, m_scan, m_directory, idle, m_tasks);
+    return planTasks(m_options, m_selection, m_scan, paths, idle, m_tasks);
 }
 
 // Says what became of a file that is not packed. False where the caller wants to stop.
@@ -92,15 +88,15 @@ bool Update::take(Task &task) {
     case Task::Verdict::Pack:
         return true; // reported once it is
     case Task::Verdict::Same:
-        m_report.detail("unchanged: " + task.path);
+        m_report.detail("unchanged: ", task.path);
         break;
     case Task::Verdict::Archive:
         return true;
     case Task::Verdict::NotNewer:
-        m_report.detail("not newer: " + task.path);
+        m_report.detail("not newer: ", task.path);
         break;
     case Task::Verdict::Hidden:
-        m_report.detail("hidden, left out: " + task.path);
+        m_report.detail("hidden, left out: ", task.path);
         break;
     case Task::Verdict::HiddenChanged:
         m_report.warn(task.path + ": is hidden and was left out; the archive keeps the version "
@@ -115,8 +111,10 @@ bool Update::take(Task &task) {
 }
 
 Outcome Update::examineAll() {
+    FolderPool folders(m_options.root);
     const Examination examination{m_options, m_target.old(),
-                                  m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory};
+                                  m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
+                                  folders};
     Outcome failed;
     InOrder work;
     work.count = m_tasks.size();
@@ -145,16 +143,10 @@ Outcome Update::examineAll() {
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
 // with the work folder.
 Outcome Update::checkFolder(bool &again) {
-    Scan now;
-    if (auto scanned = scanFolder(
-            m_options.root, m_selection.needsFolders(), Look::Everything,
-            [this] { m_report.idle(); }, now);
-        !scanned.ok()) {
-        return scanned;
-    }
-    m_changed = m_scan.changedIn(now);
-    again = !m_changed.empty();
-    return {};
+    auto looked = lookAgain(
+        m_options.root, m_selection.needsFolders(), m_scan, [this] { m_report.idle(); }, m_changed);
+    again = looked.ok() && !m_changed.empty();
+    return looked;
 }
 
 Outcome Update::write(bool &again) {
@@ -180,10 +172,8 @@ Outcome Update::write(bool &again) {
 // A killed extraction leaves them; they are no file of anybody's.
 void Update::removeTemporaries() {
     for (const auto &path : m_scan.temporaries) {
-        const auto slash = path.rfind('/');
-        const bool inRoot = slash == std::string::npos;
         platform::Folder folder;
-        if (folder.open({m_options.root, inRoot ? "" : path.substr(0, slash)}).ok()) {
+        if (folder.open({m_options.root, std::string(folderOf(path))}).ok()) {
             folder.removeStaleTemporaries();
         }
     }
@@ -231,7 +221,7 @@ Outcome Update::run(bool &again) {
     if (!changes && !same && !m_report.warned()) {
         return {Code::NothingToDo, m_options.archive + ": no file is newer than its entry"};
     }
-    m_report.detail(m_options.archive + (changes ? ": saved" : ": already up to date"));
+    m_report.detail(m_options.archive, changes ? ": saved" : ": already up to date");
     return {};
 }
 

@@ -1,9 +1,10 @@
-#include "tests/support/disk.h"
 #include "tests/ziplib/vl2zip/packFaults.h"
+#include "tests/support/disk.h"
 
 #include <atomic>
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 using namespace packer; // NOLINT: the tests speak this language
@@ -155,24 +156,56 @@ TEST_F(PackFaults, AFileThatChangesWhileOthersArePackedIsInTheArchiveInItsLastVe
     EXPECT_EQ(content(archive, "a.txt"), "edited at the last moment");
 }
 
-// Its files have old times: nothing but a second look tells them from those that were seen.
-TEST_F(PackFaults, AFolderThatIsMovedInWhileNothingElseChangesIsInTheArchive) {
-    write(work / "sub/b.txt", "seen");
-    ASSERT_EQ(run(call()).code, 0);
-    write(folder / "other/b.txt", "moved in");
-    bool moved = false;
-    auto pack = call();
-    pack.onFile = [&](const std::string & /*name*/) {
-        if (!moved) {
-            moved = true;
-            fs::rename(work / "sub", folder / "aside");
-            fs::rename(folder / "other", work / "sub");
-        }
-        return 0;
+// Files that are moved in have old times, and times can be put back: nothing but a second look at
+// all that was seen tells.
+TEST_F(PackFaults, WhatChangesWhileNothingIsWrittenIsInTheArchive) {
+    const fs::path sub = work / "sub";
+    const struct {
+        const char *what;
+        std::function<void()> change;
+        const char *entry;
+        const char *expected;
+    } rows[] = {
+        {"a folder takes another's place",
+         [&] {
+             fs::rename(sub, folder / "aside");
+             fs::rename(folder / "other", sub);
+         },
+         "sub/b.txt", "moved in"},
+        {"a folder is new", [&] { fs::rename(folder / "other", work / "new"); }, "new/b.txt",
+         "moved in"},
+        {"a file is new", [&] { fs::rename(folder / "other/b.txt", sub / "c.txt"); }, "sub/c.txt",
+         "moved in"},
+        {"a file takes another's place", [&] { fs::rename(folder / "other/b.txt", sub / "b.txt"); },
+         "sub/b.txt", "moved in"},
+        {"a file is written to",
+         [&] {
+             const auto time = fs::last_write_time(sub / "b.txt");
+             write(sub / "b.txt", "edit");
+             fs::last_write_time(sub / "b.txt", time);
+         },
+         "sub/b.txt", "edit"},
     };
-    ASSERT_EQ(run(pack).code, 0);
-    EXPECT_TRUE(moved);
-    EXPECT_EQ(content(archive, "sub/b.txt"), "moved in");
+    for (const auto &row : rows) {
+        for (const auto &gone : {work, folder / "other", folder / "aside"}) {
+            fs::remove_all(gone);
+        }
+        write(sub / "b.txt", "seen");
+        write(folder / "other/b.txt", "moved in");
+        ASSERT_EQ(run(call()).code, 0) << row.what;
+        bool changed = false;
+        auto pack = call();
+        pack.onFile = [&](const std::string & /*name*/) {
+            if (!changed) {
+                changed = true;
+                row.change();
+            }
+            return 0;
+        };
+        ASSERT_EQ(run(pack).code, 0) << row.what;
+        EXPECT_TRUE(changed) << row.what;
+        EXPECT_EQ(content(archive, row.entry), row.expected) << row.what;
+    }
 }
 
 TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
