@@ -3,7 +3,7 @@ add_library(zip_packer STATIC vl2zip/packer.cpp)
 target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip)
 target_compile_definitions(zip_packer PRIVATE ORVEL_JUDGE="${CMAKE_CURRENT_SOURCE_DIR}/judge.py")
 
-foreach(unit inOrder lineEnds pack packFaults packOptions records)
+foreach(unit inOrder pack packFaults packOptions records)
   # What only one system has: links and pipes, other users, small disks.
   set(own vl2zip/${ORVEL_SYSTEM}/${unit}Test.cpp)
   if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${own})

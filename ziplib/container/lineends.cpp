@@ -6,15 +6,21 @@ namespace ziplib {
 
 bool looksLikeText(const std::uint8_t *data, std::size_t size) {
     return std::none_of(data, data + size, [](std::uint8_t c) {
-        return c == 0x7F || (c < 0x20 && (c < 0x07 || c > 0x0D) && c != 0x1A && c != 0x1B);
+        const bool blank = (c >= '\t' && c <= '\r') || c == 0x1A || c == 0x1B;
+        return c == 0x7F || (c < 0x20 && !blank);
     });
 }
 
-std::size_t LineEnds::convert(const std::uint8_t *data, std::size_t size, std::uint8_t *out) {
+std::size_t LineEndConverter::convert(const std::uint8_t *data, std::size_t size,
+                                      std::uint8_t *out) {
+    if (m_want == LineEnds::Keep) {
+        std::copy_n(data, size, out);
+        return size;
+    }
     std::uint8_t *to = out;
     for (std::size_t i = 0; i < size; ++i) {
         const std::uint8_t c = data[i];
-        if (m_want == Want::CrLf) {
+        if (m_want == LineEnds::CrLf) {
             if (c == '\n' && !m_afterCr) {
                 *to++ = '\r';
             }
@@ -34,8 +40,8 @@ std::size_t LineEnds::convert(const std::uint8_t *data, std::size_t size, std::u
     return static_cast<std::size_t>(to - out);
 }
 
-std::size_t LineEnds::finish(std::uint8_t *out) {
-    if (m_want == Want::CrLf || !m_afterCr) {
+std::size_t LineEndConverter::finish(std::uint8_t *out) {
+    if (m_want != LineEnds::Lf || !m_afterCr) {
         return 0;
     }
     m_afterCr = false;

@@ -8,7 +8,7 @@ endif()
 
 add_library(ziplib_container STATIC
   ${crc} container/bytes.h
-  container/codec.cpp container/codec.h container/codecStream.cpp
+  container/code.h container/codec.cpp container/codec.h container/codecStream.cpp
   container/crypt.cpp container/crypt.h
   container/directory.cpp container/directory.h container/properties.cpp
   container/dostime.cpp container/dostime.h

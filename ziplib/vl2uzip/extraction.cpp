@@ -42,7 +42,7 @@ const char *refusal(PlanItem::Action action, const std::string &path) {
 } // namespace
 
 Extraction::Extraction(const platform::InputFile &file, const Directory &directory,
-                       const Request &request, Caller &caller, Outcome &outcome)
+                       const Request &request, Caller &caller, CallResult &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
       m_extents(file, directory),
       m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}},

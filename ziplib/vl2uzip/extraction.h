@@ -1,9 +1,9 @@
 #pragma once
 
+#include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/extractTask.h"
 #include "ziplib/vl2uzip/folderTree.h"
-#include "ziplib/vl2uzip/outcome.h"
 #include "ziplib/vl2uzip/passwords.h"
 #include "ziplib/vl2uzip/plan.h"
 #include "ziplib/vl2uzip/request.h"
@@ -20,7 +20,7 @@ namespace ziplib {
 class Extraction {
   public:
     Extraction(const platform::InputFile &file, const Directory &directory, const Request &request,
-               Caller &caller, Outcome &outcome);
+               Caller &caller, CallResult &outcome);
 
     void run(const Plan &plan);
 
@@ -41,7 +41,7 @@ class Extraction {
     const Directory &m_directory;
     const Request &m_request;
     Caller &m_caller;
-    Outcome &m_outcome;
+    CallResult &m_outcome;
     Extents m_extents;
     MemoryBudget m_budget;
     std::atomic<bool> m_stopped{false};

@@ -17,7 +17,7 @@ constexpr std::size_t keptScratch = 512U << 10;
 Status FileSink::start(const std::uint8_t *data, std::size_t size) {
     m_started = true;
     if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, looked)))) {
-        m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::Want::CrLf : LineEnds::Want::Lf);
+        m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::CrLf : LineEnds::Lf);
     }
     return m_file.create(m_target.folder);
 }
@@ -34,7 +34,7 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     constexpr std::size_t piece = 128U << 10;
     while (size > 0) {
         const std::size_t now = std::min(size, piece);
-        std::uint8_t *out = m_scratch.reserve(std::min(LineEnds::room(piece), keptScratch));
+        std::uint8_t *out = m_scratch.reserve(std::min(LineEndConverter::room(piece), keptScratch));
         const std::size_t length = m_lineEnds->convert(data, now, out);
         if (Status status = m_file.write(out, length); !status.ok()) {
             return status;

@@ -36,7 +36,7 @@ class FileSink : public Sink {
     Buffer &m_scratch;
     platform::NewFile m_file;
     bool m_started = false;
-    std::optional<LineEnds> m_lineEnds;
+    std::optional<LineEndConverter> m_lineEnds;
 };
 
 } // namespace ziplib

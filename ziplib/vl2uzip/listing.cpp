@@ -25,7 +25,8 @@ Caller::Listed describe(const Entry &entry) {
 
 } // namespace
 
-void listEntries(const Directory &directory, NameFilter &filter, Caller &caller, Outcome &outcome) {
+void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
+                 CallResult &outcome) {
     std::uint64_t size = 0;
     std::uint64_t packedSize = 0;
     std::uint64_t count = 0;
@@ -43,7 +44,8 @@ void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
     reportUnmatched(filter, count > 0, caller, outcome);
 }
 
-void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, Outcome &outcome) {
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
+                     CallResult &outcome) {
     if (!filter.isSelective()) {
         return;
     }
@@ -53,7 +55,7 @@ void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, 
         outcome.add(Code::Warnings, message);
     }
     if (!anyMatched) {
-        outcome = Outcome();
+        outcome = CallResult();
         outcome.add(Code::NothingMatched, "none of the names is in the archive");
     }
 }

@@ -1,16 +1,18 @@
 #pragma once
 
 #include "ziplib/container/directory.h"
+#include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/nameFilter.h"
-#include "ziplib/vl2uzip/outcome.h"
 
 namespace ziplib {
 
 // Tells the caller every entry that the filter accepts, in stored order, folders included.
-void listEntries(const Directory &directory, NameFilter &filter, Caller &caller, Outcome &outcome);
+void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
+                 CallResult &outcome);
 
 // Says which of the given names fitted nothing, and whether any did.
-void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, Outcome &outcome);
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
+                     CallResult &outcome);
 
 } // namespace ziplib

@@ -3,11 +3,11 @@
 #include "platform/storage.h"
 #include "ziplib/container/codec.h"
 #include "ziplib/container/directory.h"
+#include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/extraction.h"
 #include "ziplib/vl2uzip/listing.h"
 #include "ziplib/vl2uzip/nameFilter.h"
-#include "ziplib/vl2uzip/outcome.h"
 #include "ziplib/vl2uzip/plan.h"
 #include "ziplib/vl2uzip/request.h"
 
@@ -21,13 +21,13 @@ namespace {
 
 using platform::Status;
 
-void fail(Code code, const std::string &message, Caller &caller, Outcome &outcome) {
+void fail(Code code, const std::string &message, Caller &caller, CallResult &outcome) {
     caller.warn(message);
     outcome.add(code, message);
 }
 
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
-             NameFilter &filter, Caller &caller, Outcome &outcome) {
+             NameFilter &filter, Caller &caller, CallResult &outcome) {
     const Plan plan = makePlan(directory, request, filter, [&caller] {
         caller.tick();
         return true;
@@ -40,7 +40,7 @@ void extract(const platform::InputFile &file, const Directory &directory, const 
     reportUnmatched(filter, !plan.items.empty(), caller, outcome);
 }
 
-void work(const Request &request, Caller &caller, Outcome &outcome) {
+void work(const Request &request, Caller &caller, CallResult &outcome) {
     platform::InputFile file;
     if (Status status = file.open(request.archive); !status.ok()) {
         fail(Code::NoArchive, status.message, caller, outcome);
@@ -87,9 +87,9 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
                              USERFUNCTIONS *lpUserFunctions) {
     using ziplib::Code;
     if (lpDCL == nullptr || lpUserFunctions == nullptr) {
-        return static_cast<int32_t>(Code::Severe);
+        return static_cast<int32_t>(Code::SevereDamage);
     }
-    ziplib::Outcome outcome;
+    ziplib::CallResult outcome;
     try {
         ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
         ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, outcome);
@@ -97,7 +97,7 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
         return static_cast<int32_t>(outcome.code());
     } catch (const std::exception &) {
         // Memory has run out; what was written before is whole.
-        return static_cast<int32_t>(Code::Severe);
+        return static_cast<int32_t>(Code::SevereDamage);
     }
 }
 

@@ -126,9 +126,9 @@ Outcome compare(const Examination &examination, SourceFile &file, const Task &ta
 
 LineEnds lineEndsOf(const PackOptions &options) {
     if (options.crlfToLf) {
-        return LineEnds::CrlfToLf;
+        return LineEnds::Lf;
     }
-    return options.lfToCrlf ? LineEnds::LfToCrlf : LineEnds::Keep;
+    return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
 }
 
 void examine(const Examination &examination, FoundFile &found, Task &task) {

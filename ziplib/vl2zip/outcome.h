@@ -1,29 +1,11 @@
 #pragma once
 
-#include <cstdint>
+#include "ziplib/container/code.h"
+
 #include <string>
 #include <utility>
 
 namespace ziplib {
-
-// The codes that ZpArchive returns.
-enum class Code : std::int32_t {
-    Done = 0,
-    Warnings = 1,
-    Damaged = 2,
-    SevereDamage = 3,
-    NoArchive = 9,
-    NothingMatched = 11,
-    NothingToDo = 12,
-    CannotWrite = 14,
-    CannotCreate = 15,
-    CannotOpen = 18,
-    DiskFull = 50,
-    EndsEarly = 51,
-    Cancelled = 80,
-    Unsupported = 81,
-    NoPassword = 82,
-};
 
 // How a step ended: a code, and for a failure the text that the user gets to read, which names the
 // file and the reason.

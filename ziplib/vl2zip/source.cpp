@@ -106,12 +106,10 @@ Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
         if (auto read = readRaw(wanted, m_raw); !read.ok()) {
             return read;
         }
-        if (m_raw.empty()) {
-            m_ended = true;
-            m_converter.finish(out);
-        } else {
-            m_converter.convert(m_raw.data(), m_raw.size(), out);
-        }
+        m_ended = m_raw.empty();
+        out.resize(LineEndConverter::room(m_raw.size()));
+        out.resize(m_ended ? m_converter.finish(out.data())
+                           : m_converter.convert(m_raw.data(), m_raw.size(), out.data()));
     }
     return {};
 }

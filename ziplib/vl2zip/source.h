@@ -1,7 +1,8 @@
 #pragma once
 
 #include "platform/storage.h"
-#include "ziplib/vl2zip/lineends.h"
+#include "ziplib/container/lineends.h"
+#include "ziplib/vl2zip/buffer.h"
 #include "ziplib/vl2zip/outcome.h"
 
 #include <string>

@@ -4,16 +4,17 @@
 
 #include <string>
 
+using ziplib::LineEndConverter;
 using ziplib::LineEnds;
 
 namespace {
 
 // Converts a text that comes in two pieces.
-std::string converted(const std::string &text, std::size_t cut, LineEnds::Want want) {
-    LineEnds lineEnds(want);
+std::string converted(const std::string &text, std::size_t cut, LineEnds want) {
+    LineEndConverter lineEnds(want);
     std::string all;
     for (const std::string &piece : {text.substr(0, cut), text.substr(cut)}) {
-        std::string out(LineEnds::room(piece.size()), '\0');
+        std::string out(LineEndConverter::room(piece.size()), '\0');
         const std::size_t size =
             lineEnds.convert(reinterpret_cast<const std::uint8_t *>(piece.data()), piece.size(),
                              reinterpret_cast<std::uint8_t *>(out.data()));
@@ -38,18 +39,18 @@ TEST(LineEnds, AreConvertedWhereverThePiecesEnd) {
     for (const auto &row : rows) {
         const std::string text = row.text;
         for (std::size_t cut = 0; cut <= text.size(); ++cut) {
-            EXPECT_EQ(converted(text, cut, LineEnds::Want::Lf), row.lf) << cut;
-            EXPECT_EQ(converted(text, cut, LineEnds::Want::CrLf), row.crLf) << cut;
+            EXPECT_EQ(converted(text, cut, LineEnds::Lf), row.lf) << cut;
+            EXPECT_EQ(converted(text, cut, LineEnds::CrLf), row.crLf) << cut;
+            EXPECT_EQ(converted(text, cut, LineEnds::Keep), text) << cut;
         }
     }
 }
 
 TEST(LineEnds, TextIsToldFromOtherData) {
-    const std::pair<std::string, bool> rows[] = {{"plain\r\n\ttext\f", true},
-                                                 {"Grüße", true},
-                                                 {"", true},
-                                                 {std::string("a\0b", 3), false},
-                                                 {"\x89PNG\r\n\x1A\n\x01", false}};
+    const std::pair<std::string, bool> rows[] = {
+        {"plain\r\n\ttext\f", true},     {"Grüße", true},           {"", true},
+        {std::string("a\0b", 3), false}, {"rubbed out\x7F", false}, {"ring\a", false},
+        {"\x89PNG\r\n\x1A\n\x01", false}};
     for (const auto &[text, expected] : rows) {
         EXPECT_EQ(
             ziplib::looksLikeText(reinterpret_cast<const std::uint8_t *>(text.data()), text.size()),

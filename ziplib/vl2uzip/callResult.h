@@ -1,26 +1,11 @@
 #pragma once
 
 #include "platform/status.h"
+#include "ziplib/container/code.h"
 
-#include <cstdint>
 #include <string>
 
 namespace ziplib {
-
-// What a call returns, as the interface numbers it.
-enum class Code : std::int32_t {
-    Done = 0,
-    Warnings = 1,
-    Damaged = 2,
-    Severe = 3,
-    NoArchive = 9,
-    NothingMatched = 11,
-    DiskFull = 50,
-    EndsEarly = 51,
-    Cancelled = 80,
-    Unsupported = 81,
-    Password = 82
-};
 
 // The code for an entry that failed so.
 Code codeOfEntry(const platform::Status &status);
@@ -28,7 +13,7 @@ Code codeOfEntry(const platform::Status &status);
 Code codeOfArchive(const platform::Status &status);
 
 // Gathers how the steps of a call went: the code that says most, and the text that goes with it.
-class Outcome {
+class CallResult {
   public:
     void add(Code code, const std::string &message);
 

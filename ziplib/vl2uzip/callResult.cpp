@@ -1,4 +1,4 @@
-#include "ziplib/vl2uzip/outcome.h"
+#include "ziplib/vl2uzip/callResult.h"
 
 #include <algorithm>
 #include <array>
@@ -13,8 +13,8 @@ using platform::Status;
 // From what hides most to what hides nothing: what ended the call, what is wrong with the archive
 // as a whole, with single entries, with the disk they go to.
 constexpr std::array<Code, 11> byWeight = {Code::Cancelled,      Code::DiskFull,    Code::NoArchive,
-                                           Code::Severe,         Code::EndsEarly,   Code::Damaged,
-                                           Code::Password,       Code::Unsupported, Code::Warnings,
+                                           Code::SevereDamage,   Code::EndsEarly,   Code::Damaged,
+                                           Code::NoPassword,     Code::Unsupported, Code::Warnings,
                                            Code::NothingMatched, Code::Done};
 
 auto weight(Code code) {
@@ -37,7 +37,7 @@ Code codeOfEntry(const Status &status) {
     case Failure::Unsupported:
         return Code::Unsupported;
     case Failure::Password:
-        return Code::Password;
+        return Code::NoPassword;
     case Failure::Cancelled:
         return Code::Cancelled;
     default:
@@ -52,7 +52,7 @@ Code codeOfArchive(const Status &status) {
     case Failure::NotArchive:
     case Failure::Damaged:
     case Failure::Resources:
-        return Code::Severe;
+        return Code::SevereDamage;
     case Failure::EndsEarly:
         return Code::EndsEarly;
     case Failure::Cancelled:
@@ -62,7 +62,7 @@ Code codeOfArchive(const Status &status) {
     }
 }
 
-void Outcome::add(Code code, const std::string &message) {
+void CallResult::add(Code code, const std::string &message) {
     if (weight(code) < weight(m_code)) {
         m_code = code;
         m_message = message;
