@@ -3,6 +3,7 @@
 #include "platform/storage.h"
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 namespace ziplib {
@@ -10,6 +11,23 @@ namespace ziplib {
 namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
+constexpr std::int64_t day = 24 * 60 * 60;
+
+std::int64_t secondsOf(std::int64_t days, int hour, int minute, int seconds) {
+    return days * day + (hour * 60 + minute) * 60 + seconds;
+}
+
+// Seconds that local clocks are ahead of UTC at an instant.
+std::int64_t offsetAt(std::int64_t instant) {
+    std::tm parts{};
+    if (!platform::localTime(instant, parts)) {
+        return 0;
+    }
+    const auto days = std::chrono::sys_days(std::chrono::year(parts.tm_year + 1900) /
+                                            (parts.tm_mon + 1) / parts.tm_mday);
+    return secondsOf(days.time_since_epoch().count(), parts.tm_hour, parts.tm_min, parts.tm_sec) -
+           instant;
+}
 
 } // namespace
 
@@ -25,15 +43,19 @@ DosTime dosTime(std::uint16_t date, std::uint16_t time) {
 }
 
 std::int64_t toNanoseconds(const DosTime &local) {
-    std::tm parts{};
-    parts.tm_year = local.year - 1900;
-    parts.tm_mon = local.month - 1;
-    parts.tm_mday = local.day;
-    parts.tm_hour = local.hour;
-    parts.tm_min = local.minute;
-    parts.tm_sec = local.second;
-    parts.tm_isdst = -1;
-    return static_cast<std::int64_t>(std::mktime(&parts)) * second;
+    // mktime would look at the disk for a new time zone at every call.
+    using std::chrono::sys_days;
+    const std::chrono::year_month_day date{std::chrono::year(local.year),
+                                           std::chrono::month(static_cast<unsigned>(local.month)),
+                                           std::chrono::day(static_cast<unsigned>(local.day))};
+    const std::int64_t clock = secondsOf(sys_days(date).time_since_epoch().count(), local.hour,
+                                         local.minute, local.second);
+    // Where the clock is set back and a time comes twice, the first one is meant; where it is set
+    // forward and a time is left out, the one that the old clock would have shown.
+    const std::int64_t early = clock - offsetAt(clock - day);
+    const std::int64_t late = clock - offsetAt(clock + day);
+    const bool wasEarly = early == late || offsetAt(early) == clock - early;
+    return (wasEarly || offsetAt(late) != clock - late ? early : late) * second;
 }
 
 std::uint32_t toDosFields(std::int64_t nanoseconds) {

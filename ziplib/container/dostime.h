@@ -17,7 +17,7 @@ struct DosTime {
 // `date` and `time` are the two 16-bit fields of a record.
 DosTime dosTime(std::uint16_t date, std::uint16_t time);
 
-// Nanoseconds since 1970, UTC, for a local date and time.
+// Nanoseconds since 1970, UTC, for a local date and time. Of two that have it the earlier one.
 std::int64_t toNanoseconds(const DosTime &local);
 
 // The two fields for an instant, date in the upper half: rounded up to the even second, drawn into

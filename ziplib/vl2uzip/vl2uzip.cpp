@@ -28,6 +28,7 @@ void fail(Code code, const std::string &message, Caller &caller, CallResult &out
 
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
              NameFilter &filter, Caller &caller, CallResult &outcome) {
+    platform::noticeTimeZone();
     const Plan plan = makePlan(directory, request, filter, [&caller] {
         caller.tick();
         return true;

@@ -43,6 +43,31 @@ TEST(DosTimes, AreLocalAndComeBackTheSame) {
     }
 }
 
+TEST(DosTimes, AroundAChangeOfTheClock) {
+    const char *berlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+    const char *pacific = "PST8PDT,M4.1.0,M10.5.0";
+    const struct {
+        const char *zone;
+        ziplib::DosTime local;
+        std::int64_t instant; // seconds
+    } rows[] = {{berlin, {2001, 3, 25, 1, 59, 58}, 985481998},
+                {berlin, {2001, 3, 25, 2, 30, 0}, 985483800}, // left out: an hour after 1:30
+                {berlin, {2001, 3, 25, 3, 0, 0}, 985482000},
+                {berlin, {2001, 10, 28, 1, 59, 58}, 1004227198},
+                {berlin, {2001, 10, 28, 2, 30, 0}, 1004229000}, // comes twice
+                {berlin, {2001, 10, 28, 3, 0, 0}, 1004234400},
+                {pacific, {2001, 4, 1, 2, 30, 0}, 986121000},
+                {pacific, {2001, 4, 1, 3, 0, 0}, 986119200},
+                {pacific, {2001, 10, 28, 1, 30, 0}, 1004257800},
+                {pacific, {2001, 10, 28, 2, 0, 0}, 1004263200},
+                {"UTC-14", {2001, 2, 31, 0, 0, 0}, 983527200}}; // the third of March
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.instant);
+        const TimeZone zone(row.zone);
+        EXPECT_EQ(ziplib::toNanoseconds(row.local), row.instant * second);
+    }
+}
+
 TEST(DosTimes, OutsideTheirRangeAreDrawnIntoIt) {
     const TimeZone zone("UTC");
     EXPECT_EQ(ziplib::toDosFields(0), 0x00210000U);
