@@ -73,9 +73,12 @@ def empty(folder):
 
 def contest(contestants, folder, rounds):
     """Runs every contestant once for warmth, then `rounds` times in turn, each run in a folder of
-    its own inside `folder`, which must not be there yet."""
+    its own inside `folder`, which must not be there yet. Each round begins with another one: the
+    first comes right after the emptying."""
     for number in range(rounds + 1):
-        for place, contestant in enumerate(contestants):
+        first = number % len(contestants)
+        order = list(enumerate(contestants))
+        for place, contestant in order[first:] + order[:first]:
             run_once(contestant, os.path.join(folder, "%d-%d" % (number, place)), keep=number > 0)
         empty(folder)
     return contestants

@@ -20,6 +20,7 @@ import sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from game import Game  # noqa: E402
+import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from place import Place  # noqa: E402
 from rows import Figures  # noqa: E402
@@ -88,9 +89,11 @@ def main():
     options = parser.parse_args()
     place = Place(options.bin, options.work, 3 if options.quick else options.rounds)
     figures = Figures(place)
+    held = memory.hold()
     try:
         measure(place, figures, options)
     finally:
+        held.close()
         place.clear()
     text = figures.text(machine(place), datetime.date.today().isoformat(), options.large)
     print(text)
