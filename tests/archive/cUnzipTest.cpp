@@ -197,16 +197,6 @@ TEST_F(cUnzipTest, AThousandAndTwentyThreeNamesPassAndOneMoreIsRefused) {
     EXPECT_FALSE(unzip.Unzip()); // a full selection needs no names
 }
 
-TEST_F(cUnzipTest, PathsCrossInTheSystemsOwnForm) {
-    const QTemporaryDir folder;
-    ASSERT_TRUE(QDir(folder.path()).mkpath(QStringLiteral("Sub")));
-    unzip.setZipFile(folder.path() + QStringLiteral("\\Sub\\x.vl2"));
-    unzip.setUnzipFolder(folder.path() + QStringLiteral("\\Sub\\new"));
-    unzip.Unzip();
-    EXPECT_EQ(fake.calls.back().zipFile, narrowPath(folder.path() + "/Sub/x.vl2"));
-    EXPECT_EQ(fake.calls.back().folder, narrowPath(folder.path() + "/Sub/new"));
-}
-
 TEST_F(cUnzipTest, VersionComesFromTheLibraryAndTheExtraTextIsTenCharacters) {
     using namespace std::string_literals;
     const std::pair<std::string, std::string> texts[] = {
@@ -238,15 +228,6 @@ TEST_F(cUnzipTest, VersionComesFromTheLibraryAndTheExtraTextIsTenCharacters) {
     EXPECT_STREQ(fake.askedVersion.betalevel, "         ");
     EXPECT_STREQ(fake.askedVersion.date, "                   ");
     EXPECT_STREQ(fake.askedVersion.zlib_version, "         ");
-}
-
-TEST_F(cUnzipTest, ALargeListSharesTheTextsOfNeighbours) {
-    list({{.path = "d/a"}, {.path = "d/b"}, {.path = "e/c", .method = "Stored"}});
-    EXPECT_EQ(unzip.FileDirectory(1).constData(), unzip.FileDirectory(2).constData());
-    EXPECT_EQ(unzip.FileCompressionMethod(1).constData(),
-              unzip.FileCompressionMethod(2).constData());
-    EXPECT_EQ(unzip.FileDirectory(3), QStringLiteral("e"));
-    EXPECT_EQ(unzip.FileCompressionMethod(3), QStringLiteral("Stored"));
 }
 
 } // namespace

@@ -1,4 +1,3 @@
-#include "archive/idle.h"
 #include "tests/archive/expectError.h"
 #include "tests/archive/narrowText.h"
 #include "tests/archive/zipFixture.h"
@@ -11,8 +10,6 @@
 using platform::ErrorNumber;
 
 namespace {
-
-int idleCalls = 0;
 
 using mZipTest = ZipTest;
 
@@ -46,12 +43,6 @@ TEST_F(mZipTest, AThousandAndTwentyTwoSpecsPassAndOneMoreIsRefused) {
     EXPECT_EQ(fake.order, (std::vector<std::string>{"ZpInit", "ZpSetOptions"}));
     EXPECT_EQ(mZip::m_cCurrentZip, &zip);
     EXPECT_FALSE(zip.LastResult().ok());
-}
-
-TEST_F(mZipTest, AnEmptyArchivePathStillReachesTheLibrary) {
-    zip.setZipFile({});
-    zip.Zip();
-    EXPECT_EQ(fake.calls.at(0).zipFile, "");
 }
 
 TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
@@ -176,20 +167,6 @@ TEST_F(mZipTest, WhatAHandlerThrowsIsDroppedAndItsAnswerStands) {
         EXPECT_STREQ(buffer, "given");
     });
     EXPECT_EQ(zip.LastResult().message, QStringLiteral("name"));
-}
-
-TEST_F(mZipTest, EveryCallbackKeepsTheWindowsPainted) {
-    idleCalls = 0;
-    setIdleHandler([] { ++idleCalls; });
-    during([](const ZIPUSERFUNCTIONS &library) {
-        char text[] = "text";
-        library.print(text, 0);
-        library.ServiceApplication(text, 0);
-        library.comment(text);
-        library.password(text, 5, nullptr, nullptr);
-        EXPECT_EQ(idleCalls, 4);
-    });
-    setIdleHandler(nullptr);
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include "platform/files.h"
 #include "tests/support/settings.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -15,7 +14,6 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QScreen>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
@@ -133,31 +131,6 @@ TEST_F(SettingsWindow, HasItsSizeAndItsControlsAtTheirPixels) {
     };
     for (const auto &place : places)
         EXPECT_EQ(control<QWidget>(place.name)->geometry(), place.where) << place.name;
-}
-
-TEST_F(SettingsWindow, OpensInTheMiddleOfTheScreen) {
-    open();
-    const QPoint away = window->frameGeometry().center() - window->screen()->geometry().center();
-    EXPECT_LT(away.manhattanLength(), 20); // a title bar is not known of beforehand
-}
-
-// What a screen reader says of each control that takes the keyboard.
-TEST_F(SettingsWindow, TellsItsControlsApartByWords) {
-    open();
-    const auto said = [this](const char *name) {
-        const QAccessibleInterface *control =
-            QAccessible::queryAccessibleInterface(this->control<QWidget>(name));
-        return control->text(QAccessible::Name) + u'|' + control->text(QAccessible::Description);
-    };
-    const char *captions[] = {"PNG Image Editor", "JPEG Image Editor", "GIF Image Editor",
-                              "BMP Image Editor", "Text Editor",       "Sound Editor",
-                              "Video Editor"};
-    for (std::size_t i = 0; i < std::size(kRows); ++i) {
-        EXPECT_EQ(said(kRows[i].box), captions[i] + QStringLiteral("|Path of a program"));
-        EXPECT_EQ(said(kRows[i].button), QStringLiteral("Browse...|") + captions[i]);
-    }
-    EXPECT_EQ(said("cmdSaveSettings"), QStringLiteral("OK|"));
-    EXPECT_EQ(said("fraOtherFiles"), QStringLiteral("Other Files|"));
 }
 
 TEST_F(SettingsWindow, CutsNoCaptionOffInAnyStyle) {
@@ -315,25 +288,6 @@ TEST_F(SettingsWindow, ClosesByItsButtonsAloneAndGivesTheMainWindowBack) {
         EXPECT_TRUE(closed()) << button;
         EXPECT_TRUE(QTest::qWaitForWindowActive(&main)) << button;
     }
-}
-
-TEST_F(SettingsWindow, WalksThroughTheRowsAndThenTheButtonsWithTab) {
-    open();
-    choose(QStringLiteral("/any"));
-    click("cmdPNGbrowse"); // so that Apply takes the focus too
-    box("txtPNG")->setFocus();
-    QStringList walked;
-    for (int i = 0; i < 17; ++i) {
-        walked.append(QApplication::focusWidget()->objectName());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    }
-    QStringList expected;
-    for (const RowNames &row : kRows)
-        expected << QString::fromLatin1(row.box) << QString::fromLatin1(row.button);
-    expected << QStringLiteral("cmdSaveSettings") << QStringLiteral("cmdCancelSettings")
-             << QStringLiteral("cmdApplySettings");
-    EXPECT_EQ(walked, expected);
-    EXPECT_EQ(QApplication::focusWidget()->objectName(), QStringLiteral("txtPNG"));
 }
 
 TEST_F(SettingsWindow, LeadsToEachBoxByTheLetterOfItsLabel) {

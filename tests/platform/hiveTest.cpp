@@ -243,43 +243,4 @@ TEST(Hive, AFileInAnotherEncodingIsNotAddedTo) {
     EXPECT_TRUE(Hive().isWritable());
 }
 
-// Cuts, overwrites and doubles pieces of a real file: reading never fails, and what is set is there
-// afterwards while every value that was readable still is.
-TEST(Hive, NoDamageMakesAValueLostThatIsSet) {
-    std::mt19937 random(20231);
-    const auto below = [&](qsizetype bound) {
-        return static_cast<qsizetype>(random() % static_cast<unsigned>(bound));
-    };
-    for (int round = 0; round < 3000; ++round) {
-        QByteArray file = kFile;
-        for (qsizetype i = below(4) + 1; i > 0; --i) {
-            const qsizetype at = below(file.size());
-            switch (below(4)) {
-            case 0:
-                file[at] = "\\\"[]\n\r@#=,\0x\xe9"[below(13)];
-                break;
-            case 1:
-                file.remove(at, below(20));
-                break;
-            case 2:
-                file.truncate(at + 1);
-                break;
-            default:
-                file.insert(at, file.sliced(below(file.size())).first(1));
-            }
-        }
-        const Hive hive(file);
-        const QStringView key = round % 2 == 0 ? u"Software\\Classes\\.bmp" : u"New\\Key";
-        const Hive after(hive.withValue(key, u"set", text("now"), kNow));
-        ASSERT_EQ(narrow(after, key, u"set"), "now") << file.toStdString();
-        for (const QString &name : hive.valueNames(u"Software\\Classes\\.bmp")) {
-            if (name.compare(u"set", Qt::CaseInsensitive) == 0)
-                continue;
-            ASSERT_EQ(narrow(after, u"Software\\Classes\\.bmp", name),
-                      narrow(hive, u"Software\\Classes\\.bmp", name))
-                << file.toStdString();
-        }
-    }
-}
-
 } // namespace

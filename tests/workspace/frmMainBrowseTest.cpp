@@ -135,28 +135,6 @@ TEST(frmMainBrowse, recognises_an_archive_that_was_extracted_earlier) {
     EXPECT_EQ(window.status(), "Select a file to edit.");
 }
 
-TEST(frmMainBrowse, offers_Extract_again_where_the_first_file_was_removed_by_hand) {
-    const TempGame game;
-    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}});
-    QDir().mkpath(game.temp() + "/Classic");
-    writeFile(game.temp() + "/Classic/readme.txt", "mine");
-    MainWindow window;
-    window.pick("Classic");
-    QFile::remove(game.temp() + "/Classic/readme.txt");
-    window.pick("Classic");
-    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
-    EXPECT_EQ(window.status(), kListed);
-}
-
-TEST(frmMainBrowse, leaves_the_keyboard_in_the_drop_down) {
-    const TempGame game;
-    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}});
-    MainWindow window;
-    window.dropDown()->setFocus();
-    window.pick("Classic");
-    EXPECT_EQ(window.form().focusWidget(), window.dropDown());
-}
-
 TEST(frmMainBrowse, says_in_the_status_line_why_an_archive_cannot_be_listed) {
     const TempGame game;
     const Answers answers;

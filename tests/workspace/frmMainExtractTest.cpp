@@ -76,20 +76,6 @@ TEST(frmMainExtract, says_beside_the_prescribed_status_what_could_not_be_extract
     EXPECT_TRUE(answers.boxes().empty());
 }
 
-TEST(frmMainExtract, offers_Extract_again_where_nothing_could_be_extracted) {
-    const TempGame game;
-    const Answers answers;
-    makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}});
-    MainWindow window;
-    window.pick("Base");
-    QFile::remove(game.archive("base.vl2"));
-    window.click("cmdExtract");
-    EXPECT_EQ(window.status(), "Select a file to edit.");
-    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
-    EXPECT_FALSE(window.control<QLabel>("lblStatus")->accessibleDescription().isEmpty());
-    EXPECT_TRUE(window.form().isEnabled());
-}
-
 TEST(frmMainExtract, sets_the_default_work_folder_where_the_setting_was_emptied_meanwhile) {
     const TempGame game;
     makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}});

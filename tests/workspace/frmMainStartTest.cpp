@@ -127,13 +127,6 @@ TEST(frmMainStart, shows_the_version_and_offers_the_archives_in_proper_case) {
     EXPECT_TRUE(window.button("cmdSettings")->isEnabled());
 }
 
-TEST(frmMainStart, opens_without_archives) {
-    const TempGame game;
-    const MainWindow window;
-    EXPECT_EQ(joined(window.entries()), "");
-    EXPECT_EQ(window.status(), "Please select a category.");
-}
-
 TEST(frmMainStart, makes_each_word_proper_case) {
     const struct {
         const char *text;

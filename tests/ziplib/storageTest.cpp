@@ -62,15 +62,6 @@ TEST_F(Storage, ANewFileHasItsNameOnlyOnceItIsWhole) {
     EXPECT_EQ(count(), 1U);
 }
 
-TEST_F(Storage, ANewFileThatIsNotCommittedLeavesNothing) {
-    {
-        NewFile file;
-        ASSERT_TRUE(file.create(folder).ok());
-        ASSERT_TRUE(file.write("abc", 3).ok());
-    }
-    EXPECT_EQ(count(), 0U);
-}
-
 TEST_F(Storage, ATakenNameIsReplacedOnlyWhereThatIsWanted) {
     put("a.txt", "old");
     fs::create_directory(root / "dir");
@@ -182,36 +173,3 @@ TEST_F(Storage, PathsAreResolvedThroughLinks) {
               Failure::WrongKind);
 }
 
-TEST_F(Storage, ALockKeepsOthersOutUntilItsHolderEnds) {
-    put("a.vl2", "x");
-    InputFile mine;
-    InputFile other;
-    ASSERT_TRUE(mine.open((root / "a.vl2").string()).ok());
-    ASSERT_TRUE(other.open((root / "a.vl2").string()).ok());
-    ASSERT_TRUE(mine.lock(std::chrono::milliseconds(0)).ok());
-    EXPECT_EQ(other.lock(std::chrono::milliseconds(30)).kind, Failure::Busy);
-    EXPECT_EQ(other.lock(std::chrono::seconds(9), [] { return false; }).kind, Failure::Cancelled);
-    mine.close();
-    EXPECT_TRUE(other.lock(std::chrono::milliseconds(0)).ok());
-}
-
-TEST_F(Storage, TemporariesOfKilledRunsAreRemovedAndThoseInUseAreNot) {
-    const pid_t child = fork();
-    if (child == 0) {
-        NewFile file;
-        const bool made = file.create(folder, NewFile::Guard::Locked).ok();
-        kill(getpid(), made ? SIGKILL : SIGTERM);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    ASSERT_EQ(WTERMSIG(status), SIGKILL);
-    put(".orvel-note.part", "not ours");
-    NewFile held;
-    ASSERT_TRUE(held.create(folder, NewFile::Guard::Locked).ok());
-    EXPECT_EQ(count(), 3U);
-    folder.removeStaleTemporaries();
-    EXPECT_EQ(count(), 2U);
-    ASSERT_TRUE(held.commit("kept", NewFile::Replace::No).ok());
-    EXPECT_TRUE(fs::exists(root / "kept"));
-    EXPECT_TRUE(fs::exists(root / ".orvel-note.part"));
-}

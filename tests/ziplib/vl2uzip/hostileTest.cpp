@@ -4,13 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
 namespace {
 
 struct Verdict {
-    const char *archive;
+    std::string archive;
     std::int32_t listing;
     std::size_t entries;
     std::int32_t extraction;
@@ -19,40 +20,17 @@ struct Verdict {
 
 const std::set<std::string> good = {"good.txt"};
 
-const Verdict verdicts[] = {
-    {"name-dotdot", 0, 2, 1, good},
-    {"name-dotdot-inside", 0, 2, 1, good},
-    {"name-absolute", 0, 2, 1, good},
-    {"name-drive", 0, 2, 1, good},
-    {"name-drive-relative", 0, 2, 1, good},
-    {"name-unc", 0, 2, 1, good},
-    {"name-backslash-dotdot", 0, 2, 1, good},
-    {"name-backslash-absolute", 0, 2, 1, good},
-    {"name-backslash-unc", 0, 2, 1, good},
-    {"name-mixed-dotdot", 0, 2, 1, good},
-    {"name-nul", 0, 2, 1, good},
-    {"name-control", 0, 2, 1, good},
-    {"name-newline", 0, 2, 1, good},
-    {"name-device", 0, 2, 1, good},
-    {"name-device-extension", 0, 2, 1, good},
-    {"name-device-extensions", 0, 2, 1, good},
-    {"name-device-port", 0, 2, 1, good},
-    {"name-device-blank", 0, 2, 1, good},
-    {"name-device-superscript", 0, 2, 1, good},
-    {"name-stream", 0, 2, 1, good},
-    {"name-trailing-dot", 0, 2, 1, good},
-    {"name-trailing-blank", 0, 2, 1, good},
-    {"name-folder-trailing-dot", 0, 2, 1, good},
-    {"name-dot", 0, 2, 1, good},
-    {"name-double-separator", 0, 2, 1, good},
-    {"name-empty", 0, 2, 1, good},
-    {"name-reserved", 0, 2, 1, good},
-    {"name-folder-dotdot", 0, 2, 1, good},
-    {"name-too-long", 0, 2, 1, good},
-    {"path-too-long", 0, 2, 1, good},
-    {"link", 0, 2, 1, good},
+// Entries that may not be written; the other one is.
+const char *const refused =
+    "name-dotdot name-dotdot-inside name-absolute name-drive name-drive-relative name-unc "
+    "name-backslash-dotdot name-backslash-absolute name-backslash-unc name-mixed-dotdot "
+    "name-nul name-control name-newline name-device name-device-extension name-device-extensions "
+    "name-device-port name-device-blank name-device-superscript name-stream name-trailing-dot "
+    "name-trailing-blank name-folder-trailing-dot name-dot name-double-separator name-empty "
+    "name-reserved name-folder-dotdot name-too-long path-too-long link device-node";
+
+const Verdict others[] = {
     {"link-then-file", 0, 3, 1, {"evil/a.txt", "good.txt"}},
-    {"device-node", 0, 2, 1, good},
     {"file-is-folder", 0, 3, 1, {"a/b.txt", "good.txt"}},
     {"folder-is-file", 0, 3, 1, {"a/b.txt", "good.txt"}},
     {"method-unknown", 0, 2, 81, good},
@@ -95,6 +73,15 @@ const Verdict verdicts[] = {
     {"end-only-half", 3, 0, 3, {}},
 };
 
+std::vector<Verdict> verdicts() {
+    std::vector<Verdict> all(std::begin(others), std::end(others));
+    std::istringstream names(refused);
+    for (std::string name; names >> name;) {
+        all.push_back({name, 0, 2, 1, good});
+    }
+    return all;
+}
+
 // Files below a folder, without folders.
 std::set<std::string> names(const fs::path &folder) {
     std::set<std::string> found;
@@ -109,9 +96,9 @@ std::set<std::string> names(const fs::path &folder) {
 } // namespace
 
 TEST(HostileArchives, ListAndExtractAsTheTableSays) {
-    for (const Verdict &verdict : verdicts) {
+    for (const Verdict &verdict : verdicts()) {
         SCOPED_TRACE(verdict.archive);
-        const std::string archive = dataFile("hostile/" + std::string(verdict.archive) + ".vl2");
+        const std::string archive = dataFile("hostile/" + verdict.archive + ".vl2");
         ASSERT_TRUE(fs::exists(archive));
         UnzipCall listing;
         EXPECT_EQ(listing.list(archive), verdict.listing);
@@ -142,7 +129,7 @@ TEST(HostileArchives, ListAndExtractAsTheTableSays) {
 
 TEST(HostileArchives, EveryFileOfTheFolderIsInTheTable) {
     std::set<std::string> told;
-    for (const Verdict &verdict : verdicts) {
+    for (const Verdict &verdict : verdicts()) {
         told.insert(verdict.archive);
     }
     for (const auto &item : fs::directory_iterator(dataFile("hostile"))) {
@@ -150,31 +137,7 @@ TEST(HostileArchives, EveryFileOfTheFolderIsInTheTable) {
     }
 }
 
-TEST(HostileArchives, EveryTruncationEndsInACleanCodeAndWholeFiles) {
-    const std::string whole = contentOf(dataFile("archives/descriptor-signed.vl2"));
-    const ScratchFolder scratch;
-    UnzipCall complete;
-    ASSERT_EQ(complete.extract(dataFile("archives/descriptor-signed.vl2"), scratch / "whole"), 0);
-    const auto expected = filesIn(scratch / "whole");
-    const std::string cut = (scratch / "cut.vl2").string();
-    for (std::size_t size = 0; size < whole.size(); ++size) {
-        SCOPED_TRACE(size);
-        writeFile(cut, whole.substr(0, size));
-        UnzipCall listing;
-        const std::int32_t code = listing.list(cut);
-        EXPECT_TRUE(code == 51 || code == 3) << code;
-        EXPECT_TRUE(listing.listed.empty());
-        UnzipCall extraction;
-        EXPECT_EQ(extraction.extract(cut, scratch / "out"), code);
-        for (const auto &[name, content] : filesIn(scratch.path())) {
-            if (name.rfind("out/", 0) == 0 && name.size() > 4) {
-                ADD_FAILURE() << name;
-            }
-        }
-    }
-}
-
-TEST(HostileArchives, EveryFlippedByteGivesRightFilesOrNone) {
+TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
     const std::string original = dataFile("archives/descriptor-signed.vl2");
     const ScratchFolder scratch;
     UnzipCall complete;
@@ -182,21 +145,28 @@ TEST(HostileArchives, EveryFlippedByteGivesRightFilesOrNone) {
     const auto expected = filesIn(scratch / "whole");
     const std::string whole = contentOf(original);
     const std::string changed = (scratch / "changed.vl2").string();
+    const fs::path out = scratch / "out";
     for (std::size_t at = 0; at < whole.size(); ++at) {
         SCOPED_TRACE(at);
+        writeFile(changed, whole.substr(0, at));
+        UnzipCall listing;
+        const std::int32_t code = listing.list(changed);
+        EXPECT_TRUE(code == 51 || code == 3) << code;
+        EXPECT_TRUE(listing.listed.empty());
+        UnzipCall cut;
+        EXPECT_EQ(cut.extract(changed, out), code);
+        EXPECT_TRUE(!fs::exists(out) || filesIn(out).empty());
+
         std::string bytes = whole;
         bytes[at] = static_cast<char>(bytes[at] ^ 0x41);
         writeFile(changed, bytes);
-        removeTree(scratch / "out");
-        UnzipCall extraction;
-        extraction.extract(changed, scratch / "out");
-        if (!fs::exists(scratch / "out")) {
-            continue;
-        }
-        for (const auto &[name, content] : filesIn(scratch / "out")) {
+        UnzipCall flipped;
+        flipped.extract(changed, out);
+        for (const auto &[name, content] : fs::exists(out) ? filesIn(out) : decltype(expected)()) {
             const bool right = std::any_of(expected.begin(), expected.end(),
                                            [&](const auto &e) { return e.second == content; });
             EXPECT_TRUE(right) << name;
         }
+        removeTree(out);
     }
 }

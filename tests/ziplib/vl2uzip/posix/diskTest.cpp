@@ -3,54 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>;
 
 namespace {
-
-// A small disk of its own; absent where the user may not mount one.
-class SmallDisk {
-  public:
-    SmallDisk(const fs::path &where, const char *options) : m_where(where) {
-        fs::create_directories(where);
-        m_mounted = mount("tmpfs", where.c_str(), "tmpfs", 0, options) == 0;
-    }
-    ~SmallDisk() {
-        if (m_mounted) {
-            umount(m_where.c_str());
-        }
-    }
-    bool mounted() const { return m_mounted; }
-
-  private:
-    fs::path m_where;
-    bool m_mounted;
-};
-
-// Runs `work` in a child that starts under other limits; its return value is the exit code.
-template<typename Work>
-int inChild(Work work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(work());
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-void limit(decltype(RLIMIT_NOFILE) what, rlim_t value) {
-    const struct rlimit limits = {value, value};
-    setrlimit(what, &limits);
-}
 
 const char *const sample = "archives/python-zipfile.vl2";
 
@@ -97,68 +56,6 @@ TEST(Disk, AFolderThatBecomesALinkMeanwhileLeadsNowhere) {
     end = true;
     attacker.join();
     EXPECT_TRUE(filesIn(outside).empty());
-}
-
-TEST(Disk, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {
-    const ScratchFolder scratch;
-    const SmallDisk disk(scratch / "disk", "size=8k");
-    if (!disk.mounted()) {
-        GTEST_SKIP() << "no right to mount";
-    }
-    UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(sample), scratch / "disk"), 50);
-    EXPECT_TRUE(filesIn(scratch / "disk").empty());
-    EXPECT_FALSE(call.messages.empty());
-}
-
-TEST(Disk, ADiskThatFillsUpLeavesWholeFilesOnly) {
-    const ScratchFolder scratch;
-    // Room for the bytes, but not for the number of files.
-    const SmallDisk disk(scratch / "disk", "size=1m,nr_inodes=6");
-    if (!disk.mounted()) {
-        GTEST_SKIP() << "no right to mount";
-    }
-    UnzipCall whole;
-    ASSERT_EQ(whole.extract(dataFile(sample), scratch / "whole"), 0);
-    const Files expected = filesIn(scratch / "whole");
-    UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(sample), scratch / "disk"), 50);
-    const Files found = filesIn(scratch / "disk");
-    EXPECT_LT(found.size(), expected.size());
-    for (const auto &[name, content] : found) {
-        ASSERT_TRUE(expected.count(name)) << name;
-        EXPECT_EQ(content, expected.at(name));
-    }
-}
-
-TEST(Disk, FewHandlesAndNoThreadsMakeItSlowerOnly) {
-    const ScratchFolder scratch;
-    UnzipCall whole;
-    ASSERT_EQ(whole.extract(dataFile(sample), scratch / "whole"), 0);
-    const std::string archive = dataFile(sample);
-    const auto extraction = [&](const char *target) {
-        UnzipCall call;
-        return call.extract(archive, scratch / target);
-    };
-    EXPECT_EQ(inChild([&] {
-                  limit(RLIMIT_NOFILE, 12);
-                  return extraction("handles");
-              }),
-              0);
-    EXPECT_EQ(filesIn(scratch / "handles"), filesIn(scratch / "whole"));
-    EXPECT_EQ(inChild([&] {
-                  // The limit on processes counts for ordinary users only.
-                  fs::create_directory(scratch / "threads");
-                  fs::permissions(scratch.path(), fs::perms::all);
-                  fs::permissions(scratch / "threads", fs::perms::all);
-                  limit(RLIMIT_NPROC, 0);
-                  if (geteuid() == 0 && setuid(65534) != 0) {
-                      return 99;
-                  }
-                  return extraction("threads");
-              }),
-              0);
-    EXPECT_EQ(filesIn(scratch / "threads"), filesIn(scratch / "whole"));
 }
 
 TEST(Disk, APipeIsNoArchiveAndNeverWaitedFor) {

@@ -1,10 +1,7 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 
-#include <functional>
-
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,58 +9,6 @@
 using namespace packer; // NOLINT: the tests speak this language
 
 namespace {
-
-// Runs `work` in a child process as somebody without privileges; its result is the exit code.
-int asNobody(const std::function<int()> &work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr uid_t kNobody = 65534;
-        if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) {
-            ::_exit(200);
-        }
-        ::_exit(work());
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST_F(PackFaults, AFolderThatTakesNoNewFileIsLeftAlone) {
-    fs::permissions(folder.path(), fs::perms::all);
-    fs::permissions(archive, fs::perms::all);
-    fs::permissions(base, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
-    EXPECT_EQ(asNobody([&] {
-                  const auto result = run(call());
-                  return result.last().find(archive) != std::string::npos ? result.code : 99;
-              }),
-              15);
-    expectUntouched();
-}
-
-TEST_F(PackFaults, AFileThatCannotBeReadStopsTheSaveAndIsNamed) {
-    write(work / "locked.txt", "mine");
-    fs::permissions(work / "locked.txt", fs::perms::none);
-    fs::permissions(folder.path(), fs::perms::all);
-    fs::permissions(base, fs::perms::all);
-    EXPECT_EQ(asNobody([&] {
-                  const auto result = run(call());
-                  return result.last().find("locked.txt") != std::string::npos ? result.code : 99;
-              }),
-              18);
-    expectUntouched();
-}
-
-TEST_F(PackFaults, AFullDiskLeavesTheOldArchive) {
-    if (::mount("tmpfs", base.c_str(), "tmpfs", 0, "size=400k") != 0) {
-        GTEST_SKIP() << "needs the right to mount";
-    }
-    write(archive, before);
-    write(work / "large.bin", noise(600U << 10U));
-    expectRefused(run(call()), {50}, archive.string());
-    write(work / "large.bin", "small after all");
-    EXPECT_EQ(run(call()).code, 0);
-    ::umount(base.c_str());
-}
 
 TEST_F(PackFaults, LinksToFilesArePackedAndAllElseThatIsNoFileIsSkippedAndSaid) {
     write(folder / "outside/secret.txt", "linked");
