@@ -2,6 +2,7 @@
 
 import os
 import statistics
+import time
 
 import make_archive
 from contest import empty, report_of
@@ -46,6 +47,7 @@ class Cycles:
 
     def _step(self, name, verb, copy, tree, note):
         os.sync()
+        time.sleep(0.05)  # a file that was written to just now is read a moment later
         arguments = [copy] if verb == "list" else [copy, tree]
         report = report_of(sh(self.place.tool, verb, *arguments))
         self.figures.memory(name, report["peak_kib"] / 1024, MEMORY_GOAL)
