@@ -172,4 +172,3 @@ TEST_F(Storage, PathsAreResolvedThroughLinks) {
     EXPECT_EQ(platform::resolvePath((root / "loop").string(), where, name).kind,
               Failure::WrongKind);
 }
-
