@@ -74,9 +74,11 @@ class frmMain : public QWidget {
     void SetDefaultWorkFolder();
     // The "tempdir" setting, read afresh; "" where there is none.
     static QString WorkFolderSetting();
+    // The folder above every work folder: the setting, or its default where the store took none.
+    static QString WorkFolders();
     // The chosen archive's path, by the name under which the file system stores it.
     QString ArchivePath() const;
-    // The "tempdir" setting, "\" and the chosen archive's name, without a trailing separator.
+    // The folder above, "\" and the chosen archive's name, without a trailing separator.
     QString WorkFolder() const;
     // The file whose existence says that the archive is extracted: the tree's first.
     QString ProbeFile() const;

@@ -42,7 +42,7 @@ QString frmMain::PrepareWorkFolder() {
     if (WorkFolderSetting().isEmpty())
         SetDefaultWorkFolder();
     QString folder = WorkFolder();
-    makeFolderQuietly(WorkFolderSetting());
+    makeFolderQuietly(WorkFolders());
     makeFolderQuietly(folder);
     m_cUnzip->setPromptToOverwrite(false);
     m_cUnzip->setUseFolderNames(true);

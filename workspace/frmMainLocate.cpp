@@ -16,6 +16,10 @@ bool isSeparator(QChar c) {
     return c == '\\' || c == '/';
 }
 
+QString defaultWorkFolders() {
+    return platform::programFolder() + "\\temp";
+}
+
 QString gameFolderSetting() {
     return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
 }
@@ -42,7 +46,12 @@ QString frmMain::WorkFolderSetting() {
 
 void frmMain::SetDefaultWorkFolder() {
     RegSetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir",
-                 platform::programFolder() + "\\temp");
+                 defaultWorkFolders());
+}
+
+QString frmMain::WorkFolders() {
+    const QString folder = WorkFolderSetting();
+    return folder.isEmpty() ? defaultWorkFolders() : folder;
 }
 
 QString frmMain::GetLongFileName(const QString &ShortFileName) const {
@@ -100,7 +109,7 @@ QString frmMain::ArchivePath() const {
 }
 
 QString frmMain::WorkFolder() const {
-    return WorkFolderSetting() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
+    return WorkFolders() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
 QString frmMain::ProbeFile() const {

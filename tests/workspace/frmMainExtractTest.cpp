@@ -85,6 +85,8 @@ TEST(frmMainExtract, sets_the_default_work_folder_where_the_setting_was_emptied_
     window.click("cmdExtract");
     const QString folder = platform::nativePath(TempGame::tempFolderSetting());
     EXPECT_EQ(readFile(folder + "/Base/a.txt"), "a");
+    // A store that keeps nothing must not lead to a folder at the disk's root.
+    TempGame::setTempFolder("");
     window.click("cmdCancel");
     EXPECT_FALSE(QFile::exists(folder + "/Base"));
 }
