@@ -125,6 +125,7 @@ Sweep::~Sweep() = default;
 
 void Sweep::keepChangedAfter(std::int64_t moment) {
     m_state->keepAfter = moment;
+    m_state->folders.refuseMovedAfter(moment);
 }
 
 bool Sweep::clearAttributes(const QString &file) {

@@ -208,3 +208,22 @@ TEST_F(SweepTest, TheMomentPartsWhatComesRightBeforeItFromWhatComesRightAfter) {
         ASSERT_TRUE(sweep.deleteFile("before.cs"));
     }
 }
+
+// The files of such a folder are older than the save, and were in no archive.
+TEST_F(SweepTest, AFolderThatTookAnothersPlaceAfterTheMomentStaysWithAllInIt) {
+    for (const char *name : {"temp/Classic/sub/a.png", "temp/Classic/sub/deep/b.png",
+                             "temp/Classic/other/c.png", "new/a.png", "new/deep/b.png"})
+        makeFile(name);
+    platform::Sweep sweep(work());
+    const std::int64_t moment = platform::fileTimeNow();
+    ASSERT_EQ(::rename(bytesAt("temp/Classic/sub").constData(), bytesAt("away").constData()), 0);
+    ASSERT_EQ(::rename(bytesAt("new").constData(), bytesAt("temp/Classic/sub").constData()), 0);
+    makeFile("temp/Classic/other/late.png");
+    sweep.keepChangedAfter(moment);
+    EXPECT_FALSE(sweep.deleteFile("sub\\a.png"));
+    EXPECT_FALSE(sweep.deleteFile("sub\\deep\\b.png"));
+    EXPECT_FALSE(sweep.deleteFilesIn("sub\\deep"));
+    EXPECT_TRUE(sweep.deleteFile("other\\c.png"));
+    EXPECT_TRUE(exists("temp/Classic/sub/a.png"));
+    EXPECT_TRUE(exists("temp/Classic/sub/deep/b.png"));
+}
