@@ -58,8 +58,8 @@ void setAttributes(const QString &path, int value);
 // Copies a file, replacing one that is there. Raises 53, 70, 75 or 76.
 void copyFile(const QString &source, const QString &target);
 
-// From now on a write beyond the size that the system allows for a file fails, as one on a full disk
-// does, and does not end the program. For programs, once.
+// From now on a write beyond the size that the system allows for a file fails, as one on a full
+// disk does, and does not end the program. For programs, once.
 void surviveLargeWrites();
 
 // The program's own folder, without a trailing separator except at a root. On POSIX: the folder of

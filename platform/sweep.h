@@ -24,9 +24,9 @@ class Sweep {
     Sweep &operator=(const Sweep &) = delete;
 
     // From now on leaves every file that was changed after `moment`, a fileTimeNow(), and says that
-    // it was not deleted; so, where the system tells it, all in a folder that was moved to its place
-    // after that. For files that were saved elsewhere at that moment: a later change is in
-    // no other place.
+    // it was not deleted; so, where the system tells it, all in a folder that was moved to its
+    // place after that. For files that were saved elsewhere at that moment: a later change is in no
+    // other place.
     void keepChangedAfter(std::int64_t moment);
 
     // Clears read-only, hidden, system and archive of one file.
