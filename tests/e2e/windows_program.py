@@ -76,12 +76,13 @@ class WineSandbox:
 
 
 class WineJob(Job):
-    def start(self):
+    def start(self, command=None):
+        command = command or [self.sandbox.programs / "orvel.exe"]
         environment = dict(self.screen.environment)
         environment.pop("QT_QPA_PLATFORM")
         with open(self.sandbox.folder / "orvel.log", "ab") as log:
             self.process = subprocess.Popen(
-                ["wine", str(self.sandbox.programs / "orvel.exe")],
+                ["wine", *map(str, command)],
                 env=environment,
                 stdin=subprocess.DEVNULL,
                 stdout=log,
@@ -121,6 +122,10 @@ def main(build, run):
                 file.write_bytes(changed)
                 job.go_to_tree()
                 job.save("Scripts", archive)
+                job.close()
+                job.start(installation.opener("Z:" + str(archive).replace("/", "\\")))
+                job.extract("Scripts", Snapshot(archive))
+                job.cancel("Scripts")
                 job.close()
             finally:
                 job.stop()
