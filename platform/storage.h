@@ -16,7 +16,9 @@
 namespace platform {
 
 // DOS attribute bits. Read-only is a file without write permission; hidden and system live where
-// the system has a place for them. Archive alone is what any new file has and is not recorded.
+// the system has a place for them. Archive is what systems put on files by themselves: it is set
+// where it comes with another one, and never told, so that the same edits give the same archive
+// everywhere.
 constexpr std::uint8_t attributeReadOnly = 0x01;
 constexpr std::uint8_t attributeHidden = 0x02;
 constexpr std::uint8_t attributeSystem = 0x04;
@@ -74,7 +76,7 @@ class InputFile {
     Status info(FileInfo &info) const;
     // Tells the system that its bytes need not be kept in memory for quick reading any more.
     void forget() const;
-    // Hidden, system and archive as recorded for the file, and read-only.
+    // Hidden and system as recorded for the file, and read-only.
     Status attributes(std::uint8_t &attributes) const;
     // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
     // `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
@@ -124,7 +126,7 @@ class Folder {
     Status list(std::vector<FolderItem> &items) const;
     Status removeFile(const std::string &name) const;
     Status removeFolder(const std::string &name) const;
-    // Hidden, system and archive as recorded for a file, and read-only.
+    // Hidden and system as recorded for a file, and read-only.
     Status attributes(const std::string &name, std::uint8_t &attributes) const;
     // Bytes that may still be written on this folder's disk.
     Status freeSpace(std::uint64_t &bytes) const;

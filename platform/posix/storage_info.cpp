@@ -70,7 +70,7 @@ std::uint8_t readDosBits(int descriptor) {
         return 0;
     }
     const unsigned long bits = std::strtoul(text + 2, nullptr, 16);
-    return static_cast<std::uint8_t>(bits & (attributeHidden | attributeSystem | attributeArchive));
+    return static_cast<std::uint8_t>(bits & (attributeHidden | attributeSystem));
 }
 
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown) {

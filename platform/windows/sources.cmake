@@ -4,7 +4,8 @@ target_sources(orvel_storage PRIVATE
   windows/storage_input.cpp
   windows/storage_newfile.cpp
   windows/storage_paths.cpp
-  windows/storage_system.cpp windows/storage_system.h)
+  windows/storage_system.cpp windows/storage_system.h
+  windows/storage_time.cpp)
 target_link_libraries(orvel_storage PUBLIC ntdll advapi32)
 
 target_sources(orvel_platform PRIVATE

@@ -6,8 +6,7 @@ namespace platform {
 
 namespace {
 
-constexpr DWORD kDosBits = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
-                           FILE_ATTRIBUTE_ARCHIVE;
+constexpr DWORD kTold = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
 std::int64_t nanoseconds(std::int64_t ticks) {
     return (ticks - kTicksTo1970) * 100;
@@ -28,8 +27,7 @@ bool isLink(DWORD attributes, DWORD tag) {
 }
 
 std::uint8_t dosBits(DWORD attributes) {
-    const DWORD bits = attributes & kDosBits;
-    return bits == FILE_ATTRIBUTE_ARCHIVE ? std::uint8_t{0} : static_cast<std::uint8_t>(bits);
+    return static_cast<std::uint8_t>(attributes & kTold);
 }
 
 DWORD fileInfo(HANDLE file, FileInfo &info) {

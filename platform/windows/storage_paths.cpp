@@ -1,7 +1,6 @@
 #include "platform/windows/storage_system.h"
 
 #include <bit>
-#include <ctime>
 
 namespace platform {
 
@@ -107,15 +106,6 @@ bool linesEndInCrLf() {
 
 bool namesIgnoreCase() {
     return true;
-}
-
-void noticeTimeZone() {
-    _tzset();
-}
-
-bool localTime(std::int64_t seconds, std::tm &parts) {
-    const auto instant = static_cast<std::time_t>(seconds);
-    return localtime_s(&parts, &instant) == 0;
 }
 
 unsigned processorCount() {

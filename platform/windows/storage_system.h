@@ -100,7 +100,7 @@ DWORD listOpened(HANDLE folder, const ItemVisitor &visit);
 
 // What is known of an open file. Fails with the system's error.
 DWORD fileInfo(HANDLE file, FileInfo &info);
-// The bits of FILE_ATTRIBUTE_* that are DOS's own; archive alone counts as none.
+// The bits of FILE_ATTRIBUTE_* that are told of a file: DOS's own, but not archive.
 std::uint8_t dosBits(DWORD attributes);
 // Whether it leads somewhere else. Files that a service brings on demand are no links.
 bool isLink(DWORD attributes, DWORD tag);

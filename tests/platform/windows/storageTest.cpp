@@ -65,8 +65,7 @@ TEST_F(WindowsStorage, ANewFileHasItsNameOnlyOnceItIsWhole) {
     EXPECT_TRUE(info.readOnly);
     std::uint8_t attributes = 0;
     ASSERT_TRUE(folder.attributes("a.txt", attributes).ok());
-    EXPECT_EQ(attributes & ~platform::attributeArchive,
-              platform::attributeHidden | platform::attributeReadOnly);
+    EXPECT_EQ(attributes, platform::attributeHidden | platform::attributeReadOnly);
 }
 
 TEST_F(WindowsStorage, AFileThatWasNeverCommittedLeavesNothing) {

@@ -1,0 +1,67 @@
+#include "tests/ziplib/vl2zip/packFaults.h"
+
+#include <windows.h>
+
+using namespace packer; // NOLINT: the tests speak this language
+
+namespace {
+
+// A file as another program holds it open.
+class Held {
+  public:
+    Held(const fs::path &file, DWORD share)
+        : m_handle(CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
+                               OPEN_EXISTING, 0, nullptr)) {
+        EXPECT_NE(m_handle, INVALID_HANDLE_VALUE);
+    }
+    ~Held() { CloseHandle(m_handle); }
+    Held(const Held &) = delete;
+    Held &operator=(const Held &) = delete;
+
+  private:
+    HANDLE m_handle;
+};
+
+TEST_F(PackFaults, AFileThatItsEditorKeepsToItselfStopsTheSaveAndIsNamed) {
+    write(work / "held.txt", "mine");
+    {
+        const Held editor(work / "held.txt", 0);
+        expectRefused(run(call()), {18}, "held.txt");
+    }
+    EXPECT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "held.txt"), "mine");
+}
+
+TEST_F(PackFaults, AnArchiveThatAProgramReadsStaysWholeAndIsSavedOnceItIsLetGo) {
+    {
+        const Held game(archive, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        expectRefused(run(call()), {14, 15}, archive.string());
+    }
+    EXPECT_EQ(run(call()).code, 0);
+    EXPECT_EQ(content(archive, "a.txt"), "after");
+}
+
+TEST_F(PackFaults, NoFolderIsHeldOrGoneIntoAfterwards) {
+    const fs::path current = fs::current_path();
+    ASSERT_EQ(run(call()).code, 0);
+    EXPECT_EQ(fs::current_path(), current);
+    fs::rename(work, folder / "moved");
+    fs::rename(base, folder / "base moved");
+}
+
+TEST_F(PackFaults, PathsOfMoreThan260CharactersArePacked) {
+    const std::string part(100, 'd');
+    fs::path deep = L"\\\\?\\" + work.wstring();
+    std::string name;
+    for (int i = 0; i < 2; ++i) {
+        deep /= part;
+        ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
+        name += part + '/';
+    }
+    write(deep / "a.cs", "deep");
+    const auto result = run(call());
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_EQ(content(archive, name + "a.cs"), "deep");
+}
+
+} // namespace
