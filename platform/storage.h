@@ -169,7 +169,8 @@ class NewFile {
     Status write(const void *data, std::size_t size);
     Status writeAt(std::uint64_t offset, const void *data, std::size_t size);
     // Appends a range of another file, by the system's own means where it has some (shared blocks,
-    // copying inside the kernel). EndsEarly where the other file has fewer bytes.
+    // copying inside the kernel). EndsEarly where the other file has fewer bytes. The disk may
+    // begin to write meanwhile, and the other file's range need not stay in memory afterwards.
     Status copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                     const KeepGoing &keepGoing = {});
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;

@@ -1,5 +1,6 @@
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
+#include "platform/posix/writeBehind.h"
 #include "platform/storage.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <memory>
+#include <optional>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/random.h>
@@ -20,7 +22,7 @@ namespace platform {
 namespace {
 
 constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
-constexpr std::uint64_t rangeStep = 16U << 20;
+constexpr std::uint64_t rangeStep = 8U << 20;
 constexpr std::size_t copyStep = 256U << 10;
 // From here on a range is worth a call that prepares it.
 constexpr std::uint64_t longRange = 4U << 20;
@@ -162,6 +164,11 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
             return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
         }
     }
+    std::optional<WriteBehind> behind;
+    if (size >= 2 * rangeStep) {
+        behind.emplace(static_cast<int>(source.m_handle), offset, target, m_size);
+    }
+    const std::uint64_t start = m_size;
     bool ranges = true;
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
@@ -205,6 +212,9 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         }
         offset += step;
         size -= step;
+        if (behind) {
+            behind->reached(m_size - start);
+        }
     }
     return {};
 }
