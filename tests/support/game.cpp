@@ -11,7 +11,7 @@ TempGame::TempGame() : m_settings(m_root.path().toStdString()) {
     EXPECT_TRUE(m_root.isValid());
     QDir().mkpath(base());
     setGameFolder(folder());
-    setTempFolder(temp());
+    setTempFolder(QDir::toNativeSeparators(temp()));
 }
 
 void TempGame::setGameFolder(const QString &text) {

@@ -14,15 +14,12 @@ void EditWindow::extract(const std::vector<ArchiveFile> &files) {
     click("cmdExtract");
 }
 
-QString EditWindow::program(const QString &name, const QByteArray &commands) {
+QString EditWindow::program(const QString &name, const QByteArray &manner) {
     QString path = inRoot(name);
     QDir().mkpath(QFileInfo(path).path());
-    writeFile(path, "#!/bin/sh\n"
-                    "printf '%s\\0' \"$@\" > \"$0.part\"\n"
-                    "for f; do :; done\n" +
-                        commands + "\nmv \"$0.part\" \"$0.arguments\"\n");
-    EXPECT_TRUE(
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    EXPECT_TRUE(QFile::copy(ORVEL_STAND_IN, path));
+    if (!manner.isEmpty())
+        writeFile(path + ".manner", manner);
     return path;
 }
 
@@ -30,24 +27,21 @@ void EditWindow::choose(const QString &value, const QString &path) {
     RegSetString(kHkeyLocalMachine, QString::fromUtf16(kProgramsKey), value, path);
 }
 
-std::vector<std::string> EditWindow::arguments(const QString &program) {
-    const QString written = program + ".arguments";
+std::string EditWindow::startedAs(const QString &program) {
+    const QString written = program + ".started";
     if (!QTest::qWaitFor([&] { return QFile::exists(written); })) {
         ADD_FAILURE() << qPrintable(program) << " was not started";
         return {};
     }
-    const std::string bytes = readFile(written).toStdString();
+    std::string line = readFile(written).toStdString();
     QFile::remove(written);
-    std::vector<std::string> list;
-    for (std::size_t start = 0; start < bytes.size(); start += list.back().size() + 1)
-        list.push_back(bytes.substr(start, bytes.find('\0', start) - start));
-    return list;
+    return line;
 }
 
 bool EditWindow::started(const QString &program) {
     // What a start takes at most on a busy machine, as against never.
     QTest::qWait(200);
-    return QFile::exists(program + ".part") || QFile::exists(program + ".arguments");
+    return QFile::exists(program + ".part") || QFile::exists(program + ".started");
 }
 
 QModelIndex EditWindow::node(const QString &folder, const QString &name) {

@@ -6,6 +6,7 @@
 #include "tests/workspace/window.h"
 
 #include <QByteArray>
+#include <QDir>
 
 #include <gtest/gtest.h>
 
@@ -20,13 +21,16 @@ class EditWindow : public testing::Test {
     // Makes the archive "my mod.vl2", opens the window, chooses the archive and extracts it.
     void extract(const std::vector<ArchiveFile> &files);
 
-    // Makes a program that writes down its arguments, each ended by a NUL, beside itself, and then
-    // runs shell commands ("$f" is the last argument). Returns its path.
-    QString program(const QString &name, const QByteArray &commands = {});
+    // Makes a program that saves the file that it is given in one of these manners, if any, and
+    // then writes down its command line: "in place", "by rename", "with a backup", "later".
+    QString program(const QString &name, const QByteArray &manner = {});
     // Sets a value of the table of programs.
     static void choose(const QString &value, const QString &path);
-    // The arguments that a program was started with, once it has been; fails after a while.
-    static std::vector<std::string> arguments(const QString &program);
+    // The command line that a program was started with, once it has been; fails after a while.
+    static std::string startedAs(const QString &program);
+    // What the system makes of a program and what stands behind it, with @ for the file.
+    static std::string commandLine(const QString &program, std::string form,
+                                   const std::string &file);
     static bool started(const QString &program);
 
     // Selects a file, or the folder itself where the name is empty.
@@ -42,12 +46,31 @@ class EditWindow : public testing::Test {
     QString archive() const { return game.archive("my mod.vl2"); }
     // Where an entry was extracted, as a program is told: in the system's form.
     std::string extracted(const QString &entry) const {
-        return (game.temp() + "/My Mod/" + entry).toStdString();
+        const QString path = QDir::cleanPath(game.temp() + "/My Mod/" + entry);
+        return QDir::toNativeSeparators(path).toStdString();
     }
-    QString inRoot(const QString &path) const { return game.root() + '/' + path; }
+    QString inRoot(const QString &path) const {
+        return QDir::toNativeSeparators(game.root() + '/' + path);
+    }
+
+    // Names that the system has, and that are easily mistaken for something else.
+    static const char *const kOddFolder;
+    static const std::vector<const char *> kOddNames;
 
     TempGame game;
     std::optional<Answers> answers{std::in_place, platform::kAnswerCancel};
     std::size_t boxesSeen = 0;
     std::unique_ptr<MainWindow> window;
+};
+
+// A program of the test's that stands for the desktop's file browser as long as this lives.
+class FileBrowser {
+  public:
+    explicit FileBrowser(const QString &program);
+    ~FileBrowser();
+    FileBrowser(const FileBrowser &) = delete;
+    FileBrowser &operator=(const FileBrowser &) = delete;
+
+  private:
+    QByteArray m_before;
 };
