@@ -11,4 +11,5 @@ set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 add_subdirectory(${ORVEL_GTEST_SOURCES} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 
 # One Wine prefix for all test programs, of the build's own; it is made by the first one.
-set(ORVEL_TEST_ENVIRONMENT WINEPREFIX=${CMAKE_BINARY_DIR}/wine WINEDEBUG=-all)
+set(ORVEL_TEST_ENVIRONMENT WINEPREFIX=${CMAKE_BINARY_DIR}/wine WINEDEBUG=-all
+  ORVEL_TEST_FONT=Z:/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf)

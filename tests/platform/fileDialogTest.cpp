@@ -76,16 +76,14 @@ class OpenFileDialog : public testing::Test {
     platform::OpenFileDialog dialog;
 };
 
-TEST_F(OpenFileDialog, OffersFoldersProgramsOfWindowsAndExecutableFiles) {
-    const QStringList expected{QStringLiteral("sub"), QStringLiteral("my tool"),
-                               QStringLiteral("PAINT.EXE"), QStringLiteral("Setup.exe"),
-                               QStringLiteral("tool")};
+TEST_F(OpenFileDialog, OffersFoldersAndPrograms) {
+    const QString expected = QStringLiteral("sub|" ORVEL_PROGRAMS);
     show([&](QFileDialog &open) {
         EXPECT_EQ(open.windowTitle(), QStringLiteral("PNG Editor..."));
         EXPECT_EQ(open.findChild<QComboBox *>(QStringLiteral("fileTypeCombo"))->currentText(),
                   QStringLiteral("Programs (*.exe)"));
         open.setDirectory(folder.path());
-        EXPECT_TRUE(QTest::qWaitFor([&] { return shownNames(open) == expected; }))
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shownNames(open).join(u'|') == expected; }))
             << qPrintable(shownNames(open).join(u'|'));
     });
 }

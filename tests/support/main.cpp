@@ -1,6 +1,7 @@
 #include "platform/forms.h"
 
 #include <QApplication>
+#include <QFontDatabase>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,9 @@ int main(int argc, char **argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication program(argc, argv);
+    // Where the platform finds no letters by itself.
+    if (const QString font = qEnvironmentVariable("ORVEL_TEST_FONT"); !font.isEmpty())
+        QFontDatabase::addApplicationFont(font);
     // Windows come and go between the tests.
     QApplication::setQuitOnLastWindowClosed(false);
     // A box that no test answers would wait for ever.

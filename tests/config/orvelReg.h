@@ -1,0 +1,34 @@
+#pragma once
+
+#include "tests/platform/registryHome.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+// What the command left behind, its line ends the same on every system.
+struct Outcome {
+    int code = -1;
+    QByteArray out;
+    QByteArray error;
+};
+
+class OrvelReg : public testing::Test {
+  protected:
+    OrvelReg() : m_own(ownKey()), key(m_own + "\\Setup\\Tribes2") {}
+    ~OrvelReg() override { forget(m_own); }
+
+    static Outcome run(const QStringList &arguments);
+
+    RegistryHome home;
+
+  private:
+    // A key that no other program has, in the store that the command works on.
+    static QString ownKey();
+    static void forget(const QString &key);
+    QString m_own;
+
+  protected:
+    const QString key;
+};
