@@ -1,13 +1,11 @@
 // Any bytes as an archive, and a small folder that follows from them, packed into it: the archive
 // is as it was, or it lists, gives the folder's files back, and gives the others as it did before.
 
-#include "fuzz/fuzzFolder.h"
+#include "tests/fuzz/fuzzCall.h"
 
 #include "ziplib/vl2zip.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 namespace {
@@ -47,71 +45,73 @@ extern "C" int nanosleep(const timespec * /*wanted*/, timespec * /*left*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    if (size < 4)
+    if (size < 4) {
         return 0;
-    static fuzz::Folder folder;
-    const std::string archive = folder.reset("a.vl2", data + 2, size - 2);
-    const fuzz::Listing before = fuzz::list(archive);
+    }
+    const TestFolder folder;
+    const std::string archive = folder / "a.vl2";
+    const std::string original(data + 2, data + size);
+    writeFile(archive, original);
+    UnzipCall before;
+    before.list(archive);
     // One name of the archive's own, where it can be a plain file name, and one that is new.
     std::string name = "new.txt";
-    if (!before.second.empty()) {
-        const std::string &old = before.second[data[0] % before.second.size()].name;
+    if (!before.listed.empty()) {
+        const std::string &old = before.listed[data[0] % before.listed.size()].path;
         const bool plain = std::all_of(old.begin(), old.end(), [](unsigned char c) {
             return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z');
         });
-        if (plain && !old.empty() && old.size() < 200 && old != "sub")
+        if (plain && !old.empty() && old.size() < 200 && old != "sub") {
             name = old;
-    }
-    fuzz::extract(archive, folder.path() + "/before");
-    folder.write("w/" + name, fill(data[0]));
-    folder.write("w/sub/other.cs", fill(data[1]));
-    const std::int32_t code = update(archive, folder.path() + "/w");
-    folder.expectOnly({"a.vl2", "w", "before"});
-    if (code > 1) {
-        if (folder.read("a.vl2") != std::string(reinterpret_cast<const char *>(data + 2), size - 2))
-            std::abort();
-        return 0;
-    }
-    const fuzz::Listing after = fuzz::list(archive);
-    if (after.first > 1)
-        std::abort();
-    for (const fuzz::Entry &entry : before.second) {
-        const std::string plain = folded(entry.name);
-        const bool replaced = plain == name || plain == "sub/other.cs";
-        if (!replaced &&
-            std::find(after.second.begin(), after.second.end(), entry) == after.second.end())
-            std::abort();
-    }
-    std::map<std::string, std::string> wanted = folder.files("before");
-    // What the two files replace, names in another case included, and what they stand in the way
-    // of.
-    std::erase_if(wanted, [&](const auto &file) {
-        const std::string plain = folded(file.first);
-        return plain == name || plain.starts_with(name + "/") || plain == "sub" ||
-               plain == "sub/other.cs" || plain.starts_with("sub/other.cs/");
-    });
-    constexpr std::int32_t kDoesNotFit = 50; // told sizes beyond any disk: nothing is extracted
-    if (fuzz::extract(archive, folder.path() + "/after") == kDoesNotFit)
-        return 0;
-    const std::map<std::string, std::string> found = folder.files("after");
-    for (const auto &[path, content] : wanted) {
-        if (found.count(path) == 0 || found.at(path) != content) {
-            std::fprintf(stderr, "no longer the same: %s\n", path.c_str());
-            std::abort();
         }
+    }
+    fuzz::extract(archive, folder / "before");
+    writeFile(folder / ("w/" + name), fill(data[0]));
+    writeFile(folder / "w/sub/other.cs", fill(data[1]));
+    const std::int32_t code = update(archive, folder / "w");
+    for (const auto &item : std::filesystem::directory_iterator(folder.path())) {
+        const std::string there = item.path().filename();
+        fuzz::demand(there == "a.vl2" || there == "w" || there == "before", there + " is gone");
+    }
+    if (code > 1) {
+        fuzz::demand(readFile(archive) == original, "the archive is as it was");
+        return 0;
+    }
+    UnzipCall after;
+    fuzz::demand(after.list(archive) <= 1, "what was saved can be listed");
+    for (const UnzipCall::Listed &entry : before.listed) {
+        const std::string plain = folded(entry.path);
+        const bool replaced = plain == name || plain == "sub/other.cs";
+        fuzz::demand(replaced || std::find(after.listed.begin(), after.listed.end(), entry) !=
+                                     after.listed.end(),
+                     entry.path + " is listed as it was");
+    }
+    constexpr std::int32_t kDoesNotFit = 50; // told sizes beyond any disk: nothing is extracted
+    if (fuzz::extract(archive, folder / "after") == kDoesNotFit) {
+        return 0;
+    }
+    const auto found = filesIn(folder / "after");
+    for (const auto &[path, content] : filesIn(folder / "before")) {
+        // What the two files replace, names in another case included, and what they stand in the
+        // way of.
+        const std::string plain = folded(path);
+        const bool replaced = plain == name || plain.starts_with(name + "/") || plain == "sub" ||
+                              plain == "sub/other.cs" || plain.starts_with("sub/other.cs/");
+        const bool same = found.count(path) != 0 && found.at(path) == content;
+        fuzz::demand(replaced || path.back() == '/' || same, path + " is the same");
     }
     const auto gives = [&](const std::string &path, const std::string &content) {
         // A kept entry may need a folder of that name, or be a file where this needs a folder.
-        const bool blocked =
-            std::any_of(before.second.begin(), before.second.end(), [&](const fuzz::Entry &entry) {
-                const std::string plain = folded(entry.name);
+        const bool blocked = std::any_of(
+            before.listed.begin(), before.listed.end(), [&](const UnzipCall::Listed &entry) {
+                const std::string plain = folded(entry.path);
                 return plain.starts_with(path + "/") || path.starts_with(plain + "/");
             });
         return blocked || std::any_of(found.begin(), found.end(), [&](const auto &file) {
                    return folded(file.first) == path && file.second == content;
                });
     };
-    if (!gives(name, fill(data[0])) || !gives("sub/other.cs", fill(data[1])))
-        std::abort();
+    fuzz::demand(gives(name, fill(data[0])) && gives("sub/other.cs", fill(data[1])),
+                 "the folder's files come back");
     return 0;
 }

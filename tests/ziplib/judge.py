@@ -6,12 +6,14 @@ judge.py read ARCHIVE NAME           an entry's bytes
 judge.py kept OLD NEW [NAME...]      all entries but the named ones are byte for byte as they were
 judge.py make RECIPE ARCHIVE         an archive of a kind that others make
 """
-import io
+import os
 import struct
 import subprocess
 import sys
 import zipfile
-import zlib
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "data"))
+from zipbytes import Entry, archive  # noqa: E402
 
 
 def parse(data):
@@ -64,13 +66,19 @@ def list_entries(path):
                 (i.external_attr, i.create_system * 256 + i.create_version, len(i.extra))))
 
 
-def kept(old_path, new_path, changed):
+def read(path, name, password=""):
+    with zipfile.ZipFile(path) as source:
+        source.setpassword(password.encode())
+        sys.stdout.buffer.write(source.read(name))
+
+
+def kept(old_path, new_path, *changed):
     old, new = open(old_path, "rb").read(), open(new_path, "rb").read()
     old_comment, old_base, old_entries = parse(old)
     new_comment, new_base, new_entries = parse(new)
     assert old_comment == new_comment and old_base == new_base
     assert old[:old_base] == new[:new_base]
-    changed = {name.encode() for name in changed}
+    changed = {name.encode(code, "replace") for name in changed for code in ("utf-8", "cp437")}
     was = [e for e in old_entries if e[1] not in changed]
     now = [e for e in new_entries if e[1] not in changed]
     assert [e[0] for e in was] == [e[0] for e in now], "records"
@@ -78,123 +86,48 @@ def kept(old_path, new_path, changed):
         assert stored_bytes(old, raw, before) == stored_bytes(new, raw, after), name
 
 
-def entry(name, data, method=0, flags=0, packed=None, crc=None, extra=b"", comment=b"",
-          attributes=0, descriptor=b""):
-    """Local part and central record without its offset."""
-    packed = data if packed is None else packed
-    crc = zlib.crc32(data) if crc is None else crc
-    head = struct.pack("<HHHHHIIIHH", 20, flags, method, 0x6000, 0x2A21, crc, len(packed),
-                       len(data), len(name), len(extra))
-    local = b"PK\3\4" + head + name + extra + packed + descriptor
-    central = b"PK\1\2" + struct.pack("<H", 20) + head + struct.pack(
-        "<HHHI", len(comment), 0, 0, attributes)
-    return local, central, name + extra + comment
+def make(recipe, path):
+    with open(path, "wb") as out:
+        out.write(RECIPES[recipe]())
 
 
-def assemble(entries, comment=b"", prefix=b""):
-    out, directory = bytearray(prefix), bytearray()
-    for local, central, rest in entries:
-        directory += central + struct.pack("<I", len(out) - len(prefix)) + rest
-        out += local
-    end = b"PK\5\6" + struct.pack("<HHHHIIH", 0, 0, len(entries), len(entries), len(directory),
-                                  len(out) - len(prefix), len(comment))
-    return out + directory + end + comment
+TEXT = b"some text of an entry\r\n" * 20
+FRONT = b"MZ in front of it all" * 30
+MOMENT = dict(extra=b"\x55\x54\5\0\1\0\0\0\0", local_extra=b"\x55\x54\5\0\1\0\0\0\0")
+AES = dict(extra=b"\1\x99\7\0\2\0AE\3\x08\0", local_extra=b"\1\x99\7\0\2\0AE\3\x08\0")
+LONG = struct.pack("<2H2Q", 1, 16, 1000, 1000)
+IN_EXTRA = dict(packed=0xFFFFFFFF, size=0xFFFFFFFF)
+KEEP = Entry("keep.txt", TEXT, 8, comment=b"kept comment", **MOMENT)
+EDIT = Entry("edit.txt", b"before")
+LAST = Entry("sub/last.bin", bytes(range(256)))
 
+RECIPES = {
+    "plain": lambda: archive([KEEP, EDIT, LAST]),
+    "prefix": lambda: archive([KEEP, EDIT, LAST], b"c" * 65535, FRONT),
+    "descriptor": lambda: archive(
+        [Entry("streamed.txt", TEXT, 8, descriptor="signed"), EDIT, KEEP, LAST]),
+    "unreadable": lambda: archive(
+        [Entry("secret.bin", b"\xAA" * 60, 99, 1, **AES), EDIT, Entry("odd.bin", b"\xBB" * 40, 97),
+         LAST]),
+    "duplicates": lambda: archive([EDIT, KEEP, Entry("edit.txt", b"the live one"), LAST]),
+    "dotted": lambda: archive(
+        [Entry("./", attributes=0x10), KEEP, Entry("./sub/edit.txt", b"before"), LAST]),
+    # The offsets count from the file's start, as some tools write them.
+    "empty prefix": lambda: archive([], front=FRONT, shift=False),
+    "backslash": lambda: archive([Entry("sub\\edit.txt", b"before"), KEEP, LAST]),
+    "cp437": lambda: archive([Entry(b"\x81ber.txt", b"before"), KEEP]),
+    "case": lambda: archive([Entry("Sub/Edit.TXT", b"before"), KEEP]),
+    "odd order": lambda: archive([LAST, EDIT, KEEP], gap=b"a gap", order=[2, 1, 0]),
+    "zip64": lambda: archive(
+        [Entry("keep.bin", b"k" * 1000, local=IN_EXTRA, local_extra=LONG), EDIT], zip64="right"),
+    # Two records for the same bytes; one of them is to be replaced.
+    "shared": lambda: archive([EDIT, LAST, Entry("same.txt", b"before", central=dict(offset=0))]),
+    "many": lambda: archive([Entry("%d" % number) for number in range(65500)]),
+    "data missing": lambda: archive(
+        [EDIT, Entry("gone.bin", b"x", local=dict(size=9000), central=dict(packed=9000, size=9000))]),
+    "not an archive": lambda: b"this is a letter, not an archive\n" * 10,
+}
 
-def deflate(data):
-    packer = zlib.compressobj(9, zlib.DEFLATED, -15)
-    return packer.compress(data) + packer.flush()
-
-
-def recipe(kind):
-    text = b"some text of an entry\r\n" * 20
-    keep = entry(b"keep.txt", text, 8, packed=deflate(text), extra=b"\x55\x54\x05\0\1\0\0\0\0",
-                 comment=b"kept comment")
-    edit = entry(b"edit.txt", b"before")
-    last = entry(b"sub/last.bin", bytes(range(256)))
-    if kind == "plain":
-        return assemble([keep, edit, last])
-    if kind == "prefix":
-        return assemble([keep, edit, last], b"the comment", b"MZ in front of it all" * 30)
-    if kind == "descriptor":
-        packed = deflate(text)
-        tail = b"PK\7\x08" + struct.pack("<III", zlib.crc32(text), len(packed), len(text))
-        streamed = entry(b"streamed.txt", text, 8, 8, packed, descriptor=tail)
-        return assemble([streamed, edit, keep, last])
-    if kind == "unreadable":
-        aes = entry(b"secret.bin", b"", 99, 1, b"\xAA" * 60, extra=b"\1\x99\7\0\2\0AE\3\x08\0")
-        odd = entry(b"odd.bin", b"", 97, 0, b"\xBB" * 40)
-        return assemble([aes, edit, odd, last])
-    if kind == "duplicates":
-        return assemble([edit, keep, entry(b"edit.txt", b"the live one"), last])
-    if kind == "dotted":
-        return assemble([entry(b"./", b"", attributes=0x10), keep, entry(b"./sub/edit.txt", b"before"),
-                         last])
-    if kind == "empty prefix":
-        # The offsets count from the file's start, as some tools write them.
-        start = b"MZ in front of it all" * 30
-        end = bytearray(assemble([]))
-        end[16:20] = struct.pack("<I", len(start))
-        return start + end
-    if kind == "backslash":
-        return assemble([entry(b"sub\\edit.txt", b"before"), keep, last])
-    if kind == "cp437":
-        return assemble([entry(b"\x81ber.txt", b"before"), keep])
-    if kind == "case":
-        return assemble([entry(b"Sub/Edit.TXT", b"before"), keep])
-    if kind == "odd order":
-        entries = [keep, edit, last]
-        places, out = [], b""
-        for local, _, _ in reversed(entries):
-            places.insert(0, len(out))
-            out += local + b"a gap"
-        directory = b"".join(c + struct.pack("<I", p) + r
-                             for (_, c, r), p in zip(entries, places))
-        return out + directory + b"PK\5\6" + struct.pack(
-            "<HHHHIIH", 0, 0, 3, 3, len(directory), len(out), 0)
-    if kind == "zip64":
-        stream = io.BytesIO()
-        with zipfile.ZipFile(stream, "w") as archive:
-            with archive.open("keep.bin", "w", force_zip64=True) as out:
-                out.write(b"k" * 1000)
-            archive.writestr("edit.txt", "before")
-        return stream.getvalue()
-    if kind == "shared":
-        # Two records for the same bytes; one of them is to be replaced.
-        data = assemble([edit, last])
-        other = edit[1] + struct.pack("<I", 0) + b"same.txt"
-        end = data.rindex(b"PK\5\6")
-        size, start = struct.unpack("<II", data[end + 12:end + 20])
-        return data[:end] + other + b"PK\5\6" + struct.pack(
-            "<HHHHIIH", 0, 0, 3, 3, size + len(other), start, 0)
-    if kind == "many":
-        return assemble([entry(b"%d" % i, b"") for i in range(65500)])
-    if kind == "cut":
-        return assemble([keep, edit, last])[:-60]
-    if kind == "data missing":
-        return assemble([edit, entry(b"gone.bin", b"x" * 9000, packed=b"x")[0:1] +
-                         entry(b"gone.bin", b"x" * 9000)[1:]])
-    if kind == "not an archive":
-        return b"this is a letter, not an archive\n" * 10
-    raise SystemExit("no such recipe: " + kind)
-
-
-def main(arguments):
-    verb, path = arguments[0], arguments[1]
-    if verb == "check":
-        check(*arguments[1:])
-    elif verb == "list":
-        list_entries(path)
-    elif verb == "read":
-        with zipfile.ZipFile(path) as archive:
-            if len(arguments) > 3:
-                archive.setpassword(arguments[3].encode())
-            sys.stdout.buffer.write(archive.read(arguments[2]))
-    elif verb == "kept":
-        kept(path, arguments[2], arguments[3:])
-    elif verb == "make":
-        with open(arguments[2], "wb") as out:
-            out.write(recipe(path))
-
-
-main(sys.argv[1:])
+if __name__ == "__main__":
+    {"check": check, "list": list_entries, "read": read, "kept": kept, "make": make}[sys.argv[1]](
+        *sys.argv[2:])

@@ -3,8 +3,8 @@ if(ORVEL_SYSTEM STREQUAL posix)
   set(disks vl2uzip/posix/diskTest.cpp)  # links, pipes, small disks and low limits
 endif()
 orvel_test(ziplib_container_test
-  SOURCES container/codecTest.cpp container/directoryTest.cpp container/lineendsTest.cpp
-          container/namesTest.cpp container/patternTest.cpp container/workersTest.cpp ${zones}
+  SOURCES container/checksumTest.cpp container/lineendsTest.cpp container/namesTest.cpp
+          container/patternTest.cpp container/workersTest.cpp ${zones}
   LIBRARIES ziplib_container Threads::Threads)
 
 # Fixed time zone: times in archives are local. Large archives are made by the script.

@@ -2,30 +2,22 @@
 
 #include <gtest/gtest.h>
 
-namespace fs = std::filesystem;
-
-namespace {
-
-const char *const sample = "archives/python-zipfile.vl2";
-
-} // namespace
-
 TEST(Disk, FoldersAndFilesOfTheSameNameStay) {
-    const ScratchFolder scratch;
-    fs::create_directories(scratch / "readme.txt" / "inside");
-    writeFile(scratch / "maps", "mine");
+    const TestFolder folder;
+    writeFile(folder / "readme.txt" / "inside", "mine");
+    writeFile(folder / "maps", "mine");
     UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(sample), scratch.path()), 1);
-    EXPECT_EQ(contentOf(scratch / "maps"), "mine");
-    EXPECT_TRUE(fs::is_directory(scratch / "readme.txt" / "inside"));
-    EXPECT_TRUE(fs::exists(scratch / "sound" / "w.wav"));
+    EXPECT_EQ(call.extract("archives/python-zipfile", folder.path()), 1);
+    EXPECT_EQ(readFile(folder / "maps"), "mine");
+    EXPECT_EQ(readFile(folder / "readme.txt" / "inside"), "mine");
+    EXPECT_TRUE(std::filesystem::exists(folder / "sound" / "w.wav"));
 }
 
 TEST(Disk, ATargetThatCannotBeMadeIsReported) {
-    const ScratchFolder scratch;
-    writeFile(scratch / "file", "mine");
+    const TestFolder folder;
+    writeFile(folder / "file", "mine");
     UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(sample), scratch / "file" / "below"), 1);
+    EXPECT_EQ(call.extract("archives/python-zipfile", folder / "file" / "below"), 1);
     EXPECT_FALSE(call.messages.empty());
     EXPECT_TRUE(call.processed.empty());
 }

@@ -29,6 +29,12 @@ const char *const refused =
     "name-trailing-blank name-folder-trailing-dot name-dot name-double-separator name-empty "
     "name-reserved name-folder-dotdot name-too-long path-too-long link device-node";
 
+// Entries whose data is not what it should be; the other one is written.
+const char *const damaged =
+    "overlap-directory overlap-extra bomb-more-than-told bomb-less-than-told bomb-size-forged "
+    "checksum-wrong data-damaged stored-sizes-differ local-name-differs local-method-differs "
+    "local-size-differs local-checksum-differs local-encryption-differs local-missing";
+
 const Verdict others[] = {
     {"link-then-file", 0, 3, 1, {"evil/a.txt", "good.txt"}},
     {"file-is-folder", 0, 3, 1, {"a/b.txt", "good.txt"}},
@@ -36,21 +42,7 @@ const Verdict others[] = {
     {"method-unknown", 0, 2, 81, good},
     {"overlap-quoted", 0, 3, 2, good},
     {"overlap-same-data", 0, 3, 2, good},
-    {"overlap-directory", 0, 2, 2, good},
-    {"overlap-extra", 0, 2, 2, good},
-    {"bomb-more-than-told", 0, 2, 2, good},
-    {"bomb-less-than-told", 0, 2, 2, good},
-    {"bomb-size-forged", 0, 2, 2, good},
-    {"checksum-wrong", 0, 2, 2, good},
-    {"data-damaged", 0, 2, 2, good},
     {"bomb-size-zip64", 0, 2, 50, {}},
-    {"stored-sizes-differ", 0, 2, 2, good},
-    {"local-name-differs", 0, 2, 2, good},
-    {"local-method-differs", 0, 2, 2, good},
-    {"local-size-differs", 0, 2, 2, good},
-    {"local-checksum-differs", 0, 2, 2, good},
-    {"local-encryption-differs", 0, 2, 2, good},
-    {"local-missing", 0, 2, 2, good},
     {"offset-past-end", 0, 2, 51, good},
     {"encrypted-too-short", 0, 2, 82, good},
     {"count-too-small", 2, 2, 2, {"a.txt", "good.txt"}},
@@ -75,9 +67,11 @@ const Verdict others[] = {
 
 std::vector<Verdict> verdicts() {
     std::vector<Verdict> all(std::begin(others), std::end(others));
-    std::istringstream names(refused);
-    for (std::string name; names >> name;) {
-        all.push_back({name, 0, 2, 1, good});
+    for (const auto &[list, extraction] : {std::pair{refused, 1}, std::pair{damaged, 2}}) {
+        std::istringstream names(list);
+        for (std::string name; names >> name;) {
+            all.push_back({name, 0, 2, extraction, good});
+        }
     }
     return all;
 }
@@ -85,7 +79,7 @@ std::vector<Verdict> verdicts() {
 // Files below a folder, without folders.
 std::set<std::string> names(const fs::path &folder) {
     std::set<std::string> found;
-    for (const auto &[name, content] : filesIn(folder)) {
+    for (const std::string &name : namesIn(folder)) {
         if (name.back() != '/') {
             found.insert(name);
         }
@@ -96,56 +90,39 @@ std::set<std::string> names(const fs::path &folder) {
 } // namespace
 
 TEST(HostileArchives, ListAndExtractAsTheTableSays) {
+    std::set<std::string> told;
     for (const Verdict &verdict : verdicts()) {
         SCOPED_TRACE(verdict.archive);
-        const std::string archive = dataFile("hostile/" + verdict.archive + ".vl2");
-        ASSERT_TRUE(fs::exists(archive));
+        told.insert(verdict.archive + ".vl2");
+        const std::string archive = "hostile/" + verdict.archive;
         UnzipCall listing;
         EXPECT_EQ(listing.list(archive), verdict.listing);
         EXPECT_EQ(listing.listed.size(), verdict.entries);
 
         // The target lies two folders down, so that whatever climbs out of it is seen.
-        const ScratchFolder scratch;
-        const fs::path target = scratch / "work" / "target";
+        const TestFolder folder;
+        const fs::path target = folder / "work" / "target";
         fs::create_directories(target);
         UnzipCall extraction;
         EXPECT_EQ(extraction.extract(archive, target), verdict.extraction);
         EXPECT_EQ(names(target), verdict.files);
-        std::set<std::string> all;
-        for (const std::string &name : verdict.files) {
-            all.insert("work/target/" + name);
-        }
-        EXPECT_EQ(names(scratch.path()), all);
-        if (verdict.extraction != 0) {
-            EXPECT_FALSE(extraction.messages.empty());
-        }
-        for (const auto &[name, content] : filesIn(target)) {
-            if (name == "good.txt") {
-                EXPECT_EQ(content, "good");
-            }
-        }
+        EXPECT_EQ(names(folder.path()).size(), verdict.files.size());
+        EXPECT_TRUE(verdict.extraction == 0 || !extraction.messages.empty());
+        EXPECT_EQ(readFile(target / "good.txt"),
+                  verdict.files.count("good.txt") != 0 ? "good" : "");
     }
-}
-
-TEST(HostileArchives, EveryFileOfTheFolderIsInTheTable) {
-    std::set<std::string> told;
-    for (const Verdict &verdict : verdicts()) {
-        told.insert(verdict.archive);
-    }
-    for (const auto &item : fs::directory_iterator(dataFile("hostile"))) {
-        EXPECT_TRUE(told.count(item.path().stem().string())) << item.path();
-    }
+    EXPECT_EQ(told, names(dataFile("hostile"))) << "the table has no row for a file, or too many";
 }
 
 TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
-    const std::string original = dataFile("archives/descriptor-signed.vl2");
-    const ScratchFolder scratch;
+    const std::string original = "archives/descriptor-signed";
+    const TestFolder folder;
     UnzipCall complete;
-    ASSERT_EQ(complete.extract(original, scratch / "whole"), 0);
-    const auto expected = filesIn(scratch / "whole");
-    const std::string whole = contentOf(original);
-    const std::string changed = (scratch / "changed.vl2").string();
-    const fs::path out = scratch / "out";
+    ASSERT_EQ(complete.extract(original, folder / "whole"), 0);
+    const auto expected = filesIn(folder / "whole");
+    const std::string whole = readFile(dataFile(original + ".vl2"));
+    const std::string changed = (folder / "changed.vl2").string();
+    const fs::path out = folder / "out";
     for (std::size_t at = 0; at < whole.size(); ++at) {
         SCOPED_TRACE(at);
         writeFile(changed, whole.substr(0, at));
@@ -155,14 +132,14 @@ TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
         EXPECT_TRUE(listing.listed.empty());
         UnzipCall cut;
         EXPECT_EQ(cut.extract(changed, out), code);
-        EXPECT_TRUE(!fs::exists(out) || filesIn(out).empty());
+        EXPECT_TRUE(filesIn(out).empty());
 
         std::string bytes = whole;
         bytes[at] = static_cast<char>(bytes[at] ^ 0x41);
         writeFile(changed, bytes);
         UnzipCall flipped;
         flipped.extract(changed, out);
-        for (const auto &[name, content] : fs::exists(out) ? filesIn(out) : decltype(expected)()) {
+        for (const auto &[name, content] : filesIn(out)) {
             const bool right = std::any_of(expected.begin(), expected.end(),
                                            [&](const auto &e) { return e.second == content; });
             EXPECT_TRUE(right) << name;

@@ -12,7 +12,7 @@ namespace {
 class LargeArchives : public testing::Test {
   protected:
     static void SetUpTestSuite() {
-        folder = std::make_unique<ScratchFolder>();
+        folder = std::make_unique<TestFolder>();
         made =
             runTool({"python3", dataFile("make-archives.py"), "--large", folder->path().string()})
                 .code == 0;
@@ -24,11 +24,11 @@ class LargeArchives : public testing::Test {
         return (*folder / (name + ".vl2")).string();
     }
 
-    static std::unique_ptr<ScratchFolder> folder;
+    static std::unique_ptr<TestFolder> folder;
     static bool made;
 };
 
-std::unique_ptr<ScratchFolder> LargeArchives::folder;
+std::unique_ptr<TestFolder> LargeArchives::folder;
 bool LargeArchives::made = false;
 
 } // namespace
@@ -52,10 +52,10 @@ TEST_F(LargeArchives, AnyNumberOfEntriesIsListed) {
 TEST_F(LargeArchives, OffsetsAroundFourGigabytesAreFound) {
     for (const char *name : {"offset-4g-2", "offset-4g-1", "offset-4g", "offset-4g+1"}) {
         SCOPED_TRACE(name);
-        const ScratchFolder scratch;
+        const TestFolder scratch;
         UnzipCall call;
         EXPECT_EQ(call.extract(archive(name), scratch.path()), 0);
-        EXPECT_EQ(contentOf(scratch / "good.txt"), "good");
+        EXPECT_EQ(readFile(scratch / "good.txt"), "good");
     }
 }
 

@@ -4,26 +4,27 @@
 
 #include <gtest/gtest.h>
 
-namespace fs = std::filesystem;
 using Files = std::map<std::string, std::string>;
 using Paths = std::vector<std::string>;
 
 namespace {
 
-Paths namesIn(const fs::path &folder) {
-    Paths names;
-    for (const auto &[name, content] : filesIn(folder)) {
-        names.push_back(name);
-    }
-    return names;
-}
+const char *const sample = "archives/python-zipfile";
+const char *const duplicates = "archives/duplicates"; // a.txt "new", b.txt "b"
 
-const char *const backslashes = "archives/backslashes.vl2";
-const char *const duplicates = "archives/duplicates.vl2"; // a.txt "new", b.txt "b"
+// A call that extracts into an empty folder.
+class Options : public testing::Test {
+  protected:
+    TestFolder folder;
+    UnzipCall call;
+    std::int32_t extract(const std::string &archive) {
+        return call.extract(archive, folder.path());
+    }
+};
 
 } // namespace
 
-TEST(Options, ChooseEntriesByNameAndWildcard) {
+TEST(Names, ChooseEntriesThemselvesOrByWildcard) {
     const struct {
         Paths wanted;
         Paths unwanted;
@@ -44,49 +45,41 @@ TEST(Options, ChooseEntriesByNameAndWildcard) {
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.wanted.empty() ? "all" : row.wanted.front());
-        const ScratchFolder scratch;
+        const TestFolder folder;
         UnzipCall call;
         call.wanted = row.wanted;
         call.unwanted = row.unwanted;
         call.options.C_flag = row.ignoreCase ? 1 : 0;
-        EXPECT_EQ(call.extract(dataFile("archives/python-zipfile.vl2"), scratch.path()), row.code);
+        EXPECT_EQ(call.extract(sample, folder.path()), row.code);
         EXPECT_EQ(call.processed, row.processed);
     }
 }
 
-TEST(Options, ANameWithBracketsMeansTheFileOfThatName) {
-    const ScratchFolder scratch;
-    UnzipCall call;
+TEST_F(Options, ANameWithBracketsMeansTheFileOfThatName) {
     call.wanted = {"map[1].mis"};
-    EXPECT_EQ(call.extract(dataFile("archives/brackets.vl2"), scratch.path()), 0);
-    EXPECT_EQ(filesIn(scratch.path()), (Files{{"map[1].mis", "1"}}));
+    EXPECT_EQ(extract("archives/brackets"), 0);
+    EXPECT_EQ(filesIn(folder.path()), (Files{{"map[1].mis", "1"}}));
 }
 
-TEST(Options, WithoutFolderNamesAllFilesLieInTheTarget) {
-    const ScratchFolder scratch;
-    UnzipCall call;
+TEST_F(Options, WithoutFolderNamesAllFilesLieInTheTarget) {
     call.options.ndflag = 0;
-    EXPECT_EQ(call.extract(dataFile(backslashes), scratch.path()), 0);
-    EXPECT_EQ(namesIn(scratch.path()), (Paths{"a.png", "b.txt"}));
+    EXPECT_EQ(extract("archives/backslashes"), 0);
+    EXPECT_EQ(namesIn(folder.path()), (Paths{"a.png", "b.txt"}));
 }
 
-TEST(Options, BlanksBecomeUnderscoresOnDiskOnly) {
-    const ScratchFolder scratch;
-    UnzipCall call;
+TEST_F(Options, BlanksBecomeUnderscoresOnDiskOnly) {
     call.options.SpaceToUnderscore = 1;
     call.wanted = {"my maps/the map.mis"};
-    EXPECT_EQ(call.extract(dataFile("archives/blanks.vl2"), scratch.path()), 0);
-    EXPECT_EQ(filesIn(scratch.path()), (Files{{"my_maps/", ""}, {"my_maps/the_map.mis", "m"}}));
+    EXPECT_EQ(extract("archives/blanks"), 0);
+    EXPECT_EQ(filesIn(folder.path()), (Files{{"my_maps/", ""}, {"my_maps/the_map.mis", "m"}}));
 }
 
-TEST(Options, MissingTargetFoldersAreMade) {
-    const ScratchFolder scratch;
-    UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(duplicates), scratch / "x" / "y"), 0);
-    EXPECT_EQ(contentOf(scratch / "x" / "y" / "a.txt"), "new");
+TEST_F(Options, MissingTargetFoldersAreMade) {
+    EXPECT_EQ(call.extract(duplicates, folder / "x" / "y"), 0);
+    EXPECT_EQ(readFile(folder / "x" / "y" / "a.txt"), "new");
 }
 
-TEST(Options, ExistingFilesFollowTheAnswers) {
+TEST(ExistingFiles, FollowTheAnswers) {
     constexpr std::int32_t no = 100;
     constexpr std::int32_t yes = 102;
     constexpr std::int32_t all = 103;
@@ -96,7 +89,7 @@ TEST(Options, ExistingFilesFollowTheAnswers) {
         bool prompt;
         bool overwrite;
         std::int32_t answer; // 0 for no callback at all
-        std::size_t asked;
+        int asked;
         bool replaced;
     } rows[] = {
         {"neither asks and keeps", false, false, no, 2, false},
@@ -109,90 +102,81 @@ TEST(Options, ExistingFilesFollowTheAnswers) {
         {"none is asked once", true, false, none, 1, false},
         {"an unknown answer keeps", true, false, 7, 2, false},
     };
+    const Files mine = {{"a.txt", "mine"}, {"b.txt", "mine"}};
+    const Files stored = {{"a.txt", "new"}, {"b.txt", "b"}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.title);
-        const ScratchFolder scratch;
-        writeFile(scratch / "a.txt", "mine");
-        writeFile(scratch / "b.txt", "mine");
-        std::vector<std::string> asked;
+        const TestFolder folder;
+        for (const auto &[name, content] : mine) {
+            writeFile(folder / name, content);
+        }
+        int asked = 0;
         UnzipCall call;
         call.options.PromptToOverwrite = row.prompt ? 1 : 0;
         call.options.noflag = row.overwrite ? 1 : 0;
         if (row.answer != 0) {
-            call.replace = [&](const std::string &name) {
-                asked.push_back(name);
-                return row.answer;
-            };
+            call.replace = [&](const std::string & /*name*/) { return ++asked, row.answer; };
         }
-        EXPECT_EQ(call.extract(dataFile(duplicates), scratch.path()), 0);
-        EXPECT_EQ(asked.size(), row.asked);
-        EXPECT_EQ(filesIn(scratch.path()), row.replaced
-                                               ? (Files{{"a.txt", "new"}, {"b.txt", "b"}})
-                                               : (Files{{"a.txt", "mine"}, {"b.txt", "mine"}}));
+        EXPECT_EQ(call.extract(duplicates, folder.path()), 0);
+        EXPECT_EQ(asked, row.asked);
+        EXPECT_EQ(filesIn(folder.path()), row.replaced ? stored : mine);
         EXPECT_EQ(call.processed.size(), 3U);
     }
 }
 
-TEST(Options, OnlyNewerEntriesReplaceFiles) {
-    const std::int64_t stored = 987514662;
-    const struct {
-        std::int64_t onDisk;
-        bool replaced;
-    } rows[] = {{stored - 10, true}, {stored, false}, {stored + 1, false}, {stored + 10, false}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.onDisk);
-        const ScratchFolder scratch;
-        writeFile(scratch / "a.txt", "mine");
-        setFileTime(scratch / "a.txt", row.onDisk);
+TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {
+    constexpr std::int64_t stored = 987514662;
+    for (const auto &[onDisk, replaced] : {std::pair{stored - 10, true},
+                                           {stored, false},
+                                           {stored + 1, false},
+                                           {stored + 10, false}}) {
+        SCOPED_TRACE(onDisk);
+        const TestFolder folder;
+        writeFile(folder / "a.txt", "mine");
+        setFileTime(folder / "a.txt", onDisk);
         UnzipCall call;
         call.options.ExtractOnlyNewer = 1;
-        EXPECT_EQ(call.extract(dataFile(duplicates), scratch.path()), 0);
-        EXPECT_EQ(contentOf(scratch / "a.txt"), row.replaced ? "new" : "mine");
-        EXPECT_EQ(contentOf(scratch / "b.txt"), "b");
+        EXPECT_EQ(call.extract(duplicates, folder.path()), 0);
+        EXPECT_EQ(readFile(folder / "a.txt"), replaced ? "new" : "mine");
+        EXPECT_EQ(readFile(folder / "b.txt"), "b");
     }
 }
 
-TEST(Options, LineEndsOfTextBecomeTheSystemsOwn) {
-    const ScratchFolder scratch;
-    UnzipCall call;
+TEST_F(Options, LineEndsOfTextBecomeTheSystemsOwn) {
     call.options.naflag = 1;
-    EXPECT_EQ(call.extract(dataFile("archives/lines.vl2"), scratch.path()), 0);
+    EXPECT_EQ(extract("archives/lines"), 0);
     using std::string_literals::operator""s;
     const std::string end = platform::linesEndInCrLf() ? "\r\n" : "\n";
-    EXPECT_EQ(filesIn(scratch.path()), (Files{{"crlf.txt", "a" + end + "b" + end + "\rc\r"},
-                                              {"bytes.bin", "\0\r\n\1"s},
-                                              {"marked.bin", "\0"s + end}}));
+    EXPECT_EQ(filesIn(folder.path()), (Files{{"crlf.txt", "a" + end + "b" + end + "\rc\r"},
+                                             {"bytes.bin", "\0\r\n\1"s},
+                                             {"marked.bin", "\0"s + end}}));
 }
 
-TEST(Options, TestingWritesNothingAndFindsDamage) {
-    const ScratchFolder scratch;
-    for (const auto &[archive, code] :
-         std::map<std::string, std::int32_t>{{"archives/python-zipfile", 0},
-                                             {"hostile/checksum-wrong", 2},
-                                             {"hostile/name-dotdot", 0},
-                                             {"hostile/overlap-quoted", 2}}) {
+TEST_F(Options, TestingWritesNothingAndFindsDamage) {
+    const std::pair<const char *, std::int32_t> rows[] = {{sample, 0},
+                                                          {"hostile/checksum-wrong", 2},
+                                                          {"hostile/name-dotdot", 0},
+                                                          {"hostile/overlap-quoted", 2}};
+    for (const auto &[archive, code] : rows) {
         SCOPED_TRACE(archive);
-        UnzipCall call;
-        call.options.ntflag = 1;
-        EXPECT_EQ(call.run(dataFile(archive + ".vl2"), scratch.path().string()), code);
-        EXPECT_TRUE(filesIn(scratch.path()).empty());
-        EXPECT_FALSE(call.processed.empty());
+        UnzipCall testing;
+        testing.options.ntflag = 1;
+        EXPECT_EQ(testing.run(archive, folder.path().string()), code);
+        EXPECT_TRUE(filesIn(folder.path()).empty());
+        EXPECT_FALSE(testing.processed.empty());
     }
 }
 
-TEST(Options, FewerMessagesAreTold) {
-    const struct {
-        std::int32_t quiet;
-        std::size_t messages;
-    } rows[] = {{0, 2}, {1, 1}, {2, 0}};
-    for (const auto &row : rows) {
-        const ScratchFolder scratch;
+TEST(Messages, AreAsManyAsWereAskedFor) {
+    // Damage first, then what went well, then once more what went wrong.
+    const std::size_t messages[] = {3, 1, 0};
+    for (const std::int32_t quiet : {0, 1, 2}) {
+        const TestFolder folder;
         UnzipCall call;
-        call.options.fQuiet = row.quiet;
-        EXPECT_EQ(call.extract(dataFile("hostile/checksum-wrong.vl2"), scratch.path()), 2);
-        // Damage first, then what went well, then once more what went wrong.
-        EXPECT_EQ(call.messages.size(), row.messages + (row.quiet == 0 ? 1 : 0));
-        if (row.quiet < 2) {
+        call.options.fQuiet = quiet;
+        EXPECT_EQ(call.extract("hostile/checksum-wrong", folder.path()), 2);
+        EXPECT_EQ(call.messages.size(), messages[quiet]);
+        if (quiet < 2) {
             EXPECT_NE(call.messages.back().find("a.txt is damaged"), std::string::npos);
         }
     }

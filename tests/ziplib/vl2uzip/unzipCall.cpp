@@ -1,13 +1,7 @@
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
-#include "tests/support/disk.h"
-
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -69,45 +63,6 @@ std::vector<char *> table(std::vector<std::string> &names) {
 
 } // namespace
 
-ScratchFolder::ScratchFolder() : m_path(makeScratchFolder()) {}
-
-ScratchFolder::~ScratchFolder() {
-    removeTree(m_path);
-}
-
-std::map<std::string, std::string> filesIn(const fs::path &folder) {
-    std::map<std::string, std::string> found;
-    for (const auto &item : fs::recursive_directory_iterator(folder)) {
-        const std::string name = item.path().lexically_relative(folder).generic_string();
-        if (item.is_symlink()) {
-            found[name + "@"] = fs::read_symlink(item.path()).string();
-        } else if (item.is_directory()) {
-            found[name + "/"] = "";
-        } else {
-            found[name] = contentOf(item.path());
-        }
-    }
-    return found;
-}
-
-std::string contentOf(const fs::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void writeFile(const fs::path &file, const std::string &content) {
-    std::ofstream(file, std::ios::binary) << content;
-}
-
-std::string dataFile(const std::string &name) {
-    const char *folder = std::getenv("ORVEL_TEST_DATA");
-    return std::string(folder != nullptr ? folder : "tests/data") + "/" + name;
-}
-
-std::int64_t modifiedOf(const fs::path &file) {
-    return fileTime(file) / 1'000'000'000;
-}
-
 UnzipCall::UnzipCall() {
     options.ndflag = 1;
     options.noflag = 1;
@@ -121,11 +76,11 @@ void UnzipCall::heard() {
     otherThread = otherThread || std::this_thread::get_id() != thread;
 }
 
-std::int32_t UnzipCall::run(const std::string &archive, const std::string &target) {
-    std::string archiveText = archive;
-    std::string targetText = target;
-    options.lpszZipFN = archiveText.data();
-    options.lpszExtractDir = targetText.data();
+std::int32_t UnzipCall::run(const std::string &archive, std::string target) {
+    const bool whole = archive.empty() || fs::path(archive).is_absolute();
+    std::string path = whole ? archive : dataFile(archive + ".vl2");
+    options.lpszZipFN = path.data();
+    options.lpszExtractDir = target.data();
     if (withCallbacks) {
         functions.print = onPrint;
         functions.replace = replace ? onReplace : nullptr;

@@ -1,41 +1,15 @@
 #pragma once
 
+#include "tests/support/files.h"
 #include "ziplib/vl2uzip.h"
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <map>
-#include <string>
 #include <thread>
-#include <vector>
 
-// A folder that is gone at the end of a test.
-class ScratchFolder {
-  public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder &) = delete;
-    ScratchFolder &operator=(const ScratchFolder &) = delete;
-
-    std::filesystem::path operator/(const std::string &name) const { return m_path / name; }
-    const std::filesystem::path &path() const { return m_path; }
-
-  private:
-    std::filesystem::path m_path;
-};
-
-// Path and content of every file below a folder; folders end in "/", links in "@".
-std::map<std::string, std::string> filesIn(const std::filesystem::path &folder);
-std::string contentOf(const std::filesystem::path &file);
-void writeFile(const std::filesystem::path &file, const std::string &content);
-// A file below tests/data.
-std::string dataFile(const std::string &name);
-// Seconds since 1970.
-std::int64_t modifiedOf(const std::filesystem::path &file);
-
-// One call of the library, with everything that it told.
+// One call of the library, with everything that it told. Archives are files below tests/data, as
+// "hostile/link", or have whole paths.
 struct UnzipCall {
     struct Listed {
         std::string path;
@@ -47,6 +21,7 @@ struct UnzipCall {
         std::uint32_t crc;
         char encrypted;
         char mark;
+        bool operator==(const Listed &) const = default;
     };
 
     UnzipCall();
@@ -75,7 +50,7 @@ struct UnzipCall {
     std::int32_t test(const std::string &archive);
     std::vector<std::string> listedPaths() const;
 
-    std::int32_t run(const std::string &archive, const std::string &target);
+    std::int32_t run(const std::string &archive, std::string target);
     void heard();
 
     std::chrono::steady_clock::time_point last;

@@ -28,7 +28,7 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
     };
     const Names all{".dot", "a.cs", "b.png", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"};
     for (const auto &name : all) {
-        write(work / name, name);
+        writeFile(work / name, name);
     }
     const Row rows[] = {
         {{"*"}, all, 2, 0},
@@ -60,32 +60,32 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
 }
 
 TEST_F(PackOptions, FolderNamesCanBeDroppedUnlessTwoFilesThenHaveOneName) {
-    write(work / "a.txt", "a");
-    write(work / "sub/b.txt", "b");
+    writeFile(work / "a.txt", "a");
+    writeFile(work / "sub/b.txt", "b");
     auto pack = call();
     pack.options.fJunkDir = 1;
     ASSERT_EQ(run(pack).code, 0);
     EXPECT_EQ(names(archive), (Names{"a.txt", "b.txt"}));
 
-    const auto before = read(archive);
-    write(work / "sub/a.txt", "another");
+    const auto before = readFile(archive);
+    writeFile(work / "sub/a.txt", "another");
     const auto result = run(pack);
     EXPECT_EQ(result.code, 18);
     EXPECT_NE(result.last().find("sub/a.txt"), std::string::npos) << result.last();
-    EXPECT_EQ(read(archive), before);
+    EXPECT_EQ(readFile(archive), before);
 }
 
 TEST_F(PackOptions, FoldersGetEntriesOnceWhereThatIsAskedFor) {
-    write(work / "sub/deep/a.txt", "a");
+    writeFile(work / "sub/deep/a.txt", "a");
     fs::create_directories(work / "void");
     auto pack = call();
     pack.options.fNoDirEntries = 0;
     ASSERT_EQ(run(pack).code, 0);
     EXPECT_EQ(names(archive), (Names{"sub/deep/a.txt", "sub/", "sub/deep/", "void/"}));
     EXPECT_TRUE(judge({"check", archive}));
-    const auto before = read(archive);
+    const auto before = readFile(archive);
     EXPECT_EQ(run(pack).code, 0);
-    EXPECT_EQ(read(archive), before);
+    EXPECT_EQ(readFile(archive), before);
 }
 
 TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
@@ -110,12 +110,12 @@ TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
         SCOPED_TRACE(row.title);
         fs::remove_all(work);
         fs::remove(archive);
-        write(work / "a.txt", "before");
+        writeFile(work / "a.txt", "before");
         setFileTime(work / "a.txt", 1000000000);
         ASSERT_EQ(run(call()).code, 0);
-        write(work / "a.txt", "after");
+        writeFile(work / "a.txt", "after");
         setFileTime(work / "a.txt", row.time);
-        write(work / "new.txt", "new");
+        writeFile(work / "new.txt", "new");
         auto pack = call();
         pack.options.fUpdate = row.update;
         pack.options.fFreshen = row.freshen;
@@ -128,18 +128,18 @@ TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
 
 TEST_F(PackOptions, LineEndsOfTextFilesAreConvertedAndOfOthersNot) {
     const std::string binary("\r\n\0\r\n", 5);
-    write(work / "dos.txt", "one\r\ntwo\r\n\rlone\r");
-    write(work / "unix.txt", "one\ntwo\r\nthree");
-    write(work / "binary.dat", binary);
+    writeFile(work / "dos.txt", "one\r\ntwo\r\n\rlone\r");
+    writeFile(work / "unix.txt", "one\ntwo\r\nthree");
+    writeFile(work / "binary.dat", binary);
     auto pack = call();
     pack.options.fCRLF_LF = 1;
     ASSERT_EQ(run(pack).code, 0);
     EXPECT_EQ(content(archive, "dos.txt"), "one\ntwo\n\rlone\r");
     EXPECT_EQ(content(archive, "unix.txt"), "one\ntwo\nthree");
     EXPECT_EQ(content(archive, "binary.dat"), binary);
-    const auto before = read(archive);
+    const auto before = readFile(archive);
     EXPECT_EQ(run(pack).code, 0); // what is converted is compared as it is packed
-    EXPECT_EQ(read(archive), before);
+    EXPECT_EQ(readFile(archive), before);
 
     pack.options.fCRLF_LF = 0;
     pack.options.fLF_CRLF = 1;
@@ -149,9 +149,9 @@ TEST_F(PackOptions, LineEndsOfTextFilesAreConvertedAndOfOthersNot) {
 }
 
 TEST_F(PackOptions, EncryptedEntriesOpenWithThePasswordAndNoOther) {
-    write(work / "a.txt", std::string(5000, 'a'));
-    write(work / "noise.bin", noise(3000));
-    write(work / "large.bin", std::string(17U << 20U, 'l'));
+    writeFile(work / "a.txt", std::string(5000, 'a'));
+    writeFile(work / "noise.bin", noise(3000));
+    writeFile(work / "large.bin", std::string(17U << 20U, 'l'));
     auto pack = call();
     pack.options.fEncrypt = 1;
     pack.password = "secret";
@@ -163,22 +163,22 @@ TEST_F(PackOptions, EncryptedEntriesOpenWithThePasswordAndNoOther) {
     EXPECT_EQ(judge({"read", archive, "a.txt", "secret"}).output, std::string(5000, 'a'));
 
     // They stay as they are where the files are the same and no encryption is asked for.
-    const auto before = read(archive);
+    const auto before = readFile(archive);
     EXPECT_EQ(run(call()).code, 0);
-    EXPECT_TRUE(read(archive) == before);
+    EXPECT_TRUE(readFile(archive) == before);
 }
 
 TEST_F(PackOptions, ADeclinedPasswordLeavesTheArchiveAsItWas) {
-    write(work / "a.txt", "before");
+    writeFile(work / "a.txt", "before");
     ASSERT_EQ(run(call()).code, 0);
-    const auto before = read(archive);
-    write(work / "a.txt", "after");
+    const auto before = readFile(archive);
+    writeFile(work / "a.txt", "after");
     auto pack = call();
     pack.options.fEncrypt = 1;
     const auto result = run(pack);
     EXPECT_EQ(result.code, 82);
     EXPECT_NE(result.last().find("password"), std::string::npos);
-    EXPECT_EQ(read(archive), before);
+    EXPECT_EQ(readFile(archive), before);
     EXPECT_TRUE(temporaries(folder.path()).empty());
 }
 
@@ -187,16 +187,16 @@ void hide(const fs::path &path) {
 }
 
 TEST_F(PackOptions, HiddenFilesAreLeftOutAndWhatTheArchiveHoldsOfThemStays) {
-    write(work / "a.txt", "a");
-    write(work / "held.txt", "held");
+    writeFile(work / "a.txt", "a");
+    writeFile(work / "held.txt", "held");
     ASSERT_EQ(run(call()).code, 0);
     hide(work / "held.txt");
-    write(work / "new.txt", "new");
+    writeFile(work / "new.txt", "new");
     hide(work / "new.txt");
     EXPECT_EQ(run(call()).code, 0);
     EXPECT_EQ(names(archive), (Names{"a.txt", "held.txt"}));
 
-    write(work / "held.txt", "edited"); // this edit is in the folder alone: say so
+    writeFile(work / "held.txt", "edited"); // this edit is in the folder alone: say so
     const auto result = run(call());
     EXPECT_EQ(result.code, 1);
     EXPECT_NE(result.last().find("held.txt"), std::string::npos) << result.all();
@@ -227,7 +227,7 @@ TEST_F(PackOptions, MatchingEntriesAreDeletedAndTheOthersKept) {
     for (const Row &row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.patterns));
         ASSERT_TRUE(judge({"make", "prefix", archive}));
-        write(folder / "old.vl2", read(archive));
+        writeFile(folder / "old.vl2", readFile(archive));
         auto removal = call();
         removal.patterns = row.patterns;
         removal.options.fDeleteEntries = 1;
@@ -250,8 +250,8 @@ TEST_F(PackOptions, MatchingEntriesAreDeletedAndTheOthersKept) {
 }
 
 TEST_F(PackOptions, MessagesAreAsManyAsWereAskedFor) {
-    write(work / "a.txt", "a");
-    write(work / "b.txt", "b");
+    writeFile(work / "a.txt", "a");
+    writeFile(work / "b.txt", "b");
     const auto messages = [&](int verbose, int quiet) {
         auto pack = call();
         pack.options.fVerbose = verbose;
@@ -265,16 +265,16 @@ TEST_F(PackOptions, MessagesAreAsManyAsWereAskedFor) {
 }
 
 TEST_F(PackOptions, TheCallerCanStopAtAnyFile) {
-    write(work / "a.txt", "a");
-    write(work / "b.txt", "b");
+    writeFile(work / "a.txt", "a");
+    writeFile(work / "b.txt", "b");
     ASSERT_EQ(run(call()).code, 0);
-    const auto before = read(archive);
-    write(work / "b.txt", "changed");
+    const auto before = readFile(archive);
+    writeFile(work / "b.txt", "changed");
     for (const char *where : {"a.txt", "b.txt"}) {
         auto pack = call();
         pack.onFile = [where](const std::string &name) { return name == where ? 1 : 0; };
         EXPECT_EQ(run(pack).code, 80);
-        EXPECT_EQ(read(archive), before);
+        EXPECT_EQ(readFile(archive), before);
         EXPECT_TRUE(temporaries(folder.path()).empty());
     }
 }

@@ -1,12 +1,10 @@
 #include "tests/ziplib/vl2zip/packer.h"
 
-#include "tests/support/disk.h"
 #include "tests/support/tool.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
 #include <random>
 #include <sstream>
 
@@ -89,24 +87,6 @@ Result run(Call call) {
     heard();
     current = nullptr;
     return state.result;
-}
-
-TestFolder::TestFolder() : m_path(makeScratchFolder()) {}
-
-TestFolder::~TestFolder() {
-    removeTree(m_path);
-}
-
-void write(const fs::path &path, const std::string &bytes) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string read(const fs::path &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
 }
 
 std::string noise(std::size_t size, unsigned seed) {

@@ -1,12 +1,10 @@
 #pragma once
 
+#include "tests/support/files.h"
 #include "ziplib/vl2zip.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <string>
-#include <vector>
 
 // Calls the library as the program does, and asks other tools about what comes of it.
 namespace packer {
@@ -39,23 +37,6 @@ struct Result {
 
 Result run(Call call);
 
-// A folder of its own for a test, removed with it.
-class TestFolder {
-  public:
-    TestFolder();
-    ~TestFolder();
-    TestFolder(const TestFolder &) = delete;
-    TestFolder &operator=(const TestFolder &) = delete;
-
-    fs::path operator/(const std::string &name) const { return m_path / name; }
-    const fs::path &path() const { return m_path; }
-
-  private:
-    fs::path m_path;
-};
-
-void write(const fs::path &path, const std::string &bytes);
-std::string read(const fs::path &path);
 // Bytes that do not compress, always the same.
 std::string noise(std::size_t size, unsigned seed = 1);
 

@@ -13,9 +13,22 @@ const std::uint8_t *bytes(const std::string &text) {
     return reinterpret_cast<const std::uint8_t *>(text.data());
 }
 
+std::string number(std::uint64_t value) {
+    std::uint8_t field[8];
+    put64(field, value);
+    return {reinterpret_cast<const char *>(field), sizeof field};
+}
+
+std::string number16(std::size_t value) {
+    return number(value).substr(0, 2);
+}
+
 // A record as other tools write it, with another extra field behind the 64-bit one.
 std::string keptRecord(std::uint32_t size, std::uint32_t packed, std::uint32_t offset,
                        const std::string &wideFields, std::uint16_t version = 20) {
+    const std::string other("\x55\x54\x01\x00\x00", 5);
+    const std::string extra =
+        (wideFields.empty() ? "" : number16(1) + number16(wideFields.size()) + wideFields) + other;
     std::string record(46, '\0');
     auto *at = reinterpret_cast<std::uint8_t *>(record.data());
     put32(at, 0x02014b50U);
@@ -23,25 +36,10 @@ std::string keptRecord(std::uint32_t size, std::uint32_t packed, std::uint32_t o
     put32(at + 20, packed);
     put32(at + 24, size);
     put16(at + 28, 1);
+    put16(at + 30, static_cast<std::uint16_t>(extra.size()));
     put16(at + 32, 2);
     put32(at + 42, offset);
-    std::string extra;
-    if (!wideFields.empty()) {
-        std::uint8_t head[4];
-        put16(head, 1);
-        put16(head + 2, static_cast<std::uint16_t>(wideFields.size()));
-        extra.append(reinterpret_cast<const char *>(head), sizeof head);
-        extra += wideFields;
-    }
-    extra += std::string("\x55\x54\x01\x00\x00", 5);
-    put16(at + 30, static_cast<std::uint16_t>(extra.size()));
     return record + "n" + extra + "cc";
-}
-
-std::string number(std::uint64_t value) {
-    std::uint8_t field[8];
-    put64(field, value);
-    return {reinterpret_cast<const char *>(field), sizeof field};
 }
 
 TEST(Records, AKeptRecordTellsItsNewOffsetInWhicheverFieldHoldsIt) {
@@ -98,6 +96,13 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         EXPECT_EQ(out.substr(47 + (extra == 0 ? 0 : 4)), row.fields);
         EXPECT_EQ(get16(bytes(out) + 6), row.fields.empty() ? 10 : 45);
         EXPECT_EQ(get32(bytes(out) + 24), row.size >= kWide32 ? kWide32 : row.size);
+        // Of what is streamed into the archive the local record holds both sizes, whatever they
+        // are.
+        entry.wide = true;
+        std::string local;
+        appendLocal(local, entry);
+        EXPECT_EQ(local.size(), entry.localSize());
+        EXPECT_EQ(local.substr(35), number(row.size) + number(row.packed));
     }
 }
 

@@ -7,51 +7,53 @@
 #include <thread>
 
 namespace fs = std::filesystem;
-using Files = std::map<std::string, std::string>;
 
 namespace {
 
-const char *const sample = "archives/python-zipfile.vl2";
+const char *const sample = "archives/python-zipfile";
+
+// A target, and a folder beside it that no extraction may write to.
+class Links : public testing::Test {
+  protected:
+    Links() {
+        fs::create_directories(outside);
+        fs::create_directories(target);
+    }
+
+    TestFolder folder;
+    const fs::path outside = folder / "outside";
+    const fs::path target = folder / "target";
+};
 
 } // namespace
 
-TEST(Disk, LinksBelowTheTargetAreNeverFollowed) {
-    const ScratchFolder scratch;
-    const fs::path outside = scratch / "outside";
-    const fs::path target = scratch / "target";
-    fs::create_directories(outside);
-    fs::create_directories(target);
+TEST_F(Links, BelowTheTargetAreNeverFollowed) {
     fs::create_directory_symlink(outside, target / "maps");
     writeFile(outside / "readme.txt", "mine");
     fs::create_symlink(outside / "readme.txt", target / "readme.txt");
     UnzipCall call;
-    EXPECT_EQ(call.extract(dataFile(sample), target), 1);
-    EXPECT_EQ(filesIn(outside), (Files{{"readme.txt", "mine"}}));
+    EXPECT_EQ(call.extract(sample, target), 1);
+    EXPECT_EQ(filesIn(outside), (std::map<std::string, std::string>{{"readme.txt", "mine"}}));
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(target / "readme.txt")));
     EXPECT_TRUE(fs::exists(target / "sound" / "w.wav"));
 }
 
-TEST(Disk, AFolderThatBecomesALinkMeanwhileLeadsNowhere) {
+TEST_F(Links, ThatTakeAFoldersPlaceMeanwhileLeadNowhere) {
     // Somebody swaps a folder for a link all the time while the archive is extracted.
-    const ScratchFolder scratch;
-    const fs::path outside = scratch / "outside";
-    const fs::path target = scratch / "target";
-    fs::create_directories(outside);
-    fs::create_directories(target);
-    fs::create_directory_symlink(outside, scratch / "link");
+    fs::create_directory_symlink(outside, folder / "link");
     std::atomic<bool> end{false};
     std::thread attacker([&] {
         while (!end) {
             std::error_code ignored;
-            fs::rename(target / "maps", scratch / "aside", ignored);
-            fs::rename(scratch / "link", target / "maps", ignored);
-            fs::rename(target / "maps", scratch / "link", ignored);
-            fs::rename(scratch / "aside", target / "maps", ignored);
+            fs::rename(target / "maps", folder / "aside", ignored);
+            fs::rename(folder / "link", target / "maps", ignored);
+            fs::rename(target / "maps", folder / "link", ignored);
+            fs::rename(folder / "aside", target / "maps", ignored);
         }
     });
     for (int i = 0; i < 200; ++i) {
         UnzipCall call;
-        call.extract(dataFile(sample), target);
+        call.extract(sample, target);
     }
     end = true;
     attacker.join();
@@ -59,8 +61,8 @@ TEST(Disk, AFolderThatBecomesALinkMeanwhileLeadsNowhere) {
 }
 
 TEST(Disk, APipeIsNoArchiveAndNeverWaitedFor) {
-    const ScratchFolder scratch;
-    const std::string pipe = scratch / "pipe";
+    const TestFolder folder;
+    const std::string pipe = folder / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     UnzipCall call;
     EXPECT_EQ(call.list(pipe), 9);

@@ -11,7 +11,7 @@ using namespace packer; // NOLINT: the tests speak this language
 namespace {
 
 TEST_F(PackFaults, LinksToFilesArePackedAndAllElseThatIsNoFileIsSkippedAndSaid) {
-    write(folder / "outside/secret.txt", "linked");
+    writeFile(folder / "outside/secret.txt", "linked");
     fs::create_symlink(folder / "outside/secret.txt", work / "link.txt");
     EXPECT_EQ(run(call()).code, 0);
     EXPECT_EQ(content(archive, "link.txt"), "linked");
@@ -19,7 +19,7 @@ TEST_F(PackFaults, LinksToFilesArePackedAndAllElseThatIsNoFileIsSkippedAndSaid) 
     fs::create_directory_symlink(folder / "outside", work / "linked folder");
     ASSERT_EQ(::mkfifo((work / "pipe").c_str(), 0600), 0);
     fs::create_symlink("nothing", work / "broken");
-    write(work / "a.txt", "after that");
+    writeFile(work / "a.txt", "after that");
     const auto result = run(call());
     EXPECT_EQ(result.code, 1);
     for (const char *name : {"linked folder", "pipe", "broken"}) {
@@ -47,9 +47,9 @@ TEST_F(PackFaults, ALinkToTheArchiveIsWrittenThroughAndModeAndOwnerStay) {
 }
 
 TEST_F(PackFaults, WhatKilledRunsLeftIsRemovedButNotWhatALiveOneHolds) {
-    write(base / ".orvel-0123456789abcdef.part", "left");
-    write(work / ".orvel-fedcba9876543210.part", "left");
-    write(base / ".orvel-1111111111111111.part", "held");
+    writeFile(base / ".orvel-0123456789abcdef.part", "left");
+    writeFile(work / ".orvel-fedcba9876543210.part", "left");
+    writeFile(base / ".orvel-1111111111111111.part", "held");
     const int held = ::open((base / ".orvel-1111111111111111.part").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(held, LOCK_EX), 0);
     ASSERT_EQ(run(call()).code, 0);
@@ -65,7 +65,8 @@ TEST_F(PackFaults, TwoThatSaveAtOnceLoseNothingOfEachOther) {
     fs::remove(archive); // they also meet where there is none yet
     const auto saver = [&](const std::string &own) {
         for (int i = 0; i < kRounds; ++i) {
-            write(folder / own / (own + std::to_string(i)), noise(3000, static_cast<unsigned>(i)));
+            writeFile(folder / own / (own + std::to_string(i)),
+                      noise(3000, static_cast<unsigned>(i)));
             if (run(Call(archive, folder / own)).code != 0) {
                 return 1;
             }
@@ -90,11 +91,11 @@ TEST_F(PackFaults, NamesThatTheGameOrOtherReadersCannotTakeAreRefused) {
         std::string(210, 'n'), "back\\slash", "co:lon", "aux.txt", "dot.", "\xff\xfe"};
     for (const auto &name : names) {
         SCOPED_TRACE(name);
-        write(work / name, "x");
+        writeFile(work / name, "x");
         expectRefused(run(call()), {18}, name);
         fs::remove(work / name);
     }
-    write(work / std::string(209, 'n'), "x");
+    writeFile(work / std::string(209, 'n'), "x");
     EXPECT_EQ(run(call()).code, 0);
 }
 

@@ -9,8 +9,8 @@ TEST(PackCase, AVariantIsNewWhereTheFolderHoldsAnotherFileForTheEntry) {
     const TestFolder folder;
     const fs::path archive = folder / "classic.vl2";
     ASSERT_TRUE(judge({"make", "case", archive}));
-    write(folder / "work/sub/edit.txt", "lower");
-    write(folder / "work/SUB/EDIT.TXT", "upper");
+    writeFile(folder / "work/sub/edit.txt", "lower");
+    writeFile(folder / "work/SUB/EDIT.TXT", "upper");
     ASSERT_EQ(run(Call(archive, folder / "work")).code, 0);
     EXPECT_EQ(names(archive), (std::vector<std::string>{"Sub/Edit.TXT", "keep.txt", "SUB/EDIT.TXT",
                                                         "sub/edit.txt"}));

@@ -23,7 +23,7 @@ class Held {
 };
 
 TEST_F(PackFaults, AFileThatItsEditorKeepsToItselfStopsTheSaveAndIsNamed) {
-    write(work / "held.txt", "mine");
+    writeFile(work / "held.txt", "mine");
     {
         const Held editor(work / "held.txt", 0);
         expectRefused(run(call()), {18}, "held.txt");
@@ -58,7 +58,7 @@ TEST_F(PackFaults, PathsOfMoreThan260CharactersArePacked) {
         ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
         name += part + '/';
     }
-    write(deep / "a.cs", "deep");
+    writeFile(deep / "a.cs", "deep");
     const auto result = run(call());
     ASSERT_EQ(result.code, 0) << result.all();
     EXPECT_EQ(content(archive, name + "a.cs"), "deep");

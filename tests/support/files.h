@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+// A folder that is gone at the end of a test.
+class TestFolder {
+  public:
+    TestFolder();
+    ~TestFolder();
+    TestFolder(const TestFolder &) = delete;
+    TestFolder &operator=(const TestFolder &) = delete;
+
+    std::filesystem::path operator/(const std::string &name) const { return m_path / name; }
+    const std::filesystem::path &path() const { return m_path; }
+
+  private:
+    std::filesystem::path m_path;
+};
+
+// Makes the folders above the file, too.
+void writeFile(const std::filesystem::path &file, const std::string &bytes);
+std::string readFile(const std::filesystem::path &file);
+
+// Path and content of all that is below a folder, nothing where there is none; folders end in "/",
+// links in "@".
+std::map<std::string, std::string> filesIn(const std::filesystem::path &folder);
+// The paths alone, in order.
+std::vector<std::string> namesIn(const std::filesystem::path &folder);
+
+// A file below tests/data.
+std::string dataFile(const std::string &name);
