@@ -33,23 +33,23 @@ def prepared(binaries, scratch, **options):
     job.extract_and_edit()
     job.freeze()
     old = job.bytes_of_archive()
-    calls = job.calls_of(job.live, lambda watch: job.steps("save", watch=watch))
+    calls = job.calls_of("save")
     new = job.bytes_of_archive()
     check(archive_content(job.archive) == job.wanted, "an undisturbed save left another content")
     check(old != new, "the save changed nothing")
     return job, old, new, calls
 
 
-def kill_save(binaries, scratch, **options):
+def kill_save(binaries, scratch, before=lambda: None, after=lambda: None, **options):
+    """`before` and `after` are what happens to the disk around each run."""
     job, old, new, calls = prepared(binaries, scratch, **options)
     outcomes = {"old": 0, "new": 0}
-    for number in range(1, len(calls) + 1):
-        where = "killed at call %d (%s %s):" % (number, *calls[number - 1])
-        job.reset()
-        done = job.steps("save", watch={"folder": job.live, "kill": number}, must=False)
-        if not was_killed(done):
-            check(done.returncode == 0, where, done.stdout, done.stderr)
-            continue
+    # Behind the last call the program comes to its end.
+    for number, where in job.points([*calls, ("end", "")]):
+        before()
+        done = job.steps("save", watch={"kill": number}, must=False)
+        check(was_killed(done) or done.returncode == 0, where, done.stdout, done.stderr)
+        after()
         now = job.bytes_of_archive()
         check(now in (old, new), where, "the archive is neither the old nor the new one")
         outcomes["old" if now == old else "new"] += 1
@@ -57,32 +57,26 @@ def kill_save(binaries, scratch, **options):
         check(now == new or job.is_extracted(), where, "work folder not recognised")
         job.save_again(where)
     check(outcomes["old"] > 3 and outcomes["new"] > 3, "too few points reached:", outcomes)
-    print("%d points, archive old after %d, new after %d" % (len(calls), *outcomes.values()))
+    print("%d points, archive old after %d, new after %d" % (len(calls) + 1, *outcomes.values()))
 
 
 def kill_extract(binaries, scratch, **disk):
     job = Job(binaries, scratch)
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch={**watch, **disk}))
+    calls = job.calls_of("extract", **disk)
     check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
     killed = 0
-    for number in range(1, len(calls) + 1):
-        where = "killed at call %d (%s %s):" % (number, *calls[number - 1])
-        job.reset()
-        done = job.steps("extract", watch={"folder": job.live, "kill": number, **disk}, must=False)
-        killed += was_killed(done)
-        for name, content in (read_tree(job.work) if os.path.isdir(job.work) else {}).items():
-            if not name.endswith(".part"):
-                check(content == ENTRIES.get(name), where, "half a file:", name)
-        state = job.steps("state").stdout
-        if "state: listed" in state:
+    for number, where in job.points(calls):
+        killed += was_killed(job.steps("extract", watch={"kill": number, **disk}, must=False))
+        for name, content in job.extracted().items():
+            check(content == ENTRIES.get(name), where, "half a file:", name)
+        if "state: listed" in job.steps("state").stdout:
             job.steps("extract")
-            check({n: c for n, c in read_tree(job.work).items() if not n.endswith(".part")} == ENTRIES,
-                  where, "the next extraction is not whole")
+            check(job.extracted() == ENTRIES, where, "the next extraction is not whole")
         job.steps("save")
         check(archive_content(job.archive) == ENTRIES, where, "the archive changed")
-        check(not job.temporaries(), where, "left behind", job.temporaries())
+        job.nothing_left(where)
     check(killed > len(ENTRIES), "too few points reached:", killed)
     print("%d points, %d reached" % (len(calls), killed))
 
@@ -91,45 +85,38 @@ def kill_settings(binaries, scratch):
     job = Job(binaries, scratch)
     job.freeze()
 
-    def add(**options):
-        return job.register(PROGRAM_KEY, "other", "new text", **options)
+    def add(watch=None, **options):
+        watch = watch and {**watch, "folder": job.config}
+        return job.register(PROGRAM_KEY, "other", "new text", watch=watch, **options)
 
-    calls = job.calls_of(job.config, lambda watch: add(watch=watch))
-    for number in range(1, len(calls) + 1):
-        where = "killed at call %d (%s %s):" % (number, *calls[number - 1])
-        job.reset()
-        check(was_killed(add(watch={"folder": job.config, "kill": number}, must=False)), where,
-              "was not reached")
-        kept = job.run("orvel-reg", "query", PROGRAM_KEY, "tempdir").stdout.strip()
-        check(kept == job.temp, where, "another value was lost")
+    def value(name):
+        return job.run("orvel-reg", "query", PROGRAM_KEY, name).stdout.strip()
+
+    calls = job.calls_of(add)
+    for number, where in job.points(calls):
+        check(was_killed(add(watch={"kill": number}, must=False)), where, "was not reached")
+        check(value("tempdir") == job.temp, where, "another value was lost")
         add()
-        check(job.run("orvel-reg", "query", PROGRAM_KEY, "other").stdout.strip() == "new text", where,
-              "the next write is not there")
+        check(value("other") == "new text", where, "the next write is not there")
     print("%d points" % len(calls))
 
 
 def fail_save(binaries, scratch):
     job, old, new, calls = prepared(binaries, scratch)
     told = 0
-    for number in range(1, len(calls) + 1):
-        for error in (errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES):
-            where = "%s at call %d (%s %s):" % (errno.errorcode[error], number, *calls[number - 1])
-            job.reset()
-            done = job.steps("save", must=False,
-                             watch={"folder": job.live, "fail": number, "errno": error})
-            check(done.returncode == 0, where, "ended with", done.returncode, done.stderr)
+    for error in (errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES):
+        for number, where in job.points(calls):
+            where = errno.errorcode[error] + " " + where
+            said = job.steps("save", watch={"fail": number, "errno": error}).stdout
             now = job.bytes_of_archive()
             check(now in (old, new), where, "the archive is neither the old nor the new one")
             job.edits_are_somewhere(where)
-            success = "was created successfully" in done.stdout
-            check(success != ("error:" in done.stdout), where, "unclear outcome:", done.stdout)
-            if success:
-                check(now == new, where, "success told, archive is the old one")
-            else:
-                told += 1
-                on_disk = read_tree(job.work)
-                check(all(on_disk.get(n) == c for n, c in job.edits.items()), where,
-                      "failure told, work folder not kept")
+            success = "was created successfully" in said
+            check(success != ("error:" in said), where, "unclear outcome:", said)
+            check(now == new or not success, where, "success told, archive is the old one")
+            check(success or job.edits.items() <= read_tree(job.work).items(), where,
+                  "failure told, work folder not kept")
+            told += not success
             job.save_again(where)
     check(told > 3, "too few failures reached the user:", told)
     print("%d calls, four errors each, %d told to the user" % (len(calls), told))
@@ -138,17 +125,14 @@ def fail_save(binaries, scratch):
 def fail_extract(binaries, scratch):
     job = Job(binaries, scratch)
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch=watch))
-    for number in range(1, len(calls) + 1):
-        for error in (errno.EIO, errno.ENOSPC):
-            where = "%s at call %d (%s %s):" % (errno.errorcode[error], number, *calls[number - 1])
-            job.reset()
-            done = job.steps("extract", must=False,
-                             watch={"folder": job.live, "fail": number, "errno": error})
-            check(done.returncode == 0, where, "ended with", done.returncode, done.stderr)
-            for name, content in (read_tree(job.work) if os.path.isdir(job.work) else {}).items():
-                check(name.endswith(".part") or content == ENTRIES.get(name), where, "half a file:", name)
-            if "state: extracted" in job.steps("state").stdout:
+    calls = job.calls_of("extract")
+    for error in (errno.EIO, errno.ENOSPC):
+        for number, where in job.points(calls):
+            where = errno.errorcode[error] + " " + where
+            job.steps("extract", watch={"fail": number, "errno": error})
+            for name, content in job.extracted().items():
+                check(content == ENTRIES.get(name), where, "half a file:", name)
+            if job.is_extracted():
                 job.steps("save")
             check(archive_content(job.archive) == ENTRIES, where, "the archive changed")
     print("%d calls, two errors each" % len(calls))
@@ -158,21 +142,20 @@ def order(binaries, scratch):
     """The new archive's data is durable before it gets the name, the name is durable before the
     first file of the work folder goes."""
     job, _, _, calls = prepared(binaries, scratch)
-    rename = next(i for i, (name, path) in enumerate(calls)
-                  if name.startswith("rename") and path == job.archive)
+
+    def places(names, wanted):
+        return [i for i, (name, path) in enumerate(calls) if name in names and wanted(path)]
+
     inside = lambda path: path.startswith(job.base + "/.orvel-")  # noqa: E731
-    writes = [i for i, (name, path) in enumerate(calls) if inside(path)
-              and ("write" in name or name in ("copy_file_range", "ioctl", "sendfile"))]
-    data_syncs = [i for i, (name, path) in enumerate(calls)
-                  if name in ("fsync", "fdatasync") and inside(path)]
-    folder_syncs = [i for i, (name, path) in enumerate(calls)
-                    if name == "fsync" and path == job.base]
-    removals = [i for i, (name, path) in enumerate(calls)
-                if name in ("unlink", "unlinkat", "rmdir") and path.startswith(job.work)]
+    writes = places("write pwrite pwrite64 writev pwritev copy_file_range ioctl sendfile".split(),
+                    inside)
+    data_syncs = places(("fsync", "fdatasync"), inside)
+    rename, = places(("rename", "renameat", "renameat2"), lambda path: path == job.archive)
+    folder_syncs = [i for i in places(("fsync",), lambda path: path == job.base) if i > rename]
+    removals = places(("unlink", "unlinkat", "rmdir"), lambda path: path.startswith(job.work))
     check(writes and data_syncs and folder_syncs and removals, "not all steps were seen:", calls)
     check(max(writes) < max(data_syncs) < rename, "renamed before the data was durable")
-    durable = [i for i in folder_syncs if i > rename]
-    check(durable and durable[0] < min(removals), "cleaned up before the name was durable")
+    check(folder_syncs[0] < min(removals), "cleaned up before the name was durable")
     print("%d writes, data sync, rename, folder sync, %d removals: in order" % (
         len(writes), len(removals)))
 
@@ -191,7 +174,7 @@ def watched(binaries, scratch):
         if step == "save":
             job.extract_and_edit()
         job.freeze()
-        calls = job.calls_of(job.live, lambda watch, step=step: job.steps(step, watch=watch))
+        calls = job.calls_of(step)
         job.reset()
         done = subprocess.run(["strace", "-f", "-y", "-o", log, "-e", "trace=" + ",".join(CHANGING.split()),
                                os.path.join(binaries, "jobDriver"), "Job", step], env=job.env,

@@ -27,7 +27,6 @@ EDITS = {
 }
 
 
-
 def check(condition, *text):
     if not condition:
         raise AssertionError(" ".join(str(part) for part in text))
@@ -49,7 +48,7 @@ def write_files(root, files):
 
 
 def read_tree(root):
-    """Every file below a folder by its relative path."""
+    """Every file below a folder by its relative path; none where there is no folder."""
     found = {}
     for parent, _, names in os.walk(root):
         for name in names:
@@ -94,9 +93,7 @@ class Job:
             for name, content in ENTRIES.items():
                 archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
                                  zipfile.ZIP_DEFLATED)
-        content = self.bytes_of_archive()
-        with open(self.archive, "wb") as file:
-            file.write(front + content)
+        write_files(self.base, {"job.vl2": front + self.bytes_of_archive()})
         self.register(GAME_KEY, "directory", os.path.join(self.live, "game"))
         self.register(PROGRAM_KEY, "tempdir", self.temp)
 
@@ -104,9 +101,11 @@ class Job:
         return self.run("orvel-reg", "add", key, name, text, **options)
 
     def start(self, program, *arguments, watch=None, **options):
-        """Starts a program of the build, `watch` holding settings of the call watcher."""
+        """Starts a program of the build, `watch` holding settings of the call watcher; it watches
+        all that `reset` puts back."""
         env = dict(self.env)
         if watch is not None:
+            watch = {"folder": self.live, **watch}
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
             # By bare name: in a list of paths, blanks separate.
             preload = [os.environ.get("LD_PRELOAD"), "libcallWatch.so"]
@@ -124,20 +123,17 @@ class Job:
             except subprocess.TimeoutExpired:
                 process.kill()
                 raise
-        if must and process.returncode != 0:
-            raise AssertionError("%s %s ended with %d:\n%s%s" % (
-                program, " ".join(arguments), process.returncode, out, errors))
+        check(process.returncode == 0 or not must, program, *arguments, "ended with",
+              process.returncode, out, errors)
         return subprocess.CompletedProcess(arguments, process.returncode, out, errors)
 
     def steps(self, *steps, **options):
         return self.run("jobDriver", "Job", *steps, **options)
 
     def paused(self, *steps, **options):
-        """The driver as it waits before these steps: a line as its input lets it go on."""
+        """The driver as it waits before these steps."""
         process = self.start("jobDriver", "Job", "pause", *steps, **options)
-        while (line := process.stdout.readline()) and not line.startswith("pause:"):
-            pass
-        check(line, "the driver ended before its pause")
+        until_pause(process)
         return process
 
     def extract_and_edit(self):
@@ -158,29 +154,39 @@ class Job:
         shutil.rmtree(self.live)
         subprocess.run(["cp", "-a", self.frozen, self.live], check=True)
 
-    def calls_of(self, folder, run):
-        """The watched calls of one undisturbed run: (name, path) pairs."""
+    def calls_of(self, run, **watch):
+        """The watched calls of one undisturbed run, a step or a function: (name, path) pairs."""
         log = os.path.join(self.root, "calls.log")
         if os.path.exists(log):
             os.remove(log)
-        run({"folder": folder, "log": log})
+        watch["log"] = log
+        run(watch=watch) if callable(run) else self.steps(run, watch=watch)
         with open(log, encoding="utf-8") as file:
             return [tuple(line.rstrip("\n").split(" ", 2)[1:]) for line in file]
+
+    def points(self, calls):
+        """The number of each call and what to say about it, each time with the disk put back."""
+        for number, (name, path) in enumerate(calls, 1):
+            self.reset()
+            yield number, "at call %d (%s %s):" % (number, name, path)
 
     def bytes_of_archive(self):
         with open(self.archive, "rb") as file:
             return file.read()
 
+    def extracted(self):
+        """The work folder's files but for temporaries."""
+        return {name: content for name, content in read_tree(self.work).items()
+                if not name.endswith(".part")}
+
     def edits_are_somewhere(self, where):
         """Every edited file is whole in the archive or in the work folder, and every entry that
         nobody edited is as it was."""
-        packed = archive_content(self.archive)
-        on_disk = read_tree(self.work) if os.path.isdir(self.work) else {}
+        packed, on_disk = archive_content(self.archive), read_tree(self.work)
         for name, content in self.edits.items():
             check(content in (packed.get(name), on_disk.get(name)), where, "lost the edit of", name)
         for name, content in ENTRIES.items():
-            if name not in self.edits:
-                check(packed.get(name) == content, where, "damaged the entry", name)
+            check(name in self.edits or packed.get(name) == content, where, "damaged", name)
 
     def is_extracted(self):
         """What a new start says about the work folder."""
@@ -192,11 +198,34 @@ class Job:
         check("error:" not in done.stdout, where, "second save failed:", done.stdout)
         check(archive_content(self.archive) == self.wanted, where,
               "second save left another content")
-        check(not self.temporaries(), where, "left behind", self.temporaries())
+        self.nothing_left(where)
 
-    def temporaries(self):
-        return [os.path.join(parent, name) for parent, _, names in os.walk(self.live)
-                for name in names if name.startswith(".orvel-") or name.endswith(".part")]
+    def nothing_left(self, where):
+        left = [name for name in read_tree(self.live)
+                if os.path.basename(name).startswith(".orvel-") or name.endswith(".part")]
+        check(not left, where, "left behind", left)
+
+
+def until_pause(process):
+    """What the driver says up to its next pause."""
+    said = []
+    while (line := process.stdout.readline()) and not line.startswith("pause:"):
+        said.append(line)
+    check(line, "the driver ended before its pause:", *said)
+    return said
+
+
+def go(process):
+    """Ends the driver's pause."""
+    process.stdin.write("\n")
+    process.stdin.flush()
+
+
+def ended(process, where):
+    """What the driver says up to its end, which must be a good one."""
+    out, errors = process.communicate(timeout=120)
+    check(process.returncode == 0, where, "ended with", process.returncode, out, errors)
+    return out
 
 
 def was_killed(done):

@@ -16,6 +16,7 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from faults import kill_save  # noqa: E402
 from job import ENTRIES, SKIPPED, Job, archive_content, check, main, read_tree  # noqa: E402
 
 SHUT_DOWN = 0x8004587D
@@ -43,6 +44,9 @@ class Disk:
         self.command("umount", self.path)
         os.remove(self.image)
 
+    def sync(self):
+        self.command("sync", "-f", self.path)
+
     def cut(self, how):
         """The power goes, and comes back."""
         folder = os.open(self.path, os.O_RDONLY)
@@ -62,60 +66,39 @@ def on_disk(test):
             print("no such disk:", why)
             return SKIPPED
         try:
-            return test(binaries, disk)
+            test(binaries, disk, os.path.join(disk.path, "job"))
         finally:
             disk.remove()
+        return 0
     return run
 
 
 @on_disk
-def save(binaries, disk):
-    job = Job(binaries, os.path.join(disk.path, "job"))
-    job.extract_and_edit()
-    job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("save", watch=watch))
-    new = 0
-    for number in range(1, len(calls) + 2):
-        for how in (WITH_JOURNAL, WITHOUT_JOURNAL):
-            where = "power cut %d at call %d of %d:" % (how, number, len(calls))
-            job.reset()
-            Disk.command("sync", "-f", disk.path)
-            job.steps("save", watch={"folder": job.live, "kill": number}, must=False)
-            disk.cut(how)
-            packed = archive_content(job.archive)
-            check(packed in (ENTRIES, job.wanted), where, "neither the old archive nor the new one")
-            new += packed == job.wanted
-            job.edits_are_somewhere(where)
-            job.save_again(where)
-    check(new > 3, "the new archive was never there:", new)
-    print("%d points, two kinds each" % (len(calls) + 1))
-    return 0
+def save(binaries, disk, scratch):
+    for how in (WITH_JOURNAL, WITHOUT_JOURNAL):
+        kill_save(binaries, scratch, before=disk.sync, after=lambda how=how: disk.cut(how))
 
 
 @on_disk
-def extract(binaries, disk):
+def extract(binaries, disk, scratch):
     """Files that were not on the disk yet do not get into the archive as what is left of them."""
-    job = Job(binaries, os.path.join(disk.path, "job"))
+    job = Job(binaries, scratch)
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch=watch))
+    calls = [*job.calls_of("extract"), ("end", "")]
     cut_off = 0
-    for number in range(1, len(calls) + 2):
-        where = "power cut at call %d of %d:" % (number, len(calls))
-        job.reset()
-        Disk.command("sync", "-f", disk.path)
-        job.steps("extract", watch={"folder": job.live, "kill": number}, must=False)
+    for number, where in job.points(calls):
+        disk.sync()
+        job.steps("extract", watch={"kill": number}, must=False)
         disk.cut(WITH_JOURNAL)
-        found = read_tree(job.work) if os.path.isdir(job.work) else {}
-        cut_off += sum(content != ENTRIES.get(name) for name, content in found.items())
+        cut_off += sum(content != ENTRIES.get(name) for name, content in read_tree(job.work).items())
         if not job.is_extracted():
             job.steps("extract")
         done = job.steps("save").stdout
         check(archive_content(job.archive) == ENTRIES, where, "the archive changed:", done)
         check("error:" in done or not read_tree(job.work), where, "files stay unsaid:", done)
-        check(not job.temporaries(), where, "left behind", job.temporaries())
+        job.nothing_left(where)
     check(cut_off > len(ENTRIES), "no file was ever cut off, nothing was tested")
-    print("%d points, %d files cut off" % (len(calls) + 1, cut_off))
-    return 0
+    print("%d points, %d files cut off" % (len(calls), cut_off))
 
 
 if __name__ == "__main__":

@@ -14,7 +14,8 @@ import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from job import ENTRIES, Job, archive_content, check, main, read_tree, write_files  # noqa: E402
+from job import (ENTRIES, Job, archive_content, check, ended, go, main,  # noqa: E402
+                 read_tree, write_files)
 
 LATE = {"scripts/client.cs": b"// edited while the first one saved\r\n" * 33}
 PATIENCE = 0.3  # seconds that the second one gets before the first goes on
@@ -32,21 +33,9 @@ def stands_still(process):
         return file.read().rsplit(")", 1)[1].split()[0] == "T"
 
 
-def go(process):
-    process.stdin.write("\n")
-    process.stdin.flush()
-
-
-def ended(process, where):
-    out, errors = process.communicate(timeout=60)
-    check(process.returncode == 0, where, "ended with", process.returncode, out, errors)
-    return out
-
-
-def both(job, step, number, where, meanwhile):
+def both(job, step, number, where, meanwhile=lambda: None):
     """What the first and the second one say in the end."""
-    job.reset()
-    first = job.paused(step, watch={"folder": job.live, "stop": number})
+    first = job.paused(step, watch={"stop": number})
     second = job.paused(step)
     go(first)
     until(lambda: stands_still(first), where)
@@ -65,12 +54,12 @@ def save(binaries, scratch):
     job = Job(binaries, scratch)
     job.extract_and_edit()
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("save", watch=watch))
+    calls = job.calls_of("save")
     job.edits.update(LATE)
     job.wanted.update(LATE)
     told = {(True, True): 0, (True, False): 0, (False, True): 0}
-    for number in range(1, len(calls) + 1):
-        where = "second save before call %d (%s %s) of the first:" % (number, *calls[number - 1])
+    for number, where in job.points(calls):
+        where = "second save " + where
         results = []
         for said in both(job, "save", number, where, lambda: write_files(job.work, LATE)):
             results.append("was created successfully" in said)
@@ -88,10 +77,9 @@ def extract(binaries, scratch):
     """The work folder is whole, whoever wrote which file of it."""
     job = Job(binaries, scratch)
     job.freeze()
-    calls = job.calls_of(job.live, lambda watch: job.steps("extract", watch=watch))
-    for number in range(1, len(calls) + 1):
-        where = "second extraction before call %d (%s %s):" % (number, *calls[number - 1])
-        both(job, "extract", number, where, lambda: None)
+    calls = job.calls_of("extract")
+    for number, where in job.points(calls):
+        both(job, "extract", number, where)
         check(read_tree(job.work) == ENTRIES, where, "holds", sorted(read_tree(job.work)))
     print("%d points" % len(calls))
 
