@@ -1,4 +1,5 @@
-"""Installs the build into a folder of its own and does the whole job with what was installed.
+"""Installs the build into a folder of its own, chooses programs in the settings window, and does the
+whole job with what was installed.
 
 usage: installed_program.py BUILD FOLDER
 """
@@ -12,8 +13,8 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "scripts" / "drive"))
 from archive_check import Snapshot  # noqa: E402
-from job import MAIN  # noqa: E402
-from sandbox import Sandbox  # noqa: E402
+from job import MAIN, SETTINGS  # noqa: E402
+from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Screen  # noqa: E402
 from tour import FILE, SHOWN, Job, save_changes, throw_away  # noqa: E402
 
@@ -43,6 +44,40 @@ def check_work_folders(sandbox, prefix):
     assert sandbox.work_folders() == own / "temp", sandbox.work_folders()
 
 
+def choose(job, letter, kind):
+    """Chooses the editor for a kind of files in the open-file dialog, by keyboard."""
+    screen, title = job.screen, f"^{kind} Editor\\.\\.\\.$"
+    screen.key(f"alt+{letter}", "Tab", "space")
+    screen.window(title)
+    screen.settle()
+    screen.type(str(job.sandbox.editor))
+    screen.settle()
+    screen.key("Return")
+    screen.wait(f"the end of {title}", lambda: not screen.find(title))
+    screen.window(SETTINGS)
+    screen.settle()
+
+
+def choose_programs(job):
+    """The window manager's request closes neither the settings nor the main window behind them."""
+    screen = job.screen
+    screen.key("alt+s")
+    window = screen.window(SETTINGS)
+    screen.key("alt+F4")
+    screen.settle()
+    assert screen.find(SETTINGS) == window, "the settings window was closed"
+    assert screen.find(MAIN) == job.window, "the main window was closed"
+    choose(job, "p", "PNG")
+    choose(job, "t", "Text")
+    job.picture("chosen", window)
+    screen.key("alt+o")
+    screen.wait("the end of the settings", lambda: not screen.find(SETTINGS))
+    screen.window(MAIN)
+    for value in ("PNG", "JPG", "GIF", "BMP", "Text", "WAV", "MP3", "AVI", "MPG"):
+        stored = job.sandbox.get(OWN_KEY + r"\Programs", value)
+        assert stored == (str(job.sandbox.editor) if value in ("PNG", "Text") else ""), value
+
+
 class OpenedJob(Job):
     """The program as the desktop starts it, by an archive that a person opens."""
 
@@ -65,18 +100,19 @@ def main():
     prefix = folder / "prefix"
     install(build, prefix)
     sandbox = Sandbox(folder / "sandbox", prefix / "bin")
+    # A program's path may hold blanks, and the one that the game's files get does.
+    sandbox.editor = sandbox.editor.rename(sandbox.editor.parent / "my editor")
     with Screen(sandbox.environment, folder / "pictures") as screen:
         job = Job(screen, sandbox)
         try:
             job.see_no_game_message()
             archive = sandbox.install_game() / FILE
-            sandbox.use_stand_in_editor()
             job.see_splash()
             check_work_folders(sandbox, prefix)
+            choose_programs(job)
             found = save_changes(job, archive)
             check_libraries(job.process, prefix)
             found += throw_away(job, archive)
-            job.see_settings()
             job.close()
         finally:
             job.stop()
