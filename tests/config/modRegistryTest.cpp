@@ -74,17 +74,6 @@ TEST_F(ModRegistry, WhatIsMissingReadsAsTheDefault) {
     EXPECT_EQ(RegGetString(0x80000001U, kKey, "other", "d"), "d");
 }
 
-TEST_F(ModRegistry, AWriteMakesTheWholePathAndTheSecondTextReplacesTheFirst) {
-    const QString key = "SOFTWARE\\Adobe\\Photoshop\\6.0\\ApplicationPath";
-    set(key, "", "C:\\Photoshop\\");
-    set(key.toLower(), "", "D:\\Photoshop 6\\");
-    EXPECT_EQ(get(key.toUpper(), ""), "D:\\Photoshop 6\\");
-    set(key, "Text", "a");
-    set(key, "TEXT", "");
-    EXPECT_EQ(get(key, "text", "d"), "");
-    EXPECT_EQ(get(key, ""), "D:\\Photoshop 6\\");
-}
-
 // The reader asks for the size first and for the bytes afterwards; between the two the value may
 // change in length.
 TEST_F(ModRegistry, AValueThatIsReplacedWhileItIsReadIsReadWholeInOneFormOrTheOther) {

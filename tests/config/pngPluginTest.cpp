@@ -2,6 +2,7 @@
 
 #include "config/modRegistry.h"
 #include "platform/files.h"
+#include "tests/support/game.h"
 #include "tests/support/settings.h"
 
 #include <QDir>
@@ -15,25 +16,18 @@ namespace {
 class PngPlugin : public testing::Test {
   protected:
     void SetUp() override {
-        photoshop = home.filePath(QStringLiteral("Photoshop 6.0/"));
+        photoshop = home.filePath("Photoshop 6.0/");
         ASSERT_TRUE(QDir().mkpath(formats()));
         own = QDir::fromNativeSeparators(platform::nativePath(platform::programFolder())) +
-              QStringLiteral("/Png.8bi");
-        target = formats() + QStringLiteral("Png.8bi");
-        backup = target + QStringLiteral(".bak");
+              "/Png.8bi";
+        target = formats() + "Png.8bi";
+        backup = target + ".bak";
     }
     void TearDown() override { QFile::remove(own); }
 
-    QString formats() const {
-        return photoshop + QStringLiteral("Plug-Ins/Adobe Photoshop Only/File Formats/");
-    }
+    QString formats() const { return photoshop + "Plug-Ins/Adobe Photoshop Only/File Formats/"; }
     void registerPhotoshop(const QString &folder) {
         RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), QString(), folder);
-    }
-    static void write(const QString &path, const QByteArray &bytes) {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
-        file.write(bytes);
     }
     static QByteArray read(const QString &path) {
         QFile file(path);
@@ -50,9 +44,9 @@ class PngPlugin : public testing::Test {
 
 TEST_F(PngPlugin, ReplacesPhotoshopsFileAndKeepsTheOneThere) {
     registerPhotoshop(photoshop);
-    write(own, "ours");
-    write(target, "theirs");
-    write(backup, "an old backup");
+    writeFile(own, "ours");
+    writeFile(target, "theirs");
+    writeFile(backup, "an old backup");
     InstallPngPlugin();
     EXPECT_EQ(read(target), "ours");
     EXPECT_EQ(read(backup), "theirs");
@@ -79,9 +73,9 @@ TEST_F(PngPlugin, TriesEachCopyWhateverBecameOfTheOther) {
         for (const QString &path : {own, target, backup})
             QFile::remove(path);
         if (*row.ours)
-            write(own, row.ours);
+            writeFile(own, row.ours);
         if (*row.theirs)
-            write(target, row.theirs);
+            writeFile(target, row.theirs);
         InstallPngPlugin();
         EXPECT_EQ(read(target), row.targetAfter) << row.what;
         EXPECT_EQ(read(backup), row.backupAfter) << row.what;
@@ -90,16 +84,16 @@ TEST_F(PngPlugin, TriesEachCopyWhateverBecameOfTheOther) {
 
 TEST_F(PngPlugin, CopiesThePlugInThoughTheBackupCannotBeWritten) {
     registerPhotoshop(photoshop);
-    write(own, "ours");
-    write(target, "theirs");
+    writeFile(own, "ours");
+    writeFile(target, "theirs");
     ASSERT_TRUE(QDir().mkdir(backup)); // a folder in the backup's place
     InstallPngPlugin();
     EXPECT_EQ(read(target), "ours");
 }
 
 TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
-    write(own, "ours");
-    write(target, "theirs");
+    writeFile(own, "ours");
+    writeFile(target, "theirs");
     InstallPngPlugin();
     EXPECT_EQ(read(target), "theirs");
     // An empty registration does not mean the current folder.
@@ -109,7 +103,7 @@ TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
     InstallPngPlugin();
     QDir::setCurrent(before);
     EXPECT_EQ(read(target), "theirs");
-    registerPhotoshop(home.filePath(QStringLiteral("uninstalled long ago/")));
+    registerPhotoshop(home.filePath("uninstalled long ago/"));
     InstallPngPlugin();
     EXPECT_EQ(read(target), "theirs");
     EXPECT_FALSE(QFile::exists(backup));

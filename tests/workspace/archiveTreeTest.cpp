@@ -63,23 +63,10 @@ TEST(ArchiveTree, numbers_nodes_as_they_were_added_and_shows_them_sorted_without
         EXPECT_EQ(tree.NodeOf(index.parent()), nodes.Parent(node));
         EXPECT_EQ(index.data().toString(), nodes.Text(node));
     }
-}
-
-TEST(ArchiveTree, gives_the_tool_tip_of_the_entry_that_a_file_stands_for_and_none_for_folders) {
-    Tree tree;
-    tree.Fill(mixedNodes(), &countIdle);
+    // The tip is that of the entry that a file stands for.
     EXPECT_EQ(tree.IndexOf(2).data(Qt::ToolTipRole).toString(), "1");
     EXPECT_EQ(tree.IndexOf(10).data(Qt::ToolTipRole).toString(), "6");
     EXPECT_FALSE(tree.IndexOf(1).data(Qt::ToolTipRole).isValid());
-}
-
-TEST(ArchiveTree, keeps_a_file_and_a_folder_of_the_same_text_apart) {
-    Tree tree;
-    ArchiveNodes nodes;
-    nodes.AddFile("", "maps", 2, 1);
-    nodes.AddFile("maps", "a.mis", 8, 2);
-    tree.Fill(std::move(nodes), &countIdle);
-    EXPECT_EQ(tree.shown(), (std::vector<std::string>{"", "  maps", "maps", "  a.mis"}));
 }
 
 TEST(ArchiveTree, finds_names_downwards_and_round_again_in_closed_folders_too) {

@@ -6,8 +6,8 @@
 #include "tests/workspace/window.h"
 
 #include <QDir>
+#include <QEvent>
 #include <QFile>
-#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -15,10 +15,6 @@
 #include <memory>
 
 namespace {
-
-std::string joined(const QStringList &texts) {
-    return texts.join('|').toStdString();
-}
 
 constexpr char kExtracted[] = "SaveChanges|Cancel|EditFile|OpenFolder";
 
@@ -50,6 +46,24 @@ struct Extracted {
     }
 };
 
+// Writes a file at the moment in which the archive is saved and its clean-up begins.
+class LateEditor : public QObject {
+  public:
+    LateEditor(QWidget *progressBar, QString file) : m_file(std::move(file)) {
+        progressBar->installEventFilter(this);
+    }
+
+  protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Show)
+            writeFile(m_file, "too late");
+        return QObject::eventFilter(watched, event);
+    }
+
+  private:
+    QString m_file;
+};
+
 } // namespace
 
 TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_as_they_were) {
@@ -63,9 +77,7 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
     EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
     EXPECT_EQ(job.window->status(), "Classic.vl2 was created successfully");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
-    EXPECT_TRUE(job.window->form().isEnabled());
-    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
-    EXPECT_FALSE(job.window->control<QProgressBar>("ProgressBar")->isVisible());
+    EXPECT_TRUE(job.window->isReady());
     EXPECT_EQ(joined(QDir(job.game.base()).entryList(QDir::Files)), "CLASSIC.vl2");
     EXPECT_TRUE(answers.boxes().empty());
     for (const ArchiveFile &file : kFiles)
@@ -107,20 +119,14 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     EXPECT_TRUE(QDir(job.folder + "shapes").isEmpty());
 }
 
-TEST(frmMainSave, removes_the_work_folder_but_never_the_folder_above_it) {
-    Extracted job({{"readme.txt", "r"}, {"scripts/a.cs", "a"}});
+TEST(frmMainSave, deletes_files_added_at_the_top_but_never_the_folder_above_the_work_folder) {
+    Extracted job(std::vector<ArchiveFile>{{"scripts/a.cs", "a"}}); // none of its own at the top
     writeFile(job.game.temp() + "/other.txt", "not mine");
-    job.window->click("cmdCancel");
-    EXPECT_FALSE(QFile::exists(job.folder));
-    EXPECT_TRUE(QFile::exists(job.game.temp() + "/other.txt"));
-}
-
-TEST(frmMainSave, deletes_files_added_at_the_top_of_an_archive_that_has_none_there) {
-    Extracted job(std::vector<ArchiveFile>{{"scripts/a.cs", "a"}});
     writeFile(job.folder + "own.txt", "own");
     job.window->click("cmdSaveChanges");
     EXPECT_EQ(readArchive(job.archive).at("own.txt"), "own");
     EXPECT_FALSE(QFile::exists(job.folder));
+    EXPECT_TRUE(QFile::exists(job.game.temp() + "/other.txt"));
 }
 
 TEST(frmMainSave, cleans_up_nothing_where_the_first_file_is_missing) {
@@ -177,8 +183,7 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
         EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
         EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), "a");
         EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
-        EXPECT_TRUE(job.window->form().isEnabled());
-        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+        EXPECT_TRUE(job.window->isReady());
     }
 }
 
@@ -199,28 +204,6 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_what_is_missing_where_something
     EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
     EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
 }
-
-namespace {
-
-// Writes a file at the moment in which the archive is saved and its clean-up begins.
-class LateEditor : public QObject {
-  public:
-    LateEditor(QWidget *progressBar, QString file) : m_file(std::move(file)) {
-        progressBar->installEventFilter(this);
-    }
-
-  protected:
-    bool eventFilter(QObject *watched, QEvent *event) override {
-        if (event->type() == QEvent::Show)
-            writeFile(m_file, "too late");
-        return QObject::eventFilter(watched, event);
-    }
-
-  private:
-    QString m_file;
-};
-
-} // namespace
 
 TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     Extracted job;

@@ -19,6 +19,11 @@ QString MainWindow::status() const {
     return control<QLabel>("lblStatus")->text();
 }
 
+bool MainWindow::isReady() const {
+    return m_form.isEnabled() && QGuiApplication::overrideCursor() == nullptr &&
+           !control<QProgressBar>("ProgressBar")->isVisible();
+}
+
 QStringList MainWindow::entries() const {
     QStringList texts;
     for (int entry = 0; entry < dropDown()->count(); ++entry)
@@ -79,22 +84,4 @@ void MainWindow::pick(const QString &text) {
 void MainWindow::click(const char *name) const {
     ASSERT_TRUE(button(name)->isEnabled()) << name;
     QTest::mouseClick(button(name), Qt::LeftButton);
-}
-
-void MainWindow::select(const QString &folder, const QString &file) const {
-    const QAbstractItemModel *model = tree()->model();
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QModelIndex parent = model->index(row, 0);
-        for (int child = 0; child < model->rowCount(parent); ++child) {
-            const QModelIndex index = model->index(child, 0, parent);
-            if (parent.data().toString() != folder || index.data().toString() != file)
-                continue;
-            tree()->expand(parent);
-            tree()->scrollTo(index);
-            QTest::mouseClick(tree()->viewport(), Qt::LeftButton, {},
-                              tree()->visualRect(index).center());
-            return;
-        }
-    }
-    FAIL() << folder.toStdString() << " holds no " << file.toStdString();
 }

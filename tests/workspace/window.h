@@ -9,6 +9,11 @@
 #include <QStringList>
 #include <QTreeView>
 
+// For lists that a test compares as a whole.
+inline std::string joined(const QStringList &texts) {
+    return texts.join('|').toStdString();
+}
+
 // The main window as a person has it before them: shown, and worked by mouse and keyboard.
 class MainWindow {
   public:
@@ -20,6 +25,8 @@ class MainWindow {
     QComboBox *dropDown() const { return control<QComboBox>("drpVL2File"); }
     QTreeView *tree() const { return control<QTreeView>("treArchive"); }
     QString status() const;
+    // Takes input and shows so: no hourglass, no progress bar.
+    bool isReady() const;
     QStringList entries() const;
     // The lines of the hidden list.
     QStringList lines() const;
@@ -32,8 +39,6 @@ class MainWindow {
     void pick(int entry);
     void pick(const QString &text);
     void click(const char *button) const;
-    // Selects a file of the tree.
-    void select(const QString &folder, const QString &file) const;
 
     template<typename Control>
     Control *control(const char *name) const {

@@ -4,15 +4,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(ModRegistryHive, ASecondTextTakesThePlaceOfTheFirst) {
-    const RegistryHome home;
-    const QString key = "SOFTWARE\\Adobe";
-    RegSetString(kHkeyLocalMachine, key, "Path", "C:\\first");
-    RegSetString(kHkeyLocalMachine, key.toLower(), "path", "C:\\second");
-    EXPECT_EQ(home.hive().count("second"), 1);
-    EXPECT_EQ(home.hive().count("first"), 0);
-}
-
 TEST(ModRegistryHive, ARefusedWriteChangesNothingAndIsNotReported) {
     const RegistryHome home;
     const QString key = QString::fromUtf16(kProgramKey);
