@@ -1,5 +1,5 @@
 #include "tests/archive/expectError.h"
-#include "tests/archive/zipFixture.h"
+#include "tests/archive/fixtures.h"
 
 #include <array>
 #include <cstring>
@@ -33,19 +33,6 @@ Numbers initialNumbers() {
 
 using cZipTest = ZipTest;
 
-TEST_F(cZipTest, ANewObjectPacksPlainlyAndHoldsNoSpecs) {
-    EXPECT_EQ(cZip().ZipFile(), QString());
-    EXPECT_EQ(zip.BasePath(), QString());
-    EXPECT_EQ(zip.FileSpecCount(), 0);
-    EXPECT_EQ(zip.MessageLevel(), 2);
-    zip.Zip();
-    const FakeZip::Call &call = fake.calls.at(0);
-    EXPECT_EQ(numbers(call.options), initialNumbers());
-    EXPECT_EQ(call.date, std::nullopt);
-    EXPECT_EQ(call.rootDir, "");
-    EXPECT_EQ(call.tempDir, std::nullopt);
-}
-
 TEST_F(cZipTest, EachOptionHasItsFieldOfTheRecordAndNoOther) {
     struct Row {
         bool (cZip::*read)() const;
@@ -70,7 +57,7 @@ TEST_F(cZipTest, EachOptionHasItsFieldOfTheRecordAndNoOther) {
     for (const Row &row : rows) {
         SCOPED_TRACE(row.field);
         EXPECT_FALSE((zip.*row.read)());
-        for (const bool state : {true, false}) {
+        for (const bool state : {true, false}) { // off again, for the next row
             (zip.*row.write)(state);
             EXPECT_EQ((zip.*row.read)(), state);
             zip.Zip();
@@ -79,6 +66,9 @@ TEST_F(cZipTest, EachOptionHasItsFieldOfTheRecordAndNoOther) {
             EXPECT_EQ(numbers(fake.calls.back().options), expected);
         }
     }
+    EXPECT_EQ(fake.calls[0].date, std::nullopt);
+    EXPECT_EQ(fake.calls[0].rootDir, "");
+    EXPECT_EQ(fake.calls[0].tempDir, std::nullopt);
 }
 
 TEST_F(cZipTest, MessageLevelsSetTwoFieldsAndUnknownOnesChangeNothing) {
@@ -87,6 +77,7 @@ TEST_F(cZipTest, MessageLevelsSetTwoFieldsAndUnknownOnesChangeNothing) {
     };
     const Row rows[] = {{0, 0, 1, 0}, {5, 0, 1, 0},  {1, 1, 0, 1},
                         {3, 1, 0, 1}, {-1, 1, 0, 1}, {2, 2, 0, 0}};
+    EXPECT_EQ(zip.MessageLevel(), 2);
     for (const Row &row : rows) {
         SCOPED_TRACE(row.written);
         zip.setMessageLevel(row.written);
@@ -103,8 +94,8 @@ TEST_F(cZipTest, SpecsKeepTheirOrderUntilCleared) {
     for (const char *spec : {"*", "", "a\\b.cs"})
         EXPECT_EQ(zip.AddFileSpec(QString::fromUtf8(spec)), 0);
     EXPECT_EQ(zip.FileSpecCount(), 3);
-    EXPECT_EQ(zip.FileSpec(1), QVariant(QStringLiteral("*")));
-    EXPECT_EQ(zip.FileSpec(3), QVariant(QStringLiteral("a\\b.cs")));
+    EXPECT_EQ(zip.FileSpec(1), QVariant("*"));
+    EXPECT_EQ(zip.FileSpec(3), QVariant("a\\b.cs"));
     for (const std::int32_t index : {-1, 0, 4})
         expectError(ErrorNumber::SubscriptOutOfRange, {}, [&] { zip.FileSpec(index); });
     zip.Zip();
@@ -115,10 +106,10 @@ TEST_F(cZipTest, SpecsKeepTheirOrderUntilCleared) {
 }
 
 TEST_F(cZipTest, DeletingEndsWithTheCallHoweverItEnds) {
-    zip.AddFileSpec(QStringLiteral("*.cs"));
+    zip.AddFileSpec("*.cs");
     zip.Delete();
     zip.Zip();
-    zip.setBasePath(QStringLiteral("/no such folder"));
+    zip.setBasePath("/no such folder");
     expectError(ErrorNumber::PathNotFound, {}, [&] { zip.Delete(); });
     zip.setBasePath({});
     zip.Zip();
@@ -149,13 +140,13 @@ TEST_F(cZipTest, TheLastResultTellsWhetherEveryFileIsInTheArchive) {
         zip.Zip();
         EXPECT_EQ(zip.LastResult().code, row.code);
         EXPECT_EQ(zip.LastResult().ok(), row.fine);
-        EXPECT_EQ(zip.LastResult().message, QStringLiteral("/game/base/x.vl2: %1").arg(row.code));
+        EXPECT_EQ(zip.LastResult().message, QString("/game/base/x.vl2: %1").arg(row.code));
     }
     fake.script = nullptr;
     zip.Delete();
     EXPECT_TRUE(zip.LastResult().ok());
     EXPECT_EQ(zip.LastResult().message, QString());
-    zip.setBasePath(QStringLiteral("/no such folder"));
+    zip.setBasePath("/no such folder");
     EXPECT_THROW(zip.Zip(), platform::RuntimeError);
     EXPECT_FALSE(zip.LastResult().ok());
 }

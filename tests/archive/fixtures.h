@@ -1,0 +1,93 @@
+#pragma once
+
+#include "archive/cUnzip.h"
+#include "archive/cZip.h"
+#include "archive/mUnzip.h"
+#include "archive/mZip.h"
+#include "platform/library.h"
+#include "tests/archive/fake/fakeUnzip.h"
+#include "tests/archive/fake/fakeZip.h"
+
+#include <gtest/gtest.h>
+
+// What a stand-in library keeps, as new.
+template<typename Fake>
+Fake &standIn(const QString &library, const char *state) {
+    platform::Library::setFolder(ORVEL_FAKE_LIBRARIES);
+    Fake &fake = *platform::Library(library).function<Fake *(*)()>(state)();
+    return fake = {};
+}
+
+// One entry as the library reports it.
+struct Reported {
+    std::string path = "a.txt";
+    std::uint32_t packed = 0;
+    std::int32_t factor = 0;
+    std::int32_t month = 1, day = 1, year = 2001, hour = 0, minute = 0;
+    std::string method = "Deflated";
+    std::uint32_t crc = 0;
+    char crypt = ' ';
+};
+
+// A cUnzip over the stand-in library.
+class UnzipTest : public testing::Test {
+  protected:
+    UnzipTest() { unzip.setZipFile("/game/base/x.vl2"); }
+
+    static void report(const USERFUNCTIONS &library, Reported entry) {
+        library.SendApplicationMessage(7, entry.packed, entry.factor, entry.month, entry.day,
+                                       entry.year, entry.hour, entry.minute, '+', entry.path.data(),
+                                       entry.method.data(), entry.crc, entry.crypt);
+    }
+
+    // Makes a library call that does this and ends with a code, which is returned.
+    std::int32_t during(const std::function<void(const USERFUNCTIONS &)> &step,
+                        std::int32_t code = 0) {
+        fake.script = [&](const USERFUNCTIONS &library) {
+            step(library);
+            return code;
+        };
+        const std::int32_t returned = unzip.Directory();
+        fake.script = nullptr;
+        return returned;
+    }
+
+    // Lists an archive of these entries.
+    std::int32_t list(const std::vector<Reported> &entries, std::int32_t code = 0) {
+        const auto reportAll = [&](const USERFUNCTIONS &library) {
+            for (const Reported &entry : entries)
+                report(library, entry);
+        };
+        return during(reportAll, code);
+    }
+
+    // Lists `count` entries with names 1, 2, ...
+    void listNumbered(int count) {
+        std::vector<Reported> entries;
+        for (int number = 1; number <= count; ++number)
+            entries.push_back({.path = std::to_string(number)});
+        list(entries);
+    }
+
+    FakeUnzip &fake = standIn<FakeUnzip>("vl2uzip", "fakeUnzipState");
+    cUnzip unzip;
+};
+
+// A cZip over the stand-in library.
+class ZipTest : public testing::Test {
+  protected:
+    ZipTest() { zip.setZipFile("/game/base/x.vl2"); }
+
+    // Makes a library call that does this.
+    void during(const std::function<void(const ZIPUSERFUNCTIONS &)> &step) {
+        fake.script = [&](const ZIPUSERFUNCTIONS &library) {
+            step(library);
+            return 0;
+        };
+        zip.Zip();
+        fake.script = nullptr;
+    }
+
+    FakeZip &fake = standIn<FakeZip>("vl2zip", "fakeZipState");
+    cZip zip;
+};
