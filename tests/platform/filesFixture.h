@@ -1,6 +1,8 @@
 #pragma once
 
 #include "platform/error.h"
+#include "tests/platform/printBytes.h"
+#include "tests/support/files.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -8,14 +10,8 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <functional>
-#include <ostream>
-
-inline void PrintTo(const QString &text, std::ostream *out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 // A folder of its own for each test, with files made by bytes.
 class FilesFixture : public testing::Test {
@@ -30,24 +26,23 @@ class FilesFixture : public testing::Test {
     // Makes a file and the folders above it; the name may hold bytes that are no UTF-8.
     QString makeFile(const QByteArray &name, const QByteArray &content = "content") const {
         const QByteArray path = bytesAt(name);
-        QDir().mkpath(QFile::decodeName(path.first(path.lastIndexOf('/'))));
-        FILE *file = std::fopen(path.constData(), "wb");
-        EXPECT_NE(file, nullptr) << path.constData();
-        if (file != nullptr) {
-            std::fwrite(content.constData(), 1, static_cast<std::size_t>(content.size()), file);
-            std::fclose(file);
-        }
+        writeFile(path.toStdString(), content.toStdString());
         return QFile::decodeName(path);
     }
     bool exists(const QByteArray &name) const {
-        struct stat info = {};
-        return ::lstat(bytesAt(name).constData(), &info) == 0;
+        return std::filesystem::exists(
+            std::filesystem::symlink_status(bytesAt(name).toStdString()));
     }
     static QByteArray contentOf(const QString &path) {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
     }
     QString folder() const { return m_folder.path(); }
+    // All that a folder holds, whatever its attributes.
+    QStringList namesIn(const QString &name) const {
+        return QDir(at(name)).entryList(
+            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    }
 
     static void expectError(platform::ErrorNumber number, const std::function<void()> &step) {
         try {

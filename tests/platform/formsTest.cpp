@@ -1,48 +1,14 @@
 #include "platform/forms.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QMessageBox>
-#include <QMouseEvent>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <QWindow>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-// A window whose button counts its clicks and its paints.
-class Window : public QWidget {
-  public:
-    Window() {
-        button.setGeometry(10, 10, 100, 30);
-        connect(&button, &QPushButton::clicked, this, [this] { ++clicks; });
-        resize(200, 100);
-        show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(this));
-        QTest::qWait(50);
-    }
-
-    // Puts a click into the queue of the window, where the window system puts it.
-    void clickFromOutside() {
-        const QPointF at = button.geometry().center();
-        for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
-            QCoreApplication::postEvent(
-                windowHandle(),
-                new QMouseEvent(type, at, mapToGlobal(at), Qt::LeftButton,
-                                type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
-                                Qt::NoModifier));
-    }
-
-    QPushButton button{"&Go", this};
-    int clicks = 0;
-    int paints = 0;
-
-  protected:
-    void paintEvent(QPaintEvent *) override { ++paints; }
-};
 
 // Answers the message box that is on screen once it is there.
 void pressInBox(Qt::Key key, QMessageBox::Icon &icon, QString &text, int &buttons) {
@@ -57,34 +23,6 @@ void pressInBox(Qt::Key key, QMessageBox::Icon &icon, QString &text, int &button
 }
 
 } // namespace
-
-TEST(forms, throws_away_input_but_paints_and_keeps_timers_running) {
-    Window window;
-    window.clickFromOutside();
-    QCoreApplication::processEvents();
-    ASSERT_EQ(window.clicks, 1) << "the click arrives where nobody throws it away";
-
-    int ticks = 0;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
-    timer.start(1);
-    const int before = window.paints;
-    QElapsedTimer time;
-    for (time.start(); time.elapsed() < 300;) {
-        window.clickFromOutside();
-        window.update();
-        platform::repaintPending();
-    }
-    platform::discardInput();
-    QCoreApplication::processEvents();
-    EXPECT_EQ(window.clicks, 1);
-    EXPECT_GE(ticks, 4);
-    EXPECT_GE(window.paints - before, 4);
-    EXPECT_LE(window.paints - before, 300 / 25 + 3) << "painting takes time from the work";
-    window.clickFromOutside();
-    QCoreApplication::processEvents();
-    EXPECT_EQ(window.clicks, 2);
-}
 
 TEST(forms, shows_the_box_of_a_style_and_gives_its_answer) {
     const struct {

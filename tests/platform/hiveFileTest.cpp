@@ -2,7 +2,6 @@
 
 #include "platform/posix/replaceFile.h"
 #include "platform/registry.h"
-#include "tests/platform/child.h"
 #include "tests/platform/printBytes.h"
 #include "tests/platform/registryHome.h"
 
@@ -13,19 +12,17 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <functional>
 #include <thread>
 #include <vector>
 
-using platform::hive::changeHive;
-using platform::hive::Hive;
-using platform::hive::narrowData;
-using platform::hive::readHive;
-using platform::hive::Value;
-using platform::hive::valueFromNarrow;
-
 namespace {
+
+using namespace platform::hive; // NOLINT(google-build-using-namespace): the subject
 
 std::int32_t set(const QString &path, const QString &name, const QByteArray &text) {
     return changeHive(path.toUtf8(), [&](const Hive &old) {
@@ -38,9 +35,25 @@ QByteArray get(const QString &path, const QString &name) {
     return value ? narrowData(*value) : QByteArray("(missing)");
 }
 
-mode_t modeOf(const QString &path) {
+struct stat infoOf(const QString &path) {
     struct stat info = {};
-    return ::stat(path.toUtf8().constData(), &info) == 0 ? info.st_mode & 07777U : 0U;
+    EXPECT_EQ(::stat(path.toUtf8().constData(), &info), 0) << path.toStdString();
+    return info;
+}
+
+// Runs `work` in a process of its own and returns its result (0 to 255), or -1 where it was killed.
+// As root it runs as a user without rights where `asNobody` is set.
+int inChild(const std::function<int()> &work, bool asNobody = false) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        if (asNobody && ::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
+            ::_exit(255);
+        ::_exit(work());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 class HiveFile : public testing::Test {
@@ -56,8 +69,8 @@ class HiveFile : public testing::Test {
 TEST_F(HiveFile, TheFolderIsMadeForTheUserAloneAndNothingElseIsLeftInIt) {
     ASSERT_EQ(set(path, "a", "1"), 0);
     EXPECT_EQ(get(path, "a"), "1");
-    EXPECT_EQ(modeOf(home.path("config")), 0700U);
-    EXPECT_EQ(modeOf(home.path("config/orvel")), 0700U);
+    EXPECT_EQ(infoOf(home.path("config")).st_mode & 07777U, 0700U);
+    EXPECT_EQ(infoOf(home.path("config/orvel")).st_mode & 07777U, 0700U);
     EXPECT_EQ(files(), QStringList({"system.reg", "system.reg.lock"}));
 }
 
@@ -69,8 +82,7 @@ TEST_F(HiveFile, ModeAndOwnerStay) {
         ASSERT_EQ(::chown(path.toUtf8().constData(), 1234, 2345), 0);
     }
     ASSERT_EQ(set(path, "a", "1"), 0);
-    struct stat info = {};
-    ASSERT_EQ(::stat(path.toUtf8().constData(), &info), 0);
+    const struct stat info = infoOf(path);
     EXPECT_EQ(info.st_mode & 07777U, 0640U);
     EXPECT_EQ(info.st_uid, isRoot ? 1234U : ::geteuid());
     EXPECT_EQ(info.st_gid, isRoot ? 2345U : ::getegid());
@@ -82,11 +94,8 @@ TEST_F(HiveFile, WhatRootMakesInAUsersFolderIsTheUsers) {
     QDir().mkpath(home.path("config"));
     ASSERT_EQ(::chown(home.path("config").toUtf8().constData(), 1234, 2345), 0);
     ASSERT_EQ(set(path, "a", "1"), 0);
-    for (const QString &each : {home.path("config/orvel"), path, path + ".lock"}) {
-        struct stat info = {};
-        ASSERT_EQ(::stat(each.toUtf8().constData(), &info), 0);
-        EXPECT_EQ(info.st_uid, 1234U) << each.toStdString();
-    }
+    for (const QString &each : {home.path("config/orvel"), path, path + ".lock"})
+        EXPECT_EQ(infoOf(each).st_uid, 1234U) << each.toStdString();
 }
 
 TEST_F(HiveFile, ALinkIsWrittenThrough) {

@@ -14,8 +14,3 @@ orvel_test(vl2uzip_test
           vl2uzip/passwordTest.cpp vl2uzip/unzipCall.cpp vl2uzip/unzipCall.h ${disks}
   LIBRARIES vl2uzip orvel_storage
   ENVIRONMENT TZ=UTC)
-
-if(ORVEL_SYSTEM STREQUAL posix)
-  # Makes links, pipes and processes of POSIX.
-  orvel_test(storage_test SOURCES storageTest.cpp LIBRARIES orvel_storage)
-endif()

@@ -42,11 +42,6 @@ class LauncherTest : public ShellFixture {
     }
 };
 
-TEST_F(LauncherTest, ShipsBesideTheProgram) {
-    EXPECT_EQ(platform::findFirst(platform::windowsFolder(260) + "\\NOTEPAD.EXE ", 0),
-              QString("NOTEPAD.EXE"));
-}
-
 TEST_F(LauncherTest, WithNoEditorTheStartFails) {
     expectError(ErrorNumber::FileNotFound, [&] { open(); });
     makeRecorder("bin/nano");

@@ -31,7 +31,6 @@ void recordState(const std::string &path) {
             state << "open " << target << '\n';
     }
     state << "signals " << ignoredOrBlockedSignals() << '\n'
-          << "leader " << (getsid(0) != getsid(getppid())) << '\n'
           << "session " << getsid(0) << '\n'
           << "folder " << std::filesystem::current_path().string() << '\n'
           << "report " << (std::getenv("ORVEL_START_REPORT") != nullptr) << '\n';

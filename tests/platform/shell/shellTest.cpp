@@ -26,14 +26,10 @@ class ShellTest : public ShellFixture {
 
 TEST_F(ShellTest, AProgramGetsTheFileByteForByte) {
     const QString program = makeRecorder("My Editors/The Editor");
-    for (const char *name :
-         {"plain.cs", "two words.cs", "q\"uo\"te 'n' $HOME `id`;.cs", "line\nbreak.cs",
-          "-leading dash", "\xc3\xa4\xe2\x82\xac.cs", "100%.cs"}) {
-        makeFile(QByteArray("temp/Classic/scripts/") + name);
-        Shell(program + ' ' + at("temp") + "\\Classic\\scripts\\" + QString::fromUtf8(name), 1);
-        EXPECT_EQ(recorded(),
-                  (QList<QByteArray>{program.toUtf8(), bytesAt("temp/Classic/scripts/") + name}));
-    }
+    const QByteArray name = "temp/Classic/q\"uo\"te 'n' $HOME `id`;\n-\xc3\xa4\xe2\x82\xac 100%.cs";
+    makeFile(name);
+    Shell(program + ' ' + at(QString::fromUtf8(name).replace('/', '\\')), 1);
+    EXPECT_EQ(recorded(), (QList<QByteArray>{program.toUtf8(), bytesAt(name)}));
 }
 
 TEST_F(ShellTest, AProgramInheritsNothingButFolderAndEnvironment) {
@@ -60,13 +56,16 @@ TEST_F(ShellTest, AProgramInheritsNothingButFolderAndEnvironment) {
     EXPECT_EQ(stateLine("report"), QByteArray("0"));
 }
 
-TEST_F(ShellTest, NoProgramIsLeftAsAChild) {
+TEST_F(ShellTest, NoProgramIsLeftAsAChildAndNoFileOpen) {
+    const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::Files).size(); };
     const QString program = makeRecorder("edit");
+    const auto before = openFiles();
     for (int i = 0; i < 20; ++i) {
         Shell(program, 1);
         EXPECT_EQ(recorded().size(), 1);
     }
     expectError(ErrorNumber::FileNotFound, [&] { Shell(at("missing"), 1); });
+    EXPECT_EQ(openFiles(), before);
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
 }
@@ -83,16 +82,6 @@ TEST_F(ShellTest, AProgramThatGoesOnIsNotWaitedFor) {
     const int gate = ::open(bytesAt("gate").constData(), O_WRONLY);
     ::close(gate);
     EXPECT_EQ(recorded(), QList<QByteArray>{program});
-}
-
-TEST_F(ShellTest, ManyStartsLeaveNoFileOpen) {
-    const auto openFiles = [] { return QDir("/proc/self/fd").entryList(QDir::Files).size(); };
-    const QString program = makeRecorder("edit");
-    const auto before = openFiles();
-    for (int i = 0; i < 200; ++i)
-        Shell(program, 1);
-    EXPECT_EQ(openFiles(), before);
-    recorded();
 }
 
 TEST_F(ShellTest, AStartThatFailsIsAnError) {

@@ -82,25 +82,4 @@ TEST_F(WindowsRegistry, TheUsersVirtualCopyIsReadFirstAndDropsOutAtTheNextWrite)
     EXPECT_EQ(get("v"), QByteArray("machine again"));
 }
 
-TEST_F(WindowsRegistry, SizesAreToldAndSmallBuffersAreLeftAlone) {
-    set("", "0123456789");
-    RegKey key = 0;
-    ASSERT_EQ(RegOpenKeyA(kLocalMachine, "software\\\\ORVEL test\\deep\\", key), kSuccess);
-    std::uint32_t size = 0;
-    std::uint32_t type = 0;
-    EXPECT_EQ(RegQueryValueExA(key, "", &type, nullptr, size), kSuccess);
-    EXPECT_GE(size, 10U);
-    EXPECT_LE(size, 11U);
-    EXPECT_EQ(type, kTypeString);
-    char bytes[4] = {'#', '#', '#', '#'};
-    size = sizeof bytes;
-    EXPECT_EQ(RegQueryValueExA(key, "", nullptr, bytes, size), kMoreData);
-    EXPECT_GE(size, 10U);
-    EXPECT_EQ(bytes[0], '#');
-    RegCloseKey(key);
-    EXPECT_EQ(RegQueryValueExA(0, "", &type, nullptr, size), kInvalidHandle);
-    EXPECT_EQ(RegSetValueExA(0, "v", kTypeString, "x"), kInvalidHandle);
-    EXPECT_EQ(RegCloseKey(RegKey{0}), kInvalidHandle);
-}
-
 } // namespace

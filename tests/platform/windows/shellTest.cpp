@@ -2,8 +2,10 @@
 
 #include "platform/error.h"
 #include "platform/files.h"
-#include "tests/platform/windows/scratchFolder.h"
 #include "tests/support/environment.h"
+#include "tests/support/files.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <thread>
@@ -12,10 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class WindowsShell : public ScratchFolder {
+class WindowsShell : public testing::Test {
   protected:
     WindowsShell() {
-        setVariable("ORVEL_RECORD", at("record").c_str());
+        setVariable("ORVEL_RECORD", (root / "record").string().c_str());
         const fs::path recorder =
             fs::path(platform::programFolder().toStdWString()) / "command_recorder.exe";
         fs::create_directories(root / "Program Files");
@@ -28,15 +30,17 @@ class WindowsShell : public ScratchFolder {
     std::string started(std::string line) const {
         fs::remove(root / "record");
         platform::Shell(QString::fromStdString(filled(std::move(line))), platform::kShowNormal);
-        for (int wait = 0; wait < 500 && !exists("record"); ++wait)
+        for (int wait = 0; wait < 500 && !fs::exists(root / "record"); ++wait)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return content("record");
+        return readFile(root / "record");
     }
     std::string filled(std::string text) const {
         for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@'))
-            text.replace(at, 1, root.string());
+            text.replace(at, 1, root.path().string());
         return text;
     }
+
+    TestFolder root;
 };
 
 TEST_F(WindowsShell, AProgramGetsTheRestOfItsCommandLineAsItIs) {
@@ -58,7 +62,7 @@ TEST_F(WindowsShell, AProgramGetsTheRestOfItsCommandLineAsItIs) {
 }
 
 TEST_F(WindowsShell, AProgramThatIsMissingOrNoneIsAnError) {
-    put("text.exe", "no program");
+    writeFile(root / "text.exe", "no program");
     struct Row {
         const char *line;
         platform::ErrorNumber number;

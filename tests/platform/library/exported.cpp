@@ -1,5 +1,0 @@
-extern "C" int orvelTestAnswer();
-
-extern "C" int orvelTestAnswer() {
-    return 42;
-}

@@ -1,0 +1,117 @@
+#include "platform/files.h"
+#include "platform/posix/dosAttributes.h"
+#include "tests/platform/filesFixture.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace platform; // NOLINT(google-build-using-namespace): its functions are the subject
+
+class PosixFilesTest : public FilesFixture {
+  protected:
+    struct stat infoOf(const QByteArray &name) const {
+        struct stat info = {};
+        EXPECT_EQ(::stat(bytesAt(name).constData(), &info), 0) << name.constData();
+        return info;
+    }
+    mode_t modeOf(const QByteArray &name) const { return infoOf(name).st_mode & 07777U; }
+    void link(const char *target, const char *name) const {
+        ASSERT_EQ(::symlink(target, bytesAt(name).constData()), 0);
+    }
+};
+
+TEST_F(PosixFilesTest, NamesThatAreNoUtf8OrBeginWithADotAreNamesLikeOthers) {
+    makeFile("caf\xe9.txt");
+    makeFile(".dot.txt");
+    const QStringList names = listFiles(folder(), "*.txt");
+    ASSERT_EQ(names.size(), 2);
+    EXPECT_EQ(names[0], ".dot.txt");
+    EXPECT_EQ(findFirst(at(".DOT.txt"), 0), ".dot.txt");
+    EXPECT_EQ(findFirst(at(names[1]), 0), names[1]);
+    deleteFiles(at(names[1]));
+    EXPECT_EQ(namesIn(""), QStringList({".dot.txt"}));
+}
+
+TEST_F(PosixFilesTest, LinksCountAsWhatTheyLeadToAndAreDeletedThemselves) {
+    makeFile("real.txt", "old");
+    makeFile("keep.cs");
+    makeFolders("folder");
+    link("real.txt", "link.txt");
+    link("folder", "linked");
+    link("nowhere", "dangling.txt");
+    EXPECT_EQ(findFirst(at("LINK.txt"), 0), QString("link.txt"));
+    EXPECT_EQ(findFirst(at("linked"), 0), QString());
+    EXPECT_EQ(findFirst(at("dangling.txt"), 0), QString());
+    EXPECT_EQ(listFiles(folder(), "*.txt"), (QStringList{"link.txt", "real.txt"}));
+    copyFile(at("keep.cs"), at("link.txt"));
+    EXPECT_TRUE(QFileInfo(at("link.txt")).isSymLink());
+    EXPECT_EQ(contentOf(at("real.txt")), QByteArray("content"));
+    deleteFiles(at("*in*.txt"));
+    EXPECT_EQ(namesIn(""), QStringList({"folder", "keep.cs", "linked", "real.txt"}));
+}
+
+TEST_F(PosixFilesTest, ACopyKeepsTimeAndMode) {
+    makeFile("source");
+    const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, 5}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, bytesAt("source").constData(), times, 0), 0);
+    ASSERT_EQ(::chmod(bytesAt("source").constData(), 0640), 0);
+    copyFile(at("source"), at("copy"));
+    EXPECT_EQ(modeOf("copy"), 0640U);
+    EXPECT_EQ(infoOf("copy").st_mtim.tv_sec, 1'000'000'000);
+}
+
+TEST_F(PosixFilesTest, ReadOnlyIsTheWriteBitAndTheOthersAreKeptAsText) {
+    makeFile("tool");
+    ASSERT_EQ(::chmod(bytesAt("tool").constData(), 0755), 0);
+    struct Row {
+        int value;
+        const char *kept;
+        mode_t mode;
+    };
+    // One file goes from each state to the next.
+    for (const Row &row :
+         {Row{AttributeHidden, "0x2", 0755}, Row{AttributeReadOnly | AttributeSystem, "0x4", 0555},
+          Row{AttributeHidden | AttributeSystem | AttributeArchive, "0x26", 0755},
+          Row{AttributeReadOnly, "", 0555}, Row{AttributeReadOnly | AttributeHidden, "0x2", 0555},
+          Row{AttributeNormal, "", 0755}}) {
+        setAttributes(at("tool"), row.value);
+        EXPECT_EQ(attributes(at("tool")), row.value);
+        char kept[64] = {};
+        ::getxattr(bytesAt("tool").constData(), "user.DOSATTRIB", kept, sizeof kept - 1);
+        EXPECT_STREQ(kept, row.kept);
+        EXPECT_EQ(modeOf("tool"), row.mode);
+    }
+}
+
+TEST_F(PosixFilesTest, WhereNothingNeedsKeepingAFileSystemWithoutAttributesIsNoError) {
+    // /proc has files, modes and no extended attributes.
+    const QString file = "/proc/self/comm";
+    EXPECT_NO_THROW(setAttributes(file, AttributeArchive));
+    expectError(ErrorNumber::PathFileAccess, [&] { setAttributes(file, AttributeHidden); });
+}
+
+TEST(StoredBitsTest, TextsAndSambasRecordAreUnderstood) {
+    const auto record = [](const char *hex) { return QByteArray::fromHex(hex); };
+    struct Row {
+        QByteArray value;
+        int bits;
+    };
+    for (const Row &row : {
+             Row{"0x2", AttributeHidden},
+             Row{"0x26", AttributeHidden | AttributeSystem | AttributeArchive},
+             Row{QByteArray("0x6\0", 4), AttributeHidden | AttributeSystem},
+             Row{"0X4", AttributeSystem}, Row{"0x10", 0}, Row{"2", 0},
+             Row{record("0000050005000000110000002200000012345678"),
+                 AttributeHidden | AttributeArchive},
+             Row{record("0000030003000000110000000400000000000000"), AttributeSystem},
+             Row{record("0000050005000000100000002200000012345678"), 0}, // the bits are not valid
+             Row{record("00000500050000001100"), 0},                     // cut off
+         })
+        EXPECT_EQ(parseStoredBits(row.value), row.bits) << row.value.toHex().constData();
+}
+
+} // namespace
