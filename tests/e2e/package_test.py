@@ -169,12 +169,6 @@ class Package(unittest.TestCase):
             self.assertNotIn("RUNPATH", run("readelf", "-d", program), program)
             self.assertNotIn(os.fsencode(BUILD), program.read_bytes(), program)
 
-    def test_its_command_runs(self):
-        environment = {**os.environ, "XDG_CONFIG_HOME": str(FOLDER / "config")}
-        command = self.usr / "bin" / "orvel-reg"
-        run(command, "add", "SOFTWARE\\A", "b", "text", env=environment)
-        self.assertEqual(run(command, "query", "software\\a", "B", env=environment), "text\n")
-
     @unittest.skipUnless(shutil.which("lintian"), "lintian is not installed")
     def test_lintian_has_nothing_to_say(self):
         run("lintian", "--fail-on", "error,warning", "--allow-root", self.package)

@@ -29,7 +29,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
-#include <sys/uio.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -152,19 +151,14 @@ WATCHED_WRITE(pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (f
               (fd, p, n / 2, o))
 WATCHED_WRITE(pwrite64, (int fd, const void *p, size_t n, off64_t o), pathOf(fd), (fd, p, n, o),
               (fd, p, n / 2, o))
-WATCHED(ssize_t, writev, (int fd, const iovec *v, int n), pathOf(fd), (fd, v, n))
-WATCHED(ssize_t, pwritev, (int fd, const iovec *v, int n, off_t o), pathOf(fd), (fd, v, n, o))
 WATCHED_WRITE(copy_file_range,
               (int in, off64_t *inAt, int out, off64_t *outAt, size_t n, unsigned flags),
               pathOf(out), (in, inAt, out, outAt, n, flags), (in, inAt, out, outAt, n / 2, flags))
-WATCHED(ssize_t, sendfile, (int out, int in, off_t *at, size_t n), pathOf(out), (out, in, at, n))
 WATCHED(int, ftruncate, (int fd, off_t size), pathOf(fd), (fd, size))
 WATCHED(int, ftruncate64, (int fd, off64_t size), pathOf(fd), (fd, size))
 WATCHED(int, fallocate, (int fd, int mode, off_t at, off_t n), pathOf(fd), (fd, mode, at, n))
-WATCHED(int, posix_fallocate, (int fd, off_t at, off_t n), pathOf(fd), (fd, at, n))
 WATCHED(int, fsync, (int fd), pathOf(fd), (fd))
 WATCHED(int, fdatasync, (int fd), pathOf(fd), (fd))
-WATCHED(int, syncfs, (int fd), pathOf(fd), (fd))
 WATCHED(int, rename, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
 WATCHED(int, renameat, (int a, const char *from, int b, const char *to), pathOf(b, to),
         (a, from, b, to))

@@ -147,7 +147,7 @@ def order(binaries, scratch):
         return [i for i, (name, path) in enumerate(calls) if name in names and wanted(path)]
 
     inside = lambda path: path.startswith(job.base + "/.orvel-")  # noqa: E731
-    writes = places("write pwrite pwrite64 writev pwritev copy_file_range ioctl sendfile".split(),
+    writes = places("write pwrite pwrite64 copy_file_range ioctl".split(),
                     inside)
     data_syncs = places(("fsync", "fdatasync"), inside)
     rename, = places(("rename", "renameat", "renameat2"), lambda path: path == job.archive)

@@ -3,7 +3,8 @@
 judge.py check ARCHIVE [PASSWORD]    every entry is read whole by zipfile, 7-Zip and bsdtar
 judge.py list ARCHIVE                one line an entry: name, size, method, flags, DOS time, attributes
 judge.py read ARCHIVE NAME           an entry's bytes
-judge.py kept OLD NEW [NAME...]      all entries but the named ones are byte for byte as they were
+judge.py kept OLD NEW [NAME...]      all entries but the named ones are byte for byte as they were, and
+                                     those that are there still have their comments
 judge.py make RECIPE ARCHIVE         an archive of a kind that others make
 """
 import os
@@ -35,6 +36,11 @@ def parse(data):
         entries.append((raw, data[at + 46:at + 46 + n], offset + base))
         at += 46 + n + e + c
     return data[end + 22:], base, entries
+
+
+def comments(entries, names):
+    return {name: raw[len(raw) - struct.unpack("<H", raw[32:34])[0]:]
+            for raw, name, _ in entries if name in names}
 
 
 def stored_bytes(data, raw, offset):
@@ -79,6 +85,8 @@ def kept(old_path, new_path, *changed):
     assert old_comment == new_comment and old_base == new_base
     assert old[:old_base] == new[:new_base]
     changed = {name.encode(code, "replace") for name in changed for code in ("utf-8", "cp437")}
+    said, says = comments(old_entries, changed), comments(new_entries, changed)
+    assert all(says[name] == said.get(name, b"") for name in says), "comments"
     was = [e for e in old_entries if e[1] not in changed]
     now = [e for e in new_entries if e[1] not in changed]
     assert [e[0] for e in was] == [e[0] for e in now], "records"
@@ -98,7 +106,7 @@ AES = dict(extra=b"\1\x99\7\0\2\0AE\3\x08\0", local_extra=b"\1\x99\7\0\2\0AE\3\x
 LONG = struct.pack("<2H2Q", 1, 16, 1000, 1000)
 IN_EXTRA = dict(packed=0xFFFFFFFF, size=0xFFFFFFFF)
 KEEP = Entry("keep.txt", TEXT, 8, comment=b"kept comment", **MOMENT)
-EDIT = Entry("edit.txt", b"before")
+EDIT = Entry("edit.txt", b"before", comment=b"of the edited one")
 LAST = Entry("sub/last.bin", bytes(range(256)))
 
 RECIPES = {
