@@ -163,20 +163,9 @@ TEST(Hive, ANewKeyGoesBehindWhatIsThereWhateverItIs) {
 }
 
 TEST(Hive, ADamagedLineNeverCostsTheOthers) {
-    const QByteArray rows[] = {"\"x\"=\"open",
-                               "\"x\"=hex:01,\\",
-                               "\"x\"=hex:0g,\\\n  01",
-                               "\"x",
-                               "@",
-                               "garbage",
-                               "\\",
-                               QByteArray("\0\0", 2),
-                               "\"x\"=dword:",
-                               ";",
-                               "#",
-                               "\xff\xfe\xfd",
-                               "\"x\"=hex:01,\\\n"};
-    for (const QByteArray &row : rows) {
+    for (const QByteArray row :
+         {"\"x\"=\"open", "\"x\"=hex:01,\\", "\"x\"=hex:0g,\\\n  01", "\"x", "@", "garbage", "\\",
+          "\"x\"=dword:", ";", "#", "\xff\xfe\xfd", "\"x\"=hex:01,\\\n"}) {
         SCOPED_TRACE(row.toStdString());
         const QByteArray file = "[A]\n\"first\"=\"1\"\n" + row + "\n\"last\"=\"2\"\n" + row +
                                 "\n[B]\n" + row + "\n\"b\"=\"3\"\n" + row;

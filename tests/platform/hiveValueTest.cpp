@@ -63,35 +63,34 @@ TEST(HiveValue, EveryFormOfAValueIsRead) {
 }
 
 TEST(HiveValue, ADamagedLineHasNoValueAndTakesUpOneLine) {
-    const QByteArray rows[] = {R"("a)",
-                               R"("a")",
-                               R"("a"text)",
-                               R"("a"=)",
-                               R"("a"=text)",
-                               R"("a"="text)",
-                               R"("a"="text\")",
-                               R"("a"="text\)",
-                               R"("a"=dword:)",
-                               R"("a"=dword:123456789)",
-                               R"("a"=hex:1g)",
-                               R"("a"=hex:123)",
-                               R"("a"=hex:01,\02)",
-                               R"("a"=hex(:01)",
-                               R"("a"=hex(7)01)",
-                               R"("a"=str(2):text)",
-                               R"("a"=str(2:"text")",
-                               R"("a"=hex:01,02,\)",
-                               "\"a\"=hex:01,\\\n",
-                               "\"a\"=hex:01,\\\n\n",
-                               "\"a\"=hex:01,\\\n\"b\"=\"c\"\n",
-                               "\"a\"=hex:01,\\\n  zz\n",
-                               "@",
-                               "@\"a\""};
-    for (const QByteArray &row : rows) {
-        SCOPED_TRACE(row.toStdString());
+    for (const char *row : {R"("a)",
+                            R"("a")",
+                            R"("a"text)",
+                            R"("a"=)",
+                            R"("a"=text)",
+                            R"("a"="text)",
+                            R"("a"="text\")",
+                            R"("a"="text\)",
+                            R"("a"=dword:)",
+                            R"("a"=dword:123456789)",
+                            R"("a"=hex:1g)",
+                            R"("a"=hex:123)",
+                            R"("a"=hex:01,\02)",
+                            R"("a"=hex(:01)",
+                            R"("a"=hex(7)01)",
+                            R"("a"=str(2):text)",
+                            R"("a"=str(2:"text")",
+                            R"("a"=hex:01,02,\)",
+                            "\"a\"=hex:01,\\\n",
+                            "\"a\"=hex:01,\\\n\n",
+                            "\"a\"=hex:01,\\\n\"b\"=\"c\"\n",
+                            "\"a\"=hex:01,\\\n  zz\n",
+                            "@",
+                            "@\"a\""}) {
+        SCOPED_TRACE(row);
         const ValueLine line = parse(row);
         EXPECT_FALSE(line.value);
-        EXPECT_EQ(line.next, lineAt(row, 0).next);
+        EXPECT_EQ(line.next, lineAt(QByteArrayView(row), 0).next);
     }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/namePattern.h"
 
+#include <QByteArrayList>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -7,38 +9,35 @@ namespace {
 TEST(NamePatternTest, WildcardsWorkAsInADosSearch) {
     struct Row {
         const char *pattern;
-        const char *name;
-        bool matches;
+        QByteArrayList matches;
+        QByteArrayList others;
     };
-    for (const Row &row : {
-             Row{"*", "readme", true},
-             Row{"*.*", "readme", true},
-             Row{"*.*", ".hidden", true},
-             Row{"*.vl2", "Base.VL2", true},
-             Row{"*.vl2", "base.vl2x", false},
-             Row{"*.vl2", ".vl2", true},
-             Row{"*.", "readme", true},
-             Row{"*.", "a.txt", false},
-             Row{"a*c*e", "abcde", true},
-             Row{"a*c*e", "abcd", false},
-             Row{"file?.cs", "file1.cs", true},
-             Row{"file?.cs", "file12.cs", false},
-             Row{"file??.cs", "file1.cs", true},
-             Row{"file?", "file", true},
-             Row{"?", "ab", false},
-             Row{"readme.*", "readme", true},
-             Row{"readme.*", "readme.txt", true},
-             Row{"readme.?", "readme.txt", false},
-             Row{"*a*", "BANANA", true},
-             Row{"\xc3\xa4*", "\xc3\x84ther", true},
-             Row{"?.txt", "\xc3\xa4.txt", true},
-             Row{"caf?.txt", "caf\xe9.txt", true},
-             Row{"", "a", false},
-             Row{"[a]*", "a", false},
-         })
-        EXPECT_EQ(platform::NamePattern(QString::fromUtf8(row.pattern)).matches(row.name),
-                  row.matches)
-            << row.pattern << " on " << row.name;
+    const Row rows[] = {
+        {"*", {"readme"}, {}},
+        {"*.*", {"readme", ".hidden"}, {}},
+        {"*.vl2", {"Base.VL2", ".vl2"}, {"base.vl2x"}},
+        {"*.", {"readme"}, {"a.txt"}},
+        {"a*c*e", {"abcde"}, {"abcd"}},
+        {"file?.cs", {"file1.cs"}, {"file12.cs"}},
+        {"file??.cs", {"file1.cs"}, {}},
+        {"file?", {"file"}, {}},
+        {"?", {}, {"ab"}},
+        {"readme.*", {"readme", "readme.txt"}, {}},
+        {"readme.?", {}, {"readme.txt"}},
+        {"*a*", {"BANANA"}, {}},
+        {"\xc3\xa4*", {"\xc3\x84ther"}, {}},
+        {"?.txt", {"\xc3\xa4.txt"}, {}},
+        {"caf?.txt", {"caf\xe9.txt"}, {}},
+        {"", {}, {"a"}},
+        {"[a]*", {}, {"a"}},
+    };
+    for (const Row &row : rows) {
+        const platform::NamePattern pattern(QString::fromUtf8(row.pattern));
+        for (const QByteArray &name : row.matches)
+            EXPECT_TRUE(pattern.matches(name)) << row.pattern << " on " << name.constData();
+        for (const QByteArray &name : row.others)
+            EXPECT_FALSE(pattern.matches(name)) << row.pattern << " on " << name.constData();
+    }
 }
 
 TEST(NamePatternTest, ManyStarsCostNoMoreThanTheirProduct) {

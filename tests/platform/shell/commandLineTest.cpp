@@ -56,24 +56,13 @@ TEST_F(CommandLineTest, TheLongestExistingProgramWins) {
 TEST_F(CommandLineTest, WhatIsNoProgramIsAnError) {
     makeFile("plain file", "");
     makeFolders("folder");
-    struct Row {
-        const char *line;
-        ErrorNumber number;
-    };
-    for (const Row &row :
-         {Row{"", ErrorNumber::FileNotFound}, Row{"   ", ErrorNumber::FileNotFound},
-          Row{"\"\" x", ErrorNumber::FileNotFound}, Row{"@/missing x", ErrorNumber::FileNotFound},
-          Row{"missing", ErrorNumber::FileNotFound},
-          Row{"Q:\\missing.exe", ErrorNumber::FileNotFound},
-          Row{"@/folder x", ErrorNumber::FileNotFound},
-          Row{"@/plain file x", ErrorNumber::IllegalProcedureCall},
-          Row{"\"", ErrorNumber::FileNotFound},
-          Row{"\"@/missing\" \"x\"", ErrorNumber::FileNotFound},
-          Row{"\"@/plain file\"", ErrorNumber::IllegalProcedureCall}})
-        expectError(row.number, [&] { parseCommandLine(expanded(row.line)); });
+    for (const char *line : {"", "   ", "\"\" x", "@/missing x", "missing", "Q:\\missing.exe",
+                             "@/folder x", "\"", "\"@/missing\" \"x\""})
+        expectError(ErrorNumber::FileNotFound, [&] { parseCommandLine(expanded(line)); });
     makeExecutable("bin/edit", "");
-    expectError(ErrorNumber::IllegalProcedureCall,
-                [&] { parseCommandLine(at("bin/edit") + " a" + QChar(0) + "b"); });
+    for (const QString &line : {expanded("@/plain file x"), expanded("\"@/plain file\""),
+                                at("bin/edit") + " a" + QChar(0) + "b"})
+        expectError(ErrorNumber::IllegalProcedureCall, [&] { parseCommandLine(line); });
 }
 
 TEST_F(CommandLineTest, ArgumentsAreSplitAsWindowsProgramsDo) {
