@@ -6,7 +6,6 @@
 #include <atomic>
 
 using ziplib::Pipeline;
-using std::chrono_literals::operator""ms;
 
 namespace {
 
@@ -31,7 +30,7 @@ TEST(Pipelines, HandTasksBackInTheirOrderAndEachOnce) {
             Pipeline pipeline(workers, window);
             int expected = 0;
             const auto collect = [&] {
-                while (const auto task = pipeline.next(1ms)) {
+                while (const auto task = pipeline.next(std::chrono::milliseconds(1))) {
                     const auto &numbered = static_cast<const Numbered &>(*task);
                     EXPECT_EQ(numbered.number, expected++);
                     EXPECT_TRUE(numbered.done);
@@ -70,6 +69,7 @@ TEST(MemoryBudgets, NeverGiveMoreThanTheyHave) {
     ziplib::MemoryBudget budget(100);
     std::atomic<int> held{0};
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&, wish = i == 0 ? 1000 : 30] {
             for (int round = 0; round < 200; ++round) {

@@ -13,7 +13,7 @@ namespace {
 struct Verdict {
     std::string archive;
     std::int32_t listing;
-    std::size_t entries;
+    unsigned entries;
     std::int32_t extraction;
     std::set<std::string> files; // all that is there afterwards, folders left out
 };
@@ -119,7 +119,10 @@ TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
     const TestFolder folder;
     UnzipCall complete;
     ASSERT_EQ(complete.extract(original, folder / "whole"), 0);
-    const auto expected = filesIn(folder / "whole");
+    std::set<std::string> right;
+    for (const auto &[name, content] : filesIn(folder / "whole")) {
+        right.insert(content);
+    }
     const std::string whole = readFile(dataFile(original + ".vl2"));
     const std::string changed = (folder / "changed.vl2").string();
     const fs::path out = folder / "out";
@@ -140,9 +143,7 @@ TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
         UnzipCall flipped;
         flipped.extract(changed, out);
         for (const auto &[name, content] : filesIn(out)) {
-            const bool right = std::any_of(expected.begin(), expected.end(),
-                                           [&](const auto &e) { return e.second == content; });
-            EXPECT_TRUE(right) << name;
+            EXPECT_EQ(right.count(content), 1U) << name;
         }
         removeTree(out);
     }

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdio>
 
 using Paths = std::vector<std::string>;
 
@@ -19,7 +19,7 @@ auto answering(Paths passwords, int *asked = nullptr) {
             return 1;
         }
         EXPECT_GE(n, 255);
-        std::strcpy(p, passwords[at++].c_str());
+        std::snprintf(p, static_cast<std::size_t>(n), "%s", passwords[at++].c_str());
         return 0;
     };
 }

@@ -54,6 +54,7 @@ int32_t onService(char *name, uint32_t size) {
 
 std::vector<char *> table(std::vector<std::string> &names) {
     std::vector<char *> slots;
+    slots.reserve(names.size() + 1);
     for (std::string &name : names) {
         slots.push_back(name.data());
     }

@@ -36,13 +36,13 @@ struct UnzipCall {
     bool withCallbacks = true;
 
     // What came of it.
+    bool otherThread = false;
+    int heartbeats = 0;
+    std::chrono::milliseconds longestSilence{0};
     std::vector<std::string> messages;
     std::vector<Listed> listed;
     std::vector<std::string> processed;
     std::vector<std::string> events; // names of all callbacks but heartbeats, as they came
-    int heartbeats = 0;
-    std::chrono::milliseconds longestSilence{0};
-    bool otherThread = false;
     USERFUNCTIONS functions{};
 
     std::int32_t list(const std::string &archive);
