@@ -42,6 +42,21 @@ class WineSandbox:
             timeout=120,
         ).stdout.decode()
 
+    def on_screen(self, program):
+        """What a test program says that shows windows of the system."""
+        told = subprocess.run(
+            ["wine", program, "-platform", "windows"],
+            env=self.environment,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT,
+            text=True,
+            timeout=120,
+            check=False,
+        )
+        if told.returncode:
+            raise AssertionError(f"{program.name} ended with {told.returncode}:\n{told.stdout}")
+        return f"{program.name} passes"
+
     def has_key(self, key):
         command = ["wine", "reg", "query", key]
         quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
@@ -93,6 +108,23 @@ class WineJob(Job):
         self.picture("main", self.window)
 
 
+    def edit_in_notepad(self, file, text):
+        """What every Windows opens a text with, where nothing else is chosen."""
+        before = file.read_bytes()
+        self.select(file.name)
+        self.screen.key("alt+e")
+        self.screen.window(f"^{file.name} - Notepad$", 60)
+        self.screen.settle()
+        self.screen.key("ctrl+Home")
+        self.screen.type(text)
+        self.screen.key("ctrl+s")
+        wanted = text.encode() + before
+        self.screen.wait("the saved text", lambda: file.read_bytes() == wanted)
+        self.screen.key("alt+F4")
+        self.screen.window(MAIN)
+        return wanted
+
+
 def main(build, run):
     shutil.rmtree(run, ignore_errors=True)
     packages = Packages(build, run / "packages")
@@ -104,6 +136,7 @@ def main(build, run):
             installation = sandbox.installation()
             installation.install(packages, packages.unpack())
             base = sandbox.install_game()
+            print(sandbox.on_screen(build / "bin/systemMenuTest.exe"))
             job = WineJob(screen, sandbox)
             archive = base / "scripts.vl2"
             before = Snapshot(archive)
@@ -112,15 +145,9 @@ def main(build, run):
                 installation.refuse_while_running()
                 job.pick("Scripts")
                 job.extract("Scripts", before)
-                name, path = next(
-                    (name, path)
-                    for name, path in before.names_on_disk().items()
-                    if name.endswith(".cs")
-                )
-                file = job.work_folder("Scripts") / path
-                changed = file.read_bytes() + b"// changed under Wine\r\n"
-                file.write_bytes(changed)
+                name = "prefs/ClientDefaults.cs"
                 job.go_to_tree()
+                changed = job.edit_in_notepad(job.work_folder("Scripts") / name, "// mine; ")
                 job.save("Scripts", archive)
                 job.close()
                 job.start(installation.opener("Z:" + str(archive).replace("/", "\\")))
