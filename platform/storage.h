@@ -141,10 +141,31 @@ class Folder {
     std::string pathOf(const std::string &name) const;
 
   private:
+    friend class NameClaim;
     friend class NewFile;
 
     std::intptr_t m_handle = -1;
     std::string m_path;
+};
+
+// Keeps all others waiting that claim the same name of a folder, from `take` to its end, whatever
+// becomes of the file of that name meanwhile. Where a lock on that file does as much, which is
+// wherever the name of a locked file can be given to another one, it costs nothing and claims
+// nothing.
+class NameClaim {
+  public:
+    NameClaim() = default;
+    ~NameClaim();
+    NameClaim(const NameClaim &) = delete;
+    NameClaim &operator=(const NameClaim &) = delete;
+
+    // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
+    // that takes no new file, nothing can be replaced and nothing is claimed.
+    Status take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                const KeepGoing &keepGoing = {});
+
+  private:
+    std::intptr_t m_handle = -1;
 };
 
 // True for the names under which new files are written before they get their own:
@@ -189,7 +210,8 @@ class NewFile {
     // Gives the file its name and closes it. Exists where the name is taken and is not to be
     // replaced; WrongKind where a folder has it. A failed commit leaves nothing behind.
     // `replaced` is the file that is replaced, where the caller holds it: it is closed where the
-    // system cannot give the name of an open file away.
+    // system cannot give the name of an open file away. Exists, too, where another file has taken
+    // its place by then.
     Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr);
     void discard();
 

@@ -1,4 +1,5 @@
 target_sources(orvel_storage PRIVATE
+  windows/storage_claim.cpp
   windows/storage_folder.cpp
   windows/storage_info.cpp
   windows/storage_input.cpp
@@ -6,7 +7,7 @@ target_sources(orvel_storage PRIVATE
   windows/storage_paths.cpp
   windows/storage_system.cpp windows/storage_system.h
   windows/storage_time.cpp)
-target_link_libraries(orvel_storage PUBLIC ntdll advapi32)
+target_link_libraries(orvel_storage PUBLIC ntdll advapi32 user32)
 
 target_sources(orvel_platform PRIVATE
   windows/copyFile.cpp

@@ -282,9 +282,17 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
                              replaces ? kReplaceIfExists | kPosixSemantics | kIgnoreReadOnly : 0,
                              replaces ? kRenameEx : FileRenameInformation);
     if (status < 0 && replaces) {
+        FileInfo old;
+        const bool known = replaced != nullptr && replaced->info(old).ok();
         if (replaced != nullptr) {
             replaced->close();
         }
+        // While its reader is waited for, another program may put its own file there.
+        const auto isOld = [&] {
+            FileInfo now;
+            return !known || (m_folder->info(name, now).ok() && sameFile(now, old) &&
+                              now.size == old.size && now.modified == old.modified);
+        };
         status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
         FileInfo there;
         if (isKept(status) && m_folder->info(name, there).ok() &&
@@ -296,6 +304,11 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         const bool madeWritable = isKept(status) && makeWritable(folder, name);
         for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {
             Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
+            if (!isOld()) {
+                discard();
+                return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
+                        m_folder->pathOf(name)};
+            }
             status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
         }
         if (status < 0 && madeWritable) {

@@ -17,9 +17,11 @@ target_link_libraries(saveDriver PRIVATE zip_packer)
 set_target_properties(saveDriver PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 if(CMAKE_CROSSCOMPILING)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
-  add_test(NAME ziplib.same_bytes
-    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/same_bytes.py
-            $<TARGET_FILE:saveDriver> ${CMAKE_CURRENT_BINARY_DIR}/same-bytes)
-  set_tests_properties(ziplib.same_bytes PROPERTIES
-    TIMEOUT 600 ENVIRONMENT "${ORVEL_TEST_ENVIRONMENT}")
+  foreach(script same_bytes save_together)
+    add_test(NAME ziplib.${script}
+      COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script}.py
+              $<TARGET_FILE:saveDriver> ${CMAKE_CURRENT_BINARY_DIR}/${script})
+    set_tests_properties(ziplib.${script} PROPERTIES
+      TIMEOUT 600 ENVIRONMENT "${ORVEL_TEST_ENVIRONMENT}")
+  endforeach()
 endif()

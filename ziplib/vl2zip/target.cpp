@@ -36,6 +36,9 @@ Outcome Target::open(const std::function<void()> &idle) {
     if (const auto opened = m_folder.open(folder); !opened.ok()) {
         return failed(opened, "its folder cannot be opened", Code::CannotCreate);
     }
+    if (auto claimed = claim(idle); !claimed.ok()) {
+        return claimed;
+    }
     bool again = true;
     for (int round = 0; again; ++round) {
         if (round == kRounds) {
@@ -47,6 +50,22 @@ Outcome Target::open(const std::function<void()> &idle) {
     }
     m_folder.removeStaleTemporaries();
     return {};
+}
+
+// Before the archive is opened: in some systems nobody may have it open when it is replaced, and
+// its lock is gone by then.
+Outcome Target::claim(const std::function<void()> &idle) {
+    const auto claimed = m_claim.take(m_folder, m_name, kPatience, [&] {
+        idle();
+        return true;
+    });
+    return claimed.is(platform::Failure::Busy)
+               ? savedByAnother()
+               : failed(claimed, "the archive cannot be held", Code::CannotWrite);
+}
+
+Outcome Target::savedByAnother() const {
+    return {Code::CannotWrite, m_path + ": another program is saving this archive"};
 }
 
 // `again` tells that the file was replaced by another one before its lock was had.
@@ -65,7 +84,7 @@ Outcome Target::openOld(bool &again, const std::function<void()> &idle) {
         return true;
     });
     if (locked.is(platform::Failure::Busy)) {
-        return {Code::CannotWrite, m_path + ": another program is saving this archive"};
+        return savedByAnother();
     }
     if (!locked.ok()) {
         return failed(locked, "the archive cannot be held", Code::CannotWrite);
@@ -121,7 +140,7 @@ Outcome Target::replace(bool &taken) {
     const bool replaces = m_old.isOpen();
     const auto committed =
         m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
-    taken = committed.is(platform::Failure::Exists) && !replaces;
+    taken = committed.is(platform::Failure::Exists);
     return failed(committed, "the new archive cannot take its place", Code::CannotWrite);
 }
 

@@ -34,19 +34,22 @@ class Target {
 
     // Makes the new archive durable.
     Outcome sync(const std::function<void()> &idle);
-    // Gives the new archive its name. `taken` tells that another program has made one there in the
-    // meantime where there was none.
+    // Gives the new archive its name. `taken` tells that another program has put one of its own
+    // there in the meantime.
     Outcome replace(bool &taken);
     // Makes the name durable.
     Outcome syncFolder(const std::function<void()> &idle);
 
   private:
+    Outcome claim(const std::function<void()> &idle);
+    Outcome savedByAnother() const;
     Outcome failed(const platform::Status &status, const char *what, Code usual) const;
     Outcome openOld(bool &again, const std::function<void()> &idle);
 
     std::string m_path;
     std::string m_name;
     platform::Folder m_folder;
+    platform::NameClaim m_claim;
     platform::InputFile m_old;
     platform::FileInfo m_oldInfo;
     platform::NewFile m_fresh;
