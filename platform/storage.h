@@ -85,6 +85,7 @@ class InputFile {
 
   private:
     friend class Folder;
+    friend class NameClaim;
     friend class NewFile;
 
     std::intptr_t m_handle = -1;
@@ -154,18 +155,13 @@ class Folder {
 // nothing.
 class NameClaim {
   public:
-    NameClaim() = default;
-    ~NameClaim();
-    NameClaim(const NameClaim &) = delete;
-    NameClaim &operator=(const NameClaim &) = delete;
-
     // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
     // that takes no new file, nothing can be replaced and nothing is claimed.
     Status take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
                 const KeepGoing &keepGoing = {});
 
   private:
-    std::intptr_t m_handle = -1;
+    InputFile m_file;
 };
 
 // True for the names under which new files are written before they get their own:

@@ -28,12 +28,6 @@ std::string claimName(const std::string &name) {
 
 } // namespace
 
-NameClaim::~NameClaim() {
-    if (m_handle != -1) {
-        CloseHandle(handleOf(m_handle));
-    }
-}
-
 // A file that nobody else can open, and that goes with its handle, also when the process is killed.
 Status NameClaim::take(const Folder &folder, const std::string &name,
                        std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
@@ -48,7 +42,8 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
     for (;;) {
         const NTSTATUS status = openAt(handleOf(folder.m_handle), claim, access, file);
         if (status >= 0) {
-            m_handle = numberOf(file.release());
+            m_file.close();
+            m_file.m_handle = numberOf(file.release());
             return {};
         }
         const DWORD error = errorOf(status);

@@ -1,6 +1,8 @@
 #include "platform/windows/storage_system.h"
 #include "tests/platform/storageFixture.h"
 
+#include <thread>
+
 namespace {
 
 class WindowsStorage : public Storage {};
@@ -23,6 +25,39 @@ TEST_F(WindowsStorage, AFileThatAnotherProgramHoldsStaysWhole) {
     const auto status = commit("x.vl2", "new", Replace::Yes);
     EXPECT_TRUE(status.is(Failure::Busy) || status.is(Failure::Denied)) << status.message;
     EXPECT_EQ(filesIn(root.path()), (Files{{"x.vl2", "old"}}));
+}
+
+TEST_F(WindowsStorage, AClaimedNameIsWaitedForInAnyCaseOfItsLetters) {
+    platform::NameClaim second;
+    {
+        platform::NameClaim first;
+        platform::NameClaim other;
+        ASSERT_TRUE(first.take(folder, "x.vl2", std::chrono::milliseconds(0)).ok());
+        folder.removeStaleTemporaries();
+        EXPECT_EQ(second.take(folder, "X.VL2", std::chrono::milliseconds(30)).kind, Failure::Busy);
+        EXPECT_TRUE(other.take(folder, "y.vl2", std::chrono::milliseconds(0)).ok());
+    }
+    EXPECT_TRUE(second.take(folder, "X.VL2", std::chrono::milliseconds(500)).ok());
+    EXPECT_EQ(namesIn(root.path()).size(), 1U);
+}
+
+// Its reader is waited for, and meanwhile another program puts its own archive there.
+TEST_F(WindowsStorage, AFileThatWasReplacedMeanwhileIsNotReplacedAgain) {
+    writeFile(root / "x.vl2", "old");
+    InputFile old;
+    ASSERT_TRUE(folder.openFile("x.vl2", old).ok());
+    const platform::Handle reader(CreateFileW((root / "x.vl2").c_str(), GENERIC_READ,
+                                              FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                              OPEN_EXISTING, 0, nullptr));
+    std::thread another([&] {
+        Sleep(100);
+        std::filesystem::rename(root / "x.vl2", root / "moved");
+        writeFile(root / "x.vl2", "another's");
+    });
+    const auto status = commit("x.vl2", "new", Replace::Yes, &old);
+    another.join();
+    EXPECT_EQ(status.kind, Failure::Exists) << status.message;
+    EXPECT_EQ(filesIn(root.path()), (Files{{"moved", "old"}, {"x.vl2", "another's"}}));
 }
 
 TEST_F(WindowsStorage, NamesThatLeadElsewhereAreRefused) {
