@@ -10,8 +10,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QGroupBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -20,8 +18,6 @@
 #include <QTest>
 
 #include <gtest/gtest.h>
-
-#include <iterator>
 
 namespace {
 

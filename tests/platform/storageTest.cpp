@@ -142,7 +142,8 @@ TEST_F(Storage, AttributesButForArchiveComeBackAsTheyWereSet) {
 }
 
 TEST_F(Storage, RangesOfAnotherFileAreCopied) {
-    std::string bytes(9'000'000, '\0');
+    std::string bytes;
+    bytes.resize(9'000'000);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<char>(i * i >> 8);
     }
