@@ -25,6 +25,7 @@ const std::vector<ArchiveFile> kFiles{{"readme.txt", "r"},
 
 std::vector<QString> names(const std::vector<ArchiveFile> &files) {
     std::vector<QString> result;
+    result.reserve(files.size());
     for (const ArchiveFile &file : files)
         result.push_back(file.name);
     return result;
