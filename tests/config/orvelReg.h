@@ -1,8 +1,7 @@
 #pragma once
 
-#include "tests/platform/registryHome.h"
-
 #include <QByteArray>
+#include <QString>
 #include <QStringList>
 
 #include <gtest/gtest.h>
@@ -20,8 +19,6 @@ class OrvelReg : public testing::Test {
     ~OrvelReg() override { forget(m_own); }
 
     static Outcome run(const QStringList &arguments);
-
-    RegistryHome home;
 
   private:
     // A key that no other program has, in the store that the command works on.
