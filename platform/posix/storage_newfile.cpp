@@ -166,7 +166,7 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     }
     std::optional<WriteBehind> behind;
     if (size >= 2 * rangeStep) {
-        behind.emplace(static_cast<int>(source.m_handle), offset, target, m_size);
+        behind.emplace(target, m_size);
     }
     const std::uint64_t start = m_size;
     bool ranges = true;

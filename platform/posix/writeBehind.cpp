@@ -5,8 +5,7 @@
 
 namespace platform {
 
-WriteBehind::WriteBehind(int from, std::uint64_t fromOffset, int to, std::uint64_t toOffset)
-    : m_from(from), m_to(to), m_fromOffset(fromOffset), m_toOffset(toOffset) {
+WriteBehind::WriteBehind(int file, std::uint64_t start) : m_file(file), m_start(start) {
     try {
         m_thread = std::thread([this] { run(); });
     } catch (const std::system_error &) {
@@ -45,11 +44,9 @@ void WriteBehind::run() {
         }
         lock.unlock();
         const auto size = static_cast<off_t>(copied - done);
-        // Hints both: a disk that fails says so when the file is synced.
-        static_cast<void>(sync_file_range(m_to, static_cast<off_t>(m_toOffset + done), size,
+        // A hint: a disk that fails says so when the file is synced.
+        static_cast<void>(sync_file_range(m_file, static_cast<off_t>(m_start + done), size,
                                           SYNC_FILE_RANGE_WRITE));
-        static_cast<void>(posix_fadvise(m_from, static_cast<off_t>(m_fromOffset + done), size,
-                                        POSIX_FADV_DONTNEED));
         done = copied;
         lock.lock();
     }

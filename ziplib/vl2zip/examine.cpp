@@ -3,6 +3,7 @@
 #include "ziplib/container/dostime.h"
 #include "ziplib/container/loan.h"
 #include "ziplib/container/local.h"
+#include "ziplib/container/names.h"
 #include "ziplib/vl2zip/entryreader.h"
 
 #include <algorithm>
@@ -178,6 +179,20 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
     } else if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo) {
         task.verdict = comparable ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
     }
+}
+
+bool looksEdited(const Examination &examination, const FoundFile &file, const Task &task) {
+    const Entry &entry = examination.directory.entries()[task.entry];
+    const FolderPool::Use lies(examination.folders, folderOf(file.path));
+    const std::string name(lastComponent(file.path));
+    platform::FileInfo now;
+    if (lies.folder() == nullptr ||
+        !lies.folder()->info(name, now, platform::Folder::Links::Follow).ok()) {
+        return true;
+    }
+    const bool sameSize =
+        lineEndsOf(examination.options) != LineEnds::Keep || now.size == entry.size;
+    return !sameSize || !sameTime(examination.directory, entry, now.modified);
 }
 
 } // namespace ziplib

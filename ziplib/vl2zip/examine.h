@@ -26,4 +26,8 @@ LineEnds lineEndsOf(const PackOptions &options);
 // threads.
 void examine(const Examination &examination, FoundFile &file, Task &task);
 
+// Guesses without opening it whether the file of an entry was edited since it was extracted: it has
+// another size or time than its entry, or cannot be looked at. To be called from several threads.
+bool looksEdited(const Examination &examination, const FoundFile &file, const Task &task);
+
 } // namespace ziplib

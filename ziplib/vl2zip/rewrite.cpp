@@ -34,15 +34,12 @@ std::string outcomeText(const Task &task) {
 
 } // namespace
 
-void Rewrite::pack(std::vector<Task> &tasks, Scan &scan) {
+void Rewrite::pack(const std::vector<Task *> &tasks, Scan &scan) {
     m_scan = &scan;
-    for (auto &task : tasks) {
-        if (task.verdict != Task::Verdict::Pack) {
-            continue;
-        }
-        m_tasks.push_back(&task);
-        if (task.entry != kNoEntry) {
-            m_kept[task.entry] = false;
+    m_tasks = tasks;
+    for (const auto *task : tasks) {
+        if (task->entry != kNoEntry) {
+            m_kept[task->entry] = false;
         }
     }
 }

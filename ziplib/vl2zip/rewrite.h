@@ -23,9 +23,9 @@ class Rewrite {
         : m_options(options), m_target(target), m_directory(directory), m_report(report),
           m_kept(directory.entries().size(), true) {}
 
-    // Tasks whose verdict is to pack, in the order of their paths. Tasks and scan live longer than
-    // this, and learn what was packed.
-    void pack(std::vector<Task> &tasks, Scan &scan);
+    // Tasks whose verdict is to pack. They and the scan live longer than this, and learn what was
+    // packed; other tasks and their files are not looked at.
+    void pack(const std::vector<Task *> &tasks, Scan &scan);
     // Leaves an entry out of the new archive.
     void drop(std::size_t entry) { m_kept[entry] = false; }
 

@@ -1,8 +1,12 @@
 #include "ziplib/vl2zip/scan.h"
 
+#include "ziplib/container/workers.h"
 #include "ziplib/vl2zip/failures.h"
+#include "ziplib/vl2zip/inorder.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace ziplib {
 
@@ -11,37 +15,42 @@ namespace {
 using Kind = platform::FileInfo::Kind;
 using platform::Folder;
 
-struct Walk {
-    const std::string &root;
-    bool recurse;
-    Scan &scan;
-    std::vector<std::string> pending; // folders still to be listed
+// Enough that a thread takes one folder at a time.
+constexpr std::uint64_t kFolderCost = 1U << 30U;
 
-    Outcome listFolder(const std::string &path);
-    Outcome take(const Folder &folder, const platform::FolderItem &item, std::string path);
+// What lies directly in one folder.
+struct Contents {
+    Scan found;
+    Outcome outcome;
+
+    Outcome list(const std::string &root, const std::string &path, bool recurse);
+
+  private:
+    Outcome take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                 std::string path);
 };
 
-Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::string path) {
+Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                       std::string path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
-            FoundFile found;
+            FoundFile inner;
             // One that vanishes is noticed when it is listed.
-            static_cast<void>(folder.info(item.name, found.info));
-            pending.push_back(path);
-            found.path = std::move(path);
-            scan.folders.push_back(std::move(found));
+            static_cast<void>(folder.info(item.name, inner.info));
+            inner.path = std::move(path);
+            found.folders.push_back(std::move(inner));
         }
         return {};
     }
-    FoundFile found;
+    FoundFile file;
     if (item.kind == Kind::File) {
-        found.path = std::move(path);
-        scan.files.push_back(std::move(found));
+        file.path = std::move(path);
+        found.files.push_back(std::move(file));
         return {};
     }
-    const auto known = folder.info(item.name, found.info, Folder::Links::Follow);
-    if (item.kind == Kind::Link && (!known.ok() || found.info.kind != Kind::File)) {
-        scan.leftOut.push_back(path + ": a link that leads to no file is not packed");
+    const auto known = folder.info(item.name, file.info, Folder::Links::Follow);
+    if (item.kind == Kind::Link && (!known.ok() || file.info.kind != Kind::File)) {
+        found.leftOut.push_back(path + ": a link that leads to no file is not packed");
         return {};
     }
     if (known.is(platform::Failure::NotFound)) {
@@ -50,17 +59,17 @@ Outcome Walk::take(const Folder &folder, const platform::FolderItem &item, std::
     if (!known.ok()) {
         return failure(known, Code::CannotOpen);
     }
-    if (found.info.kind != Kind::File) {
-        scan.leftOut.push_back(path + ": neither a file nor a folder, not packed");
+    if (file.info.kind != Kind::File) {
+        found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
         return {};
     }
-    found.path = std::move(path);
-    found.known = true;
-    scan.files.push_back(std::move(found));
+    file.path = std::move(path);
+    file.known = true;
+    found.files.push_back(std::move(file));
     return {};
 }
 
-Outcome Walk::listFolder(const std::string &path) {
+Outcome Contents::list(const std::string &root, const std::string &path, bool recurse) {
     Folder folder;
     if (const auto opened = folder.open(platform::Place{root, path}); !opened.ok()) {
         return failure(opened, Code::CannotOpen);
@@ -73,15 +82,20 @@ Outcome Walk::listFolder(const std::string &path) {
         std::string below = path.empty() ? item.name : path + '/' + item.name;
         if (platform::isTemporaryName(item.name)) {
             if (item.kind == Kind::File) {
-                scan.temporaries.push_back(std::move(below));
+                found.temporaries.push_back(std::move(below));
             }
             continue;
         }
-        if (auto taken = take(folder, item, std::move(below)); !taken.ok()) {
+        if (auto taken = take(folder, item, recurse, std::move(below)); !taken.ok()) {
             return taken;
         }
     }
     return {};
+}
+
+template<typename T>
+void moveBehind(std::vector<T> &all, std::vector<T> &more) {
+    std::move(more.begin(), more.end(), std::back_inserter(all));
 }
 
 } // namespace
@@ -96,21 +110,43 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
            a.changed == b.changed;
 }
 
+// Level by level, each folder by one thread.
 Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
-    Walk walk{root, recurse, scan, {std::string()}};
-    // One folder is open at a time, however deep the tree is.
-    while (!walk.pending.empty()) {
-        const std::string path = std::move(walk.pending.back());
-        walk.pending.pop_back();
-        if (auto listed = walk.listFolder(path); !listed.ok()) {
-            return listed;
+    std::vector<std::string> level{std::string()};
+    Outcome failed;
+    while (!level.empty() && failed.ok()) {
+        std::vector<Contents> contents(level.size());
+        const auto list = [&](std::size_t i) {
+            contents[i].outcome = contents[i].list(root, level[i], recurse);
+        };
+        if (level.size() == 1) {
+            list(0); // a deep tree has many such levels, which are not worth a thread
+        } else {
+            InOrder work;
+            work.count = level.size();
+            work.cost = [](std::size_t) { return kFolderCost; };
+            work.work = list;
+            work.take = [](std::size_t) { return true; };
+            work.idle = [] {};
+            runInOrder(work, workerCount(), UINT64_MAX);
+        }
+        level.clear();
+        for (auto &folder : contents) {
+            failed = failed.ok() ? folder.outcome : failed;
+            for (const auto &inner : folder.found.folders) {
+                level.push_back(inner.path);
+            }
+            moveBehind(scan.files, folder.found.files);
+            moveBehind(scan.folders, folder.found.folders);
+            moveBehind(scan.leftOut, folder.found.leftOut);
+            moveBehind(scan.temporaries, folder.found.temporaries);
         }
     }
     const auto byPath = [](const FoundFile &a, const FoundFile &b) { return a.path < b.path; };
     std::sort(scan.files.begin(), scan.files.end(), byPath);
     std::sort(scan.folders.begin(), scan.folders.end(), byPath);
-    return {};
+    return failed;
 }
 
 } // namespace ziplib

@@ -28,6 +28,7 @@ struct Task {
     std::string path;             // the path that it has in the archive
     bool folder = false;          // an entry for a folder
     bool timeTells = false;       // the file has its entry's time
+    bool examined = false;        // whether its verdict is found
     Verdict verdict = Verdict::Pack;
     std::uint8_t attributes = 0; // DOS attributes
     Packing packing;

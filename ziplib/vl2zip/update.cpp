@@ -1,14 +1,12 @@
 #include "ziplib/vl2zip/update.h"
 
-#include "ziplib/container/workers.h"
 #include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/commit.h"
-#include "ziplib/vl2zip/examine.h"
-#include "ziplib/vl2zip/inorder.h"
 #include "ziplib/vl2zip/lookagain.h"
 #include "ziplib/vl2zip/plan.h"
 #include "ziplib/vl2zip/rewrite.h"
 #include "ziplib/vl2zip/selection.h"
+#include "ziplib/vl2zip/verdicts.h"
 
 #include <algorithm>
 #include <string>
@@ -19,7 +17,6 @@ namespace {
 
 // How often a save begins again because files or archive changed under it.
 constexpr int kTries = 4;
-constexpr std::uint64_t kNoLimit = UINT64_MAX;
 
 Outcome cancelled(const PackOptions &options) {
     return {Code::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
@@ -28,20 +25,26 @@ Outcome cancelled(const PackOptions &options) {
 // One attempt to bring the archive up to date.
 class Update {
   public:
-    Update(const PackOptions &options, Report &report, std::optional<std::string> &password)
-        : m_options(options), m_report(report), m_password(password), m_target(options.archive),
+    // With `guess` it trusts, until it knows better, that files with their entry's size and time
+    // are as they were, and starts writing before all are read.
+    Update(const PackOptions &options, Report &report, std::optional<std::string> &password,
+           bool guess)
+        : m_options(options), m_report(report), m_password(password),
+          m_guess(guess && !options.encrypt), m_target(options.archive),
           m_selection(options.patterns, options.recurse) {}
 
     // `again` tells that something changed under it and nothing has happened.
     Outcome run(bool &again);
     // What changed: a file of the folder, or else the archive.
+    bool guessedWrong() const { return m_guessedWrong; }
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
 
   private:
     Outcome look();
-    Outcome examineAll();
-    bool take(Task &task);
-    Outcome write(bool &again);
+    void tell(const Task &task);
+    Outcome take(Task &task);
+    Outcome write(Verdicts &verdicts, std::vector<Task *> &tasks);
+    Outcome writeNew(const std::vector<Task *> &tasks);
     Outcome checkFolder(bool &again);
     Outcome noFile() const {
         return {Code::NothingMatched, m_options.archive + ": no file to add"};
@@ -51,6 +54,8 @@ class Update {
     const PackOptions &m_options;
     Report &m_report;
     std::optional<std::string> &m_password; // asked for once, however many attempts there are
+    const bool m_guess;
+    bool m_guessedWrong = false;
     Target m_target;
     Selection m_selection;
     Directory m_directory;
@@ -82,16 +87,15 @@ Outcome Update::look() {
     return planTasks(m_options, m_selection, m_scan, paths, idle, m_tasks);
 }
 
-// Says what became of a file that is not packed. False where the caller wants to stop.
-bool Update::take(Task &task) {
+// Says what became of a file that is not packed.
+void Update::tell(const Task &task) {
     switch (task.verdict) {
-    case Task::Verdict::Pack:
-        return true; // reported once it is
+    case Task::Verdict::Pack: // reported once it is packed
+    case Task::Verdict::Archive:
+        break;
     case Task::Verdict::Same:
         m_report.detail("unchanged: ", task.path);
         break;
-    case Task::Verdict::Archive:
-        return true;
     case Task::Verdict::NotNewer:
         m_report.detail("not newer: ", task.path);
         break;
@@ -107,37 +111,16 @@ bool Update::take(Task &task) {
                                   "it whole");
         break;
     }
-    return m_report.done(task.path);
 }
 
-Outcome Update::examineAll() {
-    FolderPool folders(m_options.root);
-    const Examination examination{m_options, m_target.old(),
-                                  m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
-                                  folders};
-    Outcome failed;
-    InOrder work;
-    work.count = m_tasks.size();
-    // What counts here is not memory but that no thread gets many large files at once.
-    work.cost = [this](std::size_t i) {
-        const std::size_t entry = m_tasks[i].entry;
-        return entry == kNoEntry ? 0 : m_directory.entries()[entry].size;
-    };
-    work.work = [&](std::size_t i) {
-        if (!m_tasks[i].folder) {
-            examine(examination, m_scan.files[m_tasks[i].file], m_tasks[i]);
-        }
-    };
-    work.take = [&](std::size_t i) {
-        failed = m_tasks[i].outcome;
-        if (failed.ok() && !take(m_tasks[i])) {
-            failed = cancelled(m_options);
-        }
-        return failed.ok();
-    };
-    work.idle = [this] { m_report.idle(); };
-    runInOrder(work, workerCount(), kNoLimit);
-    return failed;
+// Tells the caller of progress, and ends the examination where a file cannot be examined or the
+// caller wants to stop.
+Outcome Update::take(Task &task) {
+    if (!task.outcome.ok()) {
+        return task.outcome;
+    }
+    const bool done = task.verdict != Task::Verdict::Pack && task.verdict != Task::Verdict::Archive;
+    return !done || m_report.done(task.path) ? Outcome() : cancelled(m_options);
 }
 
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
@@ -149,24 +132,40 @@ Outcome Update::checkFolder(bool &again) {
     return looked;
 }
 
-Outcome Update::write(bool &again) {
-    const auto first = std::find_if(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
-        return task.verdict == Task::Verdict::Pack;
-    });
+Outcome Update::writeNew(const std::vector<Task *> &tasks) {
     if (m_options.encrypt && !m_password) {
-        m_password = m_report.password(first->path);
+        m_password = m_report.password(tasks.front()->path);
         if (!m_password) {
             return {Code::NoPassword,
                     m_options.archive + ": no password was given; the archive is as it was"};
         }
     }
     Rewrite rewrite(m_options, m_target, m_directory, m_report);
-    rewrite.pack(m_tasks, m_scan);
-    if (auto written = rewrite.write(m_password); !written.ok()) {
+    rewrite.pack(tasks, m_scan);
+    return rewrite.write(m_password);
+}
+
+// Writes the new archive, where there is anything to pack, and tells what was packed.
+Outcome Update::write(Verdicts &verdicts, std::vector<Task *> &tasks) {
+    if (m_guess) {
+        if (auto found = verdicts.findEdited(); !found.ok()) {
+            return found;
+        }
+    }
+    tasks = verdicts.toPack();
+    if (tasks.empty() || !verdicts.beginOthers()) {
+        if (auto found = verdicts.findOthers(); !found.ok()) {
+            return found;
+        }
+        tasks = verdicts.toPack();
+        return tasks.empty() ? Outcome() : writeNew(tasks);
+    }
+    if (auto written = writeNew(tasks); !written.ok()) {
         return written;
     }
-    return commit(
-        m_target, m_report, [this](bool &redo) { return checkFolder(redo); }, again);
+    auto found = verdicts.findOthers();
+    m_guessedWrong = found.ok() && verdicts.toPack().size() != tasks.size();
+    return found;
 }
 
 // A killed extraction leaves them; they are no file of anybody's.
@@ -197,22 +196,33 @@ Outcome Update::run(bool &again) {
     for (const auto &line : m_scan.leftOut) {
         m_report.warn(line);
     }
-    if (auto examined = examineAll(); !examined.ok()) {
-        return examined;
+    Verdicts verdicts(
+        m_options, m_target, m_directory, m_scan, m_tasks,
+        [this](Task &task) { return take(task); }, [this] { m_report.idle(); });
+    std::vector<Task *> packed;
+    if (auto written = write(verdicts, packed); !written.ok()) {
+        return written;
     }
     // The archive itself may lie in the folder.
-    std::erase_if(m_tasks, [](const Task &task) { return task.verdict == Task::Verdict::Archive; });
-    if (m_tasks.empty()) {
+    if (std::all_of(m_tasks.begin(), m_tasks.end(),
+                    [](const Task &task) { return task.verdict == Task::Verdict::Archive; })) {
         return noFile();
     }
-    const bool changes = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
-        return task.verdict == Task::Verdict::Pack;
-    });
+    if (m_guessedWrong) {
+        again = true;
+        return {};
+    }
+    for (const auto &task : m_tasks) {
+        tell(task);
+    }
+    const bool changes = !packed.empty();
+    const auto last = [this](bool &redo) { return checkFolder(redo); };
     // Also where nothing is written: a folder that was moved in meanwhile brings files with old
     // times, and who empties the work folder afterwards could not tell them from those that were
     // seen.
-    if (auto written = changes ? write(again) : checkFolder(again); !written.ok() || again) {
-        return written;
+    if (auto done = changes ? commit(m_target, m_report, last, again) : last(again);
+        !done.ok() || again) {
+        return done;
     }
     removeTemporaries();
     const bool same = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
@@ -230,12 +240,14 @@ Outcome Update::run(bool &again) {
 Outcome updateArchive(const PackOptions &options, Report &report) {
     std::optional<std::string> password;
     std::string changed;
+    bool guess = true;
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
-        Update update(options, report, password);
+        Update update(options, report, password, guess);
         if (auto outcome = update.run(again); !outcome.ok() || !again) {
             return outcome;
         }
+        guess = guess && !update.guessedWrong();
         changed = update.changed();
     }
     return {Code::CannotOpen, changed + ": another program keeps changing it while it is packed"};

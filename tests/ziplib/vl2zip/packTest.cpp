@@ -168,21 +168,51 @@ TEST_F(Pack, AnEditIsNoticedThatKeepsTheSizeAndTheTimeOrTheCrc) {
     }
 }
 
+// Many workers begin to write before they have compared what looks as it was: right or wrong.
 TEST_F(Pack, OneWorkerAndEightWriteTheSameBytes) {
-    for (int i = 0; i < 200; ++i) {
-        const auto seed = static_cast<unsigned>(i);
+    const auto put = [&](const std::string &name, unsigned seed, std::int64_t later = 0) {
+        writeFile(work / name, noise(2000, seed) + std::string(400'000, 'x'));
+        setFileTime(work / name, 1000000000 + later);
+    };
+    for (unsigned i = 0; i < 100; ++i) {
         writeFile(work / ("d" + std::to_string(i % 7)) / ("f" + std::to_string(i)),
-                  noise(static_cast<std::size_t>(i) * 37, seed) + std::string(3000, 'x'));
+                  noise(std::size_t{i} * 37, i));
+        put("d" + std::to_string(i % 3) + "/large" + std::to_string(i), i);
     }
-    std::string bytes[2];
-    for (int i = 0; i < 2; ++i) {
-        setVariable("ORVEL_WORKERS", i == 0 ? "1" : "8");
-        fs::remove(archive);
-        ASSERT_EQ(run(call()).code, 0);
-        bytes[i] = readFile(archive);
+    const std::vector<std::function<void()>> edits = {
+        [] {}, // makes the archive
+        [&] { writeFile(work / "d1/f8", "edited"); },
+        [&] {
+            writeFile(work / "d1/f8", "edited again");
+            put("d0/large99", 1000, 60);
+        },
+        [&] {
+            writeFile(work / "d0/new", "new");
+            put("d2/large98", 1001); // with its entry's size and time
+            put("d0/large99", 1002, 60);
+        },
+    };
+    std::string saved;
+    for (const auto &edit : edits) {
+        edit();
+        std::string bytes[2];
+        for (const int many : {0, 1}) {
+            setVariable("ORVEL_WORKERS", many != 0 ? "8" : "1");
+            writeFile(archive, saved);
+            if (saved.empty()) {
+                fs::remove(archive);
+            }
+            ASSERT_EQ(run(call()).code, 0);
+            bytes[many] = readFile(archive);
+        }
+        ASSERT_TRUE(bytes[0] == bytes[1]);
+        ASSERT_FALSE(bytes[0] == saved);
+        saved = bytes[0];
+        for (const char *name : {"d1/f8", "d0/large99", "d2/large98"}) {
+            EXPECT_TRUE(content(archive, name) == readFile(work / name)) << name;
+        }
     }
     setVariable("ORVEL_WORKERS", "");
-    EXPECT_TRUE(bytes[0] == bytes[1]);
 }
 
 TEST_F(Pack, ALargeFileStreamsAndIsStoredWhereDeflateDoesNotShrinkIt) {
