@@ -16,7 +16,10 @@ if(ORVEL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# What reads archives from strangers is built as distributions build such programs.
-add_compile_options($<$<CONFIG:Release>:-U_FORTIFY_SOURCE>
-  $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2> $<$<CONFIG:Release>:-fstack-protector-strong>)
+# What reads archives from strangers is built as distributions build such programs. Compilers for
+# Windows need a library of their own for that, which not all of them have.
+if(NOT WIN32)
+  add_compile_options($<$<CONFIG:Release>:-U_FORTIFY_SOURCE>
+    $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2> $<$<CONFIG:Release>:-fstack-protector-strong>)
+endif()
 add_link_options($<$<AND:$<CONFIG:Release>,$<PLATFORM_ID:Linux>>:LINKER:-z,relro,-z,now>)
