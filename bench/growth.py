@@ -49,9 +49,13 @@ class Cycles:
         os.sync()
         time.sleep(0.05)  # a file that was written to just now is read a moment later
         arguments = [copy] if verb == "list" else [copy, tree]
-        report = report_of(sh(self.place.tool, verb, *arguments))
-        self.figures.memory(name, report["peak_kib"] / 1024, MEMORY_GOAL)
-        note(verb, report)
+        # Listing a small archive takes less than finding the program's own pages again: it is done
+        # several times in a row, and all but the first count.
+        for number in range(5 if verb == "list" else 1):
+            report = report_of(sh(self.place.tool, verb, *arguments))
+            self.figures.memory(name, report["peak_kib"] / 1024, MEMORY_GOAL)
+            if number > 0 or verb != "list":
+                note(verb, report)
 
 
 def memory_of_game(cycles, archive):
