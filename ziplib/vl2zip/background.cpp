@@ -2,6 +2,10 @@
 
 #include "ziplib/vl2zip/inorder.h"
 
+#include <chrono>
+#include <system_error>
+#include <utility>
+
 namespace ziplib {
 
 void runInBackground(const Pieces &pieces, const std::function<void()> &idle) {
@@ -14,6 +18,31 @@ void runInBackground(const Pieces &pieces, const std::function<void()> &idle) {
     work.take = [](std::size_t) { return true; };
     work.idle = idle;
     runInOrder(work, static_cast<unsigned>(pieces.size()), UINT64_MAX);
+}
+
+Aside::~Aside() {
+    if (m_work.valid()) {
+        m_work.wait();
+    }
+}
+
+bool Aside::start(std::function<void()> work) {
+    try {
+        m_work = std::async(std::launch::async, std::move(work));
+        return true;
+    } catch (const std::system_error &) {
+        return false;
+    }
+}
+
+void Aside::wait(const std::function<void()> &idle) {
+    constexpr std::chrono::milliseconds kPeriod{20};
+    while (m_work.valid() && m_work.wait_for(kPeriod) == std::future_status::timeout) {
+        idle();
+    }
+    if (m_work.valid()) {
+        m_work.get();
+    }
 }
 
 } // namespace ziplib

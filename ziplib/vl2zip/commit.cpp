@@ -27,7 +27,7 @@ Outcome commit(Target &target, Report &report, const std::function<Outcome(bool 
         again = true;
         return {};
     }
-    auto replaced = target.replace(again);
+    auto replaced = target.replace(idle, again);
     if (again) {
         return {};
     }

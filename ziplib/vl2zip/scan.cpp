@@ -132,6 +132,11 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
             runInOrder(work, workerCount(), UINT64_MAX);
         }
         level.clear();
+        std::size_t files = scan.files.size();
+        for (const auto &folder : contents) {
+            files += folder.found.files.size();
+        }
+        scan.files.reserve(files);
         for (auto &folder : contents) {
             failed = failed.ok() ? folder.outcome : failed;
             for (const auto &inner : folder.found.folders) {
@@ -141,6 +146,7 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
             moveBehind(scan.folders, folder.found.folders);
             moveBehind(scan.leftOut, folder.found.leftOut);
             moveBehind(scan.temporaries, folder.found.temporaries);
+            folder = {};
         }
     }
     const auto byPath = [](const FoundFile &a, const FoundFile &b) { return a.path < b.path; };

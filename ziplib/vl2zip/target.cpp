@@ -131,11 +131,13 @@ Outcome Target::sync(const std::function<void()> &idle) {
     platform::Status status;
     // While the disk works there is time to give back the memory that held the old archive, which
     // otherwise is given back when it is deleted.
-    runInBackground({[&] { status = m_fresh.sync(); }, [&] { m_old.forget(); }}, idle);
+    m_forgetting.start([this] { m_old.forget(); });
+    runInBackground({[&] { status = m_fresh.sync(); }}, idle);
     return failed(status, "the new archive cannot be made durable", Code::CannotWrite);
 }
 
-Outcome Target::replace(bool &taken) {
+Outcome Target::replace(const std::function<void()> &idle, bool &taken) {
+    m_forgetting.wait(idle);
     using Replace = platform::NewFile::Replace;
     const bool replaces = m_old.isOpen();
     const auto committed =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/storage.h"
+#include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/outcome.h"
 
 #include <functional>
@@ -36,7 +37,7 @@ class Target {
     Outcome sync(const std::function<void()> &idle);
     // Gives the new archive its name. `taken` tells that another program has put one of its own
     // there in the meantime.
-    Outcome replace(bool &taken);
+    Outcome replace(const std::function<void()> &idle, bool &taken);
     // Makes the name durable.
     Outcome syncFolder(const std::function<void()> &idle);
 
@@ -53,6 +54,7 @@ class Target {
     platform::InputFile m_old;
     platform::FileInfo m_oldInfo;
     platform::NewFile m_fresh;
+    Aside m_forgetting;
 };
 
 } // namespace ziplib

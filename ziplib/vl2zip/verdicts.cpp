@@ -4,16 +4,13 @@
 #include "ziplib/vl2zip/inorder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
-#include <system_error>
 #include <utility>
 
 namespace ziplib {
 
 namespace {
 
-constexpr std::chrono::milliseconds kIdlePeriod{20};
 // Most scripts are smaller.
 constexpr std::uint64_t kSmall = 32U << 10U;
 
@@ -29,13 +26,6 @@ Verdicts::Verdicts(const PackOptions &options, const Target &target, const Direc
     m_left.reserve(tasks.size());
     for (auto &task : tasks) {
         m_left.push_back(&task);
-    }
-}
-
-Verdicts::~Verdicts() {
-    m_stopped = true;
-    if (m_background.valid()) {
-        m_background.wait();
     }
 }
 
@@ -131,29 +121,17 @@ bool Verdicts::beginOthers() {
     if (m_left.empty() || workerCount() < 2) {
         return m_left.empty();
     }
-    const auto examineOthers = [this] {
+    return m_background.start([this] {
         InOrder examination = work(m_left);
         examination.work = [this](std::size_t i) { examineOne(*m_left[i]); };
         examination.take = [this](std::size_t i) { return m_left[i]->outcome.ok() && !m_stopped; };
         examination.idle = [] {};
         runInOrder(examination, workerCount(), UINT64_MAX);
-    };
-    try {
-        m_background = std::async(std::launch::async, examineOthers);
-        return true;
-    } catch (const std::system_error &) {
-        return false;
-    }
+    });
 }
 
 Outcome Verdicts::findOthers() {
-    while (m_background.valid() &&
-           m_background.wait_for(kIdlePeriod) == std::future_status::timeout) {
-        m_idle();
-    }
-    if (m_background.valid()) {
-        m_background.get();
-    }
+    m_background.wait(m_idle);
     // What was examined in the background passes through quickly.
     Tasks tasks;
     tasks.swap(m_left);

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/examine.h"
 #include "ziplib/vl2zip/target.h"
 
 #include <atomic>
 #include <functional>
-#include <future>
 #include <vector>
 
 namespace ziplib {
@@ -23,7 +23,7 @@ class Verdicts {
     Verdicts(const PackOptions &options, const Target &target, const Directory &directory,
              Scan &scan, std::vector<Task> &tasks, Take take, std::function<void()> idle);
     // Waits for what goes on in the background.
-    ~Verdicts();
+    ~Verdicts() { m_stopped = true; }
     Verdicts(const Verdicts &) = delete;
     Verdicts &operator=(const Verdicts &) = delete;
 
@@ -55,7 +55,7 @@ class Verdicts {
     Tasks m_left; // not taken yet
     Tasks m_packed;
     std::atomic<bool> m_stopped = false;
-    std::future<void> m_background; // valid while those that are left are examined there
+    Aside m_background; // examines those that are left; ends first
 };
 
 } // namespace ziplib
