@@ -233,11 +233,15 @@ TEST_F(EditFile, SavesWhatTheProgramsMadeOfTheFiles) {
             click("cmdEditFile");
             EXPECT_NE(startedAs(chosen), "");
             QFile file(QString::fromStdString(extracted(QString(folder) + "/same.png")));
-            EXPECT_TRUE(QTest::qWaitFor([&] {
-                const bool changed = file.open(QIODevice::ReadOnly) && file.readAll() == "changed";
-                file.close();
-                return changed;
-            })) << manner;
+            EXPECT_TRUE(QTest::qWaitFor(
+                [&] {
+                    const bool changed =
+                        file.open(QIODevice::ReadOnly) && file.readAll() == "changed";
+                    file.close();
+                    return changed;
+                },
+                kPatience))
+                << manner;
         }
         click("cmdSaveChanges");
         const auto packed = readArchive(archive());

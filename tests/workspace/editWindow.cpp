@@ -28,13 +28,16 @@ void EditWindow::choose(const QString &value, const QString &path) {
 }
 
 std::string EditWindow::startedAs(const QString &program) {
-    const QString written = program + ".started";
-    if (!QTest::qWaitFor([&] { return QFile::exists(written); })) {
+    // It may have its name before others are let at it.
+    QFile written(program + ".started");
+    if (!QTest::qWaitFor([&] { return written.exists() && written.open(QIODevice::ReadOnly); },
+                         kPatience)) {
         ADD_FAILURE() << qPrintable(program) << " was not started";
         return {};
     }
-    std::string line = readFile(written).toStdString();
-    QFile::remove(written);
+    std::string line = written.readAll().toStdString();
+    written.close();
+    written.remove();
     return line;
 }
 

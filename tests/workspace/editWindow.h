@@ -18,6 +18,9 @@
 // The main window on a game of its own with one archive, and the programs that it starts.
 class EditWindow : public testing::Test {
   protected:
+    static constexpr int kPatience =
+        30'000; // milliseconds: a busy machine takes long to start things
+
     // Makes the archive "my mod.vl2", opens the window, chooses the archive and extracts it.
     void extract(const std::vector<ArchiveFile> &files);
 
