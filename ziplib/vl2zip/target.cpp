@@ -154,4 +154,9 @@ Outcome Target::syncFolder(const std::function<void()> &idle) {
                   Code::CannotWrite);
 }
 
+void Target::drop(const std::function<void()> &idle) {
+    m_forgetting.wait(idle);
+    runInBackground({[&] { m_fresh.discard(); }}, idle);
+}
+
 } // namespace ziplib

@@ -40,6 +40,8 @@ class Target {
     Outcome replace(const std::function<void()> &idle, bool &taken);
     // Makes the name durable.
     Outcome syncFolder(const std::function<void()> &idle);
+    // Deletes a new archive that is not to be had after all, which takes its time with a large one.
+    void drop(const std::function<void()> &idle);
 
   private:
     Outcome claim(const std::function<void()> &idle);

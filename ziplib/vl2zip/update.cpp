@@ -35,6 +35,10 @@ class Update {
 
     // `again` tells that something changed under it and nothing has happened.
     Outcome run(bool &again);
+    // To be called where that has not saved.
+    void drop() {
+        m_target.drop([this] { m_report.idle(); });
+    }
     // What changed: a file of the folder, or else the archive.
     bool guessedWrong() const { return m_guessedWrong; }
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
@@ -161,6 +165,7 @@ Outcome Update::write(Verdicts &verdicts, std::vector<Task *> &tasks) {
         return tasks.empty() ? Outcome() : writeNew(tasks);
     }
     if (auto written = writeNew(tasks); !written.ok()) {
+        verdicts.stop();
         return written;
     }
     auto found = verdicts.findOthers();
@@ -244,7 +249,12 @@ Outcome updateArchive(const PackOptions &options, Report &report) {
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
         Update update(options, report, password, guess);
-        if (auto outcome = update.run(again); !outcome.ok() || !again) {
+        auto outcome = update.run(again);
+        if (outcome.ok() && !again) {
+            return outcome;
+        }
+        update.drop();
+        if (!outcome.ok() || !again) {
             return outcome;
         }
         guess = guess && !update.guessedWrong();
@@ -287,12 +297,16 @@ Outcome deleteFromArchive(const PackOptions &options, Report &report) {
         if (const auto *unmatched = selection.unmatched()) {
             report.warn(*unmatched + ": no such entry");
         }
-        if (auto written = rewrite.write({}); !written.ok()) {
-            return written;
-        }
         bool again = false;
-        auto outcome = commit(
-            target, report, [](bool & /*again*/) { return Outcome(); }, again);
+        auto outcome = rewrite.write({});
+        if (outcome.ok()) {
+            outcome = commit(
+                target, report, [](bool & /*again*/) { return Outcome(); }, again);
+        }
+        if (outcome.ok() && !again) {
+            return outcome;
+        }
+        target.drop([&] { report.idle(); });
         if (!again) {
             return outcome;
         }

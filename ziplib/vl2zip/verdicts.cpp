@@ -49,16 +49,21 @@ void Verdicts::examineOne(Task &task) {
     task.examined = true;
 }
 
+Outcome Verdicts::takeOne(Task &task) {
+    auto taken = m_take(task);
+    if (taken.ok() && task.verdict == Task::Verdict::Pack) {
+        m_packed.push_back(&task);
+    }
+    return taken;
+}
+
 // Examines tasks and takes all that have a verdict then. The rest is what is left.
 Outcome Verdicts::find(const Tasks &tasks, bool untilOneIsPacked) {
     Outcome outcome;
     std::size_t count = 0;
     const auto take = [&](Task &task) {
         ++count;
-        outcome = m_take(task);
-        if (outcome.ok() && task.verdict == Task::Verdict::Pack) {
-            m_packed.push_back(&task);
-        }
+        outcome = takeOne(task);
         return outcome.ok();
     };
     std::atomic<bool> enough = false;
@@ -124,18 +129,37 @@ bool Verdicts::beginOthers() {
     return m_background.start([this] {
         InOrder examination = work(m_left);
         examination.work = [this](std::size_t i) { examineOne(*m_left[i]); };
-        examination.take = [this](std::size_t i) { return m_left[i]->outcome.ok() && !m_stopped; };
+        examination.take = [this](std::size_t i) {
+            m_examined = i + 1;
+            return m_left[i]->outcome.ok() && !m_stopped;
+        };
         examination.idle = [] {};
         runInOrder(examination, workerCount(), UINT64_MAX);
     });
 }
 
 Outcome Verdicts::findOthers() {
-    m_background.wait(m_idle);
-    // What was examined in the background passes through quickly.
-    Tasks tasks;
-    tasks.swap(m_left);
+    // Each as soon as it is known: the caller may want to stop.
+    Outcome outcome;
+    std::size_t count = 0;
+    m_background.wait([&] {
+        m_idle();
+        while (count < m_examined && outcome.ok()) {
+            outcome = takeOne(*m_left[count++]);
+        }
+        m_stopped = !outcome.ok();
+    });
+    if (!outcome.ok()) {
+        return outcome;
+    }
+    const Tasks tasks(m_left.begin() + static_cast<std::ptrdiff_t>(count), m_left.end());
+    m_left.clear();
     return find(tasks, false);
+}
+
+void Verdicts::stop() {
+    m_stopped = true;
+    m_background.wait(m_idle);
 }
 
 std::vector<Task *> Verdicts::toPack() const {

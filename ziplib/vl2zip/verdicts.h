@@ -35,6 +35,8 @@ class Verdicts {
     bool beginOthers();
     // The others, or all.
     Outcome findOthers();
+    // Ends what goes on in the background, which may take as long as a file does.
+    void stop();
 
     // What was found so far that is to be packed, in the order of the tasks.
     std::vector<Task *> toPack() const;
@@ -43,6 +45,7 @@ class Verdicts {
     using Tasks = std::vector<Task *>;
     InOrder work(const Tasks &tasks) const;
     void examineOne(Task &task);
+    Outcome takeOne(Task &task);
     Outcome find(const Tasks &tasks, bool untilOneIsPacked);
     Tasks lookEdited();
 
@@ -55,7 +58,8 @@ class Verdicts {
     Tasks m_left; // not taken yet
     Tasks m_packed;
     std::atomic<bool> m_stopped = false;
-    Aside m_background; // examines those that are left; ends first
+    std::atomic<std::size_t> m_examined = 0; // of those that are left, in the background
+    Aside m_background;                      // examines those that are left; ends first
 };
 
 } // namespace ziplib
