@@ -5,6 +5,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <thread>
+
+// Moves a file or folder. Some systems refuse that for as long as somebody reads what is moved or
+// replaced: then it is tried again, as whoever wants it moved would.
+inline void moveTo(const std::filesystem::path &from, const std::filesystem::path &to) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    std::error_code error;
+    for (std::filesystem::rename(from, to, error); error;
+         std::filesystem::rename(from, to, error)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), end) << from << ": " << error.message();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+}
 
 // An archive, and a work folder with one edited file.
 class PackFaults : public testing::Test {

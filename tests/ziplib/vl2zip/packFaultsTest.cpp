@@ -147,14 +147,13 @@ TEST_F(PackFaults, WhatChangesMeanwhileIsInTheArchive) {
     } rows[] = {
         {"a folder takes another's place",
          [&] {
-             fs::rename(sub, folder / "aside");
-             fs::rename(other, sub);
+             moveTo(sub, folder / "aside");
+             moveTo(other, sub);
          },
          "sub/b.txt", "moved in"},
-        {"a folder is new", [&] { fs::rename(other, work / "new"); }, "new/b.txt", "moved in"},
-        {"a file is new", [&] { fs::rename(other / "b.txt", sub / "c.txt"); }, "sub/c.txt",
-         "moved in"},
-        {"a file takes another's place", [&] { fs::rename(other / "b.txt", sub / "b.txt"); },
+        {"a folder is new", [&] { moveTo(other, work / "new"); }, "new/b.txt", "moved in"},
+        {"a file is new", [&] { moveTo(other / "b.txt", sub / "c.txt"); }, "sub/c.txt", "moved in"},
+        {"a file takes another's place", [&] { moveTo(other / "b.txt", sub / "b.txt"); },
          "sub/b.txt", "moved in"},
         {"a file is written to",
          [&] {
@@ -179,7 +178,8 @@ TEST_F(PackFaults, WhatChangesMeanwhileIsInTheArchive) {
             if (changes) {
                 writeFile(work / "a.txt", "edited");
             }
-            ASSERT_EQ(runWhile(row.change).code, 0);
+            const auto result = runWhile(row.change);
+            ASSERT_EQ(result.code, 0) << result.all();
             EXPECT_EQ(content(archive, row.entry), row.expected);
         }
     }
@@ -188,8 +188,8 @@ TEST_F(PackFaults, WhatChangesMeanwhileIsInTheArchive) {
 TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
     ASSERT_TRUE(judge({"make", "plain", folder / "other.vl2"}));
     const auto result = runWhile([&] {
-        fs::rename(archive, folder / "aside.vl2");
-        fs::rename(folder / "other.vl2", archive);
+        moveTo(archive, folder / "aside.vl2");
+        moveTo(folder / "other.vl2", archive);
     });
     ASSERT_EQ(result.code, 0) << result.all();
     EXPECT_EQ(names(archive),
