@@ -8,6 +8,9 @@
 #include <QStyleOptionButton>
 #include <QThread>
 
+#include <algorithm>
+#include <iterator>
+
 namespace platform {
 
 namespace {
@@ -15,34 +18,34 @@ namespace {
 constexpr int kHourglass = 11;
 constexpr int kRepaintInterval = 25; // ms
 
-// Swallows what a person does to any window of the program.
+// What a person does to a window.
+constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
+                                   QEvent::MouseButtonRelease,
+                                   QEvent::MouseButtonDblClick,
+                                   QEvent::Wheel,
+                                   QEvent::KeyPress,
+                                   QEvent::KeyRelease,
+                                   QEvent::Shortcut,
+                                   QEvent::ShortcutOverride,
+                                   QEvent::InputMethod,
+                                   QEvent::ContextMenu,
+                                   QEvent::TabletPress,
+                                   QEvent::TabletRelease,
+                                   QEvent::TouchBegin,
+                                   QEvent::TouchUpdate,
+                                   QEvent::TouchEnd,
+                                   QEvent::DragEnter,
+                                   QEvent::Drop,
+                                   QEvent::Close};
+
+// Swallows it in all windows of the program.
 class InputFilter : public QObject {
   public:
     bool eventFilter(QObject *, QEvent *event) override {
-        switch (event->type()) {
-        case QEvent::MouseButtonPress:
-        case QEvent::MouseButtonRelease:
-        case QEvent::MouseButtonDblClick:
-        case QEvent::Wheel:
-        case QEvent::KeyPress:
-        case QEvent::KeyRelease:
-        case QEvent::Shortcut:
-        case QEvent::ShortcutOverride:
-        case QEvent::InputMethod:
-        case QEvent::ContextMenu:
-        case QEvent::TabletPress:
-        case QEvent::TabletRelease:
-        case QEvent::TouchBegin:
-        case QEvent::TouchUpdate:
-        case QEvent::TouchEnd:
-        case QEvent::DragEnter:
-        case QEvent::Drop:
-        case QEvent::Close:
-            event->ignore();
-            return true;
-        default:
+        if (std::find(std::begin(kInput), std::end(kInput), event->type()) == std::end(kInput))
             return false;
-        }
+        event->ignore();
+        return true;
     }
 };
 
@@ -154,6 +157,9 @@ void discardInput() {
         QGuiApplication::sync();
         QCoreApplication::sendPostedEvents(); // what the last events have queued
     });
+    // What these have queued in turn is not sent at once.
+    for (const QEvent::Type type : kInput)
+        QCoreApplication::removePostedEvents(nullptr, type);
 }
 
 } // namespace platform
