@@ -23,6 +23,9 @@ enum Attribute : int {
 // that does not exist keeps the text that it came with.
 QString nativePath(const QString &path);
 
+// How much of a path names no file but where files are: its drive, or the machine and its share.
+qsizetype rootLength(const QString &path);
+
 // The first name that matches a path whose last component may hold wildcards (* and ?), or "".
 // Read-only and archive files always match; hidden, system and directory entries only where `mask`
 // holds their bit. Raises 52, 68 or 76 for a path that cannot be searched.

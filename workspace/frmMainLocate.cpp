@@ -60,12 +60,12 @@ QString frmMain::GetLongFileName(const QString &ShortFileName) const {
                                      platform::describe(platform::ErrorNumber::Overflow), "Orvel");
     if (ShortFileName.isEmpty())
         return "\\";
-    // Components follow a drive designator, or stand from the root on where there are no drives.
-    const bool drive = ShortFileName.size() > 1 && ShortFileName[1] == ':';
-    const bool rooted = drive || isSeparator(ShortFileName[0]);
-    const QChar separator = drive ? '\\' : '/';
-    QString name = drive ? ShortFileName.left(2) : QString();
-    for (qsizetype start = drive ? 2 : 0, end = 0; start < ShortFileName.size(); start = end + 1) {
+    // Components follow a drive or a share, or stand from the root on where there are none.
+    const qsizetype root = platform::rootLength(ShortFileName);
+    const bool rooted = root > 0 || isSeparator(ShortFileName[0]);
+    const QChar separator = root > 0 ? '\\' : '/';
+    QString name = ShortFileName.left(root);
+    for (qsizetype start = root, end = 0; start < ShortFileName.size(); start = end + 1) {
         for (end = start; end < ShortFileName.size() && !isSeparator(ShortFileName[end]);)
             ++end;
         if (end == start)

@@ -163,6 +163,10 @@ SplitPath splitPath(const QString &path) {
     return {path.first(cut), path.sliced(cut)};
 }
 
+qsizetype rootLength(const QString &path) {
+    return path.size() > 1 && path[1] == u':' ? 2 : 0;
+}
+
 QString nativePath(const QString &path) {
     return fromNarrow(resolve(path));
 }

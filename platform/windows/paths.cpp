@@ -32,6 +32,15 @@ QString nativePath(const QString &path) {
     return result;
 }
 
+qsizetype rootLength(const QString &path) {
+    const QString text = QString(path).replace(u'/', u'\\');
+    if (!text.startsWith(QStringLiteral("\\\\")))
+        return isDrive(text) ? 2 : 0;
+    const qsizetype share = text.indexOf(u'\\', 2);
+    const qsizetype end = share < 0 ? share : text.indexOf(u'\\', share + 1);
+    return end < 0 ? text.size() : end;
+}
+
 QString longPath(const QString &path) {
     const QString text = nativePath(path);
     if (text.startsWith(QStringLiteral("\\\\?\\")) || text.startsWith(QStringLiteral("\\\\.\\")))

@@ -26,6 +26,9 @@ constexpr ULONG kReplaceIfExists = 0x1;
 constexpr ULONG kPosixSemantics = 0x2;
 constexpr ULONG kIgnoreReadOnly = 0x40;
 
+constexpr auto kInvalidParameter = static_cast<NTSTATUS>(0xC000000D);
+constexpr auto kNotSupported = static_cast<NTSTATUS>(0xC00000BB);
+
 std::string temporaryName() {
     static const std::uint64_t start = [] {
         std::random_device random;
@@ -57,12 +60,29 @@ NTSTATUS rename(HANDLE file, HANDLE folder, const std::wstring &name, ULONG flag
     request->length = static_cast<ULONG>(name.size() * sizeof(wchar_t));
     std::memcpy(request->name, name.data(), request->length);
     IO_STATUS_BLOCK block{};
+    const NTSTATUS status =
+        NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
+    if (status != kInvalidParameter && status != kNotSupported) {
+        return status;
+    }
+    // Disks of other machines take no folder. A name alone stays in the one that the file is in.
+    request->folder = nullptr;
     return NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
 }
 
 bool isKept(NTSTATUS status) {
     const DWORD error = errorOf(status);
     return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+}
+
+// Whether anybody has the file open: renaming over it says no more than that it is denied.
+bool isHeld(HANDLE folder, const std::string &name) {
+    Access access;
+    access.rights = FILE_READ_DATA;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    access.share = 0;
+    Handle file;
+    return errorOf(openAt(folder, name, access, file)) == ERROR_SHARING_VIOLATION;
 }
 
 // Clears read-only of a file that is to be replaced. True where that has changed it.
@@ -313,6 +333,11 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         }
         if (status < 0 && madeWritable) {
             makeReadOnly(folder, name);
+        }
+        if (isKept(status) && isHeld(folder, name)) {
+            discard();
+            return {Failure::Busy, m_folder->pathOf(name) + " is in use by another program",
+                    m_folder->pathOf(name)};
         }
     }
     if (status < 0) {

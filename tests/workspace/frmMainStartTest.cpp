@@ -173,6 +173,8 @@ TEST(frmMainStart, gives_the_long_name_of_a_path) {
         const auto onDrive = [](QString path) { return "Z:" + path.replace('/', '\\'); };
         rows.push_back({onDrive(game.root() + "/tribes2"), onDrive(game.folder())});
         rows.push_back({"/", "/"});
+    } else {
+        rows.push_back({"\\\\server\\share", "\\\\server\\share"});
     }
     for (const auto &row : rows)
         EXPECT_EQ(window.GetLongFileName(row.path).toStdString(), row.longName.toStdString())
