@@ -16,7 +16,7 @@ constexpr qsizetype kLongestPassword = 254;
 QByteArray path(const QString &sPath) {
     if (trimBlanks(sPath).isEmpty())
         return platform::toNarrow(sPath);
-    return platform::toNarrow(platform::nativePath(sPath));
+    return platform::toNarrow(platform::narrowPath(platform::nativePath(sPath)));
 }
 
 QString text(const char *bytes, std::size_t limit) {

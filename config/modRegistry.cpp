@@ -50,6 +50,6 @@ void RegSetString(std::uint32_t lRoot, const QString &sKey, const QString &sValu
     platform::RegKey key = 0;
     platform::RegCreateKeyA(lRoot, platform::toNarrow(sKey), key);
     platform::RegSetValueExA(key, platform::toNarrow(sValueName), platform::kTypeString,
-                             platform::toNarrow(sText));
+                             platform::toNarrow(platform::narrowPath(sText)));
     platform::RegCloseKey(key);
 }

@@ -11,4 +11,8 @@ namespace platform {
 QByteArray toNarrow(const QString &text);
 QString fromNarrow(QByteArrayView bytes);
 
+// The same path in letters that the narrow code page has, where it lacks some and the system knows
+// the file by a second name; every other text as it is.
+QString narrowPath(const QString &path);
+
 } // namespace platform

@@ -10,4 +10,8 @@ QString fromNarrow(QByteArrayView bytes) {
     return QString::fromUtf8(bytes);
 }
 
+QString narrowPath(const QString &path) {
+    return path;
+}
+
 } // namespace platform

@@ -4,6 +4,28 @@
 
 namespace platform {
 
+namespace {
+
+bool fitsCodePage(const QString &text) {
+    // Not by the system's word: it takes a letter that merely looks alike for the same.
+    return fromNarrow(toNarrow(text)) == text;
+}
+
+// A path in the system's long form by the short names of what exists of it.
+QString withShortNames(const QString &path) {
+    for (qsizetype end = path.size(); end > 0; end = path.lastIndexOf(u'\\', end - 1)) {
+        QString found(32768, QChar(0));
+        const DWORD size =
+            GetShortPathNameW(wide(path.first(end)), reinterpret_cast<wchar_t *>(found.data()),
+                              static_cast<DWORD>(found.size()));
+        if (size > 0 && size < 32768)
+            return found.first(static_cast<qsizetype>(size)) + path.sliced(end);
+    }
+    return path;
+}
+
+} // namespace
+
 QByteArray toNarrow(const QString &text) {
     const int size = static_cast<int>(text.size());
     const int needed =
@@ -20,6 +42,18 @@ QString fromNarrow(QByteArrayView bytes) {
     MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, reinterpret_cast<wchar_t *>(text.data()),
                         needed);
     return text;
+}
+
+QString narrowPath(const QString &path) {
+    const bool isWhole = path.startsWith(QStringLiteral("\\\\")) || path.indexOf(u':') == 1;
+    if (!isWhole || fitsCodePage(path))
+        return path;
+    QString other = withShortNames(longPath(path));
+    if (other.startsWith(QStringLiteral("\\\\?\\UNC\\")))
+        other.replace(0, 8, QStringLiteral("\\\\"));
+    else if (other.startsWith(QStringLiteral("\\\\?\\")))
+        other.remove(0, 4);
+    return fitsCodePage(other) ? other : path;
 }
 
 } // namespace platform

@@ -16,9 +16,17 @@ std::size_t nameStart(const std::string &path) {
     return cut == std::string::npos ? 0 : cut + 1;
 }
 
-// A path without links, as the system names it; "" where there is nothing or where the code page
-// lacks one of its characters.
-std::string finalPath(const std::string &path) {
+// Without the mark of the long form.
+std::wstring plainForm(std::wstring path) {
+    constexpr std::wstring_view server = L"\\\\?\\UNC\\";
+    if (path.starts_with(server)) {
+        return L"\\\\" + path.substr(server.size());
+    }
+    return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
+}
+
+// A path without links, as the system names it; "" where there is nothing.
+std::wstring finalPath(const std::string &path) {
     const Handle opened(CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -33,15 +41,35 @@ std::string finalPath(const std::string &path) {
         return {};
     }
     whole.resize(size);
-    constexpr std::wstring_view server = L"\\\\?\\UNC\\";
-    if (whole.starts_with(server)) {
-        whole = L"\\\\" + whole.substr(server.size());
-    } else if (whole.starts_with(L"\\\\?\\")) {
-        whole.erase(0, 4);
-    }
+    return plainForm(whole);
+}
+
+// By short names where the code page lacks a letter; "" where there are none.
+std::string narrowFolder(const std::wstring &folder) {
     bool lossy = false;
-    std::string narrow = narrowFromWide(whole, &lossy);
+    std::string narrow = narrowFromWide(folder, &lossy);
+    if (!lossy) {
+        return narrow;
+    }
+    const std::wstring whole =
+        folder.starts_with(L"\\\\") ? L"\\\\?\\UNC\\" + folder.substr(2) : L"\\\\?\\" + folder;
+    std::wstring brief(32768, L'\0');
+    const DWORD size =
+        GetShortPathNameW(whole.c_str(), brief.data(), static_cast<DWORD>(brief.size()));
+    brief.resize(size < brief.size() ? size : 0);
+    narrow = narrowFromWide(plainForm(brief), &lossy);
     return lossy ? std::string() : narrow;
+}
+
+// The name of a file as it is stored, where a path may have its short one.
+std::wstring storedName(const std::string &path) {
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        return wideFromNarrow(path.substr(nameStart(path)));
+    }
+    FindClose(search);
+    return found.cFileName;
 }
 
 } // namespace
@@ -70,25 +98,29 @@ Status makeFolders(const std::string &path) {
 }
 
 Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
+    folder = path.substr(0, nameStart(path));
+    std::wstring real;
     // A file that exists tells where it is, behind any link.
-    std::string whole = finalPath(path);
-    if (whole.empty()) {
-        folder = path.substr(0, nameStart(path));
-        const std::string above = finalPath(folder.empty() ? "." : folder);
-        if (above.empty() &&
+    if (const std::wstring whole = finalPath(path); !whole.empty()) {
+        const std::size_t cut = whole.find_last_of(L"\\:") + 1;
+        name = utf8FromWide(whole.substr(cut));
+        real = whole.substr(0, cut);
+    } else {
+        name = utf8FromWide(storedName(path));
+        real = finalPath(folder.empty() ? "." : folder);
+        if (real.empty() &&
             GetFileAttributesW(longPath(folder).c_str()) == INVALID_FILE_ATTRIBUTES) {
             return errorStatus(GetLastError(), "cannot find", path);
         }
-        whole = above.empty()               ? path
-                : isSeparator(above.back()) ? above + path.substr(nameStart(path))
-                                            : above + "\\" + path.substr(nameStart(path));
     }
-    const std::size_t cut = nameStart(whole);
-    folder = whole.substr(0, cut);
+    if (const std::string narrow = narrowFolder(real); !narrow.empty()) {
+        folder = narrow;
+    } else {
+        name = utf8FromWide(storedName(path)); // by the way that was given
+    }
     if (folder.size() > 3 && isSeparator(folder.back())) {
         folder.pop_back();
     }
-    name = utf8FromNarrow(whole.substr(cut));
     return {};
 }
 

@@ -20,12 +20,12 @@ std::wstring toWide(UINT codePage, std::string_view text) {
     return wide;
 }
 
-std::string toBytes(UINT codePage, std::wstring_view text, BOOL *lossy) {
+std::string toBytes(UINT codePage, std::wstring_view text) {
     const int size = static_cast<int>(text.size());
     const int needed =
         WideCharToMultiByte(codePage, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
     std::string bytes(static_cast<std::size_t>(needed), '\0');
-    WideCharToMultiByte(codePage, 0, text.data(), size, bytes.data(), needed, nullptr, lossy);
+    WideCharToMultiByte(codePage, 0, text.data(), size, bytes.data(), needed, nullptr, nullptr);
     return bytes;
 }
 
@@ -99,7 +99,7 @@ std::wstring wideFromUtf8(std::string_view text) {
 }
 
 std::string utf8FromWide(std::wstring_view text) {
-    return toBytes(CP_UTF8, text, nullptr);
+    return toBytes(CP_UTF8, text);
 }
 
 std::wstring wideFromNarrow(std::string_view text) {
@@ -107,11 +107,10 @@ std::wstring wideFromNarrow(std::string_view text) {
 }
 
 std::string narrowFromWide(std::wstring_view text, bool *lossy) {
-    BOOL replaced = FALSE;
-    // A code page that is UTF-8 takes no such question, and loses nothing.
-    std::string bytes = toBytes(CP_ACP, text, GetACP() == CP_UTF8 ? nullptr : &replaced);
+    std::string bytes = toBytes(CP_ACP, text);
     if (lossy != nullptr) {
-        *lossy = replaced != FALSE;
+        // The system's own word lets a letter pass that merely looks alike.
+        *lossy = wideFromNarrow(bytes) != text;
     }
     return bytes;
 }

@@ -4,6 +4,7 @@
 #include "tests/platform/printBytes.h"
 #include "tests/support/settings.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -64,6 +65,15 @@ TEST_F(ModRegistry, OnlyTextIsReturnedAndItEndsAtItsFirstNul) {
         store("v", row.type, row.data);
         EXPECT_EQ(get(kKey, "v", otherwise), row.text);
     }
+}
+
+// Also where the code page lacks letters of it.
+TEST_F(ModRegistry, APathReadsBackAsOneOfTheSameFile) {
+    const QString folder = home.path() + "/J\u0101nis \u65e5";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    set(kKey, "tempdir", folder + "/temp");
+    ASSERT_TRUE(QDir().mkdir(get(kKey, "tempdir")));
+    EXPECT_TRUE(QDir(folder + "/temp").exists());
 }
 
 TEST_F(ModRegistry, WhatIsMissingReadsAsTheDefault) {

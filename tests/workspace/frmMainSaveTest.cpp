@@ -34,14 +34,17 @@ std::vector<QString> names(const std::vector<ArchiveFile> &files) {
 // A game whose one archive is extracted in the window.
 struct Extracted {
     TempGame game;
-    QString archive = game.archive("CLASSIC.vl2");
-    QString folder = game.temp() + "/Classic/";
+    QString archive;
+    QString folder;
     std::unique_ptr<MainWindow> window;
 
-    explicit Extracted(const std::vector<ArchiveFile> &files = kFiles) {
-        makeArchive(archive, files);
+    explicit Extracted(const std::vector<ArchiveFile> &files = kFiles,
+                       const QString &shown = "Classic")
+        : archive(game.archive(shown.toUpper() + ".vl2")), folder(game.temp() + '/' + shown + '/') {
+        makeArchive(game.archive("made"), files);
+        EXPECT_TRUE(QFile::rename(game.archive("made"), archive));
         window = std::make_unique<MainWindow>();
-        window->pick("Classic");
+        window->pick(shown);
         window->click("cmdExtract");
         EXPECT_EQ(joined(window->enabledButtons()), kExtracted);
     }
@@ -66,6 +69,19 @@ class LateEditor : public QObject {
 };
 
 } // namespace
+
+// No code page has all of its letters.
+TEST(frmMainSave, saves_an_archive_that_has_its_name_in_any_script) {
+    Extracted job(kFiles, "J\u0101nis \u65e5\u672c Map");
+    const Answers answers;
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    job.window->click("cmdSaveChanges");
+    ASSERT_EQ(QDir(job.game.base()).entryList(QDir::Files),
+              QStringList{QFileInfo(job.archive).fileName()});
+    ASSERT_TRUE(QFile::rename(job.archive, job.game.archive("plain.vl2")));
+    EXPECT_EQ(readArchive(job.game.archive("plain.vl2")).at("scripts/a.cs"), "edited");
+    EXPECT_FALSE(QDir(job.folder + "scripts").exists());
+}
 
 TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_as_they_were) {
     Extracted job;
