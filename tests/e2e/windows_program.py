@@ -30,6 +30,8 @@ class WineSandbox:
             **os.environ,
             "WINEPREFIX": str(folder / "wine"),
             "WINEDEBUG": "-all",
+            # Wine copies the Start menu into the home folder of whoever runs this.
+            "WINEDLLOVERRIDES": "winemenubuilder.exe=d",
         }
 
     def wine(self, *command):
