@@ -1,6 +1,7 @@
 target_sources(orvel_storage PRIVATE
-  posix/storage_claim.cpp posix/storage_error.cpp posix/storage_error.h posix/storage_folder.cpp posix/storage_info.cpp
-  posix/storage_info.h posix/storage_input.cpp posix/storage_newfile.cpp posix/storage_paths.cpp
+  posix/copyRange.cpp posix/copyRange.h posix/storage_claim.cpp posix/storage_error.cpp
+  posix/storage_error.h posix/storage_folder.cpp posix/storage_info.cpp posix/storage_info.h
+  posix/storage_input.cpp posix/storage_newfile.cpp posix/storage_paths.cpp
   posix/writeBehind.cpp posix/writeBehind.h)
 target_sources(orvel_platform PRIVATE posix/narrow.cpp)
 target_sources(orvel_forms PRIVATE posix/fileDialog.cpp posix/systemMenu.cpp)

@@ -1,3 +1,4 @@
+#include "platform/posix/copyRange.h"
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
 #include "platform/posix/writeBehind.h"
@@ -8,11 +9,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <memory>
 #include <optional>
 #include <sys/file.h>
-#include <sys/ioctl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,11 +22,10 @@ namespace {
 
 constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr std::uint64_t rangeStep = 8U << 20;
-constexpr std::size_t copyStep = 256U << 10;
+// A save was fastest with it, of 64 KiB to 4 MiB: from 2 MiB on it took twice as long.
+constexpr std::size_t copyStep = 512U << 10;
 // From here on a range is worth a call that prepares it.
 constexpr std::uint64_t longRange = 4U << 20;
-// Blocks that are shared are whole, of at most this size on the disks that can share.
-constexpr std::uint64_t sharedBlock = 64U << 10;
 
 std::string temporaryName() {
     static const std::uint64_t start = [] {
@@ -76,17 +74,6 @@ int renameToFreeName(int folder, const char *from, const char *to) {
 int openNameless(int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
     return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
-}
-
-// Shares the blocks of a range with another file, as far as they are whole. Bytes that are done so.
-std::uint64_t shareRange(int from, std::uint64_t offset, int to, std::uint64_t place,
-                         std::uint64_t size) {
-    struct file_clone_range range {};
-    range.src_fd = from;
-    range.src_offset = offset;
-    range.src_length = size - size % sharedBlock;
-    range.dest_offset = place;
-    return range.src_length > 0 && ioctl(to, FICLONERANGE, &range) == 0 ? range.src_length : 0;
 }
 
 } // namespace
@@ -169,7 +156,7 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         behind.emplace(target, m_size);
     }
     const std::uint64_t start = m_size;
-    bool ranges = true;
+    bool ranges = copiesElsewhere(target);
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
         if (keepGoing && !keepGoing()) {
@@ -196,10 +183,10 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
             step = static_cast<std::size_t>(n);
             m_size += step;
         } else {
-            if (!buffer) {
-                buffer.reset(new char[copyStep]);
-            }
             const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, copyStep));
+            if (!buffer) {
+                buffer.reset(new char[wanted]);
+            }
             if (Status status = source.readAt(offset, buffer.get(), wanted, step); !status.ok()) {
                 return trimmed(std::move(status));
             }

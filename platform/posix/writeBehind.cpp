@@ -5,6 +5,13 @@
 
 namespace platform {
 
+namespace {
+
+// What a disk takes well in one go.
+constexpr std::uint64_t kStep = 8U << 20U;
+
+} // namespace
+
 WriteBehind::WriteBehind(int file, std::uint64_t start) : m_file(file), m_start(start) {
     try {
         m_thread = std::thread([this] { run(); });
@@ -26,18 +33,22 @@ WriteBehind::~WriteBehind() {
 }
 
 void WriteBehind::reached(std::uint64_t bytes) {
+    bool enough = false;
     {
         const std::lock_guard lock(m_mutex);
+        enough = bytes / kStep != m_copied / kStep;
         m_copied = bytes;
     }
-    m_changed.notify_one();
+    if (enough) {
+        m_changed.notify_one();
+    }
 }
 
 void WriteBehind::run() {
     std::uint64_t done = 0;
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_changed.wait(lock, [&] { return m_ended || m_copied > done; });
+        m_changed.wait(lock, [&] { return m_ended || m_copied >= done + kStep; });
         const std::uint64_t copied = m_copied;
         if (copied == done) {
             return;
