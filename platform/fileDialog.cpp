@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QScopeGuard>
 
 namespace platform {
 
@@ -25,6 +26,10 @@ std::optional<ChosenFile> OpenFileDialog::show(QWidget *owner, const QString &ti
     if (prompts().openFile)
         return prompts().openFile(title, filter);
 
+    // Windows' own dialog makes the folder of the chosen file the current one, which keeps that
+    // folder from being removed.
+    const auto giveBack =
+        qScopeGuard([current = QDir::currentPath()] { QDir::setCurrent(current); });
     QFileDialog dialog(owner, title);
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
