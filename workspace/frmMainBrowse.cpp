@@ -14,6 +14,9 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <filesystem>
+#include <system_error>
+
 // A pick notifies of the change and then of the click, another pick of the same entry of the click
 // alone: the steps run once for each.
 void frmMain::drpVL2File_Change() {
@@ -28,11 +31,13 @@ void frmMain::drpVL2File_Click() {
 }
 
 void frmMain::ChooseArchive(const QString &sFile) {
-    const QString wanted = QFileInfo(sFile).canonicalFilePath();
-    for (int entry = 0; entry < drpVL2File->count() && !wanted.isEmpty(); ++entry) {
+    const std::filesystem::path wanted = QFileInfo(sFile).filesystemAbsoluteFilePath();
+    for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
         const QFileInfo offered(platform::nativePath(m_strBasePath + file));
-        if (offered.canonicalFilePath() != wanted)
+        // By the file, whatever the way to it: a link, a short name, another letter case.
+        std::error_code none;
+        if (!std::filesystem::equivalent(offered.filesystemFilePath(), wanted, none))
             continue;
         drpVL2File->setCurrentIndex(entry);
         return;

@@ -50,6 +50,7 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_hold
         {game.archive("My Mod.vl2"), "My Mod"},
         {game.folder() + "/GameData/./base/../base//My Mod.vl2", "My Mod"},
         {QDir().relativeFilePath(game.archive("My Mod.vl2")), "My Mod"},
+        {game.archive("MY MOD.VL2"), QDir::rootPath() == "/" ? "" : "My Mod"},
         {game.root() + "/link.vl2", linked ? "Other" : ""},
         {game.root() + "/my mod.vl2", ""},
         {game.archive("Interiors.vl2"), ""},
