@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace ziplib {
@@ -16,8 +17,8 @@ namespace {
 constexpr std::size_t kLongestName = 209;
 
 // The path that a file has in the archive.
-std::string storedPath(const PackOptions &options, const FoundFile &file) {
-    return options.junkFolders ? std::string(lastComponent(file.path)) : file.path;
+std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
+    return options.junkFolders ? lastComponent(file.path) : std::string_view(file.path);
 }
 
 class Matcher {
@@ -26,7 +27,7 @@ class Matcher {
             const std::function<void()> &idle)
         : m_exact(entries), m_options(options), m_scan(scan), m_idle(idle) {}
 
-    std::size_t entryFor(const std::string &path);
+    std::size_t entryFor(std::string_view path);
 
   private:
     struct Fold {
@@ -46,12 +47,12 @@ class Matcher {
 void Matcher::makeFolds() {
     m_folds.emplace();
     m_folds->reserve(m_exact.size());
-    for (const auto &[path, entry] : m_exact) {
+    m_exact.each([&](std::string_view path, std::size_t entry) {
         Fold &fold = (*m_folds)[foldCase(path)];
         ++fold.entries;
         fold.entry = entry;
         m_idle();
-    }
+    });
     for (const auto &file : m_scan.files) {
         const auto found = m_folds->find(foldCase(storedPath(m_options, file)));
         if (found != m_folds->end()) {
@@ -61,9 +62,9 @@ void Matcher::makeFolds() {
     }
 }
 
-std::size_t Matcher::entryFor(const std::string &path) {
-    if (const auto found = m_exact.find(path); found != m_exact.end()) {
-        return found->second;
+std::size_t Matcher::entryFor(std::string_view path) {
+    if (const auto found = m_exact.find(path); found != kNoEntry) {
+        return found;
     }
     if (m_exact.empty()) {
         return kNoEntry;
@@ -77,12 +78,12 @@ std::size_t Matcher::entryFor(const std::string &path) {
     return only ? found->second.entry : kNoEntry;
 }
 
-Outcome refuse(const std::string &path, const std::string &reason) {
-    return {Code::CannotOpen, path + ": cannot be packed under this name: " + reason};
+Outcome refuse(std::string_view path, const std::string &reason) {
+    return {Code::CannotOpen, std::string(path) + ": cannot be packed under this name: " + reason};
 }
 
 // A name that is new in the archive must be one that comes out again as it went in.
-Outcome checkNewName(const std::string &path) {
+Outcome checkNewName(std::string_view path) {
     if (path.find('\\') != std::string::npos) {
         return refuse(path, "it holds a backslash, which archives read as a folder's end");
     }
@@ -101,21 +102,11 @@ Outcome checkNewName(const std::string &path) {
 
 } // namespace
 
-EntryPaths entryPaths(const Directory &directory) {
-    const auto &entries = directory.entries();
-    EntryPaths paths;
-    paths.reserve(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        paths[directory.path(entries[i])] = i;
-    }
-    return paths;
-}
-
-Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &scan,
+Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
                   const EntryPaths &entries, const std::function<void()> &idle,
                   std::vector<Task> &tasks) {
     Matcher matcher(entries, options, scan, idle);
-    std::unordered_set<std::string> seen;
+    std::unordered_set<std::string_view> seen;
     tasks.reserve(scan.files.size());
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
@@ -147,7 +138,7 @@ Outcome planTasks(const PackOptions &options, Selection &selection, const Scan &
         Task task;
         task.file = i;
         task.folder = true;
-        task.path = scan.folders[i].path + '/';
+        task.path = scan.folderPaths.emplace_back(scan.folders[i].path + '/');
         if (matcher.entryFor(task.path) != kNoEntry) {
             continue;
         }

@@ -18,7 +18,7 @@ constexpr std::uint64_t kBudget = 80U << 20U;
 constexpr std::uint64_t kOverhead = 4096;
 constexpr std::uint32_t kDosFolder = 0x10;
 
-bool isAscii(const std::string &text) {
+bool isAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
@@ -143,9 +143,9 @@ Outcome Rewrite::writeEntry(Job &job, const std::optional<std::string> &password
         !written.ok()) {
         return written;
     }
-    m_report.say((task.entry == kNoEntry ? "adding: " : "updating: ") + task.path +
+    m_report.say((task.entry == kNoEntry ? "adding: " : "updating: ") + std::string(task.path) +
                  outcomeText(task));
-    if (!m_report.done(task.path)) {
+    if (!m_report.done(std::string(task.path))) {
         return {Code::Cancelled,
                 m_target.path() + ": saving was stopped; the archive is as it was"};
     }

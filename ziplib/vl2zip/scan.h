@@ -3,6 +3,7 @@
 #include "platform/storage.h"
 #include "ziplib/vl2zip/outcome.h"
 
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,7 @@ struct Scan {
     std::vector<FoundFile> folders;       // sorted by path
     std::vector<std::string> leftOut;     // what cannot be packed, a line for each
     std::vector<std::string> temporaries; // what a killed extraction left
+    std::deque<std::string> folderPaths;  // of folders that get entries, with "/" behind them
 };
 
 // Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files

@@ -5,7 +5,7 @@
 #include "ziplib/vl2zip/pack.h"
 
 #include <cstddef>
-#include <string>
+#include <string_view>
 
 namespace ziplib {
 
@@ -25,7 +25,7 @@ struct Task {
 
     std::size_t file = 0;         // in the scan; a folder where `folder`
     std::size_t entry = kNoEntry; // in the old directory
-    std::string path;             // the path that it has in the archive
+    std::string_view path;        // the path that it has in the archive; kept by the scan
     bool folder = false;          // an entry for a folder
     bool timeTells = false;       // the file has its entry's time
     bool examined = false;        // whether its verdict is found

@@ -73,14 +73,14 @@ Outcome Update::look() {
     if (auto opened = m_target.open(idle); !opened.ok()) {
         return opened;
     }
-    EntryPaths paths;
+    EntryPaths paths(m_directory);
     Outcome archive;
     Outcome folder;
     runInBackground(
         {[&] {
              archive = readDirectory(m_target, m_directory);
              if (archive.ok()) {
-                 paths = entryPaths(m_directory);
+                 paths.fill();
              }
          },
          [&] { folder = scanFolder(m_options.root, m_selection.needsFolders(), m_scan); }},
@@ -107,12 +107,14 @@ void Update::tell(const Task &task) {
         m_report.detail("hidden, left out: ", task.path);
         break;
     case Task::Verdict::HiddenChanged:
-        m_report.warn(task.path + ": is hidden and was left out; the archive keeps the version "
-                                  "that it has");
+        m_report.warn(std::string(task.path) +
+                      ": is hidden and was left out; the archive keeps the version "
+                      "that it has");
         break;
     case Task::Verdict::CutOff:
-        m_report.warn(task.path + ": the file is cut off, as after a power cut; the archive keeps "
-                                  "it whole");
+        m_report.warn(std::string(task.path) +
+                      ": the file is cut off, as after a power cut; the archive keeps "
+                      "it whole");
         break;
     }
 }
@@ -124,7 +126,7 @@ Outcome Update::take(Task &task) {
         return task.outcome;
     }
     const bool done = task.verdict != Task::Verdict::Pack && task.verdict != Task::Verdict::Archive;
-    return !done || m_report.done(task.path) ? Outcome() : cancelled(m_options);
+    return !done || m_report.done(std::string(task.path)) ? Outcome() : cancelled(m_options);
 }
 
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
@@ -138,7 +140,7 @@ Outcome Update::checkFolder(bool &again) {
 
 Outcome Update::writeNew(const std::vector<Task *> &tasks) {
     if (m_options.encrypt && !m_password) {
-        m_password = m_report.password(tasks.front()->path);
+        m_password = m_report.password(std::string(tasks.front()->path));
         if (!m_password) {
             return {Code::NoPassword,
                     m_options.archive + ": no password was given; the archive is as it was"};
