@@ -4,10 +4,10 @@
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QString>
+#include <QStringList>
 
 #include <cstdio>
 #include <optional>
-#include <vector>
 
 // Shows and sets what the settings store holds, to register a game folder or to see what is set.
 
@@ -106,19 +106,23 @@ int queryKey(const QString &key) {
 }
 
 int add(const QString &key, const QString &name, const QString &text) {
-    RegSetString(kHkeyLocalMachine, key, name, text);
-    if (readValue(key, name) == text)
-        return kDone;
+    const QString stored = platform::narrowPath(text);
+    // A text that would be stored as another one is worse than none.
+    if (platform::fromNarrow(platform::toNarrow(stored)) == stored) {
+        RegSetString(kHkeyLocalMachine, key, name, stored);
+        if (readValue(key, name) == stored)
+            return kDone;
+    }
     std::fprintf(stderr, "orvel-reg: the value \"%s\" in \"%s\" could not be stored\n",
                  platform::toNarrow(name).constData(), platform::toNarrow(key).constData());
     return kFailed;
 }
 
-int run(const std::vector<QString> &arguments) {
-    if (arguments.empty())
+int run(const QStringList &arguments) {
+    if (arguments.isEmpty())
         return misused("what is to be done?");
     const QString &verb = arguments[0];
-    const std::size_t count = arguments.size();
+    const qsizetype count = arguments.size();
     if (verb == u"--help" && count == 1) {
         std::fputs(kUsage, stdout);
         return kDone;
@@ -139,15 +143,10 @@ int run(const std::vector<QString> &arguments) {
 } // namespace
 
 int main(int argc, char **argv) {
-    std::vector<QString> arguments;
-    for (int i = 1; i < argc; ++i) {
-        const QByteArray narrow(argv[i]);
-        arguments.push_back(platform::fromNarrow(narrow));
-        // A text that would be stored as another one is worse than none.
-        if (platform::toNarrow(arguments.back()) != narrow)
-            return misused("an argument is no text in the system's encoding");
-    }
-    const int result = run(arguments);
+    const std::optional<QStringList> arguments = platform::argumentsOf(argc, argv);
+    if (!arguments)
+        return misused("an argument is no text in the system's encoding");
+    const int result = run(*arguments);
     if (std::fflush(stdout) == 0)
         return result;
     std::perror("orvel-reg");

@@ -14,4 +14,14 @@ QString narrowPath(const QString &path) {
     return path;
 }
 
+std::optional<QStringList> argumentsOf(int argc, char **argv) {
+    QStringList texts;
+    for (int i = 1; i < argc; ++i) {
+        texts.append(fromNarrow(argv[i]));
+        if (toNarrow(texts.back()) != argv[i])
+            return std::nullopt;
+    }
+    return texts;
+}
+
 } // namespace platform

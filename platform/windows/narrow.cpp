@@ -2,6 +2,8 @@
 
 #include "platform/windows/system.h"
 
+#include <shellapi.h>
+
 namespace platform {
 
 namespace {
@@ -54,6 +56,19 @@ QString narrowPath(const QString &path) {
     else if (other.startsWith(QStringLiteral("\\\\?\\")))
         other.remove(0, 4);
     return fitsCodePage(other) ? other : path;
+}
+
+// `argv` has lost what the code page lacks.
+std::optional<QStringList> argumentsOf(int, char **) {
+    int count = 0;
+    wchar_t **const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (words == nullptr)
+        return std::nullopt;
+    QStringList texts;
+    for (int i = 1; i < count; ++i)
+        texts.append(QString::fromWCharArray(words[i]));
+    LocalFree(static_cast<HLOCAL>(words));
+    return texts;
 }
 
 } // namespace platform

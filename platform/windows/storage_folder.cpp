@@ -113,7 +113,7 @@ Status Folder::open(const std::string &path) {
 
 Status Folder::open(const Place &place) {
     close();
-    const std::string path = place.path();
+    const std::string path = shownPath(place);
     m_path = path;
     const std::wstring whole = longPath(place);
     Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,

@@ -92,7 +92,7 @@ Status InputFile::open(const std::string &path) {
 
 Status InputFile::open(const Place &place, FileInfo &info) {
     close();
-    const std::string path = place.path();
+    const std::string path = shownPath(place);
     m_path = path;
     const std::wstring whole = longPath(place);
     const DWORD kind = GetFileAttributesW(whole.c_str());

@@ -143,6 +143,12 @@ std::wstring longPath(const Place &place) {
     return whole + below;
 }
 
+std::string shownPath(const Place &place) {
+    std::string path = place.path();
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
+}
+
 Status errorStatus(DWORD error, const char *what, const std::string &path) {
     return {failureOf(error), std::string(what) + " " + path + ": " + wordsFor(error), path};
 }

@@ -66,6 +66,8 @@ std::string narrowFromWide(std::wstring_view text, bool *lossy = nullptr);
 // The whole path behind the system's long form ("\\?\"), which has no limit of 260 characters.
 std::wstring longPath(const std::string &narrow);
 std::wstring longPath(const Place &place);
+// The whole path for messages, narrow, all separators alike.
+std::string shownPath(const Place &place);
 
 // The status for an error of the system: "<what> <path>: <the system's words>".
 Status errorStatus(DWORD error, const char *what, const std::string &path);
