@@ -29,8 +29,10 @@ class Screen:
     def __enter__(self):
         self.pictures.mkdir(parents=True, exist_ok=True)
         readable, writable = os.pipe()
-        server = ["Xvfb", "-displayfd", str(writable), "-screen", "0", f"{self.size}x24"]
-        self._start([*server, "-nolisten", "tcp"], pass_fds=[writable])
+        # The server starts over when its last client leaves, unless told not to: the first question
+        # whether there is a manager would throw out a manager that connects at that moment.
+        server = ["Xvfb", "-noreset", "-nolisten", "tcp", "-displayfd", str(writable)]
+        self._start([*server, "-screen", "0", f"{self.size}x24"], pass_fds=[writable])
         os.close(writable)
         with os.fdopen(readable) as answer:
             if not select.select([answer], [], [], 30)[0] or not (number := answer.readline()):
