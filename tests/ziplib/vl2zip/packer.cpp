@@ -26,6 +26,7 @@ void heard() {
     const auto now = Clock::now();
     const auto gap = std::chrono::duration_cast<std::chrono::milliseconds>(now - current->last);
     current->result.longestGap = std::max<std::int64_t>(current->result.longestGap, gap.count());
+    current->result.took += gap.count();
     current->last = now;
 }
 

@@ -29,6 +29,7 @@ struct Result {
     std::vector<std::string> messages;
     std::vector<std::string> files; // as given to the service callback
     std::int64_t longestGap = 0;    // milliseconds between two callbacks
+    std::int64_t took = 0;          // milliseconds
     int passwordsAsked = 0;
 
     std::string last() const { return messages.empty() ? "" : messages.back(); }
