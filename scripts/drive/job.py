@@ -122,6 +122,13 @@ class Job:
         self.screen.type(name)
         self.screen.settle()
 
+    def select_first_in(self, folder):
+        """Opens a folder and goes to the first file in it. A name with letters that are on no key
+        takes long to type, and on a busy machine the tree takes a late letter for a new name."""
+        self.select(folder)
+        self.screen.key("Right", "Down")
+        self.screen.settle()
+
     def edit(self, shown, path, keys, name):
         """Opens the selected file in its editor and waits until that has changed it."""
         self.picture(name, self.window)

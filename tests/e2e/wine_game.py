@@ -158,7 +158,11 @@ def edit_under_wine(screen, job, archive):
         (PICTURE, "\\\\?\\unix", "", {}),
     ):
         prefix.use_drive(drive, root, links)
-        job.select(Path(names[name]).name)
+        path = Path(names[name])
+        if path.name.isascii():
+            job.select(path.name)
+        else:
+            job.select_first_in(str(path.parent).replace("/", "\\"))
         edited[name] = job.edit(SHOWN, names[name], ["Return"], "windows-editor")
     job.save(SHOWN, archive)
     job.close()
