@@ -15,16 +15,16 @@ TEST_F(DesktopWithout, AWorkingFileBrowserNothingWaitsOrComplains) {
     qputenv("PATH", "/nonexistent");
     timer.start();
     click("cmdOpenFolder");
-    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_LT(timer.elapsed(), 6000); // half of what the one below takes
     EXPECT_EQ(boxes(), "");
 
     const QString hangs = inRoot("xdg-open");
-    writeFile(hangs, "#!/bin/sh\nsleep 3\n");
+    writeFile(hangs, "#!/bin/sh\nsleep 12\n");
     ASSERT_TRUE(QFile::setPermissions(hangs, QFile::ReadOwner | QFile::ExeOwner));
     qputenv("PATH", QFile::encodeName(game.root()) + ":/usr/bin:/bin");
     timer.start();
     click("cmdOpenFolder");
-    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_LT(timer.elapsed(), 6000);
     EXPECT_TRUE(window->form().isEnabled());
     qputenv("PATH", path);
 }
