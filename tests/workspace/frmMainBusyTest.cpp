@@ -29,11 +29,10 @@ class Pulse : public QObject {
     }
 
     // The longest time between two beats up to now, in per cent of what it may be. Where a busy
-    // machine makes the operation itself slow, that grows with it: work that stalls the window
-    // takes most of its operation's time on any machine.
+    // machine draws the operation out to more than a second, it may be a tenth of that.
     qint64 stall() const {
         const qint64 longest = qMax(m_longest, m_sinceBeat.elapsed());
-        return 100 * longest / qMax(kStall, m_sinceStart.elapsed() / 2);
+        return 100 * longest / qMax(kStall, m_sinceStart.elapsed() / 10);
     }
     int beatsWhileBusy = 0;
     int paints = 0;
