@@ -1,7 +1,8 @@
 """What other tools make of an archive, for the tests of the zip libraries.
 
 judge.py check ARCHIVE [PASSWORD]    every entry is read whole by zipfile, 7-Zip and bsdtar
-judge.py list ARCHIVE                one line an entry: name, size, method, flags, DOS time, attributes
+judge.py list ARCHIVE                one line an entry: name, size, method, flags, DOS time,
+                                     attributes, version, length of the extra fields, internal attributes
 judge.py read ARCHIVE NAME           an entry's bytes
 judge.py kept OLD NEW [NAME...]      all entries but the named ones are byte for byte as they were, and
                                      those that are there still have their comments
@@ -67,9 +68,10 @@ def check(path, password=None):
 def list_entries(path):
     with zipfile.ZipFile(path) as archive:
         for i in archive.infolist():
-            print("%s|%d|%d|%d|%04d-%02d-%02d %02d:%02d:%02d|%d|%d|%d" % (
+            print("%s|%d|%d|%d|%04d-%02d-%02d %02d:%02d:%02d|%d|%d|%d|%d" % (
                 (i.filename, i.file_size, i.compress_type, i.flag_bits) + i.date_time +
-                (i.external_attr, i.create_system * 256 + i.create_version, len(i.extra))))
+                (i.external_attr, i.create_system * 256 + i.create_version, len(i.extra),
+                 i.internal_attr)))
 
 
 def read(path, name, password=""):
@@ -111,6 +113,7 @@ LAST = Entry("sub/last.bin", bytes(range(256)))
 
 RECIPES = {
     "plain": lambda: archive([KEEP, EDIT, LAST]),
+    "text": lambda: archive([KEEP, Entry("edit.txt", b"before", internal=1), LAST]),
     "prefix": lambda: archive([KEEP, EDIT, LAST], b"c" * 65535, FRONT),
     "descriptor": lambda: archive(
         [Entry("streamed.txt", TEXT, 8, descriptor="signed"), EDIT, KEEP, LAST]),

@@ -14,6 +14,7 @@ constexpr std::uint16_t flagEncrypted = 0x0001;
 constexpr std::uint16_t flagDescriptor = 0x0008;
 constexpr std::uint16_t flagStrongEncryption = 0x0040;
 constexpr std::uint16_t flagUtf8 = 0x0800;
+constexpr std::uint16_t internalText = 0x0001;
 
 // One entry as the directory tells it. What is of varying length stays in the directory's buffer.
 struct Entry {
@@ -34,6 +35,7 @@ struct Entry {
     std::uint16_t commentLength = 0;
 
     bool isEncrypted() const { return (flags & flagEncrypted) != 0; }
+    bool isMarkedText() const { return (internalAttributes & internalText) != 0; }
 };
 
 // The directory of an archive: read in one go, kept as it is stored, described by compact entries.

@@ -30,7 +30,7 @@ Status ExtractTask::perform(Scratch &scratch) const {
                                   directory.modified(entry),
                                   directory.attributes(entry),
                                   convertLineEnds,
-                                  (entry.internalAttributes & 1) != 0};
+                                  entry.isMarkedText()};
     FileSink sink(target, scratch.converted);
     Status result = readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, sink);
     return result.ok() ? sink.finish() : result;

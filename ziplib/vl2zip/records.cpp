@@ -1,6 +1,7 @@
 #include "ziplib/vl2zip/records.h"
 
 #include "ziplib/container/bytes.h"
+#include "ziplib/container/directory.h"
 
 #include <algorithm>
 
@@ -123,7 +124,7 @@ void appendCentral(std::string &out, const WrittenEntry &entry) {
     add16(out, static_cast<std::uint16_t>(extra.empty() ? 0 : extra.size() + 4));
     add16(out, static_cast<std::uint16_t>(entry.comment.size()));
     add16(out, 0); // disk
-    add16(out, 0); // internal attributes
+    add16(out, entry.text ? internalText : 0);
     add32(out, entry.attributes);
     add32(out, narrow(entry.offset));
     out += entry.name;

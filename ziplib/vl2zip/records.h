@@ -26,6 +26,7 @@ struct WrittenEntry {
     std::uint32_t crc = 0;
     std::uint64_t packed = 0; // bytes in the archive, the encryption header with them
     std::uint64_t size = 0;   // bytes of the file
+    bool text = false;        // is marked as a text
     std::uint32_t attributes = 0;
     std::uint64_t offset = 0; // of its local header, from the archive's base
     bool wide = false;        // its local header holds 64-bit sizes

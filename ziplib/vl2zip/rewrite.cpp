@@ -110,7 +110,15 @@ void Rewrite::packOne(Job &job, const std::optional<std::string> &password) cons
     task.outcome = packWhole(file, password, task.packing, task.data);
     if (task.outcome.ok()) {
         found.info = task.packing.version;
+        task.outcome = judgeText(file, task);
     }
+}
+
+// Extractors that convert line ends go by the mark, so a file that is no longer a text must not
+// keep it. No entry gains the mark: an unmarked text is extracted as it is.
+Outcome Rewrite::judgeText(SourceFile &file, Task &task) const {
+    const bool marked = task.entry != kNoEntry && m_directory.entries()[task.entry].isMarkedText();
+    return marked ? file.judgeText(task.text) : Outcome();
 }
 
 Outcome Rewrite::writeJobs(const std::optional<std::string> &password) {
@@ -182,6 +190,9 @@ Outcome Rewrite::writeStreamed(Job &job, const std::optional<std::string> &passw
         return packed;
     }
     found.info = task.packing.version;
+    if (auto judged = judgeText(file, task); !judged.ok()) {
+        return judged;
+    }
     const bool wide = job.written.wide;
     const std::uint64_t offset = job.written.offset;
     job.written = describe(task, password.has_value());
@@ -195,7 +206,8 @@ Outcome Rewrite::writeStreamed(Job &job, const std::optional<std::string> &passw
     return m_output->patch(start, header);
 }
 
-// What the entry's records say. A replaced entry keeps its stored name and its comment.
+// What the entry's records say. A replaced entry keeps its stored name, its comment and, where the
+// file is still a text, its mark as one.
 WrittenEntry Rewrite::describe(const Task &task, bool encrypted) const {
     WrittenEntry written;
     if (task.entry != kNoEntry) {
@@ -215,6 +227,7 @@ WrittenEntry Rewrite::describe(const Task &task, bool encrypted) const {
     const std::uint32_t fields = toDosFields(modified);
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
     written.dosTime = static_cast<std::uint16_t>(fields);
+    written.text = task.text;
     written.attributes = task.folder ? kDosFolder : task.attributes;
     written.method = task.packing.method;
     written.crc = task.packing.crc;

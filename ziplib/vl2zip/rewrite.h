@@ -50,6 +50,7 @@ class Rewrite {
     Outcome writeDirectory();
     WrittenEntry describe(const Task &task, bool encrypted) const;
     void packOne(Job &job, const std::optional<std::string> &password) const;
+    Outcome judgeText(SourceFile &file, Task &task) const;
 
     const PackOptions &m_options;
     Target &m_target;

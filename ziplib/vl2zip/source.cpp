@@ -56,15 +56,24 @@ Outcome SourceFile::open() {
         rewind();
         return {};
     }
+    bool text = false;
+    if (auto judged = judgeText(text); !judged.ok()) {
+        return judged;
+    }
+    if (text) {
+        m_lineEnds = m_wanted;
+    }
+    rewind();
+    return {};
+}
+
+Outcome SourceFile::judgeText(bool &text) {
     m_raw.resize(kTextSample);
     std::size_t got = 0;
     if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok()) {
         return failure(read, Code::CannotOpen);
     }
-    if (looksLikeText(m_raw.data(), got)) {
-        m_lineEnds = m_wanted;
-    }
-    rewind();
+    text = looksLikeText(m_raw.data(), got);
     return {};
 }
 

@@ -32,6 +32,8 @@ class SourceFile {
     bool settled() const;
     // DOS attributes.
     std::uint8_t attributes() const;
+    // Whether the file as it is stored reads as text. To be asked while it is open.
+    Outcome judgeText(bool &text);
 
   private:
     bool converts() const { return m_lineEnds != LineEnds::Keep; }

@@ -31,6 +31,7 @@ struct Task {
     bool examined = false;        // whether its verdict is found
     Verdict verdict = Verdict::Pack;
     std::uint8_t attributes = 0; // DOS attributes
+    bool text = false;           // its entry is marked as a text, and it still is one
     Packing packing;
     Bytes data; // until it is written
     Outcome outcome;

@@ -103,6 +103,26 @@ TEST_F(Pack, AReplacedEntryStaysInItsPlaceAndAllOthersAsTheyWere) {
     }
 }
 
+TEST_F(Pack, AReplacedEntryIsMarkedAsTextWhereItWasAndStillIsOne) {
+    const struct {
+        const char *recipe;
+        std::string content;
+        char mark;
+    } rows[] = {{"text", "after", '1'},
+                {"text", std::string("\0after", 6), '0'},
+                {"text", std::string(17U << 20U, 't'), '1'}, // streams
+                {"text", std::string(17U << 20U, '\0'), '0'},
+                {"plain", "after", '0'}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(&row - rows);
+        make(row.recipe);
+        writeFile(work / "edit.txt", row.content);
+        ASSERT_EQ(run(call()).code, 0);
+        EXPECT_EQ(content(archive, "edit.txt"), row.content);
+        EXPECT_EQ(entries(archive)[1].back(), row.mark) << entries(archive)[1];
+    }
+}
+
 TEST_F(Pack, WhatStandsBeforeAnArchiveWithoutEntriesStays) {
     make("empty prefix");
     const auto start = readFile(archive).substr(0, fs::file_size(archive) - 22);
