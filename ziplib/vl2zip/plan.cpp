@@ -78,26 +78,66 @@ std::size_t Matcher::entryFor(std::string_view path) {
     return only ? found->second.entry : kNoEntry;
 }
 
-Outcome refuse(std::string_view path, const std::string &reason) {
-    return {Code::CannotOpen, std::string(path) + ": cannot be packed under this name: " + reason};
-}
-
-// A name that is new in the archive must be one that comes out again as it went in.
-Outcome checkNewName(std::string_view path) {
+// Why a name cannot be new in the archive, from which it must come out again as it went in; ""
+// where it can.
+std::string reasonAgainst(std::string_view path) {
     if (path.find('\\') != std::string::npos) {
-        return refuse(path, "it holds a backslash, which archives read as a folder's end");
+        return "it holds a backslash, which archives read as a folder's end";
     }
     if (!isUtf8(path)) {
-        return refuse(path, "it is not valid text");
+        return "it is not valid text";
     }
     if (const char *reason = unsafeReason(path)) {
-        return refuse(path, reason);
+        return reason;
     }
     if (path.size() > kLongestName) {
-        return refuse(path, "it is longer than the " + std::to_string(kLongestName) +
-                                " bytes that the game can read");
+        return "it is longer than the " + std::to_string(kLongestName) +
+               " bytes that the game can read";
     }
     return {};
+}
+
+std::string refusal(std::string_view path, const std::string &reason) {
+    return std::string(path) + ": cannot be packed under this name: " + reason;
+}
+
+// True where the new name can be packed; else it is told among what is left out.
+bool takesNewName(std::string_view path, Scan &scan) {
+    const std::string reason = reasonAgainst(path);
+    if (!reason.empty()) {
+        scan.leftOut.push_back(refusal(path, reason));
+    }
+    return reason.empty();
+}
+
+// Adds the tasks of the folders that are meant or hold a file that has a task.
+void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector<Task> &tasks) {
+    std::unordered_set<std::string_view> holding{std::string_view()};
+    for (const auto &task : tasks) {
+        std::string_view folder = folderOf(task.path);
+        while (holding.insert(folder).second) {
+            folder = folderOf(folder);
+        }
+    }
+    for (std::size_t i = 0; i < scan.folders.size(); ++i) {
+        const std::string &path = scan.folders[i].path;
+        // Asked in any case, since a pattern that means a folder has meant something.
+        const bool wanted = selection.wantsFolder(path);
+        if (!wanted && holding.find(path) == holding.end()) {
+            continue;
+        }
+        Task task;
+        task.file = i;
+        task.folder = true;
+        task.path = scan.folderPaths.emplace_back(path + '/');
+        task.entry = matcher.entryFor(task.path);
+        if (task.entry != kNoEntry) {
+            task.verdict = Task::Verdict::Same;
+        } else if (!takesNewName(task.path, scan)) {
+            continue;
+        }
+        tasks.push_back(std::move(task));
+    }
 }
 
 } // namespace
@@ -119,33 +159,16 @@ Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
         task.path = storedPath(options, file);
         task.entry = matcher.entryFor(task.path);
         if (options.junkFolders && !seen.insert(task.path).second) {
-            return refuse(file.path, "without its folder another file has the same name");
+            return {Code::CannotOpen,
+                    refusal(file.path, "without its folder another file has the same name")};
         }
-        if (task.entry == kNoEntry) {
-            if (!options.addNew) {
-                continue;
-            }
-            if (auto checked = checkNewName(task.path); !checked.ok()) {
-                return checked;
-            }
-        }
-        tasks.push_back(std::move(task));
-    }
-    if (!options.folderEntries || options.junkFolders || !options.addNew) {
-        return {};
-    }
-    for (std::size_t i = 0; i < scan.folders.size(); ++i) {
-        Task task;
-        task.file = i;
-        task.folder = true;
-        task.path = scan.folderPaths.emplace_back(scan.folders[i].path + '/');
-        if (matcher.entryFor(task.path) != kNoEntry) {
+        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan))) {
             continue;
         }
-        if (auto checked = checkNewName(task.path); !checked.ok()) {
-            return checked;
-        }
         tasks.push_back(std::move(task));
+    }
+    if (options.folderEntries && !options.junkFolders && options.addNew) {
+        planFolders(selection, scan, matcher, tasks);
     }
     return {};
 }

@@ -19,6 +19,8 @@ class Selection {
 
     // True where a file of the folder, given by its path below the root, is meant.
     bool wantsFile(std::string_view path);
+    // True where folders are searched and the folder itself is meant, as a file of its name is.
+    bool wantsFolder(std::string_view path) { return m_recurse && wantsFile(path); }
     // True where an entry is to be deleted: patterns are matched against its whole path, and also
     // against its name where folders are searched.
     bool wantsEntry(std::string_view path);

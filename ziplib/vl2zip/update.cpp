@@ -50,9 +50,7 @@ class Update {
     Outcome write(Verdicts &verdicts, std::vector<Task *> &tasks);
     Outcome writeNew(const std::vector<Task *> &tasks);
     Outcome checkFolder(bool &again);
-    Outcome noFile() const {
-        return {Code::NothingMatched, m_options.archive + ": no file to add"};
-    }
+    Outcome noFile() const;
     void removeTemporaries();
 
     const PackOptions &m_options;
@@ -183,6 +181,16 @@ void Update::removeTemporaries() {
             folder.removeStaleTemporaries();
         }
     }
+}
+
+// The outcome where none of the files that are meant can be in the archive. Names one that was left
+// out, if there is any.
+Outcome Update::noFile() const {
+    std::string text = m_options.archive + ": no file to add";
+    if (!m_scan.leftOut.empty()) {
+        text += "; " + m_scan.leftOut.front();
+    }
+    return {Code::NothingMatched, std::move(text)};
 }
 
 Outcome Update::run(bool &again) {

@@ -75,17 +75,39 @@ TEST_F(PackOptions, FolderNamesCanBeDroppedUnlessTwoFilesThenHaveOneName) {
     EXPECT_EQ(readFile(archive), before);
 }
 
+// Those that a pattern names, and those of the files that are packed.
 TEST_F(PackOptions, FoldersGetEntriesOnceWhereThatIsAskedFor) {
+    struct Row {
+        Names patterns;
+        int recurse;
+        Names expected;
+    };
+    const Row rows[] = {
+        {{"*"}, 2, {"b.cs", "sub/deep/a.txt", "other/", "sub/", "sub/deep/", "void/"}},
+        {{"*.txt"}, 2, {"sub/deep/a.txt", "sub/", "sub/deep/"}},
+        {{"*.cs"}, 2, {"b.cs"}},
+        {{"void"}, 2, {"void/"}},
+        {{"*", "sub/deep/*"}, 0, {"b.cs", "sub/deep/a.txt", "sub/", "sub/deep/"}},
+    };
+    writeFile(work / "b.cs", "b");
     writeFile(work / "sub/deep/a.txt", "a");
     fs::create_directories(work / "void");
-    auto pack = call();
-    pack.options.fNoDirEntries = 0;
-    ASSERT_EQ(run(pack).code, 0);
-    EXPECT_EQ(names(archive), (Names{"sub/deep/a.txt", "sub/", "sub/deep/", "void/"}));
-    EXPECT_TRUE(judge({"check", archive}));
-    const auto before = readFile(archive);
-    EXPECT_EQ(run(pack).code, 0);
-    EXPECT_EQ(readFile(archive), before);
+    fs::create_directories(work / "other");
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.patterns));
+        fs::remove(archive);
+        auto pack = call();
+        pack.patterns = row.patterns;
+        pack.options.fRecurse = row.recurse;
+        pack.options.fNoDirEntries = 0;
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, 0) << result.all();
+        EXPECT_EQ(names(archive), row.expected);
+        EXPECT_TRUE(judge({"check", archive}));
+        const auto before = readFile(archive);
+        EXPECT_EQ(run(pack).code, 0);
+        EXPECT_EQ(readFile(archive), before);
+    }
 }
 
 TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {

@@ -86,13 +86,22 @@ TEST_F(PackFaults, TwoThatSaveAtOnceLoseNothingOfEachOther) {
     EXPECT_TRUE(temporaries(folder.path()).empty());
 }
 
-TEST_F(PackFaults, NamesThatTheGameOrOtherReadersCannotTakeAreRefused) {
-    const std::string names[] = {
-        std::string(210, 'n'), "back\\slash", "co:lon", "aux.txt", "dot.", "\xff\xfe"};
-    for (const auto &name : names) {
+TEST_F(PackFaults, NewFilesWhoseNamesTheGameOrOtherReadersCannotTakeAreLeftOutAndTold) {
+    const std::string refused[] = {
+        std::string(210, 'n'), "back\\slash", "a.png:Zone.Identifier", "aux.txt", "dot.", "\xff"};
+    for (const auto &name : refused) {
         SCOPED_TRACE(name);
+        writeFile(work / "a.txt", name);
         writeFile(work / name, "x");
-        expectRefused(run(call()), {18}, name);
+        const auto result = run(call());
+        EXPECT_EQ(result.code, 1) << result.all();
+        EXPECT_NE(result.last().find(name), std::string::npos) << result.all();
+        EXPECT_EQ(names(archive), (std::vector<std::string>{"a.txt"}));
+        EXPECT_EQ(content(archive, "a.txt"), name);
+        before = readFile(archive);
+        auto alone = call();
+        alone.patterns = {name == "back\\slash" ? "back?slash" : name};
+        expectRefused(run(alone), {11}, name);
         fs::remove(work / name);
     }
     writeFile(work / std::string(209, 'n'), "x");
