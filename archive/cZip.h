@@ -44,6 +44,7 @@ class cZip {
     void setEncrypt(bool bState);
     bool IncludeSystemAndHiddenFiles() const;
     void setIncludeSystemAndHiddenFiles(bool bState);
+    // Without effect: the library stores no volume label.
     bool StoreVolumeLabel() const;
     void setStoreVolumeLabel(bool bState);
     bool StoreDirectories() const;
@@ -72,6 +73,7 @@ class cZip {
     // A string; indexes run from 1 to FileSpecCount, any other raises 9.
     QVariant FileSpec(std::int32_t nIndex) const;
 
+    // Without effect: an archive that exists is always added to.
     bool AllowAppend() const;
     void setAllowAppend(bool bState);
 

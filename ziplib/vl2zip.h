@@ -43,7 +43,7 @@ typedef struct ZPOPT {
     int32_t fSuffix;        /* not used */
     int32_t fEncrypt;       /* encrypt what is added, with the password callback's password */
     int32_t fSystem;        /* take hidden and system files too */
-    int32_t fVolume;        /* store the volume label */
+    int32_t fVolume;        /* not used: no volume label is stored */
     int32_t fExtra;         /* not used */
     int32_t fNoDirEntries;  /* add no entries for folders */
     int32_t fExcludeDate;   /* not used */
@@ -53,7 +53,7 @@ typedef struct ZPOPT {
     int32_t fCRLF_LF;       /* CR LF becomes LF in text files */
     int32_t fLF_CRLF;       /* LF becomes CR LF in text files */
     int32_t fJunkDir;       /* store file names without their folders */
-    int32_t fGrow;          /* allow appending to an archive that exists */
+    int32_t fGrow;          /* not used: an archive that exists is always added to */
     int32_t fForce;         /* not used */
     int32_t fMove;          /* not used */
     int32_t fDeleteEntries; /* delete the matching entries */
@@ -86,13 +86,17 @@ VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
  * others, or deletes the matching entries (with the last one gone an empty archive stays). The
  * archive under its name is at every instant the old one or the new one, whole. Where every file is
- * in the archive already it is not written, and the result is 0. Of a failure the last message
- * tells file and reason. Returns
+ * in the archive already it is not written, and the result is 0. Each file that is left out is
+ * named by a message, and the result is 1, but for new files that are hidden while fSystem is 0.
+ * Where folders get entries, these are the folders that match and those of the files that match. Of
+ * a failure the last message tells file and reason. Returns
  *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
  *   archive, 11 nothing matched, 12 nothing to do, 14 cannot write, 15 cannot create, 18 cannot
  *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password.
- * 12 is for updates by time that find nothing newer. On any code but 0 and 1 the archive is as it
- * was, but for one: 14 with a message that the archive is saved and its folder cannot be synced. */
+ * 11 is also for new files that match and are all left out. 12 is for updates by time where every
+ * file that has an entry is the same as that; one that differs and is not newer is left out. On any
+ * code but 0 and 1 the archive is as it was, but for one: 14 with a message that the archive is
+ * saved and its folder cannot be synced. */
 VL2ZIP_API int32_t ZpArchive(ZCL C);
 
 #ifdef __cplusplus

@@ -26,14 +26,9 @@ bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modif
     return stored == modified || (stored % kSecond == 0 && stored / kSecond == modified / kSecond);
 }
 
-void judgeTimes(const PackOptions &options, const Directory &directory, std::int64_t modified,
-                Task &task) {
-    const Entry &entry = directory.entries()[task.entry];
-    task.timeTells = sameTime(directory, entry, modified);
+bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modified) {
     const std::uint32_t fields = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
-    if (options.newerOnly && (task.timeTells || toDosFields(modified) <= fields)) {
-        task.verdict = Task::Verdict::NotNewer;
-    }
+    return !sameTime(directory, entry, modified) && toDosFields(modified) > fields;
 }
 
 // Reads the file once; `same` tells whether its size and CRC are the entry's.
@@ -123,6 +118,22 @@ Outcome compare(const Examination &examination, SourceFile &file, const Task &ta
     return compareBytes(file, reader, same);
 }
 
+// Whether the options leave a file out that is not in the archive as it is.
+Task::Verdict judgeOptions(const Examination &examination, const SourceFile &file, Task &task) {
+    const PackOptions &options = examination.options;
+    const bool held = task.entry != kNoEntry;
+    if (options.newerOnly && held &&
+        !isNewer(examination.directory, examination.directory.entries()[task.entry],
+                 file.version().modified)) {
+        return Task::Verdict::NotNewer;
+    }
+    task.attributes = file.attributes();
+    if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo) {
+        return held ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
+    }
+    return Task::Verdict::Pack;
+}
+
 } // namespace
 
 LineEnds lineEndsOf(const PackOptions &options) {
@@ -148,36 +159,36 @@ void examine(const Examination &examination, FoundFile &found, Task &task) {
     }
     found.info = file.version();
     found.known = true;
-    task.verdict = Task::Verdict::Pack;
     if (examination.archiveInfo != nullptr && sameFile(found.info, *examination.archiveInfo)) {
         task.verdict = Task::Verdict::Archive;
-    } else if (task.entry != kNoEntry) {
-        judgeTimes(options, examination.directory, found.info.modified, task);
+        return;
     }
-    // Who asks for encryption wants it for this file, too, whatever its entry holds.
-    const bool comparable = task.entry != kNoEntry && !options.encrypt;
     bool same = false;
-    if (task.verdict == Task::Verdict::Pack && comparable) {
+    if (task.entry != kNoEntry) {
+        const Entry &entry = examination.directory.entries()[task.entry];
+        task.timeTells = sameTime(examination.directory, entry, found.info.modified);
+        bool cutOff = false;
         task.outcome = compare(examination, file, task, same);
         if (task.outcome.ok() && !same) {
-            bool cutOff = false;
-            const Entry &entry = examination.directory.entries()[task.entry];
             task.outcome = looksCutOff(examination, file, entry, cutOff);
-            task.verdict = cutOff ? Task::Verdict::CutOff : task.verdict;
+        }
+        if (!task.outcome.ok()) {
+            return;
+        }
+        if (cutOff) {
+            task.verdict = Task::Verdict::CutOff;
+            return;
         }
     }
-    if (!task.outcome.ok()) {
-        return;
-    }
-    if (task.verdict != Task::Verdict::Pack) {
-        return;
-    }
-    // What the archive holds already stays there, hidden or not.
-    task.attributes = same ? 0 : file.attributes();
-    if (same) {
+    // Who asks for encryption wants it for each file that may be packed, whatever its entry holds.
+    if (same && !options.encrypt) {
         task.verdict = Task::Verdict::Same;
-    } else if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo) {
-        task.verdict = comparable ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
+        return;
+    }
+    task.verdict = judgeOptions(examination, file, task);
+    // What the archive holds already stays there, hidden or not.
+    if (same && task.verdict != Task::Verdict::Pack) {
+        task.verdict = Task::Verdict::Same;
     }
 }
 

@@ -17,7 +17,7 @@ struct Task {
         Pack,          // its bytes go into the archive
         Same,          // its entry holds these very bytes already
         Archive,       // it is the archive itself
-        NotNewer,      // its entry is to be replaced by newer files only
+        NotNewer,      // its entry holds other bytes and is to be replaced by newer files only
         Hidden,        // a hidden or system file that is new and left out
         HiddenChanged, // the same, and its entry holds other bytes
         CutOff,        // a part of its entry that nobody edited

@@ -51,6 +51,7 @@ class Update {
     Outcome writeNew(const std::vector<Task *> &tasks);
     Outcome checkFolder(bool &again);
     Outcome noFile() const;
+    Outcome finish(const std::vector<Task *> &packed);
     void removeTemporaries();
 
     const PackOptions &m_options;
@@ -99,7 +100,9 @@ void Update::tell(const Task &task) {
         m_report.detail("unchanged: ", task.path);
         break;
     case Task::Verdict::NotNewer:
-        m_report.detail("not newer: ", task.path);
+        m_report.warn(std::string(task.path) +
+                      ": is not newer than its entry and was left out; the archive keeps the "
+                      "version that it has");
         break;
     case Task::Verdict::Hidden:
         m_report.detail("hidden, left out: ", task.path);
@@ -186,11 +189,26 @@ void Update::removeTemporaries() {
 // The outcome where none of the files that are meant can be in the archive. Names one that was left
 // out, if there is any.
 Outcome Update::noFile() const {
+    const auto hidden = std::find_if(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
+        return task.verdict == Task::Verdict::Hidden;
+    });
     std::string text = m_options.archive + ": no file to add";
-    if (!m_scan.leftOut.empty()) {
+    if (hidden != m_tasks.end()) {
+        text += "; " + std::string(hidden->path) + ": is hidden and was left out";
+    } else if (!m_scan.leftOut.empty()) {
         text += "; " + m_scan.leftOut.front();
     }
     return {Code::NothingMatched, std::move(text)};
+}
+
+// Tells how it ended where nothing failed.
+Outcome Update::finish(const std::vector<Task *> &packed) {
+    if (packed.empty() && m_options.newerOnly && !m_report.warned()) {
+        return {Code::NothingToDo,
+                m_options.archive + ": nothing to do, it holds every file as it is"};
+    }
+    m_report.detail(m_options.archive, packed.empty() ? ": already up to date" : ": saved");
+    return {};
 }
 
 Outcome Update::run(bool &again) {
@@ -219,8 +237,9 @@ Outcome Update::run(bool &again) {
         return written;
     }
     // The archive itself may lie in the folder.
-    if (std::all_of(m_tasks.begin(), m_tasks.end(),
-                    [](const Task &task) { return task.verdict == Task::Verdict::Archive; })) {
+    if (std::all_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
+            return task.verdict == Task::Verdict::Archive || task.verdict == Task::Verdict::Hidden;
+        })) {
         return noFile();
     }
     if (m_guessedWrong) {
@@ -240,14 +259,7 @@ Outcome Update::run(bool &again) {
         return done;
     }
     removeTemporaries();
-    const bool same = std::any_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
-        return task.verdict == Task::Verdict::Same;
-    });
-    if (!changes && !same && !m_report.warned()) {
-        return {Code::NothingToDo, m_options.archive + ": no file is newer than its entry"};
-    }
-    m_report.detail(m_options.archive, changes ? ": saved" : ": already up to date");
-    return {};
+    return finish(packed);
 }
 
 } // namespace

@@ -116,17 +116,21 @@ TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
         int update;
         int freshen;
         std::int64_t time; // of the file; its entry has 1000000000
+        const char *edit;  // what the file holds by then; its entry holds "before"
         int code;
         const char *content;
         std::size_t entries;
     };
     const Row rows[] = {
-        {"update, newer", 1, 0, 1000000002, 0, "after", 2},
-        {"update, within the 2 s of an entry's time", 1, 0, 999999999, 0, "before", 2},
-        {"update, older", 1, 0, 999000000, 0, "before", 2},
-        {"freshen, newer", 0, 1, 1000000002, 0, "after", 1},
-        {"freshen, older", 0, 1, 999000000, 12, "before", 1},
-        {"neither, older", 0, 0, 999000000, 0, "after", 2},
+        {"update, newer", 1, 0, 1000000002, "after", 0, "after", 2},
+        {"update, within the 2 s of an entry's time", 1, 0, 999999999, "AFTER!", 1, "before", 2},
+        {"update, older", 1, 0, 999000000, "after", 1, "before", 2},
+        {"update, older and the same", 1, 0, 999000000, "before", 0, "before", 2},
+        {"freshen, newer", 0, 1, 1000000002, "after", 0, "after", 1},
+        {"freshen, older", 0, 1, 999000000, "after", 1, "before", 1},
+        {"freshen, older and the same", 0, 1, 999000000, "before", 12, "before", 1},
+        {"freshen, newer and the same", 0, 1, 1000000002, "before", 12, "before", 1},
+        {"neither, older", 0, 0, 999000000, "after", 0, "after", 2},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.title);
@@ -135,7 +139,7 @@ TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
         writeFile(work / "a.txt", "before");
         setFileTime(work / "a.txt", 1000000000);
         ASSERT_EQ(run(call()).code, 0);
-        writeFile(work / "a.txt", "after");
+        writeFile(work / "a.txt", row.edit);
         setFileTime(work / "a.txt", row.time);
         writeFile(work / "new.txt", "new");
         auto pack = call();
@@ -143,6 +147,7 @@ TEST_F(PackOptions, UpdateAndFreshenGoByTheTimeOfTheFile) {
         pack.options.fFreshen = row.freshen;
         const auto result = run(pack);
         EXPECT_EQ(result.code, row.code) << result.all();
+        EXPECT_EQ(row.code == 1, result.last().find("a.txt: is not newer") != std::string::npos);
         EXPECT_EQ(content(archive, "a.txt"), row.content);
         EXPECT_EQ(names(archive).size(), row.entries);
     }
@@ -204,13 +209,27 @@ TEST_F(PackOptions, HiddenFilesAreLeftOutAndWhatTheArchiveHoldsOfThemStays) {
     EXPECT_EQ(run(call()).code, 0);
     EXPECT_EQ(names(archive), (Names{"a.txt", "held.txt"}));
 
-    writeFile(work / "held.txt", "edited"); // this edit is in the folder alone: say so
-    const auto result = run(call());
-    EXPECT_EQ(result.code, 1);
-    EXPECT_NE(result.last().find("held.txt"), std::string::npos) << result.all();
-    EXPECT_EQ(content(archive, "held.txt"), "held");
-
     auto pack = call();
+    pack.patterns = {"new.txt"};
+    const auto nothing = run(pack);
+    EXPECT_EQ(nothing.code, 11);
+    EXPECT_NE(nothing.last().find("new.txt: is hidden"), std::string::npos) << nothing.all();
+
+    pack = call();
+    pack.patterns = {"held.txt"};
+    pack.password = "secret";
+    for (const int encrypt : {0, 1}) {
+        pack.options.fEncrypt = encrypt;
+        writeFile(work / "held.txt", "held");
+        EXPECT_EQ(run(pack).code, 0);
+        writeFile(work / "held.txt", "edited"); // this edit is in the folder alone: say so
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, 1);
+        EXPECT_NE(result.last().find("held.txt"), std::string::npos) << result.all();
+        EXPECT_EQ(content(archive, "held.txt"), "held");
+    }
+
+    pack = call();
     pack.options.fSystem = 1;
     EXPECT_EQ(run(pack).code, 0);
     EXPECT_EQ(content(archive, "held.txt"), "edited");
