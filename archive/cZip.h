@@ -14,6 +14,9 @@ struct tZipOptions;
 struct ZipResult {
     std::int32_t code = 0; // the library's code; -1 where the call itself failed
     QString message;       // the library's last message text, or ""
+    // Paths in the archive, "/" between folders, of files that were packed for the first time and
+    // plainly are an editor's or the system's leftovers. Empty at message level 1.
+    QStringList leftovers;
 
     // True where every file asked for is in the archive: done (0) or nothing to do (12). Warnings
     // (1) are not: something was skipped, and whoever deletes the sources now loses it.

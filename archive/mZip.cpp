@@ -39,7 +39,7 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
                                   const QStringList &asSpecs, std::int32_t lSpecCount) {
     m_bZipPasswordCancelled = false;
     m_cCurrentZip = &oZip;
-    oZip.m_tLastResult = {-1, {}};
+    oZip.m_tLastResult = {-1, {}, {}};
 
     requireFolder(oZip.BasePath());
 
@@ -82,6 +82,11 @@ std::int32_t mZip::OnZipPrint(char *buffer, std::uint32_t size) noexcept {
     attempt([&] { message = crossing::text(buffer, size); });
     // Kept as the library wrote it: a person is shown the path that the system knows.
     attempt([&] { m_cCurrentZip->m_tLastResult.message = message.trimmed(); });
+    attempt([&] {
+        const QLatin1String leftover(VL2ZIP_LEFTOVER);
+        if (message.startsWith(leftover))
+            m_cCurrentZip->m_tLastResult.leftovers.append(message.mid(leftover.size()));
+    });
     attempt([&] { SlashesToBackslashes(message); });
     attempt([&] { m_cCurrentZip->RaiseProgress(message); });
     return 0;

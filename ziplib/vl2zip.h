@@ -21,6 +21,10 @@ extern "C" {
 /* A message text of `size` bytes. Called with size 0 at least every 50 ms while a call works, so
  * that a program can keep its windows painted. */
 typedef int32_t (*VL2ZIP_PRINT)(char *buffer, uint32_t size);
+/* How a message text begins that names, by its path in the archive, a file that was packed for the
+ * first time and plainly is an editor's or a system's leftover (a backup, a lock, thumbnails ...).
+ * Such texts come once the archive is saved, and not where fewer messages are asked for. */
+#define VL2ZIP_LEFTOVER "leftover: "
 /* Fills `p` (of `n` bytes) with a password and returns 0, or returns non-zero for none. */
 typedef int32_t (*VL2ZIP_PASSWORD)(char *p, int32_t n, char *m, char *name);
 typedef char *(*VL2ZIP_COMMENT)(char *comment);

@@ -130,8 +130,8 @@ TEST_F(cZipTest, TheLastResultTellsWhetherEveryFileIsInTheArchive) {
                            Row{14, false}, Row{50, false}, Row{80, false}}) {
         SCOPED_TRACE(row.code);
         fake.script = [&](const ZIPUSERFUNCTIONS &library) {
-            std::string early = "adding: a";
-            library.print(early.data(), static_cast<std::uint32_t>(early.size()));
+            for (std::string early : {"adding: a", VL2ZIP_LEFTOVER "a/b~"})
+                library.print(early.data(), static_cast<std::uint32_t>(early.size()));
             std::string text = "/game/base/x.vl2: " + std::to_string(row.code) + "\n";
             library.print(text.data(), static_cast<std::uint32_t>(text.size()));
             library.print(text.data(), 0);
@@ -140,12 +140,14 @@ TEST_F(cZipTest, TheLastResultTellsWhetherEveryFileIsInTheArchive) {
         zip.Zip();
         EXPECT_EQ(zip.LastResult().code, row.code);
         EXPECT_EQ(zip.LastResult().ok(), row.fine);
+        EXPECT_EQ(zip.LastResult().leftovers, QStringList("a/b~"));
         EXPECT_EQ(zip.LastResult().message, QString("/game/base/x.vl2: %1").arg(row.code));
     }
     fake.script = nullptr;
     zip.Delete();
     EXPECT_TRUE(zip.LastResult().ok());
     EXPECT_EQ(zip.LastResult().message, QString());
+    EXPECT_EQ(zip.LastResult().leftovers, QStringList());
     zip.setBasePath("/no such folder");
     EXPECT_THROW(zip.Zip(), platform::RuntimeError);
     EXPECT_FALSE(zip.LastResult().ok());

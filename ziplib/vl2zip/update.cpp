@@ -1,5 +1,6 @@
 #include "ziplib/vl2zip/update.h"
 
+#include "ziplib/container/leftovers.h"
 #include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/commit.h"
 #include "ziplib/vl2zip/lookagain.h"
@@ -203,6 +204,11 @@ Outcome Update::noFile() const {
 
 // Tells how it ended where nothing failed.
 Outcome Update::finish(const std::vector<Task *> &packed) {
+    for (const auto *task : packed) {
+        if (task->entry == kNoEntry && !task->folder && isLeftover(task->path)) {
+            m_report.say(VL2ZIP_LEFTOVER + std::string(task->path));
+        }
+    }
     if (packed.empty() && m_options.newerOnly && !m_report.warned()) {
         return {Code::NothingToDo,
                 m_options.archive + ": nothing to do, it holds every file as it is"};

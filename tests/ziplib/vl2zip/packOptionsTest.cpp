@@ -289,6 +289,12 @@ TEST_F(PackOptions, MessagesAreAsManyAsWereAskedFor) {
     EXPECT_EQ(messages(0, 1), Names{});
     EXPECT_EQ(messages(0, 0), (Names{"adding: a.txt (stored 0%)", "adding: b.txt (stored 0%)"}));
     EXPECT_EQ(messages(1, 0).back(), archive.string() + ": saved");
+    // Whoever packs an editor's backup for the first time is told.
+    writeFile(work / "sub/a.txt~", "a");
+    EXPECT_EQ(run(call()).messages,
+              (Names{"adding: sub/a.txt~ (stored 0%)", VL2ZIP_LEFTOVER "sub/a.txt~"}));
+    writeFile(work / "sub/a.txt~", "once more");
+    EXPECT_EQ(run(call()).messages, (Names{"updating: sub/a.txt~ (stored 0%)"}));
 }
 
 TEST_F(PackOptions, WhoDeclinesAPasswordOrStopsAtAFileFindsTheArchiveAsItWas) {
