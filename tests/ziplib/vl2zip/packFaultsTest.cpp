@@ -72,6 +72,14 @@ TEST_F(PackFaults, WhatAPowerCutLeftOfAFileDoesNotReplaceItsEntry) {
         EXPECT_EQ(content(archive, "cut.bin"), row.replaces ? row.left : whole);
         EXPECT_EQ(content(archive, "a.txt"), std::to_string(&row - rows));
     }
+    writeFile(work / "cut.bin", "");
+    setFileTime(work / "cut.bin", kTime);
+    auto encrypted = call();
+    encrypted.patterns = {"cut.bin"};
+    encrypted.options.fEncrypt = 1;
+    encrypted.password = "secret";
+    EXPECT_EQ(run(encrypted).code, 1);
+    EXPECT_TRUE(content(archive, "cut.bin") == whole + '\0');
 }
 
 TEST_F(PackFaults, AMissingFolderOrArchiveNameIsToldAndNothingMade) {
