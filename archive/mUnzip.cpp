@@ -106,22 +106,19 @@ QDateTime mUnzip::EntryDate(std::int32_t yr, std::int32_t mo, std::int32_t dy, s
                             std::int32_t mm) {
     if (yr >= 0 && yr < 100)
         yr += yr < 30 ? 2000 : 1900;
-    constexpr std::int64_t minutesADay = 24 * 60;
-    std::int64_t minutes = std::int64_t{hh} * 60 + mm;
-    std::int64_t days = minutes / minutesADay;
-    minutes %= minutesADay;
-    if (minutes < 0) {
-        minutes += minutesADay;
-        --days;
-    }
     QDate date(yr, mo, dy);
     if (!date.isValid())
         date = QDate(yr, 1, 1).addMonths(mo - 1).addDays(std::int64_t{dy} - 1);
-    if (days != 0)
-        date = date.addDays(days);
+    if (!date.isValid())
+        return {};
     // An archive tells the time on its maker's clock and no zone. Taken as local time it would
-    // shift or vanish where the clocks are put forward here.
-    return {date, QTime::fromMSecsSinceStartOfDay(static_cast<int>(minutes) * 60'000), Qt::UTC};
+    // shift or vanish where the clocks are put forward here. Counting from a time that is in UTC
+    // already is the fastest way to another one.
+    static const QDateTime epoch = QDateTime::fromSecsSinceEpoch(0).toUTC();
+    constexpr std::int64_t minutesADay = 24 * 60;
+    const std::int64_t minutes =
+        epoch.date().daysTo(date) * minutesADay + std::int64_t{hh} * 60 + mm;
+    return epoch.addSecs(minutes * 60);
 }
 
 void mUnzip::OnUnzipEntry(std::uint32_t /*ucsize*/, std::uint32_t csiz, std::int32_t cfactor,

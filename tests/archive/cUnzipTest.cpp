@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <array>
 #include <cstring>
@@ -200,7 +201,7 @@ TEST_F(cUnzipTest, VersionComesFromTheLibraryAndTheExtraTextIsTenCharacters) {
         fake.version = {};
         std::memcpy(fake.version.betalevel, betalevel.data(), betalevel.size());
         fake.version.windll = {6, 255, 3, 9};
-        const QDateTime before(QDate(1999, 2, 3), QTime(4, 5), Qt::UTC);
+        const QDateTime before(QDate(1999, 2, 3), QTime(4, 5), QTimeZone::utc());
         QDateTime date = before;
         std::int32_t major = 0;
         std::int32_t minor = 0;

@@ -3,6 +3,8 @@
 #include "tests/archive/fixtures.h"
 #include "tests/archive/narrowText.h"
 
+#include <QTimeZone>
+
 #include <stdexcept>
 
 namespace {
@@ -61,7 +63,7 @@ TEST_F(mUnzipTest, DatesAreReadToTheMinute) {
         QDateTime expected;
     };
     const auto at = [](int y, int mo, int d, int h, int mi) {
-        return QDateTime(QDate(y, mo, d), QTime(h, mi), Qt::UTC);
+        return QDateTime(QDate(y, mo, d), QTime(h, mi), QTimeZone::utc());
     };
     const Row rows[] = {
         {2001, 11, 30, 23, 59, at(2001, 11, 30, 23, 59)},

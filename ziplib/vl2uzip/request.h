@@ -2,6 +2,7 @@
 
 #include "ziplib/vl2uzip.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -2,6 +2,7 @@
 
 #include "ziplib/vl2uzip.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
