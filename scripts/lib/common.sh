@@ -3,6 +3,9 @@
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
+# What installing packages calls is not on every user's path.
+PATH=$PATH:/usr/sbin:/sbin
+
 say() { printf '== %s\n' "$*"; }
 warn() { printf '%s\n' "$*" >&2; }
 fail() {

@@ -7,7 +7,7 @@ packages_of() {
     build) echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev ;;
     test)
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
-            xdg-utils strace
+            xdg-utils strace e2fsprogs
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
             python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info ;;
@@ -20,6 +20,8 @@ packages_of() {
     lint) echo clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     memcheck) echo valgrind ;;
+    clang) echo clang ;;
+    debian) echo debootstrap ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;
     esac
 }

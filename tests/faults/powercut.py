@@ -17,7 +17,7 @@ import sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from faults import kill_save  # noqa: E402
-from job import ENTRIES, SKIPPED, Job, archive_content, check, main, read_tree  # noqa: E402
+from job import ENTRIES, Job, archive_content, check, main, not_made, read_tree  # noqa: E402
 
 SHUT_DOWN = 0x8004587D
 # With the journal written to the end, names are there whose data is not; without, all since the last
@@ -31,18 +31,24 @@ class Disk:
     def __init__(self, scratch):
         os.makedirs(scratch, exist_ok=True)
         self.image, self.path = scratch + ".img", scratch
-        with open(self.image, "wb") as file:
-            file.truncate(96 << 20)
-        self.command("mkfs.ext4", "-q", "-F", self.image)
-        self.command("mount", "-o", "loop", self.image, self.path)
+        try:
+            with open(self.image, "wb") as file:
+                file.truncate(96 << 20)
+            self.command("mkfs.ext4", "-q", "-F", self.image)
+            self.command("mount", "-o", "loop", self.image, self.path)
+        except (OSError, subprocess.CalledProcessError):
+            os.remove(self.image)
+            raise
 
     @staticmethod
     def command(*words):
         subprocess.run(words, check=True, stderr=subprocess.DEVNULL)
 
     def remove(self):
-        self.command("umount", self.path)
-        os.remove(self.image)
+        try:
+            self.command("umount", self.path)
+        finally:
+            os.remove(self.image)
 
     def sync(self):
         self.command("sync", "-f", self.path)
@@ -63,8 +69,7 @@ def on_disk(test):
         try:
             disk = Disk(scratch)
         except (OSError, subprocess.CalledProcessError) as why:
-            print("no such disk:", why)
-            return SKIPPED
+            return not_made(["a disk of its own (%s)" % why])
         try:
             test(binaries, disk, os.path.join(disk.path, "job"))
         finally:

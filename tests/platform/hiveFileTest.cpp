@@ -90,7 +90,7 @@ TEST_F(HiveFile, ModeAndOwnerStay) {
 
 TEST_F(HiveFile, WhatRootMakesInAUsersFolderIsTheUsers) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only root can give files away";
+        GTEST_SKIP() << "needs root: to give files away";
     QDir().mkpath(home.path("config"));
     ASSERT_EQ(::chown(home.path("config").toUtf8().constData(), 1234, 2345), 0);
     ASSERT_EQ(set(path, "a", "1"), 0);
@@ -198,7 +198,7 @@ TEST_F(HiveFile, AFullDiskLeavesTheOldHive) {
         return set(onDisk, "b", "small") == 0 && get(onDisk, "a") == "old" ? 0 : 4;
     });
     if (result == kNoMount)
-        GTEST_SKIP() << "only root can mount a small disk";
+        GTEST_SKIP() << "needs root: to mount a small disk";
     EXPECT_EQ(result, 0);
 }
 
