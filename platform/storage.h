@@ -79,7 +79,8 @@ class InputFile {
     // Hidden and system as recorded for the file, and read-only.
     Status attributes(std::uint8_t &attributes) const;
     // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
-    // `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
+    // `wait`, calling `keepGoing` at least every 40 ms; Busy after that. Takes the best lock that
+    // the disk has; ok, too, where it has none.
     Status lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing = {});
     const std::string &path() const { return m_path; }
 
@@ -151,16 +152,25 @@ class Folder {
 
 // Keeps all others waiting that claim the same name of a folder, from `take` to its end, whatever
 // becomes of the file of that name meanwhile. Where a lock on that file does as much, which is
-// wherever the name of a locked file can be given to another one, it costs nothing and claims
-// nothing.
+// wherever the name of an open file can safely be given to another one, it costs nothing and claims
+// nothing. Neither can be claimed on a disk without locks.
 class NameClaim {
   public:
+    NameClaim() = default;
+    ~NameClaim() { release(); }
+    NameClaim(const NameClaim &) = delete;
+    NameClaim &operator=(const NameClaim &) = delete;
+
     // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
-    // that takes no new file, nothing can be replaced and nothing is claimed.
+    // that takes no new file, nothing can be replaced and nothing is claimed. `folder` must outlive
+    // the claim.
     Status take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
                 const KeepGoing &keepGoing = {});
+    void release();
 
   private:
+    const Folder *m_folder = nullptr;
+    std::string m_claim;
     InputFile m_file;
 };
 
@@ -206,12 +216,21 @@ class NewFile {
     // Gives the file its name and closes it. Exists where the name is taken and is not to be
     // replaced; WrongKind where a folder has it. A failed commit leaves nothing behind.
     // `replaced` is the file that is replaced, where the caller holds it: it is closed where the
-    // system cannot give the name of an open file away. Exists, too, where another file has taken
-    // its place by then.
+    // name of an open file cannot safely be given away. Exists, too, where another file has taken
+    // its place by then. A disk that has lost the replaced file and will not give its name to this
+    // one loses nothing more: this one is kept beside it, under the name that the message tells.
     Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr);
     void discard();
 
   private:
+    // Renames the file to `name`; Exists where that is taken.
+    Status takeFreeName(const std::string &name);
+    Status replaceFile(const std::string &name, InputFile *replaced);
+    // Renames the temporary to a name beside `name` that later runs do not remove.
+    Status setAside(const std::string &name);
+    // Leaves the file there, whatever happens, since no other one is whole. The failure with that.
+    Status keep(const std::string &name, const Status &failed);
+
     const Folder *m_folder = nullptr;
     std::intptr_t m_handle = -1;
     std::uint64_t m_size = 0;

@@ -1,5 +1,6 @@
 target_sources(orvel_storage PRIVATE
-  posix/copyRange.cpp posix/copyRange.h posix/storage_claim.cpp posix/storage_error.cpp
+  posix/copyRange.cpp posix/copyRange.h posix/diskKind.cpp posix/diskKind.h posix/fileLock.cpp
+  posix/fileLock.h posix/storage_claim.cpp posix/storage_commit.cpp posix/storage_error.cpp
   posix/storage_error.h posix/storage_folder.cpp posix/storage_info.cpp posix/storage_info.h
   posix/storage_input.cpp posix/storage_newfile.cpp posix/storage_paths.cpp
   posix/writeBehind.cpp posix/writeBehind.h)

@@ -1,3 +1,4 @@
+#include "platform/posix/fileLock.h"
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
 #include "platform/storage.h"
@@ -6,7 +7,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -205,7 +205,7 @@ void Folder::removeStaleTemporaries() const {
         InputFile file;
         if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name) &&
             openFile(item.name, file).ok() &&
-            flock(static_cast<int>(file.m_handle), LOCK_EX | LOCK_NB) == 0) {
+            tryLock(static_cast<int>(file.m_handle)) == Lock::Taken) {
             unlinkat(static_cast<int>(m_handle), item.name.c_str(), 0);
         }
     }

@@ -1,10 +1,10 @@
+#include "platform/posix/fileLock.h"
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
 #include "platform/storage.h"
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -101,10 +101,7 @@ Status InputFile::attributes(std::uint8_t &attributes) const {
 
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     const auto end = std::chrono::steady_clock::now() + wait;
-    while (flock(static_cast<int>(m_handle), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR) {
-            return errnoStatus(errno, "cannot lock", m_path);
-        }
+    while (tryLock(static_cast<int>(m_handle)) == Lock::Held) {
         if (keepGoing && !keepGoing()) {
             return {Failure::Cancelled, "cancelled", m_path};
         }

@@ -1,18 +1,16 @@
 #include "platform/posix/copyRange.h"
+#include "platform/posix/fileLock.h"
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
 #include "platform/posix/writeBehind.h"
 #include "platform/storage.h"
+#include "platform/temporary.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
-#include <sys/file.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,48 +24,6 @@ constexpr std::uint64_t rangeStep = 8U << 20;
 constexpr std::size_t copyStep = 512U << 10;
 // From here on a range is worth a call that prepares it.
 constexpr std::uint64_t longRange = 4U << 20;
-
-std::string temporaryName() {
-    static const std::uint64_t start = [] {
-        std::uint64_t value = 0;
-        if (getrandom(&value, sizeof value, 0) != static_cast<ssize_t>(sizeof value)) {
-            value = static_cast<std::uint64_t>(getpid()) << 32;
-        }
-        return value;
-    }();
-    static std::atomic<std::uint64_t> next{0};
-    const unsigned long long number = start + next++;
-    char name[40];
-    std::snprintf(name, sizeof name, ".orvel-%016llx.part", number);
-    return name;
-}
-
-// Gives a file without a name one, which nothing else may have.
-int linkNameless(int file, int folder, const char *name) {
-    int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
-    if (result != 0 && errno == ENOENT) {
-        // Older systems allow that to administrators only.
-        char path[40];
-        std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
-        result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
-    }
-    return result;
-}
-
-// For file systems whose renaming cannot refuse to replace: most can still refuse a second link. On
-// the rest, such as a shared folder of a virtual machine, the name is looked for first.
-int renameToFreeName(int folder, const char *from, const char *to) {
-    if (linkat(folder, from, folder, to, 0) == 0) {
-        unlinkat(folder, from, 0);
-        return 0;
-    }
-    struct stat st {};
-    if (errno == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
-        errno = EEXIST;
-        return -1;
-    }
-    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
-}
 
 // A file that has no name until it is whole costs one entry of the folder instead of two, and is
 // gone by itself when the process dies. -1 where this system or this disk has no such files.
@@ -96,8 +52,7 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     if (m_handle < 0) {
         return errnoStatus(errno, "cannot create a file in", folder.path());
     }
-    if (guard == Guard::Locked && flock(static_cast<int>(m_handle), LOCK_EX | LOCK_NB) != 0 &&
-        errno == EWOULDBLOCK) {
+    if (guard == Guard::Locked && tryLock(static_cast<int>(m_handle)) == Lock::Held) {
         // Somebody took it for a left-over between its creation and its lock.
         discard();
         return {Failure::Busy, "cannot create a file in " + folder.path(), folder.path()};
@@ -295,43 +250,6 @@ Status NewFile::sync() {
         return errnoStatus(errno, "cannot sync a file in", m_folder->path());
     }
     return {};
-}
-
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *) {
-    const int folder = static_cast<int>(m_folder->m_handle);
-    int result = -1;
-    if (m_temporary.empty() && replace == Replace::No) {
-        result = linkNameless(static_cast<int>(m_handle), folder, name.c_str());
-    } else if (replace == Replace::Yes) {
-        if (m_temporary.empty()) {
-            // Only a file with a name can take the place of another.
-            const std::string temporary = temporaryName();
-            if (linkNameless(static_cast<int>(m_handle), folder, temporary.c_str()) != 0) {
-                const int error = errno;
-                discard();
-                return errnoStatus(error, "cannot create", m_folder->pathOf(name));
-            }
-            m_temporary = temporary;
-        }
-        result = renameat(folder, m_temporary.c_str(), folder, name.c_str());
-    } else {
-        result = renameat2(folder, m_temporary.c_str(), folder, name.c_str(), RENAME_NOREPLACE);
-        if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
-            result = renameToFreeName(folder, m_temporary.c_str(), name.c_str());
-        }
-    }
-    if (result != 0) {
-        const int error = errno;
-        discard();
-        return errnoStatus(error, "cannot create", m_folder->pathOf(name));
-    }
-    // The name is taken away from discard() by now: the file stays, whatever close says.
-    m_temporary.clear();
-    const bool closed = ::close(static_cast<int>(m_handle)) == 0;
-    const int error = errno;
-    m_handle = -1;
-    return closed || error == EINTR ? Status()
-                                    : errnoStatus(error, "cannot write", m_folder->pathOf(name));
 }
 
 void NewFile::discard() {

@@ -1,5 +1,6 @@
 target_sources(orvel_storage PRIVATE
   windows/storage_claim.cpp
+  windows/storage_commit.cpp
   windows/storage_folder.cpp
   windows/storage_info.cpp
   windows/storage_input.cpp

@@ -1,6 +1,6 @@
+#include "platform/temporary.h"
 #include "platform/windows/storage_system.h"
 
-#include <cstdio>
 #include <thread>
 
 namespace platform {
@@ -10,20 +10,11 @@ namespace {
 constexpr auto kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
 constexpr auto kDeletePending = static_cast<NTSTATUS>(0xC0000056);
 
-// The same for a name in any case of its letters, and one of the reserved names: what a power cut
-// leaves of it is removed as they are.
-std::string claimName(const std::string &name) {
+// The same for a name in any case of its letters, not of the ASCII ones alone.
+std::string foldedName(const std::string &name) {
     std::wstring folded = wideFromUtf8(name);
     CharLowerBuffW(folded.data(), static_cast<DWORD>(folded.size()));
-    std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
-    for (const wchar_t c : folded) {
-        hash = (hash ^ c) * 0x100000001B3;
-    }
-    char claim[40];
-    std::snprintf(claim, sizeof claim, ".orvel-%08lx%08lx.part",
-                  static_cast<unsigned long>(hash >> 32U),
-                  static_cast<unsigned long>(hash & 0xFFFFFFFFU));
-    return claim;
+    return utf8FromWide(folded);
 }
 
 } // namespace
@@ -31,7 +22,8 @@ std::string claimName(const std::string &name) {
 // A file that nobody else can open, and that goes with its handle, also when the process is killed.
 Status NameClaim::take(const Folder &folder, const std::string &name,
                        std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
-    const std::string claim = claimName(name);
+    release();
+    const std::string claim = claimName(foldedName(name));
     const auto end = std::chrono::steady_clock::now() + wait;
     Access access;
     access.rights = DELETE;
@@ -42,7 +34,6 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
     for (;;) {
         const NTSTATUS status = openAt(handleOf(folder.m_handle), claim, access, file);
         if (status >= 0) {
-            m_file.close();
             m_file.m_handle = numberOf(file.release());
             return {};
         }
@@ -61,6 +52,10 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+}
+
+void NameClaim::release() {
+    m_file.close();
 }
 
 } // namespace platform

@@ -1,14 +1,9 @@
+#include "platform/temporary.h"
 #include "platform/windows/storage_system.h"
 
 #include <aclapi.h>
 #include <algorithm>
-#include <atomic>
-#include <bit>
-#include <cstdio>
-#include <cstring>
 #include <memory>
-#include <random>
-#include <vector>
 
 namespace platform {
 
@@ -16,101 +11,6 @@ namespace {
 
 constexpr std::size_t kCopyStep = 1U << 20;
 constexpr DWORD kLargestWrite = 16U << 20;
-// A scanner that looks into what was just written lets go of it within this time.
-constexpr int kRenameRounds = 25;
-constexpr DWORD kRenamePause = 20; // ms
-
-// Newer numbers of NtSetInformationFile than the compiler's headers know.
-constexpr auto kRenameEx = std::bit_cast<FILE_INFORMATION_CLASS>(65U);
-constexpr ULONG kReplaceIfExists = 0x1;
-constexpr ULONG kPosixSemantics = 0x2;
-constexpr ULONG kIgnoreReadOnly = 0x40;
-
-constexpr auto kInvalidParameter = static_cast<NTSTATUS>(0xC000000D);
-constexpr auto kNotSupported = static_cast<NTSTATUS>(0xC00000BB);
-
-std::string temporaryName() {
-    static const std::uint64_t start = [] {
-        std::random_device random;
-        return static_cast<std::uint64_t>(random()) << 32U | random();
-    }();
-    static std::atomic<std::uint64_t> next{0};
-    char name[40];
-    std::snprintf(name, sizeof name, ".orvel-%08lx%08lx.part",
-                  static_cast<unsigned long>((start + next) >> 32U),
-                  static_cast<unsigned long>((start + next++) & 0xFFFFFFFFU));
-    return name;
-}
-
-// Both forms of the system's request begin alike: the first has a byte where the second has flags.
-struct RenameRequest {
-    ULONG flags;
-    HANDLE folder;
-    ULONG length; // of the name, in bytes
-    WCHAR name[1];
-};
-
-NTSTATUS rename(HANDLE file, HANDLE folder, const std::wstring &name, ULONG flags,
-                FILE_INFORMATION_CLASS form) {
-    const std::size_t size = offsetof(RenameRequest, name) + (name.size() + 1) * sizeof(wchar_t);
-    std::vector<std::uint64_t> buffer((size + 7) / 8);
-    auto *request = reinterpret_cast<RenameRequest *>(buffer.data());
-    request->flags = flags;
-    request->folder = folder;
-    request->length = static_cast<ULONG>(name.size() * sizeof(wchar_t));
-    std::memcpy(request->name, name.data(), request->length);
-    IO_STATUS_BLOCK block{};
-    const NTSTATUS status =
-        NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
-    if (status != kInvalidParameter && status != kNotSupported) {
-        return status;
-    }
-    // Disks of other machines take no folder. A name alone stays in the one that the file is in.
-    request->folder = nullptr;
-    return NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
-}
-
-bool isKept(NTSTATUS status) {
-    const DWORD error = errorOf(status);
-    return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-}
-
-// Whether anybody has the file open: renaming over it says no more than that it is denied.
-bool isHeld(HANDLE folder, const std::string &name) {
-    Access access;
-    access.rights = FILE_READ_DATA;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    access.share = 0;
-    Handle file;
-    return errorOf(openAt(folder, name, access, file)) == ERROR_SHARING_VIOLATION;
-}
-
-// Clears read-only of a file that is to be replaced. True where that has changed it.
-bool makeWritable(HANDLE folder, const std::string &name) {
-    Access access;
-    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    Handle file;
-    FILE_BASIC_INFO basic{};
-    return openAt(folder, name, access, file) >= 0 &&
-           GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic) &&
-           (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 &&
-           setOpenedAttributes(file.get(),
-                               basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) >= 0;
-}
-
-void makeReadOnly(HANDLE folder, const std::string &name) {
-    Access access;
-    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    Handle file;
-    FILE_BASIC_INFO basic{};
-    if (openAt(folder, name, access, file) >= 0 &&
-        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic)) {
-        setOpenedAttributes(file.get(), basic.FileAttributes | FILE_ATTRIBUTE_READONLY);
-    }
-}
-
 } // namespace
 
 Status NewFile::create(const Folder &folder, Guard) {
@@ -285,67 +185,6 @@ Status NewFile::sync() {
     if (!FlushFileBuffers(handleOf(m_handle))) {
         return errorStatus(GetLastError(), "cannot sync a file in", m_folder->path());
     }
-    return {};
-}
-
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
-    HANDLE folder = handleOf(m_folder->m_handle);
-    HANDLE file = handleOf(m_handle);
-    const std::wstring wide = wideFromUtf8(name);
-    if (wide.empty() || !isComponent(wide)) {
-        discard();
-        return errorStatus(ERROR_INVALID_NAME, "cannot create", m_folder->pathOf(name));
-    }
-    const bool replaces = replace == Replace::Yes;
-    // The newer form replaces a file that somebody reads. Not every system and disk knows it.
-    NTSTATUS status = rename(file, folder, wide,
-                             replaces ? kReplaceIfExists | kPosixSemantics | kIgnoreReadOnly : 0,
-                             replaces ? kRenameEx : FileRenameInformation);
-    if (status < 0 && replaces) {
-        FileInfo old;
-        const bool known = replaced != nullptr && replaced->info(old).ok();
-        if (replaced != nullptr) {
-            replaced->close();
-        }
-        // While its reader is waited for, another program may put its own file there.
-        const auto isOld = [&] {
-            FileInfo now;
-            return !known || (m_folder->info(name, now).ok() && sameFile(now, old) &&
-                              now.size == old.size && now.modified == old.modified);
-        };
-        status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
-        FileInfo there;
-        if (isKept(status) && m_folder->info(name, there).ok() &&
-            there.kind == FileInfo::Kind::Folder) {
-            discard();
-            return {Failure::WrongKind, "cannot create " + m_folder->pathOf(name) + ": a folder",
-                    m_folder->pathOf(name)};
-        }
-        const bool madeWritable = isKept(status) && makeWritable(folder, name);
-        for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {
-            Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
-            if (!isOld()) {
-                discard();
-                return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
-                        m_folder->pathOf(name)};
-            }
-            status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
-        }
-        if (status < 0 && madeWritable) {
-            makeReadOnly(folder, name);
-        }
-        if (isKept(status) && isHeld(folder, name)) {
-            discard();
-            return {Failure::Busy, m_folder->pathOf(name) + " is in use by another program",
-                    m_folder->pathOf(name)};
-        }
-    }
-    if (status < 0) {
-        discard();
-        return errorStatus(errorOf(status), "cannot create", m_folder->pathOf(name));
-    }
-    m_temporary.clear();
-    CloseHandle(handleOf(std::exchange(m_handle, -1)));
     return {};
 }
 

@@ -7,8 +7,16 @@
 //                  a write after half of it
 //   WATCH_STOP     the number of the call before which the process stops until SIGCONT
 //   WATCH_FAIL     the number of the call that fails instead, with the error number of WATCH_ERRNO
-//   WATCH_LACKS    what the disk cannot do: " nameless " files, " linkat ", " renameat2 ", each
-//                  between blanks
+//   WATCH_LACKS    what the disk cannot do: " nameless " files, " linkat ", " renameat2 ", and
+//                  " local ": it is one of another machine
+//                  " locks ", or " read-locks ": of files that are open for reading only
+//                  " times ", or " one-time " without the other: they are dropped without a word
+//                  " room ": writes are lost, and only a sync says so, with EIO
+//                  " open-rename ": a renaming over an archive that this process has open fails and
+//                  takes the archive with it when it is closed
+//                  " held-rename ": the first renaming over an archive fails and takes it at
+//                  once; " any-rename ": all others to its name fail, too
+//                  Each between blanks.
 //   WATCH_THREADS  where it is "none", no thread can be started, but for those of Qt: it waits for
 //                  threads that it never got
 
@@ -23,12 +31,17 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <linux/magic.h>
 #include <pthread.h>
 #include <string>
+#include <string_view>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -117,6 +130,38 @@ bool lacking(const char *what) {
     return true;
 }
 
+// The file that a refused renaming took, and whether it is still to go.
+std::string taken;
+std::atomic<bool> doomed{false};
+
+bool isOpenHere(const std::string &path) {
+    for (int fd = 0; fd < 256; ++fd) {
+        if (pathOf(fd) == path)
+            return true;
+    }
+    return false;
+}
+
+// True where a renaming to this path, an archive's, is refused.
+bool refused(const char *name, const std::string &path) {
+    constexpr std::string_view end = ".vl2";
+    if (std::strncmp(name, "rename", 6) != 0 || path.size() < end.size() ||
+        path.compare(path.size() - end.size(), end.size(), end) != 0)
+        return false;
+    const bool isThere = syscall(SYS_faccessat, AT_FDCWD, path.c_str(), F_OK) == 0;
+    const bool first = taken.empty() && isThere;
+    const bool byOpen = first && lacking("open-rename") && isOpenHere(path);
+    const bool byHeld = first && lacking("held-rename");
+    const bool again = path == taken && lacking("any-rename");
+    if (byOpen || byHeld)
+        taken = path;
+    doomed = doomed || byOpen;
+    if (byHeld)
+        syscall(SYS_unlinkat, AT_FDCWD, path.c_str(), 0);
+    errno = EACCES;
+    return byOpen || byHeld || again;
+}
+
 template<typename Function>
 Function next(const char *name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
@@ -130,7 +175,7 @@ Function next(const char *name) {
 #define WATCHED(result, name, parameters, path, arguments)                                         \
     extern "C" result name parameters {                                                            \
         static const auto real = next<result(*) parameters>(#name);                                \
-        if (counted(#name, path) || lacking(#name))                                                \
+        if (counted(#name, path) || lacking(#name) || refused(#name, path))                        \
             return -1;                                                                             \
         return real arguments;                                                                     \
     }
@@ -158,7 +203,6 @@ WATCHED(int, ftruncate, (int fd, off_t size), pathOf(fd), (fd, size))
 WATCHED(int, ftruncate64, (int fd, off64_t size), pathOf(fd), (fd, size))
 WATCHED(int, fallocate, (int fd, int mode, off_t at, off_t n), pathOf(fd), (fd, mode, at, n))
 WATCHED(int, fsync, (int fd), pathOf(fd), (fd))
-WATCHED(int, fdatasync, (int fd), pathOf(fd), (fd))
 WATCHED(int, rename, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
 WATCHED(int, renameat, (int a, const char *from, int b, const char *to), pathOf(b, to),
         (a, from, b, to))
@@ -177,7 +221,6 @@ WATCHED(int, fchown, (int fd, uid_t user, gid_t group), pathOf(fd), (fd, user, g
 WATCHED(int, fchmodat, (int fd, const char *path, mode_t mode, int flags), pathOf(fd, path),
         (fd, path, mode, flags))
 WATCHED(int, chmod, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
-WATCHED(int, futimens, (int fd, const timespec *times), pathOf(fd), (fd, times))
 WATCHED(int, utimensat, (int fd, const char *path, const timespec *times, int flags),
         pathOf(fd, path), (fd, path, times, flags))
 WATCHED(int, fsetxattr, (int fd, const char *n, const void *p, size_t size, int flags), pathOf(fd),
@@ -233,6 +276,69 @@ extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attribute
         return real(thread, attributes, start, argument);
     counted("no-thread", settings().folder);
     return EAGAIN;
+}
+
+extern "C" int fdatasync(int fd) {
+    static const auto real = next<int (*)(int)>("fdatasync");
+    const std::string path = pathOf(fd);
+    if (counted("fdatasync", path))
+        return -1;
+    const bool lost = lacking("room");
+    errno = EIO;
+    return lost ? -1 : real(fd);
+}
+
+extern "C" int futimens(int fd, const timespec *times) {
+    static const auto real = next<int (*)(int, const timespec *)>("futimens");
+    if (counted("futimens", pathOf(fd)))
+        return -1;
+    const bool one = times != nullptr && times[0].tv_nsec == UTIME_OMIT && lacking("one-time");
+    return one || lacking("times") ? 0 : real(fd, times);
+}
+
+extern "C" int close(int fd) {
+    static const auto real = next<int (*)(int)>("close");
+    const int result = real(fd);
+    if (doomed && !isOpenHere(taken)) {
+        doomed = false;
+        syscall(SYS_unlinkat, AT_FDCWD, taken.c_str(), 0);
+    }
+    return result;
+}
+
+extern "C" int flock(int fd, int operation) {
+    const bool readOnly = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
+    if (lacking("locks") || (readOnly && (operation & LOCK_EX) != 0 && lacking("read-locks"))) {
+        errno = lacking("locks") ? ENOLCK : EBADF;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_flock, fd, operation));
+}
+
+extern "C" ssize_t pread64(int fd, void *p, size_t n, off64_t at) {
+    static const auto real = next<ssize_t (*)(int, void *, size_t, off64_t)>("pread64");
+    return lacking("room") && pathOf(fd).find("/.orvel-") != std::string::npos ? 0
+                                                                               : real(fd, p, n, at);
+}
+
+extern "C" ssize_t pread(int fd, void *p, size_t n, off_t at) {
+    return pread64(fd, p, n, at);
+}
+
+extern "C" int fstatvfs(int fd, struct statvfs *disk) {
+    static const auto real = next<int (*)(int, struct statvfs *)>("fstatvfs");
+    const int result = real(fd, disk);
+    if (lacking("room"))
+        disk->f_bavail = 0;
+    return result;
+}
+
+extern "C" int fstatfs(int fd, struct statfs *disk) {
+    static const auto real = next<int (*)(int, struct statfs *)>("fstatfs");
+    const int result = real(fd, disk);
+    if (lacking("local"))
+        disk->f_type = static_cast<decltype(disk->f_type)>(SMB2_SUPER_MAGIC);
+    return result;
 }
 
 extern "C" int ioctl(int fd, unsigned long request, ...) {

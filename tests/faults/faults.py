@@ -3,8 +3,8 @@
 what is on the disk.
 
     faults.py TEST BINARIES SCRATCH
-    TEST: kill-save, kill-save-large, kill-extract, kill-extract-poor, kill-settings, fail-save,
-          fail-extract, order, watched
+    TEST: kill-save, kill-save-large, kill-save-share, kill-save-held, kill-extract,
+          kill-extract-poor, kill-settings, fail-save, fail-extract, disks, order, watched
 
 Ends with 0 where every point held; says how many points were tried.
 """
@@ -18,7 +18,7 @@ import sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,  # noqa: E402
-                 main, read_tree, was_killed)
+                 main, read_tree, was_killed, write_files)
 
 # Something before the archive, and a file that is too large to be packed in memory.
 LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
@@ -26,6 +26,9 @@ LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
 
 # A disk that can do no more than the simplest.
 POOR = {"lacks": " nameless linkat renameat2 "}
+# A disk of another machine, on which a program may have the archive open, too.
+SHARE = {"lacks": " local open-rename read-locks "}
+HELD = {"lacks": " local held-rename renameat2 "}
 
 
 def prepared(binaries, scratch, **options):
@@ -50,6 +53,7 @@ def kill_save(binaries, scratch, before=lambda: None, after=lambda: None, **opti
         done = job.steps("save", watch={"kill": number}, must=False)
         check(was_killed(done) or done.returncode == 0, where, done.stdout, done.stderr)
         after()
+        job.name_kept()
         now = job.bytes_of_archive()
         check(now in (old, new), where, "the archive is neither the old nor the new one")
         outcomes["old" if now == old else "new"] += 1
@@ -61,14 +65,14 @@ def kill_save(binaries, scratch, before=lambda: None, after=lambda: None, **opti
 
 
 def kill_extract(binaries, scratch, **disk):
-    job = Job(binaries, scratch)
+    job = Job(binaries, scratch, **disk)
     job.freeze()
-    calls = job.calls_of("extract", **disk)
+    calls = job.calls_of("extract")
     check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
     killed = 0
     for number, where in job.points(calls):
-        killed += was_killed(job.steps("extract", watch={"kill": number, **disk}, must=False))
+        killed += was_killed(job.steps("extract", watch={"kill": number}, must=False))
         for name, content in job.extracted().items():
             check(content == ENTRIES.get(name), where, "half a file:", name)
         if "state: listed" in job.steps("state").stdout:
@@ -138,6 +142,40 @@ def fail_extract(binaries, scratch):
     print("%d calls, two errors each" % len(calls))
 
 
+def disks(binaries, scratch):
+    """A save on disks that lack something: it succeeds all the same, or else says what the user
+    must know, and the archive is whole under its name or under the one that is told."""
+    saved, kept = "was created successfully", "was kept as "
+    rows = [
+        ("no locks", " locks ", saved),
+        ("no locks, of another machine", " local locks ", saved),
+        ("no locks without the right to write", " read-locks ", saved),
+        ("a name that is lost and given back", " open-rename ", saved),
+        ("a name that is lost for good", " held-rename any-rename ", kept),
+        ("the same, of another machine", " local held-rename any-rename ", kept),
+    ]
+    job = Job(binaries, scratch)
+    job.extract_and_edit()
+    write_files(job.base, {"other.vl2": job.bytes_of_archive()})
+    job.freeze()
+    for where, lacks, told in rows:
+        job.reset()
+        said = job.steps("save", watch={"lacks": lacks}).stdout
+        check(told in said, where, "not told:", said)
+        if told == kept:
+            found, = job.kept()
+            check(not os.path.exists(job.archive) and found in said, where, "not told where:", said)
+            # Nor does a save of another archive remove it.
+            job.run("jobDriver", "Other", "extract", "save")
+            job.name_kept()
+        check(not job.kept(), where, "left", job.kept())
+        check(archive_content(job.archive) == job.wanted, where,
+              "the archive holds something else")
+        job.edits_are_somewhere(where)
+        job.save_again(where)
+    print("%d disks" % len(rows))
+
+
 def order(binaries, scratch):
     """The new archive's data is durable before it gets the name, the name is durable before the
     first file of the work folder goes."""
@@ -193,8 +231,11 @@ def watched(binaries, scratch):
 if __name__ == "__main__":
     main(__doc__, {"kill-save": kill_save,
                    "kill-save-large": lambda *where: kill_save(*where, **LARGE),
+                   "kill-save-share": lambda *where: kill_save(*where, **SHARE),
+                   "kill-save-held": lambda *where: kill_save(*where, **HELD),
                    "kill-extract": kill_extract,
                    "kill-extract-poor": lambda *where: kill_extract(*where, **POOR),
                    "kill-settings": kill_settings,
-                   "fail-save": fail_save, "fail-extract": fail_extract, "order": order,
+                   "fail-save": fail_save, "fail-extract": fail_extract,
+                   "disks": disks, "order": order,
                    "watched": watched})

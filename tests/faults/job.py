@@ -79,10 +79,11 @@ def archive_content(path):
 class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
     `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
-    `more` are edits beside the usual ones."""
+    `more` are edits beside the usual ones, `lacks` is what the disk cannot do."""
 
-    def __init__(self, binaries, root, front=b"", more=None):
+    def __init__(self, binaries, root, front=b"", more=None, lacks=None):
         self.binaries, self.root = binaries, root
+        self.disk = {"lacks": lacks} if lacks else {}
         self.edits = {**EDITS, **(more or {})}
         self.wanted = {**ENTRIES, **self.edits}
         self.live = os.path.join(root, "live")
@@ -114,8 +115,8 @@ class Job:
         """Starts a program of the build, `watch` holding settings of the call watcher; it watches
         all that `reset` puts back."""
         env = dict(self.env)
-        if watch is not None:
-            watch = {"folder": self.live, **watch}
+        if watch is not None or self.disk:
+            watch = {"folder": self.live, **self.disk, **(watch or {})}
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
             # By bare name: in a list of paths, blanks separate.
             preload = [os.environ.get("LD_PRELOAD"), "libcallWatch.so"]
@@ -179,6 +180,17 @@ class Job:
         for number, (name, path) in enumerate(calls, 1):
             self.reset()
             yield number, "at call %d (%s %s):" % (number, name, path)
+
+    def kept(self):
+        """The new archives that are kept beside the one whose name they did not get."""
+        return [os.path.join(self.base, name) for name in sorted(os.listdir(self.base))
+                if name.startswith("job.vl2.")]
+
+    def name_kept(self):
+        """What a person does who finds no archive under its name."""
+        if not os.path.exists(self.archive):
+            kept, = self.kept()
+            os.rename(kept, self.archive)
 
     def bytes_of_archive(self):
         with open(self.archive, "rb") as file:

@@ -23,7 +23,7 @@ Outcome commit(Target &target, Report &report, const std::function<Outcome(bool 
     if (auto checked = last(again); !checked.ok() || again) {
         return checked;
     }
-    if (!target.undisturbed()) {
+    if (!target.mayReplace()) {
         again = true;
         return {};
     }

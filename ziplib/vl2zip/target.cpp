@@ -48,7 +48,10 @@ Outcome Target::open(const std::function<void()> &idle) {
             return opened;
         }
     }
-    m_folder.removeStaleTemporaries();
+    // Where there is no archive, one of them may be all that is left of it.
+    if (exists()) {
+        m_folder.removeStaleTemporaries();
+    }
     return {};
 }
 
@@ -105,6 +108,11 @@ bool Target::undisturbed() const {
     // The time of the file's record is left out: a new link to it disturbs nothing.
     return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
            now.modified == m_oldInfo.modified;
+}
+
+bool Target::mayReplace() const {
+    platform::FileInfo now;
+    return undisturbed() || m_folder.info(m_name, now).is(platform::Failure::NotFound);
 }
 
 Outcome Target::begin() {

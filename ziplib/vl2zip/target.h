@@ -26,6 +26,9 @@ class Target {
 
     // True where the name still holds what open() found there.
     bool undisturbed() const;
+    // The same, or it was taken away since: then the new archive, which has all of it, may have the
+    // name.
+    bool mayReplace() const;
 
     // Starts the new archive, with the old one's permissions.
     Outcome begin();
