@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace platform {
@@ -24,12 +26,26 @@ constexpr std::uint64_t rangeStep = 8U << 20;
 constexpr std::size_t copyStep = 512U << 10;
 // From here on a range is worth a call that prepares it.
 constexpr std::uint64_t longRange = 4U << 20;
+// A disk with less is full: no more than one piece of a large file.
+constexpr std::uint64_t littleRoom = 1U << 20;
 
 // A file that has no name until it is whole costs one entry of the folder instead of two, and is
 // gone by itself when the process dies. -1 where this system or this disk has no such files.
 int openNameless(int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
     return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
+}
+
+// What a failed write means. Some file servers have no word for a full disk.
+Status writeStatus(int error, const char *what, int file, const std::string &path) {
+    struct statvfs disk {};
+    if (error != EIO || fstatvfs(file, &disk) != 0 || disk.f_blocks == 0 ||
+        disk.f_bavail * disk.f_frsize >= littleRoom) {
+        return errnoStatus(error, what, path);
+    }
+    Status status = errnoStatus(ENOSPC, what, path);
+    status.message += std::string(" (the disk said: ") + std::strerror(error) + ")";
+    return status;
 }
 
 } // namespace
@@ -73,7 +89,8 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
             if (errno == EINTR) {
                 continue;
             }
-            return errnoStatus(errno, "cannot write in", m_folder->path());
+            return writeStatus(errno, "cannot write in", static_cast<int>(m_handle),
+                               m_folder->path());
         }
         done += static_cast<std::size_t>(n);
     }
@@ -247,7 +264,8 @@ void NewFile::takeOverFrom(const InputFile &other) {
 
 Status NewFile::sync() {
     if (fdatasync(static_cast<int>(m_handle)) != 0) {
-        return errnoStatus(errno, "cannot sync a file in", m_folder->path());
+        return writeStatus(errno, "cannot sync a file in", static_cast<int>(m_handle),
+                           m_folder->path());
     }
     return {};
 }

@@ -145,7 +145,7 @@ def fail_extract(binaries, scratch):
 def disks(binaries, scratch):
     """A save on disks that lack something: it succeeds all the same, or else says what the user
     must know, and the archive is whole under its name or under the one that is told."""
-    saved, kept = "was created successfully", "was kept as "
+    saved, kept, full = "was created successfully", "was kept as ", "the disk has no room for it: "
     rows = [
         ("no locks", " locks ", saved),
         ("no locks, of another machine", " local locks ", saved),
@@ -153,6 +153,7 @@ def disks(binaries, scratch):
         ("a name that is lost and given back", " open-rename ", saved),
         ("a name that is lost for good", " held-rename any-rename ", kept),
         ("the same, of another machine", " local held-rename any-rename ", kept),
+        ("room that is not there", " room ", full),
     ]
     job = Job(binaries, scratch)
     job.extract_and_edit()
@@ -160,6 +161,7 @@ def disks(binaries, scratch):
     job.freeze()
     for where, lacks, told in rows:
         job.reset()
+        before = archive_content(job.archive)
         said = job.steps("save", watch={"lacks": lacks}).stdout
         check(told in said, where, "not told:", said)
         if told == kept:
@@ -169,7 +171,7 @@ def disks(binaries, scratch):
             job.run("jobDriver", "Other", "extract", "save")
             job.name_kept()
         check(not job.kept(), where, "left", job.kept())
-        check(archive_content(job.archive) == job.wanted, where,
+        check(archive_content(job.archive) == (before if told == full else job.wanted), where,
               "the archive holds something else")
         job.edits_are_somewhere(where)
         job.save_again(where)

@@ -31,9 +31,13 @@ void ExpectedDirectory::add(const std::string &record, std::uint64_t offset, boo
 
 Outcome ExpectedDirectory::check(Target &target, std::uint64_t size,
                                  const std::function<void()> &idle) const {
+    // A disk of another machine may be full, and say so only when the file is synced.
     const auto wrong = [&](const std::string &what) {
-        return Outcome(Code::CannotWrite, target.path() + ": the new archive reads back wrong (" +
-                                              what + "); the archive was left as it is");
+        auto synced = target.sync(idle);
+        return !synced.ok() ? synced
+                            : Outcome(Code::CannotWrite,
+                                      target.path() + ": the new archive reads back wrong (" +
+                                          what + "); the archive was left as it is");
     };
     platform::InputFile file;
     if (const auto opened = target.fresh().openWritten(file); !opened.ok()) {
