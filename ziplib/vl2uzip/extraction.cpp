@@ -26,6 +26,12 @@ bool isOlder(std::int64_t onDisk, std::int64_t stored) {
     return onDisk / 2'000'000'000 < stored / 2'000'000'000;
 }
 
+// The path of the folder that a path lies in; "" is the target itself.
+std::string_view folderOf(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
 const char *refusal(PlanItem::Action action, const std::string &path) {
     switch (action) {
     case PlanItem::Action::Special:
@@ -109,14 +115,23 @@ bool Extraction::fits(const Plan &plan, const platform::Folder &target) {
         return false;
     }
     std::uint64_t needed = 0;
+    std::string lastFolder;
+    platform::Folder folder;
     for (const PlanItem &item : plan.items) {
         if (item.action != PlanItem::Action::File) {
             continue;
         }
         const Entry &entry = m_directory.entries()[item.index];
         const std::string path = targetPath(m_directory.path(entry), m_request);
+        const std::string above(folderOf(path));
+        if (above != lastFolder) { // entries come folder by folder
+            (void)folder.open(platform::Place{m_request.target, above});
+            lastFolder = above;
+        }
+        const platform::Folder &lies = above.empty() ? target : folder;
         FileInfo info;
-        if (target.info(path, info).is(Failure::NotFound)) {
+        if (!lies.isOpen() ||
+            lies.info(std::string(lastComponent(path)), info).is(Failure::NotFound)) {
             needed += std::min(entry.size, UINT64_MAX - needed);
         }
         m_caller.tick();
@@ -156,10 +171,7 @@ void Extraction::prepareFile(ExtractTask &task) {
     const Entry &entry = m_directory.entries()[task.index];
     if (m_folders) {
         const std::string target = targetPath(task.path, m_request);
-        const std::size_t slash = target.rfind('/');
-        const std::string_view folder = slash == std::string::npos
-                                            ? std::string_view()
-                                            : std::string_view(target).substr(0, slash);
+        const std::string_view folder = folderOf(target);
         task.name = lastComponent(target);
         task.status = folderFor(folder, task.folder);
         FileInfo existing;
