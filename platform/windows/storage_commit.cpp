@@ -133,7 +133,8 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     };
     status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
     if (isKept(status) && isThere() && there.kind == FileInfo::Kind::Folder) {
-        return {Failure::WrongKind, "cannot create " + path + ": a folder", path};
+        const Status failed(Failure::WrongKind, "cannot create " + path + ": a folder", path);
+        return replaced != nullptr ? keep(name, failed) : failed;
     }
     const bool madeWritable = isKept(status) && makeWritable(folder, name);
     for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {

@@ -70,6 +70,22 @@ TEST_F(Storage, AFileThatTheCallerHoldsAndLocksIsReplaced) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"x.vl2", "new"}}));
 }
 
+TEST_F(Storage, AFileThatTheHeldOnesPlaceIsLostToIsKeptBesideIt) {
+    writeFile(root / "x.vl2", "old");
+    writeFile(root / "x.vl2.new-1", "earlier");
+    InputFile old;
+    ASSERT_TRUE(folder.openFile("x.vl2", old).ok());
+    std::filesystem::rename(root / "x.vl2", root / "moved");
+    std::filesystem::create_directory(root / "x.vl2");
+    const auto status = commit("x.vl2", "new", Replace::Yes, &old);
+    EXPECT_EQ(status.kind, Failure::WrongKind);
+    EXPECT_NE(status.message.find("x.vl2.new-2"), std::string::npos) << status.message;
+    EXPECT_EQ(
+        filesIn(root.path()),
+        (Files{
+            {"moved", "old"}, {"x.vl2/", ""}, {"x.vl2.new-1", "earlier"}, {"x.vl2.new-2", "new"}}));
+}
+
 TEST_F(Storage, ALockKeepsOutOthersUntilItsFileIsClosed) {
     writeFile(root / "x.vl2", "bytes");
     InputFile first;

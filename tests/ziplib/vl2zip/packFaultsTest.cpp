@@ -205,9 +205,14 @@ TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
     EXPECT_TRUE(judge({"check", archive}));
 }
 
-TEST_F(PackFaults, AnArchiveThatVanishedIsMadeAnew) {
+TEST_F(PackFaults, AnArchiveThatVanishedIsMadeAnewWithAllThatItHad) {
+    writeFile(work / "other.txt", "not extracted");
+    ASSERT_EQ(run(call()).code, 0);
+    fs::remove(work / "other.txt");
+    writeFile(work / "a.txt", "after that");
     ASSERT_EQ(runWhile([&] { fs::remove(archive); }).code, 0);
-    EXPECT_EQ(content(archive, "a.txt"), "after");
+    EXPECT_EQ(content(archive, "a.txt"), "after that");
+    EXPECT_EQ(content(archive, "other.txt"), "not extracted");
 }
 
 TEST_F(PackFaults, CallersHearFromItAtShortIntervals) {
