@@ -216,8 +216,9 @@ Status NewFile::setModified(std::int64_t modified) {
         rest += 1'000'000'000;
         --seconds;
     }
+    // Both times: some disks drop a request for one.
     struct timespec times[2] = {};
-    times[0].tv_nsec = UTIME_OMIT;
+    times[0].tv_nsec = UTIME_NOW;
     times[1].tv_sec = seconds;
     times[1].tv_nsec = rest;
     if (futimens(static_cast<int>(m_handle), times) != 0) {

@@ -144,7 +144,8 @@ def fail_extract(binaries, scratch):
 
 def disks(binaries, scratch):
     """A save on disks that lack something: it succeeds all the same, or else says what the user
-    must know, and the archive is whole under its name or under the one that is told."""
+    must know, and the archive is whole under its name or under the one that is told. An extracted
+    file has its entry's time."""
     saved, kept, full = "was created successfully", "was kept as ", "the disk has no room for it: "
     rows = [
         ("no locks", " locks ", saved),
@@ -175,7 +176,11 @@ def disks(binaries, scratch):
               "the archive holds something else")
         job.edits_are_somewhere(where)
         job.save_again(where)
-    print("%d disks" % len(rows))
+    job = Job(binaries, scratch, lacks=" one-time ")
+    job.steps("extract")
+    for name in ENTRIES:
+        check(os.stat(os.path.join(job.work, name)).st_mtime < 1e9, name, "has lost its entry's time")
+    print("%d disks" % (len(rows) + 1))
 
 
 def order(binaries, scratch):

@@ -25,6 +25,7 @@ Status ExtractTask::perform(Scratch &scratch) const {
         return readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, nothing);
     }
     const FileSink::Target target{folder->folder,
+                                  m_context.times,
                                   name,
                                   replace,
                                   directory.modified(entry),

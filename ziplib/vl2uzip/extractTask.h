@@ -16,6 +16,7 @@ struct TaskContext {
     Source source;
     std::vector<std::unique_ptr<Scratch>> scratch; // one for each worker, one for the caller
     platform::KeepGoing keepGoing;
+    std::atomic<Times> times{Times::Unknown}; // of the target's disk
 };
 
 // One entry on its way through the pipeline: to be extracted or tested, or settled already.

@@ -1,6 +1,7 @@
 #include "ziplib/vl2uzip/fileSink.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace ziplib {
 
@@ -11,6 +12,10 @@ namespace {
 // As much of the data as is looked at to tell text from other files.
 constexpr std::size_t looked = 64U << 10;
 constexpr std::size_t keptScratch = 512U << 10;
+// The coarsest step in which a disk counts time, and the years that every disk knows, in ns.
+constexpr std::int64_t timeStep = 2'000'000'000;
+constexpr std::int64_t year1980 = 315'619'200'000'000'000;
+constexpr std::int64_t year2038 = 2'145'916'800'000'000'000;
 
 } // namespace
 
@@ -45,6 +50,24 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     return {};
 }
 
+// Gives the file its time. Looks whether it has it until a file has shown that of the disk.
+bool FileSink::keepsTime() {
+    const std::int64_t wanted = m_target.modified;
+    const bool set = m_file.setModified(wanted).ok();
+    Times times = m_target.times;
+    if (times != Times::Unknown) {
+        return set && times == Times::Kept;
+    }
+    platform::InputFile written;
+    platform::FileInfo info;
+    const bool kept = set && m_file.openWritten(written).ok() && written.info(info).ok() &&
+                      std::abs(info.modified - wanted) < timeStep;
+    if (kept || (wanted > year1980 && wanted < year2038)) {
+        m_target.times = kept ? Times::Kept : Times::Lost;
+    }
+    return kept;
+}
+
 Status FileSink::finish() {
     if (!m_started) {
         if (Status status = start(nullptr, 0); !status.ok()) {
@@ -59,7 +82,11 @@ Status FileSink::finish() {
     }
     // The content is what counts: a disk that keeps no times or attributes does not lose the file.
     (void)m_file.setAttributes(m_target.attributes);
-    (void)m_file.setModified(m_target.modified);
+    if (!keepsTime()) {
+        if (Status status = m_file.sync(); !status.ok()) {
+            return status;
+        }
+    }
     return m_file.commit(m_target.name, m_target.replace);
 }
 

@@ -4,17 +4,24 @@
 #include "ziplib/container/lineends.h"
 #include "ziplib/vl2uzip/entryReader.h"
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace ziplib {
 
-// Writes an entry's data to a new file, which gets its name in finish() and is gone without it.
+// Whether a disk keeps the times that its files are given.
+enum class Times { Unknown, Kept, Lost };
+
+// Writes an entry's data to a new file, which gets its name in finish() and is gone without it. On
+// a disk that loses times the data is made durable first: what a power cut leaves of a file that
+// has not its entry's time cannot be told from an edit.
 class FileSink : public Sink {
   public:
     struct Target {
         const platform::Folder &folder;
+        std::atomic<Times> &times; // of the disk, found out with the first file
         std::string name;
         platform::NewFile::Replace replace = platform::NewFile::Replace::No;
         std::int64_t modified = 0; // nanoseconds since 1970, UTC
@@ -31,6 +38,7 @@ class FileSink : public Sink {
 
   private:
     platform::Status start(const std::uint8_t *data, std::size_t size);
+    bool keepsTime();
 
     const Target &m_target;
     Buffer &m_scratch;

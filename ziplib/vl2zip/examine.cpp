@@ -7,6 +7,7 @@
 #include "ziplib/vl2zip/entryreader.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace ziplib {
@@ -15,6 +16,8 @@ namespace {
 
 constexpr std::size_t kPiece = 128U << 10U;
 constexpr std::int64_t kSecond = 1'000'000'000;
+// The coarsest step in which a disk counts time.
+constexpr std::int64_t kTimeStep = 2 * kSecond;
 constexpr std::uint8_t kHiddenOrSystem = platform::attributeHidden | platform::attributeSystem;
 
 bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modified) {
@@ -78,7 +81,7 @@ Outcome looksCutOff(const Examination &examination, SourceFile &file, const Entr
                     bool &cutOff) {
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(examination.options) == LineEnds::Keep && seen.size <= entry.size &&
-             seen.modified == examination.directory.modified(entry);
+             std::abs(seen.modified - examination.directory.modified(entry)) < kTimeStep;
     if (!cutOff) {
         return {};
     }
