@@ -96,7 +96,9 @@ class Job:
         shutil.rmtree(root, ignore_errors=True)
         os.makedirs(self.base)
         os.makedirs(self.config)
+        # What the font library keeps is none of the program's files.
         self.env = dict(os.environ, XDG_CONFIG_HOME=self.config, HOME=self.live,
+                        XDG_CACHE_HOME=os.path.join(root, "cache"),
                         XDG_DATA_HOME=os.path.join(self.live, "data"),
                         WINEPREFIX=os.path.join(self.live, "no-prefix"),
                         QT_QPA_PLATFORM="offscreen", LSAN_OPTIONS="detect_leaks=0")
