@@ -16,7 +16,6 @@ Report::Report(const ZIPUSERFUNCTIONS &callbacks, bool verbose, bool quiet)
       m_lastCall(std::chrono::steady_clock::now()) {}
 
 void Report::print(const std::string &text) {
-    m_last = text;
     m_lastCall = std::chrono::steady_clock::now();
     if (m_callbacks.print != nullptr) {
         std::string copy = text; // the callback may write into what it gets
@@ -36,23 +35,15 @@ void Report::detail(std::string_view what, std::string_view more) {
     }
 }
 
-void Report::warn(const std::string &text) {
-    m_warning = text;
-    print(text);
-}
-
 std::int32_t Report::end(const Outcome &outcome) {
+    for (const auto &warning : m_warnings) {
+        print(warning);
+    }
     if (!outcome.ok()) {
         print(outcome.text());
         return static_cast<std::int32_t>(outcome.code());
     }
-    if (warned()) {
-        if (m_last != m_warning) {
-            print(m_warning);
-        }
-        return static_cast<std::int32_t>(Code::Warnings);
-    }
-    return static_cast<std::int32_t>(Code::Done);
+    return static_cast<std::int32_t>(warned() ? Code::Warnings : Code::Done);
 }
 
 void Report::idle() {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ziplib {
 
@@ -19,10 +20,11 @@ class Report {
     void say(const std::string &text);
     // A line for those who asked for more messages.
     void detail(std::string_view what, std::string_view more);
-    // Something was left out. The last warning is said again at the end of the call, so that it is
-    // the text that remains.
-    void warn(const std::string &text);
-    bool warned() const { return !m_warning.empty(); }
+    // Something was left out. Printed when the call ends, so that it is the text that remains.
+    void warn(const std::string &text) { m_warnings.push_back(text); }
+    bool warned() const { return !m_warnings.empty(); }
+    // The work begins again: what was left out before may be taken this time.
+    void dropWarnings() { m_warnings.clear(); }
     // The call ends with this: its text is the last one printed. Returns its code.
     std::int32_t end(const Outcome &outcome);
 
@@ -39,8 +41,7 @@ class Report {
     ZIPUSERFUNCTIONS m_callbacks;
     bool m_verbose;
     bool m_quiet;
-    std::string m_warning;
-    std::string m_last;
+    std::vector<std::string> m_warnings;
     std::chrono::steady_clock::time_point m_lastCall;
 };
 

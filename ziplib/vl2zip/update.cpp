@@ -276,6 +276,7 @@ Outcome updateArchive(const PackOptions &options, Report &report) {
     bool guess = true;
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
+        report.dropWarnings();
         Update update(options, report, password, guess);
         auto outcome = update.run(again);
         if (outcome.ok() && !again) {
@@ -293,6 +294,7 @@ Outcome updateArchive(const PackOptions &options, Report &report) {
 
 Outcome deleteFromArchive(const PackOptions &options, Report &report) {
     for (int i = 0; i < kTries; ++i) {
+        report.dropWarnings();
         Target target(options.archive);
         if (auto opened = target.open([&] { report.idle(); }); !opened.ok()) {
             return opened;

@@ -40,8 +40,10 @@ class PackFaults : public testing::Test {
 
     // What comes of the call where this happens at its first file.
     packer::Result runWhile(const std::function<void()> &happens) {
+        return runWhile(call(), happens);
+    }
+    static packer::Result runWhile(packer::Call pack, const std::function<void()> &happens) {
         bool happened = false;
-        auto pack = call();
         pack.onFile = [&](const std::string & /*name*/) {
             if (!happened) {
                 happened = true;

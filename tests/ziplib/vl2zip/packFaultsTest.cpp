@@ -193,6 +193,16 @@ TEST_F(PackFaults, WhatChangesMeanwhileIsInTheArchive) {
     }
 }
 
+TEST_F(PackFaults, WhatAnEarlierAttemptMissedIsNoWarningOfTheLastOne) {
+    auto pack = call();
+    pack.patterns = {"*", "late.txt"};
+    const auto result = runWhile(pack, [&] { writeFile(work / "late.txt", "there by now"); });
+    EXPECT_EQ(result.code, 0) << result.all();
+    EXPECT_EQ(content(archive, "late.txt"), "there by now");
+    fs::remove(work / "late.txt");
+    EXPECT_EQ(run(pack).code, 1);
+}
+
 TEST_F(PackFaults, AnArchiveReplacedMeanwhileIsReadAfreshAndNeverMixed) {
     ASSERT_TRUE(judge({"make", "plain", folder / "other.vl2"}));
     const auto result = runWhile([&] {
