@@ -2,6 +2,7 @@
 #include "platform/files.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/dosAttributes.h"
+#include "platform/posix/dosRecord.h"
 #include "platform/posix/paths.h"
 
 #include <cerrno>
@@ -54,7 +55,7 @@ Descriptor openSource(const QByteArray &path, const QString &given, struct stat 
 void checkTarget(const QByteArray &path, const QString &given) {
     struct stat info = {};
     if (::stat(path.constData(), &info) == 0 &&
-        (!S_ISREG(info.st_mode) || (info.st_mode & S_IWUSR) == 0))
+        (!S_ISREG(info.st_mode) || isReadOnly(info.st_mode)))
         raise(ErrorNumber::PathFileAccess, given);
 }
 

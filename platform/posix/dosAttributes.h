@@ -1,11 +1,8 @@
 #pragma once
 
-#include <QByteArray>
-
 #include <sys/stat.h>
 
-// DOS attributes on file systems that know none: hidden, system and archive in the extended
-// attribute in which Samba and Wine keep them, read-only as the owner's missing write bit.
+// DOS attributes by path, kept as dosRecord.h says.
 namespace platform {
 
 // Hidden, system and archive bits of what the path leads to; 0 where nothing is kept.
@@ -16,9 +13,6 @@ int storedBitsOfEntry(const char *path);
 
 // Removes the bits kept for an entry, links not followed. True where none is left.
 bool dropStoredBits(const char *path);
-
-// The bits that an extended attribute's value stands for: "0x22" as text, or Samba's record.
-int parseStoredBits(const QByteArray &value);
 
 // All bits of what the path leads to, directory bit included. `info` is its stat.
 int attributeBits(const char *path, const struct stat &info);

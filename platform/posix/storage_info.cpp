@@ -1,10 +1,10 @@
 #include "platform/posix/storage_info.h"
 
+#include "platform/posix/dosRecord.h"
 #include "platform/posix/storage_error.h"
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/xattr.h>
@@ -14,9 +14,6 @@
 namespace platform {
 
 namespace {
-
-constexpr const char *dosAttribute = "user.DOSATTRIB";
-constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
 
 std::int64_t nanoseconds(const struct timespec &time) {
     return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
@@ -37,7 +34,7 @@ FileInfo::Kind kindOf(mode_t mode) {
 FileInfo fileInfo(const struct stat &st) {
     FileInfo info;
     info.kind = kindOf(st.st_mode);
-    info.readOnly = (st.st_mode & writeBits) == 0;
+    info.readOnly = isReadOnly(st.st_mode);
     info.size = static_cast<std::uint64_t>(st.st_size);
     info.modified = nanoseconds(st.st_mtim);
     info.changed = nanoseconds(st.st_ctim);
@@ -64,19 +61,16 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
 }
 
 std::uint8_t readDosBits(int descriptor) {
-    char text[32] = {};
-    const ssize_t length = fgetxattr(descriptor, dosAttribute, text, sizeof text - 1);
-    if (length < 3 || text[0] != '0' || (text[1] | 0x20) != 'x') {
-        return 0;
-    }
-    const unsigned long bits = std::strtoul(text + 2, nullptr, 16);
-    return static_cast<std::uint8_t>(bits & (attributeHidden | attributeSystem));
+    const std::uint8_t bits = readDosBits([descriptor](void *value, std::size_t size) {
+        return fgetxattr(descriptor, dosAttributeName, value, size);
+    });
+    return bits & (attributeHidden | attributeSystem);
 }
 
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown) {
     char text[8];
     const int length = std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(bits));
-    if (fsetxattr(descriptor, dosAttribute, text, static_cast<std::size_t>(length), 0) != 0) {
+    if (fsetxattr(descriptor, dosAttributeName, text, static_cast<std::size_t>(length), 0) != 0) {
         return errnoStatus(errno, "cannot record the attributes of", shown);
     }
     return {};

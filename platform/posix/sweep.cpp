@@ -3,6 +3,7 @@
 #include "platform/files.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/dosAttributes.h"
+#include "platform/posix/dosRecord.h"
 #include "platform/posix/folderCache.h"
 #include "platform/posix/names.h"
 #include "platform/posix/paths.h"
@@ -56,7 +57,7 @@ bool makeNormal(int folder, const QByteArray &name) {
         return false;
     }
     // The usual case, a file that can be written and has nothing stored, costs one call more.
-    if ((info.st_mode & S_IWUSR) != 0)
+    if (!isReadOnly(info.st_mode))
         return dropStoredBits(pathThrough(folder, name).constData());
     // A handle makes sure that it is this file whose mode is changed.
     const Descriptor file(::openat(folder, name.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));

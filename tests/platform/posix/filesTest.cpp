@@ -1,5 +1,5 @@
 #include "platform/files.h"
-#include "platform/posix/dosAttributes.h"
+#include "platform/storage.h"
 #include "tests/platform/filesFixture.h"
 
 #include <fcntl.h>
@@ -94,24 +94,46 @@ TEST_F(PosixFilesTest, WhereNothingNeedsKeepingAFileSystemWithoutAttributesIsNoE
     expectError(ErrorNumber::PathFileAccess, [&] { setAttributes(file, AttributeHidden); });
 }
 
-TEST(StoredBitsTest, TextsAndSambasRecordAreUnderstood) {
+// What a save leaves out as hidden, the clean-up after it must not take for an ordinary file.
+TEST_F(PosixFilesTest, TextsAndSambasRecordsMeanTheSameToWhoeverPacksAndWhoeverCleansUp) {
     const auto record = [](const char *hex) { return QByteArray::fromHex(hex); };
+    constexpr int kHidden = AttributeHidden;
     struct Row {
         QByteArray value;
         int bits;
+        mode_t mode = 0644;
     };
     for (const Row &row : {
-             Row{"0x2", AttributeHidden},
-             Row{"0x26", AttributeHidden | AttributeSystem | AttributeArchive},
-             Row{QByteArray("0x6\0", 4), AttributeHidden | AttributeSystem},
-             Row{"0X4", AttributeSystem}, Row{"0x10", 0}, Row{"2", 0},
-             Row{record("0000050005000000110000002200000012345678"),
-                 AttributeHidden | AttributeArchive},
+             Row{"0x2", kHidden}, Row{"0x26", kHidden | AttributeSystem | AttributeArchive},
+             Row{QByteArray("0x6\0", 4), kHidden | AttributeSystem}, Row{"0X4", AttributeSystem},
+             Row{"0x10", 0}, Row{"2", 0}, Row{"0x2" + QByteArray(400, '\0'), kHidden},
+             Row{record("0000050005000000110000002200000012345678"), kHidden | AttributeArchive},
              Row{record("0000030003000000110000000400000000000000"), AttributeSystem},
+             Row{record("00000300030000001100000002000000") + QByteArray(400, 'x'), kHidden},
              Row{record("0000050005000000100000002200000012345678"), 0}, // the bits are not valid
-             Row{record("00000500050000001100"), 0},                     // cut off
-         })
-        EXPECT_EQ(parseStoredBits(row.value), row.bits) << row.value.toHex().constData();
+             Row{record("0000020002000000000000000200000012345678"), kHidden},
+             Row{record("00000100010000000200000000000000"), kHidden},
+             Row{record("0000ffffffff00000400000000000000"), AttributeSystem},
+             Row{record("00000500050000001100"), 0}, // cut off
+             Row{"0x2", kHidden | AttributeReadOnly, 0444}, Row{"0x2", kHidden, 0200},
+             Row{"0x0", AttributeReadOnly, 0464}, // others may write, the owner may not
+         }) {
+        SCOPED_TRACE(row.value.toHex().constData());
+        const QByteArray path = makeFile("kept").toUtf8();
+        ASSERT_EQ(::setxattr(path.constData(), "user.DOSATTRIB", row.value.constData(),
+                             static_cast<std::size_t>(row.value.size()), 0),
+                  0);
+        ASSERT_EQ(::chmod(path.constData(), row.mode), 0);
+        EXPECT_EQ(attributes(at("kept")), row.bits);
+        Folder folder;
+        std::uint8_t packed = 0;
+        ASSERT_TRUE(folder.open(path.first(path.lastIndexOf('/')).toStdString()).ok());
+        if (folder.attributes("kept", packed).ok())
+            EXPECT_EQ(packed, row.bits & ~AttributeArchive);
+        else // only the superuser reads what its owner may not
+            EXPECT_NE(::geteuid(), 0U);
+        EXPECT_TRUE(QFile::remove(at("kept")));
+    }
 }
 
 } // namespace
