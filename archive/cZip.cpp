@@ -3,6 +3,8 @@
 #include "archive/mZip.h"
 #include "platform/error.h"
 
+#include <utility>
+
 namespace {
 // Recursion in which the specs are matched against the names found in every folder.
 constexpr std::int32_t kMatchInEveryFolder = 2;
@@ -162,6 +164,10 @@ void cZip::Delete() {
 
 const ZipResult &cZip::LastResult() const {
     return m_tLastResult;
+}
+
+std::optional<platform::PackedFiles> cZip::TakePacked() {
+    return std::exchange(m_tPacked, std::nullopt);
 }
 
 void cZip::RaiseCancel(const QString &sMsg, bool &bCancel) const {

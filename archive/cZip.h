@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/packedFiles.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -7,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 struct tZipOptions;
 
@@ -87,6 +90,10 @@ class cZip {
     // Deletes the entries that match. Raises as Zip does.
     void Delete();
     const ZipResult &LastResult() const;
+    // The files that the last Zip has put into the archive or found in it, in the versions that are
+    // in it; given away by the first call. None after a failure, or where the library does not
+    // report them.
+    std::optional<platform::PackedFiles> TakePacked();
 
     // Events; unset ones take the default told. Handlers run inside the library call, and an
     // exception that leaves one is dropped.
@@ -108,4 +115,5 @@ class cZip {
     QStringList m_asSpecs;
     std::unique_ptr<tZipOptions> m_tOptions;
     ZipResult m_tLastResult;
+    std::optional<platform::PackedFiles> m_tPacked;
 };

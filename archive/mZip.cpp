@@ -33,6 +33,18 @@ void requireFolder(const QString &path) {
                            platform::describe(ErrorNumber::PathNotFound));
 }
 
+// False where the library is one that only packs.
+bool reportPackedTo(VL2ZIP_PACKED callback) {
+    try {
+        library().function<decltype(&ZpReportPacked)>("ZpReportPacked")(callback);
+        return true;
+    } catch (const RuntimeError &error) {
+        if (error.number() != ErrorNumber::EntryPointNotFound)
+            throw;
+        return false;
+    }
+}
+
 } // namespace
 
 std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
@@ -40,6 +52,7 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
     m_bZipPasswordCancelled = false;
     m_cCurrentZip = &oZip;
     oZip.m_tLastResult = {-1, {}, {}};
+    oZip.m_tPacked.reset();
 
     requireFolder(oZip.BasePath());
 
@@ -56,6 +69,9 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
     record.szRootDir = rootDir.data();
     library().function<decltype(&ZpSetOptions)>("ZpSetOptions")(&record);
 
+    if (reportPackedTo(OnZipPacked))
+        oZip.m_tPacked.emplace();
+
     crossing::NameTable names;
     for (std::int32_t index = 0; index < lSpecCount; ++index)
         names.put(index, asSpecs.at(index));
@@ -67,6 +83,8 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
     command.lpszZipFN = zipFile.data();
     command.FNV = names.table();
     oZip.m_tLastResult.code = library().function<decltype(&ZpArchive)>("ZpArchive")(command);
+    if (!oZip.m_tLastResult.ok())
+        oZip.m_tPacked.reset();
     return oZip.m_tLastResult.code;
 }
 
@@ -118,4 +136,19 @@ std::int32_t mZip::OnZipService(char *filename, std::uint32_t size) noexcept {
             m_cCurrentZip->RaiseCancel(name, cancel);
     });
     return cancel ? 1 : 0;
+}
+
+void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
+    attempt([&] {
+        if (m_cCurrentZip == nullptr || !m_cCurrentZip->m_tPacked)
+            return;
+        platform::FileInfo seen;
+        seen.kind = platform::FileInfo::Kind::File;
+        seen.device = file->device;
+        seen.id = file->id;
+        seen.size = file->size;
+        seen.modified = file->modified;
+        seen.changed = file->changed;
+        m_cCurrentZip->m_tPacked->add(QString::fromUtf8(file->path), seen, file->crc, file->began);
+    });
 }

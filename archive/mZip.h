@@ -36,6 +36,7 @@ class mZip {
     static std::int32_t OnZipPassword(char *p, std::int32_t n, char *m, char *name) noexcept;
     static char *OnZipComment(char *comment) noexcept;
     static std::int32_t OnZipService(char *filename, std::uint32_t size) noexcept;
+    static void OnZipPacked(const ZPPACKED *file) noexcept;
 
     static bool m_bZipPasswordCancelled;
 };

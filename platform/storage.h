@@ -31,7 +31,9 @@ struct FileInfo {
     bool readOnly = false;
     std::uint64_t size = 0;
     std::int64_t modified = 0; // nanoseconds since 1970, UTC
-    std::int64_t changed = 0;  // the same, of the last change of the file or of its properties
+    // The same, of the last change of the file or of its properties; `modified` on disks that keep
+    // no such time.
+    std::int64_t changed = 0;
     std::uint64_t device = 0;  // device and id together name one file of the machine
     std::uint64_t id = 0;
 };
@@ -124,6 +126,10 @@ class Folder {
     Status openFile(const std::string &name, InputFile &file, Links links, FileInfo &info) const;
     // What is known of a name; a link is told as a link unless followed.
     Status info(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
+    // What is known of a file that is made here and dropped again. Its `changed` is the time now,
+    // by the disk's own clock and in that clock's steps: whatever changes on this disk from now on
+    // is stamped with this time or a later one.
+    Status newFileInfo(FileInfo &info) const;
     // Everything in the folder but "." and "..", in no order.
     Status list(std::vector<FolderItem> &items) const;
     Status removeFile(const std::string &name) const;

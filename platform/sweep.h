@@ -1,16 +1,12 @@
 #pragma once
 
+#include "platform/packedFiles.h"
+
 #include <QString>
 
-#include <cstdint>
 #include <memory>
 
 namespace platform {
-
-// Now, in nanoseconds since 1970: what was changed before this call is stamped with this moment at
-// the latest, what is changed after it with a later one. Files are stamped by a clock that moves in
-// steps of some milliseconds; this waits for the next one.
-std::int64_t fileTimeNow();
 
 // Works through the files of one work folder with each folder opened once, so that a large folder
 // costs one system call a file. Names are relative to the work folder, in the program's form. No
@@ -23,11 +19,9 @@ class Sweep {
     Sweep(const Sweep &) = delete;
     Sweep &operator=(const Sweep &) = delete;
 
-    // From now on leaves every file that was changed after `moment`, a fileTimeNow(), and says that
-    // it was not deleted; so, where the system tells it, all in a folder that was moved to its
-    // place after that. For files that were saved elsewhere at that moment: a later change is in no
-    // other place.
-    void keepChangedAfter(std::int64_t moment);
+    // From now on deletes only files that an archive holds, a link by the file that it leads to,
+    // and says of every other that it was not deleted. `packed` must outlive this.
+    void deleteOnly(const PackedFiles &packed);
 
     // Clears read-only, hidden, system and archive of one file.
     bool clearAttributes(const QString &file);
@@ -42,6 +36,7 @@ class Sweep {
 
   private:
     struct State;
+    QString m_workFolder;
     std::unique_ptr<State> m_state;
 };
 

@@ -113,7 +113,8 @@ class frmMain : public QWidget {
     void cmdCancel_Click();
     // Packs the work folder. "" where every file is in the archive, else what went wrong.
     QString PackWorkFolder();
-    void CleanUpWorkFolder();
+    // Empties the work folder and removes it; after a save only of what was `packed`.
+    void CleanUpWorkFolder(const platform::PackedFiles *packed);
 
     // frmMainEdit.cpp
     void cmdEditFile_Click();
@@ -155,5 +156,4 @@ class frmMain : public QWidget {
     ArchiveLines *m_lines; // what lstArchive holds
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
-    std::int64_t m_savedAt = 0; // when the save began whose files are being cleaned up, or 0
 };

@@ -12,12 +12,10 @@
 void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
-    const std::int64_t start = platform::fileTimeNow();
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
-        m_savedAt = start;
-        CleanUpWorkFolder();
-        m_savedAt = 0;
+        const auto packed = m_cZ->TakePacked();
+        CleanUpWorkFolder(packed ? &*packed : nullptr);
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
     } else {
         lblStatus->SetText(failure);
@@ -31,7 +29,7 @@ void frmMain::cmdSaveChanges_Click() {
 void frmMain::cmdCancel_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
-    CleanUpWorkFolder();
+    CleanUpWorkFolder(nullptr);
     platform::setMousePointer(this, 0);
     EnableWindow();
 }
@@ -64,14 +62,14 @@ QString frmMain::PackWorkFolder() {
 }
 
 // Every step that fails is skipped: what cannot be deleted stays.
-void frmMain::CleanUpWorkFolder() {
+void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
     if (FileExists(ProbeFile()) != 0) {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
         platform::Sweep sweep(WorkFolder());
         // What an editor wrote while the archive was being saved may not be in it.
-        if (m_savedAt != 0)
-            sweep.keepChangedAfter(m_savedAt);
+        if (packed != nullptr)
+            sweep.deleteOnly(*packed);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
             // A read-only file goes as well; only one that stays needs its attributes cleared.

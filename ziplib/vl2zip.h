@@ -80,12 +80,33 @@ typedef struct ZCL {
     char **FNV;      /* the names or patterns */
 } ZCL;
 
+/* A file of the folder whose bytes the archive holds, in the version in which they were read. */
+typedef struct ZPPACKED {
+    const char *path; /* below szRootDir, "/" between the folders; UTF-8 on every system */
+    uint64_t device;  /* device and id together name one file of the machine */
+    uint64_t id;
+    uint64_t size;
+    int64_t modified; /* nanoseconds since 1970, UTC */
+    int64_t changed;  /* the same, of the last change of the file or of its properties */
+    int64_t began;    /* the same, of the file's disk by its own clock before the file was read;
+                       * INT64_MIN where that is not known. Where `changed` is earlier, every change
+                       * since shows by another `changed`; else one may have left no trace. */
+    uint32_t crc;     /* CRC-32 of the bytes in the archive, after a conversion of line ends */
+} ZPPACKED;
+typedef void (*VL2ZIP_PACKED)(const ZPPACKED *file);
+
 /* Registers the callbacks for the calls that follow; any may be null. They run on the caller's
  * thread. Returns 1. */
 VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
 
 /* Takes the options for the next operation. Returns 1. */
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
+
+/* Registers a callback for the calls that follow, or none. It is called at the end of each ZpArchive
+ * that adds and returns 0, 1 or 12, once for each file whose bytes the archive holds then: for
+ * programs that delete files once they are packed, and must not delete later versions. What it is
+ * given is gone when it returns. Returns 1. */
+VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
  * others, or deletes the matching entries (with the last one gone an empty archive stays). The

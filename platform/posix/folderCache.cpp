@@ -5,7 +5,6 @@
 #include "platform/posix/paths.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -16,10 +15,6 @@ namespace {
 // A user may have no more than 64 files open in all.
 constexpr std::size_t kKeptOpen = 16;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-std::int64_t nanoseconds(const timespec &time) {
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
-}
 
 bool isUsableName(QStringView name) {
     return !name.isEmpty() && name != u"." && name != u".." && !name.contains(QChar(u'\0'));
@@ -86,28 +81,8 @@ void FolderCache::close(const QString &folder) {
     }
 }
 
-void FolderCache::refuseMovedAfter(std::int64_t moment) {
-    m_moment = moment;
-    if (m_root.descriptor() >= 0 && !accepts({}, m_root.descriptor()))
-        close({});
-}
-
-// A folder that is renamed has its record changed. So it has where a name in it comes or goes, but
-// then its content changes at the same moment.
-bool FolderCache::accepts(const QString &folder, int descriptor) {
-    if (!m_moment || m_accepted.contains(folder))
-        return true;
-    struct stat info = {};
-    if (::fstat(descriptor, &info) != 0 || (nanoseconds(info.st_ctim) > *m_moment &&
-                                            nanoseconds(info.st_ctim) != nanoseconds(info.st_mtim)))
-        return false;
-    m_accepted.insert(folder);
-    return true;
-}
-
 Descriptor FolderCache::openPath(const QString &folder) {
     Descriptor current;
-    QString walked;
     int parent = m_root.descriptor();
     QString text = folder;
     for (const QString &component : text.replace(u'\\', u'/').split(u'/')) {
@@ -123,8 +98,7 @@ Descriptor FolderCache::openPath(const QString &folder) {
                 return Descriptor();
             next = Descriptor(::openat(parent, other.constData(), kFolderFlags | O_NOFOLLOW));
         }
-        walked += u'/' + component;
-        if (!next.isOpen() || !accepts(walked, next.get()))
+        if (!next.isOpen())
             return Descriptor();
         current = std::move(next);
         parent = current.get();

@@ -4,10 +4,8 @@
 
 #include <QByteArray>
 #include <QHash>
-#include <QSet>
 #include <QString>
 
-#include <cstdint>
 #include <list>
 #include <optional>
 
@@ -42,20 +40,14 @@ class FolderCache {
     // The folder of that name ("" is the work folder), or null where there is none. Stays valid
     // until the next call.
     OpenFolder *open(const QString &folder);
-    // From now on leaves folders alone, and all below them, that took their place after `moment`:
-    // what lies in them is not what lay there. Each is judged where it is first opened.
-    void refuseMovedAfter(std::int64_t moment);
     // Closes the folder, if it is open.
     void close(const QString &folder);
 
   private:
     Descriptor openPath(const QString &folder);
-    bool accepts(const QString &folder, int descriptor);
 
     OpenFolder m_root;
     std::list<OpenFolder> m_used; // the last one first
-    std::optional<std::int64_t> m_moment;
-    QSet<QString> m_accepted; // folders that have been judged
 };
 
 // A name relative to a work folder, taken apart at its last separator.

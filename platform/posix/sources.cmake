@@ -5,8 +5,6 @@ target_sources(orvel_storage PRIVATE
   posix/storage_input.cpp posix/storage_newfile.cpp posix/storage_paths.cpp
   posix/writeBehind.cpp posix/writeBehind.h)
 target_sources(orvel_platform PRIVATE posix/narrow.cpp)
-# Both keep the DOS attributes of files alike.
-target_link_libraries(orvel_platform PRIVATE orvel_storage)
 target_sources(orvel_forms PRIVATE posix/fileDialog.cpp posix/systemMenu.cpp)
 include(${CMAKE_CURRENT_LIST_DIR}/registry.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/files.cmake)

@@ -7,39 +7,18 @@
 #include "platform/posix/folderCache.h"
 #include "platform/posix/names.h"
 #include "platform/posix/paths.h"
+#include "platform/posix/storage_info.h"
 
 #include <cerrno>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <limits>
 #include <vector>
 
 namespace platform {
 
 namespace {
-
-constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kCoarseStep = 2'000'000'000;
-constexpr useconds_t kPause = 300;
-
-std::int64_t nanoseconds(const timespec &time) {
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
-}
-
-// Every change of a file moves the time of its last change, a rename onto its name included.
-bool changedAfter(int folder, const QByteArray &name, std::int64_t moment) {
-    struct stat info = {};
-    if (moment == kNever || ::fstatat(folder, name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
-        return false;
-    // A disk that counts whole seconds, or every other one, tells only when that was at the
-    // earliest.
-    const std::int64_t stamp = nanoseconds(info.st_ctim);
-    const bool coarse = info.st_ctim.tv_nsec == 0;
-    return (coarse ? stamp + kCoarseStep : stamp) > moment;
-}
 
 // The way to a file from an open folder for calls that have no form with a descriptor. A link at
 // its end is not followed by calls that do not follow links.
@@ -94,39 +73,58 @@ bool onFile(FolderCache &folders, const QString &path, Step step) {
 struct Sweep::State {
     explicit State(const QString &workFolder) : path(resolve(workFolder)), folders(path) {}
 
-    bool deleteIn(int folder, const QByteArray &name) const {
-        if (changedAfter(folder, name, keepAfter)) {
-            errno = EBUSY;
-            return false;
-        }
-        return ::unlinkat(folder, name.constData(), 0) == 0;
+    // Deletes a name of an open folder, which `file` leads to from the work folder.
+    bool deleteIn(int folder, const QByteArray &name, QStringView file) const {
+        return (packed == nullptr || isPacked(folder, name, file)) &&
+               ::unlinkat(folder, name.constData(), 0) == 0;
     }
+    bool isPacked(int folder, const QByteArray &name, QStringView file) const;
 
     QByteArray path;
     FolderCache folders;
-    std::int64_t keepAfter = kNever;
+    const PackedFiles *packed = nullptr;
+    bool timesTell = false; // whether the disk's clock has not been set back since the save
 };
 
-std::int64_t fileTimeNow() {
-    const auto read = [](clockid_t clock) {
-        timespec now = {};
-        ::clock_gettime(clock, &now);
-        return nanoseconds(now);
+// Sets errno where it is not.
+bool Sweep::State::isPacked(int folder, const QByteArray &name, QStringView file) const {
+    struct stat info = {};
+    if (::fstatat(folder, name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
+    const bool isLink = S_ISLNK(info.st_mode);
+    if (isLink && ::fstatat(folder, name.constData(), &info, 0) != 0)
+        return false;
+    Descriptor opened;
+    const auto read = [&](void *data, std::size_t size, std::uint64_t offset) -> std::int64_t {
+        if (!opened.isOpen()) {
+            int descriptor = -1;
+            FileInfo found;
+            const Status status =
+                openInputAt(folder, name.toStdString(), {}, isLink, descriptor, found);
+            opened = Descriptor(descriptor);
+            if (!status.ok() || !sameFile(found, fileInfo(info)))
+                return -1;
+        }
+        ssize_t got = 0;
+        do {
+            got = ::pread(opened.get(), data, size, static_cast<off_t>(offset));
+        } while (got < 0 && errno == EINTR);
+        return got;
     };
-    // Stamps are taken from either clock; the coarse one is the one that lags.
-    const std::int64_t now = read(CLOCK_REALTIME);
-    while (read(CLOCK_REALTIME_COARSE) <= now)
-        ::usleep(kPause);
-    return now;
+    if (S_ISREG(info.st_mode) && packed->hold(file, fileInfo(info), timesTell, read))
+        return true;
+    errno = EBUSY;
+    return false;
 }
 
-Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>(workFolder)) {}
+Sweep::Sweep(const QString &workFolder)
+    : m_workFolder(workFolder), m_state(std::make_unique<State>(workFolder)) {}
 
 Sweep::~Sweep() = default;
 
-void Sweep::keepChangedAfter(std::int64_t moment) {
-    m_state->keepAfter = moment;
-    m_state->folders.refuseMovedAfter(moment);
+void Sweep::deleteOnly(const PackedFiles &packed) {
+    m_state->packed = &packed;
+    m_state->timesTell = packed.isClockRunning(m_workFolder);
 }
 
 bool Sweep::clearAttributes(const QString &file) {
@@ -134,8 +132,8 @@ bool Sweep::clearAttributes(const QString &file) {
 }
 
 bool Sweep::deleteFile(const QString &file) {
-    return onFile(m_state->folders, file, [this](int folder, const QByteArray &name) {
-        return m_state->deleteIn(folder, name);
+    return onFile(m_state->folders, file, [&](int folder, const QByteArray &name) {
+        return m_state->deleteIn(folder, name, file);
     });
 }
 
@@ -157,7 +155,8 @@ bool Sweep::deleteFilesIn(const QString &folder) {
     for (const QByteArray &name : names) {
         const int bits = storedBitsOfEntry(pathThrough(descriptor, name).constData());
         const bool keep = (bits & (AttributeHidden | AttributeSystem)) != 0;
-        if (keep || (!m_state->deleteIn(descriptor, name) && errno != ENOENT))
+        if (keep || (!m_state->deleteIn(descriptor, name, folder + u'/' + nameText(name)) &&
+                     errno != ENOENT))
             noneLeft = false;
     }
     return noneLeft;

@@ -21,7 +21,6 @@ target_sources(orvel_platform PRIVATE
   windows/shell.cpp
   windows/sweep.cpp
   windows/system.h)
-# Sweeping a work folder goes through open folders, as the libraries do.
-target_link_libraries(orvel_platform PRIVATE orvel_storage PUBLIC advapi32 shell32 user32)
+target_link_libraries(orvel_platform PUBLIC advapi32 shell32 user32)
 
 target_sources(orvel_forms PRIVATE windows/fileDialog.cpp windows/systemMenu.cpp)

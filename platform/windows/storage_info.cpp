@@ -53,7 +53,8 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
     info.modified = nanoseconds(times.LastWriteTime.QuadPart);
-    info.changed = nanoseconds(times.ChangeTime.QuadPart);
+    info.changed = times.ChangeTime.QuadPart != 0 ? nanoseconds(times.ChangeTime.QuadPart)
+                                                  : info.modified;
     info.device = known.dwVolumeSerialNumber;
     info.id = static_cast<std::uint64_t>(known.nFileIndexHigh) << 32U | known.nFileIndexLow;
     return ERROR_SUCCESS;

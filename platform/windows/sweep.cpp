@@ -5,8 +5,6 @@
 
 #include <QStringList>
 
-#include <algorithm>
-#include <limits>
 #include <list>
 #include <optional>
 #include <vector>
@@ -16,6 +14,7 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kKeptOpen = 16;
+constexpr auto kNotPacked = static_cast<NTSTATUS>(0xC0000043); // a sharing violation
 
 QString plainPath(const QString &path) {
     QString text = path;
@@ -49,19 +48,6 @@ std::optional<RelativeName> relativeName(const QString &path) {
     return RelativeName{text.first(cut < 0 ? 0 : cut), name.toStdString()};
 }
 
-constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
-
-bool changedAfter(HANDLE folder, const std::string &name, std::int64_t moment) {
-    Access access;
-    access.rights = FILE_READ_ATTRIBUTES;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    Handle file;
-    FileInfo info;
-    return moment != kNever && openAt(folder, name, access, file) >= 0 &&
-           fileInfo(file.get(), info) == ERROR_SUCCESS &&
-           std::max(info.modified, info.changed) > moment;
-}
-
 bool makeNormal(HANDLE folder, const std::string &name) {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
@@ -83,7 +69,15 @@ struct Sweep::State {
     QString path;
     Handle root;
     std::list<Used> used; // the last one used first
-    std::int64_t keepAfter = kNever;
+    const PackedFiles *packed = nullptr;
+    bool timesTell = false; // whether the disk's clock has not been set back since the save
+
+    // Deletes a name of an open folder, which `file` leads to from the work folder.
+    NTSTATUS deleteIn(HANDLE folder, const std::string &name, QStringView file) const {
+        return packed == nullptr ? deleteAt(folder, name, FILE_NON_DIRECTORY_FILE)
+                                 : deletePacked(folder, name, file);
+    }
+    NTSTATUS deletePacked(HANDLE folder, const std::string &name, QStringView file) const;
 
     void openRoot() {
         root = Handle(CreateFileW(wide(path), FILE_LIST_DIRECTORY | FILE_TRAVERSE | SYNCHRONIZE,
@@ -132,29 +126,50 @@ struct Sweep::State {
     }
 };
 
-std::int64_t fileTimeNow() {
-    const auto clock = [] {
-        FILETIME now = {};
-        GetSystemTimeAsFileTime(&now);
-        return std::int64_t{now.dwHighDateTime} * 0x100000000 + now.dwLowDateTime;
+// By one handle, which lets nobody write meanwhile: the times of a file that is being written to
+// may be those of before.
+NTSTATUS Sweep::State::deletePacked(HANDLE folder, const std::string &name,
+                                    QStringView file) const {
+    Access access;
+    access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    access.share = FILE_SHARE_READ | FILE_SHARE_DELETE;
+    Handle opened;
+    if (const NTSTATUS status = openAt(folder, name, access, opened); status < 0)
+        return status;
+    FileInfo info;
+    if (fileInfo(opened.get(), info) != ERROR_SUCCESS)
+        return kNotPacked;
+    const bool isLink = info.kind == FileInfo::Kind::Link;
+    Handle target;
+    if (isLink && (!openInputAt(folder, name, name, true, target).ok() ||
+                   fileInfo(target.get(), info) != ERROR_SUCCESS))
+        return kNotPacked;
+    const auto read = [&](void *data, std::size_t size, std::uint64_t offset) -> std::int64_t {
+        FileInfo found;
+        if (!target.isOpen() &&
+            (!openInputAt(folder, name, name, false, target).ok() ||
+             fileInfo(target.get(), found) != ERROR_SUCCESS || !sameFile(found, info)))
+            return -1;
+        std::size_t got = 0;
+        return readHandleAt(target.get(), offset, data, size, got) == ERROR_SUCCESS
+                   ? static_cast<std::int64_t>(got)
+                   : -1;
     };
-    constexpr std::int64_t longestStep = 160'000;
-    constexpr std::int64_t ticksBefore1970 = 116'444'736'000'000'000;
-    const std::int64_t before = clock();
-    while (clock() - before <= longestStep)
-        ::Sleep(1);
-    return (before - ticksBefore1970) * 100;
+    return packed->hold(file, info, timesTell, read) ? deleteOpened(opened.get()) : kNotPacked;
 }
 
-Sweep::Sweep(const QString &workFolder) : m_state(std::make_unique<State>()) {
+Sweep::Sweep(const QString &workFolder)
+    : m_workFolder(workFolder), m_state(std::make_unique<State>()) {
     m_state->path = longPath(workFolder);
     m_state->openRoot();
 }
 
 Sweep::~Sweep() = default;
 
-void Sweep::keepChangedAfter(std::int64_t moment) {
-    m_state->keepAfter = moment;
+void Sweep::deleteOnly(const PackedFiles &packed) {
+    m_state->packed = &packed;
+    m_state->timesTell = packed.isClockRunning(m_workFolder);
 }
 
 bool Sweep::clearAttributes(const QString &file) {
@@ -166,9 +181,7 @@ bool Sweep::clearAttributes(const QString &file) {
 bool Sweep::deleteFile(const QString &file) {
     const auto parts = relativeName(file);
     const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
-    return folder != INVALID_HANDLE_VALUE &&
-           !changedAfter(folder, parts->name, m_state->keepAfter) &&
-           deleteAt(folder, parts->name, FILE_NON_DIRECTORY_FILE) >= 0;
+    return folder != INVALID_HANDLE_VALUE && m_state->deleteIn(folder, parts->name, file) >= 0;
 }
 
 bool Sweep::deleteFilesIn(const QString &folder) {
@@ -188,11 +201,8 @@ bool Sweep::deleteFilesIn(const QString &folder) {
                 names.push_back(name);
         });
     for (const std::string &name : names) {
-        if (changedAfter(opened, name, m_state->keepAfter)) {
-            noneLeft = false;
-            continue;
-        }
-        const NTSTATUS status = deleteAt(opened, name, FILE_NON_DIRECTORY_FILE);
+        const QString file = folder + u'\\' + QString::fromStdString(name);
+        const NTSTATUS status = m_state->deleteIn(opened, name, file);
         if (status < 0 && errorOf(status) != ERROR_FILE_NOT_FOUND)
             noneLeft = false;
     }

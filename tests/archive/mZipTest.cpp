@@ -121,6 +121,44 @@ TEST_F(mZipTest, MessagesAndNamesOf2To31999BytesRaiseEvents) {
     EXPECT_EQ(names[2], "a/b"); // separators as the library wrote them
 }
 
+// What was packed is known after a call that ends well, and given away once.
+TEST_F(mZipTest, TheFilesThatTheLibraryHasPackedAreKeptAsItReportsThem) {
+    const auto never = [](void *, std::size_t, std::uint64_t) -> std::int64_t { return -1; };
+    for (const std::int32_t code : {0, 12, 1, 14}) {
+        SCOPED_TRACE(code);
+        platform::FileInfo seen;
+        seen.device = 1;
+        seen.id = 2;
+        seen.size = 3;
+        seen.modified = 4;
+        seen.changed = 5;
+        fake.script = [&](const ZIPUSERFUNCTIONS &) {
+            const ZPPACKED file{"sub/\xc3\xbc.cs", 1, 2, 3, 4, 5, 6, 7};
+            fake.packed(&file);
+            return code;
+        };
+        zip.Zip();
+        const auto packed = zip.TakePacked();
+        ASSERT_EQ(packed.has_value(), code == 0 || code == 12);
+        EXPECT_FALSE(zip.TakePacked().has_value());
+        if (!packed)
+            continue;
+        EXPECT_TRUE(packed->hold(u"sub\\\u00dc.cs", seen, true, never));
+        EXPECT_FALSE(packed->hold(u"sub\\u.cs", seen, true, never));
+        EXPECT_FALSE(packed->hold(u"sub\\\u00dc.cs", seen, false, never));
+        for (auto *const number : {&seen.device, &seen.id, &seen.size}) {
+            ++*number;
+            EXPECT_FALSE(packed->hold(u"sub\\\u00dc.cs", seen, true, never));
+            --*number;
+        }
+        for (auto *const time : {&seen.modified, &seen.changed}) {
+            ++*time;
+            EXPECT_FALSE(packed->hold(u"sub\\\u00dc.cs", seen, true, never));
+            --*time;
+        }
+    }
+}
+
 TEST_F(mZipTest, ADeclinedPasswordIsAskedForOnceACallAndAGivenOneCrosses) {
     int asked = 0;
     for (const char *given : {"   ", "secret"}) {

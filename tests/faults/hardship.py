@@ -2,7 +2,7 @@
 """The program on a machine that has run short of something, or with files that are not what they
 were when it listed them.
 
-    hardship.py save | extract | clean-up | limits BINARIES SCRATCH
+    hardship.py save | extract | clean-up | limits | seconds BINARIES SCRATCH
 
 Ends with 0 where all was well, with 77 where this machine refuses to make one of the faults, or only
 root can make it (the others are tried).
@@ -21,6 +21,7 @@ import zipfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from powercut import on_disk  # noqa: E402
 from job import (ENTRIES, Job, archive_content, check, ended, go, main, not_made,  # noqa: E402
                  read_tree, until_pause, write_files)
 
@@ -315,5 +316,20 @@ def limits(binaries, scratch):
     return code
 
 
+@on_disk("-I", "128")
+def seconds(binaries, disk, scratch):
+    """On a disk that counts whole seconds no save waits for the next one, no file is left behind
+    and no edit in the same second is lost: the tests of that, run there."""
+    environment = {**os.environ, "HOME": scratch, "TMPDIR": disk.path, "QT_QPA_PLATFORM": "offscreen"}
+    os.makedirs(scratch)
+    for program, tests in (("files_test", "SweepTest.*"), ("packFaultsTest", "*Meanwhile*"),
+                           ("frmMainSaveTest", "*")):
+        done = subprocess.run([os.path.join(binaries, program), "--gtest_filter=" + tests], check=False,
+                              env=environment, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True)
+        check(done.returncode == 0 and "[  PASSED  ]" in done.stdout, program, done.stdout[-2000:])
+
+
 if __name__ == "__main__":
-    main(__doc__, {"save": save, "extract": extract, "clean-up": clean_up, "limits": limits})
+    main(__doc__, {"save": save, "extract": extract, "clean-up": clean_up, "limits": limits,
+                   "seconds": seconds})

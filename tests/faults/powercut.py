@@ -26,15 +26,15 @@ WITH_JOURNAL, WITHOUT_JOURNAL = 1, 2
 
 
 class Disk:
-    """A small ext4 disk in a file, mounted."""
+    """A small ext4 disk in a file, mounted; made with these options."""
 
-    def __init__(self, scratch):
+    def __init__(self, scratch, *options):
         os.makedirs(scratch, exist_ok=True)
         self.image, self.path = scratch + ".img", scratch
         try:
             with open(self.image, "wb") as file:
                 file.truncate(96 << 20)
-            self.command("mkfs.ext4", "-q", "-F", self.image)
+            self.command("mkfs.ext4", "-q", "-F", *options, self.image)
             self.command("mount", "-o", "loop", self.image, self.path)
         except (OSError, subprocess.CalledProcessError):
             os.remove(self.image)
@@ -64,21 +64,23 @@ class Disk:
         self.command("mount", "-o", "loop", self.image, self.path)
 
 
-def on_disk(test):
-    def run(binaries, scratch):
-        try:
-            disk = Disk(scratch)
-        except (OSError, subprocess.CalledProcessError) as why:
-            return not_made(["a disk of its own (%s)" % why])
-        try:
-            test(binaries, disk, os.path.join(disk.path, "job"))
-        finally:
-            disk.remove()
-        return 0
-    return run
+def on_disk(*options):
+    def decorate(test):
+        def run(binaries, scratch):
+            try:
+                disk = Disk(scratch, *options)
+            except (OSError, subprocess.CalledProcessError) as why:
+                return not_made(["a disk of its own (%s)" % why])
+            try:
+                test(binaries, disk, os.path.join(disk.path, "job"))
+            finally:
+                disk.remove()
+            return 0
+        return run
+    return decorate
 
 
-@on_disk
+@on_disk()
 def save(binaries, disk, scratch):
     for how in (WITH_JOURNAL, WITHOUT_JOURNAL):
         kill_save(binaries, scratch, before=disk.sync, after=lambda how=how: disk.cut(how))
@@ -104,13 +106,13 @@ def cut_extraction(binaries, disk, scratch, lacks=None):
     return cut_off
 
 
-@on_disk
+@on_disk()
 def extract(*where):
     """Files that were not on the disk yet do not get into the archive as what is left of them."""
     check(cut_extraction(*where) > len(ENTRIES), "no file was ever cut off, nothing was tested")
 
 
-@on_disk
+@on_disk()
 def extract_timeless(*where):
     """On a disk that loses the times by which such files are known, there are none."""
     check(cut_extraction(*where, lacks=" times ") == 0, "a file was cut off")

@@ -1,6 +1,11 @@
 #include "platform/sweep.h"
 #include "platform/files.h"
 #include "tests/platform/filesFixture.h"
+#include "tests/support/disk.h"
+
+#include <functional>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -83,32 +88,113 @@ TEST_F(SweepTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
                  sweep.deleteFilesIn({}) || sweep.removeFolder({}));
 }
 
-TEST_F(SweepTest, WhatWasChangedAfterTheMomentStays) {
-    for (const char *name : {"old.cs", "sub/old.png", "sub/written.png", "sub/replaced.png"})
-        makeFile(QByteArray("temp/Classic/") + name);
+constexpr std::uint32_t kContentCrc = 0xFEC530A9; // of "content"
+constexpr std::int64_t kHour = 3'600'000'000'000;
+
+// A save reads "content" in sub/a.png and sub/b.png. Then something happens, and the clean-up
+// comes.
+TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
+    const QString path = "sub\\a.png";
+    const auto file = [&](const char *name) { return fs::path(bytesAt(name).toStdString()); };
+    const fs::path a = file("temp/Classic/sub/a.png");
+    const fs::path sub = file("temp/Classic/sub");
+    const struct {
+        const char *what;
+        std::function<void()> happens;
+        bool deleted;
+    } rows[] = {
+        {"nothing", [] {}, true},
+        {"an edit", [&] { writeFile(a, "edit"); }, false},
+        {"one of the same size that puts the time back",
+         [&] {
+             const auto time = fs::last_write_time(a);
+             writeFile(a, "CONTENT");
+             fs::last_write_time(a, time);
+         },
+         false},
+        {"the same bytes once more", [&] { writeFile(a, "content"); }, true},
+        {"an older file in its place",
+         [&] {
+             writeFile(file("old"), "CONTENT");
+             fs::last_write_time(file("old"), {});
+             fs::rename(file("old"), a);
+         },
+         false},
+        {"the folder away, another in its place",
+         [&] {
+             fs::rename(sub, file("away"));
+             writeFile(a, "another");
+         },
+         false},
+        {"the file away, one of another name in its place",
+         [&] {
+             writeFile(sub / "c.png", "c");
+             fs::rename(sub / "c.png", a);
+         },
+         false},
+    };
+    for (const auto &row : rows) {
+        // The disk's clock before the save: known, not known, and set back an hour since.
+        for (const std::int64_t ahead : {std::int64_t{0}, INT64_MIN, kHour}) {
+            SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(ahead));
+            platform::PackedFiles packed;
+            for (const fs::path &gone : {sub, file("away")})
+                fs::remove_all(gone);
+            for (const char *name : {"a.png", "b.png"}) {
+                writeFile(sub / name, "content");
+                setFileTime(sub / name, 2'100'000'000); // dates in the future make no difference
+            }
+            platform::Folder folder;
+            platform::FileInfo now;
+            ASSERT_TRUE(folder.open(sub.string()).ok() && folder.newFileInfo(now).ok());
+            for (const char *name : {"a.png", "b.png"}) {
+                platform::FileInfo seen;
+                ASSERT_TRUE(folder.info(name, seen).ok());
+                packed.add(QString("sub/") + name, seen, kContentCrc,
+                           ahead == INT64_MIN ? ahead : now.changed + ahead);
+            }
+            folder.close();
+            row.happens();
+            platform::Sweep sweep(work());
+            sweep.deleteOnly(packed);
+            EXPECT_EQ(sweep.deleteFile(path), row.deleted);
+            EXPECT_EQ(exists("temp/Classic/sub/a.png"), !row.deleted);
+            EXPECT_EQ(sweep.deleteFilesIn("SUB"), row.deleted);
+            EXPECT_FALSE(exists("temp/Classic/sub/b.png"));
+        }
+    }
+    writeFile(sub / "new.png", "content");
     platform::Sweep sweep(work());
-    sweep.keepChangedAfter(platform::fileTimeNow());
-    makeFile("temp/Classic/sub/written.png");
-    // An editor's new file, made to look old, over the old one.
-    const std::filesystem::path part = makeFile("temp/Classic/new.part").toStdString();
-    std::filesystem::last_write_time(part, {});
-    std::filesystem::rename(part, bytesAt("temp/Classic/sub/replaced.png").toStdString());
-    EXPECT_TRUE(sweep.deleteFile("old.cs"));
-    EXPECT_FALSE(sweep.deleteFile("sub\\written.png"));
+    const platform::PackedFiles none;
+    sweep.deleteOnly(none);
+    EXPECT_FALSE(sweep.deleteFile("sub\\new.png"));
     EXPECT_FALSE(sweep.deleteFilesIn("sub"));
-    EXPECT_TRUE(sweep.deleteFilesIn({}));
-    EXPECT_EQ(namesIn("temp/Classic/sub"), QStringList({"replaced.png", "written.png"}));
 }
 
-// Files are stamped by a clock that stands still for some milliseconds at a time.
-TEST_F(SweepTest, TheMomentPartsWhatComesRightBeforeItFromWhatComesRightAfter) {
-    for (int i = 0; i < 50; ++i) {
-        makeFile("temp/Classic/before.cs");
+// An edit in the step of the disk's clock in which the file was read leaves its times as they were.
+TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
+    makeFile("temp/Classic/a.cs", "EDITED!"); // as long as "content"
+    platform::Folder folder;
+    platform::FileInfo seen;
+    ASSERT_TRUE(folder.open(bytesAt("temp/Classic").toStdString()).ok());
+    ASSERT_TRUE(folder.info("a.cs", seen).ok());
+    struct Row {
+        std::int64_t began;
+        bool deleted;
+    };
+    for (const Row &row : {Row{seen.changed, false}, Row{INT64_MIN, false},
+                           Row{seen.changed + kHour, false}, // set back since
+                           Row{seen.changed + 1, true}}) {
+        SCOPED_TRACE(row.began - seen.changed);
+        platform::FileInfo now;
+        do { // the clock moves on
+            ASSERT_TRUE(folder.newFileInfo(now).ok());
+        } while (now.changed <= seen.changed);
+        platform::PackedFiles packed;
+        packed.add(u"a.cs", seen, kContentCrc, row.began);
         platform::Sweep sweep(work());
-        sweep.keepChangedAfter(platform::fileTimeNow());
-        makeFile("temp/Classic/after.cs");
-        ASSERT_FALSE(sweep.deleteFile("after.cs"));
-        ASSERT_TRUE(sweep.deleteFile("before.cs"));
+        sweep.deleteOnly(packed);
+        EXPECT_EQ(sweep.deleteFile("A.cs"), row.deleted);
     }
 }
 

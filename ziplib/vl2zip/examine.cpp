@@ -34,26 +34,6 @@ bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modifi
     return !sameTime(directory, entry, modified) && toDosFields(modified) > fields;
 }
 
-// Reads the file once; `same` tells whether its size and CRC are the entry's.
-Outcome compareCrc(SourceFile &file, const Entry &entry, bool &same) {
-    const Loan<Bytes> loan;
-    Bytes &piece = *loan;
-    std::uint32_t crc = 0;
-    std::uint64_t size = 0;
-    for (;;) {
-        if (auto read = file.read(kPiece, piece); !read.ok()) {
-            return read;
-        }
-        if (piece.empty()) {
-            break;
-        }
-        crc = crc32(crc, piece.data(), piece.size());
-        size += piece.size();
-    }
-    same = size == entry.size && crc == entry.crc;
-    return {};
-}
-
 // Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
 // its place.
 Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
@@ -113,7 +93,11 @@ Outcome compare(const Examination &examination, SourceFile &file, const Task &ta
     if (lineEndsOf(examination.options) == LineEnds::Keep && file.version().size != entry.size) {
         return {};
     }
-    if (auto read = compareCrc(file, entry, same); !read.ok() || !same || task.timeTells) {
+    std::uint32_t crc = 0;
+    std::uint64_t size = 0;
+    auto read = file.measure(crc, size);
+    same = read.ok() && size == entry.size && crc == entry.crc;
+    if (!same || task.timeTells) {
         return read;
     }
     file.rewind();

@@ -2,8 +2,10 @@
 
 #include "ziplib/container/names.h"
 #include "ziplib/container/workers.h"
+#include "ziplib/vl2zip/examine.h"
 #include "ziplib/vl2zip/failures.h"
 #include "ziplib/vl2zip/inorder.h"
+#include "ziplib/vl2zip/source.h"
 
 #include <algorithm>
 #include <string_view>
@@ -50,25 +52,47 @@ std::vector<Known> knownFolders(const Scan &scan, const std::string &root) {
 
 class Comparison {
   public:
-    Comparison(bool recurse, Known &known) : m_recurse(recurse), m_known(known) {}
+    Comparison(const PackOptions &options, bool recurse, const Scan &scan, Known &known)
+        : m_options(options), m_recurse(recurse), m_scan(scan), m_known(known) {}
 
-    void run(const std::string &root);
+    void run();
 
   private:
     Outcome compare(const platform::FolderItem &item);
     Outcome compareFile(const std::string &name, const FoundFile &file);
+    bool timesTell(const FoundFile &file) const;
+    bool holdsWhatWasPacked(const FoundFile &file) const;
     void changed(std::string_view name) {
         m_known.changed = *m_known.path;
         m_known.changed += m_known.changed.empty() ? "" : "/";
         m_known.changed += name;
     }
 
+    const PackOptions &m_options;
     const bool m_recurse;
+    const Scan &m_scan;
     Known &m_known;
     Folder m_folder;
     std::size_t m_file = 0;      // of m_known.files, that comes next
     std::size_t m_subfolder = 0; // of m_known.folders
 };
+
+// Whether a change since the scan began shows in the file's times, in whatever steps its disk
+// counts them and however far that clock is from this machine's.
+bool Comparison::timesTell(const FoundFile &file) const {
+    return m_scan.began && m_scan.began->device == file.info.device &&
+           file.info.changed < m_scan.began->changed;
+}
+
+// One that cannot be read counts as changed: whoever packs it then finds out why.
+bool Comparison::holdsWhatWasPacked(const FoundFile &file) const {
+    SourceFile source(m_options.root, file.path, lineEndsOf(m_options));
+    source.lieIn(m_folder);
+    std::uint32_t crc = 0;
+    std::uint64_t size = 0;
+    return source.open().ok() && source.measure(crc, size).ok() && source.settled() &&
+           sameVersion(source.version(), file.info) && crc == file.crc;
+}
 
 Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) {
     if (!file.known) {
@@ -79,7 +103,8 @@ Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) 
     if (!looked.ok() && !looked.is(platform::Failure::NotFound)) {
         return failure(looked, Code::CannotOpen);
     }
-    if (!looked.ok() || !sameVersion(file.info, now)) {
+    if (!looked.ok() || !sameVersion(file.info, now) ||
+        (file.packed && !timesTell(file) && !holdsWhatWasPacked(file))) {
         m_known.changed = file.path;
     }
     return {};
@@ -111,7 +136,8 @@ Outcome Comparison::compare(const platform::FolderItem &item) {
     return {};
 }
 
-void Comparison::run(const std::string &root) {
+void Comparison::run() {
+    const std::string &root = m_options.root;
     const auto opened = m_folder.open({root, *m_known.path});
     if (opened.is(platform::Failure::NotFound) || opened.is(platform::Failure::WrongKind)) {
         m_known.changed = m_known.path->empty() ? root : *m_known.path;
@@ -139,7 +165,7 @@ void Comparison::run(const std::string &root) {
 
 } // namespace
 
-Outcome lookAgain(const std::string &root, bool recurse, const Scan &scan,
+Outcome lookAgain(const PackOptions &options, bool recurse, const Scan &scan,
                   const std::function<void()> &idle, std::string &changed) {
     const std::string top;
     std::vector<Known> folders = knownFolders(scan, top);
@@ -147,7 +173,7 @@ Outcome lookAgain(const std::string &root, bool recurse, const Scan &scan,
     InOrder work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
-    work.work = [&](std::size_t i) { Comparison(recurse, folders[i]).run(root); };
+    work.work = [&](std::size_t i) { Comparison(options, recurse, scan, folders[i]).run(); };
     work.take = [&](std::size_t i) {
         looked = folders[i].looked;
         changed = folders[i].changed;

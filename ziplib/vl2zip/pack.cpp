@@ -86,7 +86,6 @@ class Stream {
         }
     }
 
-    Outcome measure(Packing &packing);
     Outcome header(std::uint32_t crc);
     Outcome deflate(std::uint64_t limit);
     Outcome store();
@@ -110,18 +109,6 @@ Outcome Stream::give(std::uint8_t *data, std::size_t size) {
     }
     m_given += size;
     return m_output.append(data, size);
-}
-
-Outcome Stream::measure(Packing &packing) {
-    packing.crc = 0;
-    packing.size = 0;
-    for (;;) {
-        if (auto read = m_file.read(kPiece, m_in); !read.ok() || m_in.empty()) {
-            return read;
-        }
-        packing.crc = crc32(packing.crc, m_in.data(), m_in.size());
-        packing.size += m_in.size();
-    }
 }
 
 Outcome Stream::header(std::uint32_t crc) {
@@ -176,7 +163,7 @@ Outcome Stream::store() {
 Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
                    Packing &packing) {
     const std::uint64_t start = output.position();
-    if (auto read = Stream(file, output, {}).measure(packing); !read.ok()) {
+    if (auto read = file.measure(packing.crc, packing.size); !read.ok()) {
         return read;
     }
     for (const auto method : {methodDeflated, methodStored}) {

@@ -11,8 +11,8 @@ constexpr std::chrono::milliseconds kIdlePeriod{25};
 
 } // namespace
 
-Report::Report(const ZIPUSERFUNCTIONS &callbacks, bool verbose, bool quiet)
-    : m_callbacks(callbacks), m_verbose(verbose), m_quiet(quiet),
+Report::Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool verbose, bool quiet)
+    : m_callbacks(callbacks), m_packed(onPacked), m_verbose(verbose), m_quiet(quiet),
       m_lastCall(std::chrono::steady_clock::now()) {}
 
 void Report::print(const std::string &text) {
@@ -66,6 +66,11 @@ bool Report::done(const std::string &name) {
     std::string copy = name;
     return m_callbacks.ServiceApplication(copy.data(),
                                           static_cast<std::uint32_t>(copy.size() + 1)) == 0;
+}
+
+void Report::packed(const ZPPACKED &file) {
+    idle();
+    m_packed(&file);
 }
 
 std::optional<std::string> Report::password(const std::string &name) {

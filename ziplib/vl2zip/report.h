@@ -14,7 +14,8 @@ namespace ziplib {
 // What a call tells its caller while it works. Used on the caller's thread only.
 class Report {
   public:
-    Report(const ZIPUSERFUNCTIONS &callbacks, bool verbose, bool quiet);
+    // `onPacked` may be null, as each of the callbacks may.
+    Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool verbose, bool quiet);
 
     // One line about a file; left out where fewer messages are asked for.
     void say(const std::string &text);
@@ -32,6 +33,9 @@ class Report {
     void idle();
     // Reports a file as done; false where the caller wants to stop.
     bool done(const std::string &name);
+    // Reports a file whose bytes the archive holds.
+    void packed(const ZPPACKED &file);
+    bool wantsPacked() const { return m_packed != nullptr; }
     // Asks for the password of an entry; empty where it is declined.
     std::optional<std::string> password(const std::string &name);
 
@@ -39,6 +43,7 @@ class Report {
     void print(const std::string &text);
 
     ZIPUSERFUNCTIONS m_callbacks;
+    VL2ZIP_PACKED m_packed;
     bool m_verbose;
     bool m_quiet;
     std::vector<std::string> m_warnings;

@@ -113,6 +113,11 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
 // Level by level, each folder by one thread.
 Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
+    Folder top;
+    platform::FileInfo began;
+    if (top.open(root).ok() && top.newFileInfo(began).ok()) {
+        scan.began = began;
+    }
     std::vector<std::string> level{std::string()};
     Outcome failed;
     while (!level.empty() && failed.ok()) {

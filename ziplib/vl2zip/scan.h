@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,8 +14,10 @@
 namespace ziplib {
 
 struct FoundFile {
-    std::string path;   // below the root, UTF-8, "/" between folders
-    bool known = false; // whether `info` is
+    std::string path;      // below the root, UTF-8, "/" between folders
+    bool known = false;    // whether `info` is
+    bool packed = false;   // whether the archive gets or has its bytes
+    std::uint32_t crc = 0; // of these bytes
     platform::FileInfo info;
 };
 
@@ -24,6 +27,9 @@ struct Scan {
     std::vector<std::string> leftOut;     // what cannot be packed, a line for each
     std::vector<std::string> temporaries; // what a killed extraction left
     std::deque<std::string> folderPaths;  // of folders that get entries, with "/" behind them
+    // What a file made in the folder before the scan was known by: whose `changed` is earlier on
+    // the same disk shows every change since by another one. None where none could be made.
+    std::optional<platform::FileInfo> began;
 };
 
 // Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files

@@ -1,30 +1,20 @@
 #include "ziplib/vl2zip/source.h"
 
+#include "ziplib/container/codec.h"
+#include "ziplib/container/loan.h"
 #include "ziplib/container/names.h"
 #include "ziplib/vl2zip/failures.h"
 #include "ziplib/vl2zip/scan.h"
 
 #include <algorithm>
-#include <chrono>
-#include <thread>
 
 namespace ziplib {
 
 namespace {
 
-// Longer than the steps in which a file system counts time: two writes within one step would leave
-// the same time behind. Some count whole seconds, or every other one.
-constexpr std::int64_t kTimeStep = 20'000'000;
-constexpr std::int64_t kCoarseTimeStep = 2'020'000'000;
-constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::size_t kPiece = 128U << 10U;
 // How much of a file decides whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
-
-std::int64_t now() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
 
 } // namespace
 
@@ -32,24 +22,12 @@ SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
     : m_place{std::move(root), std::move(name)}, m_wanted(lineEnds), m_converter(lineEnds) {}
 
 Outcome SourceFile::open() {
-    constexpr int kTries = 10;
     const auto opened = m_folder == nullptr
                             ? m_file.open(m_place, m_version)
                             : m_folder->openFile(std::string(lastComponent(name())), m_file,
                                                  platform::Folder::Links::Follow, m_version);
     if (!opened.ok()) {
         return failure(opened, Code::CannotOpen);
-    }
-    for (int i = 0; i < kTries; ++i) {
-        const std::int64_t age = now() - m_version.changed;
-        const std::int64_t step = m_version.changed % kSecond == 0 ? kCoarseTimeStep : kTimeStep;
-        if (age < 0 || age >= step) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::nanoseconds(step - age));
-        if (const auto known = m_file.info(m_version); !known.ok()) {
-            return failure(known, Code::CannotOpen);
-        }
     }
     m_lineEnds = LineEnds::Keep;
     if (m_wanted == LineEnds::Keep) {
@@ -75,6 +53,20 @@ Outcome SourceFile::judgeText(bool &text) {
     }
     text = looksLikeText(m_raw.data(), got);
     return {};
+}
+
+Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
+    const Loan<Bytes> loan;
+    Bytes &piece = *loan;
+    crc = 0;
+    size = 0;
+    for (;;) {
+        if (auto read = this->read(kPiece, piece); !read.ok() || piece.empty()) {
+            return read;
+        }
+        crc = crc32(crc, piece.data(), piece.size());
+        size += piece.size();
+    }
 }
 
 void SourceFile::rewind() {

@@ -5,7 +5,9 @@
 #include "ziplib/vl2zip/buffer.h"
 #include "ziplib/vl2zip/outcome.h"
 
+#include <chrono>
 #include <string>
+#include <thread>
 
 namespace ziplib {
 
@@ -18,14 +20,15 @@ class SourceFile {
 
     // From now on opens it directly in its folder, which is quicker. The folder must outlive this.
     void lieIn(const platform::Folder &folder) { m_folder = &folder; }
-    // Opens it and notes which version of it this is. Of a file written to just now the note is
-    // taken a moment later, so that every further write is sure to tell.
+    // Opens it and notes which version of it this is.
     Outcome open();
     const platform::FileInfo &version() const { return m_version; }
     const std::string &name() const { return m_place.below; }
 
     // The next bytes, about `wanted` of them, into `out`; none at the end.
     Outcome read(std::size_t wanted, Bytes &out);
+    // Reads the rest: CRC-32 and number of the bytes.
+    Outcome measure(std::uint32_t &crc, std::uint64_t &size);
     // Starts again at the first byte.
     void rewind();
     // True where the file was read to its end and is still the version that was opened.
@@ -52,12 +55,16 @@ class SourceFile {
     Bytes m_raw;
 };
 
-// Tries `attempt` on the file until it saw one version of it from beginning to end; gives up, with
-// a failure that names the file, where it keeps changing.
+// Tries `attempt` on the file until it saw one version of it from beginning to end, as far as times
+// tell; gives up, with a failure that names the file, where it keeps changing.
 template<typename Attempt>
 Outcome readWhole(SourceFile &file, Attempt attempt) {
     constexpr int kTries = 4;
+    constexpr std::chrono::milliseconds kPause{20};
     for (int i = 0; i < kTries; ++i) {
+        if (i > 0) {
+            std::this_thread::sleep_for(kPause * i);
+        }
         if (auto opened = file.open(); !opened.ok()) {
             return opened;
         }

@@ -2,7 +2,7 @@
 set(vl2zip_sources
   background.cpp commit.cpp entrypaths.cpp entryreader.cpp examine.cpp failures.cpp folderpool.cpp
   inorder.cpp layout.cpp lookagain.cpp
-  output.cpp pack.cpp plan.cpp records.cpp report.cpp rewrite.cpp scan.cpp
+  output.cpp pack.cpp packed.cpp plan.cpp records.cpp report.cpp rewrite.cpp scan.cpp
   selection.cpp source.cpp target.cpp update.cpp verdicts.cpp verify.cpp)
 list(TRANSFORM vl2zip_sources PREPEND vl2zip/)
 

@@ -4,13 +4,16 @@
 #include "ziplib/vl2zip/background.h"
 #include "ziplib/vl2zip/commit.h"
 #include "ziplib/vl2zip/lookagain.h"
+#include "ziplib/vl2zip/packed.h"
 #include "ziplib/vl2zip/plan.h"
 #include "ziplib/vl2zip/rewrite.h"
 #include "ziplib/vl2zip/selection.h"
 #include "ziplib/vl2zip/verdicts.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string>
+#include <thread>
 
 namespace ziplib {
 
@@ -18,6 +21,7 @@ namespace {
 
 // How often a save begins again because files or archive changed under it.
 constexpr int kTries = 4;
+constexpr std::chrono::milliseconds kPause{100};
 
 Outcome cancelled(const PackOptions &options) {
     return {Code::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
@@ -135,8 +139,14 @@ Outcome Update::take(Task &task) {
 // with the work folder.
 Outcome Update::checkFolder(bool &again) {
     auto looked = lookAgain(
-        m_options.root, m_selection.needsFolders(), m_scan, [this] { m_report.idle(); }, m_changed);
+        m_options, m_selection.needsFolders(), m_scan, [this] { m_report.idle(); }, m_changed);
     again = looked.ok() && !m_changed.empty();
+    // Whoever has just changed a file may not be done with it.
+    const auto end = std::chrono::steady_clock::now() + kPause;
+    while (again && std::chrono::steady_clock::now() < end) {
+        m_report.idle();
+        std::this_thread::sleep_for(kPause / 10);
+    }
     return looked;
 }
 
@@ -255,6 +265,7 @@ Outcome Update::run(bool &again) {
     for (const auto &task : m_tasks) {
         tell(task);
     }
+    notePacked(m_tasks, m_directory, m_scan);
     const bool changes = !packed.empty();
     const auto last = [this](bool &redo) { return checkFolder(redo); };
     // Also where nothing is written: a folder that was moved in meanwhile brings files with old
@@ -265,6 +276,7 @@ Outcome Update::run(bool &again) {
         return done;
     }
     removeTemporaries();
+    reportPacked(m_scan, m_report);
     return finish(packed);
 }
 

@@ -9,10 +9,11 @@
 
 namespace {
 
-// What the first two calls leave for the third, as the interface has it.
+// What the other calls leave for ZpArchive, as the interface has it.
 struct Setting {
     std::mutex mutex;
     ZIPUSERFUNCTIONS callbacks{};
+    VL2ZIP_PACKED packed = nullptr;
     ziplib::PackOptions options;
 };
 
@@ -68,6 +69,12 @@ std::int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions) {
     return 1;
 }
 
+std::int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked) {
+    const std::lock_guard lock(setting().mutex);
+    setting().packed = lpPacked;
+    return 1;
+}
+
 std::int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
     try {
         const std::lock_guard lock(setting().mutex);
@@ -82,11 +89,13 @@ std::int32_t ZpArchive(ZCL C) {
     try {
         ziplib::PackOptions options;
         ZIPUSERFUNCTIONS callbacks{};
+        VL2ZIP_PACKED packed = nullptr;
         {
             // A copy: the callbacks may set what the next call is to do.
             const std::lock_guard lock(setting().mutex);
             options = setting().options;
             callbacks = setting().callbacks;
+            packed = setting().packed;
         }
         options.archive = C.lpszZipFN != nullptr ? C.lpszZipFN : "";
         for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i) {
@@ -94,7 +103,7 @@ std::int32_t ZpArchive(ZCL C) {
                 options.patterns.emplace_back(platform::utf8FromNarrow(C.FNV[i]));
             }
         }
-        ziplib::Report report(callbacks, options.verbose, options.quiet);
+        ziplib::Report report(callbacks, packed, options.verbose, options.quiet);
         return run(options, report);
     } catch (...) {
         return static_cast<std::int32_t>(ziplib::Code::CannotWrite);

@@ -22,6 +22,11 @@ VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions) {
     return 1;
 }
 
+VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked) {
+    state.packed = lpPacked;
+    return 1;
+}
+
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
     state.order.emplace_back("ZpSetOptions");
     state.options = lpZpOpt;

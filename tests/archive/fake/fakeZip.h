@@ -27,6 +27,7 @@ struct FakeZip {
     std::function<std::int32_t(ZIPUSERFUNCTIONS &)> script;
 
     ZIPUSERFUNCTIONS *functions = nullptr;
+    VL2ZIP_PACKED packed = nullptr;
     ZPOPT *options = nullptr;
 };
 

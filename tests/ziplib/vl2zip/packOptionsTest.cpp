@@ -206,8 +206,11 @@ TEST_F(PackOptions, HiddenFilesAreLeftOutAndWhatTheArchiveHoldsOfThemStays) {
     hide(work / "held.txt");
     writeFile(work / "new.txt", "new");
     hide(work / "new.txt");
-    EXPECT_EQ(run(call()).code, 0);
+    const auto whole = run(call());
+    EXPECT_EQ(whole.code, 0);
     EXPECT_EQ(names(archive), (Names{"a.txt", "held.txt"}));
+    ASSERT_EQ(whole.packed.size(), 2U); // nobody may delete the new one now
+    ASSERT_EQ(whole.packed.count("held.txt"), 1U);
 
     auto pack = call();
     pack.patterns = {"new.txt"};

@@ -9,6 +9,7 @@ using namespace packer; // NOLINT: the tests speak this language
 namespace {
 
 using Names = std::vector<std::string>;
+constexpr std::uint32_t kNoiseCrc = 0x28775DB0; // of noise(5000)
 
 class Pack : public testing::Test {
   protected:
@@ -46,6 +47,19 @@ TEST_F(Pack, ANewArchiveHoldsEveryFileAsOtherToolsReadIt) {
     EXPECT_EQ(list[4].substr(0, 24), "textures/\xc3\xbc.bmp|6|0|2048");
     EXPECT_EQ(content(archive, "textures/sky.png"), noise(5000));
     EXPECT_EQ(result.files, names(archive));
+    ASSERT_EQ(result.packed.size(), 5U);
+    const ZPPACKED &sky = result.packed.at("textures/sky.png");
+    EXPECT_EQ(result.packed.count("textures/\xc3\xbc.bmp"), 1U);
+    EXPECT_EQ(sky.size, 5000U);
+    EXPECT_EQ(sky.crc, kNoiseCrc);
+    EXPECT_EQ(sky.modified, fileTime(work / "textures/sky.png"));
+    EXPECT_GE(sky.began, sky.changed); // by one clock, the disk's
+    EXPECT_LT(sky.began, sky.changed + 3'600'000'000'000);
+    // Who saves again hears the same of files whose bytes the archive has.
+    const auto again = run(call());
+    EXPECT_EQ(again.packed.size(), 5U);
+    EXPECT_EQ(again.packed.at("textures/sky.png").crc, kNoiseCrc);
+    EXPECT_EQ(again.packed.at("textures/sky.png").id, sky.id);
     EXPECT_TRUE(temporaries(folder.path()).empty());
 }
 

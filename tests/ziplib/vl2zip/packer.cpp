@@ -54,6 +54,10 @@ std::int32_t onService(char *name, std::uint32_t size) {
     return current->call->onFile ? current->call->onFile(name) : 0;
 }
 
+void onPacked(const ZPPACKED *file) {
+    current->result.packed[file->path] = *file;
+}
+
 } // namespace
 
 Call::Call(fs::path zip, const fs::path &folder) : archive(std::move(zip)), root(folder.string()) {
@@ -76,6 +80,7 @@ Result run(Call call) {
     current = &state;
     ZIPUSERFUNCTIONS callbacks{onPrint, onPassword, nullptr, onService};
     ZpInit(&callbacks);
+    ZpReportPacked(onPacked);
     call.options.szRootDir = call.root.data();
     ZpSetOptions(&call.options);
     std::vector<char *> table;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 
 // Calls the library as the program does, and asks other tools about what comes of it.
 namespace packer {
@@ -28,6 +29,7 @@ struct Result {
     std::int32_t code = -1;
     std::vector<std::string> messages;
     std::vector<std::string> files; // as given to the service callback
+    std::map<std::string, ZPPACKED> packed; // by path; the paths in the records are gone
     std::int64_t longestGap = 0;    // milliseconds between two callbacks
     std::int64_t took = 0;          // milliseconds
     int passwordsAsked = 0;

@@ -1,0 +1,102 @@
+#include "platform/packedFiles.h"
+
+#include "platform/files.h"
+#include "platform/narrow.h"
+
+#include <libdeflate.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+constexpr std::size_t kStep = 128U << 10U;
+
+// The same for all ways of writing a path.
+std::uint64_t keyOf(QStringView path) {
+    QString text;
+    text.reserve(path.size() + 1);
+    bool ascii = true;
+    for (const QChar letter : path) {
+        const bool separates = letter == u'/' || letter == u'\\';
+        while (separates && text.endsWith(u' '))
+            text.chop(1);
+        if (!separates || (!text.isEmpty() && !text.endsWith(u'/')))
+            text.append(separates ? QChar(u'/') : letter);
+        ascii = ascii && letter < QChar(0x80);
+    }
+    while (text.endsWith(u' '))
+        text.chop(1);
+    // Some disks take accented letters apart.
+    return qHash(ascii ? text.toLower()
+                       : text.normalized(QString::NormalizationForm_C).toCaseFolded());
+}
+
+std::uint64_t versionOf(const FileInfo &info) {
+    return qHashMulti(0, info.device, info.id, info.modified, info.changed);
+}
+
+struct Content {
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+};
+
+std::optional<Content> contentOf(const PackedFiles::Read &read) {
+    std::vector<char> bytes(kStep);
+    Content content;
+    for (;;) {
+        const std::int64_t got = read(bytes.data(), bytes.size(), content.size);
+        if (got < 0)
+            return {};
+        if (got == 0)
+            return content;
+        content.crc = libdeflate_crc32(content.crc, bytes.data(), static_cast<std::size_t>(got));
+        content.size += static_cast<std::uint64_t>(got);
+    }
+}
+
+} // namespace
+
+void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc,
+                      std::int64_t began) {
+    std::uint64_t key = keyOf(path);
+    while (m_files.contains(key))
+        ++key;
+    m_files.insert(key, {versionOf(seen), seen.size, crc, seen.changed < began});
+    m_began = std::max(m_began, began);
+}
+
+bool PackedFiles::isClockRunning(const QString &workFolder) const {
+    Folder folder;
+    FileInfo now;
+    return folder.open(toNarrow(narrowPath(nativePath(workFolder))).toStdString()).ok() &&
+           folder.newFileInfo(now).ok() && now.changed >= m_began;
+}
+
+bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
+                       const Read &read) const {
+    const std::uint64_t first = keyOf(path);
+    const std::uint64_t version = versionOf(now);
+    bool sameSize = false;
+    auto known = m_files.constFind(first);
+    for (std::uint64_t key = first; known != m_files.cend(); known = m_files.constFind(++key)) {
+        if (known->size != now.size)
+            continue;
+        if (timesTell && known->timesTell && known->version == version)
+            return true;
+        sameSize = true;
+    }
+    const std::optional<Content> content = sameSize ? contentOf(read) : std::nullopt;
+    known = m_files.constFind(first);
+    for (std::uint64_t key = first; content && known != m_files.cend();
+         known = m_files.constFind(++key)) {
+        if (known->size == content->size && known->crc == content->crc)
+            return true;
+    }
+    return false;
+}
+
+} // namespace platform
