@@ -9,6 +9,12 @@
 #include <QComboBox>
 #include <QProgressBar>
 
+namespace {
+
+constexpr std::int32_t kNothingMatched = 11; // a code of the library
+
+} // namespace
+
 void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
@@ -18,6 +24,7 @@ void frmMain::cmdSaveChanges_Click() {
         CleanUpWorkFolder(packed ? &*packed : nullptr);
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
     } else {
+        UpdateButtons();
         lblStatus->SetText(failure);
     }
     EnableWindow();
@@ -35,13 +42,18 @@ void frmMain::cmdCancel_Click() {
 }
 
 QString frmMain::PackWorkFolder() {
+    const QString folder = platform::nativePath(WorkFolder());
     QString reason;
     QString outcome = "was not saved";
+    std::int32_t code = -1;
     try {
         // Packed into a new archive, the entries that were never extracted would be missing.
         if (platform::storedName(ArchivePath()).isEmpty())
             throw platform::RuntimeError(platform::ErrorNumber::FileNotFound,
                                          "the archive is no longer there", "Orvel");
+        if (platform::storedName(WorkFolder()).isEmpty())
+            throw platform::RuntimeError(platform::ErrorNumber::PathNotFound,
+                                         "its work folder is no longer there: " + folder, "Orvel");
         m_cZ->setZipFile(ArchivePath());
         m_cZ->setBasePath(WorkFolder() + '\\');
         m_cZ->ClearFileSpecs();
@@ -53,12 +65,16 @@ QString frmMain::PackWorkFolder() {
             return {};
         if (m_cZ->LastResult().partly())
             outcome = "was saved, but not all of it";
-        reason = Reason(m_cZ->LastResult().code, m_cZ->LastResult().message);
+        code = m_cZ->LastResult().code;
+        reason = code == kNothingMatched ? "there is no file in " + folder
+                                         : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
-    return QStringLiteral("%1.vl2 %2: %3. Your files are still in %4")
-        .arg(drpVL2File->currentText(), outcome, reason, platform::nativePath(WorkFolder()));
+    const QString failure =
+        QStringLiteral("%1.vl2 %2: %3").arg(drpVL2File->currentText(), outcome, reason);
+    const bool filesLeft = code != kNothingMatched && !platform::storedName(WorkFolder()).isEmpty();
+    return filesLeft ? failure + ". Your files are still in " + folder : failure;
 }
 
 // Every step that fails is skipped: what cannot be deleted stays.

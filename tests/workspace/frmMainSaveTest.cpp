@@ -206,6 +206,26 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_so_where_packing_fails) {
     }
 }
 
+TEST(frmMainSave, says_what_is_so_and_offers_to_extract_where_the_work_folder_has_no_files) {
+    for (const bool gone : {true, false}) {
+        Extracted job;
+        const Answers answers;
+        const QByteArray before = readFile(job.archive);
+        ASSERT_TRUE(QDir(job.folder).removeRecursively());
+        ASSERT_TRUE(gone || QDir().mkpath(job.folder + "scripts"));
+        job.window->click("cmdSaveChanges");
+        const QString folder = QDir::toNativeSeparators(QDir::cleanPath(job.folder));
+        ASSERT_EQ(answers.boxes().size(), 1U);
+        EXPECT_EQ(answers.boxes().front().text, "Classic.vl2 was not saved: " +
+                                                    (gone ? "its work folder is no longer there: "
+                                                          : QString("there is no file in ")) +
+                                                    folder);
+        EXPECT_EQ(job.window->status(), answers.boxes().front().text);
+        EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+        EXPECT_EQ(readFile(job.archive), before);
+    }
+}
+
 TEST(frmMainSave, keeps_the_work_folder_and_says_what_is_missing_where_something_was_skipped) {
     Extracted job;
     const Answers answers;
