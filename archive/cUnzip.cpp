@@ -211,6 +211,10 @@ const QString &cUnzip::LastMessage() const {
     return m_sLastMessage;
 }
 
+std::int32_t cUnzip::MissingCount() const {
+    return m_lMissing;
+}
+
 void cUnzip::AddListedEntry(const QString &sName, const QString &sFolder, const QDateTime &dDate,
                             std::int32_t lSize, std::int32_t lCRC, bool bEncrypted,
                             std::int32_t lFactor, const QString &sMethod) {

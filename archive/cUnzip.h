@@ -80,6 +80,11 @@ class cUnzip {
     // call itself failed) and its last message text, or "".
     std::int32_t LastCode() const;
     const QString &LastMessage() const;
+    // Entries that the last Unzip was asked for and did not leave whole in the folder, or that the
+    // last Directory could not list; a file that was kept instead of being replaced is not one.
+    // With 0 every entry is there, whatever LastCode says. Where the number is not known, as for
+    // an archive that cannot be read, at least 1.
+    std::int32_t MissingCount() const;
 
     // Events; unset ones take the default told. Handlers run inside the library call, and an
     // exception that leaves one is dropped.
@@ -111,5 +116,6 @@ class cUnzip {
     std::vector<tZipEntry> m_atEntries;
     std::unique_ptr<tUnzipOptions> m_tOptions;
     std::int32_t m_lLastCode = 0;
+    std::int32_t m_lMissing = 0;
     QString m_sLastMessage;
 };

@@ -44,12 +44,22 @@ std::int32_t callLibrary(const tUnzipOptions &tOptions, std::int32_t includeCoun
         includeCount, include.table(), excludeCount, exclude.table(), &record, &functions);
 }
 
+// Another library under this name need not offer the count.
+std::int32_t missingCount(std::int32_t code) {
+    try {
+        return library().function<decltype(&UzpMissingCount)>("UzpMissingCount")();
+    } catch (const platform::RuntimeError &) {
+        return code == 0 ? 0 : 1;
+    }
+}
+
 } // namespace
 
 std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const tUnzipOptions &tOptions,
                                       std::int32_t lIncludeCount, const QStringList &asInclude,
                                       std::int32_t lExcludeCount, const QStringList &asExclude) {
     oUnzip.m_lLastCode = -1;
+    oUnzip.m_lMissing = 1;
     oUnzip.m_sLastMessage.clear();
     try {
         m_cCurrentUnzip = &oUnzip;
@@ -69,6 +79,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const tUnzipOptions &tOpti
         m_bPasswordCancelled = false;
         oUnzip.m_lLastCode =
             callLibrary(tOptions, lIncludeCount, include, lExcludeCount, exclude, functions);
+        oUnzip.m_lMissing = missingCount(oUnzip.m_lLastCode);
         return oUnzip.m_lLastCode;
     } catch (const platform::RuntimeError &error) {
         m_cCurrentUnzip = nullptr;

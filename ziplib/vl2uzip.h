@@ -100,6 +100,13 @@ typedef struct UzpVer2 {
 VL2UZIP_API int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv,
                                          DCL *lpDCL, USERFUNCTIONS *lpUserFunctions);
 
+/* Entries that the last call of this thread was to extract, test or list and that are not there
+ * whole: skipped, damaged, cut off by an end before their turn, or a name that is not in the
+ * archive. A file that was kept by its holder's wish is not counted. At least 1 where the archive
+ * cannot be read or breaks off. 0 beside a return code other than 0 means that something is odd,
+ * but every entry is there. */
+VL2UZIP_API int32_t UzpMissingCount(void);
+
 /* Fills the version record. */
 VL2UZIP_API void UzpVersion2(UzpVer2 *lpVersion);
 

@@ -149,7 +149,9 @@ TEST_F(cUnzipTest, PartialSelectionsGoByNameAndOthersExtractEverything) {
     EXPECT_EQ(fake.calls.back().includeCount, 0);
     unzip.setFileSelected(1, false);
     fake.script = [](USERFUNCTIONS &) { return 1; };
+    fake.missing = 2;
     EXPECT_TRUE(unzip.Unzip()); // true tells of a problem
+    EXPECT_EQ(unzip.MissingCount(), 2);
     const FakeUnzip::Call call = fake.calls.back();
     EXPECT_EQ(call.options.nvflag, 0);
     EXPECT_EQ(call.includeCount, 3);
@@ -184,6 +186,7 @@ TEST_F(cUnzipTest, AThousandAndTwentyThreeNamesPassAndOneMoreIsRefused) {
     EXPECT_EQ(fake.calls.size(), calls);
     EXPECT_EQ(mUnzip::m_cCurrentUnzip, nullptr);
     EXPECT_EQ(unzip.LastCode(), -1);
+    EXPECT_EQ(unzip.MissingCount(), 1);
     EXPECT_EQ(unzip.FileCount(), 1025);
     unzip.setFileSelected(7, true);
     EXPECT_FALSE(unzip.Unzip()); // a full selection needs no names

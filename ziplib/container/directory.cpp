@@ -50,6 +50,7 @@ std::string_view findExtra(std::string_view extra, std::uint16_t kind) {
 Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoing) {
     m_entries.clear();
     m_damage = {};
+    m_missing = 0;
     platform::FileInfo info;
     if (Status status = file.info(info); !status.ok()) {
         return status;
@@ -76,7 +77,12 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
         m_entries.clear();
         return status;
     }
-    if ((m_entries.size() & end.countMask) != (end.count & end.countMask) && m_damage.ok()) {
+    const std::uint64_t counted = m_entries.size() & end.countMask;
+    const std::uint64_t declared = end.count & end.countMask;
+    if (counted < declared) {
+        m_missing = 1; // the number itself may be what is wrong
+    }
+    if (counted != declared && m_damage.ok()) {
         m_damage = {Failure::Damaged, file.path() + " tells another number of entries than it has",
                     file.path()};
     }
@@ -115,6 +121,7 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
         at + 4 <= filled && get32(m_bytes.data() + at) == 0x05054B50; // a digital signature
     if (at != m_size && !signatureFollows) {
         m_damage = {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
+        m_missing = 1;
     }
     return {};
 }

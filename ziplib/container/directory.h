@@ -76,6 +76,9 @@ class Directory {
     std::uint64_t trailing() const { return m_trailing; }
     // Not ok where the directory was read but contradicts itself: entries may be missing.
     const platform::Status &damage() const { return m_damage; }
+    // 1 where entries are missing, however many: the directory breaks off, or the archive tells of
+    // more than it has.
+    std::uint64_t missing() const { return m_missing; }
 
   private:
     platform::Status readRecords(const platform::InputFile &file,
@@ -91,6 +94,7 @@ class Directory {
     std::uint64_t m_size = 0;
     std::uint64_t m_fileSize = 0;
     std::uint64_t m_trailing = 0;
+    std::uint64_t m_missing = 0;
     platform::Status m_damage;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace ziplib {
 
@@ -67,6 +68,17 @@ void CallResult::add(Code code, const std::string &message) {
         m_code = code;
         m_message = message;
     }
+}
+
+void CallResult::replace(Code code, const std::string &message) {
+    m_code = code;
+    m_message = message;
+}
+
+void CallResult::addMissing(std::uint64_t entries) {
+    const auto room =
+        static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max() - m_missing);
+    m_missing += static_cast<std::int32_t>(std::min(entries, room));
 }
 
 } // namespace ziplib

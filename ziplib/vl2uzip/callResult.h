@@ -3,6 +3,7 @@
 #include "platform/status.h"
 #include "ziplib/container/code.h"
 
+#include <cstdint>
 #include <string>
 
 namespace ziplib {
@@ -12,18 +13,25 @@ Code codeOfEntry(const platform::Status &status);
 // The code for an archive that could not be opened, or whose directory could not be read.
 Code codeOfArchive(const platform::Status &status);
 
-// Gathers how the steps of a call went: the code that says most, and the text that goes with it.
+// Gathers how the steps of a call went: the code that says most, the text that goes with it, and
+// how many of the wanted entries are not there.
 class CallResult {
   public:
     void add(Code code, const std::string &message);
+    // Drops code and text of earlier steps for these.
+    void replace(Code code, const std::string &message);
+    void addMissing(std::uint64_t entries);
 
     Code code() const { return m_code; }
     // The text of the first step that had this code.
     const std::string &message() const { return m_message; }
+    // See UzpMissingCount.
+    std::int32_t missing() const { return m_missing; }
 
   private:
     Code m_code = Code::Done;
     std::string m_message;
+    std::int32_t m_missing = 0;
 };
 
 } // namespace ziplib

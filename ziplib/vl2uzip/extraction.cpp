@@ -55,9 +55,13 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
-    if (m_request.work == Request::Work::Extract && !openTarget(plan)) {
-        return;
+    if (m_request.work != Request::Work::Extract || openTarget(plan)) {
+        runTasks(plan);
     }
+    m_outcome.addMissing(plan.items.size() - m_whole);
+}
+
+void Extraction::runTasks(const Plan &plan) {
     m_pipeline = std::make_unique<Pipeline>(workerCount(), window);
     m_context.scratch.resize(m_pipeline->workers() + 1);
     // Where the caller's thread does the work, it must also keep the program alive meanwhile.
@@ -280,6 +284,7 @@ void Extraction::drain() {
 void Extraction::collect(std::unique_ptr<ExtractTask> task) {
     again(*task);
     if (task->status.ok()) {
+        ++m_whole;
         if (!task->report.empty()) {
             m_caller.report(task->report);
         }

@@ -25,6 +25,7 @@ class Extraction {
     void run(const Plan &plan);
 
   private:
+    void runTasks(const Plan &plan);
     bool openTarget(const Plan &plan);
     bool fits(const Plan &plan, const platform::Folder &target);
     void start(const PlanItem &item);
@@ -50,6 +51,7 @@ class Extraction {
     std::optional<FolderTree> m_folders;
     bool m_replaceAll;
     bool m_keepAll = false;
+    std::size_t m_whole = 0; // entries that ended as they should
     // Last, so that it ends first: its threads use what is above.
     std::unique_ptr<Pipeline> m_pipeline;
 };

@@ -53,10 +53,10 @@ void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
         const std::string message = name + " is not in the archive";
         caller.warn(message);
         outcome.add(Code::Warnings, message);
+        outcome.addMissing(1);
     }
     if (!anyMatched) {
-        outcome = CallResult();
-        outcome.add(Code::NothingMatched, "none of the names is in the archive");
+        outcome.replace(Code::NothingMatched, "none of the names is in the archive");
     }
 }
 

@@ -21,6 +21,9 @@ namespace {
 
 using platform::Status;
 
+// What UzpMissingCount tells: each thread makes calls of its own.
+thread_local std::int32_t lastMissing = 0;
+
 void fail(Code code, const std::string &message, Caller &caller, CallResult &outcome) {
     caller.warn(message);
     outcome.add(code, message);
@@ -45,6 +48,7 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
     platform::InputFile file;
     if (Status status = file.open(request.archive); !status.ok()) {
         fail(Code::NoArchive, status.message, caller, outcome);
+        outcome.addMissing(1);
         return;
     }
     Directory directory;
@@ -54,10 +58,12 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
     });
     if (!status.ok()) {
         fail(codeOfArchive(status), status.message, caller, outcome);
+        outcome.addMissing(1);
         return;
     }
     if (!directory.damage().ok()) {
         fail(codeOfEntry(directory.damage()), directory.damage().message, caller, outcome);
+        outcome.addMissing(directory.missing());
     }
     if (directory.trailing() != 0) {
         fail(Code::Warnings, request.archive + " holds more after its end", caller, outcome);
@@ -95,11 +101,18 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
         ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
         ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, outcome);
         caller.warnLast(outcome.message());
+        ziplib::lastMissing = outcome.missing();
         return static_cast<int32_t>(outcome.code());
     } catch (const std::exception &) {
         // Memory has run out; what was written before is whole.
+        outcome.addMissing(1);
+        ziplib::lastMissing = outcome.missing();
         return static_cast<int32_t>(Code::SevereDamage);
     }
+}
+
+int32_t UzpMissingCount(void) {
+    return ziplib::lastMissing;
 }
 
 void UzpVersion2(UzpVer2 *lpVersion) {

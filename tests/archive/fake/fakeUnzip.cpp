@@ -32,6 +32,10 @@ VL2UZIP_API int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc
     return state.script ? state.script(*lpUserFunctions) : 0;
 }
 
+VL2UZIP_API int32_t UzpMissingCount(void) {
+    return state.missing;
+}
+
 VL2UZIP_API void UzpVersion2(UzpVer2 *lpVersion) {
     state.askedVersion = *lpVersion;
     const uint32_t length = lpVersion->structlen;

@@ -26,6 +26,8 @@ struct FakeUnzip {
     // Runs inside the call and gives its code; unset: 0.
     std::function<std::int32_t(USERFUNCTIONS &)> script;
 
+    std::int32_t missing = 0; // what is answered
+
     UzpVer2 askedVersion{};
     UzpVer2 version{}; // what is answered
 };
