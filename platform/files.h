@@ -66,7 +66,8 @@ void copyFile(const QString &source, const QString &target);
 void surviveLargeWrites();
 
 // The program's own folder, without a trailing separator except at a root. On POSIX: the folder of
-// the executable where that can be written, else orvel in the user's data folder.
+// the executable where that can be written and is none of the system's, else orvel in the user's
+// data folder.
 QString programFolder();
 
 // The system's Windows folder without a trailing separator, or "" where there is none or its path

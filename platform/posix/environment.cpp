@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -64,6 +65,13 @@ QByteArray executableFolder() {
     const QByteArray path(buffer.data(), length > 0 ? length : 0);
     const qsizetype slash = path.lastIndexOf('/');
     return slash > 0 ? path.first(slash) : QByteArray("/");
+}
+
+bool isSystemFolder(const QByteArray &folder) {
+    const QByteArrayList tops{"/usr/", "/bin/", "/sbin/", "/lib/", "/lib64/", "/opt/"};
+    return std::any_of(tops.begin(), tops.end(), [path = folder + '/'](const QByteArray &top) {
+        return path.startsWith(top);
+    });
 }
 
 bool isExecutableFile(const QByteArray &path) {

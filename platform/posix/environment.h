@@ -22,6 +22,9 @@ QByteArray userDataFolder();
 
 // The folder that holds the running executable.
 QByteArray executableFolder();
+// Whether a folder is one where the system keeps what packages bring, for all users. Nothing of one
+// user's belongs there, root included, who may write there.
+bool isSystemFolder(const QByteArray &folder);
 
 // The program of that name in the folders of $PATH, or "". A name that holds a "/" is no name.
 QByteArray findInPath(const QByteArray &name);

@@ -34,7 +34,7 @@ void makeFolders(const QByteArray &folder) {
 
 QString programFolder() {
     QByteArray folder = executableFolder();
-    if (!canBeWritten(folder)) {
+    if (isSystemFolder(folder) || !canBeWritten(folder)) {
         folder = userDataFolder();
         // The program makes one folder level at a time, and needs this one to be there.
         makeFolders(folder);

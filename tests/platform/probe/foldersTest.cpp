@@ -1,3 +1,4 @@
+#include "platform/posix/environment.h"
 #include "tests/platform/filesFixture.h"
 
 #include <QProcess>
@@ -51,6 +52,25 @@ TEST_F(FoldersTest, ElseItIsMadeAmongTheUsersData) {
     const ScopedVariable home("HOME", bytesAt("home"));
     EXPECT_EQ(ask()[0], at("home/.local/share/orvel"));
     EXPECT_TRUE(exists("home/.local/share/orvel"));
+}
+
+// Root may write there, and must not.
+TEST_F(FoldersTest, TheSystemsFoldersAreNoProgramsOwn) {
+    for (const char *folder : {"/usr/bin", "/usr/local/games", "/bin", "/opt/orvel/bin", "/usr"})
+        EXPECT_TRUE(platform::isSystemFolder(folder)) << folder;
+    for (const char *folder : {"/home/a/usr/bin", "/usrs/bin", "/srv/orvel", "/", "/root/bin"})
+        EXPECT_FALSE(platform::isSystemFolder(folder)) << folder;
+    const QString bound = "/usr/local/games";
+    install();
+    QProcess probe;
+    const ScopedVariable data("XDG_DATA_HOME", bytesAt("data"));
+    probe.start("unshare",
+                {"-m", "--", "sh", "-c", "mount --bind \"$1\" \"$2\" || exit 77; exec \"$2/probe\"",
+                 "sh", at("bin"), bound});
+    if (!probe.waitForFinished() || probe.exitCode() != 0 ||
+        probe.exitStatus() != QProcess::NormalExit)
+        GTEST_SKIP() << "needs root, to put the program among the system's";
+    EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).split('\n')[0], at("data/orvel"));
 }
 
 TEST_F(FoldersTest, TheWindowsFolderShipsWithTheProgram) {
