@@ -57,9 +57,7 @@ frmMain::frmMain()
     ConnectHandlers();
 }
 
-frmMain::~frmMain() {
-    setIdleHandler(nullptr);
-}
+frmMain::~frmMain() = default;
 
 void frmMain::PlaceControls() {
     const std::array places{
@@ -133,6 +131,7 @@ void frmMain::Load() {
     platform::centreOnScreen(this);
     m_cUnzip = std::make_unique<cUnzip>();
     m_cZ = std::make_unique<cZip>();
+    // It paints whatever windows there are, so it outlives this one.
     setIdleHandler(platform::repaintPending);
     LocateGame();
     UpdateButtons();

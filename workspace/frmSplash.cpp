@@ -97,7 +97,11 @@ void frmSplash::PrepareMainWindow() {
 void frmSplash::paintEvent(QPaintEvent *) {
     if (m_picture.isNull()) {
         m_picture.load(devicePixelRatioF() > 1 ? ":/assets/splash@2x.jpg" : ":/assets/splash.jpg");
-        QTimer::singleShot(0, this, &frmSplash::PrepareMainWindow);
+        // A first paint that comes as late as the tick finds the window made and handed over.
+        QTimer::singleShot(0, this, [this] {
+            if (tmrSplash.isActive())
+                PrepareMainWindow();
+        });
     }
     QPainter painter(this);
     painter.setRenderHint(QPainter::SmoothPixmapTransform); // at scales between 1 and 2

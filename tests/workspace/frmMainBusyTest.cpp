@@ -1,3 +1,4 @@
+#include "archive/idle.h"
 #include "tests/support/answers.h"
 #include "tests/support/archives.h"
 #include "tests/support/game.h"
@@ -6,10 +7,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QMouseEvent>
 #include <QTest>
 #include <QTimer>
-#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -85,24 +84,6 @@ qint64 stallOf(MainWindow &window, const char *button) {
     return pulse.stall();
 }
 
-// Puts a click and a key into the window's queue, where the window system puts them.
-void clickFromOutside(MainWindow &window, const char *name) {
-    QWindow *handle = window.form().windowHandle();
-    const QPointF at = window.button(name)->geometry().center();
-    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
-        QCoreApplication::postEvent(
-            handle,
-            new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton,
-                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
-                            Qt::NoModifier));
-}
-
-void typeFromOutside(MainWindow &window, int key) {
-    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
-        QCoreApplication::postEvent(window.form().windowHandle(),
-                                    new QKeyEvent(type, key, Qt::NoModifier, " "));
-}
-
 } // namespace
 
 TEST(frmMainBusy, shows_that_it_extracts_under_the_hourglass) {
@@ -123,6 +104,17 @@ TEST(frmMainBusy, shows_that_it_extracts_under_the_hourglass) {
     EXPECT_EQ(window.status(), "Select a file to edit.");
 }
 
+TEST(frmMainBusy, is_painted_during_a_call_of_a_library_after_the_end_of_another_window) {
+    const TempGame game;
+    MainWindow window;
+    { const MainWindow another; }
+    QTest::qSleep(50); // it is not painted more often
+    bool painted = false;
+    QTimer::singleShot(0, &window.form(), [&] { painted = true; });
+    callIdleHandler();
+    EXPECT_TRUE(painted);
+}
+
 TEST(frmMainBusy, throws_away_what_is_clicked_and_typed_meanwhile) {
     const TempGame game;
     const Answers answers;
@@ -135,8 +127,8 @@ TEST(frmMainBusy, throws_away_what_is_clicked_and_typed_meanwhile) {
     int injected = 0;
     pulse.whileBusy = [&] {
         ++injected;
-        clickFromOutside(window, "cmdCancel");
-        typeFromOutside(window, Qt::Key_Space);
+        window.clickFromOutside("cmdCancel");
+        window.typeFromOutside(Qt::Key_Space);
         window.form().close();
     };
     window.click("cmdExtract");
@@ -148,7 +140,7 @@ TEST(frmMainBusy, throws_away_what_is_clicked_and_typed_meanwhile) {
     EXPECT_EQ(joined(window.enabledButtons()), "SaveChanges|Cancel|EditFile|OpenFolder");
 
     // The same click is taken once the window is back.
-    clickFromOutside(window, "cmdCancel");
+    window.clickFromOutside("cmdCancel");
     QTest::qWait(50);
     EXPECT_FALSE(QFile::exists(game.temp() + "/Base/folder00000/file000000.cs"));
 }

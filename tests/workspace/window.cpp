@@ -3,9 +3,12 @@
 #include "workspace/archiveTree.h"
 
 #include <QAbstractItemView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
+#include <QMouseEvent>
 #include <QTest>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +20,10 @@ MainWindow::MainWindow() {
 
 QString MainWindow::status() const {
     return control<QLabel>("lblStatus")->text();
+}
+
+QString MainWindow::note() const {
+    return control<QLabel>("lblStatus")->accessibleDescription();
 }
 
 bool MainWindow::isReady() const {
@@ -84,4 +91,21 @@ void MainWindow::pick(const QString &text) {
 void MainWindow::click(const char *name) const {
     ASSERT_TRUE(button(name)->isEnabled()) << name;
     QTest::mouseClick(button(name), Qt::LeftButton);
+}
+
+void MainWindow::clickFromOutside(const char *name) const {
+    QWindow *handle = m_form.windowHandle();
+    const QPointF at = button(name)->geometry().center();
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+        QCoreApplication::postEvent(
+            handle,
+            new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton,
+                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
+                            Qt::NoModifier));
+}
+
+void MainWindow::typeFromOutside(int key) const {
+    for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease})
+        QCoreApplication::postEvent(m_form.windowHandle(),
+                                    new QKeyEvent(type, key, Qt::NoModifier, " "));
 }

@@ -25,6 +25,8 @@ class MainWindow {
     QComboBox *dropDown() const { return control<QComboBox>("drpVL2File"); }
     QTreeView *tree() const { return control<QTreeView>("treArchive"); }
     QString status() const;
+    // What the status line has for a tool tip and for a screen reader besides its text.
+    QString note() const;
     // Takes input and shows so: no hourglass, no progress bar.
     bool isReady() const;
     QStringList entries() const;
@@ -39,6 +41,9 @@ class MainWindow {
     void pick(int entry);
     void pick(const QString &text);
     void click(const char *button) const;
+    // Put a click or a key into the window's queue, where the window system puts them.
+    void clickFromOutside(const char *button) const;
+    void typeFromOutside(int key) const;
 
     template<typename Control>
     Control *control(const char *name) const {
