@@ -1,6 +1,7 @@
 #include "workspace/frmMain.h"
 
 #include "archive/idle.h"
+#include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "workspace/archiveTreeView.h"
@@ -10,6 +11,7 @@
 #include <QAbstractItemView>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QDir>
 #include <QKeyEvent>
 #include <QListView>
 #include <QProgressBar>
@@ -140,7 +142,15 @@ void frmMain::Load() {
 
 void frmMain::FillArchiveList() {
     const QSignalBlocker quiet(drpVL2File);
-    filVL2->SetPath(m_strBasePath, "*.vl2");
+    try {
+        filVL2->SetPath(m_strBasePath, "*.vl2");
+    } catch (const platform::RuntimeError &error) {
+        const QString base = platform::nativePath(m_strBasePath.chopped(1));
+        throw platform::RuntimeError(error.number(),
+                                     "Orvel could not read the folder of the game's archives:\n" +
+                                         QDir::toNativeSeparators(base),
+                                     "Orvel");
+    }
     const QStringList files = filVL2->Files();
     for (const QString &file : files)
         AddArchive(file);

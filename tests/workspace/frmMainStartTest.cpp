@@ -128,16 +128,27 @@ TEST(frmMainStart, writes_the_default_work_folder_only_where_none_is_set) {
     EXPECT_EQ(TempGame::tempFolderSetting(), platform::programFolder() + "\\temp");
 }
 
-TEST(frmMainStart, does_not_open_where_the_recorded_game_is_gone) {
+TEST(frmMainStart, does_not_open_where_the_recorded_game_is_gone_or_cannot_be_read) {
     const TempGame game;
-    for (const QString &folder : {game.root() + "/gone", game.root(), QString("Q:\\Tribes2")}) {
+    const QString gone = "Orvel could not detect Tribes 2 on your computer.";
+    const QString unreadable = game.root() + "/unreadable/GameData/base";
+    QDir().mkpath(game.root() + "/unreadable/GameData");
+    writeFile(unreadable, "a file in the folder's place");
+    const std::pair<QString, QString> rows[] = {
+        {game.root() + "/gone", gone},
+        {game.root(), gone},
+        {"Q:\\Tribes2", gone},
+        {game.root() + "/unreadable", "Orvel could not read the folder of the game's archives:\n" +
+                                          QDir::toNativeSeparators(unreadable)},
+    };
+    for (const auto &[folder, said] : rows) {
         TempGame::setGameFolder(folder);
         frmMain window;
         try {
             window.Load();
             ADD_FAILURE() << folder.toStdString();
         } catch (const platform::RuntimeError &error) {
-            EXPECT_EQ(error.description(), "Orvel could not detect Tribes 2 on your computer.");
+            EXPECT_EQ(error.description(), said);
         }
     }
 }
