@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QMouseEvent>
 
 ArchiveTreeView::ArchiveTreeView(QWidget *parent) : QTreeView(parent) {
     setHeaderHidden(true);
@@ -58,4 +59,16 @@ void ArchiveTreeView::keyPressEvent(QKeyEvent *event) {
     Q_EMIT doubleClicked(index);
     if (m_tree->hasChildren(index))
         setExpanded(index, !isExpanded(index));
+}
+
+void ArchiveTreeView::mouseDoubleClickEvent(QMouseEvent *event) {
+    QTreeView::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton && !indexAt(event->position().toPoint()).isValid())
+        Q_EMIT doubleClicked(selectionModel()->selectedIndexes().value(0));
+}
+
+QItemSelectionModel::SelectionFlags ArchiveTreeView::selectionCommand(const QModelIndex &index,
+                                                                      const QEvent *event) const {
+    return index.isValid() ? QTreeView::selectionCommand(index, event)
+                           : QItemSelectionModel::NoUpdate;
 }

@@ -6,8 +6,8 @@
 
 class ArchiveTree;
 
-// The archive tree on screen. Enter does what a double-click does; typing finds names, those in
-// closed folders, too.
+// The archive tree on screen. Enter does what a double-click does; a double-click beside the nodes
+// is one on the selected node, if any. Typing finds names, those in closed folders, too.
 class ArchiveTreeView : public QTreeView {
   public:
     explicit ArchiveTreeView(QWidget *parent);
@@ -17,6 +17,10 @@ class ArchiveTreeView : public QTreeView {
 
   protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    // A click beside the nodes leaves the selection as it is.
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index,
+                                                         const QEvent *event) const override;
 
   private:
     ArchiveTree *m_tree = nullptr;

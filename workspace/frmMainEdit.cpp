@@ -55,10 +55,14 @@ QString commandLine(const QString &program, const QString &file) {
     return program + u' ' + file;
 }
 
-// Looking for the desktop's editor takes seconds where the desktop does not answer.
+// Looking for the desktop's editor takes seconds where the desktop does not answer. A click in that
+// time must not start another one.
 void start(QWidget *window, const QString &line) {
     platform::setMousePointer(window, 11);
-    const auto giveBack = qScopeGuard([window] { platform::setMousePointer(window, 0); });
+    const auto giveBack = qScopeGuard([window] {
+        platform::discardInput();
+        platform::setMousePointer(window, 0);
+    });
     platform::Shell(line, platform::kShowNormal);
 }
 
@@ -126,10 +130,12 @@ void frmMain::ShowSettings() {
     // The tab stop is lost to a window that is disabled; it comes back with the window.
     const QPointer<QWidget> focus = focusWidget();
     setEnabled(false);
+    auto giveBack = qScopeGuard([this] { setEnabled(true); });
     auto *settings = new frmSettings(this);
     connect(settings, &QObject::destroyed, this, [focus] {
         if (focus)
             focus->setFocus();
     });
     settings->show();
+    giveBack.dismiss(); // its end does that
 }

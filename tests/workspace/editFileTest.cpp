@@ -157,11 +157,13 @@ TEST_F(EditFile, ListensToDoubleClickAndEnterWhileEditingIsEnabled) {
     extract({{"d/a.png", "png"}});
     const QString chosen = program("tool");
     choose("PNG", chosen);
-    const auto doubleClick = [this](const QModelIndex &index) {
-        window->tree()->scrollTo(index);
-        const QPoint where = window->tree()->visualRect(index).center();
+    const auto doubleClickAt = [this](QPoint where) {
         QTest::mouseClick(window->tree()->viewport(), Qt::LeftButton, {}, where);
         QTest::mouseDClick(window->tree()->viewport(), Qt::LeftButton, {}, where);
+    };
+    const auto doubleClick = [&](const QModelIndex &index) {
+        window->tree()->scrollTo(index);
+        doubleClickAt(window->tree()->visualRect(index).center());
     };
     const QModelIndex folder = node("d", QString());
     const bool expanded = window->tree()->isExpanded(folder);
@@ -174,8 +176,14 @@ TEST_F(EditFile, ListensToDoubleClickAndEnterWhileEditingIsEnabled) {
     EXPECT_NE(startedAs(chosen), "");
     QTest::keyClick(window->tree(), Qt::Key_Return);
     EXPECT_NE(startedAs(chosen), "");
+    // The tree's blank area belongs to the tree: the file that is selected is meant.
+    const QPoint blank = window->tree()->viewport()->rect().bottomRight() - QPoint(5, 5);
+    ASSERT_FALSE(window->tree()->indexAt(blank).isValid());
+    doubleClickAt(blank);
+    EXPECT_NE(startedAs(chosen), "");
 
     window->button("cmdEditFile")->setEnabled(false);
+    doubleClickAt(blank);
     doubleClick(node("d", "a.png"));
     QTest::keyClick(window->tree(), Qt::Key_Return);
     EXPECT_FALSE(started(chosen));
