@@ -100,6 +100,8 @@ class frmMain : public QWidget {
     void ArchiveChosen();
     void OpenSelectedArchive();
     void ListArchive(const QString &path);
+    // What is to be known of the archive's list beside the status line's text; "" for nothing.
+    QString ListingNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
 

@@ -17,6 +17,12 @@
 #include <filesystem>
 #include <system_error>
 
+namespace {
+
+constexpr std::int32_t kWarnings = 1; // a code that leaves a whole list
+
+} // namespace
+
 // A pick notifies of the change and then of the click, another pick of the same entry of the click
 // alone: the steps run once for each.
 void frmMain::drpVL2File_Change() {
@@ -54,6 +60,9 @@ void frmMain::ArchiveChosen() {
         return;
     OpenSelectedArchive();
     UpdateButtons();
+    const QString note = ListingNote();
+    if (!note.isEmpty())
+        ShowNote(note);
 }
 
 void frmMain::OpenSelectedArchive() {
@@ -86,12 +95,29 @@ void frmMain::ListArchive(const QString &path) {
     m_lines->SetLines(std::move(lines));
     ProgressBar->hide();
     EnableWindow();
-    // Warnings (1) leave a whole list.
-    const bool listed = code == 0 || (code == 1 && count > 0);
-    lblStatus->SetText(listed
-                           ? "Click Extract to begin editing files"
-                           : "Cannot read the archive: " + Reason(code, m_cUnzip->LastMessage()));
+    if (count > 0)
+        lblStatus->SetText("Click Extract to begin editing files");
+    else if (code == 0 || code == kWarnings)
+        lblStatus->SetText("The archive holds no files.");
+    else
+        lblStatus->SetText("Cannot read the archive: " + Reason(code, m_cUnzip->LastMessage()));
     platform::setMousePointer(this, 0);
+}
+
+QString frmMain::ListingNote() const {
+    const std::int32_t code = m_cUnzip->LastCode();
+    const QString reason = Reason(code, m_cUnzip->LastMessage());
+    if (code == kWarnings)
+        return OddArchiveNote(reason);
+    if (m_cUnzip->FileCount() == 0)
+        return {};
+    if (code != 0)
+        return QStringLiteral("The archive is damaged: %1. What can be read of it is shown.")
+            .arg(reason);
+    if (m_tree->Nodes().Count() == 0)
+        return QStringLiteral("The archive holds nothing that can be edited here: all of its files "
+                              "are of types that only the game's own tools read.");
+    return {};
 }
 
 void frmMain::UpdateButtons() {

@@ -42,3 +42,7 @@ QString Reason(std::int32_t code, const QString &message) {
     }
     return QStringLiteral("error %1").arg(code);
 }
+
+QString OddArchiveNote(const QString &reason) {
+    return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
+}

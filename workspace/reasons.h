@@ -8,3 +8,6 @@
 // could not be saved: ". The library's own message text, where there is one, is the better reason;
 // that a disk is full, which anybody can do something about, is said in plain words before it.
 QString Reason(std::int32_t code, const QString &message);
+
+// What is said of an archive that can be worked with as a whole, and for which reason it is said.
+QString OddArchiveNote(const QString &reason);
