@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
+#include "platform/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
 #include "workspace/version.h"
@@ -164,6 +165,10 @@ void frmMain::AddArchive(const QString &file) {
     // Names that differ in case only read the same here, and folders cannot end in blanks or
     // dots: two archives must never share one work folder.
     QString folder = name;
+    // Nor can they have the name of a device on Windows, "Con.old" included. A work folder has one
+    // name everywhere, so that it can be moved.
+    if (platform::isDeviceName(name.toStdString()))
+        folder.insert(name.contains('.') ? name.indexOf('.') : name.size(), '~');
     while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
         folder.chop(1);
     QString own = folder;

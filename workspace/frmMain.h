@@ -80,7 +80,14 @@ class frmMain : public QWidget {
     QString ArchivePath() const;
     // The folder above, "\" and the chosen archive's name, without a trailing separator.
     QString WorkFolder() const;
-    // The file whose existence says that the archive is extracted: the tree's first.
+    // Whether a line of the list can be a file below the work folder. Extraction keeps to the same
+    // rule, so that any other line is no file of this program's.
+    static bool StaysBelow(const QString &line);
+    // An extracted file, or the folder itself where there is no name; "" where that would lead out
+    // of the work folder, by its text or through a link to a folder.
+    QString ExtractedPath(const QString &folder, const QString &name) const;
+    // The file whose existence says that the archive is extracted: the tree's first. "" where it
+    // cannot be in the work folder.
     QString ProbeFile() const;
 
     // frmMainBusy.cpp: long operations

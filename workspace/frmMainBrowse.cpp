@@ -143,8 +143,8 @@ QString frmMain::EntryTip(int entry) const {
     const QLocale locale;
     const qint64 packed = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
     const int saved = m_cUnzip->FileCompressionRatio(entry);
-    const QString line = m_cUnzip->FileDirectory(entry) + '\\' + m_cUnzip->Filename(entry);
-    const QFileInfo extracted(platform::nativePath(WorkFolder() + '\\' + line));
+    const QFileInfo extracted(platform::nativePath(
+        ExtractedPath(m_cUnzip->FileDirectory(entry), m_cUnzip->Filename(entry))));
     QString size = QStringLiteral("about ") +
                    locale.formattedDataSize(packed * 100 / (100 - qBound(0, saved, 99)), 0);
     if (extracted.isFile() || saved == 0)

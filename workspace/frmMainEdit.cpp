@@ -101,7 +101,8 @@ void frmMain::EditSelectedFile() {
     }
 }
 
-// Raises an error where no node is selected or the program cannot be started.
+// Raises an error where no node is selected, its file would not lie in the work folder or the
+// program cannot be started.
 void frmMain::EditNode(int node, const QString &textEditor) {
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (node < 1 || node > nodes.Count())
@@ -110,8 +111,9 @@ void frmMain::EditNode(int node, const QString &textEditor) {
             platform::describe(platform::ErrorNumber::SubscriptOutOfRange));
     if (nodes.HasChildren(node))
         return;
-    const QString file =
-        WorkFolder() + u'\\' + nodes.Text(nodes.Parent(node)) + u'\\' + nodes.Text(node);
+    const QString file = ExtractedPath(nodes.Text(nodes.Parent(node)), nodes.Text(node));
+    if (file.isEmpty())
+        platform::raise(platform::ErrorNumber::BadFileName, nodes.Text(node));
     const bool isText = nodes.Image(node) == kTextImage;
     const QString program = isText ? textEditor : GetProgram(nodes.Text(node).right(kTypeLength));
     if (program.isEmpty() || !FileExists(program)) {

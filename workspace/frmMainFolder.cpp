@@ -28,7 +28,9 @@ void frmMain::OpenWorkFolder() {
         if (node < 1 || node > nodes.Count())
             return;
         const int folder = nodes.HasChildren(node) ? node : nodes.Parent(node);
-        ShellOpen(folderForShell(WorkFolder() + u'\\' + nodes.Text(folder)));
+        const QString path = ExtractedPath(nodes.Text(folder), {});
+        if (!path.isEmpty())
+            ShellOpen(folderForShell(path));
     } catch (const std::exception &) {
         // Nothing was asked that an answer could be given to.
     }

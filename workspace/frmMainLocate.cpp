@@ -1,10 +1,12 @@
 #include "config/modRegistry.h"
 #include "platform/error.h"
 #include "platform/files.h"
+#include "platform/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/frmMain.h"
 
 #include <QComboBox>
+#include <QFileInfo>
 
 #include <limits>
 
@@ -112,11 +114,36 @@ QString frmMain::WorkFolder() const {
     return WorkFolders() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
+bool frmMain::StaysBelow(const QString &line) {
+    QString path = line;
+    path.replace('\\', '/');
+    // The lines of files at the top begin with their separator.
+    if (path.startsWith('/'))
+        path.remove(0, 1);
+    return platform::unsafeReason(path.toStdString()) == nullptr;
+}
+
+QString frmMain::ExtractedPath(const QString &folder, const QString &name) const {
+    const QString line = name.isEmpty() ? folder : folder + '\\' + name;
+    const bool isWorkFolder = line.isEmpty();
+    if (folder.startsWith('\\') || (!isWorkFolder && !StaysBelow(line)))
+        return {};
+    // Saving follows no link to a folder either: what lies behind one is not this archive's.
+    const auto real = [](const QString &path) { return QFileInfo(path).canonicalFilePath(); };
+    const QString top = real(platform::nativePath(WorkFolder()));
+    QString known = platform::nativePath(WorkFolder() + '\\' + folder);
+    while (!top.isEmpty() && real(known).isEmpty() && QFileInfo(known).path() != known)
+        known = QFileInfo(known).path();
+    if (!top.isEmpty() && !(real(known) + '/').startsWith(top + '/'))
+        return {};
+    return WorkFolder() + '\\' + line;
+}
+
 QString frmMain::ProbeFile() const {
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (nodes.Count() == 0)
         return {};
-    return WorkFolder() + '\\' + nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1));
+    return ExtractedPath(nodes.Text(1), nodes.Text(nodes.FirstChild(1)));
 }
 
 int frmMain::SelectedNode() const {

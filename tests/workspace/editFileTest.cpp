@@ -3,6 +3,7 @@
 #include "config/modRegistry.h"
 #include "platform/files.h"
 #include "platform/forms.h"
+#include "tests/support/disk.h"
 
 #include <QDialog>
 #include <QDir>
@@ -140,6 +141,55 @@ TEST_F(EditFile, AsksForAFileWhereNoneIsSelectedOrTheProgramDoesNotStart) {
     EXPECT_EQ(boxes(), kSelectPrompt);
     EXPECT_TRUE(window->form().isEnabled());
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(EditFile, OpensNothingOutsideTheWorkFolder) {
+    ASSERT_TRUE(QDir().mkpath(game.temp() + "/Other"));
+    for (const char *name : {"/Other/a.png", "/Other/a.txt"})
+        writeFile(game.temp() + name, "mine");
+    extract({{"d/a.png", "png"},
+             {"../Other/a.png", "png"},
+             {"d/../../Other/a.txt", "text"},
+             {"link/a.png", "png"}});
+    std::vector<std::pair<QString, QString>> nodes = {{"..\\Other", "a.png"},
+                                                      {"d\\..\\..\\Other", "a.txt"}};
+    ASSERT_TRUE(QDir(game.temp() + "/My Mod/link").removeRecursively());
+    if (makeLink((game.temp() + "/Other").toStdString(),
+                 (game.temp() + "/My Mod/link").toStdString()))
+        nodes.emplace_back("link", "a.png");
+    const QString chosen = program("tool");
+    const QString browser = program("bin/xdg-open");
+    const FileBrowser stand(browser);
+    choose("PNG", chosen);
+    choose("Text", chosen);
+    for (const auto &[folder, name] : nodes) {
+        select(folder, name);
+        click("cmdEditFile");
+        EXPECT_EQ(boxes(), kSelectPrompt) << qPrintable(folder);
+        click("cmdOpenFolder");
+        EXPECT_EQ(boxes(), "");
+    }
+    EXPECT_FALSE(started(chosen));
+    EXPECT_FALSE(started(browser));
+}
+
+// Looking for the desktop's editor takes seconds at times.
+TEST_F(EditFile, DropsWhatIsTypedWhileAProgramIsBeingStarted) {
+    extract({{"d/a.png", "png"}});
+    const QString chosen = program("tool");
+    choose("PNG", chosen);
+    window->form().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window->form()));
+    window->tree()->setFocus();
+    select("d", "a.png");
+    window->typeFromOutside(Qt::Key_Home);
+    QTest::keyClick(window->tree(), Qt::Key_Return);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->tree()->currentIndex(), node("d", "a.png"));
+    EXPECT_NE(startedAs(chosen), "");
+    window->typeFromOutside(Qt::Key_Home);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->tree()->currentIndex(), node("d", QString())) << "it listens again";
 }
 
 TEST_F(EditFile, PassesOverFoldersWithoutAWord) {

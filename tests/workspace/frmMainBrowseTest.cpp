@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 namespace {
 
 constexpr char kListed[] = "Click Extract to begin editing files";
@@ -107,15 +109,109 @@ TEST(frmMainBrowse, keeps_folders_that_differ_in_case_and_files_named_like_folde
               "|  maps#2|maps|  c.mis#8|Scripts|  a.cs#8|scripts|  b.cs#8");
 }
 
-TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree) {
+TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree_and_says_so) {
     const TempGame game;
     makeArchive(game.archive("shapes.vl2"), {{"shapes/a.dts", "a"}, {"b.dif", "b"}});
+    makeArchive(game.archive("empty.vl2"), {});
     MainWindow window;
     window.pick("Shapes");
     EXPECT_EQ(joined(window.shownTree()), "");
     EXPECT_EQ(joined(window.lines()), "shapes\\a.dts|\\b.dif");
     EXPECT_EQ(joined(window.enabledButtons()), "");
     EXPECT_EQ(window.status(), kListed);
+    EXPECT_TRUE(window.note().contains("nothing that can be edited"))
+        << window.note().toStdString();
+    window.pick("Empty");
+    EXPECT_EQ(joined(window.enabledButtons()), "");
+    EXPECT_EQ(window.status(), "The archive holds no files.");
+    EXPECT_EQ(window.note(), "");
+}
+
+TEST(frmMainBrowse, says_beside_the_prescribed_status_what_is_wrong_with_an_archive) {
+    const struct {
+        const char *what;
+        const char *said;
+        std::function<QByteArray(QByteArray)> injure;
+    } rows[] = {
+        {"the directory tells of an entry more", "The archive is damaged: ",
+         [](QByteArray bytes) {
+             const qsizetype end = bytes.size() - 22;
+             return bytes.replace(end + 8, 4, QByteArray("\3\0\3\0", 4));
+         }},
+        {"a byte behind the end", "Something about the archive is odd: ",
+         [](const QByteArray &bytes) { return bytes + 'x'; }},
+        {"nothing", "", [](QByteArray bytes) { return bytes; }},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        const TempGame game;
+        const Answers answers;
+        makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}, {"b.txt", "b"}});
+        const QByteArray whole = readFile(game.archive("base.vl2"));
+        writeFile(game.archive("base.vl2"), row.injure(whole));
+        MainWindow window;
+        for (const bool extracted : {false, true}) {
+            if (extracted) {
+                QDir().mkpath(game.temp() + "/Base");
+                writeFile(game.temp() + "/Base/a.txt", "a");
+            }
+            window.pick("Base");
+            EXPECT_EQ(joined(window.shownTree()), "|  a.txt#8|  b.txt#8");
+            EXPECT_EQ(window.status(), extracted ? "Select a file to edit." : kListed);
+            EXPECT_EQ(window.button("cmdExtract")->isEnabled(), !extracted);
+            EXPECT_EQ(window.note().isEmpty(), *row.said == '\0');
+            EXPECT_EQ(window.note().left(static_cast<qsizetype>(qstrlen(row.said))), row.said);
+        }
+        EXPECT_TRUE(answers.boxes().empty());
+    }
+}
+
+TEST(frmMainBrowse, gives_an_archive_named_like_a_device_a_work_folder_with_another_name) {
+    const TempGame game;
+    const std::pair<const char *, const char *> rows[] = {{"con", "Con~"},
+                                                          {"AUX.old", "Aux~.old"},
+                                                          {"com1 .x", "Com1 ~.x"},
+                                                          {"con~", "Con~~2"},
+                                                          {"console", "Console"}};
+    for (const auto &[name, folder] : rows) {
+        makeArchive(game.archive("made"), {{"a.txt", name}});
+        if (!QFile::rename(game.archive("made"), game.archive(QString(name) + ".vl2")))
+            GTEST_SKIP() << "files cannot have such names here";
+    }
+    MainWindow window;
+    for (const auto &[name, folder] : rows) {
+        window.pick(frmMain::ProperCase(name));
+        window.click("cmdExtract");
+        EXPECT_EQ(readFile(game.temp() + '/' + folder + "/a.txt"), name);
+    }
+}
+
+TEST(frmMainBrowse, takes_no_file_outside_the_work_folder_for_the_archives_own) {
+    const struct {
+        const char *first;
+        bool needsLink;
+    } rows[] = {{"../Other/a.txt", false},       {"..\\Other\\a.txt", false},
+                {"d/../../Other/a.txt", false},  {".. /Other/a.txt", false},
+                {"a/../../Other/a.txt ", false}, {"link/a.txt", true}};
+    for (const auto &row : rows) {
+        const TempGame game;
+        makeArchive(game.archive("base.vl2"), {{row.first, "a"}, {"b.txt", "b"}});
+        for (const char *folder : {"/Other", "/Base/d", "/Base/a"})
+            QDir().mkpath(game.temp() + folder);
+        writeFile(game.temp() + "/Other/a.txt", QByteArray(12345, 'o'));
+        if (row.needsLink && !makeLink((game.temp() + "/Other").toStdString(),
+                                       (game.temp() + "/Base/link").toStdString()))
+            continue;
+        MainWindow window;
+        window.pick("Base");
+        EXPECT_EQ(joined(window.enabledButtons()), "Extract") << row.first;
+        const QAbstractItemModel *model = window.tree()->model();
+        for (int folder = 0; folder < model->rowCount(); ++folder) {
+            const QModelIndex file = model->index(0, 0, model->index(folder, 0));
+            EXPECT_FALSE(file.data(Qt::ToolTipRole).toString().contains(QLocale().toString(12345)))
+                << row.first;
+        }
+    }
 }
 
 TEST(frmMainBrowse, recognises_an_archive_that_was_extracted_earlier) {

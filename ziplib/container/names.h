@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/safePath.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -15,12 +17,8 @@ inline constexpr std::string_view kRootFolder = "./";
 // the folder "./" itself. Nothing else is mended.
 std::string decodeName(std::string_view raw);
 
-// Why a decoded path may not be written below a folder, or null where it may: it must be relative,
-// have no empty, "." or ".." component, no drive, stream, control character or device name, no
-// component that ends in a dot or a blank, none of the reserved temporary names, and at most 255
-// bytes in a component and 3,000 in all. A "/" at the end (a folder) is allowed. One rule for every
-// system, so that an archive gives the same files everywhere.
-const char *unsafeReason(std::string_view path);
+// Why a decoded path may not be written below a folder.
+using platform::unsafeReason;
 
 // The part after the last "/".
 inline std::string_view lastComponent(std::string_view path) {
