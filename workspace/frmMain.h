@@ -5,6 +5,7 @@
 #include "workspace/archiveTree.h"
 
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QWidget>
 
@@ -116,6 +117,10 @@ class frmMain : public QWidget {
     void cmdExtract_Click();
     QString PrepareWorkFolder();
     void ClearFileAttributes();
+    // What is to be known of an extraction that did not go well.
+    QString ExtractionNote() const;
+    // Removes what was extracted just now, but for what is in `before`, and says why.
+    QString UndoExtraction(const QSet<QString> &before);
 
     // frmMainSave.cpp
     void cmdSaveChanges_Click();

@@ -6,6 +6,13 @@
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 
+#include <QComboBox>
+#include <QDir>
+#include <QDirIterator>
+
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 // Makes one folder; one that is there already, or cannot be made, is no reason to stop.
@@ -14,6 +21,44 @@ void makeFolderQuietly(const QString &path) {
         platform::makeFolder(path);
     } catch (const platform::RuntimeError &) { // NOLINT(bugprone-empty-catch): told above
     }
+}
+
+// A name for comparison where disks take names of other letter case, or other forms of the same
+// letters, for the same.
+QString comparable(const QString &path) {
+    return path.normalized(QString::NormalizationForm_KC).toCaseFolded();
+}
+
+// The paths of all that lies below a folder, links not followed, in the form for comparison.
+QSet<QString> namesBelow(const QString &folder) {
+    QSet<QString> names;
+    const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    QDirIterator files(folder, all, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString name = files.next().mid(folder.size() + 1).replace('/', '\\');
+        names.insert(comparable(name));
+        platform::repaintPending();
+    }
+    return names;
+}
+
+// Removes a work folder and the folders below it that are empty, but for those in `before`.
+void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
+                        platform::Sweep &sweep) {
+    const QString top = platform::nativePath(workFolder);
+    QStringList folders;
+    QDirIterator below(top, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
+                       QDirIterator::Subdirectories);
+    while (below.hasNext())
+        folders.append(below.next().mid(top.size() + 1).replace('/', '\\'));
+    // What is in a folder has the longer path.
+    std::sort(folders.begin(), folders.end(),
+              [](const QString &left, const QString &right) { return left.size() > right.size(); });
+    for (const QString &folder : std::as_const(folders)) {
+        if (!before.contains(comparable(folder)))
+            sweep.removeFolder(folder);
+    }
+    sweep.removeFolder({});
 }
 
 } // namespace
@@ -26,16 +71,18 @@ void frmMain::cmdExtract_Click() {
     for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
         m_cUnzip->setFileSelected(i, true);
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
-    const bool incomplete = m_cUnzip->Unzip();
+    const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
+    const bool odd = m_cUnzip->Unzip();
     ClearFileAttributes();
+    QString note = odd ? ExtractionNote() : QString();
+    if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
+        note = UndoExtraction(before);
     platform::setMousePointer(this, 0);
     EnableWindow();
     lblStatus->SetText("Select a file to edit.");
     UpdateButtons();
-    if (incomplete)
-        ShowNote("Not every file was extracted: " +
-                 Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage()) +
-                 ". What is missing stays in the archive.");
+    if (!note.isEmpty())
+        ShowNote(note);
 }
 
 QString frmMain::PrepareWorkFolder() {
@@ -50,12 +97,52 @@ QString frmMain::PrepareWorkFolder() {
 }
 
 void frmMain::ClearFileAttributes() {
+    platform::Sweep sweep(WorkFolder());
+    // A hidden file is not found, and the tree's first may be one.
+    const ArchiveNodes &nodes = m_tree->Nodes();
+    if (nodes.Count() > 0)
+        sweep.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
     if (FileExists(ProbeFile()) == 0)
         return;
-    platform::Sweep sweep(WorkFolder());
     for (int line = 0; line < m_lines->Count(); ++line) {
         sweep.clearAttributes(m_lines->Text(line));
         if ((line & 0x3F) == 0)
             platform::repaintPending();
     }
+}
+
+QString frmMain::ExtractionNote() const {
+    const QString reason = Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage());
+    if (m_cUnzip->MissingCount() == 0)
+        return OddArchiveNote(reason);
+    return QStringLiteral("Not every file was extracted: %1. What is missing stays in the archive.")
+        .arg(reason);
+}
+
+// The window takes such an archive for not extracted and has no way to work on it or to clean it
+// up. Left behind, its files would be kept by the next extraction and be packed over a newer
+// archive's.
+QString frmMain::UndoExtraction(const QSet<QString> &before) {
+    platform::Sweep sweep(WorkFolder());
+    for (int line = 0; line < m_lines->Count(); ++line) {
+        const QString file = m_lines->Text(line);
+        const QString name = file.startsWith('\\') ? file.mid(1) : file;
+        if (StaysBelow(file) && !before.contains(comparable(name)))
+            sweep.deleteFile(file);
+        if ((line & 0x3F) == 0)
+            platform::repaintPending();
+    }
+    removeEmptyFolders(WorkFolder(), before, sweep);
+
+    const ArchiveNodes &nodes = m_tree->Nodes();
+    const QString folder = nodes.Text(1).isEmpty() ? QString() : nodes.Text(1) + '\\';
+    QString note = QStringLiteral("%1.vl2 cannot be edited, because its first file cannot be "
+                                  "extracted (%2): %3. Nothing was left in the work folder.")
+                       .arg(drpVL2File->currentText(), folder + nodes.Text(nodes.FirstChild(1)),
+                            Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage()));
+    if (!platform::storedName(WorkFolder()).isEmpty())
+        note.replace("Nothing was left in the work folder.",
+                     "Other files were left as they are in " +
+                         QDir::toNativeSeparators(platform::nativePath(WorkFolder())) + '.');
+    return note;
 }

@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QLabel>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +19,7 @@ TEST(frmMainExtract, unpacks_every_entry_with_normal_attributes_and_shows_the_ex
     const TempGame game;
     const Answers answers;
     makeArchive(game.archive("my mod.vl2"),
-                {{"readme.txt", "r", platform::AttributeReadOnly},
+                {{"readme.txt", "r", platform::AttributeReadOnly | platform::AttributeHidden},
                  {"scripts/a.cs", "a", platform::AttributeHidden | platform::AttributeSystem},
                  {"shapes/deep/c.dts", QByteArray(100000, 'c')}});
     MainWindow window;
@@ -54,20 +53,87 @@ TEST(frmMainExtract, keeps_files_that_are_in_the_work_folder_already) {
     EXPECT_EQ(readFile(game.temp() + "/Base/b.txt"), "edited");
 }
 
-TEST(frmMainExtract, says_beside_the_prescribed_status_what_could_not_be_extracted) {
-    const TempGame game;
-    const Answers answers;
-    makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}, {"../outside.txt", "b"}});
-    MainWindow window;
-    window.pick("Base");
-    window.click("cmdExtract");
-    EXPECT_EQ(window.status(), "Select a file to edit.");
-    EXPECT_TRUE(window.control<QLabel>("lblStatus")
-                    ->accessibleDescription()
-                    .startsWith("Not every file was extracted: "));
-    EXPECT_FALSE(QFile::exists(game.temp() + "/outside.txt"));
-    EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
-    EXPECT_TRUE(answers.boxes().empty());
+TEST(frmMainExtract, says_beside_the_prescribed_status_what_did_not_go_well) {
+    const struct {
+        const char *second;
+        QByteArray behind; // the archive's end
+        const char *said;
+    } rows[] = {
+        {"b.txt", "", ""},
+        {"../outside.txt", "", "Not every file was extracted: "},
+        {"b.txt", "x", "Something about the archive is odd: "},
+        {"../outside.txt", "x", "Not every file was extracted: "},
+    };
+    for (const auto &row : rows) {
+        const TempGame game;
+        const Answers answers;
+        makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}, {row.second, "b"}});
+        const QByteArray bytes = readFile(game.archive("base.vl2"));
+        writeFile(game.archive("base.vl2"), bytes + row.behind);
+        MainWindow window;
+        window.pick("Base");
+        window.click("cmdExtract");
+        EXPECT_EQ(window.status(), "Select a file to edit.");
+        EXPECT_EQ(window.note().left(static_cast<qsizetype>(qstrlen(row.said))), row.said);
+        EXPECT_EQ(window.note().isEmpty(), *row.said == '\0') << window.note().toStdString();
+        EXPECT_FALSE(QFile::exists(game.temp() + "/outside.txt"));
+        EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
+        EXPECT_TRUE(answers.boxes().empty());
+    }
+}
+
+TEST(frmMainExtract, leaves_nothing_of_an_archive_behind_whose_first_file_cannot_be_extracted) {
+    const struct {
+        const char *first;
+        const char *shown;
+        bool damaged;
+        bool earlier; // there is work of the user's in the folder already
+    } rows[] = {
+        {"../outside.txt", "..\\outside.txt", false, false},
+        {"scripts/a.cs", "scripts\\a.cs", true, false},
+        {"scripts/a.cs", "scripts\\a.cs", true, true},
+        {"con.txt", "con.txt", false, true},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.first) + (row.earlier ? ", with earlier work" : ""));
+        const TempGame game;
+        const Answers answers;
+        const QString folder = game.temp() + "/Base";
+        makeArchive(game.archive("base.vl2"), {{row.first, QByteArray(5000, 'a')},
+                                               {"deep/er/b.txt", "b"},
+                                               {"deep/shape.dts", "s"},
+                                               {"mine.txt", "not mine"},
+                                               {"empty/", ""}});
+        if (row.damaged) {
+            QByteArray bytes = readFile(game.archive("base.vl2"));
+            writeFile(game.archive("base.vl2"),
+                      bytes.replace(30 + qstrlen(row.first), 4, "\xff\xff\xff\xff"));
+        }
+        if (row.earlier) {
+            QDir().mkpath(folder + "/deep");
+            writeFile(folder + "/mine.txt", "mine");
+            writeFile(folder + "/deep/own.txt", "own");
+        }
+        MainWindow window;
+        window.pick("Base");
+        window.click("cmdExtract");
+        EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+        EXPECT_EQ(window.status(), "Select a file to edit.");
+        EXPECT_TRUE(window.note().startsWith(
+            QString("Base.vl2 cannot be edited, because its first file cannot be extracted (%1): ")
+                .arg(row.shown)))
+            << window.note().toStdString();
+        EXPECT_EQ(window.note().contains(QDir::toNativeSeparators(folder)), row.earlier);
+        EXPECT_EQ(QFile::exists(folder), row.earlier);
+        EXPECT_FALSE(QFile::exists(folder + "/deep/er"));
+        EXPECT_FALSE(QFile::exists(folder + "/deep/shape.dts"));
+        if (row.earlier) {
+            EXPECT_EQ(readFile(folder + "/mine.txt"), "mine");
+            EXPECT_EQ(readFile(folder + "/deep/own.txt"), "own");
+        }
+        EXPECT_TRUE(window.isReady());
+        EXPECT_TRUE(answers.boxes().empty());
+    }
 }
 
 TEST(frmMainExtract, sets_the_default_work_folder_where_the_setting_was_emptied_meanwhile) {
