@@ -155,7 +155,7 @@ frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
 }
 
 void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
-    for (int i = 0; i < kRowCount; ++i) {
+    for (std::size_t i = 0; i < kRowCount; ++i) {
         const Row &row = rows().at(i);
         QWidget *frame = row.group == Group::Images ? images : otherFiles;
         const QString name = withoutMnemonic(text(row.caption));
@@ -223,7 +223,7 @@ void frmSettings::setTabOrders() {
 
 void frmSettings::Form_Load() {
     platform::trimSystemMenu(this);
-    for (int i = 0; i < kRowCount; ++i) {
+    for (std::size_t i = 0; i < kRowCount; ++i) {
         try {
             m_rows.at(i).box->setText(
                 RegGetString(kHkeyLocalMachine, programsKey(), text(rows().at(i).shownValue)));
@@ -233,7 +233,7 @@ void frmSettings::Form_Load() {
     }
 }
 
-void frmSettings::Browse(int row) {
+void frmSettings::Browse(std::size_t row) {
     std::optional<platform::ChosenFile> chosen;
     try {
         chosen =
@@ -250,7 +250,7 @@ void frmSettings::Browse(int row) {
 }
 
 void frmSettings::SaveSettings() {
-    for (int i = 0; i < kRowCount; ++i) {
+    for (std::size_t i = 0; i < kRowCount; ++i) {
         for (const char *value : rows().at(i).writtenValues)
             RegSetString(kHkeyLocalMachine, programsKey(), text(value), m_rows.at(i).box->text());
     }

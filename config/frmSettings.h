@@ -5,6 +5,7 @@
 #include <QDialog>
 
 #include <array>
+#include <cstddef>
 
 class QLineEdit;
 class QPushButton;
@@ -14,7 +15,7 @@ class QWidget;
 // only; the main window, disabled by whoever opens this one, comes back when it closes.
 class frmSettings : public QDialog {
   public:
-    static constexpr int kRowCount = 7;
+    static constexpr std::size_t kRowCount = 7;
 
     // Makes the window's controls, trims its system menu and fills the boxes from the store.
     // `main` is the window that is enabled and shown again at the end; it owns this one.
@@ -44,7 +45,7 @@ class frmSettings : public QDialog {
     void Form_Load();
 
     // The seven Browse buttons; `row` counts from 0.
-    void Browse(int row);
+    void Browse(std::size_t row);
     void cmdSaveSettings_Click();
     void cmdCancelSettings_Click();
     void cmdApplySettings_Click();

@@ -70,7 +70,7 @@ def on_disk(*options):
             try:
                 disk = Disk(scratch, *options)
             except (OSError, subprocess.CalledProcessError) as why:
-                return not_made(["a disk of its own (%s)" % why])
+                return not_made(["a disk of its own (%s)" % getattr(why, "cmd", [why])[0]])
             try:
                 test(binaries, disk, os.path.join(disk.path, "job"))
             finally:
