@@ -3,15 +3,15 @@
 usage: skipped.py RESULTS
 
 RESULTS is what ctest's --output-junit wrote. A test that could not do everything says why in a line
-that begins with "needs root:"; it may have passed with the rest. A skipped test that has no such line
-is listed with the last line that it printed.
+that begins with "needs root:" or "refused by this machine:"; it may have passed with the rest. A
+skipped test that has no such line is listed with the last line that it printed.
 """
 
 import re
 import sys
 import xml.etree.ElementTree as ElementTree
 
-ROOT = re.compile(r"^needs root: *(.*)$", re.M)
+SAID = re.compile(r"^(needs root|refused by this machine): *(.*)$", re.M)
 GTEST = re.compile(r": Skipped\n(.*)")
 
 
@@ -20,8 +20,8 @@ def reasons(results):
     found = []
     for case in ElementTree.parse(results).getroot().iter("testcase"):
         name, output = case.get("name"), case.findtext("system-out") or ""
-        if needs_root := ROOT.findall(output):
-            found.append(("needs root", name, "; ".join(needs_root)))
+        if lines := SAID.findall(output):
+            found += [(reason, name, what) for reason, what in lines]
         elif case.find("skipped") is not None:
             said = GTEST.findall(output) or output.split("\n")
             found.append(("other reasons", name, next(filter(None, map(str.strip, reversed(said))), "")))

@@ -15,7 +15,7 @@ RESULTS = """<testsuite>
 <system-out>3 faults
 needs root: full disk (mount), immutable file (chattr)
 </system-out></testcase>
-<testcase name="most" status="run"><system-out>needs root: one case
+<testcase name="most" status="run"><system-out>refused by this machine: one case
 OK (skipped=1)</system-out></testcase>
 <testcase name="unit" status="notrun"><skipped message=""/><system-out>[ RUN      ] A.B
 a.cpp:9: Skipped
@@ -34,9 +34,9 @@ class Skipped(unittest.TestCase):
             file.flush()
             self.assertEqual(reasons(file.name), [
                 ("needs root", "disk", "full disk (mount), immutable file (chattr)"),
-                ("needs root", "most", "one case"),
                 ("other reasons", "unit", "there are no links here"),
                 ("other reasons", "wine", "wine is not installed"),
+                ("refused by this machine", "most", "one case"),
             ])
 
 
