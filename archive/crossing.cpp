@@ -52,9 +52,13 @@ void NameTable::put(std::int32_t slot, const QString &sName) {
         throw platform::RuntimeError(
             platform::ErrorNumber::SubscriptOutOfRange,
             platform::describe(platform::ErrorNumber::SubscriptOutOfRange));
+    QByteArray name = platform::toNarrow(sName);
+    // A name with letters that the code page lacks means nothing that the library can find: it must
+    // not become a pattern that fits other names.
+    if (platform::fromNarrow(name) != sName)
+        name.replace('?', '\x1A');
     // The bytes stay where they are when the list of their owners grows.
-    m_slots[static_cast<std::size_t>(slot)] =
-        m_names.emplace_back(platform::toNarrow(sName)).data();
+    m_slots[static_cast<std::size_t>(slot)] = m_names.emplace_back(std::move(name)).data();
 }
 
 } // namespace crossing

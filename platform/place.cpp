@@ -10,7 +10,7 @@ std::string Place::path() const {
     if (!whole.empty() && whole.back() != '/' && whole.back() != '\\') {
         whole += '/';
     }
-    return whole + narrowFromUtf8(below);
+    return whole + below;
 }
 
 } // namespace platform

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-// Files and folders by handle, for the zip libraries. Whole paths are in the system's narrow code
-// page; names of single files inside a Folder are UTF-8. Nothing here throws but for memory.
+// Files and folders by handle, for the zip libraries. All texts are UTF-8: paths, names, and
+// messages with the system's words in them. Nothing here throws but for memory.
 namespace platform {
 
 // DOS attribute bits. Read-only is a file without write permission; hidden and system live where
@@ -42,12 +42,11 @@ inline bool sameFile(const FileInfo &a, const FileInfo &b) {
     return a.device == b.device && a.id == b.id;
 }
 
-// A file or folder below another one. The code page need not have the letters of `below`.
+// A file or folder below another one.
 struct Place {
-    std::string folder; // whole path, narrow; "" is the current folder
-    std::string below;  // UTF-8, "/" between the components; "" is the folder itself
+    std::string folder; // whole path; "" is the current folder
+    std::string below;  // "/" between the components; "" is the folder itself
 
-    // The whole path, narrow; what has no counterpart is "?".
     std::string path() const;
 };
 
@@ -249,7 +248,8 @@ Status makeFolders(const std::string &path);
 // not exist, its folder must.
 Status resolvePath(const std::string &path, std::string &folder, std::string &name);
 
-// Between the narrow code page and UTF-8. What has no counterpart becomes "?".
+// Between the system's narrow code page (UTF-8 on POSIX, the ANSI code page on Windows) and UTF-8.
+// What has no counterpart becomes "?", never a letter that merely looks alike.
 std::string narrowFromUtf8(std::string_view text);
 std::string utf8FromNarrow(std::string_view text);
 

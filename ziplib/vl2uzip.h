@@ -21,7 +21,7 @@ extern "C" {
 typedef struct DCL {
     int32_t ExtractOnlyNewer;  /* extract a file only where the one on disk is older or missing */
     int32_t SpaceToUnderscore; /* blanks in names become underscores on disk */
-    int32_t PromptToOverwrite; /* ask the replace callback for each existing file */
+    int32_t PromptToOverwrite; /* not used: without noflag the replace callback is always asked */
     int32_t fQuiet;            /* messages: 0 all, 1 fewer, 2 none */
     int32_t ncflag;            /* not used */
     int32_t ntflag;            /* test the entries, write nothing */

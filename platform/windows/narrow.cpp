@@ -1,5 +1,6 @@
 #include "platform/narrow.h"
 
+#include "platform/storage.h"
 #include "platform/windows/system.h"
 
 #include <shellapi.h>
@@ -9,7 +10,6 @@ namespace platform {
 namespace {
 
 bool fitsCodePage(const QString &text) {
-    // Not by the system's word: it takes a letter that merely looks alike for the same.
     return fromNarrow(toNarrow(text)) == text;
 }
 
@@ -29,21 +29,12 @@ QString withShortNames(const QString &path) {
 } // namespace
 
 QByteArray toNarrow(const QString &text) {
-    const int size = static_cast<int>(text.size());
-    const int needed =
-        WideCharToMultiByte(CP_ACP, 0, wide(text), size, nullptr, 0, nullptr, nullptr);
-    QByteArray bytes(needed, '\0');
-    WideCharToMultiByte(CP_ACP, 0, wide(text), size, bytes.data(), needed, nullptr, nullptr);
-    return bytes;
+    return QByteArray::fromStdString(narrowFromUtf8(text.toStdString()));
 }
 
 QString fromNarrow(QByteArrayView bytes) {
-    const int size = static_cast<int>(bytes.size());
-    const int needed = MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, nullptr, 0);
-    QString text(needed, QChar(0));
-    MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, reinterpret_cast<wchar_t *>(text.data()),
-                        needed);
-    return text;
+    return QString::fromStdString(
+        utf8FromNarrow({bytes.data(), static_cast<std::size_t>(bytes.size())}));
 }
 
 QString narrowPath(const QString &path) {

@@ -99,11 +99,10 @@ void Folder::close() {
 }
 
 std::string Folder::pathOf(const std::string &name) const {
-    const std::string narrow = narrowFromUtf8(name);
     if (m_path.empty() || m_path.back() == '\\' || m_path.back() == '/') {
-        return m_path + narrow;
+        return m_path + name;
     }
-    return m_path + "\\" + narrow;
+    return m_path + "\\" + name;
 }
 
 // Other programs may rename or delete the folder meanwhile; what is done in it follows it.

@@ -44,29 +44,12 @@ std::wstring finalPath(const std::string &path) {
     return plainForm(whole);
 }
 
-// By short names where the code page lacks a letter; "" where there are none.
-std::string narrowFolder(const std::wstring &folder) {
-    bool lossy = false;
-    std::string narrow = narrowFromWide(folder, &lossy);
-    if (!lossy) {
-        return narrow;
-    }
-    const std::wstring whole =
-        folder.starts_with(L"\\\\") ? L"\\\\?\\UNC\\" + folder.substr(2) : L"\\\\?\\" + folder;
-    std::wstring brief(32768, L'\0');
-    const DWORD size =
-        GetShortPathNameW(whole.c_str(), brief.data(), static_cast<DWORD>(brief.size()));
-    brief.resize(size < brief.size() ? size : 0);
-    narrow = narrowFromWide(plainForm(brief), &lossy);
-    return lossy ? std::string() : narrow;
-}
-
 // The name of a file as it is stored, where a path may have its short one.
 std::wstring storedName(const std::string &path) {
     WIN32_FIND_DATAW found{};
     const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) {
-        return wideFromNarrow(path.substr(nameStart(path)));
+        return wideFromUtf8(path.substr(nameStart(path)));
     }
     FindClose(search);
     return found.cFileName;
@@ -113,23 +96,13 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
             return errorStatus(GetLastError(), "cannot find", path);
         }
     }
-    if (const std::string narrow = narrowFolder(real); !narrow.empty()) {
-        folder = narrow;
-    } else {
-        name = utf8FromWide(storedName(path)); // by the way that was given
+    if (!real.empty()) {
+        folder = utf8FromWide(real);
     }
     if (folder.size() > 3 && isSeparator(folder.back())) {
         folder.pop_back();
     }
     return {};
-}
-
-std::string narrowFromUtf8(std::string_view text) {
-    return narrowFromWide(wideFromUtf8(text));
-}
-
-std::string utf8FromNarrow(std::string_view text) {
-    return utf8FromWide(wideFromNarrow(text));
 }
 
 bool linesEndInCrLf() {

@@ -20,12 +20,12 @@ std::wstring toWide(UINT codePage, std::string_view text) {
     return wide;
 }
 
-std::string toBytes(UINT codePage, std::wstring_view text) {
+std::string toBytes(UINT codePage, DWORD flags, std::wstring_view text) {
     const int size = static_cast<int>(text.size());
     const int needed =
-        WideCharToMultiByte(codePage, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
+        WideCharToMultiByte(codePage, flags, text.data(), size, nullptr, 0, nullptr, nullptr);
     std::string bytes(static_cast<std::size_t>(needed), '\0');
-    WideCharToMultiByte(codePage, 0, text.data(), size, bytes.data(), needed, nullptr, nullptr);
+    WideCharToMultiByte(codePage, flags, text.data(), size, bytes.data(), needed, nullptr, nullptr);
     return bytes;
 }
 
@@ -77,14 +77,14 @@ Failure failureOf(DWORD error) {
 }
 
 std::string wordsFor(DWORD error) {
-    char text[512];
-    DWORD size = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                error, 0, text, sizeof text, nullptr);
-    while (size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r' || text[size - 1] == '.' ||
-                        text[size - 1] == ' ')) {
-        --size;
-    }
-    return size > 0 ? std::string(text, size) : "error " + std::to_string(error);
+    wchar_t text[512];
+    // In one line.
+    const DWORD size = FormatMessageW(
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+        nullptr, error, 0, text, sizeof text / sizeof text[0], nullptr);
+    std::wstring_view words(text, size);
+    words = words.substr(0, words.find_last_not_of(L"\r\n. ") + 1);
+    return words.empty() ? "error " + std::to_string(error) : utf8FromWide(words);
 }
 
 } // namespace
@@ -99,24 +99,20 @@ std::wstring wideFromUtf8(std::string_view text) {
 }
 
 std::string utf8FromWide(std::wstring_view text) {
-    return toBytes(CP_UTF8, text);
+    return toBytes(CP_UTF8, 0, text);
 }
 
-std::wstring wideFromNarrow(std::string_view text) {
-    return toWide(CP_ACP, text);
+std::string narrowFromUtf8(std::string_view text) {
+    // As a code page of its own, UTF-8 takes no such flag.
+    return toBytes(CP_ACP, GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS, wideFromUtf8(text));
 }
 
-std::string narrowFromWide(std::wstring_view text, bool *lossy) {
-    std::string bytes = toBytes(CP_ACP, text);
-    if (lossy != nullptr) {
-        // The system's own word lets a letter pass that merely looks alike.
-        *lossy = wideFromNarrow(bytes) != text;
-    }
-    return bytes;
+std::string utf8FromNarrow(std::string_view text) {
+    return utf8FromWide(toWide(CP_ACP, text));
 }
 
-std::wstring longPath(const std::string &narrow) {
-    const std::wstring path = wideFromNarrow(narrow.empty() ? std::string_view(".") : narrow);
+std::wstring longPath(const std::string &utf8) {
+    const std::wstring path = wideFromUtf8(utf8.empty() ? std::string_view(".") : utf8);
     if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
         return path;
     }

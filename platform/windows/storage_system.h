@@ -60,13 +60,10 @@ inline std::intptr_t numberOf(HANDLE handle) {
 
 std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
-std::wstring wideFromNarrow(std::string_view text);
-// What has no counterpart in the code page becomes "?"; `lossy` says so.
-std::string narrowFromWide(std::wstring_view text, bool *lossy = nullptr);
 // The whole path behind the system's long form ("\\?\"), which has no limit of 260 characters.
-std::wstring longPath(const std::string &narrow);
+std::wstring longPath(const std::string &path);
 std::wstring longPath(const Place &place);
-// The whole path for messages, narrow, all separators alike.
+// The whole path for messages, all separators alike.
 std::string shownPath(const Place &place);
 
 // The status for an error of the system: "<what> <path>: <the system's words>".

@@ -13,6 +13,7 @@ add_library(ziplib_container STATIC
   container/directory.cpp container/directory.h container/properties.cpp
   container/dostime.cpp container/dostime.h
   container/endrecord.cpp container/endrecord.h
+  container/interfaceText.cpp container/interfaceText.h
   container/leftovers.cpp container/leftovers.h
   container/lineends.cpp container/lineends.h
   container/loan.h

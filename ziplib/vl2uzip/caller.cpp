@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/caller.h"
 
-#include "platform/storage.h"
+#include "ziplib/container/interfaceText.h"
 
 #include <algorithm>
 #include <array>
@@ -38,11 +38,7 @@ Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
 
 void Caller::print(const std::string &text) {
     if (m_functions.print != nullptr) {
-        std::string narrow = platform::narrowFromUtf8(text);
-        // Names come from the archive: none may speak to a terminal.
-        std::replace_if(
-            narrow.begin(), narrow.end(),
-            [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
+        std::string narrow = messageToProgram(text);
         m_functions.print(narrow.data(), clipped<std::uint32_t>(narrow.size()));
     }
     m_lastPrint = Clock::now();
@@ -78,7 +74,7 @@ bool Caller::processed(const std::string &path) {
     if (m_functions.ServCallBk == nullptr) {
         return true;
     }
-    std::string narrow = platform::narrowFromUtf8(path);
+    std::string narrow = toProgram(path);
     return m_functions.ServCallBk(narrow.data(), clipped<std::uint32_t>(narrow.size() + 1)) == 0;
 }
 
@@ -86,7 +82,7 @@ Caller::Answer Caller::replace(const std::string &path) {
     if (m_functions.replace == nullptr) {
         return Answer::Keep;
     }
-    std::string narrow = platform::narrowFromUtf8(path);
+    std::string narrow = toProgram(path);
     switch (m_functions.replace(narrow.data())) {
     case answerReplace:
         return Answer::Replace;
@@ -104,7 +100,7 @@ bool Caller::password(const std::string &path, std::string &password) {
         return false;
     }
     std::array<char, 256> answer{};
-    std::string name = platform::narrowFromUtf8(path);
+    std::string name = toProgram(path);
     std::string prompt = "Password for " + name + ": ";
     if (m_functions.password(answer.data(), static_cast<std::int32_t>(answer.size()), prompt.data(),
                              name.data()) != 0) {
@@ -119,7 +115,7 @@ void Caller::list(const std::string &path, const Listed &entry) {
     if (m_functions.SendApplicationMessage == nullptr) {
         return;
     }
-    std::string narrow = platform::narrowFromUtf8(path);
+    std::string narrow = toProgram(path);
     std::string method = entry.method;
     constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
     const bool clippedSize = entry.size > largest || entry.packedSize > largest;

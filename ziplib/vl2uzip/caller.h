@@ -8,8 +8,7 @@
 
 namespace ziplib {
 
-// The program on the other side of a call: its callbacks, any of which may be missing. Texts go in
-// as UTF-8 and out in the narrow code page.
+// The program on the other side of a call: its callbacks, any of which may be missing.
 class Caller {
   public:
     enum class Answer { Keep, Replace, ReplaceAll, KeepAll };
@@ -29,7 +28,7 @@ class Caller {
     bool processed(const std::string &path);
     // What to do about a file that exists.
     Answer replace(const std::string &path);
-    // Asks for a password. False where there is none to be had.
+    // Asks for a password, which is taken byte for byte. False where there is none to be had.
     bool password(const std::string &path, std::string &password);
     // One listed entry; see VL2UZIP_ENTRY.
     struct Listed {

@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/nameFilter.h"
 
-#include "platform/storage.h"
+#include "ziplib/container/interfaceText.h"
 #include "ziplib/container/utf8.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace ziplib {
 NameFilter::List::List(const std::vector<std::string> &names, bool ignoreCase)
     : m_rules{ignoreCase, false} {
     for (const std::string &name : names) {
-        std::string text = platform::utf8FromNarrow(name);
+        std::string text = name;
         std::replace(text.begin(), text.end(), '\\', '/');
         if (ignoreCase) {
             text = foldCase(text);
@@ -19,9 +19,23 @@ NameFilter::List::List(const std::vector<std::string> &names, bool ignoreCase)
         if (!m_exact.emplace(text, index).second) {
             continue;
         }
-        m_names.push_back({text, hasWildcards(text, m_rules), false});
+        m_names.push_back({text, hasWildcards(text, m_rules)});
         if (m_names.back().wildcards) {
             m_patterns.push_back(index);
+        }
+    }
+}
+
+NameFilter::Name *NameFilter::List::find(const std::string &path, Meaning meaning) {
+    const std::string text = meaning == Meaning::Own ? path : asProgramSees(path);
+    const auto found = m_exact.find(m_rules.ignoreCase ? foldCase(text) : text);
+    return found == m_exact.end() ? nullptr : &m_names[found->second];
+}
+
+void NameFilter::List::meet(const std::string &path) {
+    for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs}) {
+        if (Name *name = find(path, meaning); name != nullptr) {
+            name->meaning = std::max(name->meaning, meaning);
         }
     }
 }
@@ -31,16 +45,19 @@ bool NameFilter::List::matches(const std::string &path) {
         return false;
     }
     bool found = false;
-    const auto exact = m_exact.find(m_rules.ignoreCase ? foldCase(path) : path);
-    if (exact != m_exact.end()) {
-        m_names[exact->second].matched = true;
-        found = true;
+    for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs}) {
+        Name *name = find(path, meaning);
+        if (name != nullptr && name->meaning == meaning) {
+            name->matched = true;
+            found = true;
+        }
     }
     for (const std::size_t index : m_patterns) {
+        Name &name = m_names[index];
         // A pattern that has matched is only needed while nothing else has.
-        if ((!found || !m_names[index].matched) &&
-            matchesPattern(m_names[index].text, path, m_rules)) {
-            m_names[index].matched = true;
+        if (name.meaning == Meaning::Pattern && (!found || !name.matched) &&
+            matchesPattern(name.text, path, m_rules)) {
+            name.matched = true;
             found = true;
         }
     }
@@ -48,8 +65,19 @@ bool NameFilter::List::matches(const std::string &path) {
 }
 
 NameFilter::NameFilter(const std::vector<std::string> &wanted,
-                       const std::vector<std::string> &unwanted, bool ignoreCase)
-    : m_wanted(wanted, ignoreCase), m_unwanted(unwanted, ignoreCase) {}
+                       const std::vector<std::string> &unwanted, bool ignoreCase,
+                       const Directory &directory, const platform::KeepGoing &keepGoing)
+    : m_wanted(wanted, ignoreCase), m_unwanted(unwanted, ignoreCase) {
+    if (m_wanted.empty() && m_unwanted.empty()) {
+        return;
+    }
+    for (const Entry &entry : directory.entries()) {
+        const std::string path = directory.path(entry);
+        m_wanted.meet(path);
+        m_unwanted.meet(path);
+        keepGoing();
+    }
+}
 
 bool NameFilter::accepts(const std::string &path) {
     return (m_wanted.empty() || m_wanted.matches(path)) && !m_unwanted.matches(path);

@@ -1,18 +1,16 @@
 #include "ziplib/vl2uzip/request.h"
 
+#include "ziplib/container/interfaceText.h"
+
 namespace ziplib {
 
 namespace {
-
-std::string textOf(const char *text) {
-    return text == nullptr ? std::string() : std::string(text);
-}
 
 std::vector<std::string> names(std::int32_t count, char **table) {
     std::vector<std::string> texts;
     for (std::int32_t i = 0; table != nullptr && i < count; ++i) {
         if (table[i] != nullptr) {
-            texts.emplace_back(table[i]);
+            texts.push_back(fromProgram(table[i]));
         }
     }
     return texts;
@@ -28,15 +26,14 @@ Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
     } else if (options.ntflag != 0) {
         request.work = Request::Work::Test;
     }
-    request.archive = textOf(options.lpszZipFN);
-    request.target = textOf(options.lpszExtractDir);
+    request.archive = fromProgram(options.lpszZipFN);
+    request.target = fromProgram(options.lpszExtractDir);
     request.wanted = names(wantedCount, wanted);
     request.unwanted = names(unwantedCount, unwanted);
     request.onlyNewer = options.ExtractOnlyNewer != 0;
     request.blanksToUnderscores = options.SpaceToUnderscore != 0;
-    // Somebody who asks to be asked is asked, whatever else is set.
-    request.ask = options.PromptToOverwrite != 0;
-    request.replaceAll = options.noflag != 0 && !request.ask;
+    // Else the program is asked, whether it wishes to be or not.
+    request.replaceAll = options.noflag != 0;
     request.makeFolders = options.ndflag != 0;
     request.convertLineEnds = options.naflag != 0;
     request.ignoreCase = options.C_flag != 0;

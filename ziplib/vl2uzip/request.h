@@ -8,18 +8,17 @@
 
 namespace ziplib {
 
-// What one call is asked to do, taken over from its records.
+// What one call is asked to do, taken over from its records. Texts are UTF-8.
 struct Request {
     enum class Work { List, Test, Extract };
 
     Work work = Work::Extract;
-    std::string archive; // narrow code page, as all here
+    std::string archive;
     std::string target;
     std::vector<std::string> wanted;
     std::vector<std::string> unwanted;
     bool onlyNewer = false;
     bool blanksToUnderscores = false;
-    bool ask = false;
     bool replaceAll = false;
     bool makeFolders = false;
     bool convertLineEnds = false;

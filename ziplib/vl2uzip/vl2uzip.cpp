@@ -29,13 +29,17 @@ void fail(Code code, const std::string &message, Caller &caller, CallResult &out
     outcome.add(code, message);
 }
 
+platform::KeepGoing keepAlive(Caller &caller) {
+    return [&caller] {
+        caller.tick();
+        return true;
+    };
+}
+
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
              NameFilter &filter, Caller &caller, CallResult &outcome) {
     platform::noticeTimeZone();
-    const Plan plan = makePlan(directory, request, filter, [&caller] {
-        caller.tick();
-        return true;
-    });
+    const Plan plan = makePlan(directory, request, filter, keepAlive(caller));
     caller.setTotals(plan.size, plan.packedSize, plan.items.size(),
                      directory.archiveComment().size());
     if (!plan.items.empty() || !filter.isSelective()) {
@@ -52,10 +56,7 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
         return;
     }
     Directory directory;
-    const Status status = directory.read(file, [&caller] {
-        caller.tick();
-        return true;
-    });
+    const Status status = directory.read(file, keepAlive(caller));
     if (!status.ok()) {
         fail(codeOfArchive(status), status.message, caller, outcome);
         outcome.addMissing(1);
@@ -66,9 +67,14 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
         outcome.addMissing(directory.missing());
     }
     if (directory.trailing() != 0) {
-        fail(Code::Warnings, request.archive + " holds more after its end", caller, outcome);
+        const std::uint64_t size = directory.trailing();
+        fail(Code::Warnings,
+             request.archive + " is followed by " + std::to_string(size) +
+                 (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
+             caller, outcome);
     }
-    NameFilter filter(request.wanted, request.unwanted, request.ignoreCase);
+    NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
+                      keepAlive(caller));
     if (request.work == Request::Work::List) {
         listEntries(directory, filter, caller, outcome);
     } else {

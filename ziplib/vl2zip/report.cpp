@@ -1,5 +1,7 @@
 #include "ziplib/vl2zip/report.h"
 
+#include "ziplib/container/interfaceText.h"
+
 #include <array>
 
 namespace ziplib {
@@ -18,8 +20,8 @@ Report::Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool v
 void Report::print(const std::string &text) {
     m_lastCall = std::chrono::steady_clock::now();
     if (m_callbacks.print != nullptr) {
-        std::string copy = text; // the callback may write into what it gets
-        m_callbacks.print(copy.data(), static_cast<std::uint32_t>(copy.size()));
+        std::string narrow = messageToProgram(text);
+        m_callbacks.print(narrow.data(), static_cast<std::uint32_t>(narrow.size()));
     }
 }
 
@@ -63,9 +65,9 @@ bool Report::done(const std::string &name) {
     if (m_callbacks.ServiceApplication == nullptr) {
         return true;
     }
-    std::string copy = name;
-    return m_callbacks.ServiceApplication(copy.data(),
-                                          static_cast<std::uint32_t>(copy.size() + 1)) == 0;
+    std::string narrow = toProgram(name);
+    return m_callbacks.ServiceApplication(narrow.data(),
+                                          static_cast<std::uint32_t>(narrow.size() + 1)) == 0;
 }
 
 void Report::packed(const ZPPACKED &file) {
@@ -79,9 +81,9 @@ std::optional<std::string> Report::password(const std::string &name) {
     }
     std::array<char, 256> buffer{};
     std::string prompt = "Enter password: ";
-    std::string copy = name;
+    std::string narrow = toProgram(name);
     const auto answer = m_callbacks.password(
-        buffer.data(), static_cast<std::int32_t>(buffer.size()), prompt.data(), copy.data());
+        buffer.data(), static_cast<std::int32_t>(buffer.size()), prompt.data(), narrow.data());
     buffer.back() = '\0';
     std::string password(buffer.data());
     buffer.fill('\0');

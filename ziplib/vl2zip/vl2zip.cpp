@@ -1,6 +1,7 @@
 #include "ziplib/vl2zip.h"
 
 #include "platform/storage.h"
+#include "ziplib/container/interfaceText.h"
 #include "ziplib/vl2zip/update.h"
 
 #include <exception>
@@ -29,7 +30,7 @@ bool isBlank(const std::string &text) {
 ziplib::PackOptions optionsOf(const ZPOPT &given) {
     ziplib::PackOptions options;
     if (given.szRootDir != nullptr && !isBlank(given.szRootDir)) {
-        options.root = given.szRootDir;
+        options.root = ziplib::fromProgram(given.szRootDir);
     }
     options.recurse = given.fRecurse != 0;
     options.junkFolders = given.fJunkDir != 0;
@@ -97,10 +98,10 @@ std::int32_t ZpArchive(ZCL C) {
             callbacks = setting().callbacks;
             packed = setting().packed;
         }
-        options.archive = C.lpszZipFN != nullptr ? C.lpszZipFN : "";
+        options.archive = ziplib::fromProgram(C.lpszZipFN);
         for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i) {
             if (C.FNV[i] != nullptr) {
-                options.patterns.emplace_back(platform::utf8FromNarrow(C.FNV[i]));
+                options.patterns.push_back(ziplib::fromProgram(C.FNV[i]));
             }
         }
         ziplib::Report report(callbacks, packed, options.verbose, options.quiet);

@@ -1,4 +1,5 @@
 #include "ziplib/container/names.h"
+#include "ziplib/container/interfaceText.h"
 #include "ziplib/container/leftovers.h"
 #include "ziplib/container/utf8.h"
 
@@ -29,6 +30,19 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
     };
     for (const auto &[raw, path] : rows) {
         EXPECT_EQ(ziplib::decodeName(raw), path);
+    }
+}
+
+TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"a\n\x1B[2J\x7F.txt", "a??[2J?.txt"},
+        {"\xC2\x9B"
+         "31m\xC2\x80",
+         "?31m?"},
+        {"\xC3\xBC\xC2\xA0", "\xC3\xBC\xC2\xA0"},
+    };
+    for (const auto &[text, shown] : rows) {
+        EXPECT_EQ(ziplib::messageToProgram(text), ziplib::toProgram(shown));
     }
 }
 

@@ -110,6 +110,9 @@ TEST(HostileArchives, ListAndExtractAsTheTableSays) {
         EXPECT_EQ(names(target), verdict.files);
         EXPECT_EQ(names(folder.path()).size(), verdict.files.size());
         EXPECT_TRUE(verdict.extraction == 0 || !extraction.messages.empty());
+        for (const std::string &message : extraction.messages) {
+            EXPECT_EQ(message.find_first_of("\n\x1B\x9B"), std::string::npos) << message;
+        }
         EXPECT_EQ(readFile(target / "good.txt"),
                   verdict.files.count("good.txt") != 0 ? "good" : "");
     }

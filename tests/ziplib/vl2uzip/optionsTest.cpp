@@ -55,6 +55,29 @@ TEST(Names, ChooseEntriesThemselvesOrByWildcard) {
     }
 }
 
+TEST(Names, MeanTheirOwnEntryFirstAndArePatternsOnlyWithoutOne) {
+    // As a program sees the name, whose code page may have "?" in place of these letters.
+    const std::string cyrillic = platform::narrowFromUtf8("Юя.txt");
+    const std::pair<std::string, Paths> rows[] = {
+        {"a?.txt", {"a?.txt"}},
+        {"?b.txt", {"ab.txt"}},
+        {"a?.tx?", {"a?.txt", "ab.txt"}},
+        {cyrillic, {cyrillic}},
+        {"*", {"a?.txt", "ab.txt", cyrillic}},
+    };
+    for (const auto &[name, entries] : rows) {
+        SCOPED_TRACE(name);
+        UnzipCall call;
+        call.wanted = {name};
+        EXPECT_EQ(call.list("archives/wildcards"), 0);
+        EXPECT_EQ(call.listedPaths(), entries);
+        UnzipCall others;
+        others.unwanted = {name};
+        EXPECT_EQ(others.list("archives/wildcards"), 0);
+        EXPECT_EQ(others.listed.size(), 3 - entries.size());
+    }
+}
+
 TEST_F(Options, ANameWithBracketsMeansTheFileOfThatName) {
     call.wanted = {"map[1].mis"};
     EXPECT_EQ(extract("archives/brackets"), 0);
@@ -97,7 +120,7 @@ TEST(ExistingFiles, FollowTheAnswers) {
         {"neither, answered yes", false, false, yes, 2, true},
         {"overwrite does not ask", false, true, no, 0, true},
         {"prompt asks", true, false, yes, 2, true},
-        {"prompt goes before overwrite", true, true, no, 2, false},
+        {"overwrite goes before prompt", true, true, no, 0, true},
         {"all is asked once", true, false, all, 1, true},
         {"none is asked once", true, false, none, 1, false},
         {"an unknown answer keeps", true, false, 7, 2, false},

@@ -39,7 +39,7 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
         {{"?.png", "sub/*.cs"}, {"b.png", "sub/a.cs", "sub/x[1].cs"}, 0, 0},
         {{"sub\\*"}, {"sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"}, 2, 0},
         {{"./sub/x[1].cs"}, {"sub/x[1].cs"}, 0, 0},
-        {{"a.cs", "missing.cs"}, {"a.cs"}, 0, 1},
+        {{"a.cs", "miss\ning.cs"}, {"a.cs"}, 0, 1},
         {{"missing.cs"}, {}, 2, 11},
         {{}, {}, 2, 11},
     };
@@ -55,6 +55,7 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
         EXPECT_EQ(row.expected.empty() ? Names{} : names(archive), row.expected);
         if (row.code != 0) {
             EXPECT_FALSE(result.last().empty());
+            EXPECT_EQ(result.last().find('\n'), std::string::npos);
         }
     }
 }
