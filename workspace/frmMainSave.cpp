@@ -29,6 +29,8 @@ void frmMain::cmdSaveChanges_Click() {
     }
     EnableWindow();
     platform::setMousePointer(this, 0);
+    if (failure.isEmpty() && !m_cZ->LastResult().leftovers.isEmpty())
+        ShowNote(LeftoversNote(m_cZ->LastResult().leftovers));
     if (!failure.isEmpty())
         platform::MsgBox(failure, platform::kCritical, "Orvel");
 }

@@ -46,3 +46,13 @@ QString Reason(std::int32_t code, const QString &message) {
 QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
+
+QString LeftoversNote(const QStringList &paths) {
+    constexpr qsizetype named = 10;
+    QString names = paths.mid(0, named).join(", ");
+    if (paths.size() > named)
+        names += QStringLiteral(" and %1 more").arg(paths.size() - named);
+    return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
+                          "in the work folder, and stay in the archive from now on.")
+        .arg(names);
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 
@@ -11,3 +12,7 @@ QString Reason(std::int32_t code, const QString &message);
 
 // What is said of an archive that can be worked with as a whole, and for which reason it is said.
 QString OddArchiveNote(const QString &reason);
+
+// What is said after a save that gave an archive new entries for what editors and systems leave
+// behind. Not empty.
+QString LeftoversNote(const QStringList &paths);

@@ -107,6 +107,8 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     Extracted job;
     writeFile(job.folder + "scripts/new.cs", "new");
     writeFile(job.folder + "top.txt", "top");
+    for (const char *leftover : {"scripts/a.cs~", "Thumbs.db"})
+        writeFile(job.folder + leftover, "left behind");
     QDir().mkpath(job.folder + "mine");
     writeFile(job.folder + "mine/own.txt", "own");
     QFile::remove(job.folder + "textures/sky.png");
@@ -116,7 +118,11 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     EXPECT_EQ(saved.at("top.txt"), "top");
     EXPECT_EQ(saved.at("mine/own.txt"), "own");
     EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
-    EXPECT_EQ(saved.size(), kFiles.size() + 3);
+    EXPECT_EQ(saved.size(), kFiles.size() + 5);
+    // Nobody meant these to be in the archive for ever.
+    const QString note = job.window->note();
+    EXPECT_TRUE(note.contains("scripts/a.cs~") && note.contains("Thumbs.db")) << note.toStdString();
+    EXPECT_FALSE(note.contains("new.cs")) << note.toStdString();
     // Only the archive's own folders are cleaned up.
     EXPECT_FALSE(QFile::exists(job.folder + "scripts"));
     EXPECT_FALSE(QFile::exists(job.folder + "top.txt"));
