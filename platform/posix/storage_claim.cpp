@@ -72,7 +72,11 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
             m_folder = &folder;
             m_claim = claim;
             m_file = std::move(file);
-            return {};
+            // The system may remember for a second or more which file had the claimed name, and
+            // what was in it, before another machine replaced that. A listing shows it what is
+            // there.
+            std::vector<FolderItem> items;
+            return folder.list(items);
         }
         if (keepGoing && !keepGoing()) {
             return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
