@@ -211,6 +211,8 @@ class NewFile {
     // Opens what has been written so far to be read.
     Status openWritten(InputFile &file) const;
     std::uint64_t size() const { return m_size; }
+    // What is known of it as it is now.
+    Status info(FileInfo &info) const;
     // Nanoseconds since 1970, UTC.
     Status setModified(std::int64_t modified);
     Status setAttributes(std::uint8_t attributes);

@@ -76,6 +76,15 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     return {};
 }
 
+Status NewFile::info(FileInfo &info) const {
+    struct stat st {};
+    if (fstat(static_cast<int>(m_handle), &st) != 0) {
+        return errnoStatus(errno, "cannot examine a file in", m_folder->path());
+    }
+    info = fileInfo(st);
+    return {};
+}
+
 Status NewFile::write(const void *data, std::size_t size) {
     return writeAt(m_size, data, size);
 }

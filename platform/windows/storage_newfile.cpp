@@ -41,6 +41,12 @@ Status NewFile::create(const Folder &folder, Guard) {
     return {};
 }
 
+Status NewFile::info(FileInfo &info) const {
+    const DWORD error = fileInfo(handleOf(m_handle), info);
+    return error != ERROR_SUCCESS ? errorStatus(error, "cannot examine a file in", m_folder->path())
+                                  : Status();
+}
+
 Status NewFile::write(const void *data, std::size_t size) {
     return writeAt(m_size, data, size);
 }

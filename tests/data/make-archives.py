@@ -159,7 +159,10 @@ def unusual():
         "folder-by-attribute": archive([Entry("dir", attributes=0x10), Entry("dir/a", b"a")]),
         "duplicates": archive([Entry("a.txt", b"old"), Entry("b.txt", b"b"),
                                Entry("a.txt", b"new")]),
-        "case-only": archive([Entry("a.txt", b"small"), Entry("A.txt", b"large")]),
+        # The larger ones come first, so that they are ready last.
+        "case-only": archive([Entry("a.txt", b"a" * 200000, method=8), Entry("A.txt", b"A"),
+                              Entry("Dir/b.txt", b"b" * 200000, method=8),
+                              Entry("dir/B.txt", b"B")]),
         "aes": archive([Entry("a.txt", NOISE, method=99, flags=1), GOOD]),
         "strong-encryption": archive([Entry("a.txt", NOISE, flags=0x41), GOOD]),
         "count-modulo": archive(three, count=65536 + 3),

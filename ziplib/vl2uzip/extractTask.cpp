@@ -24,6 +24,8 @@ Status ExtractTask::perform(Scratch &scratch) const {
         NullSink nothing;
         return readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, nothing);
     }
+    // In a new folder every file is one of this call.
+    OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
     const FileSink::Target target{folder->folder,
                                   m_context.times,
                                   name,
@@ -31,7 +33,8 @@ Status ExtractTask::perform(Scratch &scratch) const {
                                   directory.modified(entry),
                                   directory.attributes(entry),
                                   convertLineEnds,
-                                  entry.isMarkedText()};
+                                  entry.isMarkedText(),
+                                  own};
     FileSink sink(target, scratch.converted);
     Status result = readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, sink);
     return result.ok() ? sink.finish() : result;

@@ -17,6 +17,7 @@ struct TaskContext {
     std::vector<std::unique_ptr<Scratch>> scratch; // one for each worker, one for the caller
     platform::KeepGoing keepGoing;
     std::atomic<Times> times{Times::Unknown}; // of the target's disk
+    OwnFiles own;
 };
 
 // One entry on its way through the pipeline: to be extracted or tested, or settled already.
@@ -42,6 +43,8 @@ class ExtractTask : public Pipeline::Task {
     std::string name;
     platform::NewFile::Replace replace = platform::NewFile::Replace::No;
     bool convertLineEnds = false;
+    // An earlier entry has the file; settled when this one's turn comes.
+    bool second = false;
 
   private:
     platform::Status perform(Scratch &scratch) const;

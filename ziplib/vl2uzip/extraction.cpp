@@ -45,13 +45,17 @@ const char *refusal(PlanItem::Action action, const std::string &path) {
     }
 }
 
+Status secondStatus(const std::string &path) {
+    return {Failure::Exists, "skipped " + path + ": another entry goes to the same file", path};
+}
+
 } // namespace
 
 Extraction::Extraction(const platform::InputFile &file, const Directory &directory,
                        const Request &request, Caller &caller, CallResult &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
       m_extents(file, directory),
-      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}},
+      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}},
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
@@ -147,6 +151,10 @@ void Extraction::start(const PlanItem &item) {
     const Entry &entry = m_directory.entries()[item.index];
     auto task = std::make_unique<ExtractTask>(m_context, item.index, m_directory.path(entry));
     switch (item.action) {
+    case PlanItem::Action::Second:
+        task->second = true;
+        drain(); // the file is there once the earlier entry is
+        [[fallthrough]];
     case PlanItem::Action::File:
         prepareFile(*task);
         break;
@@ -182,7 +190,7 @@ void Extraction::prepareFile(ExtractTask &task) {
         if (!task.status.ok()) {
             return;
         }
-        if (!task.folder->made) {
+        if (!task.folder->made || task.second) {
             task.status = task.folder->folder.info(task.name, existing);
             if (task.status.ok() && !mayWrite(task, existing)) {
                 return;
@@ -192,6 +200,7 @@ void Extraction::prepareFile(ExtractTask &task) {
             }
             task.status = {};
         }
+        task.second = false;
         task.convertLineEnds = m_request.convertLineEnds;
         task.report = "extracted " + task.path;
     } else {
@@ -219,27 +228,41 @@ bool Extraction::mayWrite(ExtractTask &task, const FileInfo &existing) {
                              task.path);
         return false;
     }
+    task.second = task.second || m_context.own.holds(existing);
     const std::int64_t stored = m_directory.modified(m_directory.entries()[task.index]);
-    if (m_request.onlyNewer && existing.kind == FileInfo::Kind::File &&
-        !isOlder(existing.modified, stored)) {
-        task.report = "kept " + task.path + ": it is as new as the entry";
+    const bool asNew = m_request.onlyNewer && existing.kind == FileInfo::Kind::File &&
+                       !isOlder(existing.modified, stored);
+    if (asNew || !mayReplace(task)) {
+        if (task.second) {
+            task.status = secondStatus(task.path);
+        } else {
+            task.report = "kept " + task.path + (asNew ? ": it is as new as the entry" : "");
+        }
         return false;
     }
-    if (!m_replaceAll && !askReplace(task.path)) {
-        task.report = "kept " + task.path;
-        return false;
+    if (!platform::namesIgnoreCase()) {
+        m_context.own.add(existing);
     }
     task.replace = platform::NewFile::Replace::Yes;
     return true;
 }
 
-bool Extraction::askReplace(const std::string &path) {
+// Whoever lets files be replaced unasked means those that were there before.
+bool Extraction::mayReplace(const ExtractTask &task) {
+    if (task.second ? m_request.replaceAll : m_replaceAll) {
+        return !task.second;
+    }
     if (m_keepAll) {
         return false;
     }
     drain();
-    if (m_stopped) {
-        return false;
+    return !m_stopped && askReplace(task.path);
+}
+
+// To be called when all that came before has been told.
+bool Extraction::askReplace(const std::string &path) {
+    if (m_replaceAll || m_keepAll) {
+        return m_replaceAll;
     }
     switch (m_caller.replace(path)) {
     case Caller::Answer::Replace:
@@ -255,6 +278,50 @@ bool Extraction::askReplace(const std::string &path) {
     }
 }
 
+// An entry whose turn it is found its name taken, although nothing had it when the entry was
+// started: the disk takes another entry's name for the same one. The earlier entry has the file.
+void Extraction::settleName(ExtractTask &task) {
+    const unsigned own = m_pipeline->workers();
+    // The others that are under way may have written it.
+    while (!m_pipeline->empty() && !m_stopped) {
+        if (std::unique_ptr<ExtractTask> done = nextTask()) {
+            m_done.push_back(std::move(done));
+        }
+        m_caller.tick();
+    }
+    FileInfo existing;
+    if (task.folder->folder.info(task.name, existing).ok()) {
+        if (existing.kind == FileInfo::Kind::Folder) {
+            return;
+        }
+        ExtractTask *later = task.second ? nullptr : laterTaskWithFile(existing);
+        if (later != nullptr) {
+            // Not replaced, which would keep the spelling of its name.
+            later->second = true;
+            if (task.status = task.folder->folder.removeFile(task.name); !task.status.ok()) {
+                return;
+            }
+        } else if (m_request.replaceAll || !askReplace(task.path)) {
+            task.status = secondStatus(task.path);
+            return;
+        } else {
+            task.replace = platform::NewFile::Replace::Yes;
+        }
+    }
+    task.run(own);
+}
+
+ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {
+    for (const std::unique_ptr<ExtractTask> &task : m_done) {
+        FileInfo info;
+        if (task->kind == ExtractTask::Kind::Extract && task->status.ok() &&
+            task->folder->folder.info(task->name, info).ok() && platform::sameFile(info, file)) {
+            return task.get();
+        }
+    }
+    return nullptr;
+}
+
 Status Extraction::folderFor(std::string_view path, std::shared_ptr<OpenFolder> &folder) {
     Status status = m_folders->get(path, folder);
     if (status.is(Failure::Resources)) {
@@ -266,16 +333,27 @@ Status Extraction::folderFor(std::string_view path, std::shared_ptr<OpenFolder> 
     return status;
 }
 
+std::unique_ptr<ExtractTask> Extraction::nextTask() {
+    return std::unique_ptr<ExtractTask>(
+        static_cast<ExtractTask *>(m_pipeline->next(patience).release()));
+}
+
 void Extraction::collectNext() {
-    std::unique_ptr<Pipeline::Task> task = m_pipeline->next(patience);
+    std::unique_ptr<ExtractTask> task;
+    if (m_done.empty()) {
+        task = nextTask();
+    } else {
+        task = std::move(m_done.front());
+        m_done.pop_front();
+    }
     if (task) {
-        collect(std::unique_ptr<ExtractTask>(static_cast<ExtractTask *>(task.release())));
+        collect(std::move(task));
     }
     m_caller.tick();
 }
 
 void Extraction::drain() {
-    while (!m_pipeline->empty() && !m_stopped) {
+    while ((!m_done.empty() || !m_pipeline->empty()) && !m_stopped) {
         collectNext();
     }
 }
@@ -283,6 +361,12 @@ void Extraction::drain() {
 // An entry's turn to be told.
 void Extraction::collect(std::unique_ptr<ExtractTask> task) {
     again(*task);
+    const bool taken =
+        task->status.is(Failure::Exists) && task->replace == platform::NewFile::Replace::No;
+    if (task->kind == ExtractTask::Kind::Extract && (taken || task->second)) {
+        settleName(*task);
+        again(*task);
+    }
     if (task->status.ok()) {
         ++m_whole;
         if (!task->report.empty()) {

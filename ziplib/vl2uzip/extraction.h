@@ -9,6 +9,7 @@
 #include "ziplib/vl2uzip/request.h"
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,10 +32,14 @@ class Extraction {
     void start(const PlanItem &item);
     void prepareFile(ExtractTask &task);
     bool mayWrite(ExtractTask &task, const platform::FileInfo &existing);
+    bool mayReplace(const ExtractTask &task);
     bool askReplace(const std::string &path);
+    void settleName(ExtractTask &task);
+    ExtractTask *laterTaskWithFile(const platform::FileInfo &file);
     platform::Status folderFor(std::string_view path, std::shared_ptr<OpenFolder> &folder);
     void collect(std::unique_ptr<ExtractTask> task);
     void collectNext();
+    std::unique_ptr<ExtractTask> nextTask();
     void drain();
     void again(ExtractTask &task);
     void stop(Code code, const std::string &message);
@@ -52,6 +57,8 @@ class Extraction {
     bool m_replaceAll;
     bool m_keepAll = false;
     std::size_t m_whole = 0; // entries that ended as they should
+    // Tasks that are done and come before those in the pipeline.
+    std::deque<std::unique_ptr<ExtractTask>> m_done;
     // Last, so that it ends first: its threads use what is above.
     std::unique_ptr<Pipeline> m_pipeline;
 };

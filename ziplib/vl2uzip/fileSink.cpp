@@ -24,7 +24,12 @@ Status FileSink::start(const std::uint8_t *data, std::size_t size) {
     if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, looked)))) {
         m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::CrLf : LineEnds::Lf);
     }
-    return m_file.create(m_target.folder);
+    Status status = m_file.create(m_target.folder);
+    platform::FileInfo info;
+    if (m_target.own != nullptr && status.ok() && m_file.info(info).ok()) {
+        m_target.own->add(info);
+    }
+    return status;
 }
 
 Status FileSink::write(const std::uint8_t *data, std::size_t size) {

@@ -3,6 +3,7 @@
 #include "platform/storage.h"
 #include "ziplib/container/lineends.h"
 #include "ziplib/vl2uzip/entryReader.h"
+#include "ziplib/vl2uzip/ownFiles.h"
 
 #include <atomic>
 #include <cstdint>
@@ -29,6 +30,7 @@ class FileSink : public Sink {
         // Convert line ends where the data is text: what the archive says, or else its looks.
         bool convert = false;
         bool knownText = false;
+        OwnFiles *own = nullptr; // gets the file before it has its name
     };
 
     FileSink(const Target &target, Buffer &scratch) : m_target(target), m_scratch(scratch) {}

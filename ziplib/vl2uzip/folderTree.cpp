@@ -51,6 +51,15 @@ Status FolderTree::get(std::string_view path, std::shared_ptr<OpenFolder> &folde
                 return made;
             }
             opened->made = made.ok();
+            // A disk may take another spelling for the name of a folder that this call made. Where
+            // the system does so everywhere, paths are planned accordingly.
+            platform::FileInfo info;
+            if (!platform::namesIgnoreCase() && parent->folder.info(name, info).ok()) {
+                opened->made = opened->made || m_madeFolders.holds(info);
+                if (opened->made) {
+                    m_madeFolders.add(info);
+                }
+            }
         }
         if (Status status = parent->folder.openFolder(name, opened->folder); !status.ok()) {
             return status;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/storage.h"
+#include "ziplib/vl2uzip/ownFiles.h"
 
 #include <memory>
 #include <string>
@@ -12,7 +13,7 @@ namespace ziplib {
 // A folder below the target, held open.
 struct OpenFolder {
     platform::Folder folder;
-    bool made = false; // by this call, so that nothing can be in it yet
+    bool made = false; // by this call: all that is in it comes from this call
 };
 
 // The folders that entries go to. Each is made, where it is missing, and opened in the folder
@@ -33,6 +34,7 @@ class FolderTree {
     std::unordered_map<std::string, std::shared_ptr<OpenFolder>> m_open;
     // Those that this call has made, open or not.
     std::unordered_set<std::string> m_made;
+    OwnFiles m_madeFolders;
     // The last one asked for: entries come folder by folder.
     std::string m_lastPath;
     std::shared_ptr<OpenFolder> m_last;

@@ -43,18 +43,22 @@ class Paths {
         m_files.push_back({hash, item});
     }
 
-    // Marks the files that another one of the same path follows, and those that stand where a
-    // folder has to be.
-    void settle(std::vector<PlanItem> &items) {
+    // Marks the files that share a target with others, and those that stand where a folder has to
+    // be.
+    void settle(std::vector<PlanItem> &items, const Directory &directory) {
         std::sort(m_files.begin(), m_files.end(), [](const Target &a, const Target &b) {
             return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
         });
-        for (std::size_t i = 0; i < m_files.size(); ++i) {
-            PlanItem &item = items[m_files[i].item];
-            if (m_folders.count(m_files[i].hash) != 0) {
-                item.action = PlanItem::Action::Blocked;
-            } else if (i + 1 < m_files.size() && m_files[i + 1].hash == m_files[i].hash) {
-                item.action = PlanItem::Action::Superseded;
+        for (std::size_t first = 0, end = 0; first < m_files.size(); first = end) {
+            while (end < m_files.size() && m_files[end].hash == m_files[first].hash) {
+                ++end;
+            }
+            if (m_folders.count(m_files[first].hash) != 0) {
+                for (std::size_t i = first; i < end; ++i) {
+                    items[m_files[i].item].action = PlanItem::Action::Blocked;
+                }
+            } else if (end - first > 1) {
+                share(first, end, items, directory);
             }
         }
     }
@@ -64,6 +68,24 @@ class Paths {
         std::uint64_t hash;
         std::size_t item;
     };
+
+    // Of entries with one path the last counts; of those with different paths the first has the
+    // target and the others come second.
+    void share(std::size_t first, std::size_t end, std::vector<PlanItem> &items,
+               const Directory &directory) const {
+        std::unordered_set<std::string> paths;
+        std::size_t owner = end;
+        for (std::size_t i = end; i-- > first;) {
+            PlanItem &item = items[m_files[i].item];
+            if (!paths.insert(directory.path(directory.entries()[item.index])).second) {
+                item.action = PlanItem::Action::Superseded;
+                continue;
+            }
+            item.action = PlanItem::Action::Second;
+            owner = i;
+        }
+        items[m_files[owner].item].action = PlanItem::Action::File;
+    }
 
     const bool m_ignoreCase = platform::namesIgnoreCase();
     std::string m_folded;
@@ -120,7 +142,7 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
         }
         plan.items.push_back(item);
     }
-    paths.settle(plan.items);
+    paths.settle(plan.items, directory);
     for (const PlanItem &item : plan.items) {
         if (item.action == PlanItem::Action::File) {
             const Entry &entry = entries[item.index];

@@ -19,6 +19,7 @@ struct PlanItem {
         Special,    // a link or a device: never made
         Unsafe,     // its name may not be written
         Superseded, // a later entry has the same path
+        Second,     // an earlier entry of another path goes to the same file
         Blocked     // others need a folder of its name
     };
 

@@ -9,6 +9,7 @@ target_sources(vl2uzip PRIVATE
   vl2uzip/listing.cpp vl2uzip/listing.h
   vl2uzip/nameFilter.cpp vl2uzip/nameFilter.h
   vl2uzip/callResult.cpp vl2uzip/callResult.h
+  vl2uzip/ownFiles.h
   vl2uzip/passwords.cpp vl2uzip/passwords.h
   vl2uzip/plan.cpp vl2uzip/plan.h
   vl2uzip/request.cpp vl2uzip/request.h

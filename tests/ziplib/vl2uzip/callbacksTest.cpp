@@ -8,10 +8,10 @@
 
 namespace {
 
-const char *const archives[] = {"archives/python-zipfile", "archives/duplicates",
-                                "archives/attributes",     "archives/encrypted",
-                                "hostile/file-is-folder",  "hostile/overlap-quoted",
-                                "hostile/checksum-wrong",  "hostile/name-dotdot"};
+const char *const archives[] = {
+    "archives/python-zipfile", "archives/duplicates",    "archives/attributes",
+    "archives/encrypted",      "hostile/file-is-folder", "hostile/overlap-quoted",
+    "hostile/checksum-wrong",  "hostile/name-dotdot",    "archives/case-only"};
 
 std::int32_t secret(char *p, std::int32_t, const std::string &) {
     std::snprintf(p, 8, "secret");

@@ -1,8 +1,11 @@
 #include "platform/storage.h"
 #include "tests/support/disk.h"
+#include "tests/support/environment.h"
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using Files = std::map<std::string, std::string>;
 using Paths = std::vector<std::string>;
@@ -145,6 +148,97 @@ TEST(ExistingFiles, FollowTheAnswers) {
         EXPECT_EQ(filesIn(folder.path()), row.replaced ? stored : mine);
         EXPECT_EQ(call.processed.size(), 3U);
     }
+}
+
+// Of entries that go to one file the first has it; the others are asked about or skipped and told.
+TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
+    constexpr std::int32_t no = 100;
+    constexpr std::int32_t yes = 102;
+    constexpr std::int32_t all = 103;
+    constexpr std::int32_t none = 104;
+    const Files first = {{"x y.txt", "first"}, {"x_y.txt", "second"}};
+    const Files last = {{"x y.txt", "third"}, {"x_y.txt", "fourth"}};
+    const struct {
+        const char *title;
+        bool folders;
+        bool underscores;
+        std::int32_t answer; // 0 replaces without asking
+        int asked;
+        std::int32_t missing;
+        Files files;
+    } rows[] = {
+        {"skipped", false, false, 0, 0, 2, first},
+        {"asked, no", false, false, no, 2, 2, first},
+        {"asked, yes", false, false, yes, 2, 0, last},
+        {"asked, all", false, false, all, 1, 0, last},
+        {"asked, none", false, false, none, 1, 2, first},
+        {"by underscores, too", false, true, 0, 0, 3, {{"x_y.txt", "first"}}},
+        {"by underscores alone",
+         true,
+         true,
+         0,
+         0,
+         1,
+         {{"a/", ""},
+          {"a/x_y.txt", "first"},
+          {"b/", ""},
+          {"b/x_y.txt", "second"},
+          {"c/", ""},
+          {"c/x_y.txt", "third"}}},
+    };
+    for (const auto &row : rows) {
+        for (const char *before : {"", "there before"}) {
+            SCOPED_TRACE(std::string(row.title) + before);
+            const bool exists = *before != '\0' && row.answer == 0;
+            const TestFolder folder;
+            if (exists) {
+                writeFile(folder / row.files.rbegin()->first, before);
+            }
+            int asked = 0;
+            UnzipCall call;
+            call.options.ndflag = row.folders ? 1 : 0;
+            call.options.SpaceToUnderscore = row.underscores ? 1 : 0;
+            call.options.noflag = row.answer == 0 ? 1 : 0;
+            call.replace = [&](const std::string & /*name*/) { return ++asked, row.answer; };
+            EXPECT_EQ(call.extract("archives/same-names", folder.path()), row.missing == 0 ? 0 : 1);
+            EXPECT_EQ(asked, row.asked);
+            EXPECT_EQ(UzpMissingCount(), row.missing);
+            EXPECT_EQ(filesIn(folder.path()), row.files);
+        }
+    }
+}
+
+TEST(SecondEntries, AreThoseThatTheDiskTakesForTheSame) {
+    for (const char *workers : {"1", "8"}) {
+        SCOPED_TRACE(workers);
+        setVariable("ORVEL_WORKERS", workers);
+        const TestFolder folder;
+        writeFile(folder / "probe", "");
+        const bool ignoresCase = std::filesystem::exists(folder / "PROBE");
+        const Files files = ignoresCase ? Files{{"Dir/", ""}, {"Dir/b.txt", "b"}, {"a.txt", "a"}}
+                                        : Files{{"A.txt", "A"}, {"Dir/", ""}, {"Dir/b.txt", "b"},
+                                                {"a.txt", "a"}, {"dir/", ""}, {"dir/B.txt", "B"}};
+        // Into a new folder, then over what is there.
+        for (const char *time : {"first", "second"}) {
+            SCOPED_TRACE(time);
+            UnzipCall call;
+            EXPECT_EQ(call.extract("archives/case-only", folder / "x"), ignoresCase ? 1 : 0);
+            EXPECT_EQ(UzpMissingCount(), ignoresCase ? 2 : 0);
+            Files found = filesIn(folder / "x");
+            for (auto &[name, content] : found) {
+                content.resize(std::min<std::size_t>(content.size(), 1)); // the rest is the same
+            }
+            EXPECT_EQ(found, files);
+        }
+        UnzipCall asking;
+        asking.options.noflag = 0;
+        asking.replace = [](const std::string &) { return 103; };
+        EXPECT_EQ(asking.extract("archives/case-only", folder / "y"), 0);
+        EXPECT_EQ(filesIn(folder / "y").size(), files.size());
+        EXPECT_EQ(readFile(folder / "y" / "A.txt"), "A");
+        EXPECT_EQ(readFile(folder / "y" / "dir/B.txt"), "B");
+    }
+    setVariable("ORVEL_WORKERS", "");
 }
 
 TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/storage.h"
+
+#include <cstdint>
+#include <mutex>
+#include <set>
+#include <utility>
+
+namespace ziplib {
+
+// The files that a call has written or is about to replace, as the disk knows them: two names that
+// the disk takes for one, in whatever way, lead to the same of them. Used by all threads.
+class OwnFiles {
+  public:
+    void add(const platform::FileInfo &file) {
+        const std::lock_guard lock(m_mutex);
+        m_files.emplace(file.device, file.id);
+    }
+
+    bool holds(const platform::FileInfo &file) const {
+        const std::lock_guard lock(m_mutex);
+        return m_files.count({file.device, file.id}) != 0;
+    }
+
+  private:
+    mutable std::mutex m_mutex;
+    std::set<std::pair<std::uint64_t, std::uint64_t>> m_files;
+};
+
+} // namespace ziplib
