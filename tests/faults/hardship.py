@@ -163,7 +163,8 @@ def save(binaries, scratch):
         ("small files only", contextlib.nullcontext, {"preexec_fn": small_files_only}, job.archive,
          "File too large"),
         ("archive moved away", lambda: moved_away(job.archive), {}, "Job.vl2", "no longer there"),
-        ("work folder moved away", lambda: moved_away(job.work), {}, "Job.vl2", "Path not found"),
+        ("work folder moved away", lambda: moved_away(job.work), {}, "Job.vl2",
+         "its work folder is no longer there"),
     ]
 
     def one(where, fault, options, named, reason):
@@ -212,7 +213,8 @@ def extract(binaries, scratch):
         with made(fault, process):
             go(process)
             out = ended(process, where)
-            told = [line for line in out.splitlines() if "Not every file was extracted" in line]
+            told = [line for line in out.splitlines()
+                    if "Not every file was extracted" in line or "cannot be edited" in line]
             check(told and reason in told[0], where, "not told:", out)
             check(read_tree(job.work).items() <= ENTRIES.items(), where, "half a file")
         check(job.bytes_of_archive() == old, where, "the archive changed")
