@@ -3,6 +3,8 @@
 #include "platform/files.h"
 #include "platform/narrow.h"
 
+#include <QVarLengthArray>
+
 #include <libdeflate.h>
 
 #include <algorithm>
@@ -17,22 +19,28 @@ constexpr std::size_t kStep = 128U << 10U;
 
 // The same for all ways of writing a path.
 std::uint64_t keyOf(QStringView path) {
-    QString text;
-    text.reserve(path.size() + 1);
+    QVarLengthArray<char16_t, 256> text;
     bool ascii = true;
+    const auto dropBlanks = [&] {
+        while (!text.isEmpty() && text.last() == u' ')
+            text.removeLast();
+    };
     for (const QChar letter : path) {
-        const bool separates = letter == u'/' || letter == u'\\';
-        while (separates && text.endsWith(u' '))
-            text.chop(1);
-        if (!separates || (!text.isEmpty() && !text.endsWith(u'/')))
-            text.append(separates ? QChar(u'/') : letter);
-        ascii = ascii && letter < QChar(0x80);
+        const char16_t unit = letter.unicode();
+        if (unit == u'/' || unit == u'\\') {
+            dropBlanks();
+            if (!text.isEmpty() && text.last() != u'/')
+                text.append(u'/');
+            continue;
+        }
+        ascii = ascii && unit < 0x80;
+        text.append(unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit);
     }
-    while (text.endsWith(u' '))
-        text.chop(1);
+    dropBlanks();
+    const QStringView plain(text.constData(), text.size());
     // Some disks take accented letters apart.
-    return qHash(ascii ? text.toLower()
-                       : text.normalized(QString::NormalizationForm_C).toCaseFolded());
+    return ascii ? qHash(plain)
+                 : qHash(plain.toString().normalized(QString::NormalizationForm_C).toCaseFolded());
 }
 
 std::uint64_t versionOf(const FileInfo &info) {

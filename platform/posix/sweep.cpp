@@ -14,6 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <functional>
 #include <vector>
 
 namespace platform {
@@ -111,7 +112,7 @@ bool Sweep::State::isPacked(int folder, const QByteArray &name, QStringView file
         } while (got < 0 && errno == EINTR);
         return got;
     };
-    if (S_ISREG(info.st_mode) && packed->hold(file, fileInfo(info), timesTell, read))
+    if (S_ISREG(info.st_mode) && packed->hold(file, fileInfo(info), timesTell, std::ref(read)))
         return true;
     errno = EBUSY;
     return false;

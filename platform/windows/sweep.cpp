@@ -5,6 +5,7 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <list>
 #include <optional>
 #include <vector>
@@ -156,7 +157,8 @@ NTSTATUS Sweep::State::deletePacked(HANDLE folder, const std::string &name,
                    ? static_cast<std::int64_t>(got)
                    : -1;
     };
-    return packed->hold(file, info, timesTell, read) ? deleteOpened(opened.get()) : kNotPacked;
+    return packed->hold(file, info, timesTell, std::ref(read)) ? deleteOpened(opened.get())
+                                                               : kNotPacked;
 }
 
 Sweep::Sweep(const QString &workFolder)
