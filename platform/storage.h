@@ -34,7 +34,7 @@ struct FileInfo {
     // The same, of the last change of the file or of its properties; `modified` on disks that keep
     // no such time.
     std::int64_t changed = 0;
-    std::uint64_t device = 0;  // device and id together name one file of the machine
+    std::uint64_t device = 0; // device and id together name one file of the machine
     std::uint64_t id = 0;
 };
 

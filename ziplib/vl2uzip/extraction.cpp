@@ -55,7 +55,7 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
                        const Request &request, Caller &caller, CallResult &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
       m_extents(file, directory),
-      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}},
+      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}, {}},
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
