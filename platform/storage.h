@@ -125,6 +125,10 @@ class Folder {
     Status openFile(const std::string &name, InputFile &file, Links links, FileInfo &info) const;
     // What is known of a name; a link is told as a link unless followed.
     Status info(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
+    // Whether this system keeps what it knows of files here for a while, as it does for a server's.
+    bool keepsInfo() const;
+    // The same as info, but asks the disk and not what is kept.
+    Status freshInfo(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
     // What is known of a file that is made here and dropped again. Its `changed` is the time now,
     // by the disk's own clock and in that clock's steps: whatever changes on this disk from now on
     // is stamped with this time or a later one.

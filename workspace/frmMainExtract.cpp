@@ -11,6 +11,7 @@
 #include <QDirIterator>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace {
@@ -124,6 +125,14 @@ QString frmMain::ExtractionNote() const {
 // archive's.
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
     platform::Sweep sweep(WorkFolder());
+    // A file that somebody has saved there since is not the archive's.
+    platform::PackedFiles extracted;
+    platform::FileInfo anyVersion;
+    anyVersion.size = platform::PackedFiles::anySize;
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
+        extracted.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
+                      static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
+    sweep.deleteOnly(extracted);
     for (int line = 0; line < m_lines->Count(); ++line) {
         const QString file = m_lines->Text(line);
         const QString name = file.startsWith('\\') ? file.mid(1) : file;
@@ -136,10 +145,19 @@ QString frmMain::UndoExtraction(const QSet<QString> &before) {
 
     const ArchiveNodes &nodes = m_tree->Nodes();
     const QString folder = nodes.Text(1).isEmpty() ? QString() : nodes.Text(1) + '\\';
+    const QString first = folder + nodes.Text(nodes.FirstChild(1));
+    // What is said of entries may be about another one.
+    QString reason = Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage());
+    const std::array ofEntries{0, 1, 2, 51, 81, 82};
+    const bool other =
+        std::find(ofEntries.begin(), ofEntries.end(), m_cUnzip->LastCode()) != ofEntries.end();
+    const bool none = m_cUnzip->MissingCount() >= m_cUnzip->FileCount();
+    if (m_cUnzip->LastCode() == 0 || (other && !none && !reason.contains(first) &&
+                                      !reason.contains(QString(first).replace('\\', '/'))))
+        reason = "it is not there after the extraction";
     QString note = QStringLiteral("%1.vl2 cannot be edited, because its first file cannot be "
                                   "extracted (%2): %3. Nothing was left in the work folder.")
-                       .arg(drpVL2File->currentText(), folder + nodes.Text(nodes.FirstChild(1)),
-                            Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage()));
+                       .arg(drpVL2File->currentText(), first, reason);
     if (!platform::storedName(WorkFolder()).isEmpty())
         note.replace("Nothing was left in the work folder.",
                      "Other files were left as they are in " +

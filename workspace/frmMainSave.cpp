@@ -7,11 +7,19 @@
 #include "workspace/reasons.h"
 
 #include <QComboBox>
+#include <QDirIterator>
 #include <QProgressBar>
 
 namespace {
 
 constexpr std::int32_t kNothingMatched = 11; // a code of the library
+
+constexpr const char *kPartly = "was saved, but not all of it";
+
+bool HoldsNoFile(const QString &folder) {
+    const QDir::Filters files = QDir::Files | QDir::Hidden | QDir::System;
+    return !QDirIterator(folder, files, QDirIterator::Subdirectories).hasNext();
+}
 
 } // namespace
 
@@ -29,10 +37,11 @@ void frmMain::cmdSaveChanges_Click() {
     }
     EnableWindow();
     platform::setMousePointer(this, 0);
-    if (failure.isEmpty() && !m_cZ->LastResult().leftovers.isEmpty())
-        ShowNote(LeftoversNote(m_cZ->LastResult().leftovers));
     if (!failure.isEmpty())
         platform::MsgBox(failure, platform::kCritical, "Orvel");
+    const bool saved = failure.isEmpty() || failure.contains(kPartly);
+    if (saved && !m_cZ->LastResult().leftovers.isEmpty())
+        ShowNote(LeftoversNote(m_cZ->LastResult().leftovers));
 }
 
 void frmMain::cmdCancel_Click() {
@@ -47,7 +56,7 @@ QString frmMain::PackWorkFolder() {
     const QString folder = platform::nativePath(WorkFolder());
     QString reason;
     QString outcome = "was not saved";
-    std::int32_t code = -1;
+    bool noFile = false;
     try {
         // Packed into a new archive, the entries that were never extracted would be missing.
         if (platform::storedName(ArchivePath()).isEmpty())
@@ -66,16 +75,17 @@ QString frmMain::PackWorkFolder() {
         if (m_cZ->LastResult().ok())
             return {};
         if (m_cZ->LastResult().partly())
-            outcome = "was saved, but not all of it";
-        code = m_cZ->LastResult().code;
-        reason = code == kNothingMatched ? "there is no file in " + folder
-                                         : Reason(code, m_cZ->LastResult().message);
+            outcome = kPartly;
+        const std::int32_t code = m_cZ->LastResult().code;
+        noFile = code == kNothingMatched && HoldsNoFile(folder);
+        reason =
+            noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
     const QString failure =
         QStringLiteral("%1.vl2 %2: %3").arg(drpVL2File->currentText(), outcome, reason);
-    const bool filesLeft = code != kNothingMatched && !platform::storedName(WorkFolder()).isEmpty();
+    const bool filesLeft = !noFile && !platform::storedName(WorkFolder()).isEmpty();
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
 }
 

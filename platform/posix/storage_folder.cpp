@@ -1,3 +1,4 @@
+#include "platform/posix/diskKind.h"
 #include "platform/posix/fileLock.h"
 #include "platform/posix/storage_error.h"
 #include "platform/posix/storage_info.h"
@@ -118,6 +119,15 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
     }
     info = fileInfo(st);
     return {};
+}
+
+bool Folder::keepsInfo() const {
+    return !replacesOpenFiles(static_cast<int>(m_handle));
+}
+
+Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
+    refreshInfo(static_cast<int>(m_handle), name.c_str(), linkFlag(links));
+    return this->info(name, info, links);
 }
 
 Status Folder::list(std::vector<FolderItem> &items) const {

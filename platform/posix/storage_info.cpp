@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
@@ -41,6 +42,11 @@ FileInfo fileInfo(const struct stat &st) {
     info.device = st.st_dev;
     info.id = st.st_ino;
     return info;
+}
+
+void refreshInfo(int folder, const char *name, int flags) {
+    struct statx fresh {};
+    (void)statx(folder, name, flags | AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &fresh);
 }
 
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,

@@ -8,6 +8,9 @@ namespace platform {
 
 FileInfo fileInfo(const struct stat &st);
 
+// Has the system ask the disk anew for what it knows of a name. `flags` are those of fstatat.
+void refreshInfo(int folder, const char *name, int flags);
+
 // Opens an ordinary file below a folder's descriptor; `shown` is its path for messages.
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
                    int &descriptor, FileInfo &info);

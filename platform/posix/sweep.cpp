@@ -85,16 +85,23 @@ struct Sweep::State {
     FolderCache folders;
     const PackedFiles *packed = nullptr;
     bool timesTell = false; // whether the disk's clock has not been set back since the save
+    bool keepsInfo = false; // whether the system answers from memory for a while
 };
 
 // Sets errno where it is not.
 bool Sweep::State::isPacked(int folder, const QByteArray &name, QStringView file) const {
     struct stat info = {};
+    if (keepsInfo)
+        refreshInfo(folder, name.constData(), AT_SYMLINK_NOFOLLOW);
     if (::fstatat(folder, name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         return false;
     const bool isLink = S_ISLNK(info.st_mode);
-    if (isLink && ::fstatat(folder, name.constData(), &info, 0) != 0)
-        return false;
+    if (isLink) {
+        if (keepsInfo)
+            refreshInfo(folder, name.constData(), 0);
+        if (::fstatat(folder, name.constData(), &info, 0) != 0)
+            return false;
+    }
     Descriptor opened;
     const auto read = [&](void *data, std::size_t size, std::uint64_t offset) -> std::int64_t {
         if (!opened.isOpen()) {
@@ -126,6 +133,8 @@ Sweep::~Sweep() = default;
 void Sweep::deleteOnly(const PackedFiles &packed) {
     m_state->packed = &packed;
     m_state->timesTell = packed.isClockRunning(m_workFolder);
+    Folder folder;
+    m_state->keepsInfo = folder.open(m_state->path.toStdString()).ok() && folder.keepsInfo();
 }
 
 bool Sweep::clearAttributes(const QString &file) {

@@ -181,6 +181,14 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
     return error != ERROR_SUCCESS ? errorStatus(error, "cannot examine", pathOf(name)) : Status();
 }
 
+bool Folder::keepsInfo() const {
+    return false; // every look opens the file
+}
+
+Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
+    return this->info(name, info, links);
+}
+
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
     const DWORD error =

@@ -1,6 +1,7 @@
 #include "platform/windows/storage_system.h"
 
 #include <bit>
+#include <limits>
 
 namespace platform {
 
@@ -53,8 +54,9 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
     info.modified = nanoseconds(times.LastWriteTime.QuadPart);
+    // A disk without it gives no proof that a file is unchanged.
     info.changed = times.ChangeTime.QuadPart != 0 ? nanoseconds(times.ChangeTime.QuadPart)
-                                                  : info.modified;
+                                                  : std::numeric_limits<std::int64_t>::max();
     info.device = known.dwVolumeSerialNumber;
     info.id = static_cast<std::uint64_t>(known.nFileIndexHigh) << 32U | known.nFileIndexLow;
     return ERROR_SUCCESS;

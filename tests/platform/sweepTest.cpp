@@ -196,6 +196,17 @@ TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
         sweep.deleteOnly(packed);
         EXPECT_EQ(sweep.deleteFile("A.cs"), row.deleted);
     }
+    // What an extraction wrote is known by its entry's CRC-32 alone.
+    makeFile("temp/Classic/own.cs", "saved by an editor since");
+    makeFile("temp/Classic/extracted.cs", "content");
+    platform::PackedFiles entries;
+    seen.size = platform::PackedFiles::anySize;
+    for (const QString name : {"own.cs", "extracted.cs"})
+        entries.add(name, seen, kContentCrc, INT64_MIN);
+    platform::Sweep sweep(work());
+    sweep.deleteOnly(entries);
+    EXPECT_FALSE(sweep.deleteFile("own.cs"));
+    EXPECT_TRUE(sweep.deleteFile("extracted.cs"));
 }
 
 } // namespace

@@ -230,6 +230,17 @@ TEST(frmMainSave, says_what_is_so_and_offers_to_extract_where_the_work_folder_ha
         EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
         EXPECT_EQ(readFile(job.archive), before);
     }
+    // A file that is left out is a file.
+    Extracted job;
+    const Answers answers;
+    ASSERT_TRUE(QDir(job.folder).removeRecursively() && QDir().mkpath(job.folder));
+    writeFile(job.folder + "new.cs", "hidden");
+    platform::setAttributes(job.folder + "new.cs", platform::AttributeHidden);
+    job.window->click("cmdSaveChanges");
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    EXPECT_TRUE(answers.boxes().front().text.contains("new.cs"))
+        << answers.boxes().front().text.toStdString();
+    EXPECT_TRUE(answers.boxes().front().text.contains("Your files are still in "));
 }
 
 TEST(frmMainSave, keeps_the_work_folder_and_says_what_is_missing_where_something_was_skipped) {

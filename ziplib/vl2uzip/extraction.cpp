@@ -192,6 +192,12 @@ void Extraction::prepareFile(ExtractTask &task) {
         }
         if (!task.folder->made || task.second) {
             task.status = task.folder->folder.info(task.name, existing);
+            if (task.status.ok() && m_replaced.holds(existing)) {
+                // Another link to a file that an earlier entry replaces, or another spelling of its
+                // name: which of both shows once that is done.
+                drain();
+                task.status = task.folder->folder.info(task.name, existing);
+            }
             if (task.status.ok() && !mayWrite(task, existing)) {
                 return;
             }
@@ -241,7 +247,7 @@ bool Extraction::mayWrite(ExtractTask &task, const FileInfo &existing) {
         return false;
     }
     if (!platform::namesIgnoreCase()) {
-        m_context.own.add(existing);
+        m_replaced.add(existing);
     }
     task.replace = platform::NewFile::Replace::Yes;
     return true;
@@ -281,7 +287,7 @@ bool Extraction::askReplace(const std::string &path) {
 // An entry whose turn it is found its name taken, although nothing had it when the entry was
 // started: the disk takes another entry's name for the same one. The earlier entry has the file.
 void Extraction::settleName(ExtractTask &task) {
-    const unsigned own = m_pipeline->workers();
+    const unsigned worker = m_pipeline->workers();
     // The others that are under way may have written it.
     while (!m_pipeline->empty() && !m_stopped) {
         if (std::unique_ptr<ExtractTask> done = nextTask()) {
@@ -294,13 +300,22 @@ void Extraction::settleName(ExtractTask &task) {
         if (existing.kind == FileInfo::Kind::Folder) {
             return;
         }
-        ExtractTask *later = task.second ? nullptr : laterTaskWithFile(existing);
+        const bool own = task.folder->made || m_context.own.holds(existing);
+        ExtractTask *later = task.second || !own ? nullptr : laterTaskWithFile(existing);
         if (later != nullptr) {
             // Not replaced, which would keep the spelling of its name.
             later->second = true;
             if (task.status = task.folder->folder.removeFile(task.name); !task.status.ok()) {
                 return;
             }
+        } else if (!task.second && !own) {
+            // Another program has made it meanwhile.
+            if (!m_replaceAll && !askReplace(task.path)) {
+                task.status = {};
+                task.report = "kept " + task.path;
+                return;
+            }
+            task.replace = platform::NewFile::Replace::Yes;
         } else if (m_request.replaceAll || !askReplace(task.path)) {
             task.status = secondStatus(task.path);
             return;
@@ -308,7 +323,7 @@ void Extraction::settleName(ExtractTask &task) {
             task.replace = platform::NewFile::Replace::Yes;
         }
     }
-    task.run(own);
+    task.run(worker);
 }
 
 ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {

@@ -56,6 +56,7 @@ class Extraction {
     std::optional<FolderTree> m_folders;
     bool m_replaceAll;
     bool m_keepAll = false;
+    OwnFiles m_replaced;     // files that were there before and are being replaced
     std::size_t m_whole = 0; // entries that ended as they should
     // Tasks that are done and come before those in the pipeline.
     std::deque<std::unique_ptr<ExtractTask>> m_done;

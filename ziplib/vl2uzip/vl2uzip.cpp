@@ -66,19 +66,21 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
         fail(codeOfEntry(directory.damage()), directory.damage().message, caller, outcome);
         outcome.addMissing(directory.missing());
     }
-    if (directory.trailing() != 0) {
-        const std::uint64_t size = directory.trailing();
-        fail(Code::Warnings,
-             request.archive + " is followed by " + std::to_string(size) +
-                 (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
-             caller, outcome);
-    }
     NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
                       keepAlive(caller));
     if (request.work == Request::Work::List) {
         listEntries(directory, filter, caller, outcome);
     } else {
         extract(file, directory, request, filter, caller, outcome);
+    }
+    // After the entries: of two warnings the first one is returned, and a missing entry matters
+    // more.
+    if (directory.trailing() != 0) {
+        const std::uint64_t size = directory.trailing();
+        fail(Code::Warnings,
+             request.archive + " is followed by " + std::to_string(size) +
+                 (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
+             caller, outcome);
     }
 }
 

@@ -73,6 +73,7 @@ class Comparison {
     const Scan &m_scan;
     Known &m_known;
     Folder m_folder;
+    bool m_keepsInfo = false;
     std::size_t m_file = 0;      // of m_known.files, that comes next
     std::size_t m_subfolder = 0; // of m_known.folders
 };
@@ -99,7 +100,8 @@ Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) 
         return {};
     }
     platform::FileInfo now;
-    const auto looked = m_folder.info(name, now, Folder::Links::Follow);
+    const auto looked = m_keepsInfo ? m_folder.freshInfo(name, now, Folder::Links::Follow)
+                                    : m_folder.info(name, now, Folder::Links::Follow);
     if (!looked.ok() && !looked.is(platform::Failure::NotFound)) {
         return failure(looked, Code::CannotOpen);
     }
@@ -144,6 +146,7 @@ void Comparison::run() {
         m_known.changed += m_known.changed.empty() ? "." : "";
         return;
     }
+    m_keepsInfo = opened.ok() && m_folder.keepsInfo();
     std::vector<platform::FolderItem> items;
     const auto listed = opened.ok() ? m_folder.list(items) : opened;
     m_known.looked = failure(listed, Code::CannotOpen);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 using Files = std::map<std::string, std::string>;
 using Paths = std::vector<std::string>;
@@ -133,9 +134,9 @@ TEST(ExistingFiles, FollowTheAnswers) {
     for (const auto &row : rows) {
         SCOPED_TRACE(row.title);
         const TestFolder folder;
-        for (const auto &[name, content] : mine) {
-            writeFile(folder / name, content);
-        }
+        // Two links to one file are two files.
+        writeFile(folder / "a.txt", "mine");
+        std::filesystem::create_hard_link(folder / "a.txt", folder / "b.txt");
         int asked = 0;
         UnzipCall call;
         call.options.PromptToOverwrite = row.prompt ? 1 : 0;
