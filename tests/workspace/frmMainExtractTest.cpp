@@ -107,7 +107,8 @@ TEST(frmMainExtract, leaves_nothing_of_an_archive_behind_whose_first_file_cannot
         if (row.damaged) {
             QByteArray bytes = readFile(game.archive("base.vl2"));
             writeFile(game.archive("base.vl2"),
-                      bytes.replace(30 + qstrlen(row.first), 4, "\xff\xff\xff\xff"));
+                      bytes.replace(30 + static_cast<qsizetype>(qstrlen(row.first)), 4,
+                                    "\xff\xff\xff\xff"));
         }
         if (row.earlier) {
             QDir().mkpath(folder + "/deep");
