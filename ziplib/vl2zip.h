@@ -102,10 +102,10 @@ VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
 /* Takes the options for the next operation. Returns 1. */
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 
-/* Registers a callback for the calls that follow, or none. It is called at the end of each ZpArchive
- * that adds and returns 0, 1 or 12, once for each file whose bytes the archive holds then: for
- * programs that delete files once they are packed, and must not delete later versions. What it is
- * given is gone when it returns. Returns 1. */
+/* Registers a callback for the calls that follow, or none. It is called at the end of each
+ * ZpArchive that adds and returns 0, 1 or 12, once for each file whose bytes the archive holds
+ * then: for programs that delete files once they are packed, and must not delete later versions.
+ * What it is given is gone when it returns. Returns 1. */
 VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the

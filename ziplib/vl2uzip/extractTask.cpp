@@ -26,15 +26,10 @@ Status ExtractTask::perform(Scratch &scratch) const {
     }
     // In a new folder every file is one of this call.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
-    const FileSink::Target target{folder->folder,
-                                  m_context.times,
-                                  name,
-                                  replace,
-                                  directory.modified(entry),
-                                  directory.attributes(entry),
-                                  convertLineEnds,
-                                  entry.isMarkedText(),
-                                  own};
+    const FileSink::Target target{
+        folder->folder,  m_context.times,           name,
+        replace,         directory.modified(entry), directory.attributes(entry),
+        convertLineEnds, entry.isMarkedText(),      own};
     FileSink sink(target, scratch.converted);
     Status result = readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, sink);
     return result.ok() ? sink.finish() : result;

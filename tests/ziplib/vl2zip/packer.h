@@ -28,10 +28,10 @@ struct Call {
 struct Result {
     std::int32_t code = -1;
     std::vector<std::string> messages;
-    std::vector<std::string> files; // as given to the service callback
+    std::vector<std::string> files;         // as given to the service callback
     std::map<std::string, ZPPACKED> packed; // by path; the paths in the records are gone
-    std::int64_t longestGap = 0;    // milliseconds between two callbacks
-    std::int64_t took = 0;          // milliseconds
+    std::int64_t longestGap = 0;            // milliseconds between two callbacks
+    std::int64_t took = 0;                  // milliseconds
     int passwordsAsked = 0;
 
     std::string last() const { return messages.empty() ? "" : messages.back(); }
