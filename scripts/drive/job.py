@@ -1,5 +1,6 @@
 """Orvel's whole job, done by keyboard alone in the real windows."""
 
+import os
 import subprocess
 import time
 
@@ -143,8 +144,12 @@ class Job:
     def gone(self, shown):
         """Waits until the work folder holds no file; a folder without editable files may stay."""
         folder = self.work_folder(shown)
-        left = lambda: [path for path in folder.rglob("*") if not path.is_dir()]  # noqa: E731
-        self.screen.wait(f"the end of the files in {folder}", lambda: not left())
+
+        def empty():
+            # os.walk passes over a folder that is removed during the walk.
+            return not any(files for _, _, files in os.walk(folder))
+
+        self.screen.wait(f"the end of the files in {folder}", empty)
         self.screen.settle()
 
     def save(self, shown, archive):
