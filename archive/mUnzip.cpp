@@ -1,8 +1,8 @@
 #include "archive/mUnzip.h"
 
 #include "archive/cUnzip.h"
-#include "archive/crossing.h"
 #include "archive/idle.h"
+#include "archive/marshalling.h"
 #include "platform/error.h"
 #include "platform/library.h"
 

@@ -1,8 +1,8 @@
 #include "archive/mZip.h"
 
 #include "archive/cZip.h"
-#include "archive/crossing.h"
 #include "archive/idle.h"
+#include "archive/marshalling.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/library.h"

@@ -3,7 +3,7 @@
 
 #include "bench/syncClock.h"
 #include "bench/treeReader.h"
-#include "platform/sweep.h"
+#include "platform/workFolderCleaner.h"
 #include "ziplib/vl2uzip.h"
 #include "ziplib/vl2zip.h"
 

@@ -2,7 +2,7 @@
 
 #include "config/modRegistry.h"
 #include "config/pngPlugin.h"
-#include "workspace/version.h"
+#include "platform/version.h"
 
 #include <QCloseEvent>
 #include <QGroupBox>

@@ -1,7 +1,7 @@
 #include "config/modRegistry.h"
 
 #include "platform/narrow.h"
-#include "platform/registry.h"
+#include "registry/registry.h"
 
 #include <optional>
 

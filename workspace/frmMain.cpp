@@ -4,10 +4,10 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
-#include "platform/safePath.h"
+#include "platform/version.h"
+#include "storage/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
-#include "workspace/version.h"
 
 #include <QAbstractItemView>
 #include <QCloseEvent>

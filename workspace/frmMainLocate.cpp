@@ -1,7 +1,7 @@
 #include "config/modRegistry.h"
 #include "platform/error.h"
 #include "platform/files.h"
-#include "platform/safePath.h"
+#include "storage/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/frmMain.h"
 

@@ -1,7 +1,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
-#include "platform/sweep.h"
+#include "platform/workFolderCleaner.h"
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"

@@ -1,7 +1,7 @@
 #include "platform/forms.h"
+#include "platform/version.h"
 #include "workspace/accessibleWindow.h"
 #include "workspace/frmSplash.h"
-#include "workspace/version.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

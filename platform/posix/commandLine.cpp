@@ -2,9 +2,9 @@
 
 #include "platform/error.h"
 #include "platform/narrow.h"
-#include "platform/posix/descriptor.h"
-#include "platform/posix/environment.h"
 #include "platform/posix/paths.h"
+#include "storage/posix/descriptor.h"
+#include "storage/posix/environment.h"
 
 #include <QtEndian>
 
@@ -60,11 +60,13 @@ class ProgramSearch {
     // True where `text` names a program.
     bool tryName(const QString &text, qsizetype end) {
         const bool isPath = std::any_of(text.begin(), text.end(), isSeparator);
-        const QByteArray path = isPath ? resolve(text) : findInPath(toNarrow(text.trimmed()));
+        const QByteArray path =
+            isPath ? resolve(text)
+                   : QByteArray::fromStdString(findInPath(toNarrow(text.trimmed()).toStdString()));
         if (path.isEmpty() || !isFile(path))
             return false;
         const bool forWindows = platform::isWindowsProgram(path);
-        if (!forWindows && !isExecutableFile(path)) {
+        if (!forWindows && !isExecutableFile(path.toStdString())) {
             m_sawFile = true;
             return false;
         }

@@ -1,9 +1,9 @@
 #include "platform/error.h"
 #include "platform/files.h"
-#include "platform/posix/descriptor.h"
 #include "platform/posix/dosAttributes.h"
-#include "platform/posix/dosRecord.h"
 #include "platform/posix/paths.h"
+#include "storage/posix/descriptor.h"
+#include "storage/posix/dosRecord.h"
 
 #include <cerrno>
 #include <cstdio>

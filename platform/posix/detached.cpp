@@ -1,6 +1,6 @@
 #include "platform/posix/detached.h"
 
-#include "platform/posix/descriptor.h"
+#include "storage/posix/descriptor.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 #include "platform/posix/dosAttributes.h"
 
 #include "platform/files.h"
-#include "platform/posix/dosRecord.h"
+#include "storage/posix/dosRecord.h"
 
 #include <cerrno>
 #include <sys/xattr.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/posix/descriptor.h"
+#include "storage/posix/descriptor.h"
 
 #include <QByteArray>
 #include <QHash>

@@ -1,7 +1,7 @@
 #include "platform/files.h"
 #include "platform/narrow.h"
-#include "platform/posix/environment.h"
 #include "platform/posix/paths.h"
+#include "storage/posix/environment.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -33,9 +33,9 @@ void makeFolders(const QByteArray &folder) {
 } // namespace
 
 QString programFolder() {
-    QByteArray folder = executableFolder();
-    if (isSystemFolder(folder) || !canBeWritten(folder)) {
-        folder = userDataFolder();
+    auto folder = QByteArray::fromStdString(executableFolder());
+    if (isSystemFolder(folder.toStdString()) || !canBeWritten(folder)) {
+        folder = QByteArray::fromStdString(userDataFolder());
         // The program makes one folder level at a time, and needs this one to be there.
         makeFolders(folder);
     }
@@ -43,10 +43,10 @@ QString programFolder() {
 }
 
 QString windowsFolder(int limit) {
-    const QByteArray executable = executableFolder();
+    const auto executable = QByteArray::fromStdString(executableFolder());
     for (const char *place : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
         const QByteArray folder = executable + place;
-        if (!isExecutableFile(folder + "/NOTEPAD.EXE"))
+        if (!isExecutableFile((folder + "/NOTEPAD.EXE").toStdString()))
             continue;
         QString path = fromNarrow(realPath(folder));
         return path.size() > limit ? QString() : path;

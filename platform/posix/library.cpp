@@ -2,7 +2,7 @@
 
 #include "platform/error.h"
 #include "platform/narrow.h"
-#include "platform/posix/environment.h"
+#include "storage/posix/environment.h"
 
 #include <QList>
 
@@ -21,7 +21,7 @@ QByteArray &testFolder() {
 QList<QByteArray> libraryFolders() {
     if (!testFolder().isEmpty())
         return {testFolder()};
-    const QByteArray executable = executableFolder();
+    const auto executable = QByteArray::fromStdString(executableFolder());
     return {executable, executable + "/" ORVEL_LIBRARIES_FROM_BIN};
 }
 

@@ -3,8 +3,8 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/narrow.h"
-#include "platform/posix/environment.h"
 #include "platform/posix/names.h"
+#include "storage/posix/environment.h"
 
 #include <climits>
 #include <cstdlib>
@@ -35,7 +35,7 @@ bool isDrive(const QString &path) {
 }
 
 void startAtDrive(char letter, Steps &steps) {
-    const QByteArray link = winePrefix() + "/dosdevices/" + letter + ':';
+    const QByteArray link = QByteArray::fromStdString(winePrefix()) + "/dosdevices/" + letter + ':';
     const QByteArray target = realPath(link);
     if (!target.isEmpty()) {
         steps.start = withSlash(target);
@@ -104,7 +104,7 @@ QByteArray realAsFarAsStored(const QByteArray &path) {
 } // namespace
 
 QByteArray windowsPath(const QByteArray &path) {
-    const QByteArray devices = winePrefix() + "/dosdevices/";
+    const QByteArray devices = QByteArray::fromStdString(winePrefix()) + "/dosdevices/";
     // Wine makes Z: together with the prefix.
     if (!isStored(devices) || realPath(devices + "z:") == "/")
         return "Z:" + withBackslashes(path);

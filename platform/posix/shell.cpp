@@ -5,8 +5,8 @@
 #include "platform/narrow.h"
 #include "platform/posix/commandLine.h"
 #include "platform/posix/detached.h"
-#include "platform/posix/environment.h"
 #include "platform/posix/paths.h"
+#include "storage/posix/environment.h"
 
 #include <cerrno>
 #include <limits>
@@ -42,7 +42,7 @@ void start(const QByteArray &program, const QList<QByteArray> &arguments) {
 void Shell(const QString &commandLine, int /*style*/) {
     Command command = parseCommandLine(commandLine);
     if (command.isWindowsProgram) {
-        const QByteArray wine = findInPath("wine");
+        const QByteArray wine = QByteArray::fromStdString(findInPath("wine"));
         if (wine.isEmpty())
             raise(ErrorNumber::FileNotFound, QStringLiteral("wine"));
         command.arguments.prepend(command.program);
@@ -63,7 +63,7 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString & /*pa
     const QByteArray path = realPath(resolve(file));
     if (path.isEmpty())
         return kFileNotFound;
-    const QByteArray opener = findInPath("xdg-open");
+    const QByteArray opener = QByteArray::fromStdString(findInPath("xdg-open"));
     if (opener.isEmpty())
         return kNoAssociation;
     const int failure = startDetached(opener, {path});

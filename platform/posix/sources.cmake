@@ -1,10 +1,27 @@
-target_sources(orvel_storage PRIVATE
-  posix/copyRange.cpp posix/copyRange.h posix/diskKind.cpp posix/diskKind.h posix/dosRecord.cpp
-  posix/dosRecord.h posix/fileLock.cpp posix/fileLock.h posix/storage_claim.cpp posix/storage_commit.cpp posix/storage_error.cpp
-  posix/storage_error.h posix/storage_folder.cpp posix/storage_info.cpp posix/storage_info.h
-  posix/storage_input.cpp posix/storage_newfile.cpp posix/storage_paths.cpp
-  posix/writeBehind.cpp posix/writeBehind.h)
-target_sources(orvel_platform PRIVATE posix/narrow.cpp)
-target_sources(orvel_forms PRIVATE posix/fileDialog.cpp posix/systemMenu.cpp)
-include(${CMAKE_CURRENT_LIST_DIR}/registry.cmake)
-include(${CMAKE_CURRENT_LIST_DIR}/files.cmake)
+target_sources(orvel_platform PRIVATE
+  posix/commandLine.cpp posix/commandLine.h
+  posix/copyFile.cpp
+  posix/detached.cpp posix/detached.h
+  posix/dosAttributes.cpp posix/dosAttributes.h
+  posix/files.cpp
+  posix/folderCache.cpp posix/folderCache.h
+  posix/folders.cpp
+  posix/library.cpp
+  posix/names.cpp posix/names.h
+  posix/narrow.cpp
+  posix/paths.cpp posix/paths.h
+  posix/shell.cpp
+  posix/workFolderCleaner.cpp)
+
+# Where the package's data and private libraries lie, seen from its programs: an installation can
+# be moved as a whole.
+file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)
+file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel/modules)
+set_property(SOURCE posix/folders.cpp APPEND PROPERTY
+  COMPILE_DEFINITIONS ORVEL_DATA_FROM_BIN="${data}")
+set_property(SOURCE posix/library.cpp APPEND PROPERTY
+  COMPILE_DEFINITIONS ORVEL_LIBRARIES_FROM_BIN="${libraries}")
+
+# The Windows folder of the build tree lies beside the programs.
+configure_file(posix/windows/NOTEPAD.EXE
+  ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/windows/NOTEPAD.EXE COPYONLY)

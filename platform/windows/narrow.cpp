@@ -1,7 +1,7 @@
 #include "platform/narrow.h"
 
-#include "platform/storage.h"
 #include "platform/windows/system.h"
+#include "storage/storage.h"
 
 #include <shellapi.h>
 

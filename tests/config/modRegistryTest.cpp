@@ -1,7 +1,7 @@
 #include "config/modRegistry.h"
 
 #include "platform/narrow.h"
-#include "tests/platform/printBytes.h"
+#include "tests/registry/printBytes.h"
 #include "tests/support/settings.h"
 
 #include <QDeadlineTimer>

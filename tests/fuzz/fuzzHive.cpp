@@ -1,7 +1,7 @@
 // Any bytes as a hive file: every value that is read can be written again without changing another,
 // and what was set is read back.
 
-#include "platform/posix/hive.h"
+#include "registry/posix/hive.h"
 
 #include <cstdlib>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/error.h"
-#include "tests/platform/printBytes.h"
+#include "tests/registry/printBytes.h"
 #include "tests/support/files.h"
 
 #include <QByteArray>

@@ -1,10 +1,10 @@
 #include "platform/error.h"
 #include "platform/files.h"
+#include "platform/version.h"
 #include "tests/support/answers.h"
 #include "tests/support/captions.h"
 #include "tests/support/game.h"
 #include "tests/workspace/window.h"
-#include "workspace/version.h"
 
 #include <QDir>
 #include <QFile>

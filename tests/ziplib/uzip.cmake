@@ -1,11 +1,11 @@
 if(ORVEL_SYSTEM STREQUAL posix)
-  set(zones container/dostimeTest.cpp)   # names time zones in the POSIX way
+  set(zones format/dosTimeTest.cpp)   # names time zones in the POSIX way
   set(disks vl2uzip/posix/diskTest.cpp)  # links, pipes, small disks and low limits
 endif()
-orvel_test(ziplib_container_test
-  SOURCES container/checksumTest.cpp container/lineendsTest.cpp container/namesTest.cpp
-          container/patternTest.cpp container/workersTest.cpp ${zones}
-  LIBRARIES ziplib_container Threads::Threads)
+orvel_test(ziplib_shared_test
+  SOURCES codec/checksumTest.cpp codec/lineEndsTest.cpp format/namesTest.cpp
+          common/patternTest.cpp common/threadPoolTest.cpp ${zones}
+  LIBRARIES ziplib_shared Threads::Threads)
 
 # Fixed time zone: times in archives are local. Large archives are made by the script.
 orvel_test(vl2uzip_test

@@ -3,14 +3,16 @@ add_library(zip_packer STATIC vl2zip/packer.cpp)
 target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip)
 target_compile_definitions(zip_packer PRIVATE ORVEL_JUDGE="${CMAKE_CURRENT_SOURCE_DIR}/judge.py")
 
-foreach(unit inOrder pack packFaults packOptions records)
+foreach(unit pack packFaults packOptions records)
   # What only one system has: links, pipes, other users; files that a program keeps to itself.
   set(own vl2zip/${ORVEL_SYSTEM}/${unit}Test.cpp)
   if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${own})
     set(own)
   endif()
-  orvel_test(${unit}Test SOURCES vl2zip/${unit}Test.cpp ${own} LIBRARIES zip_packer ziplib_pack)
+  orvel_test(${unit}Test SOURCES vl2zip/${unit}Test.cpp ${own} LIBRARIES zip_packer vl2zip_parts)
 endforeach()
+
+orvel_test(orderedParallelForTest SOURCES common/orderedParallelForTest.cpp LIBRARIES ziplib_shared Threads::Threads)
 
 add_executable(saveDriver vl2zip/saveDriver.cpp)
 target_link_libraries(saveDriver PRIVATE zip_packer)

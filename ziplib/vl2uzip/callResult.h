@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/status.h"
-#include "ziplib/container/code.h"
+#include "storage/status.h"
+#include "ziplib/common/returnCode.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/caller.h"
 
-#include "ziplib/container/interfaceText.h"
+#include "ziplib/common/interfaceText.h"
 
 #include <algorithm>
 #include <array>

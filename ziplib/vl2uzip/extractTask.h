@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/vl2uzip/entryReader.h"
+#include "ziplib/codec/entryReader.h"
 #include "ziplib/vl2uzip/fileSink.h"
 #include "ziplib/vl2uzip/folderTree.h"
 

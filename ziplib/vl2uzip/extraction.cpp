@@ -1,7 +1,7 @@
 #include "ziplib/vl2uzip/extraction.h"
 
-#include "platform/storage.h"
-#include "ziplib/container/names.h"
+#include "storage/storage.h"
+#include "ziplib/format/names.h"
 
 #include <chrono>
 #include <thread>

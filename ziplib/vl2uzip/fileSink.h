@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/storage.h"
-#include "ziplib/container/lineends.h"
-#include "ziplib/vl2uzip/entryReader.h"
+#include "storage/storage.h"
+#include "ziplib/codec/entryReader.h"
+#include "ziplib/codec/lineEnds.h"
 #include "ziplib/vl2uzip/ownFiles.h"
 
 #include <atomic>

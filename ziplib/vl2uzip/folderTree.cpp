@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/folderTree.h"
 
-#include "ziplib/container/names.h"
+#include "ziplib/format/names.h"
 
 #include <utility>
 

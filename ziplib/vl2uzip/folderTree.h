@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/storage.h"
+#include "storage/storage.h"
 #include "ziplib/vl2uzip/ownFiles.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 #include "ziplib/vl2uzip/listing.h"
 
-#include "ziplib/container/codec.h"
-#include "ziplib/container/dostime.h"
+#include "ziplib/codec/codec.h"
+#include "ziplib/format/dosTime.h"
 
 namespace ziplib {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/container/directory.h"
+#include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/nameFilter.h"

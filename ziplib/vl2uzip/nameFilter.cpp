@@ -1,7 +1,7 @@
 #include "ziplib/vl2uzip/nameFilter.h"
 
-#include "ziplib/container/interfaceText.h"
-#include "ziplib/container/utf8.h"
+#include "ziplib/common/interfaceText.h"
+#include "ziplib/common/utf8.h"
 
 #include <algorithm>
 

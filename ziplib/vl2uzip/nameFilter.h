@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ziplib/container/directory.h"
-#include "ziplib/container/pattern.h"
+#include "ziplib/common/pattern.h"
+#include "ziplib/format/directory.h"
 
 #include <string>
 #include <unordered_map>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ziplib/container/crypt.h"
+#include "ziplib/codec/cipher.h"
+#include "ziplib/codec/entryReader.h"
 #include "ziplib/vl2uzip/caller.h"
-#include "ziplib/vl2uzip/entryReader.h"
 
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 #include "ziplib/vl2uzip/plan.h"
 
-#include "platform/storage.h"
-#include "ziplib/container/names.h"
-#include "ziplib/container/utf8.h"
+#include "storage/storage.h"
+#include "ziplib/common/utf8.h"
+#include "ziplib/format/names.h"
 
 #include <algorithm>
 #include <unordered_set>

@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/request.h"
 
-#include "ziplib/container/interfaceText.h"
+#include "ziplib/common/interfaceText.h"
 
 namespace ziplib {
 

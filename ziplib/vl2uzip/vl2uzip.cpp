@@ -1,8 +1,8 @@
 #include "ziplib/vl2uzip.h"
 
-#include "platform/storage.h"
-#include "ziplib/container/codec.h"
-#include "ziplib/container/directory.h"
+#include "storage/storage.h"
+#include "ziplib/codec/codec.h"
+#include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/extraction.h"

@@ -1,6 +1,6 @@
 #include "ziplib/vl2zip/report.h"
 
-#include "ziplib/container/interfaceText.h"
+#include "ziplib/common/interfaceText.h"
 
 #include <array>
 

@@ -1,14 +1,14 @@
 #include "ziplib/vl2zip/update.h"
 
-#include "ziplib/container/leftovers.h"
-#include "ziplib/vl2zip/background.h"
-#include "ziplib/vl2zip/commit.h"
-#include "ziplib/vl2zip/lookagain.h"
-#include "ziplib/vl2zip/packed.h"
-#include "ziplib/vl2zip/plan.h"
-#include "ziplib/vl2zip/rewrite.h"
-#include "ziplib/vl2zip/selection.h"
-#include "ziplib/vl2zip/verdicts.h"
+#include "ziplib/common/backgroundTask.h"
+#include "ziplib/common/leftovers.h"
+#include "ziplib/vl2zip/compare/changeDetector.h"
+#include "ziplib/vl2zip/compare/detectChanges.h"
+#include "ziplib/vl2zip/select/plan.h"
+#include "ziplib/vl2zip/select/selection.h"
+#include "ziplib/vl2zip/write/archiveWriter.h"
+#include "ziplib/vl2zip/write/commit.h"
+#include "ziplib/vl2zip/write/packed.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "ziplib/common/outcome.h"
 #include "ziplib/vl2zip/options.h"
-#include "ziplib/vl2zip/outcome.h"
 #include "ziplib/vl2zip/report.h"
 
 namespace ziplib {

@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip.h"
 
-#include "platform/storage.h"
-#include "ziplib/container/interfaceText.h"
+#include "storage/storage.h"
+#include "ziplib/common/interfaceText.h"
 #include "ziplib/vl2zip/update.h"
 
 #include <exception>

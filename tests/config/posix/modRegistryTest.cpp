@@ -1,6 +1,6 @@
 #include "config/modRegistry.h"
 
-#include "tests/platform/registryHome.h"
+#include "tests/registry/registryHome.h"
 
 #include <gtest/gtest.h>
 

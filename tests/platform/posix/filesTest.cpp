@@ -1,5 +1,5 @@
 #include "platform/files.h"
-#include "platform/storage.h"
+#include "storage/storage.h"
 #include "tests/platform/filesFixture.h"
 
 #include <fcntl.h>

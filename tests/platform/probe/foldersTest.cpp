@@ -1,4 +1,4 @@
-#include "platform/posix/environment.h"
+#include "storage/posix/environment.h"
 #include "tests/platform/filesFixture.h"
 
 #include <QProcess>

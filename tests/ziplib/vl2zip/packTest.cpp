@@ -1,4 +1,4 @@
-#include "platform/storage.h"
+#include "storage/storage.h"
 #include "tests/support/disk.h"
 #include "tests/support/environment.h"
 #include "tests/ziplib/vl2zip/packer.h"

@@ -1,5 +1,5 @@
-#include "ziplib/vl2zip/records.h"
-#include "ziplib/container/bytes.h"
+#include "ziplib/vl2zip/write/records.h"
+#include "ziplib/format/bytes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,1 +1,0 @@
-// Takes the place of the sources to come.

@@ -1,0 +1,165 @@
+#include "storage/posix/diskKind.h"
+#include "storage/posix/fileInfo.h"
+#include "storage/posix/systemError.h"
+#include "storage/storage.h"
+#include "storage/temporary.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <iterator>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+// How a new file gets its name.
+namespace platform {
+
+namespace {
+
+// On disks of other machines, programs there are given a second to let go of a file.
+constexpr int renameRounds = 40;
+constexpr std::chrono::milliseconds renamePause{25};
+
+// Gives a file without a name one, which nothing else may have.
+int linkNameless(int file, int folder, const char *name) {
+    int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
+    if (result != 0 && errno == ENOENT) {
+        // Older systems allow that to administrators only.
+        char path[40];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
+        result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
+    }
+    return result;
+}
+
+// For file systems whose renaming cannot refuse to replace: most can still refuse a second link. On
+// the rest, such as a shared folder of a virtual machine, the name is looked for first.
+int renameByLink(int folder, const char *from, const char *to) {
+    if (linkat(folder, from, folder, to, 0) == 0) {
+        unlinkat(folder, from, 0);
+        return 0;
+    }
+    struct stat st {};
+    if (errno == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
+        errno = EEXIST;
+        return -1;
+    }
+    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
+}
+
+// The answers where a program holds what is to be replaced. A server that deletes the held file as
+// soon as it can says of its name that nothing is there.
+bool mayBeHeld(int error) {
+    constexpr int held[] = {EACCES, EPERM, EBUSY, ETXTBSY, ENOENT};
+    return std::find(std::begin(held), std::end(held), error) != std::end(held);
+}
+
+bool sameContent(const FileInfo &a, const FileInfo &b) {
+    return a.kind == b.kind && a.size == b.size && a.modified == b.modified;
+}
+
+} // namespace
+
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
+    const int folder = static_cast<int>(m_folder->m_handle);
+    const int file = static_cast<int>(m_handle);
+    Status status;
+    if (m_temporary.empty()) {
+        // Only a file with a name can take the place of another.
+        const std::string first = replace == Replace::No ? name : temporaryName();
+        if (linkNameless(file, folder, first.c_str()) != 0) {
+            status = errnoStatus(errno, "cannot create", m_folder->pathOf(name));
+        } else if (replace == Replace::Yes) {
+            m_temporary = first;
+        }
+    } else if (replace == Replace::No) {
+        status = takeFreeName(name);
+    }
+    if (status.ok() && replace == Replace::Yes) {
+        status = replaceFile(name, replaced);
+    }
+    if (!status.ok()) {
+        discard();
+        return status;
+    }
+    // The name is taken away from discard() by now: the file stays, whatever close says.
+    m_temporary.clear();
+    const bool closed = ::close(file) == 0;
+    const int error = errno;
+    m_handle = -1;
+    return closed || error == EINTR ? Status()
+                                    : errnoStatus(error, "cannot write", m_folder->pathOf(name));
+}
+
+// A file that the caller holds is whole until this one has its name. Where a refused renaming can
+// cost the held file, it is closed first, and this one gets a name that no run removes: should both
+// the renaming and the process fail, there is still a whole file to be found.
+Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
+    const int folder = static_cast<int>(m_folder->m_handle);
+    FileInfo old;
+    const bool known = replaced != nullptr && replaced->info(old).ok();
+    const auto letGo = [&] {
+        Status aside = replaced != nullptr && replaced->isOpen() ? setAside(name) : Status();
+        if (aside.ok() && replaced != nullptr) {
+            replaced->close();
+        }
+        return aside;
+    };
+    if (replaced != nullptr && !replacesOpenFiles(folder)) {
+        if (Status aside = letGo(); !aside.ok()) {
+            return aside;
+        }
+    }
+    const auto rename = [&] {
+        return renameat(folder, m_temporary.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
+    };
+    FileInfo there;
+    const auto isThere = [&] { return m_folder->info(name, there).ok(); };
+    int error = rename();
+    const int rounds = error == 0 || replacesOpenFiles(folder) ? 1 : renameRounds;
+    for (int round = 0; mayBeHeld(error) && round < rounds; ++round) {
+        if (round > 0) {
+            std::this_thread::sleep_for(renamePause);
+        }
+        (void)letGo();
+        // Meanwhile another program may put its own file there.
+        if (known && isThere() && !sameContent(there, old)) {
+            return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
+                    m_folder->pathOf(name)};
+        }
+        error = rename();
+    }
+    if (error == 0) {
+        return {};
+    }
+    struct stat own {};
+    if (fstat(static_cast<int>(m_handle), &own) == 0 && isThere() &&
+        sameFile(there, fileInfo(own))) {
+        return {}; // the server had done it, and its answer was lost
+    }
+    Status failed = errnoStatus(error, "cannot create", m_folder->pathOf(name));
+    InputFile whole;
+    const bool oldIsWhole = known &&
+                            m_folder->openFile(name, whole, Folder::Links::Refuse, there).ok() &&
+                            sameContent(there, old);
+    return replaced != nullptr && !oldIsWhole ? keep(name, failed) : failed;
+}
+
+Status NewFile::takeFreeName(const std::string &name) {
+    const int folder = static_cast<int>(m_folder->m_handle);
+    const char *from = m_temporary.c_str();
+    int result = renameat2(folder, from, folder, name.c_str(), RENAME_NOREPLACE);
+    if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
+        result = renameByLink(folder, from, name.c_str());
+    }
+    if (result != 0) {
+        return errnoStatus(errno, "cannot create", m_folder->pathOf(name));
+    }
+    m_temporary = name;
+    return {};
+}
+
+} // namespace platform

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "storage/storage.h"
+
+#include <sys/stat.h>
+
+namespace platform {
+
+FileInfo fileInfo(const struct stat &st);
+
+// Has the system ask the disk anew for what it knows of a name. `flags` are those of fstatat.
+void refreshInfo(int folder, const char *name, int flags);
+
+// Opens an ordinary file below a folder's descriptor; `shown` is its path for messages.
+Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
+                   int &descriptor, FileInfo &info);
+
+// Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
+std::uint8_t readDosBits(int descriptor);
+Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);
+// Copies every extended attribute that can be copied.
+void copyAttributes(int from, int to);
+
+} // namespace platform

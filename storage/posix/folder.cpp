@@ -1,0 +1,224 @@
+#include "storage/posix/diskKind.h"
+#include "storage/posix/fileInfo.h"
+#include "storage/posix/fileLock.h"
+#include "storage/posix/systemError.h"
+#include "storage/storage.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+struct CloseFolder {
+    void operator()(DIR *folder) const { closedir(folder); }
+};
+
+FileInfo::Kind kindOf(unsigned char type) {
+    switch (type) {
+    case DT_REG:
+        return FileInfo::Kind::File;
+    case DT_DIR:
+        return FileInfo::Kind::Folder;
+    case DT_LNK:
+        return FileInfo::Kind::Link;
+    default:
+        return FileInfo::Kind::Other;
+    }
+}
+
+int linkFlag(Folder::Links links) {
+    return links == Folder::Links::Follow ? 0 : AT_SYMLINK_NOFOLLOW;
+}
+
+} // namespace
+
+Folder::Folder(Folder &&other) noexcept
+    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+
+Folder &Folder::operator=(Folder &&other) noexcept {
+    if (this != &other) {
+        close();
+        m_handle = std::exchange(other.m_handle, -1);
+        m_path = std::move(other.m_path);
+    }
+    return *this;
+}
+
+void Folder::close() {
+    if (m_handle != -1) {
+        ::close(static_cast<int>(m_handle));
+        m_handle = -1;
+    }
+}
+
+std::string Folder::pathOf(const std::string &name) const {
+    if (m_path.empty() || m_path.back() == '/') {
+        return m_path + name;
+    }
+    return m_path + "/" + name;
+}
+
+Status Folder::open(const std::string &path) {
+    close();
+    m_path = path;
+    m_handle = ::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return isOpen() ? Status() : errnoStatus(errno, "cannot open the folder", path);
+}
+
+Status Folder::open(const Place &place) {
+    return open(place.path());
+}
+
+Status Folder::openFolder(const std::string &name, Folder &folder) const {
+    const int descriptor = openat(static_cast<int>(m_handle), name.c_str(),
+                                  O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+    if (descriptor < 0) {
+        return errnoStatus(errno, "cannot open the folder", pathOf(name));
+    }
+    folder.close();
+    folder.m_path = pathOf(name);
+    folder.m_handle = descriptor;
+    return {};
+}
+
+Status Folder::makeFolder(const std::string &name) const {
+    if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0) {
+        return errnoStatus(errno, "cannot make the folder", pathOf(name));
+    }
+    return {};
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+    FileInfo info;
+    return openFile(name, file, links, info);
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
+    file.close();
+    file.m_path = pathOf(name);
+    int descriptor = -1;
+    Status status = openInputAt(static_cast<int>(m_handle), name, file.m_path,
+                                links == Links::Follow, descriptor, info);
+    file.m_handle = descriptor;
+    return status;
+}
+
+Status Folder::info(const std::string &name, FileInfo &info, Links links) const {
+    struct stat st {};
+    if (fstatat(static_cast<int>(m_handle), name.c_str(), &st, linkFlag(links)) != 0) {
+        return errnoStatus(errno, "cannot examine", pathOf(name));
+    }
+    info = fileInfo(st);
+    return {};
+}
+
+bool Folder::keepsInfo() const {
+    return !replacesOpenFiles(static_cast<int>(m_handle));
+}
+
+Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
+    refreshInfo(static_cast<int>(m_handle), name.c_str(), linkFlag(links));
+    return this->info(name, info, links);
+}
+
+Status Folder::list(std::vector<FolderItem> &items) const {
+    items.clear();
+    // A handle of its own: the position in the folder is shared between duplicates.
+    const int descriptor =
+        openat(static_cast<int>(m_handle), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return errnoStatus(errno, "cannot list the folder", m_path);
+    }
+    const std::unique_ptr<DIR, CloseFolder> folder(fdopendir(descriptor));
+    if (!folder) {
+        const int error = errno;
+        ::close(descriptor);
+        return errnoStatus(error, "cannot list the folder", m_path);
+    }
+    while (true) {
+        errno = 0;
+        const dirent *item = readdir(folder.get());
+        if (item == nullptr) {
+            break;
+        }
+        const std::string_view name = item->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        FolderItem found{std::string(name), kindOf(item->d_type)};
+        if (item->d_type == DT_UNKNOWN) {
+            FileInfo known;
+            if (info(found.name, known).ok()) {
+                found.kind = known.kind;
+            }
+        }
+        items.push_back(std::move(found));
+    }
+    return errno == 0 ? Status() : errnoStatus(errno, "cannot list the folder", m_path);
+}
+
+Status Folder::removeFile(const std::string &name) const {
+    if (unlinkat(static_cast<int>(m_handle), name.c_str(), 0) != 0) {
+        return errnoStatus(errno, "cannot delete", pathOf(name));
+    }
+    return {};
+}
+
+Status Folder::removeFolder(const std::string &name) const {
+    if (unlinkat(static_cast<int>(m_handle), name.c_str(), AT_REMOVEDIR) != 0) {
+        return errnoStatus(errno, "cannot delete the folder", pathOf(name));
+    }
+    return {};
+}
+
+Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
+    attributes = 0;
+    InputFile file;
+    if (Status status = openFile(name, file); !status.ok()) {
+        return status;
+    }
+    return file.attributes(attributes);
+}
+
+Status Folder::freeSpace(std::uint64_t &bytes) const {
+    struct statvfs st {};
+    if (fstatvfs(static_cast<int>(m_handle), &st) != 0) {
+        return errnoStatus(errno, "cannot examine the disk of", m_path);
+    }
+    const std::uint64_t blocks = geteuid() == 0 ? st.f_bfree : st.f_bavail;
+    bytes = blocks * st.f_frsize;
+    return {};
+}
+
+Status Folder::sync() const {
+    if (fsync(static_cast<int>(m_handle)) != 0 && errno != EINVAL && errno != ENOTSUP) {
+        return errnoStatus(errno, "cannot sync the folder", m_path);
+    }
+    return {};
+}
+
+void Folder::removeStaleTemporaries() const {
+    std::vector<FolderItem> items;
+    if (!list(items).ok()) {
+        return;
+    }
+    for (const FolderItem &item : items) {
+        InputFile file;
+        if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name) &&
+            openFile(item.name, file).ok() &&
+            tryLock(static_cast<int>(file.m_handle)) == Lock::Taken) {
+            unlinkat(static_cast<int>(m_handle), item.name.c_str(), 0);
+        }
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,116 @@
+#include "storage/posix/fileInfo.h"
+#include "storage/posix/fileLock.h"
+#include "storage/posix/systemError.h"
+#include "storage/storage.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace platform {
+
+InputFile::InputFile(InputFile &&other) noexcept
+    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+
+InputFile &InputFile::operator=(InputFile &&other) noexcept {
+    if (this != &other) {
+        close();
+        m_handle = std::exchange(other.m_handle, -1);
+        m_path = std::move(other.m_path);
+    }
+    return *this;
+}
+
+Status InputFile::open(const std::string &path) {
+    FileInfo info;
+    return open(path, info);
+}
+
+Status InputFile::open(const std::string &path, FileInfo &info) {
+    close();
+    int descriptor = -1;
+    Status status = openInputAt(AT_FDCWD, path, path, true, descriptor, info);
+    m_handle = descriptor;
+    m_path = path;
+    return status;
+}
+
+Status InputFile::open(const Place &place, FileInfo &info) {
+    return open(place.path(), info);
+}
+
+void InputFile::close() {
+    if (m_handle != -1) {
+        ::close(static_cast<int>(m_handle));
+        m_handle = -1;
+    }
+}
+
+Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
+                         std::size_t &got) const {
+    got = 0;
+    if (offset > INT64_MAX) {
+        return {};
+    }
+    while (got < size) {
+        const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
+                                size - got, static_cast<off_t>(offset + got));
+        if (n == 0) {
+            break;
+        }
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errnoStatus(errno, "cannot read", m_path);
+        }
+        got += static_cast<std::size_t>(n);
+    }
+    return {};
+}
+
+Status InputFile::info(FileInfo &info) const {
+    struct stat st {};
+    if (fstat(static_cast<int>(m_handle), &st) != 0) {
+        return errnoStatus(errno, "cannot examine", m_path);
+    }
+    info = fileInfo(st);
+    return {};
+}
+
+void InputFile::forget() const {
+    if (isOpen()) {
+        posix_fadvise(static_cast<int>(m_handle), 0, 0, POSIX_FADV_DONTNEED);
+    }
+}
+
+Status InputFile::attributes(std::uint8_t &attributes) const {
+    FileInfo known;
+    if (Status status = info(known); !status.ok()) {
+        return status;
+    }
+    attributes = readDosBits(static_cast<int>(m_handle));
+    if (known.readOnly) {
+        attributes |= attributeReadOnly;
+    }
+    return {};
+}
+
+Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
+    const auto end = std::chrono::steady_clock::now() + wait;
+    while (tryLock(static_cast<int>(m_handle)) == Lock::Held) {
+        if (keepGoing && !keepGoing()) {
+            return {Failure::Cancelled, "cancelled", m_path};
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            return {Failure::Busy, m_path + " is in use by another program", m_path};
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return {};
+}
+
+} // namespace platform

@@ -1,0 +1,114 @@
+#include "storage/posix/systemError.h"
+#include "storage/storage.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+struct Free {
+    void operator()(char *text) const { std::free(text); }
+};
+
+// The folder and the name of a path; the folder of a bare name is ".".
+void splitPath(const std::string &path, std::string &folder, std::string &name) {
+    const std::size_t slash = path.rfind('/');
+    const bool bare = slash == std::string::npos;
+    folder = bare ? std::string(".") : path.substr(0, std::max<std::size_t>(slash, 1));
+    name = bare ? path : path.substr(slash + 1);
+}
+
+} // namespace
+
+Status makeFolders(const std::string &path) {
+    std::size_t at = 0;
+    while (at < path.size()) {
+        at = path.find('/', at + 1);
+        const std::string part = path.substr(0, at);
+        if (mkdir(part.c_str(), 0777) != 0 && errno != EEXIST) {
+            // A folder above that may not be written is no obstacle while it exists.
+            const int error = errno;
+            struct stat st {};
+            if (stat(part.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+                return errnoStatus(error, "cannot make the folder", part);
+            }
+        }
+        if (at == std::string::npos) {
+            break;
+        }
+    }
+    return {};
+}
+
+Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
+    std::string current = path;
+    for (int step = 0; step < 40; ++step) {
+        splitPath(current, folder, name);
+        const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
+        if (!real) {
+            return errnoStatus(errno, "cannot find", path);
+        }
+        folder = real.get();
+        std::string whole = folder;
+        if (folder != "/") {
+            whole += '/';
+        }
+        const std::size_t folderLength = whole.size();
+        whole += name;
+        char target[PATH_MAX];
+        const ssize_t length = readlink(whole.c_str(), target, sizeof target);
+        if (length < 0 || static_cast<std::size_t>(length) == sizeof target) {
+            return {};
+        }
+        const std::string next(target, static_cast<std::size_t>(length));
+        whole.resize(folderLength);
+        whole += next;
+        current = !next.empty() && next.front() == '/' ? next : whole;
+    }
+    return errnoStatus(ELOOP, "cannot find", path);
+}
+
+std::string narrowFromUtf8(std::string_view text) {
+    return std::string(text);
+}
+
+std::string utf8FromNarrow(std::string_view text) {
+    return std::string(text);
+}
+
+bool linesEndInCrLf() {
+    return false;
+}
+
+bool namesIgnoreCase() {
+    return false;
+}
+
+void noticeTimeZone() {
+    tzset();
+}
+
+bool localTime(std::int64_t seconds, std::tm &parts) {
+    const auto instant = static_cast<std::time_t>(seconds);
+    return localtime_r(&instant, &parts) != nullptr;
+}
+
+unsigned processorCount() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0) {
+        return static_cast<unsigned>(CPU_COUNT(&set));
+    }
+    const long count = sysconf(_SC_NPROCESSORS_ONLN);
+    return count > 0 ? static_cast<unsigned>(count) : 1;
+}
+
+} // namespace platform

@@ -1,0 +1,95 @@
+#include "storage/windows/system.h"
+
+#include <bit>
+#include <limits>
+
+namespace platform {
+
+namespace {
+
+constexpr DWORD kTold = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+
+std::int64_t nanoseconds(std::int64_t ticks) {
+    return (ticks - kTicksTo1970) * 100;
+}
+
+// Newer numbers of NtSetInformationFile than the compiler's headers know.
+constexpr auto kDispositionEx = std::bit_cast<FILE_INFORMATION_CLASS>(64U);
+constexpr ULONG kDelete = 0x1;
+constexpr ULONG kPosixSemantics = 0x2;
+constexpr ULONG kIgnoreReadOnly = 0x10;
+
+} // namespace
+
+bool isLink(DWORD attributes, DWORD tag) {
+    // A tag that is not told counts as a link: better one file too few than one outside.
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (tag == 0 || IsReparseTagNameSurrogate(tag));
+}
+
+std::uint8_t dosBits(DWORD attributes) {
+    return static_cast<std::uint8_t>(attributes & kTold);
+}
+
+DWORD fileInfo(HANDLE file, FileInfo &info) {
+    BY_HANDLE_FILE_INFORMATION known{};
+    FILE_BASIC_INFO times{};
+    if (!GetFileInformationByHandle(file, &known) ||
+        !GetFileInformationByHandleEx(file, FileBasicInfo, &times, sizeof times)) {
+        return GetLastError();
+    }
+    FILE_ATTRIBUTE_TAG_INFO tag{};
+    const bool reparses = (known.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (reparses) {
+        GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
+    }
+    info = {};
+    if (reparses && isLink(known.dwFileAttributes, tag.ReparseTag)) {
+        info.kind = FileInfo::Kind::Link;
+    } else if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        info.kind = FileInfo::Kind::Folder;
+    } else if (GetFileType(file) == FILE_TYPE_DISK) {
+        info.kind = FileInfo::Kind::File;
+    }
+    info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+    info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
+    info.modified = nanoseconds(times.LastWriteTime.QuadPart);
+    // A disk without it gives no proof that a file is unchanged.
+    info.changed = times.ChangeTime.QuadPart != 0 ? nanoseconds(times.ChangeTime.QuadPart)
+                                                  : std::numeric_limits<std::int64_t>::max();
+    info.device = known.dwVolumeSerialNumber;
+    info.id = static_cast<std::uint64_t>(known.nFileIndexHigh) << 32U | known.nFileIndexLow;
+    return ERROR_SUCCESS;
+}
+
+NTSTATUS setOpenedAttributes(HANDLE file, DWORD attributes) {
+    FILE_BASIC_INFO basic{};
+    basic.FileAttributes = attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;
+    IO_STATUS_BLOCK block{};
+    return NtSetInformationFile(file, &block, &basic, sizeof basic, FileBasicInformation);
+}
+
+NTSTATUS deleteOpened(HANDLE file) {
+    // The name is gone at once, even where somebody still reads the file.
+    IO_STATUS_BLOCK block{};
+    ULONG flags = kDelete | kPosixSemantics | kIgnoreReadOnly;
+    NTSTATUS status = NtSetInformationFile(file, &block, &flags, sizeof flags, kDispositionEx);
+    if (status >= 0) {
+        return status;
+    }
+    // Systems and disks that do not know that: the mark that every one knows.
+    FILE_BASIC_INFO before{};
+    GetFileInformationByHandleEx(file, FileBasicInfo, &before, sizeof before);
+    const bool readOnly = (before.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (readOnly) {
+        setOpenedAttributes(file, before.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+    }
+    BOOLEAN gone = TRUE;
+    status = NtSetInformationFile(file, &block, &gone, sizeof gone, FileDispositionInformation);
+    if (status < 0 && readOnly) {
+        setOpenedAttributes(file, before.FileAttributes);
+    }
+    return status;
+}
+
+} // namespace platform

@@ -1,0 +1,255 @@
+#include "storage/windows/system.h"
+
+#include <cstddef>
+#include <memory>
+
+namespace platform {
+
+namespace {
+
+constexpr ACCESS_MASK kFolder = FILE_LIST_DIRECTORY | FILE_TRAVERSE | FILE_READ_ATTRIBUTES;
+constexpr auto kNotADirectory = static_cast<NTSTATUS>(0xC0000103);
+constexpr std::size_t kListBuffer = 64U << 10;
+
+FileInfo::Kind kindOf(DWORD attributes, DWORD tag) {
+    if (isLink(attributes, tag)) {
+        return FileInfo::Kind::Link;
+    }
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileInfo::Kind::Folder
+                                                        : FileInfo::Kind::File;
+}
+
+} // namespace
+
+NTSTATUS deleteAt(HANDLE folder, const std::string &name, ULONG kind) {
+    Access access;
+    access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = kind | FILE_OPEN_REPARSE_POINT;
+    Handle item;
+    const NTSTATUS status = openAt(folder, name, access, item);
+    return status < 0 ? status : deleteOpened(item.get());
+}
+
+NTSTATUS openFolderAt(HANDLE folder, const std::string &name, Handle &opened) {
+    Access access;
+    access.rights = kFolder;
+    access.options = FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    Handle candidate;
+    const NTSTATUS status = openAt(folder, name, access, candidate);
+    if (status < 0) {
+        return status;
+    }
+    FileInfo info;
+    if (fileInfo(candidate.get(), info) != ERROR_SUCCESS || info.kind != FileInfo::Kind::Folder) {
+        return kNotADirectory;
+    }
+    opened = std::move(candidate);
+    return status;
+}
+
+DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
+    // A handle of its own: the position in the folder is shared between duplicates.
+    Access access;
+    access.rights = FILE_LIST_DIRECTORY;
+    access.options = FILE_DIRECTORY_FILE;
+    Handle own;
+    const NTSTATUS status = openAt(folder, "", access, own);
+    if (status < 0) {
+        return errorOf(status);
+    }
+    const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
+    while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
+                                        kListBuffer)) {
+        const std::byte *at = buffer.get();
+        while (true) {
+            const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
+            const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
+            if (name != L"." && name != L"..") {
+                // What a link leads to is told in place of the extended attributes' size.
+                visit(utf8FromWide(name), item->FileAttributes,
+                      kindOf(item->FileAttributes, item->EaSize));
+            }
+            if (item->NextEntryOffset == 0) {
+                break;
+            }
+            at += item->NextEntryOffset;
+        }
+    }
+    const DWORD error = GetLastError();
+    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS}
+                                                                         : error;
+}
+
+Folder::Folder(Folder &&other) noexcept
+    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+
+Folder &Folder::operator=(Folder &&other) noexcept {
+    if (this != &other) {
+        close();
+        m_handle = std::exchange(other.m_handle, -1);
+        m_path = std::move(other.m_path);
+    }
+    return *this;
+}
+
+void Folder::close() {
+    if (m_handle != -1) {
+        CloseHandle(handleOf(std::exchange(m_handle, -1)));
+    }
+}
+
+std::string Folder::pathOf(const std::string &name) const {
+    if (m_path.empty() || m_path.back() == '\\' || m_path.back() == '/') {
+        return m_path + name;
+    }
+    return m_path + "\\" + name;
+}
+
+// Other programs may rename or delete the folder meanwhile; what is done in it follows it.
+Status Folder::open(const std::string &path) {
+    return open(Place{path, {}});
+}
+
+Status Folder::open(const Place &place) {
+    close();
+    const std::string path = shownPath(place);
+    m_path = path;
+    const std::wstring whole = longPath(place);
+    Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!folder.isOpen()) {
+        return errorStatus(GetLastError(), "cannot open the folder", path);
+    }
+    BY_HANDLE_FILE_INFORMATION known{};
+    if (!GetFileInformationByHandle(folder.get(), &known)) {
+        return errorStatus(GetLastError(), "cannot open the folder", path);
+    }
+    if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        return errorStatus(ERROR_DIRECTORY, "cannot open the folder", path);
+    }
+    m_handle = numberOf(folder.release());
+    return {};
+}
+
+Status Folder::openFolder(const std::string &name, Folder &folder) const {
+    Handle opened;
+    const NTSTATUS status = openFolderAt(handleOf(m_handle), name, opened);
+    if (status < 0) {
+        return errorStatus(errorOf(status), "cannot open the folder", pathOf(name));
+    }
+    folder.close();
+    folder.m_path = pathOf(name);
+    folder.m_handle = numberOf(opened.release());
+    return {};
+}
+
+Status Folder::makeFolder(const std::string &name) const {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES;
+    access.disposition = FILE_CREATE;
+    access.options = FILE_DIRECTORY_FILE;
+    Handle made;
+    const NTSTATUS status = openAt(handleOf(m_handle), name, access, made);
+    return status < 0 ? errorStatus(errorOf(status), "cannot make the folder", pathOf(name))
+                      : Status();
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+    file.close();
+    file.m_path = pathOf(name);
+    Handle opened;
+    Status status =
+        openInputAt(handleOf(m_handle), name, file.m_path, links == Links::Follow, opened);
+    file.m_handle = numberOf(opened.release());
+    return status;
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
+    Status status = openFile(name, file, links);
+    return status.ok() ? file.info(info) : status;
+}
+
+Status Folder::info(const std::string &name, FileInfo &info, Links links) const {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES;
+    access.options = links == Links::Follow ? 0 : FILE_OPEN_REPARSE_POINT;
+    Handle item;
+    const NTSTATUS status = openAt(handleOf(m_handle), name, access, item);
+    const DWORD error = status < 0 ? errorOf(status) : fileInfo(item.get(), info);
+    return error != ERROR_SUCCESS ? errorStatus(error, "cannot examine", pathOf(name)) : Status();
+}
+
+bool Folder::keepsInfo() const {
+    return false; // every look opens the file
+}
+
+Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
+    return this->info(name, info, links);
+}
+
+Status Folder::list(std::vector<FolderItem> &items) const {
+    items.clear();
+    const DWORD error =
+        listOpened(handleOf(m_handle), [&](const std::string &name, DWORD, FileInfo::Kind kind) {
+            items.push_back({name, kind});
+        });
+    return error != ERROR_SUCCESS ? errorStatus(error, "cannot list the folder", m_path) : Status();
+}
+
+Status Folder::removeFile(const std::string &name) const {
+    const NTSTATUS status = deleteAt(handleOf(m_handle), name, FILE_NON_DIRECTORY_FILE);
+    return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();
+}
+
+Status Folder::removeFolder(const std::string &name) const {
+    const NTSTATUS status = deleteAt(handleOf(m_handle), name, FILE_DIRECTORY_FILE);
+    return status < 0 ? errorStatus(errorOf(status), "cannot delete the folder", pathOf(name))
+                      : Status();
+}
+
+Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
+    attributes = 0;
+    InputFile file;
+    if (Status status = openFile(name, file); !status.ok()) {
+        return status;
+    }
+    return file.attributes(attributes);
+}
+
+Status Folder::freeSpace(std::uint64_t &bytes) const {
+    ULARGE_INTEGER free{};
+    if (!GetDiskFreeSpaceExW(longPath(m_path).c_str(), &free, nullptr, nullptr)) {
+        return errorStatus(GetLastError(), "cannot examine the disk of", m_path);
+    }
+    bytes = free.QuadPart;
+    return {};
+}
+
+Status Folder::sync() const {
+    Access access;
+    access.rights = FILE_ADD_FILE;
+    access.options = FILE_DIRECTORY_FILE;
+    Handle folder;
+    // Disks that cannot be asked for this write names through by themselves.
+    if (openAt(handleOf(m_handle), "", access, folder) >= 0) {
+        FlushFileBuffers(folder.get());
+    }
+    return {};
+}
+
+void Folder::removeStaleTemporaries() const {
+    std::vector<FolderItem> items;
+    if (!list(items).ok()) {
+        return;
+    }
+    // Those that are being written are held without the right to delete them.
+    for (const FolderItem &item : items) {
+        if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name)) {
+            (void)removeFile(item.name);
+        }
+    }
+}
+
+} // namespace platform

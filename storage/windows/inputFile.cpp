@@ -1,0 +1,170 @@
+#include "storage/windows/system.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace platform {
+
+namespace {
+
+constexpr ACCESS_MASK kRead = FILE_READ_DATA | FILE_READ_ATTRIBUTES | READ_CONTROL;
+constexpr DWORD kLargestRead = 16U << 20;
+
+Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &info) {
+    if (const DWORD error = fileInfo(file.get(), info)) {
+        return errorStatus(error, "cannot open", shown);
+    }
+    if (info.kind != FileInfo::Kind::File) {
+        return {Failure::WrongKind, "cannot open " + shown + ": not an ordinary file", shown};
+    }
+    return {};
+}
+
+} // namespace
+
+Status openInputAt(HANDLE folder, const std::string &name, const std::string &shown,
+                   bool followLinks, Handle &file) {
+    Access access;
+    access.rights = kRead;
+    access.options = FILE_NON_DIRECTORY_FILE | (followLinks ? 0U : FILE_OPEN_REPARSE_POINT);
+    Handle opened;
+    const NTSTATUS status = openAt(folder, name, access, opened);
+    if (status < 0) {
+        return errorStatus(errorOf(status), "cannot open", shown);
+    }
+    FileInfo info;
+    if (Status checked = checkOrdinary(opened, shown, info); !checked.ok()) {
+        return checked;
+    }
+    if (!followLinks) {
+        // What a service brings on demand was opened as the mark that stands for it.
+        FILE_ATTRIBUTE_TAG_INFO tag{};
+        GetFileInformationByHandleEx(opened.get(), FileAttributeTagInfo, &tag, sizeof tag);
+        if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+            return openInputAt(folder, name, shown, true, file);
+        }
+    }
+    file = std::move(opened);
+    return {};
+}
+
+DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t size,
+                   std::size_t &got) {
+    got = 0;
+    while (got < size && offset + got <= INT64_MAX) {
+        OVERLAPPED place{};
+        place.Offset = static_cast<DWORD>(offset + got);
+        place.OffsetHigh = static_cast<DWORD>((offset + got) >> 32U);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size - got, kLargestRead));
+        if (!ReadFile(file, static_cast<char *>(data) + got, wanted, &count, &place)) {
+            const DWORD error = GetLastError();
+            return error == ERROR_HANDLE_EOF ? DWORD{ERROR_SUCCESS} : error;
+        }
+        if (count == 0) {
+            break;
+        }
+        got += count;
+    }
+    return ERROR_SUCCESS;
+}
+
+InputFile::InputFile(InputFile &&other) noexcept
+    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+
+InputFile &InputFile::operator=(InputFile &&other) noexcept {
+    if (this != &other) {
+        close();
+        m_handle = std::exchange(other.m_handle, -1);
+        m_path = std::move(other.m_path);
+    }
+    return *this;
+}
+
+Status InputFile::open(const std::string &path, FileInfo &info) {
+    return open(Place{path, {}}, info);
+}
+
+Status InputFile::open(const std::string &path) {
+    FileInfo info;
+    return open(path, info);
+}
+
+Status InputFile::open(const Place &place, FileInfo &info) {
+    close();
+    const std::string path = shownPath(place);
+    m_path = path;
+    const std::wstring whole = longPath(place);
+    const DWORD kind = GetFileAttributesW(whole.c_str());
+    if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return {Failure::WrongKind, "cannot open " + path + ": not an ordinary file", path};
+    }
+    Handle file(CreateFileW(whole.c_str(), kRead,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.isOpen()) {
+        return errorStatus(GetLastError(), "cannot open", path);
+    }
+    if (Status checked = checkOrdinary(file, path, info); !checked.ok()) {
+        return checked;
+    }
+    m_handle = numberOf(file.release());
+    return {};
+}
+
+void InputFile::close() {
+    if (m_handle != -1) {
+        CloseHandle(handleOf(std::exchange(m_handle, -1)));
+    }
+}
+
+Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
+                         std::size_t &got) const {
+    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got)) {
+        return errorStatus(error, "cannot read", m_path);
+    }
+    return {};
+}
+
+Status InputFile::info(FileInfo &info) const {
+    if (const DWORD error = fileInfo(handleOf(m_handle), info)) {
+        return errorStatus(error, "cannot examine", m_path);
+    }
+    return {};
+}
+
+// The system has no such call for a file that others may have open, too.
+void InputFile::forget() const {}
+
+Status InputFile::attributes(std::uint8_t &attributes) const {
+    FILE_BASIC_INFO basic{};
+    if (!GetFileInformationByHandleEx(handleOf(m_handle), FileBasicInfo, &basic, sizeof basic)) {
+        return errorStatus(GetLastError(), "cannot examine", m_path);
+    }
+    attributes = dosBits(basic.FileAttributes);
+    return {};
+}
+
+Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
+    const auto end = std::chrono::steady_clock::now() + wait;
+    // A byte that no file has: locks keep others from reading and writing what they cover.
+    OVERLAPPED place{};
+    place.OffsetHigh = 0x7FFFFFFF;
+    while (!LockFileEx(handleOf(m_handle), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0,
+                       1, 0, &place)) {
+        const DWORD error = GetLastError();
+        if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING) {
+            return errorStatus(error, "cannot lock", m_path);
+        }
+        if (keepGoing && !keepGoing()) {
+            return {Failure::Cancelled, "cancelled", m_path};
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            return {Failure::Busy, m_path + " is in use by another program", m_path};
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return {};
+}
+
+} // namespace platform

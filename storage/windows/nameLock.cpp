@@ -1,0 +1,61 @@
+#include "storage/temporary.h"
+#include "storage/windows/system.h"
+
+#include <thread>
+
+namespace platform {
+
+namespace {
+
+constexpr auto kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
+constexpr auto kDeletePending = static_cast<NTSTATUS>(0xC0000056);
+
+// The same for a name in any case of its letters, not of the ASCII ones alone.
+std::string foldedName(const std::string &name) {
+    std::wstring folded = wideFromUtf8(name);
+    CharLowerBuffW(folded.data(), static_cast<DWORD>(folded.size()));
+    return utf8FromWide(folded);
+}
+
+} // namespace
+
+// A file that nobody else can open, and that goes with its handle, also when the process is killed.
+Status NameClaim::take(const Folder &folder, const std::string &name,
+                       std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
+    release();
+    const std::string claim = claimName(foldedName(name));
+    const auto end = std::chrono::steady_clock::now() + wait;
+    Access access;
+    access.rights = DELETE;
+    access.disposition = FILE_OPEN_IF;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_DELETE_ON_CLOSE;
+    access.share = 0;
+    Handle file;
+    for (;;) {
+        const NTSTATUS status = openAt(handleOf(folder.m_handle), claim, access, file);
+        if (status >= 0) {
+            m_file.m_handle = numberOf(file.release());
+            return {};
+        }
+        const DWORD error = errorOf(status);
+        if (status != kSharingViolation && status != kDeletePending) {
+            const bool takesNoFile = error == ERROR_ACCESS_DENIED || error == ERROR_WRITE_PROTECT;
+            return takesNoFile ? Status()
+                               : errorStatus(error, "cannot claim a name in", folder.path());
+        }
+        if (keepGoing && !keepGoing()) {
+            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
+        }
+        if (std::chrono::steady_clock::now() >= end) {
+            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
+                    folder.pathOf(name)};
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+void NameClaim::release() {
+    m_file.close();
+}
+
+} // namespace platform

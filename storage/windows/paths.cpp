@@ -1,0 +1,126 @@
+#include "storage/windows/system.h"
+
+#include <bit>
+
+namespace platform {
+
+namespace {
+
+constexpr bool isSeparator(char c) {
+    return c == '\\' || c == '/';
+}
+
+// Where the name in a path starts.
+std::size_t nameStart(const std::string &path) {
+    const std::size_t cut = path.find_last_of("\\/:");
+    return cut == std::string::npos ? 0 : cut + 1;
+}
+
+// Without the mark of the long form.
+std::wstring plainForm(std::wstring path) {
+    constexpr std::wstring_view server = L"\\\\?\\UNC\\";
+    if (path.starts_with(server)) {
+        return L"\\\\" + path.substr(server.size());
+    }
+    return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
+}
+
+// A path without links, as the system names it; "" where there is nothing.
+std::wstring finalPath(const std::string &path) {
+    const Handle opened(CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!opened.isOpen()) {
+        return {};
+    }
+    const DWORD needed = GetFinalPathNameByHandleW(opened.get(), nullptr, 0, FILE_NAME_NORMALIZED);
+    std::wstring whole(needed, L'\0');
+    const DWORD size =
+        GetFinalPathNameByHandleW(opened.get(), whole.data(), needed, FILE_NAME_NORMALIZED);
+    if (size == 0 || size >= needed) {
+        return {};
+    }
+    whole.resize(size);
+    return plainForm(whole);
+}
+
+// The name of a file as it is stored, where a path may have its short one.
+std::wstring storedName(const std::string &path) {
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+        return wideFromUtf8(path.substr(nameStart(path)));
+    }
+    FindClose(search);
+    return found.cFileName;
+}
+
+} // namespace
+
+Status makeFolders(const std::string &path) {
+    // Behind the drive or the server's name and what it shares.
+    std::size_t at = 0;
+    if (path.size() > 1 && path[1] == ':') {
+        at = 2;
+    } else if (path.size() > 1 && isSeparator(path[0]) && isSeparator(path[1])) {
+        at = path.find_first_of("\\/", 2);
+        at = at == std::string::npos ? at : path.find_first_of("\\/", at + 1);
+    }
+    while (at < path.size()) {
+        at = path.find_first_of("\\/", at + 1);
+        const std::string part = path.substr(0, at);
+        if (!part.empty() && !CreateDirectoryW(longPath(part).c_str(), nullptr)) {
+            const DWORD error = GetLastError();
+            const DWORD kind = GetFileAttributesW(longPath(part).c_str());
+            if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+                return errorStatus(error, "cannot make the folder", part);
+            }
+        }
+    }
+    return {};
+}
+
+Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
+    folder = path.substr(0, nameStart(path));
+    std::wstring real;
+    // A file that exists tells where it is, behind any link.
+    if (const std::wstring whole = finalPath(path); !whole.empty()) {
+        const std::size_t cut = whole.find_last_of(L"\\:") + 1;
+        name = utf8FromWide(whole.substr(cut));
+        real = whole.substr(0, cut);
+    } else {
+        name = utf8FromWide(storedName(path));
+        real = finalPath(folder.empty() ? "." : folder);
+        if (real.empty() &&
+            GetFileAttributesW(longPath(folder).c_str()) == INVALID_FILE_ATTRIBUTES) {
+            return errorStatus(GetLastError(), "cannot find", path);
+        }
+    }
+    if (!real.empty()) {
+        folder = utf8FromWide(real);
+    }
+    if (folder.size() > 3 && isSeparator(folder.back())) {
+        folder.pop_back();
+    }
+    return {};
+}
+
+bool linesEndInCrLf() {
+    return true;
+}
+
+bool namesIgnoreCase() {
+    return true;
+}
+
+unsigned processorCount() {
+    DWORD_PTR ours = 0;
+    DWORD_PTR all = 0;
+    if (GetProcessAffinityMask(GetCurrentProcess(), &ours, &all) && ours != 0) {
+        return static_cast<unsigned>(std::popcount(ours));
+    }
+    const DWORD count = GetActiveProcessorCount(ALL_PROCESSOR_GROUPS);
+    return count > 0 ? count : 1;
+}
+
+} // namespace platform

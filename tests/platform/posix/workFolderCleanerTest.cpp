@@ -1,0 +1,99 @@
+#include "platform/workFolderCleaner.h"
+#include "platform/files.h"
+#include "tests/platform/filesFixture.h"
+
+#include <QElapsedTimer>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+class PosixSweepTest : public FilesFixture {
+  protected:
+    QString work() const { return at("temp\\Classic"); }
+    void makeLink(const QByteArray &name, const QByteArray &target) const {
+        ASSERT_EQ(::symlink(target.constData(), bytesAt(name).constData()), 0);
+    }
+};
+
+TEST_F(PosixSweepTest, NamesAreTakenAsTheyAreBeforeTheyAreTakenInAnotherCase) {
+    for (const char *name : {"a.cs", "A.cs", "*.cs", "\xc3\x84.cs", "caf\xe9.txt", ".dot"})
+        makeFile(QByteArray("temp/Classic/") + name);
+    platform::Sweep sweep(work());
+    EXPECT_TRUE(sweep.deleteFile("a.cs"));
+    EXPECT_TRUE(sweep.deleteFile("*.cs"));
+    EXPECT_TRUE(sweep.deleteFile(QString::fromUtf8("\xc3\xa4.cs")));
+    EXPECT_TRUE(exists("temp/Classic/A.cs"));
+    EXPECT_TRUE(sweep.deleteFilesIn({}));
+    EXPECT_TRUE(sweep.removeFolder({}));
+}
+
+TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
+    const QString outside = makeFile("outside/keep.txt");
+    platform::setAttributes(outside, platform::AttributeReadOnly | platform::AttributeSystem);
+    makeFolders("temp/Classic/sub");
+    makeLink("temp/Classic/link", "../../outside");
+    makeLink("temp/Classic/sub/inner", "../../../outside");
+    makeLink("temp/Classic/link.txt", "../../outside/keep.txt");
+    platform::Sweep sweep(work());
+    for (const char *name : {"link\\keep.txt", "sub\\inner\\keep.txt", "LINK\\keep.txt"}) {
+        EXPECT_FALSE(sweep.clearAttributes(name)) << name;
+        EXPECT_FALSE(sweep.deleteFile(name)) << name;
+    }
+    EXPECT_FALSE(sweep.clearAttributes("link.txt"));
+    EXPECT_FALSE(sweep.deleteFilesIn("link"));
+    EXPECT_FALSE(sweep.removeFolder("link"));
+    EXPECT_TRUE(sweep.deleteFile("link"));
+    EXPECT_TRUE(sweep.deleteFilesIn("sub"));
+    EXPECT_TRUE(sweep.removeFolder("sub"));
+    EXPECT_EQ(platform::attributes(outside),
+              platform::AttributeReadOnly | platform::AttributeSystem);
+    // After a save a link goes where the archive holds what it leads to.
+    platform::Folder folder;
+    platform::FileInfo seen;
+    ASSERT_TRUE(folder.open(bytesAt("outside").toStdString()).ok());
+    ASSERT_TRUE(folder.info("keep.txt", seen).ok());
+    platform::PackedFiles packed;
+    packed.add(u"link.txt", seen, 0xFEC530A9, INT64_MIN);
+    sweep.deleteOnly(packed);
+    EXPECT_TRUE(sweep.deleteFile("link.txt"));
+    makeLink("temp/Classic/link.txt", "nowhere");
+    EXPECT_FALSE(sweep.deleteFile("link.txt"));
+    EXPECT_TRUE(exists("outside/keep.txt"));
+}
+
+TEST_F(PosixSweepTest, HundredsOfFoldersNeedFewOpenFiles) {
+    constexpr int kFolders = 100;
+    for (int i = 0; i < kFolders; ++i)
+        makeFile("temp/Classic/f" + QByteArray::number(i) + "/g/h/x.txt");
+    rlimit before = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few = {64, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    int done = 0;
+    {
+        platform::Sweep sweep(work());
+        for (int i = 0; i < kFolders; ++i) {
+            const QString inner = QString("f%1\\g\\h").arg(i);
+            done += sweep.clearAttributes(inner + "\\x.txt") && sweep.deleteFile(inner + "\\x.txt");
+        }
+    }
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(done, kFolders);
+}
+
+TEST_F(PosixSweepTest, ThousandsOfMissingFilesDoNotCostAReadingOfTheFolderEach) {
+    constexpr int kFiles = 8'000;
+    for (int i = 0; i < kFiles; ++i)
+        makeFile("temp/Classic/x" + QByteArray::number(i), "");
+    platform::Sweep sweep(work());
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < kFiles; ++i)
+        EXPECT_FALSE(sweep.deleteFile(QString("missing%1").arg(i)));
+    // Read each time, this takes much longer.
+    EXPECT_LT(timer.elapsed(), 5000);
+}
+
+} // namespace

@@ -1,0 +1,212 @@
+#include "platform/workFolderCleaner.h"
+#include "platform/files.h"
+#include "tests/platform/filesFixture.h"
+#include "tests/support/disk.h"
+
+#include <functional>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class SweepTest : public FilesFixture {
+  protected:
+    QString work() const { return at("temp\\Classic"); }
+};
+
+TEST_F(SweepTest, ListedFilesAreDeletedHoweverTheyAreWritten) {
+    struct Row {
+        const char *listed;
+        const char *stored;
+    };
+    const Row rows[] = {
+        {"\\readme.txt", "readme.txt"},
+        {"textures\\sky.png", "textures/sky.png"},
+        {"textures/deep\\a.png", "textures/deep/a.png"},
+        {"scripts\\MAIN.cs", "Scripts/main.CS"},
+        {"scripts\\\\double.cs", "Scripts/double.cs"},
+        {"scripts\\blank.cs ", "Scripts/blank.cs"},
+    };
+    for (const Row &row : rows)
+        makeFile(QByteArray("temp/Classic/") + row.stored);
+    platform::setAttributes(at("temp/Classic/textures/sky.png"),
+                            platform::AttributeReadOnly | platform::AttributeHidden);
+    platform::Sweep sweep(work());
+    for (const Row &row : rows) {
+        EXPECT_TRUE(sweep.deleteFile(row.listed)) << row.listed;
+        EXPECT_FALSE(exists(QByteArray("temp/Classic/") + row.stored)) << row.stored;
+        EXPECT_FALSE(sweep.deleteFile(row.listed)) << row.listed;
+    }
+}
+
+TEST_F(SweepTest, NoNameLeavesTheWorkFolder) {
+    const QString outside = makeFile("temp/neighbour.txt");
+    makeFile("temp/Classic/sub/x.txt");
+    platform::Sweep sweep(work());
+    for (const QString &name :
+         {QString("..\\neighbour.txt"), QString("sub\\..\\..\\neighbour.txt"), QString(".."),
+          outside, "Z:" + outside, QString(""), QString("sub"), QString("sub\\"), QString("x.txt"),
+          QString("sub\\x.txt:stream"), QString("sub\\x.txt") + QChar(0)}) {
+        EXPECT_FALSE(sweep.clearAttributes(name)) << name.toStdString();
+        EXPECT_FALSE(sweep.deleteFile(name)) << name.toStdString();
+    }
+    EXPECT_FALSE(sweep.deleteFilesIn(".."));
+    EXPECT_FALSE(sweep.removeFolder(".."));
+    EXPECT_TRUE(exists("temp/neighbour.txt"));
+    EXPECT_TRUE(exists("temp/Classic/sub/x.txt"));
+}
+
+TEST_F(SweepTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
+    for (const char *name : {"a.txt", "Sub/b.txt", "Sub/hidden.txt", "Sub/Deep/c.txt"})
+        makeFile(QByteArray("temp/Classic/") + name);
+    platform::setAttributes(at("temp/Classic/a.txt"), platform::AttributeReadOnly);
+
+    platform::Sweep sweep(work());
+    EXPECT_TRUE(sweep.deleteFilesIn({}));
+    for (const int kept : std::initializer_list<int>{
+             platform::AttributeSystem, platform::AttributeHidden,
+             platform::AttributeHidden | platform::AttributeSystem | platform::AttributeReadOnly}) {
+        platform::setAttributes(at("temp/Classic/Sub/hidden.txt"), kept);
+        EXPECT_FALSE(sweep.deleteFilesIn("sub")) << "it stays with " << kept;
+    }
+    EXPECT_FALSE(sweep.removeFolder("sub"));
+    EXPECT_TRUE(sweep.deleteFilesIn("Sub\\Deep"));
+    EXPECT_TRUE(sweep.removeFolder("sub\\deep"));
+    EXPECT_FALSE(sweep.removeFolder({}));
+    for (const char *name : {"sub\\HIDDEN.txt", "Sub\\hidden.txt"}) {
+        EXPECT_TRUE(sweep.clearAttributes(name)) << "also one that has none";
+        EXPECT_EQ(platform::attributes(at("temp/Classic/Sub/hidden.txt")) &
+                      ~platform::AttributeArchive, // some systems set it themselves
+                  platform::AttributeNormal);
+    }
+    EXPECT_TRUE(sweep.deleteFilesIn("Sub"));
+    EXPECT_TRUE(sweep.removeFolder("Sub"));
+    EXPECT_TRUE(sweep.removeFolder({}));
+    EXPECT_EQ(namesIn("temp"), QStringList());
+    // Nothing to work on any more.
+    EXPECT_FALSE(sweep.clearAttributes("a.txt") || sweep.deleteFile("a.txt") ||
+                 sweep.deleteFilesIn({}) || sweep.removeFolder({}));
+}
+
+constexpr std::uint32_t kContentCrc = 0xFEC530A9; // of "content"
+constexpr std::int64_t kHour = 3'600'000'000'000;
+
+// A save reads "content" in sub/a.png and sub/b.png. Then something happens, and the clean-up
+// comes.
+TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
+    const QString path = "sub\\a.png";
+    const auto file = [&](const char *name) { return fs::path(bytesAt(name).toStdString()); };
+    const fs::path a = file("temp/Classic/sub/a.png");
+    const fs::path sub = file("temp/Classic/sub");
+    const struct {
+        const char *what;
+        std::function<void()> happens;
+        bool deleted;
+    } rows[] = {
+        {"nothing", [] {}, true},
+        {"an edit", [&] { writeFile(a, "edit"); }, false},
+        {"one of the same size that puts the time back",
+         [&] {
+             const auto time = fs::last_write_time(a);
+             writeFile(a, "CONTENT");
+             fs::last_write_time(a, time);
+         },
+         false},
+        {"the same bytes once more", [&] { writeFile(a, "content"); }, true},
+        {"an older file in its place",
+         [&] {
+             writeFile(file("old"), "CONTENT");
+             fs::last_write_time(file("old"), {});
+             fs::rename(file("old"), a);
+         },
+         false},
+        {"the folder away, another in its place",
+         [&] {
+             fs::rename(sub, file("away"));
+             writeFile(a, "another");
+         },
+         false},
+        {"the file away, one of another name in its place",
+         [&] {
+             writeFile(sub / "c.png", "c");
+             fs::rename(sub / "c.png", a);
+         },
+         false},
+    };
+    for (const auto &row : rows) {
+        // The disk's clock before the save: known, not known, and set back an hour since.
+        for (const std::int64_t ahead : {std::int64_t{0}, INT64_MIN, kHour}) {
+            SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(ahead));
+            platform::PackedFiles packed;
+            for (const fs::path &gone : {sub, file("away")})
+                fs::remove_all(gone);
+            for (const char *name : {"a.png", "b.png"}) {
+                writeFile(sub / name, "content");
+                setFileTime(sub / name, 2'100'000'000); // dates in the future make no difference
+            }
+            platform::Folder folder;
+            platform::FileInfo now;
+            ASSERT_TRUE(folder.open(sub.string()).ok() && folder.newFileInfo(now).ok());
+            for (const char *name : {"a.png", "b.png"}) {
+                platform::FileInfo seen;
+                ASSERT_TRUE(folder.info(name, seen).ok());
+                packed.add(QString("sub/") + name, seen, kContentCrc,
+                           ahead == INT64_MIN ? ahead : now.changed + ahead);
+            }
+            folder.close();
+            row.happens();
+            platform::Sweep sweep(work());
+            sweep.deleteOnly(packed);
+            EXPECT_EQ(sweep.deleteFile(path), row.deleted);
+            EXPECT_EQ(exists("temp/Classic/sub/a.png"), !row.deleted);
+            EXPECT_EQ(sweep.deleteFilesIn("SUB"), row.deleted);
+            EXPECT_FALSE(exists("temp/Classic/sub/b.png"));
+        }
+    }
+    writeFile(sub / "new.png", "content");
+    platform::Sweep sweep(work());
+    const platform::PackedFiles none;
+    sweep.deleteOnly(none);
+    EXPECT_FALSE(sweep.deleteFile("sub\\new.png"));
+    EXPECT_FALSE(sweep.deleteFilesIn("sub"));
+}
+
+// An edit in the step of the disk's clock in which the file was read leaves its times as they were.
+TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
+    makeFile("temp/Classic/a.cs", "EDITED!"); // as long as "content"
+    platform::Folder folder;
+    platform::FileInfo seen;
+    ASSERT_TRUE(folder.open(bytesAt("temp/Classic").toStdString()).ok());
+    ASSERT_TRUE(folder.info("a.cs", seen).ok());
+    struct Row {
+        std::int64_t began;
+        bool deleted;
+    };
+    for (const Row &row : {Row{seen.changed, false}, Row{INT64_MIN, false},
+                           Row{seen.changed + kHour, false}, // set back since
+                           Row{seen.changed + 1, true}}) {
+        SCOPED_TRACE(row.began - seen.changed);
+        platform::FileInfo now;
+        do { // the clock moves on
+            ASSERT_TRUE(folder.newFileInfo(now).ok());
+        } while (now.changed <= seen.changed);
+        platform::PackedFiles packed;
+        packed.add(u"a.cs", seen, kContentCrc, row.began);
+        platform::Sweep sweep(work());
+        sweep.deleteOnly(packed);
+        EXPECT_EQ(sweep.deleteFile("A.cs"), row.deleted);
+    }
+    // What an extraction wrote is known by its entry's CRC-32 alone.
+    makeFile("temp/Classic/own.cs", "saved by an editor since");
+    makeFile("temp/Classic/extracted.cs", "content");
+    platform::PackedFiles entries;
+    seen.size = platform::PackedFiles::anySize;
+    for (const QString name : {"own.cs", "extracted.cs"})
+        entries.add(name, seen, kContentCrc, INT64_MIN);
+    platform::Sweep sweep(work());
+    sweep.deleteOnly(entries);
+    EXPECT_FALSE(sweep.deleteFile("own.cs"));
+    EXPECT_TRUE(sweep.deleteFile("extracted.cs"));
+}
+
+} // namespace

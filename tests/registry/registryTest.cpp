@@ -1,0 +1,212 @@
+#include "registry/registry.h"
+
+#include "tests/registry/printBytes.h"
+#include "tests/registry/registryHome.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace platform; // NOLINT(google-build-using-namespace): its functions are the subject
+
+#define BYTES(literal) QByteArray(literal, sizeof(literal) - 1)
+
+const QByteArray kKey = "SOFTWARE\\Voxhollow\\Game Editors\\Tribes2\\Orvel";
+const QByteArray kMissing = "(missing)";
+
+// An open key that closes itself.
+class Key {
+  public:
+    explicit Key(const QByteArray &path) { result = RegOpenKeyA(kLocalMachine, path, handle); }
+    ~Key() { RegCloseKey(handle); }
+    Key(const Key &) = delete;
+    Key &operator=(const Key &) = delete;
+
+    RegKey handle = 0;
+    std::int32_t result = 0;
+};
+
+QByteArray read(const QByteArray &path, const QByteArray &name) {
+    const Key key(path);
+    std::uint32_t size = 0;
+    if (RegQueryValueExA(key.handle, name, nullptr, nullptr, size) != kSuccess)
+        return kMissing;
+    QByteArray data(static_cast<qsizetype>(size), ' ');
+    return RegQueryValueExA(key.handle, name, nullptr, data.data(), size) == kSuccess ? data
+                                                                                      : kMissing;
+}
+
+std::int32_t write(const QByteArray &path, const QByteArray &name, const QByteArray &data,
+                   std::uint32_t type = kTypeString) {
+    RegKey key = 0;
+    RegCreateKeyA(kLocalMachine, path, key);
+    const std::int32_t result = RegSetValueExA(key, name, type, data);
+    RegCloseKey(key);
+    return result;
+}
+
+class Registry : public testing::Test {
+  protected:
+    RegistryHome home;
+};
+
+TEST_F(Registry, HandlesAreRealAndServeOneRootOnly) {
+    RegKey key = 7;
+    EXPECT_EQ(RegOpenKeyA(kLocalMachine, kKey, key), kNotFound);
+    EXPECT_EQ(key, 0U);
+    for (const std::uint32_t root : {0x80000001U, 0U}) {
+        EXPECT_EQ(RegOpenKeyA(root, "", key), kNotFound);
+        EXPECT_EQ(RegCreateKeyA(root, kKey, key), kNotFound);
+        EXPECT_EQ(key, 0U);
+    }
+    ASSERT_EQ(RegCreateKeyA(kLocalMachine, kKey, key), kSuccess);
+    const Key second(kKey);
+    EXPECT_NE(key, second.handle);
+    EXPECT_EQ(RegCloseKey(key), kSuccess);
+    EXPECT_EQ(RegSetValueExA(second.handle, "a", kTypeString, "b"), kSuccess);
+
+    std::uint32_t size = 0;
+    QByteArrayList names;
+    for (const RegKey closed : {key, RegKey{0}}) {
+        EXPECT_EQ(RegQueryValueExA(closed, "a", nullptr, nullptr, size), kInvalidHandle);
+        EXPECT_EQ(RegSetValueExA(closed, "a", kTypeString, "c"), kInvalidHandle);
+        EXPECT_EQ(RegValueNames(closed, names), kInvalidHandle);
+        EXPECT_EQ(RegCloseKey(closed), kInvalidHandle);
+    }
+    EXPECT_EQ(read(kKey, "a"), "b");
+}
+
+TEST_F(Registry, AQueryReportsTypeAndSizeAndNeverOverrunsTheBuffer) {
+    ASSERT_EQ(write(kKey, "name", "twelve bytes"), kSuccess);
+    const Key key(kKey);
+    std::uint32_t type = 0;
+    std::uint32_t size = 0;
+    EXPECT_EQ(RegQueryValueExA(key.handle, "NAME", &type, nullptr, size), kSuccess);
+    EXPECT_EQ(type, kTypeString);
+    EXPECT_EQ(size, 12U);
+    EXPECT_EQ(RegQueryValueExA(key.handle, "other", &type, nullptr, size), kNotFound);
+
+    QByteArray buffer(20, '.');
+    size = 11;
+    EXPECT_EQ(RegQueryValueExA(key.handle, "name", nullptr, buffer.data(), size), kMoreData);
+    EXPECT_EQ(size, 12U);
+    EXPECT_EQ(buffer, QByteArray(20, '.'));
+    size = 20;
+    EXPECT_EQ(RegQueryValueExA(key.handle, "name", nullptr, buffer.data(), size), kSuccess);
+    EXPECT_EQ(size, 12U);
+    EXPECT_EQ(buffer, "twelve bytes........");
+}
+
+TEST_F(Registry, NamesCompareWithoutRegardToCaseAndEndAtANul) {
+    ASSERT_EQ(write("Software\\\u00c9t\u00e9", "Na\u00cfve", "1"), kSuccess);
+    ASSERT_EQ(write("SOFTWARE\\\u00e9T\u00c9", "nA\u00efVE", "2"), kSuccess);
+    EXPECT_EQ(read("software\\\u00e9t\u00e9", "na\u00efve"), "2");
+    EXPECT_EQ(read(BYTES("software\\\u00e9t\u00e9\0\\x"), BYTES("na\u00efve\0x")), "2");
+    EXPECT_EQ(read("\\software\\\\\u00e9t\u00e9\\", "na\u00efve"), "2");
+    EXPECT_EQ(home.hive().count('['), 1);
+    EXPECT_EQ(Key("software").result, kSuccess);
+    EXPECT_EQ(Key("softwar").result, kNotFound);
+    EXPECT_EQ(Key("").result, kSuccess);
+}
+
+const QByteArray kWine = R"(WINE REGISTRY Version 2
+
+[Software\\Sierra Online\\Setup\\Tribes2] 1
+"directory"="plain"
+"only plain"="plain"
+
+[Software\\Wow6432Node\\Sierra Online\\Setup\\Tribes2] 1
+"Directory"="twin"
+"only twin"="twin"
+
+[System\\Setup] 1
+"a"="system"
+)";
+const QByteArray kGame = "SOFTWARE\\Sierra Online\\Setup\\Tribes2";
+
+TEST_F(Registry, WhatTheOwnHiveLacksIsReadFromTheWinePrefixTheTwinFirst) {
+    EXPECT_EQ(Key(kGame).result, kNotFound);
+    home.setWine(kWine);
+    EXPECT_EQ(Key(kGame).result, kSuccess);
+    EXPECT_EQ(read(kGame, "directory"), BYTES("twin\0"));
+    EXPECT_EQ(read(kGame, "only plain"), BYTES("plain\0"));
+    EXPECT_EQ(read(kGame, "only twin"), BYTES("twin\0"));
+    EXPECT_EQ(read("system\\setup", "A"), BYTES("system\0"));
+    EXPECT_EQ(home.hive(), "") << "reading must not make the own hive";
+    EXPECT_EQ(write(kGame, "new", "own"), kSuccess);
+
+    // The own hive has the key now; value by value, the prefix still fills in.
+    EXPECT_EQ(read(kGame, "new"), "own");
+    EXPECT_EQ(read(kGame, "directory"), BYTES("twin\0"));
+    EXPECT_EQ(write(kGame, "DIRECTORY", "own", 3), kSuccess);
+    EXPECT_EQ(read(kGame, "directory"), "own") << "a value of another type counts as there";
+    QByteArrayList names;
+    const Key open(kGame);
+    EXPECT_EQ(RegValueNames(open.handle, names), kSuccess);
+    EXPECT_EQ(names, QByteArrayList({"new", "DIRECTORY", "only twin", "only plain"}));
+    EXPECT_EQ(RegistryHome::read(home.path("wine/system.reg")), kWine);
+    EXPECT_EQ(QDir(home.path("wine")).entryList(QDir::Files), QStringList({"system.reg"}));
+}
+
+TEST_F(Registry, ADamagedOwnValueDoesNotHideThePrefix) {
+    home.setWine(kWine);
+    const QByteArray damaged =
+        "[Software\\\\Sierra Online\\\\Setup\\\\Tribes2]\n\"directory\"=\"x\n";
+    home.setHive(damaged);
+    EXPECT_EQ(read(kGame, "directory"), BYTES("twin\0"));
+    EXPECT_EQ(write(kGame, "directory", "own"), kSuccess);
+    EXPECT_EQ(read(kGame, "directory"), "own");
+    EXPECT_TRUE(home.hive().startsWith(damaged));
+}
+
+TEST_F(Registry, TheFilesAreWhereTheVariablesSay) {
+    qputenv("HOME", home.path("h").toUtf8());
+    const QString standard = home.path("h/.config/orvel/system.reg");
+    for (const char *value : {"", "relative/config", "."}) {
+        SCOPED_TRACE(value);
+        qputenv("XDG_CONFIG_HOME", value);
+        ASSERT_EQ(write(kKey, "v", value), kSuccess);
+        EXPECT_EQ(read(kKey, "v"), value);
+        EXPECT_TRUE(QFile::exists(standard));
+    }
+    EXPECT_FALSE(QFile::exists("relative"));
+    RegistryHome::write(home.path("h/.wine/system.reg"), kWine);
+    for (const char *value : {"", "relative/wine"}) {
+        qputenv("WINEPREFIX", value);
+        EXPECT_EQ(read(kGame, "directory"), BYTES("twin\0"));
+    }
+    qputenv("XDG_CONFIG_HOME", home.path("elsewhere").toUtf8());
+    EXPECT_EQ(read(kKey, "v"), kMissing);
+}
+
+TEST_F(Registry, WhatAnotherProgramWritesHoldsAtTheNextRead) {
+    // In place, of one length, and often within one step of the file system's clock.
+    for (char value = 'a'; value <= 'z'; ++value) {
+        home.setHive(QByteArray("[K]\n\"v\"=str:\"") + value + "\"\n");
+        ASSERT_EQ(read("K", "v"), QByteArray(1, value));
+    }
+    ASSERT_TRUE(QFile::remove(home.hivePath()));
+    EXPECT_EQ(read("K", "v"), kMissing);
+    EXPECT_EQ(write("K", "v", "again"), kSuccess);
+    EXPECT_EQ(read("K", "v"), "again");
+}
+
+TEST_F(Registry, AStoredValueCostsNoWrite) {
+    ASSERT_EQ(write(kKey, "v", "same"), kSuccess);
+    const auto inode = [&] {
+        struct stat info = {};
+        return ::stat(home.hivePath().toUtf8().constData(), &info) == 0 ? info.st_ino : 0;
+    };
+    // The second link keeps the number from being used again for a new file.
+    const QByteArray keeper = home.path("keeper").toUtf8();
+    ASSERT_EQ(::link(home.hivePath().toUtf8().constData(), keeper.constData()), 0);
+    const ino_t before = inode();
+    EXPECT_EQ(write(kKey, "v", "same"), kSuccess);
+    EXPECT_EQ(inode(), before);
+    EXPECT_EQ(write(kKey, "v", BYTES("same\0")), kSuccess);
+    EXPECT_NE(inode(), before);
+}
+
+} // namespace

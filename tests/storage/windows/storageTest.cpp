@@ -1,0 +1,134 @@
+#include "storage/windows/system.h"
+#include "tests/storage/storageFixture.h"
+
+#include <thread>
+
+namespace {
+
+class WindowsStorage : public Storage {};
+
+TEST_F(WindowsStorage, NamesAreTheSameInEveryLetterCase) {
+    writeFile(root / "Case.TXT", "old");
+    EXPECT_EQ(commit("case.txt", "new", Replace::No).kind, Failure::Exists);
+    EXPECT_TRUE(commit("CASE.txt", "new", Replace::Yes).ok());
+    EXPECT_EQ(namesIn(root.path()).size(), 1U);
+    EXPECT_EQ(readFile(root / "case.txt"), "new");
+    InputFile file;
+    EXPECT_TRUE(folder.openFile("cASE.txt", file).ok());
+}
+
+TEST_F(WindowsStorage, AFileThatAnotherProgramHoldsStaysWhole) {
+    writeFile(root / "x.vl2", "old");
+    const platform::Handle game(CreateFileW((root / "x.vl2").c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                            nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(game.isOpen());
+    const auto status = commit("x.vl2", "new", Replace::Yes);
+    EXPECT_EQ(status.kind, Failure::Busy) << status.message;
+    EXPECT_EQ(filesIn(root.path()), (Files{{"x.vl2", "old"}}));
+}
+
+TEST_F(WindowsStorage, AClaimedNameIsWaitedForInAnyCaseOfItsLetters) {
+    platform::NameClaim second;
+    {
+        platform::NameClaim first;
+        platform::NameClaim other;
+        ASSERT_TRUE(first.take(folder, "x.vl2", std::chrono::milliseconds(0)).ok());
+        folder.removeStaleTemporaries();
+        EXPECT_EQ(second.take(folder, "X.VL2", std::chrono::milliseconds(30)).kind, Failure::Busy);
+        EXPECT_TRUE(other.take(folder, "y.vl2", std::chrono::milliseconds(0)).ok());
+    }
+    EXPECT_TRUE(second.take(folder, "X.VL2", std::chrono::milliseconds(500)).ok());
+    EXPECT_EQ(namesIn(root.path()).size(), 1U);
+}
+
+// Its reader is waited for, and meanwhile another program puts its own archive there.
+TEST_F(WindowsStorage, AFileThatWasReplacedMeanwhileIsNotReplacedAgain) {
+    writeFile(root / "x.vl2", "old");
+    InputFile old;
+    ASSERT_TRUE(folder.openFile("x.vl2", old).ok());
+    const platform::Handle reader(CreateFileW((root / "x.vl2").c_str(), GENERIC_READ,
+                                              FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                              OPEN_EXISTING, 0, nullptr));
+    std::thread another([&] {
+        Sleep(100);
+        std::filesystem::rename(root / "x.vl2", root / "moved");
+        writeFile(root / "x.vl2", "another's");
+    });
+    const auto status = commit("x.vl2", "new", Replace::Yes, &old);
+    another.join();
+    EXPECT_EQ(status.kind, Failure::Exists) << status.message;
+    EXPECT_EQ(filesIn(root.path()), (Files{{"moved", "old"}, {"x.vl2", "another's"}}));
+}
+
+TEST_F(WindowsStorage, NamesThatLeadElsewhereAreRefused) {
+    writeFile(root / "file", "x");
+    std::filesystem::create_directory(root / "dir");
+    for (const char *name : {"..", ".", "dir\\x", "dir/x", "file:stream", "C:x", "a?b", "a|b"}) {
+        SCOPED_TRACE(name);
+        Folder below;
+        InputFile file;
+        EXPECT_FALSE(folder.makeFolder(name).ok());
+        EXPECT_FALSE(folder.openFolder(name, below).ok());
+        EXPECT_FALSE(folder.openFile(name, file).ok());
+        EXPECT_FALSE(folder.removeFile(name).ok());
+        EXPECT_FALSE(commit(name, "x", Replace::Yes).ok());
+    }
+    EXPECT_EQ(filesIn(root.path()), (Files{{"dir/", ""}, {"file", "x"}}));
+}
+
+TEST_F(WindowsStorage, PathsMayBeLongerThan260CharactersAndNamesMayBeInAnyScript) {
+    std::string path = root.path().string();
+    while (path.size() < 600) {
+        path += "\\" + std::string(60, 'd');
+    }
+    ASSERT_TRUE(platform::makeFolders(path).ok());
+    Folder deep;
+    ASSERT_TRUE(deep.open(path).ok());
+    const std::string name = "\xD0\x96\xE6\xBC\xA2.cs"; // in no code page of the system
+    NewFile file;
+    ASSERT_TRUE(file.create(deep).ok());
+    ASSERT_TRUE(file.write("x", 1).ok());
+    ASSERT_TRUE(file.commit(name, Replace::No).ok());
+    std::vector<platform::FolderItem> items;
+    ASSERT_TRUE(deep.list(items).ok());
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].name, name);
+    std::uint64_t bytes = 0;
+    EXPECT_TRUE(deep.freeSpace(bytes).ok());
+    EXPECT_GT(bytes, 0U);
+    InputFile plain;
+    ASSERT_TRUE(deep.removeFile(name).ok());
+    EXPECT_EQ(plain.open(path + "\\none").kind, Failure::NotFound);
+    deep.close();
+    for (; path.size() > root.path().string().size(); path.resize(path.rfind('\\'))) {
+        EXPECT_TRUE(RemoveDirectoryW(platform::longPath(path).c_str()));
+    }
+}
+
+TEST_F(WindowsStorage, APathIsResolvedToItsFolderAndName) {
+    writeFile(root / "Sub/x.vl2", "x");
+    std::string where;
+    std::string name;
+    for (const char *given : {"sub\\X.VL2", "Sub/x.vl2", "Sub\\..\\Sub\\x.vl2", "Sub\\new.vl2"}) {
+        SCOPED_TRACE(given);
+        ASSERT_TRUE(platform::resolvePath((root / given).string(), where, name).ok());
+        EXPECT_TRUE(std::filesystem::equivalent(where, root / "Sub")) << where;
+        EXPECT_TRUE(name == "x.vl2" || name == "new.vl2") << name;
+    }
+    EXPECT_EQ(platform::resolvePath((root / "none\\x.vl2").string(), where, name).kind,
+              Failure::NotFound);
+    // A short name leads to letters that the code page lacks.
+    const std::filesystem::path longNames =
+        root.path() / L"J\u0101nis \u65e5" / L"\u65e5\u672c.vl2";
+    std::filesystem::create_directory(longNames.parent_path());
+    writeFile(longNames, "x");
+    wchar_t brief[MAX_PATH];
+    ASSERT_NE(GetShortPathNameW(longNames.c_str(), brief, MAX_PATH), 0U);
+    ASSERT_TRUE(platform::resolvePath(std::filesystem::path(brief).string(), where, name).ok());
+    EXPECT_TRUE(std::filesystem::equivalent(std::u8string(where.begin(), where.end()),
+                                            longNames.parent_path()))
+        << where;
+    EXPECT_EQ(name, "\u65e5\u672c.vl2");
+}
+
+} // namespace

@@ -1,0 +1,59 @@
+#include "ziplib/codec/lineEnds.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using ziplib::LineEndConverter;
+using ziplib::LineEnds;
+
+namespace {
+
+// Converts a text that comes in two pieces.
+std::string converted(const std::string &text, std::size_t cut, LineEnds want) {
+    LineEndConverter lineEnds(want);
+    std::string all;
+    for (const std::string &piece : {text.substr(0, cut), text.substr(cut)}) {
+        std::string out(LineEndConverter::room(piece.size()), '\0');
+        const std::size_t size =
+            lineEnds.convert(reinterpret_cast<const std::uint8_t *>(piece.data()), piece.size(),
+                             reinterpret_cast<std::uint8_t *>(out.data()));
+        all += out.substr(0, size);
+    }
+    std::uint8_t last = 0;
+    return lineEnds.finish(&last) == 1 ? all + static_cast<char>(last) : all;
+}
+
+} // namespace
+
+TEST(LineEnds, AreConvertedWhereverThePiecesEnd) {
+    const struct {
+        const char *text;
+        const char *lf;
+        const char *crLf;
+    } rows[] = {{"a\r\nb\r\n", "a\nb\n", "a\r\nb\r\n"},
+                {"a\nb", "a\nb", "a\r\nb"},
+                {"a\rb\r", "a\rb\r", "a\rb\r"},
+                {"\r\r\n\n", "\r\n\n", "\r\r\n\r\n"},
+                {"", "", ""}};
+    for (const auto &row : rows) {
+        const std::string text = row.text;
+        for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+            EXPECT_EQ(converted(text, cut, LineEnds::Lf), row.lf) << cut;
+            EXPECT_EQ(converted(text, cut, LineEnds::CrLf), row.crLf) << cut;
+            EXPECT_EQ(converted(text, cut, LineEnds::Keep), text) << cut;
+        }
+    }
+}
+
+TEST(LineEnds, TextIsToldFromOtherData) {
+    const std::pair<std::string, bool> rows[] = {
+        {"plain\r\n\ttext\f", true},     {"Grüße", true},           {"", true},
+        {std::string("a\0b", 3), false}, {"rubbed out\x7F", false}, {"ring\a", false},
+        {"\x89PNG\r\n\x1A\n\x01", false}};
+    for (const auto &[text, expected] : rows) {
+        EXPECT_EQ(
+            ziplib::looksLikeText(reinterpret_cast<const std::uint8_t *>(text.data()), text.size()),
+            expected);
+    }
+}

@@ -1,0 +1,62 @@
+#include "ziplib/common/orderedParallelFor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+using namespace ziplib; // NOLINT: the tests speak this language
+
+namespace {
+
+TEST(InOrder, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
+    constexpr std::size_t kCount = 2000;
+    constexpr std::uint64_t kBudget = 5000;
+    // Threads, and the largest cost of an item.
+    const std::pair<unsigned, std::uint64_t> rows[] = {{1, 100}, {2, 100}, {8, 700}, {8, 20000}};
+    for (const auto &[threads, largest] : rows) {
+        std::atomic<std::uint64_t> held = 0;
+        std::vector<std::size_t> results(kCount);
+        std::size_t taken = 0;
+        InOrder job;
+        job.count = kCount;
+        job.cost = [cost = largest](std::size_t i) { return cost - i % 50; };
+        job.work = [&, most = std::max(kBudget, largest)](std::size_t i) {
+            EXPECT_LE(held += job.cost(i), most);
+            results[i] = i * i;
+        };
+        job.take = [&](std::size_t i) {
+            held -= job.cost(i);
+            EXPECT_EQ(i, taken++);
+            EXPECT_EQ(results[i], i * i);
+            return true;
+        };
+        job.idle = [] {};
+        EXPECT_TRUE(runInOrder(job, threads, kBudget));
+        EXPECT_EQ(taken, kCount);
+    }
+}
+
+TEST(InOrder, StoppingAndErrorsEndEveryThread) {
+    InOrder job;
+    job.count = 1000;
+    job.cost = [](std::size_t) { return std::uint64_t{1}; };
+    job.work = [](std::size_t) {};
+    job.take = [](std::size_t i) { return i < 500; };
+    job.idle = [] {};
+    EXPECT_FALSE(runInOrder(job, 4, 100));
+    job.work = [](std::size_t i) {
+        if (i == 700) {
+            throw std::runtime_error("no memory");
+        }
+    };
+    job.take = [](std::size_t) { return true; };
+    EXPECT_THROW(runInOrder(job, 4, 100), std::runtime_error);
+    job.count = 0;
+    EXPECT_TRUE(runInOrder(job, 4, 100));
+}
+
+} // namespace

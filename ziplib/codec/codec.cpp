@@ -1,0 +1,91 @@
+#include "ziplib/codec/codec.h"
+
+#include <libdeflate.h>
+
+#include <new>
+
+namespace ziplib {
+
+const char *methodName(std::uint16_t method) {
+    switch (method) {
+    case methodStored:
+        return "Stored";
+    case 1:
+        return "Shrunk";
+    case 2:
+    case 3:
+    case 4:
+    case 5:
+        return "Reduced";
+    case 6:
+        return "Imploded";
+    case methodDeflated:
+        return "Deflated";
+    case 9:
+        return "Deflate64";
+    case 12:
+        return "BZip2";
+    case 14:
+        return "LZMA";
+    case 93:
+        return "Zstandard";
+    case 95:
+        return "XZ";
+    case 98:
+        return "PPMd";
+    case 99:
+        return "AES";
+    default:
+        return "Unknown";
+    }
+}
+
+std::uint8_t *Buffer::reserve(std::size_t size) {
+    if (size > m_capacity || !m_data) {
+        m_data.reset();
+        m_capacity = 0;
+        m_data.reset(new std::uint8_t[size]);
+        m_capacity = size;
+    }
+    return m_data.get();
+}
+
+void Buffer::shrink(std::size_t keep) {
+    if (m_capacity > keep) {
+        m_data.reset();
+        m_capacity = 0;
+    }
+}
+
+Inflater::Inflater() : m_handle(libdeflate_alloc_decompressor()) {
+    if (m_handle == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+Inflater::~Inflater() {
+    libdeflate_free_decompressor(static_cast<libdeflate_decompressor *>(m_handle));
+}
+
+bool Inflater::inflate(const void *packed, std::size_t packedSize, void *out, std::size_t size) {
+    // Without the last argument the library demands that the output is exactly `size` bytes.
+    return libdeflate_deflate_decompress(static_cast<libdeflate_decompressor *>(m_handle), packed,
+                                         packedSize, out, size, nullptr) == LIBDEFLATE_SUCCESS;
+}
+
+Deflater::Deflater(int level) : m_handle(libdeflate_alloc_compressor(level)) {
+    if (m_handle == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+Deflater::~Deflater() {
+    libdeflate_free_compressor(static_cast<libdeflate_compressor *>(m_handle));
+}
+
+std::size_t Deflater::deflate(const void *data, std::size_t size, void *out, std::size_t room) {
+    return libdeflate_deflate_compress(static_cast<libdeflate_compressor *>(m_handle), data, size,
+                                       out, room);
+}
+
+} // namespace ziplib

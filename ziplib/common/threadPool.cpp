@@ -1,0 +1,138 @@
+#include "ziplib/common/threadPool.h"
+
+#include "storage/storage.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <system_error>
+
+namespace ziplib {
+
+namespace {
+
+constexpr unsigned mostWorkers = 8;
+
+std::atomic<unsigned> &forcedCount() {
+    static std::atomic<unsigned> count{0};
+    return count;
+}
+
+} // namespace
+
+unsigned workerCount() {
+    if (const unsigned forced = forcedCount(); forced != 0) {
+        return std::min(forced, mostWorkers);
+    }
+    if (const char *text = std::getenv("ORVEL_WORKERS")) {
+        const unsigned long wanted = std::strtoul(text, nullptr, 10);
+        if (wanted > 0) {
+            return static_cast<unsigned>(std::min<unsigned long>(wanted, mostWorkers));
+        }
+    }
+    return std::clamp(platform::processorCount(), 1U, mostWorkers);
+}
+
+void setWorkerCount(unsigned count) {
+    forcedCount() = count;
+}
+
+Pipeline::Pipeline(unsigned workers, std::size_t window)
+    : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)) {
+    try {
+        m_threads.reserve(m_workers);
+        for (unsigned i = 0; i < m_workers; ++i) {
+            m_threads.emplace_back([this, i] { work(i); });
+        }
+    } catch (const std::system_error &) {
+        // Fewer threads, or none: next() then works in their place.
+    }
+}
+
+Pipeline::~Pipeline() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ending = true;
+    }
+    m_toDo.notify_all();
+    for (std::thread &thread : m_threads) {
+        thread.join();
+    }
+}
+
+void Pipeline::submit(std::unique_ptr<Task> task) {
+    bool wake = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_tasks.push_back({std::move(task), false});
+        wake = m_idle > 0;
+    }
+    if (wake) {
+        m_toDo.notify_one();
+    }
+}
+
+std::unique_ptr<Pipeline::Task> Pipeline::next(std::chrono::milliseconds wait) {
+    std::unique_lock lock(m_mutex);
+    if (m_tasks.empty()) {
+        return nullptr;
+    }
+    if (isInline()) {
+        Task &task = *m_tasks.front().task;
+        lock.unlock();
+        task.run(0);
+        lock.lock();
+    } else if (!m_tasks.front().done) {
+        m_waiting = true;
+        m_done.wait_for(lock, wait, [this] { return m_tasks.front().done; });
+        m_waiting = false;
+        if (!m_tasks.front().done) {
+            return nullptr;
+        }
+    }
+    std::unique_ptr<Task> task = std::move(m_tasks.front().task);
+    m_tasks.pop_front();
+    m_started -= m_started > 0 ? 1 : 0;
+    return task;
+}
+
+void Pipeline::work(unsigned worker) {
+    std::unique_lock lock(m_mutex);
+    while (true) {
+        ++m_idle;
+        m_toDo.wait(lock, [this] { return m_ending || m_started < m_tasks.size(); });
+        --m_idle;
+        if (m_ending) {
+            return;
+        }
+        Slot &slot = m_tasks[m_started++];
+        Task &task = *slot.task;
+        lock.unlock();
+        task.run(worker);
+        lock.lock();
+        slot.done = true;
+        // The caller is woken when there is a batch to collect, before the threads run dry: a
+        // switch for every small task would cost as much as the task.
+        const std::size_t unstarted = m_tasks.size() - m_started;
+        if (m_waiting && m_tasks.front().done && unstarted <= m_window / 2) {
+            m_done.notify_one();
+        }
+    }
+}
+
+MemoryBudget::Share::Share(MemoryBudget &budget, std::size_t bytes)
+    : m_budget(budget), m_bytes(std::min(bytes, budget.m_total)) {
+    std::unique_lock lock(m_budget.m_mutex);
+    m_budget.m_returned.wait(lock, [this] { return m_budget.m_left >= m_bytes; });
+    m_budget.m_left -= m_bytes;
+}
+
+MemoryBudget::Share::~Share() {
+    {
+        const std::lock_guard lock(m_budget.m_mutex);
+        m_budget.m_left += m_bytes;
+    }
+    m_budget.m_returned.notify_all();
+}
+
+} // namespace ziplib

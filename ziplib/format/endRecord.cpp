@@ -1,0 +1,175 @@
+#include "ziplib/format/endRecord.h"
+
+#include "ziplib/format/bytes.h"
+#include "ziplib/format/records.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace ziplib {
+
+namespace {
+
+using platform::Failure;
+using platform::InputFile;
+using platform::Status;
+
+// The end of the file, as far as an end record may lie in it.
+struct Tail {
+    std::uint64_t start = 0;
+    std::vector<std::uint8_t> bytes;
+};
+
+bool hasSignature(const InputFile &file, std::uint64_t offset, std::uint32_t signature) {
+    std::uint8_t bytes[4];
+    std::size_t got = 0;
+    return file.readAt(offset, bytes, sizeof bytes, got).ok() && got == sizeof bytes &&
+           get32(bytes) == signature;
+}
+
+// Takes what the 64-bit record says where the short one points to it. Returns where the records
+// of the end start.
+std::uint64_t readEnd64(const InputFile &file, std::uint64_t endOffset, EndRecord &end,
+                        std::uint64_t &declared) {
+    std::uint8_t locator[locator64Size];
+    std::size_t got = 0;
+    const bool wanted = end.count == full16 || end.directorySize == full32 || declared == full32;
+    if (!wanted || endOffset < locator64Size + end64Size ||
+        !file.readAt(endOffset - locator64Size, locator, sizeof locator, got).ok() ||
+        got != sizeof locator || get32(locator) != locator64Signature) {
+        return endOffset;
+    }
+    // Data put in front shifts the record; then it lies right before its locator.
+    const std::uint64_t beside = endOffset - locator64Size - end64Size;
+    const std::uint64_t told = get64(locator + 8);
+    for (const std::uint64_t offset : {told, beside}) {
+        std::uint8_t record[end64Size];
+        if (offset > beside || !file.readAt(offset, record, sizeof record, got).ok() ||
+            got != sizeof record || get32(record) != end64Signature) {
+            continue;
+        }
+        end.count = get64(record + 32);
+        end.countMask = UINT64_MAX;
+        end.directorySize = get64(record + 40);
+        declared = get64(record + 48);
+        return offset;
+    }
+    return endOffset;
+}
+
+// Finds where the directory is: right before the end records, or where the offset says.
+bool placeDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_t declared,
+                    EndRecord &end) {
+    if (end.directorySize == 0) {
+        end.directory = endOffset;
+        end.base = declared <= endOffset ? endOffset - declared : 0;
+        return end.count == 0;
+    }
+    if (end.directorySize <= endOffset) {
+        const std::uint64_t beside = endOffset - end.directorySize;
+        if (declared <= beside && hasSignature(file, beside, centralSignature)) {
+            end.directory = beside;
+            end.base = beside - declared;
+            return true;
+        }
+    }
+    end.directory = declared;
+    end.base = 0;
+    return declared <= endOffset && end.directorySize <= endOffset - declared &&
+           hasSignature(file, declared, centralSignature);
+}
+
+// Offsets may be counted from the file's start although something lies in front.
+void settleBase(const InputFile &file, EndRecord &end) {
+    std::uint8_t record[centralSize];
+    std::size_t got = 0;
+    if (end.base == 0 || end.directorySize == 0 ||
+        !file.readAt(end.directory, record, sizeof record, got).ok() || got != sizeof record) {
+        return;
+    }
+    const std::uint64_t offset = get32(record + 42);
+    if (offset != full32 && !hasSignature(file, end.base + offset, localSignature) &&
+        hasSignature(file, offset, localSignature)) {
+        end.base = 0;
+    }
+}
+
+// Reads the candidate at `at` in the tail. Nothing where it describes no directory of this file.
+std::optional<EndRecord> readCandidate(const InputFile &file, const Tail &tail, std::size_t at) {
+    const std::uint8_t *record = tail.bytes.data() + at;
+    const std::size_t behind = tail.bytes.size() - at - endSize;
+    const std::size_t commentSize = get16(record + 20);
+    EndRecord end;
+    end.count = get16(record + 10);
+    end.directorySize = get32(record + 12);
+    std::uint64_t declared = get32(record + 16);
+    const std::uint64_t endOffset = readEnd64(file, tail.start + at, end, declared);
+    if (!placeDirectory(file, endOffset, declared, end)) {
+        return std::nullopt;
+    }
+    settleBase(file, end);
+    end.commentCut = commentSize > behind;
+    end.trailing = end.commentCut ? 0 : behind - commentSize;
+    end.comment.assign(reinterpret_cast<const char *>(record + endSize),
+                       std::min(commentSize, behind));
+    return end;
+}
+
+// Which of two candidates to believe: the smaller rank, and the earlier one among equals.
+int rank(const EndRecord &end) {
+    const bool exact = end.trailing == 0 && !end.commentCut;
+    const bool inFront = end.base != 0;
+    return (exact ? 0 : 2) + (inFront ? 1 : 0);
+}
+
+Status readTail(const InputFile &file, std::uint64_t fileSize, Tail &tail) {
+    const std::uint64_t size = std::min<std::uint64_t>(fileSize, endSize + full16);
+    tail.start = fileSize - size;
+    tail.bytes.resize(static_cast<std::size_t>(size));
+    std::size_t got = 0;
+    Status status = file.readAt(tail.start, tail.bytes.data(), tail.bytes.size(), got);
+    if (status.ok() && got != tail.bytes.size()) {
+        return {Failure::EndsEarly, file.path() + " is being shortened", file.path()};
+    }
+    return status;
+}
+
+} // namespace
+
+Status findEndRecord(const InputFile &file, std::uint64_t fileSize, EndRecord &end) {
+    Tail tail;
+    if (Status status = readTail(file, fileSize, tail); !status.ok()) {
+        return status;
+    }
+    std::optional<EndRecord> best;
+    bool seen = false;
+    // A crafted file may hold thousands of end records; real ones hold one or two.
+    int tries = 256;
+    for (std::size_t at = tail.bytes.size(); at-- > 0 && tries > 0;) {
+        if (tail.bytes[at] != 'P' || tail.bytes.size() - at < endSize ||
+            get32(tail.bytes.data() + at) != endSignature) {
+            continue;
+        }
+        seen = true;
+        --tries;
+        std::optional<EndRecord> found = readCandidate(file, tail, at);
+        if (found && (!best || rank(*found) <= rank(*best))) {
+            best = std::move(found);
+        }
+    }
+    if (best) {
+        end = std::move(*best);
+        return {};
+    }
+    if (seen) {
+        return {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
+    }
+    if (hasSignature(file, 0, localSignature)) {
+        return {Failure::EndsEarly, file.path() + " ends early: its directory is missing",
+                file.path()};
+    }
+    return {Failure::NotArchive, file.path() + " is not a zip archive", file.path()};
+}
+
+} // namespace ziplib

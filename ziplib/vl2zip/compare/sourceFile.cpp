@@ -1,0 +1,122 @@
+#include "ziplib/vl2zip/compare/sourceFile.h"
+
+#include "ziplib/codec/codec.h"
+#include "ziplib/common/failures.h"
+#include "ziplib/common/objectPool.h"
+#include "ziplib/format/names.h"
+#include "ziplib/vl2zip/select/scan.h"
+
+#include <algorithm>
+
+namespace ziplib {
+
+namespace {
+
+constexpr std::size_t kPiece = 128U << 10U;
+// How much of a file decides whether it is text.
+constexpr std::size_t kTextSample = 64U << 10U;
+
+} // namespace
+
+SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
+    : m_place{std::move(root), std::move(name)}, m_wanted(lineEnds), m_converter(lineEnds) {}
+
+Outcome SourceFile::open() {
+    const auto opened = m_folder == nullptr
+                            ? m_file.open(m_place, m_version)
+                            : m_folder->openFile(std::string(lastComponent(name())), m_file,
+                                                 platform::Folder::Links::Follow, m_version);
+    if (!opened.ok()) {
+        return failure(opened, Code::CannotOpen);
+    }
+    m_lineEnds = LineEnds::Keep;
+    if (m_wanted == LineEnds::Keep) {
+        rewind();
+        return {};
+    }
+    bool text = false;
+    if (auto judged = judgeText(text); !judged.ok()) {
+        return judged;
+    }
+    if (text) {
+        m_lineEnds = m_wanted;
+    }
+    rewind();
+    return {};
+}
+
+Outcome SourceFile::judgeText(bool &text) {
+    m_raw.resize(kTextSample);
+    std::size_t got = 0;
+    if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok()) {
+        return failure(read, Code::CannotOpen);
+    }
+    text = looksLikeText(m_raw.data(), got);
+    return {};
+}
+
+Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
+    const Loan<Bytes> loan;
+    Bytes &piece = *loan;
+    crc = 0;
+    size = 0;
+    for (;;) {
+        if (auto read = this->read(kPiece, piece); !read.ok() || piece.empty()) {
+            return read;
+        }
+        crc = crc32(crc, piece.data(), piece.size());
+        size += piece.size();
+    }
+}
+
+void SourceFile::rewind() {
+    m_position = 0;
+    m_ended = false;
+    m_converter = LineEndConverter(m_lineEnds);
+}
+
+bool SourceFile::settled() const {
+    platform::FileInfo current;
+    return m_file.info(current).ok() && sameVersion(current, m_version) &&
+           m_position == m_version.size;
+}
+
+std::uint8_t SourceFile::attributes() const {
+    std::uint8_t attributes = 0;
+    // A file whose attributes cannot be told has none.
+    static_cast<void>(m_file.attributes(attributes));
+    return attributes;
+}
+
+Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
+    // Never more than there was when it was opened: one that grows has another version then.
+    const std::uint64_t left = m_version.size - std::min(m_version.size, m_position);
+    out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left)));
+    std::size_t got = 0;
+    if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok()) {
+        return failure(read, Code::CannotOpen);
+    }
+    m_position += got;
+    out.resize(got);
+    return {};
+}
+
+Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
+    out.clear();
+    while (out.empty() && !m_ended) {
+        if (auto read = readRaw(wanted, m_raw); !read.ok()) {
+            return read;
+        }
+        m_ended = m_raw.empty();
+        out.resize(LineEndConverter::room(m_raw.size()));
+        out.resize(m_ended ? m_converter.finish(out.data())
+                           : m_converter.convert(m_raw.data(), m_raw.size(), out.data()));
+    }
+    return {};
+}
+
+Outcome SourceFile::read(std::size_t wanted, Bytes &out) {
+    return converts() ? readConverted(wanted, out) : readRaw(wanted, out);
+}
+
+} // namespace ziplib

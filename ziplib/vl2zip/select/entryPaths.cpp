@@ -1,0 +1,58 @@
+#include "ziplib/vl2zip/select/entryPaths.h"
+
+#include <bit>
+#include <functional>
+
+namespace ziplib {
+
+namespace {
+
+std::uint32_t hashOf(std::string_view path) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>()(path));
+}
+
+} // namespace
+
+// The slot that has this path, or else the free one where it belongs.
+std::size_t EntryPaths::slotOf(std::string_view path) const {
+    const auto &entries = m_directory.entries();
+    const std::uint32_t hash = hashOf(path);
+    std::size_t slot = hash & (m_slots.size() - 1);
+    while (m_slots[slot].number != 0 &&
+           (m_slots[slot].hash != hash ||
+            m_directory.path(entries[m_slots[slot].number - 1]) != path)) {
+        slot = (slot + 1) & (m_slots.size() - 1);
+    }
+    return slot;
+}
+
+void EntryPaths::fill() {
+    const auto &entries = m_directory.entries();
+    m_count = 0;
+    m_slots.assign(std::bit_ceil(2 * entries.size() + 1), {});
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const std::string path = m_directory.path(entries[i]);
+        Slot &slot = m_slots[slotOf(path)];
+        m_count += slot.number == 0 ? 1 : 0;
+        slot = {hashOf(path), static_cast<std::uint32_t>(i + 1)};
+    }
+}
+
+std::size_t EntryPaths::find(std::string_view path) const {
+    if (empty()) {
+        return kNoEntry;
+    }
+    const std::uint32_t number = m_slots[slotOf(path)].number;
+    return number == 0 ? kNoEntry : number - 1;
+}
+
+void EntryPaths::each(
+    const std::function<void(std::string_view path, std::size_t entry)> &take) const {
+    for (const auto &slot : m_slots) {
+        if (slot.number != 0) {
+            take(m_directory.path(m_directory.entries()[slot.number - 1]), slot.number - 1);
+        }
+    }
+}
+
+} // namespace ziplib

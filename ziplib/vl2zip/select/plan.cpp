@@ -1,0 +1,176 @@
+#include "ziplib/vl2zip/select/plan.h"
+
+#include "ziplib/common/utf8.h"
+#include "ziplib/format/names.h"
+#include "ziplib/vl2zip/select/selection.h"
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace ziplib {
+
+namespace {
+
+// The longest name that the game's own reader takes.
+constexpr std::size_t kLongestName = 209;
+
+// The path that a file has in the archive.
+std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
+    return options.junkFolders ? lastComponent(file.path) : std::string_view(file.path);
+}
+
+class Matcher {
+  public:
+    Matcher(const EntryPaths &entries, const PackOptions &options, const Scan &scan,
+            const std::function<void()> &idle)
+        : m_exact(entries), m_options(options), m_scan(scan), m_idle(idle) {}
+
+    std::size_t entryFor(std::string_view path);
+
+  private:
+    struct Fold {
+        std::size_t entries = 0; // with different paths
+        std::size_t entry = kNoEntry;
+        std::size_t files = 0;
+    };
+    void makeFolds();
+
+    const EntryPaths &m_exact;
+    const PackOptions &m_options;
+    const Scan &m_scan;
+    const std::function<void()> &m_idle;
+    std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
+};
+
+void Matcher::makeFolds() {
+    m_folds.emplace();
+    m_folds->reserve(m_exact.size());
+    m_exact.each([&](std::string_view path, std::size_t entry) {
+        Fold &fold = (*m_folds)[foldCase(path)];
+        ++fold.entries;
+        fold.entry = entry;
+        m_idle();
+    });
+    for (const auto &file : m_scan.files) {
+        const auto found = m_folds->find(foldCase(storedPath(m_options, file)));
+        if (found != m_folds->end()) {
+            ++found->second.files;
+        }
+        m_idle();
+    }
+}
+
+std::size_t Matcher::entryFor(std::string_view path) {
+    if (const auto found = m_exact.find(path); found != kNoEntry) {
+        return found;
+    }
+    if (m_exact.empty()) {
+        return kNoEntry;
+    }
+    if (!m_folds) {
+        makeFolds();
+    }
+    const auto found = m_folds->find(foldCase(path));
+    const bool only =
+        found != m_folds->end() && found->second.entries == 1 && found->second.files == 1;
+    return only ? found->second.entry : kNoEntry;
+}
+
+// Why a name cannot be new in the archive, from which it must come out again as it went in; ""
+// where it can.
+std::string reasonAgainst(std::string_view path) {
+    if (path.find('\\') != std::string::npos) {
+        return "it holds a backslash, which archives read as a folder's end";
+    }
+    if (!isUtf8(path)) {
+        return "it is not valid text";
+    }
+    if (const char *reason = unsafeReason(path)) {
+        return reason;
+    }
+    if (path.size() > kLongestName) {
+        return "it is longer than the " + std::to_string(kLongestName) +
+               " bytes that the game can read";
+    }
+    return {};
+}
+
+std::string refusal(std::string_view path, const std::string &reason) {
+    return std::string(path) + ": cannot be packed under this name: " + reason;
+}
+
+// True where the new name can be packed; else it is told among what is left out.
+bool takesNewName(std::string_view path, Scan &scan) {
+    const std::string reason = reasonAgainst(path);
+    if (!reason.empty()) {
+        scan.leftOut.push_back(refusal(path, reason));
+    }
+    return reason.empty();
+}
+
+// Adds the tasks of the folders that are meant or hold a file that has a task.
+void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector<Task> &tasks) {
+    std::unordered_set<std::string_view> holding{std::string_view()};
+    for (const auto &task : tasks) {
+        std::string_view folder = folderOf(task.path);
+        while (holding.insert(folder).second) {
+            folder = folderOf(folder);
+        }
+    }
+    for (std::size_t i = 0; i < scan.folders.size(); ++i) {
+        const std::string &path = scan.folders[i].path;
+        // Asked in any case, since a pattern that means a folder has meant something.
+        const bool wanted = selection.wantsFolder(path);
+        if (!wanted && holding.find(path) == holding.end()) {
+            continue;
+        }
+        Task task;
+        task.file = i;
+        task.folder = true;
+        task.path = scan.folderPaths.emplace_back(path + '/');
+        task.entry = matcher.entryFor(task.path);
+        if (task.entry != kNoEntry) {
+            task.verdict = Task::Verdict::Same;
+        } else if (!takesNewName(task.path, scan)) {
+            continue;
+        }
+        tasks.push_back(std::move(task));
+    }
+}
+
+} // namespace
+
+Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
+                  const EntryPaths &entries, const std::function<void()> &idle,
+                  std::vector<Task> &tasks) {
+    Matcher matcher(entries, options, scan, idle);
+    std::unordered_set<std::string_view> seen;
+    tasks.reserve(scan.files.size());
+    for (std::size_t i = 0; i < scan.files.size(); ++i) {
+        const FoundFile &file = scan.files[i];
+        idle();
+        if (!selection.wantsFile(file.path)) {
+            continue;
+        }
+        Task task;
+        task.file = i;
+        task.path = storedPath(options, file);
+        task.entry = matcher.entryFor(task.path);
+        if (options.junkFolders && !seen.insert(task.path).second) {
+            return {Code::CannotOpen,
+                    refusal(file.path, "without its folder another file has the same name")};
+        }
+        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan))) {
+            continue;
+        }
+        tasks.push_back(std::move(task));
+    }
+    if (options.folderEntries && !options.junkFolders && options.addNew) {
+        planFolders(selection, scan, matcher, tasks);
+    }
+    return {};
+}
+
+} // namespace ziplib

@@ -1,0 +1,163 @@
+#include "ziplib/vl2zip/select/scan.h"
+
+#include "ziplib/common/failures.h"
+#include "ziplib/common/orderedParallelFor.h"
+#include "ziplib/common/threadPool.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace ziplib {
+
+namespace {
+
+using Kind = platform::FileInfo::Kind;
+using platform::Folder;
+
+// Enough that a thread takes one folder at a time.
+constexpr std::uint64_t kFolderCost = 1U << 30U;
+
+// What lies directly in one folder.
+struct Contents {
+    Scan found;
+    Outcome outcome;
+
+    Outcome list(const std::string &root, const std::string &path, bool recurse);
+
+  private:
+    Outcome take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                 std::string path);
+};
+
+Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                       std::string path) {
+    if (item.kind == Kind::Folder) {
+        if (recurse) {
+            FoundFile inner;
+            // One that vanishes is noticed when it is listed.
+            static_cast<void>(folder.info(item.name, inner.info));
+            inner.path = std::move(path);
+            found.folders.push_back(std::move(inner));
+        }
+        return {};
+    }
+    FoundFile file;
+    if (item.kind == Kind::File) {
+        file.path = std::move(path);
+        found.files.push_back(std::move(file));
+        return {};
+    }
+    const auto known = folder.info(item.name, file.info, Folder::Links::Follow);
+    if (item.kind == Kind::Link && (!known.ok() || file.info.kind != Kind::File)) {
+        found.leftOut.push_back(path + ": a link that leads to no file is not packed");
+        return {};
+    }
+    if (known.is(platform::Failure::NotFound)) {
+        return {}; // gone since it was listed
+    }
+    if (!known.ok()) {
+        return failure(known, Code::CannotOpen);
+    }
+    if (file.info.kind != Kind::File) {
+        found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
+        return {};
+    }
+    file.path = std::move(path);
+    file.known = true;
+    found.files.push_back(std::move(file));
+    return {};
+}
+
+Outcome Contents::list(const std::string &root, const std::string &path, bool recurse) {
+    Folder folder;
+    if (const auto opened = folder.open(platform::Place{root, path}); !opened.ok()) {
+        return failure(opened, Code::CannotOpen);
+    }
+    std::vector<platform::FolderItem> items;
+    if (const auto listed = folder.list(items); !listed.ok()) {
+        return failure(listed, Code::CannotOpen);
+    }
+    for (const auto &item : items) {
+        std::string below = path.empty() ? item.name : path + '/' + item.name;
+        if (platform::isTemporaryName(item.name)) {
+            if (item.kind == Kind::File) {
+                found.temporaries.push_back(std::move(below));
+            }
+            continue;
+        }
+        if (auto taken = take(folder, item, recurse, std::move(below)); !taken.ok()) {
+            return taken;
+        }
+    }
+    return {};
+}
+
+template<typename T>
+void moveBehind(std::vector<T> &all, std::vector<T> &more) {
+    std::move(more.begin(), more.end(), std::back_inserter(all));
+}
+
+} // namespace
+
+std::string_view folderOf(std::string_view path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
+bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
+    return platform::sameFile(a, b) && a.size == b.size && a.modified == b.modified &&
+           a.changed == b.changed;
+}
+
+// Level by level, each folder by one thread.
+Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
+    scan = {};
+    Folder top;
+    platform::FileInfo began;
+    if (top.open(root).ok() && top.newFileInfo(began).ok()) {
+        scan.began = began;
+    }
+    std::vector<std::string> level{std::string()};
+    Outcome failed;
+    while (!level.empty() && failed.ok()) {
+        std::vector<Contents> contents(level.size());
+        const auto list = [&](std::size_t i) {
+            contents[i].outcome = contents[i].list(root, level[i], recurse);
+        };
+        if (level.size() == 1) {
+            list(0); // a deep tree has many such levels, which are not worth a thread
+        } else {
+            InOrder work;
+            work.count = level.size();
+            work.cost = [](std::size_t) { return kFolderCost; };
+            work.work = list;
+            work.take = [](std::size_t) { return true; };
+            work.idle = [] {};
+            runInOrder(work, workerCount(), UINT64_MAX);
+        }
+        level.clear();
+        std::size_t files = scan.files.size();
+        for (const auto &folder : contents) {
+            files += folder.found.files.size();
+        }
+        scan.files.reserve(files);
+        for (auto &folder : contents) {
+            failed = failed.ok() ? folder.outcome : failed;
+            for (const auto &inner : folder.found.folders) {
+                level.push_back(inner.path);
+            }
+            moveBehind(scan.files, folder.found.files);
+            moveBehind(scan.folders, folder.found.folders);
+            moveBehind(scan.leftOut, folder.found.leftOut);
+            moveBehind(scan.temporaries, folder.found.temporaries);
+            folder = {};
+        }
+    }
+    const auto byPath = [](const FoundFile &a, const FoundFile &b) { return a.path < b.path; };
+    std::sort(scan.files.begin(), scan.files.end(), byPath);
+    std::sort(scan.folders.begin(), scan.folders.end(), byPath);
+    return failed;
+}
+
+} // namespace ziplib

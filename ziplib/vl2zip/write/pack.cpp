@@ -1,0 +1,220 @@
+#include "ziplib/vl2zip/write/pack.h"
+
+#include "ziplib/codec/cipher.h"
+#include "ziplib/codec/codec.h"
+#include "ziplib/common/backgroundTask.h"
+#include "ziplib/common/objectPool.h"
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+namespace ziplib {
+
+namespace {
+
+// Where more effort costs several times the time and saves less than one byte in a hundred.
+constexpr int kLevel = 8;
+constexpr int kStreamLevel = 7;
+constexpr std::size_t kPiece = 256U << 10U;
+
+// The bytes before encrypted data: eleven that nobody can foretell and one that lets a wrong
+// password be noticed early.
+std::array<std::uint8_t, Cipher::headerSize> cipherHeader(std::uint32_t crc) {
+    std::random_device device;
+    std::array<std::uint8_t, Cipher::headerSize> header{};
+    for (auto &byte : header) {
+        byte = static_cast<std::uint8_t>(device());
+    }
+    header.back() = static_cast<std::uint8_t>(crc >> 24U);
+    return header;
+}
+
+Outcome readAll(SourceFile &file, Bytes &raw) {
+    raw.clear();
+    Bytes piece;
+    for (;;) {
+        // One read for what the file holds; the next one finds its end.
+        const auto wanted = static_cast<std::size_t>(file.version().size) + 1;
+        if (auto read = file.read(wanted, piece); !read.ok() || piece.empty()) {
+            return read;
+        }
+        if (raw.empty()) {
+            raw.swap(piece);
+        } else {
+            raw.insert(raw.end(), piece.begin(), piece.end());
+        }
+    }
+}
+
+void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &packing,
+               Bytes &data) {
+    const Loan<Deflater> deflater(kLevel);
+    const std::size_t before = password ? Cipher::headerSize : 0;
+    packing.size = raw.size();
+    packing.crc = crc32(0, raw.data(), raw.size());
+    packing.method = methodStored;
+    if (raw.size() > 1) {
+        const std::size_t room = raw.size() - 1;
+        data.resize(before + room);
+        const std::size_t size =
+            deflater->deflate(raw.data(), raw.size(), data.data() + before, room);
+        if (size > 0) {
+            packing.method = methodDeflated;
+            data.resize(before + size);
+        }
+    }
+    if (packing.method == methodStored) {
+        raw.insert(raw.begin(), before, 0);
+        data.swap(raw);
+    }
+    if (password) {
+        const auto header = cipherHeader(packing.crc);
+        std::copy(header.begin(), header.end(), data.begin());
+        Cipher(*password).encrypt(data.data(), data.size());
+    }
+    packing.packed = data.size();
+}
+
+// One pass of a streamed file into the archive.
+class Stream {
+  public:
+    Stream(SourceFile &file, Output &output, const std::optional<std::string> &password)
+        : m_file(file), m_output(output) {
+        if (password) {
+            m_cipher.emplace(*password);
+        }
+    }
+
+    Outcome header(std::uint32_t crc);
+    Outcome deflate(std::uint64_t limit);
+    Outcome store();
+    bool tooLarge() const { return m_tooLarge; }
+    std::uint64_t given() const { return m_given; }
+
+  private:
+    Outcome give(std::uint8_t *data, std::size_t size);
+
+    SourceFile &m_file;
+    Output &m_output;
+    std::optional<Cipher> m_cipher;
+    std::uint64_t m_given = 0;
+    bool m_tooLarge = false;
+    Bytes m_in;
+};
+
+Outcome Stream::give(std::uint8_t *data, std::size_t size) {
+    if (m_cipher) {
+        m_cipher->encrypt(data, size);
+    }
+    m_given += size;
+    return m_output.append(data, size);
+}
+
+Outcome Stream::header(std::uint32_t crc) {
+    if (!m_cipher) {
+        return {};
+    }
+    auto header = cipherHeader(crc);
+    return give(header.data(), header.size());
+}
+
+Outcome Stream::deflate(std::uint64_t limit) {
+    DeflateStream deflater(kStreamLevel);
+    Bytes out(kPiece);
+    for (bool ended = false; !ended;) {
+        if (auto read = m_file.read(kPiece, m_in); !read.ok()) {
+            return read;
+        }
+        const bool last = m_in.empty();
+        std::size_t taken = 0;
+        StreamStep step;
+        do {
+            step = deflater.step(m_in.data() + taken, m_in.size() - taken, out.data(), out.size(),
+                                 last);
+            taken += step.taken;
+            if (step.failed) {
+                return {Code::CannotWrite, m_file.name() + ": cannot be compressed"};
+            }
+            if (auto given = give(out.data(), step.given); !given.ok()) {
+                return given;
+            }
+        } while (!step.ended && (taken < m_in.size() || step.given == out.size() || last));
+        ended = step.ended;
+        if (m_given >= limit) {
+            m_tooLarge = true;
+            return {};
+        }
+    }
+    return {};
+}
+
+Outcome Stream::store() {
+    for (;;) {
+        if (auto read = m_file.read(kPiece, m_in); !read.ok() || m_in.empty()) {
+            return read;
+        }
+        if (auto given = give(m_in.data(), m_in.size()); !given.ok()) {
+            return given;
+        }
+    }
+}
+
+Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
+                   Packing &packing) {
+    const std::uint64_t start = output.position();
+    if (auto read = file.measure(packing.crc, packing.size); !read.ok()) {
+        return read;
+    }
+    for (const auto method : {methodDeflated, methodStored}) {
+        file.rewind();
+        if (auto done = output.rewind(start); !done.ok()) {
+            return done;
+        }
+        Stream stream(file, output, password);
+        auto done = stream.header(packing.crc);
+        if (done.ok()) {
+            done = method == methodDeflated ? stream.deflate(stream.given() + packing.size)
+                                            : stream.store();
+        }
+        if (!done.ok()) {
+            return done;
+        }
+        packing.method = method;
+        packing.packed = stream.given();
+        if (!stream.tooLarge()) {
+            break;
+        }
+    }
+    packing.version = file.version();
+    return {};
+}
+
+} // namespace
+
+Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
+                  Bytes &data) {
+    Bytes raw;
+    auto read = readWhole(file, [&] { return readAll(file, raw); });
+    if (read.ok()) {
+        packBytes(raw, password, packing, data);
+        packing.version = file.version();
+    }
+    return read;
+}
+
+Outcome packStreamed(SourceFile &file, const std::optional<std::string> &password,
+                     const std::function<void()> &idle, Output &output, Packing &packing) {
+    Outcome outcome;
+    const std::uint64_t start = output.position();
+    runInBackground({[&] {
+                        outcome = readWhole(file, [&] {
+                            const auto again = output.rewind(start);
+                            return again.ok() ? streamOnce(file, password, output, packing) : again;
+                        });
+                    }},
+                    idle);
+    return outcome;
+}
+
+} // namespace ziplib
