@@ -192,12 +192,12 @@ void cUnzip::GetVersion(std::int32_t &lMajor, std::int32_t &lMinor, std::int32_t
     std::memset(version.zlib_version, ' ', sizeof version.zlib_version - 1);
     mUnzip::QueryVersion(version);
 
-    constexpr qsizetype width = sizeof version.betalevel;
-    sExtraInfo = platform::fromNarrow(QByteArrayView(version.betalevel, width));
+    constexpr qsizetype kWidth = sizeof version.betalevel;
+    sExtraInfo = platform::fromNarrow(QByteArrayView(version.betalevel, kWidth));
     const qsizetype nul = sExtraInfo.indexOf(QChar(0));
     if (nul > 0)
         sExtraInfo.truncate(nul);
-    sExtraInfo = sExtraInfo.leftJustified(width, u' ');
+    sExtraInfo = sExtraInfo.leftJustified(kWidth, u' ');
     lMajor = version.windll.major;
     lMinor = version.windll.minor;
     lRevision = version.windll.patchlevel;

@@ -126,9 +126,9 @@ QDateTime mUnzip::EntryDate(std::int32_t yr, std::int32_t mo, std::int32_t dy, s
     // shift or vanish where the clocks are put forward here. Counting from a time that is in UTC
     // already is the fastest way to another one.
     static const QDateTime epoch = QDateTime::fromSecsSinceEpoch(0).toUTC();
-    constexpr std::int64_t minutesADay = 24 * 60;
+    constexpr std::int64_t kMinutesADay = 24 * 60;
     const std::int64_t minutes =
-        epoch.date().daysTo(date) * minutesADay + std::int64_t{hh} * 60 + mm;
+        epoch.date().daysTo(date) * kMinutesADay + std::int64_t{hh} * 60 + mm;
     return epoch.addSecs(minutes * 60);
 }
 

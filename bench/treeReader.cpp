@@ -30,10 +30,9 @@ std::uint64_t readFile(const std::string &path, std::vector<char> &buffer) {
 
 bench::TreeRead bench::readTree(const fs::path &root, unsigned threads) {
     std::vector<std::string> files;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root)) {
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(root))
         if (entry.is_regular_file())
             files.push_back(entry.path().string());
-    }
     std::atomic<std::size_t> next{0};
     std::atomic<std::uint64_t> bytes{0};
     std::atomic<bool> failed{false};

@@ -82,33 +82,31 @@ std::int32_t clean(const std::string &archive, const std::string &folder) {
     const std::int32_t code = unzip(archive, "", true);
     if (code > 1)
         return code;
-    platform::Sweep sweep(QString::fromStdString(folder));
+    platform::WorkFolderCleaner cleaner(QString::fromStdString(folder));
     std::set<std::string, std::greater<>> folders; // a folder comes after those inside it
     for (const std::string &name : listing().names) {
         for (std::size_t cut = name.rfind('/'); cut != std::string::npos && cut > 0;
-             cut = name.rfind('/', cut - 1)) {
+             cut = name.rfind('/', cut - 1))
             if (!folders.insert(name.substr(0, cut)).second)
                 break;
-        }
         if (!name.empty() && name.back() != '/')
-            sweep.deleteFile(QString::fromStdString(name));
+            cleaner.deleteFile(QString::fromStdString(name));
     }
     for (const std::string &path : folders) {
-        sweep.deleteFilesIn(QString::fromStdString(path));
-        sweep.removeFolder(QString::fromStdString(path));
+        cleaner.deleteFilesIn(QString::fromStdString(path));
+        cleaner.removeFolder(QString::fromStdString(path));
     }
-    sweep.deleteFilesIn(QString());
-    return sweep.removeFolder(QString()) ? 0 : 1;
+    cleaner.deleteFilesIn(QString());
+    return cleaner.removeFolder(QString()) ? 0 : 1;
 }
 
 // Of this program alone: what getrusage tells counts also the one that started it.
 long peakKib() {
     std::ifstream status("/proc/self/status");
     std::string line;
-    while (std::getline(status, line)) {
+    while (std::getline(status, line))
         if (line.starts_with("VmHWM:"))
             return std::stol(line.substr(6));
-    }
     return -1;
 }
 

@@ -250,10 +250,9 @@ void frmSettings::Browse(std::size_t row) {
 }
 
 void frmSettings::SaveSettings() {
-    for (std::size_t i = 0; i < kRowCount; ++i) {
+    for (std::size_t i = 0; i < kRowCount; ++i)
         for (const char *value : rows().at(i).writtenValues)
             RegSetString(kHkeyLocalMachine, programsKey(), text(value), m_rows.at(i).box->text());
-    }
 }
 
 void frmSettings::CloseSettings() {

@@ -99,8 +99,8 @@ void setLayoutFont(QWidget *window) {
 }
 
 void fitCaptions(QWidget *window) {
-    constexpr int margin = 4;     // pixels to each side
-    constexpr int narrowest = 70; // percent of the font's own width
+    constexpr int kMargin = 4;     // pixels to each side
+    constexpr int kNarrowest = 70; // percent of the font's own width
     const QList<QPushButton *> buttons = window->findChildren<QPushButton *>();
     const auto fits = [](const QPushButton *button, const QFont &font) {
         QStyleOptionButton option;
@@ -109,21 +109,20 @@ void fitCaptions(QWidget *window) {
         const int room =
             style->subElementRect(QStyle::SE_PushButtonContents, &option, button).width();
         const QSize text = QFontMetrics(font).size(Qt::TextShowMnemonic, button->text());
-        return text.width() + 2 * margin <= room;
+        return text.width() + 2 * kMargin <= room;
     };
     // All of them alike: one narrow caption among wide ones looks like a mistake.
     QFont font = window->font();
     int stretch = 100;
     for (const QPushButton *button : buttons) {
-        while (stretch > narrowest && !fits(button, font)) {
+        while (stretch > kNarrowest && !fits(button, font)) {
             stretch -= 5;
             font.setStretch(stretch);
         }
     }
-    if (stretch != 100) {
+    if (stretch != 100)
         for (QPushButton *button : buttons)
             button->setFont(font);
-    }
 }
 
 void centreOnScreen(QWidget *window) {

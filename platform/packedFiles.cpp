@@ -91,7 +91,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
     bool sameSize = false;
     auto known = m_files.constFind(first);
     for (std::uint64_t key = first; known != m_files.cend(); known = m_files.constFind(++key)) {
-        if (known->size != now.size && known->size != anySize)
+        if (known->size != now.size && known->size != kAnySize)
             continue;
         if (timesTell && known->timesTell && known->version == version)
             return true;
@@ -100,10 +100,9 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
     const std::optional<Content> content = sameSize ? contentOf(read) : std::nullopt;
     known = m_files.constFind(first);
     for (std::uint64_t key = first; content && known != m_files.cend();
-         known = m_files.constFind(++key)) {
-        if ((known->size == content->size || known->size == anySize) && known->crc == content->crc)
+         known = m_files.constFind(++key))
+        if ((known->size == content->size || known->size == kAnySize) && known->crc == content->crc)
             return true;
-    }
     return false;
 }
 

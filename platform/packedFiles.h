@@ -19,7 +19,7 @@ class PackedFiles {
     // `path` is relative to the work folder. `seen` is the file as it was read, `crc` the CRC-32 of
     // its bytes, `began` the time by its disk's clock before it was read (INT64_MIN: not known).
     // With a size of `anySize`, files of every size are compared by their bytes.
-    static constexpr std::uint64_t anySize = UINT64_MAX;
+    static constexpr std::uint64_t kAnySize = UINT64_MAX;
     void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began);
 
     // Whether the disk's clock has not been set back since the files were read: from then on the

@@ -12,12 +12,12 @@ namespace platform {
 // costs one system call a file. Names are relative to the work folder, in the program's form. No
 // step raises an error and none leaves the work folder, links included: each says whether it was
 // done, and a caller that goes on loses nothing.
-class Sweep {
+class WorkFolderCleaner {
   public:
-    explicit Sweep(const QString &workFolder);
-    ~Sweep();
-    Sweep(const Sweep &) = delete;
-    Sweep &operator=(const Sweep &) = delete;
+    explicit WorkFolderCleaner(const QString &workFolder);
+    ~WorkFolderCleaner();
+    WorkFolderCleaner(const WorkFolderCleaner &) = delete;
+    WorkFolderCleaner &operator=(const WorkFolderCleaner &) = delete;
 
     // From now on deletes only files that an archive holds, a link by the file that it leads to,
     // and says of every other that it was not deleted. `packed` must outlive this.

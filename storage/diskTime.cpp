@@ -5,12 +5,10 @@ namespace platform {
 Status Folder::newFileInfo(FileInfo &info) const {
     NewFile file;
     InputFile opened;
-    if (Status made = file.create(*this); !made.ok()) {
+    if (Status made = file.create(*this); !made.ok())
         return made;
-    }
-    if (Status reopened = file.openWritten(opened); !reopened.ok()) {
+    if (Status reopened = file.openWritten(opened); !reopened.ok())
         return reopened;
-    }
     return opened.info(info);
 }
 

@@ -16,17 +16,15 @@ Status NewFile::setAside(const std::string &name) {
     Status status;
     for (int number = 1; number <= kMostKept; ++number) {
         status = takeFreeName(keptName(name, number));
-        if (!status.is(Failure::Exists)) {
+        if (!status.is(Failure::Exists))
             break;
-        }
     }
     return status;
 }
 
 Status NewFile::keep(const std::string &name, const Status &failed) {
-    if (isTemporaryName(m_temporary)) {
+    if (isTemporaryName(m_temporary))
         (void)setAside(name);
-    }
     const std::string path = m_folder->pathOf(std::exchange(m_temporary, std::string()));
     discard();
     // One that is about to go can still be listed.

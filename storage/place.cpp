@@ -2,14 +2,12 @@
 
 namespace platform {
 
-std::string Place::path() const {
-    if (below.empty()) {
+std::string Location::path() const {
+    if (below.empty())
         return folder;
-    }
     std::string whole = folder;
-    if (!whole.empty() && whole.back() != '/' && whole.back() != '\\') {
+    if (!whole.empty() && whole.back() != '/' && whole.back() != '\\')
         whole += '/';
-    }
     return whole + below;
 }
 

@@ -19,10 +19,10 @@ namespace platform {
 // the system has a place for them. Archive is what systems put on files by themselves: it is set
 // where it comes with another one, and never told, so that the same edits give the same archive
 // everywhere.
-constexpr std::uint8_t attributeReadOnly = 0x01;
-constexpr std::uint8_t attributeHidden = 0x02;
-constexpr std::uint8_t attributeSystem = 0x04;
-constexpr std::uint8_t attributeArchive = 0x20;
+constexpr std::uint8_t kAttributeReadOnly = 0x01;
+constexpr std::uint8_t kAttributeHidden = 0x02;
+constexpr std::uint8_t kAttributeSystem = 0x04;
+constexpr std::uint8_t kAttributeArchive = 0x20;
 
 struct FileInfo {
     enum class Kind { File, Folder, Link, Other };
@@ -43,7 +43,7 @@ inline bool sameFile(const FileInfo &a, const FileInfo &b) {
 }
 
 // A file or folder below another one.
-struct Place {
+struct Location {
     std::string folder; // whole path; "" is the current folder
     std::string below;  // "/" between the components; "" is the folder itself
 
@@ -67,7 +67,7 @@ class InputFile {
     Status open(const std::string &path);
     // The same; tells what is known of the file as it was opened.
     Status open(const std::string &path, FileInfo &info);
-    Status open(const Place &place, FileInfo &info);
+    Status open(const Location &place, FileInfo &info);
     bool isOpen() const { return m_handle != -1; }
     void close();
 
@@ -76,7 +76,7 @@ class InputFile {
     // What is known of the file as it is now.
     Status info(FileInfo &info) const;
     // Tells the system that its bytes need not be kept in memory for quick reading any more.
-    void forget() const;
+    void dropCache() const;
     // Hidden and system as recorded for the file, and read-only.
     Status attributes(std::uint8_t &attributes) const;
     // Holds the file for this handle alone among all that lock it, until it is closed. Waits up to
@@ -87,7 +87,7 @@ class InputFile {
 
   private:
     friend class Folder;
-    friend class NameClaim;
+    friend class NameLock;
     friend class NewFile;
 
     std::intptr_t m_handle = -1;
@@ -114,7 +114,7 @@ class Folder {
 
     // Opens a folder by its path ("" is the current one), links followed.
     Status open(const std::string &path);
-    Status open(const Place &place);
+    Status open(const Location &place);
     // Opens a folder directly in this one. WrongKind for a file or a link.
     Status openFolder(const std::string &name, Folder &folder) const;
     // Makes a folder in this one. Exists where the name is taken by anything.
@@ -152,7 +152,7 @@ class Folder {
     std::string pathOf(const std::string &name) const;
 
   private:
-    friend class NameClaim;
+    friend class NameLock;
     friend class NewFile;
 
     std::intptr_t m_handle = -1;
@@ -163,12 +163,12 @@ class Folder {
 // becomes of the file of that name meanwhile. Where a lock on that file does as much, which is
 // wherever the name of an open file can safely be given to another one, it costs nothing and claims
 // nothing. Neither can be claimed on a disk without locks.
-class NameClaim {
+class NameLock {
   public:
-    NameClaim() = default;
-    ~NameClaim() { release(); }
-    NameClaim(const NameClaim &) = delete;
-    NameClaim &operator=(const NameClaim &) = delete;
+    NameLock() = default;
+    ~NameLock() { release(); }
+    NameLock(const NameLock &) = delete;
+    NameLock &operator=(const NameLock &) = delete;
 
     // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
     // that takes no new file, nothing can be replaced and nothing is claimed. `folder` must outlive
@@ -179,7 +179,7 @@ class NameClaim {
 
   private:
     const Folder *m_folder = nullptr;
-    std::string m_claim;
+    std::string m_nameLock;
     InputFile m_file;
 };
 
@@ -265,7 +265,7 @@ bool linesEndInCrLf();
 bool namesIgnoreCase();
 // Notices that the time zone was changed, which costs a look at the disk: once for each call of a
 // library.
-void noticeTimeZone();
+void reloadTimeZone();
 // The local calendar time of an instant in seconds since 1970, UTC. False where there is none.
 // May be called from several threads.
 bool localTime(std::int64_t seconds, std::tm &parts);

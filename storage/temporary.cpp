@@ -27,9 +27,8 @@ std::string reservedName(std::uint64_t number) {
 
 bool isTemporaryName(std::string_view name) {
     if (name.size() <= kStart.size() + kEnd.size() || name.substr(0, kStart.size()) != kStart ||
-        name.substr(name.size() - kEnd.size()) != kEnd) {
+        name.substr(name.size() - kEnd.size()) != kEnd)
         return false;
-    }
     const std::string_view number =
         name.substr(kStart.size(), name.size() - kStart.size() - kEnd.size());
     return number.find_first_not_of("0123456789abcdef") == std::string_view::npos;

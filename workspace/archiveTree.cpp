@@ -190,9 +190,8 @@ int ArchiveTree::Find(const QString &prefix, int start) const {
     if (m_nodes.Count() == 0)
         return 0;
     int node = start == 0 ? m_folders.front() : start;
-    for (int seen = 0; seen < m_nodes.Count(); ++seen, node = NodeAfter(node)) {
+    for (int seen = 0; seen < m_nodes.Count(); ++seen, node = NodeAfter(node))
         if (m_nodes.Text(node).startsWith(prefix, Qt::CaseInsensitive))
             return node;
-    }
     return 0;
 }

@@ -34,9 +34,8 @@ constexpr std::array kCategories{
 
 int ImageOfFile(const QString &fileName) {
     const QString type = fileName.right(3).toUpper();
-    for (const Category &category : kCategories) {
+    for (const Category &category : kCategories)
         if (type == QStringView(category.type))
             return category.image;
-    }
     return kDocument;
 }

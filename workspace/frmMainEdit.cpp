@@ -48,10 +48,9 @@ constexpr SpecialForm kSpecialForms[] = {
 
 QString commandLine(const QString &program, const QString &file) {
     const QString upper = program.toUpper();
-    for (const SpecialForm &form : kSpecialForms) {
+    for (const SpecialForm &form : kSpecialForms)
         if (upper.contains(QString::fromUtf16(form.part)))
             return quoted(program) + QString::fromUtf16(form.between) + quotedArgument(file);
-    }
     return program + u' ' + file;
 }
 

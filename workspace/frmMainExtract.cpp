@@ -45,7 +45,7 @@ QSet<QString> namesBelow(const QString &folder) {
 
 // Removes a work folder and the folders below it that are empty, but for those in `before`.
 void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
-                        platform::Sweep &sweep) {
+                        platform::WorkFolderCleaner &cleaner) {
     const QString top = platform::nativePath(workFolder);
     QStringList folders;
     QDirIterator below(top, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot,
@@ -55,11 +55,10 @@ void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
     // What is in a folder has the longer path.
     std::sort(folders.begin(), folders.end(),
               [](const QString &left, const QString &right) { return left.size() > right.size(); });
-    for (const QString &folder : std::as_const(folders)) {
+    for (const QString &folder : std::as_const(folders))
         if (!before.contains(comparable(folder)))
-            sweep.removeFolder(folder);
-    }
-    sweep.removeFolder({});
+            cleaner.removeFolder(folder);
+    cleaner.removeFolder({});
 }
 
 } // namespace
@@ -98,15 +97,15 @@ QString frmMain::PrepareWorkFolder() {
 }
 
 void frmMain::ClearFileAttributes() {
-    platform::Sweep sweep(WorkFolder());
+    platform::WorkFolderCleaner cleaner(WorkFolder());
     // A hidden file is not found, and the tree's first may be one.
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (nodes.Count() > 0)
-        sweep.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
+        cleaner.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
     if (FileExists(ProbeFile()) == 0)
         return;
     for (int line = 0; line < m_lines->Count(); ++line) {
-        sweep.clearAttributes(m_lines->Text(line));
+        cleaner.clearAttributes(m_lines->Text(line));
         if ((line & 0x3F) == 0)
             platform::repaintPending();
     }
@@ -124,24 +123,24 @@ QString frmMain::ExtractionNote() const {
 // up. Left behind, its files would be kept by the next extraction and be packed over a newer
 // archive's.
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
-    platform::Sweep sweep(WorkFolder());
+    platform::WorkFolderCleaner cleaner(WorkFolder());
     // A file that somebody has saved there since is not the archive's.
     platform::PackedFiles extracted;
     platform::FileInfo anyVersion;
-    anyVersion.size = platform::PackedFiles::anySize;
+    anyVersion.size = platform::PackedFiles::kAnySize;
     for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
         extracted.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
                       static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
-    sweep.deleteOnly(extracted);
+    cleaner.deleteOnly(extracted);
     for (int line = 0; line < m_lines->Count(); ++line) {
         const QString file = m_lines->Text(line);
         const QString name = file.startsWith('\\') ? file.mid(1) : file;
         if (StaysBelow(file) && !before.contains(comparable(name)))
-            sweep.deleteFile(file);
+            cleaner.deleteFile(file);
         if ((line & 0x3F) == 0)
             platform::repaintPending();
     }
-    removeEmptyFolders(WorkFolder(), before, sweep);
+    removeEmptyFolders(WorkFolder(), before, cleaner);
 
     const ArchiveNodes &nodes = m_tree->Nodes();
     const QString folder = nodes.Text(1).isEmpty() ? QString() : nodes.Text(1) + '\\';

@@ -94,26 +94,26 @@ void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
     if (FileExists(ProbeFile()) != 0) {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
-        platform::Sweep sweep(WorkFolder());
+        platform::WorkFolderCleaner cleaner(WorkFolder());
         // What an editor wrote while the archive was being saved may not be in it.
         if (packed != nullptr)
-            sweep.deleteOnly(*packed);
+            cleaner.deleteOnly(*packed);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
             // A read-only file goes as well; only one that stays needs its attributes cleared.
-            if (!sweep.deleteFile(file))
-                sweep.clearAttributes(file);
+            if (!cleaner.deleteFile(file))
+                cleaner.clearAttributes(file);
             SetProgress(line);
         }
-        sweep.deleteFilesIn({});
+        cleaner.deleteFilesIn({});
         for (int node = nodes.Count(); node >= 1; --node) {
             if (!nodes.HasChildren(node))
                 continue;
-            sweep.deleteFilesIn(nodes.Text(node));
-            sweep.removeFolder(nodes.Text(node));
+            cleaner.deleteFilesIn(nodes.Text(node));
+            cleaner.removeFolder(nodes.Text(node));
             platform::repaintPending();
         }
-        sweep.removeFolder({});
+        cleaner.removeFolder({});
         ProgressBar->hide();
     }
     UpdateButtons();

@@ -36,10 +36,9 @@ QString Reason(std::int32_t code, const QString &message) {
         return QStringLiteral("the disk has no room for it: ") + said;
     if (!said.isEmpty())
         return said;
-    for (const Meaning &meaning : kMeanings) {
+    for (const Meaning &meaning : kMeanings)
         if (meaning.code == code)
             return meaning.text;
-    }
     return QStringLiteral("error %1").arg(code);
 }
 
@@ -48,10 +47,10 @@ QString OddArchiveNote(const QString &reason) {
 }
 
 QString LeftoversNote(const QStringList &paths) {
-    constexpr qsizetype named = 10;
-    QString names = paths.mid(0, named).join(", ");
-    if (paths.size() > named)
-        names += QStringLiteral(" and %1 more").arg(paths.size() - named);
+    constexpr qsizetype kNamed = 10;
+    QString names = paths.mid(0, kNamed).join(", ");
+    if (paths.size() > kNamed)
+        names += QStringLiteral(" and %1 more").arg(paths.size() - kNamed);
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
         .arg(names);

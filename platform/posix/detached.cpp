@@ -74,10 +74,9 @@ void resetSignals() {
 }
 
 [[noreturn]] void becomeProgram(const Plan &plan) {
-    for (int standard = 0; standard < kReport; ++standard) {
+    for (int standard = 0; standard < kReport; ++standard)
         if (::dup2(plan.null, standard) < 0)
             giveUp(plan);
-    }
     if (plan.firstClosed > kReport && ::dup2(plan.report, kReport) < 0)
         giveUp(plan);
     closeAtExecution(plan.firstClosed, plan.lastDescriptor);
@@ -103,10 +102,9 @@ int waitForReport(int report, StartedWhen started) {
 
 std::vector<char *> environmentFor(StartedWhen started, std::string &report) {
     std::vector<char *> variables;
-    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
         if (std::strncmp(*variable, kReportVariable, std::strlen(kReportVariable)) != 0)
             variables.push_back(*variable);
-    }
     report = kReportVariable + std::to_string(kReport);
     if (started == StartedWhen::ReportedItself)
         variables.push_back(report.data());

@@ -18,16 +18,16 @@ using ReadAttribute = ssize_t (*)(const char *, const char *, void *, std::size_
 
 int readBits(ReadAttribute read, const char *path) {
     return readDosBits(
-        [=](void *value, std::size_t size) { return read(path, dosAttributeName, value, size); });
+        [=](void *value, std::size_t size) { return read(path, kDosAttributeName, value, size); });
 }
 
 int storeBits(const char *path, int bits) {
     int result = 0;
     if (bits == 0) {
-        result = ::removexattr(path, dosAttributeName);
+        result = ::removexattr(path, kDosAttributeName);
     } else {
         const QByteArray text = "0x" + QByteArray::number(bits, 16);
-        result = ::setxattr(path, dosAttributeName, text.constData(),
+        result = ::setxattr(path, kDosAttributeName, text.constData(),
                             static_cast<std::size_t>(text.size()), 0);
     }
     if (result == 0 || (bits & kNeededBits) == 0)
@@ -46,7 +46,7 @@ int storedBitsOfEntry(const char *path) {
 }
 
 bool dropStoredBits(const char *path) {
-    return ::lremovexattr(path, dosAttributeName) == 0 || errno == ENODATA || errno == ENOTSUP;
+    return ::lremovexattr(path, kDosAttributeName) == 0 || errno == ENODATA || errno == ENOTSUP;
 }
 
 int attributeBits(const char *path, const struct stat &info) {

@@ -44,10 +44,9 @@ int matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteA
     if (!entries.isOpen())
         return errno;
     const NamePattern matcher(pattern);
-    while (const dirent *entry = entries.next()) {
+    while (const dirent *entry = entries.next())
         if (matcher.matches(nameText(entry->d_name)))
             names.append(entry->d_name);
-    }
     return 0;
 }
 

@@ -57,19 +57,17 @@ Steps takeApart(const QString &path) {
         steps.start = "/";
     }
     rest.replace(u'\\', u'/');
-    for (const QByteArray &component : toNarrow(rest).split('/')) {
+    for (const QByteArray &component : toNarrow(rest).split('/'))
         if (!component.isEmpty() && component != ".")
             steps.components.append(component);
-    }
     return steps;
 }
 
 // The stored name of a component of the path that `folder` (ending in "/", or "") leads to.
 QByteArray storedComponent(const QByteArray &folder, const QByteArray &name) {
-    for (const QByteArray &candidate : {name, withoutTrailingBlanks(name)}) {
+    for (const QByteArray &candidate : {name, withoutTrailingBlanks(name)})
         if (!candidate.isEmpty() && isStored(folder + candidate))
             return candidate;
-    }
     return findName(FolderEntries(folder.isEmpty() ? QByteArray(".") : folder), name);
 }
 

@@ -71,7 +71,7 @@ bool onFile(FolderCache &folders, const QString &path, Step step) {
 
 } // namespace
 
-struct Sweep::State {
+struct WorkFolderCleaner::State {
     explicit State(const QString &workFolder) : path(resolve(workFolder)), folders(path) {}
 
     // Deletes a name of an open folder, which `file` leads to from the work folder.
@@ -89,7 +89,8 @@ struct Sweep::State {
 };
 
 // Sets errno where it is not.
-bool Sweep::State::isPacked(int folder, const QByteArray &name, QStringView file) const {
+bool WorkFolderCleaner::State::isPacked(int folder, const QByteArray &name,
+                                        QStringView file) const {
     struct stat info = {};
     if (keepsInfo)
         refreshInfo(folder, name.constData(), AT_SYMLINK_NOFOLLOW);
@@ -125,29 +126,29 @@ bool Sweep::State::isPacked(int folder, const QByteArray &name, QStringView file
     return false;
 }
 
-Sweep::Sweep(const QString &workFolder)
+WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
     : m_workFolder(workFolder), m_state(std::make_unique<State>(workFolder)) {}
 
-Sweep::~Sweep() = default;
+WorkFolderCleaner::~WorkFolderCleaner() = default;
 
-void Sweep::deleteOnly(const PackedFiles &packed) {
+void WorkFolderCleaner::deleteOnly(const PackedFiles &packed) {
     m_state->packed = &packed;
     m_state->timesTell = packed.isClockRunning(m_workFolder);
     Folder folder;
     m_state->keepsInfo = folder.open(m_state->path.toStdString()).ok() && folder.keepsInfo();
 }
 
-bool Sweep::clearAttributes(const QString &file) {
+bool WorkFolderCleaner::clearAttributes(const QString &file) {
     return onFile(m_state->folders, file, makeNormal);
 }
 
-bool Sweep::deleteFile(const QString &file) {
-    return onFile(m_state->folders, file, [&](int folder, const QByteArray &name) {
-        return m_state->deleteIn(folder, name, file);
-    });
+bool WorkFolderCleaner::deleteFile(const QString &file) {
+    return onFile(
+        m_state->folders, file,
+        [&](int folder, const QByteArray &name) { return m_state->deleteIn(folder, name, file); });
 }
 
-bool Sweep::deleteFilesIn(const QString &folder) {
+bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
     OpenFolder *opened = m_state->folders.open(folder);
     if (opened == nullptr)
         return false;
@@ -157,10 +158,9 @@ bool Sweep::deleteFilesIn(const QString &folder) {
         return false;
     // Read to the end before anything is deleted: what a reading gives after that is not defined.
     std::vector<QByteArray> names;
-    while (const dirent *entry = entries.next()) {
+    while (const dirent *entry = entries.next())
         if (!isFolder(descriptor, *entry))
             names.emplace_back(entry->d_name);
-    }
     bool noneLeft = true;
     for (const QByteArray &name : names) {
         const int bits = storedBitsOfEntry(pathThrough(descriptor, name).constData());
@@ -172,7 +172,7 @@ bool Sweep::deleteFilesIn(const QString &folder) {
     return noneLeft;
 }
 
-bool Sweep::removeFolder(const QString &folder) {
+bool WorkFolderCleaner::removeFolder(const QString &folder) {
     FolderCache &folders = m_state->folders;
     const bool removed = folder.isEmpty()
                              ? ::rmdir(m_state->path.constData()) == 0

@@ -61,7 +61,7 @@ bool makeNormal(HANDLE folder, const std::string &name) {
 
 } // namespace
 
-struct Sweep::State {
+struct WorkFolderCleaner::State {
     struct Used {
         QString folder;
         Handle handle;
@@ -129,8 +129,8 @@ struct Sweep::State {
 
 // By one handle, which lets nobody write meanwhile: the times of a file that is being written to
 // may be those of before.
-NTSTATUS Sweep::State::deletePacked(HANDLE folder, const std::string &name,
-                                    QStringView file) const {
+NTSTATUS WorkFolderCleaner::State::deletePacked(HANDLE folder, const std::string &name,
+                                                QStringView file) const {
     Access access;
     access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
@@ -161,32 +161,32 @@ NTSTATUS Sweep::State::deletePacked(HANDLE folder, const std::string &name,
                                                                : kNotPacked;
 }
 
-Sweep::Sweep(const QString &workFolder)
+WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
     : m_workFolder(workFolder), m_state(std::make_unique<State>()) {
     m_state->path = longPath(workFolder);
     m_state->openRoot();
 }
 
-Sweep::~Sweep() = default;
+WorkFolderCleaner::~WorkFolderCleaner() = default;
 
-void Sweep::deleteOnly(const PackedFiles &packed) {
+void WorkFolderCleaner::deleteOnly(const PackedFiles &packed) {
     m_state->packed = &packed;
     m_state->timesTell = packed.isClockRunning(m_workFolder);
 }
 
-bool Sweep::clearAttributes(const QString &file) {
+bool WorkFolderCleaner::clearAttributes(const QString &file) {
     const auto parts = relativeName(file);
     const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
     return folder != INVALID_HANDLE_VALUE && makeNormal(folder, parts->name);
 }
 
-bool Sweep::deleteFile(const QString &file) {
+bool WorkFolderCleaner::deleteFile(const QString &file) {
     const auto parts = relativeName(file);
     const HANDLE folder = parts ? m_state->open(parts->folder) : INVALID_HANDLE_VALUE;
     return folder != INVALID_HANDLE_VALUE && m_state->deleteIn(folder, parts->name, file) >= 0;
 }
 
-bool Sweep::deleteFilesIn(const QString &folder) {
+bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
     const HANDLE opened = m_state->open(folder);
     if (opened == INVALID_HANDLE_VALUE)
         return false;
@@ -194,10 +194,10 @@ bool Sweep::deleteFilesIn(const QString &folder) {
     std::vector<std::string> names;
     const DWORD error =
         listOpened(opened, [&](const std::string &name, DWORD attributes, FileInfo::Kind) {
-            constexpr DWORD kept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+            constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
             if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
                 return;
-            if ((attributes & kept) != 0)
+            if ((attributes & kKept) != 0)
                 noneLeft = false;
             else
                 names.push_back(name);
@@ -211,7 +211,7 @@ bool Sweep::deleteFilesIn(const QString &folder) {
     return error == ERROR_SUCCESS && noneLeft;
 }
 
-bool Sweep::removeFolder(const QString &folder) {
+bool WorkFolderCleaner::removeFolder(const QString &folder) {
     m_state->close(folder);
     if (folder.isEmpty()) {
         const bool removed = RemoveDirectoryW(wide(m_state->path)) != FALSE;

@@ -151,10 +151,9 @@ std::optional<ValueLine> Hive::find(QStringView path, QStringView name) const {
     const QString folded = foldCase(name);
     for (auto part = found.sections.rbegin(); part != found.sections.rend(); ++part) {
         std::vector<ValueLine> lines = valueLines(**part);
-        for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        for (auto line = lines.rbegin(); line != lines.rend(); ++line)
             if (foldCase(line->name) == folded)
                 return std::move(*line);
-        }
     }
     return std::nullopt;
 }

@@ -69,8 +69,8 @@ bool visitPlaces(const QString &path, Visit visit) {
 }
 
 bool exists(const QString &path) {
-    return visitPlaces(path,
-                       [](const Hive &hive, const QString &place) { return hive.hasKey(place); });
+    return visitPlaces(
+        path, [](const Hive &hive, const QString &place) { return hive.hasKey(place); });
 }
 
 // The value in the first place that has it, whatever its type.

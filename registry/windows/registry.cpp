@@ -36,21 +36,20 @@ struct OpenKey {
 
 // Virtual copies of the 32-bit view lie under the name that the view has in the whole registry.
 QByteArray twinPath(const QByteArray &path) {
-    constexpr char software[] = "software\\";
-    constexpr qsizetype length = sizeof software - 1;
-    if (path.toLower().startsWith(software))
-        return QByteArray(kVirtualStore) + path.first(length) + "Wow6432Node\\" +
-               path.sliced(length);
+    constexpr char kSoftware[] = "software\\";
+    constexpr qsizetype kLength = sizeof kSoftware - 1;
+    if (path.toLower().startsWith(kSoftware))
+        return QByteArray(kVirtualStore) + path.first(kLength) + "Wow6432Node\\" +
+               path.sliced(kLength);
     return QByteArray(kVirtualStore) + path;
 }
 
 // The path ends at a NUL, without separators that are too many.
 QByteArray keyPath(const QByteArray &given) {
     QByteArrayList parts;
-    for (const QByteArray &part : QByteArray(given.constData()).split('\\')) {
+    for (const QByteArray &part : QByteArray(given.constData()).split('\\'))
         if (!part.isEmpty())
             parts.append(part);
-    }
     return parts.join('\\');
 }
 
@@ -163,10 +162,9 @@ std::int32_t RegQueryValueExA(RegKey key, const QByteArray &name, std::uint32_t 
         return kInvalidHandle;
     // The user's own copy comes first, as Windows reads it for such programs.
     LSTATUS result = ERROR_FILE_NOT_FOUND;
-    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()}) {
+    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
         if (place != nullptr && result == ERROR_FILE_NOT_FOUND)
             result = query(place, name, type, data, size);
-    }
     return result;
 }
 
@@ -198,10 +196,9 @@ std::int32_t RegValueNames(RegKey key, QByteArrayList &names) {
         return kInvalidHandle;
     QSet<QByteArray> known;
     LSTATUS result = ERROR_SUCCESS;
-    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()}) {
+    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
         if (place != nullptr && result == ERROR_SUCCESS)
             result = addNames(place, known, names);
-    }
     return result;
 }
 

@@ -20,8 +20,8 @@ namespace platform {
 namespace {
 
 // On disks of other machines, programs there are given a second to let go of a file.
-constexpr int renameRounds = 40;
-constexpr std::chrono::milliseconds renamePause{25};
+constexpr int kRenameRounds = 40;
+constexpr std::chrono::milliseconds kRenamePause{25};
 
 // Gives a file without a name one, which nothing else may have.
 int linkNameless(int file, int folder, const char *name) {
@@ -53,8 +53,8 @@ int renameByLink(int folder, const char *from, const char *to) {
 // The answers where a program holds what is to be replaced. A server that deletes the held file as
 // soon as it can says of its name that nothing is there.
 bool mayBeHeld(int error) {
-    constexpr int held[] = {EACCES, EPERM, EBUSY, ETXTBSY, ENOENT};
-    return std::find(std::begin(held), std::end(held), error) != std::end(held);
+    constexpr int kHeld[] = {EACCES, EPERM, EBUSY, ETXTBSY, ENOENT};
+    return std::find(std::begin(kHeld), std::end(kHeld), error) != std::end(kHeld);
 }
 
 bool sameContent(const FileInfo &a, const FileInfo &b) {
@@ -70,17 +70,15 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
     if (m_temporary.empty()) {
         // Only a file with a name can take the place of another.
         const std::string first = replace == Replace::No ? name : temporaryName();
-        if (linkNameless(file, folder, first.c_str()) != 0) {
+        if (linkNameless(file, folder, first.c_str()) != 0)
             status = errnoStatus(errno, "cannot create", m_folder->pathOf(name));
-        } else if (replace == Replace::Yes) {
+        else if (replace == Replace::Yes)
             m_temporary = first;
-        }
     } else if (replace == Replace::No) {
         status = takeFreeName(name);
     }
-    if (status.ok() && replace == Replace::Yes) {
+    if (status.ok() && replace == Replace::Yes)
         status = replaceFile(name, replaced);
-    }
     if (!status.ok()) {
         discard();
         return status;
@@ -103,15 +101,13 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     const bool known = replaced != nullptr && replaced->info(old).ok();
     const auto letGo = [&] {
         Status aside = replaced != nullptr && replaced->isOpen() ? setAside(name) : Status();
-        if (aside.ok() && replaced != nullptr) {
+        if (aside.ok() && replaced != nullptr)
             replaced->close();
-        }
         return aside;
     };
     if (replaced != nullptr && !replacesOpenFiles(folder)) {
-        if (Status aside = letGo(); !aside.ok()) {
+        if (Status aside = letGo(); !aside.ok())
             return aside;
-        }
     }
     const auto rename = [&] {
         return renameat(folder, m_temporary.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
@@ -119,11 +115,10 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     FileInfo there;
     const auto isThere = [&] { return m_folder->info(name, there).ok(); };
     int error = rename();
-    const int rounds = error == 0 || replacesOpenFiles(folder) ? 1 : renameRounds;
+    const int rounds = error == 0 || replacesOpenFiles(folder) ? 1 : kRenameRounds;
     for (int round = 0; mayBeHeld(error) && round < rounds; ++round) {
-        if (round > 0) {
-            std::this_thread::sleep_for(renamePause);
-        }
+        if (round > 0)
+            std::this_thread::sleep_for(kRenamePause);
         (void)letGo();
         // Meanwhile another program may put its own file there.
         if (known && isThere() && !sameContent(there, old)) {
@@ -132,14 +127,11 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         }
         error = rename();
     }
-    if (error == 0) {
+    if (error == 0)
         return {};
-    }
     struct stat own {};
-    if (fstat(static_cast<int>(m_handle), &own) == 0 && isThere() &&
-        sameFile(there, fileInfo(own))) {
+    if (fstat(static_cast<int>(m_handle), &own) == 0 && isThere() && sameFile(there, fileInfo(own)))
         return {}; // the server had done it, and its answer was lost
-    }
     Status failed = errnoStatus(error, "cannot create", m_folder->pathOf(name));
     InputFile whole;
     const bool oldIsWhole = known &&
@@ -152,12 +144,10 @@ Status NewFile::takeFreeName(const std::string &name) {
     const int folder = static_cast<int>(m_folder->m_handle);
     const char *from = m_temporary.c_str();
     int result = renameat2(folder, from, folder, name.c_str(), RENAME_NOREPLACE);
-    if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
+    if (result != 0 && (errno == EINVAL || errno == ENOSYS))
         result = renameByLink(folder, from, name.c_str());
-    }
-    if (result != 0) {
+    if (result != 0)
         return errnoStatus(errno, "cannot create", m_folder->pathOf(name));
-    }
     m_temporary = name;
     return {};
 }

@@ -26,14 +26,11 @@ constexpr FileSystem kOwn[] = {
 
 const FileSystem *ownFileSystem(int descriptor) {
     struct statfs system {};
-    if (fstatfs(descriptor, &system) != 0) {
+    if (fstatfs(descriptor, &system) != 0)
         return nullptr;
-    }
-    for (const FileSystem &own : kOwn) {
-        if (own.type == static_cast<unsigned long>(system.f_type)) {
+    for (const FileSystem &own : kOwn)
+        if (own.type == static_cast<unsigned long>(system.f_type))
             return &own;
-        }
-    }
     return nullptr;
 }
 

@@ -13,7 +13,7 @@
 namespace platform {
 
 // The extended attribute's name.
-inline constexpr const char *dosAttributeName = "user.DOSATTRIB";
+inline constexpr const char *kDosAttributeName = "user.DOSATTRIB";
 
 // The bits that a value of that attribute stands for, of hidden, system and archive: a number as
 // text ("0x22"), or Samba's binary record of any version. 0 where it is neither.

@@ -66,10 +66,10 @@ std::string executableFolder() {
 }
 
 bool isSystemFolder(const std::string &folder) {
-    constexpr std::array<std::string_view, 6> tops{"/usr/", "/bin/",   "/sbin/",
-                                                   "/lib/", "/lib64/", "/opt/"};
+    constexpr std::array<std::string_view, 6> kTops{"/usr/", "/bin/",   "/sbin/",
+                                                    "/lib/", "/lib64/", "/opt/"};
     const std::string path = folder + '/';
-    return std::any_of(tops.begin(), tops.end(),
+    return std::any_of(kTops.begin(), kTops.end(),
                        [&](std::string_view top) { return path.compare(0, top.size(), top) == 0; });
 }
 

@@ -21,12 +21,10 @@ std::int64_t nanoseconds(const struct timespec &time) {
 }
 
 FileInfo::Kind kindOf(mode_t mode) {
-    if (S_ISREG(mode)) {
+    if (S_ISREG(mode))
         return FileInfo::Kind::File;
-    }
-    if (S_ISDIR(mode)) {
+    if (S_ISDIR(mode))
         return FileInfo::Kind::Folder;
-    }
     return S_ISLNK(mode) ? FileInfo::Kind::Link : FileInfo::Kind::Other;
 }
 
@@ -53,9 +51,8 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
                    int &descriptor, FileInfo &info) {
     const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW);
     descriptor = openat(folder, name.c_str(), flags);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         return errnoStatus(errno, "cannot open", shown);
-    }
     struct stat st {};
     if (fstat(descriptor, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(descriptor);
@@ -68,25 +65,23 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
 
 std::uint8_t readDosBits(int descriptor) {
     const std::uint8_t bits = readDosBits([descriptor](void *value, std::size_t size) {
-        return fgetxattr(descriptor, dosAttributeName, value, size);
+        return fgetxattr(descriptor, kDosAttributeName, value, size);
     });
-    return bits & (attributeHidden | attributeSystem);
+    return bits & (kAttributeHidden | kAttributeSystem);
 }
 
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown) {
     char text[8];
     const int length = std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(bits));
-    if (fsetxattr(descriptor, dosAttributeName, text, static_cast<std::size_t>(length), 0) != 0) {
+    if (fsetxattr(descriptor, kDosAttributeName, text, static_cast<std::size_t>(length), 0) != 0)
         return errnoStatus(errno, "cannot record the attributes of", shown);
-    }
     return {};
 }
 
 void copyAttributes(int from, int to) {
     const ssize_t size = flistxattr(from, nullptr, 0);
-    if (size <= 0) {
+    if (size <= 0)
         return;
-    }
     std::vector<char> names(static_cast<std::size_t>(size));
     const ssize_t length = flistxattr(from, names.data(), names.size());
     std::vector<char> value;
@@ -94,14 +89,12 @@ void copyAttributes(int from, int to) {
         const char *name = names.data() + at;
         at += static_cast<ssize_t>(std::strlen(name)) + 1;
         const ssize_t wanted = fgetxattr(from, name, nullptr, 0);
-        if (wanted < 0) {
+        if (wanted < 0)
             continue;
-        }
         value.resize(static_cast<std::size_t>(wanted));
         const ssize_t got = fgetxattr(from, name, value.data(), value.size());
-        if (got >= 0 && fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0) {
+        if (got >= 0 && fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0)
             continue; // not ours to give, such as a security label
-        }
     }
 }
 

@@ -32,9 +32,8 @@ Lock tryLock(int descriptor) {
         case EACCES: // the word of an SMB server
             return Lock::Held;
         case EBADF: // NFS 4
-            if (reopened) {
+            if (reopened)
                 return Lock::None;
-            }
             reopened = true;
             kind = openForWriting(descriptor) ? LOCK_EX : LOCK_SH;
             break;

@@ -60,9 +60,8 @@ void Folder::close() {
 }
 
 std::string Folder::pathOf(const std::string &name) const {
-    if (m_path.empty() || m_path.back() == '/') {
+    if (m_path.empty() || m_path.back() == '/')
         return m_path + name;
-    }
     return m_path + "/" + name;
 }
 
@@ -73,16 +72,15 @@ Status Folder::open(const std::string &path) {
     return isOpen() ? Status() : errnoStatus(errno, "cannot open the folder", path);
 }
 
-Status Folder::open(const Place &place) {
+Status Folder::open(const Location &place) {
     return open(place.path());
 }
 
 Status Folder::openFolder(const std::string &name, Folder &folder) const {
     const int descriptor = openat(static_cast<int>(m_handle), name.c_str(),
                                   O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         return errnoStatus(errno, "cannot open the folder", pathOf(name));
-    }
     folder.close();
     folder.m_path = pathOf(name);
     folder.m_handle = descriptor;
@@ -90,9 +88,8 @@ Status Folder::openFolder(const std::string &name, Folder &folder) const {
 }
 
 Status Folder::makeFolder(const std::string &name) const {
-    if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0) {
+    if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0)
         return errnoStatus(errno, "cannot make the folder", pathOf(name));
-    }
     return {};
 }
 
@@ -114,9 +111,8 @@ Status Folder::openFile(const std::string &name, InputFile &file, Links links,
 
 Status Folder::info(const std::string &name, FileInfo &info, Links links) const {
     struct stat st {};
-    if (fstatat(static_cast<int>(m_handle), name.c_str(), &st, linkFlag(links)) != 0) {
+    if (fstatat(static_cast<int>(m_handle), name.c_str(), &st, linkFlag(links)) != 0)
         return errnoStatus(errno, "cannot examine", pathOf(name));
-    }
     info = fileInfo(st);
     return {};
 }
@@ -135,9 +131,8 @@ Status Folder::list(std::vector<FolderItem> &items) const {
     // A handle of its own: the position in the folder is shared between duplicates.
     const int descriptor =
         openat(static_cast<int>(m_handle), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         return errnoStatus(errno, "cannot list the folder", m_path);
-    }
     const std::unique_ptr<DIR, CloseFolder> folder(fdopendir(descriptor));
     if (!folder) {
         const int error = errno;
@@ -147,19 +142,16 @@ Status Folder::list(std::vector<FolderItem> &items) const {
     while (true) {
         errno = 0;
         const dirent *item = readdir(folder.get());
-        if (item == nullptr) {
+        if (item == nullptr)
             break;
-        }
         const std::string_view name = item->d_name;
-        if (name == "." || name == "..") {
+        if (name == "." || name == "..")
             continue;
-        }
         FolderItem found{std::string(name), kindOf(item->d_type)};
         if (item->d_type == DT_UNKNOWN) {
             FileInfo known;
-            if (info(found.name, known).ok()) {
+            if (info(found.name, known).ok())
                 found.kind = known.kind;
-            }
         }
         items.push_back(std::move(found));
     }
@@ -167,57 +159,50 @@ Status Folder::list(std::vector<FolderItem> &items) const {
 }
 
 Status Folder::removeFile(const std::string &name) const {
-    if (unlinkat(static_cast<int>(m_handle), name.c_str(), 0) != 0) {
+    if (unlinkat(static_cast<int>(m_handle), name.c_str(), 0) != 0)
         return errnoStatus(errno, "cannot delete", pathOf(name));
-    }
     return {};
 }
 
 Status Folder::removeFolder(const std::string &name) const {
-    if (unlinkat(static_cast<int>(m_handle), name.c_str(), AT_REMOVEDIR) != 0) {
+    if (unlinkat(static_cast<int>(m_handle), name.c_str(), AT_REMOVEDIR) != 0)
         return errnoStatus(errno, "cannot delete the folder", pathOf(name));
-    }
     return {};
 }
 
 Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
     attributes = 0;
     InputFile file;
-    if (Status status = openFile(name, file); !status.ok()) {
+    if (Status status = openFile(name, file); !status.ok())
         return status;
-    }
     return file.attributes(attributes);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {
     struct statvfs st {};
-    if (fstatvfs(static_cast<int>(m_handle), &st) != 0) {
+    if (fstatvfs(static_cast<int>(m_handle), &st) != 0)
         return errnoStatus(errno, "cannot examine the disk of", m_path);
-    }
     const std::uint64_t blocks = geteuid() == 0 ? st.f_bfree : st.f_bavail;
     bytes = blocks * st.f_frsize;
     return {};
 }
 
 Status Folder::sync() const {
-    if (fsync(static_cast<int>(m_handle)) != 0 && errno != EINVAL && errno != ENOTSUP) {
+    if (fsync(static_cast<int>(m_handle)) != 0 && errno != EINVAL && errno != ENOTSUP)
         return errnoStatus(errno, "cannot sync the folder", m_path);
-    }
     return {};
 }
 
 void Folder::removeStaleTemporaries() const {
     std::vector<FolderItem> items;
-    if (!list(items).ok()) {
+    if (!list(items).ok())
         return;
-    }
     for (const FolderItem &item : items) {
         InputFile file;
         if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name) &&
             openFile(item.name, file).ok() &&
-            tryLock(static_cast<int>(file.m_handle)) == Lock::Taken) {
+            tryLock(static_cast<int>(file.m_handle)) == Lock::Taken)
             unlinkat(static_cast<int>(m_handle), item.name.c_str(), 0);
-        }
     }
 }
 

@@ -38,7 +38,7 @@ Status InputFile::open(const std::string &path, FileInfo &info) {
     return status;
 }
 
-Status InputFile::open(const Place &place, FileInfo &info) {
+Status InputFile::open(const Location &place, FileInfo &info) {
     return open(place.path(), info);
 }
 
@@ -52,19 +52,16 @@ void InputFile::close() {
 Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
                          std::size_t &got) const {
     got = 0;
-    if (offset > INT64_MAX) {
+    if (offset > INT64_MAX)
         return {};
-    }
     while (got < size) {
         const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
                                 size - got, static_cast<off_t>(offset + got));
-        if (n == 0) {
+        if (n == 0)
             break;
-        }
         if (n < 0) {
-            if (errno == EINTR) {
+            if (errno == EINTR)
                 continue;
-            }
             return errnoStatus(errno, "cannot read", m_path);
         }
         got += static_cast<std::size_t>(n);
@@ -74,40 +71,34 @@ Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
 
 Status InputFile::info(FileInfo &info) const {
     struct stat st {};
-    if (fstat(static_cast<int>(m_handle), &st) != 0) {
+    if (fstat(static_cast<int>(m_handle), &st) != 0)
         return errnoStatus(errno, "cannot examine", m_path);
-    }
     info = fileInfo(st);
     return {};
 }
 
-void InputFile::forget() const {
-    if (isOpen()) {
+void InputFile::dropCache() const {
+    if (isOpen())
         posix_fadvise(static_cast<int>(m_handle), 0, 0, POSIX_FADV_DONTNEED);
-    }
 }
 
 Status InputFile::attributes(std::uint8_t &attributes) const {
     FileInfo known;
-    if (Status status = info(known); !status.ok()) {
+    if (Status status = info(known); !status.ok())
         return status;
-    }
     attributes = readDosBits(static_cast<int>(m_handle));
-    if (known.readOnly) {
-        attributes |= attributeReadOnly;
-    }
+    if (known.readOnly)
+        attributes |= kAttributeReadOnly;
     return {};
 }
 
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     const auto end = std::chrono::steady_clock::now() + wait;
     while (tryLock(static_cast<int>(m_handle)) == Lock::Held) {
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", m_path};
-        }
-        if (std::chrono::steady_clock::now() >= end) {
+        if (std::chrono::steady_clock::now() >= end)
             return {Failure::Busy, m_path + " is in use by another program", m_path};
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return {};

@@ -42,26 +42,23 @@ bool isStillThere(int folder, const char *claim, int file) {
 
 // A locked file beside the claimed one, which is removed before it is unlocked. What a killed
 // process leaves of it is removed with other temporaries.
-Status NameClaim::take(const Folder &folder, const std::string &name,
-                       std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
+Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                      const KeepGoing &keepGoing) {
     release();
     const int descriptor = static_cast<int>(folder.m_handle);
-    if (replacesOpenFiles(descriptor)) {
+    if (replacesOpenFiles(descriptor))
         return {};
-    }
     const std::string claim = claimName(name);
     const auto end = std::chrono::steady_clock::now() + wait;
     for (;;) {
         InputFile file;
         file.m_handle = openClaim(descriptor, claim.c_str());
-        if (!file.isOpen() && (errno == EACCES || errno == EPERM || errno == EROFS)) {
+        if (!file.isOpen() && (errno == EACCES || errno == EPERM || errno == EROFS))
             return {};
-        }
         // A file that is about to go cannot be opened on some servers, nor one that another system
         // claims the name with.
-        if (!file.isOpen() && errno != ENOENT && errno != EBUSY && errno != ETXTBSY) {
+        if (!file.isOpen() && errno != ENOENT && errno != EBUSY && errno != ETXTBSY)
             return errnoStatus(errno, "cannot claim a name in", folder.path());
-        }
         const Lock lock = file.isOpen() ? tryLock(static_cast<int>(file.m_handle)) : Lock::Held;
         if (lock == Lock::None) {
             unlinkat(descriptor, claim.c_str(), 0);
@@ -70,7 +67,7 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
         if (lock == Lock::Taken &&
             isStillThere(descriptor, claim.c_str(), static_cast<int>(file.m_handle))) {
             m_folder = &folder;
-            m_claim = claim;
+            m_nameLock = claim;
             m_file = std::move(file);
             // The system may remember for a second or more which file had the claimed name, and
             // what was in it, before another machine replaced that. A listing shows it what is
@@ -78,9 +75,8 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
             std::vector<FolderItem> items;
             return folder.list(items);
         }
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        }
         if (std::chrono::steady_clock::now() >= end) {
             return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
                     folder.pathOf(name)};
@@ -89,9 +85,9 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
     }
 }
 
-void NameClaim::release() {
+void NameLock::release() {
     if (m_file.isOpen()) {
-        unlinkat(static_cast<int>(m_folder->m_handle), m_claim.c_str(), 0);
+        unlinkat(static_cast<int>(m_folder->m_handle), m_nameLock.c_str(), 0);
         m_file.close();
     }
 }

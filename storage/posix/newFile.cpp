@@ -20,14 +20,14 @@ namespace platform {
 
 namespace {
 
-constexpr mode_t writeBits = S_IWUSR | S_IWGRP | S_IWOTH;
-constexpr std::uint64_t rangeStep = 8U << 20;
+constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr std::uint64_t kRangeStep = 8U << 20;
 // A save was fastest with it, of 64 KiB to 4 MiB: from 2 MiB on it took twice as long.
-constexpr std::size_t copyStep = 512U << 10;
+constexpr std::size_t kCopyStep = 512U << 10;
 // From here on a range is worth a call that prepares it.
-constexpr std::uint64_t longRange = 4U << 20;
+constexpr std::uint64_t kLongRange = 4U << 20;
 // A disk with less is full: no more than one piece of a large file.
-constexpr std::uint64_t littleRoom = 1U << 20;
+constexpr std::uint64_t kLittleRoom = 1U << 20;
 
 // A file that has no name until it is whole costs one entry of the folder instead of two, and is
 // gone by itself when the process dies. -1 where this system or this disk has no such files.
@@ -40,9 +40,8 @@ int openNameless(int folder) {
 Status writeStatus(int error, const char *what, int file, const std::string &path) {
     struct statvfs disk {};
     if (error != EIO || fstatvfs(file, &disk) != 0 || disk.f_blocks == 0 ||
-        disk.f_bavail * disk.f_frsize >= littleRoom) {
+        disk.f_bavail * disk.f_frsize >= kLittleRoom)
         return errnoStatus(error, what, path);
-    }
     Status status = errnoStatus(ENOSPC, what, path);
     status.message += std::string(" (the disk said: ") + std::strerror(error) + ")";
     return status;
@@ -57,17 +56,15 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     m_temporary.clear();
     // What must be found again after a crash, or be kept from others, has a name from the start.
     m_handle = guard == Guard::None ? openNameless(static_cast<int>(folder.m_handle)) : -1;
-    if (m_handle >= 0) {
+    if (m_handle >= 0)
         return {};
-    }
     do {
         m_temporary = temporaryName();
         m_handle = openat(static_cast<int>(folder.m_handle), m_temporary.c_str(),
                           O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
     } while (m_handle < 0 && errno == EEXIST);
-    if (m_handle < 0) {
+    if (m_handle < 0)
         return errnoStatus(errno, "cannot create a file in", folder.path());
-    }
     if (guard == Guard::Locked && tryLock(static_cast<int>(m_handle)) == Lock::Held) {
         // Somebody took it for a left-over between its creation and its lock.
         discard();
@@ -78,9 +75,8 @@ Status NewFile::create(const Folder &folder, Guard guard) {
 
 Status NewFile::info(FileInfo &info) const {
     struct stat st {};
-    if (fstat(static_cast<int>(m_handle), &st) != 0) {
+    if (fstat(static_cast<int>(m_handle), &st) != 0)
         return errnoStatus(errno, "cannot examine a file in", m_folder->path());
-    }
     info = fileInfo(st);
     return {};
 }
@@ -95,9 +91,8 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
         const ssize_t n = pwrite(static_cast<int>(m_handle), static_cast<const char *>(data) + done,
                                  size - done, static_cast<off_t>(offset + done));
         if (n < 0) {
-            if (errno == EINTR) {
+            if (errno == EINTR)
                 continue;
-            }
             return writeStatus(errno, "cannot write in", static_cast<int>(m_handle),
                                m_folder->path());
         }
@@ -110,12 +105,11 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
 Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                          const KeepGoing &keepGoing) {
     const int target = static_cast<int>(m_handle);
-    const bool prepared = size >= longRange;
+    const bool prepared = size >= kLongRange;
     // Of what was prepared only that stays which was written.
     const auto trimmed = [&](Status status) {
-        if (prepared) {
+        if (prepared)
             static_cast<void>(truncate(m_size));
-        }
         return status;
     };
     if (prepared) {
@@ -128,34 +122,29 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         // disk is known before the work is done. Where the disk cannot, the writes ask.
         if (size > 0 &&
             fallocate(target, 0, static_cast<off_t>(m_size), static_cast<off_t>(size)) != 0 &&
-            (errno == ENOSPC || errno == EDQUOT)) {
+            (errno == ENOSPC || errno == EDQUOT))
             return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
-        }
     }
     std::optional<WriteBehind> behind;
-    if (size >= 2 * rangeStep) {
+    if (size >= 2 * kRangeStep)
         behind.emplace(target, m_size);
-    }
     const std::uint64_t start = m_size;
     bool ranges = copiesElsewhere(target);
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return trimmed({Failure::Cancelled, "cancelled", source.path()});
-        }
         std::size_t step = 0;
         if (ranges) {
             auto from = static_cast<off_t>(offset);
             auto to = static_cast<off_t>(m_size);
             const ssize_t n =
                 copy_file_range(static_cast<int>(source.m_handle), &from, target, &to,
-                                static_cast<std::size_t>(std::min(size, rangeStep)), 0);
-            if (n < 0 && errno == EINTR) {
+                                static_cast<std::size_t>(std::min(size, kRangeStep)), 0);
+            if (n < 0 && errno == EINTR)
                 continue;
-            }
-            if (n < 0 && (errno == ENOSPC || errno == EDQUOT)) {
+            if (n < 0 && (errno == ENOSPC || errno == EDQUOT))
                 return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
-            }
             // Some file systems cannot, and some answer 0 where a plain read gives bytes.
             if (n <= 0) {
                 ranges = false;
@@ -164,25 +153,20 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
             step = static_cast<std::size_t>(n);
             m_size += step;
         } else {
-            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, copyStep));
-            if (!buffer) {
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, kCopyStep));
+            if (!buffer)
                 buffer.reset(new char[wanted]);
-            }
-            if (Status status = source.readAt(offset, buffer.get(), wanted, step); !status.ok()) {
+            if (Status status = source.readAt(offset, buffer.get(), wanted, step); !status.ok())
                 return trimmed(std::move(status));
-            }
-            if (step == 0) {
+            if (step == 0)
                 return trimmed({Failure::EndsEarly, source.path() + " ends early", source.path()});
-            }
-            if (Status status = write(buffer.get(), step); !status.ok()) {
+            if (Status status = write(buffer.get(), step); !status.ok())
                 return trimmed(std::move(status));
-            }
         }
         offset += step;
         size -= step;
-        if (behind) {
+        if (behind)
             behind->reached(m_size - start);
-        }
     }
     return {};
 }
@@ -192,21 +176,18 @@ Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::
     while (got < size) {
         const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
                                 size - got, static_cast<off_t>(offset + got));
-        if (n == 0) {
+        if (n == 0)
             break;
-        }
-        if (n < 0 && errno != EINTR) {
+        if (n < 0 && errno != EINTR)
             return errnoStatus(errno, "cannot read back in", m_folder->path());
-        }
         got += n > 0 ? static_cast<std::size_t>(n) : 0;
     }
     return {};
 }
 
 Status NewFile::truncate(std::uint64_t size) {
-    if (ftruncate(static_cast<int>(m_handle), static_cast<off_t>(size)) != 0) {
+    if (ftruncate(static_cast<int>(m_handle), static_cast<off_t>(size)) != 0)
         return errnoStatus(errno, "cannot write in", m_folder->path());
-    }
     m_size = size;
     return {};
 }
@@ -230,27 +211,24 @@ Status NewFile::setModified(std::int64_t modified) {
     times[0].tv_nsec = UTIME_NOW;
     times[1].tv_sec = seconds;
     times[1].tv_nsec = rest;
-    if (futimens(static_cast<int>(m_handle), times) != 0) {
+    if (futimens(static_cast<int>(m_handle), times) != 0)
         return errnoStatus(errno, "cannot set the time of a file in", m_folder->path());
-    }
     return {};
 }
 
 Status NewFile::setAttributes(std::uint8_t attributes) {
-    if ((attributes & (attributeHidden | attributeSystem)) != 0) {
+    if ((attributes & (kAttributeHidden | kAttributeSystem)) != 0) {
         const std::uint8_t bits =
-            attributes & (attributeHidden | attributeSystem | attributeArchive);
+            attributes & (kAttributeHidden | kAttributeSystem | kAttributeArchive);
         if (Status status = writeDosBits(static_cast<int>(m_handle), bits, m_folder->path());
-            !status.ok()) {
+            !status.ok())
             return status;
-        }
     }
-    if ((attributes & attributeReadOnly) != 0) {
+    if ((attributes & kAttributeReadOnly) != 0) {
         struct stat st {};
         if (fstat(static_cast<int>(m_handle), &st) != 0 ||
-            fchmod(static_cast<int>(m_handle), st.st_mode & 07777 & ~writeBits) != 0) {
+            fchmod(static_cast<int>(m_handle), st.st_mode & 07777 & ~kWriteBits) != 0)
             return errnoStatus(errno, "cannot make a file read-only in", m_folder->path());
-        }
     }
     return {};
 }
@@ -258,17 +236,14 @@ Status NewFile::setAttributes(std::uint8_t attributes) {
 void NewFile::takeOverFrom(const InputFile &other) {
     struct stat st {};
     const int descriptor = static_cast<int>(m_handle);
-    if (fstat(static_cast<int>(other.m_handle), &st) != 0) {
+    if (fstat(static_cast<int>(other.m_handle), &st) != 0)
         return;
-    }
     // A group that cannot be kept must not gain what the old one was granted.
     mode_t mode = st.st_mode & 07777;
-    if (fchown(descriptor, st.st_uid, st.st_gid) != 0 && fchown(descriptor, -1U, st.st_gid) != 0) {
+    if (fchown(descriptor, st.st_uid, st.st_gid) != 0 && fchown(descriptor, -1U, st.st_gid) != 0)
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
-    }
-    if (fchmod(descriptor, mode) != 0) {
+    if (fchmod(descriptor, mode) != 0)
         return;
-    }
     copyAttributes(static_cast<int>(other.m_handle), descriptor);
 }
 
@@ -281,9 +256,8 @@ Status NewFile::sync() {
 }
 
 void NewFile::discard() {
-    if (m_handle < 0) {
+    if (m_handle < 0)
         return;
-    }
     ::close(static_cast<int>(m_handle));
     m_handle = -1;
     if (!m_temporary.empty()) {

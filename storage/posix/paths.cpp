@@ -38,13 +38,11 @@ Status makeFolders(const std::string &path) {
             // A folder above that may not be written is no obstacle while it exists.
             const int error = errno;
             struct stat st {};
-            if (stat(part.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+            if (stat(part.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
                 return errnoStatus(error, "cannot make the folder", part);
-            }
         }
-        if (at == std::string::npos) {
+        if (at == std::string::npos)
             break;
-        }
     }
     return {};
 }
@@ -54,21 +52,18 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
     for (int step = 0; step < 40; ++step) {
         splitPath(current, folder, name);
         const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
-        if (!real) {
+        if (!real)
             return errnoStatus(errno, "cannot find", path);
-        }
         folder = real.get();
         std::string whole = folder;
-        if (folder != "/") {
+        if (folder != "/")
             whole += '/';
-        }
         const std::size_t folderLength = whole.size();
         whole += name;
         char target[PATH_MAX];
         const ssize_t length = readlink(whole.c_str(), target, sizeof target);
-        if (length < 0 || static_cast<std::size_t>(length) == sizeof target) {
+        if (length < 0 || static_cast<std::size_t>(length) == sizeof target)
             return {};
-        }
         const std::string next(target, static_cast<std::size_t>(length));
         whole.resize(folderLength);
         whole += next;
@@ -93,7 +88,7 @@ bool namesIgnoreCase() {
     return false;
 }
 
-void noticeTimeZone() {
+void reloadTimeZone() {
     tzset();
 }
 
@@ -104,9 +99,8 @@ bool localTime(std::int64_t seconds, std::tm &parts) {
 
 unsigned processorCount() {
     cpu_set_t set;
-    if (sched_getaffinity(0, sizeof set, &set) == 0) {
+    if (sched_getaffinity(0, sizeof set, &set) == 0)
         return static_cast<unsigned>(CPU_COUNT(&set));
-    }
     const long count = sysconf(_SC_NPROCESSORS_ONLN);
     return count > 0 ? static_cast<unsigned>(count) : 1;
 }

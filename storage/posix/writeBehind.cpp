@@ -21,9 +21,8 @@ WriteBehind::WriteBehind(int file, std::uint64_t start) : m_file(file), m_start(
 }
 
 WriteBehind::~WriteBehind() {
-    if (!m_thread.joinable()) {
+    if (!m_thread.joinable())
         return;
-    }
     {
         const std::lock_guard lock(m_mutex);
         m_ended = true;
@@ -39,9 +38,8 @@ void WriteBehind::reached(std::uint64_t bytes) {
         enough = bytes / kStep != m_copied / kStep;
         m_copied = bytes;
     }
-    if (enough) {
+    if (enough)
         m_changed.notify_one();
-    }
 }
 
 void WriteBehind::run() {
@@ -50,9 +48,8 @@ void WriteBehind::run() {
     for (;;) {
         m_changed.wait(lock, [&] { return m_ended || m_copied >= done + kStep; });
         const std::uint64_t copied = m_copied;
-        if (copied == done) {
+        if (copied == done)
             return;
-        }
         lock.unlock();
         const auto size = static_cast<off_t>(copied - done);
         // A hint: a disk that fails says so when the file is synced.

@@ -41,9 +41,8 @@ NTSTATUS rename(HANDLE file, HANDLE folder, const std::wstring &name, ULONG flag
     IO_STATUS_BLOCK block{};
     const NTSTATUS status =
         NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
-    if (status != kInvalidParameter && status != kNotSupported) {
+    if (status != kInvalidParameter && status != kNotSupported)
         return status;
-    }
     // Disks of other machines take no folder. A name alone stays in the one that the file is in.
     request->folder = nullptr;
     return NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
@@ -85,9 +84,8 @@ void makeReadOnly(HANDLE folder, const std::string &name) {
     Handle file;
     FILE_BASIC_INFO basic{};
     if (openAt(folder, name, access, file) >= 0 &&
-        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic)) {
+        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic))
         setOpenedAttributes(file.get(), basic.FileAttributes | FILE_ATTRIBUTE_READONLY);
-    }
 }
 
 } // namespace
@@ -95,11 +93,10 @@ void makeReadOnly(HANDLE folder, const std::string &name) {
 Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
     Status status;
     const std::wstring wide = wideFromUtf8(name);
-    if (wide.empty() || !isComponent(wide)) {
+    if (wide.empty() || !isComponent(wide))
         status = errorStatus(ERROR_INVALID_NAME, "cannot create", m_folder->pathOf(name));
-    } else {
+    else
         status = replace == Replace::Yes ? replaceFile(name, replaced) : takeFreeName(name);
-    }
     if (!status.ok()) {
         discard();
         return status;
@@ -119,12 +116,10 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     // The newer form replaces a file that somebody reads. Not every system and disk knows it.
     NTSTATUS status =
         rename(file, folder, wide, kReplaceIfExists | kPosixSemantics | kIgnoreReadOnly, kRenameEx);
-    if (status >= 0) {
+    if (status >= 0)
         return {};
-    }
-    if (replaced != nullptr) {
+    if (replaced != nullptr)
         replaced->close();
-    }
     FileInfo there;
     const auto isThere = [&] { return m_folder->info(name, there).ok(); };
     const auto isOld = [&] {
@@ -140,17 +135,14 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {
         Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
         // While its reader is waited for, another program may put its own file there.
-        if (known && isThere() && !isOld()) {
+        if (known && isThere() && !isOld())
             return {Failure::Exists, path + " was replaced meanwhile", path};
-        }
         status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
     }
-    if (status >= 0) {
+    if (status >= 0)
         return {};
-    }
-    if (madeWritable) {
+    if (madeWritable)
         makeReadOnly(folder, name);
-    }
     const Status failed = isKept(status) && isHeld(folder, name)
                               ? Status(Failure::Busy, path + " is in use by another program", path)
                               : errorStatus(errorOf(status), "cannot create", path);
@@ -160,9 +152,8 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
 Status NewFile::takeFreeName(const std::string &name) {
     const NTSTATUS status = rename(handleOf(m_handle), handleOf(m_folder->m_handle),
                                    wideFromUtf8(name), 0, FileRenameInformation);
-    if (status < 0) {
+    if (status < 0)
         return errorStatus(errorOf(status), "cannot create", m_folder->pathOf(name));
-    }
     m_temporary = name;
     return {};
 }

@@ -35,22 +35,19 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     BY_HANDLE_FILE_INFORMATION known{};
     FILE_BASIC_INFO times{};
     if (!GetFileInformationByHandle(file, &known) ||
-        !GetFileInformationByHandleEx(file, FileBasicInfo, &times, sizeof times)) {
+        !GetFileInformationByHandleEx(file, FileBasicInfo, &times, sizeof times))
         return GetLastError();
-    }
     FILE_ATTRIBUTE_TAG_INFO tag{};
     const bool reparses = (known.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    if (reparses) {
+    if (reparses)
         GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
-    }
     info = {};
-    if (reparses && isLink(known.dwFileAttributes, tag.ReparseTag)) {
+    if (reparses && isLink(known.dwFileAttributes, tag.ReparseTag))
         info.kind = FileInfo::Kind::Link;
-    } else if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    else if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         info.kind = FileInfo::Kind::Folder;
-    } else if (GetFileType(file) == FILE_TYPE_DISK) {
+    else if (GetFileType(file) == FILE_TYPE_DISK)
         info.kind = FileInfo::Kind::File;
-    }
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
     info.modified = nanoseconds(times.LastWriteTime.QuadPart);
@@ -74,21 +71,18 @@ NTSTATUS deleteOpened(HANDLE file) {
     IO_STATUS_BLOCK block{};
     ULONG flags = kDelete | kPosixSemantics | kIgnoreReadOnly;
     NTSTATUS status = NtSetInformationFile(file, &block, &flags, sizeof flags, kDispositionEx);
-    if (status >= 0) {
+    if (status >= 0)
         return status;
-    }
     // Systems and disks that do not know that: the mark that every one knows.
     FILE_BASIC_INFO before{};
     GetFileInformationByHandleEx(file, FileBasicInfo, &before, sizeof before);
     const bool readOnly = (before.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
-    if (readOnly) {
+    if (readOnly)
         setOpenedAttributes(file, before.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-    }
     BOOLEAN gone = TRUE;
     status = NtSetInformationFile(file, &block, &gone, sizeof gone, FileDispositionInformation);
-    if (status < 0 && readOnly) {
+    if (status < 0 && readOnly)
         setOpenedAttributes(file, before.FileAttributes);
-    }
     return status;
 }
 

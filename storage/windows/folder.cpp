@@ -12,9 +12,8 @@ constexpr auto kNotADirectory = static_cast<NTSTATUS>(0xC0000103);
 constexpr std::size_t kListBuffer = 64U << 10;
 
 FileInfo::Kind kindOf(DWORD attributes, DWORD tag) {
-    if (isLink(attributes, tag)) {
+    if (isLink(attributes, tag))
         return FileInfo::Kind::Link;
-    }
     return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileInfo::Kind::Folder
                                                         : FileInfo::Kind::File;
 }
@@ -36,13 +35,11 @@ NTSTATUS openFolderAt(HANDLE folder, const std::string &name, Handle &opened) {
     access.options = FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
     Handle candidate;
     const NTSTATUS status = openAt(folder, name, access, candidate);
-    if (status < 0) {
+    if (status < 0)
         return status;
-    }
     FileInfo info;
-    if (fileInfo(candidate.get(), info) != ERROR_SUCCESS || info.kind != FileInfo::Kind::Folder) {
+    if (fileInfo(candidate.get(), info) != ERROR_SUCCESS || info.kind != FileInfo::Kind::Folder)
         return kNotADirectory;
-    }
     opened = std::move(candidate);
     return status;
 }
@@ -54,9 +51,8 @@ DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
     access.options = FILE_DIRECTORY_FILE;
     Handle own;
     const NTSTATUS status = openAt(folder, "", access, own);
-    if (status < 0) {
+    if (status < 0)
         return errorOf(status);
-    }
     const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
     while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
                                         kListBuffer)) {
@@ -69,9 +65,8 @@ DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
                 visit(utf8FromWide(name), item->FileAttributes,
                       kindOf(item->FileAttributes, item->EaSize));
             }
-            if (item->NextEntryOffset == 0) {
+            if (item->NextEntryOffset == 0)
                 break;
-            }
             at += item->NextEntryOffset;
         }
     }
@@ -93,24 +88,22 @@ Folder &Folder::operator=(Folder &&other) noexcept {
 }
 
 void Folder::close() {
-    if (m_handle != -1) {
+    if (m_handle != -1)
         CloseHandle(handleOf(std::exchange(m_handle, -1)));
-    }
 }
 
 std::string Folder::pathOf(const std::string &name) const {
-    if (m_path.empty() || m_path.back() == '\\' || m_path.back() == '/') {
+    if (m_path.empty() || m_path.back() == '\\' || m_path.back() == '/')
         return m_path + name;
-    }
     return m_path + "\\" + name;
 }
 
 // Other programs may rename or delete the folder meanwhile; what is done in it follows it.
 Status Folder::open(const std::string &path) {
-    return open(Place{path, {}});
+    return open(Location{path, {}});
 }
 
-Status Folder::open(const Place &place) {
+Status Folder::open(const Location &place) {
     close();
     const std::string path = shownPath(place);
     m_path = path;
@@ -118,16 +111,13 @@ Status Folder::open(const Place &place) {
     Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    if (!folder.isOpen()) {
+    if (!folder.isOpen())
         return errorStatus(GetLastError(), "cannot open the folder", path);
-    }
     BY_HANDLE_FILE_INFORMATION known{};
-    if (!GetFileInformationByHandle(folder.get(), &known)) {
+    if (!GetFileInformationByHandle(folder.get(), &known))
         return errorStatus(GetLastError(), "cannot open the folder", path);
-    }
-    if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    if ((known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
         return errorStatus(ERROR_DIRECTORY, "cannot open the folder", path);
-    }
     m_handle = numberOf(folder.release());
     return {};
 }
@@ -135,9 +125,8 @@ Status Folder::open(const Place &place) {
 Status Folder::openFolder(const std::string &name, Folder &folder) const {
     Handle opened;
     const NTSTATUS status = openFolderAt(handleOf(m_handle), name, opened);
-    if (status < 0) {
+    if (status < 0)
         return errorStatus(errorOf(status), "cannot open the folder", pathOf(name));
-    }
     folder.close();
     folder.m_path = pathOf(name);
     folder.m_handle = numberOf(opened.release());
@@ -212,17 +201,15 @@ Status Folder::removeFolder(const std::string &name) const {
 Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
     attributes = 0;
     InputFile file;
-    if (Status status = openFile(name, file); !status.ok()) {
+    if (Status status = openFile(name, file); !status.ok())
         return status;
-    }
     return file.attributes(attributes);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {
     ULARGE_INTEGER free{};
-    if (!GetDiskFreeSpaceExW(longPath(m_path).c_str(), &free, nullptr, nullptr)) {
+    if (!GetDiskFreeSpaceExW(longPath(m_path).c_str(), &free, nullptr, nullptr))
         return errorStatus(GetLastError(), "cannot examine the disk of", m_path);
-    }
     bytes = free.QuadPart;
     return {};
 }
@@ -233,23 +220,19 @@ Status Folder::sync() const {
     access.options = FILE_DIRECTORY_FILE;
     Handle folder;
     // Disks that cannot be asked for this write names through by themselves.
-    if (openAt(handleOf(m_handle), "", access, folder) >= 0) {
+    if (openAt(handleOf(m_handle), "", access, folder) >= 0)
         FlushFileBuffers(folder.get());
-    }
     return {};
 }
 
 void Folder::removeStaleTemporaries() const {
     std::vector<FolderItem> items;
-    if (!list(items).ok()) {
+    if (!list(items).ok())
         return;
-    }
     // Those that are being written are held without the right to delete them.
-    for (const FolderItem &item : items) {
-        if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name)) {
+    for (const FolderItem &item : items)
+        if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name))
             (void)removeFile(item.name);
-        }
-    }
 }
 
 } // namespace platform

@@ -11,12 +11,10 @@ constexpr ACCESS_MASK kRead = FILE_READ_DATA | FILE_READ_ATTRIBUTES | READ_CONTR
 constexpr DWORD kLargestRead = 16U << 20;
 
 Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &info) {
-    if (const DWORD error = fileInfo(file.get(), info)) {
+    if (const DWORD error = fileInfo(file.get(), info))
         return errorStatus(error, "cannot open", shown);
-    }
-    if (info.kind != FileInfo::Kind::File) {
+    if (info.kind != FileInfo::Kind::File)
         return {Failure::WrongKind, "cannot open " + shown + ": not an ordinary file", shown};
-    }
     return {};
 }
 
@@ -29,20 +27,17 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
     access.options = FILE_NON_DIRECTORY_FILE | (followLinks ? 0U : FILE_OPEN_REPARSE_POINT);
     Handle opened;
     const NTSTATUS status = openAt(folder, name, access, opened);
-    if (status < 0) {
+    if (status < 0)
         return errorStatus(errorOf(status), "cannot open", shown);
-    }
     FileInfo info;
-    if (Status checked = checkOrdinary(opened, shown, info); !checked.ok()) {
+    if (Status checked = checkOrdinary(opened, shown, info); !checked.ok())
         return checked;
-    }
     if (!followLinks) {
         // What a service brings on demand was opened as the mark that stands for it.
         FILE_ATTRIBUTE_TAG_INFO tag{};
         GetFileInformationByHandleEx(opened.get(), FileAttributeTagInfo, &tag, sizeof tag);
-        if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
             return openInputAt(folder, name, shown, true, file);
-        }
     }
     file = std::move(opened);
     return {};
@@ -61,9 +56,8 @@ DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t si
             const DWORD error = GetLastError();
             return error == ERROR_HANDLE_EOF ? DWORD{ERROR_SUCCESS} : error;
         }
-        if (count == 0) {
+        if (count == 0)
             break;
-        }
         got += count;
     }
     return ERROR_SUCCESS;
@@ -82,7 +76,7 @@ InputFile &InputFile::operator=(InputFile &&other) noexcept {
 }
 
 Status InputFile::open(const std::string &path, FileInfo &info) {
-    return open(Place{path, {}}, info);
+    return open(Location{path, {}}, info);
 }
 
 Status InputFile::open(const std::string &path) {
@@ -90,57 +84,50 @@ Status InputFile::open(const std::string &path) {
     return open(path, info);
 }
 
-Status InputFile::open(const Place &place, FileInfo &info) {
+Status InputFile::open(const Location &place, FileInfo &info) {
     close();
     const std::string path = shownPath(place);
     m_path = path;
     const std::wstring whole = longPath(place);
     const DWORD kind = GetFileAttributesW(whole.c_str());
-    if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return {Failure::WrongKind, "cannot open " + path + ": not an ordinary file", path};
-    }
     Handle file(CreateFileW(whole.c_str(), kRead,
                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.isOpen()) {
+    if (!file.isOpen())
         return errorStatus(GetLastError(), "cannot open", path);
-    }
-    if (Status checked = checkOrdinary(file, path, info); !checked.ok()) {
+    if (Status checked = checkOrdinary(file, path, info); !checked.ok())
         return checked;
-    }
     m_handle = numberOf(file.release());
     return {};
 }
 
 void InputFile::close() {
-    if (m_handle != -1) {
+    if (m_handle != -1)
         CloseHandle(handleOf(std::exchange(m_handle, -1)));
-    }
 }
 
 Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
                          std::size_t &got) const {
-    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got)) {
+    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got))
         return errorStatus(error, "cannot read", m_path);
-    }
     return {};
 }
 
 Status InputFile::info(FileInfo &info) const {
-    if (const DWORD error = fileInfo(handleOf(m_handle), info)) {
+    if (const DWORD error = fileInfo(handleOf(m_handle), info))
         return errorStatus(error, "cannot examine", m_path);
-    }
     return {};
 }
 
 // The system has no such call for a file that others may have open, too.
-void InputFile::forget() const {}
+void InputFile::dropCache() const {}
 
 Status InputFile::attributes(std::uint8_t &attributes) const {
     FILE_BASIC_INFO basic{};
-    if (!GetFileInformationByHandleEx(handleOf(m_handle), FileBasicInfo, &basic, sizeof basic)) {
+    if (!GetFileInformationByHandleEx(handleOf(m_handle), FileBasicInfo, &basic, sizeof basic))
         return errorStatus(GetLastError(), "cannot examine", m_path);
-    }
     attributes = dosBits(basic.FileAttributes);
     return {};
 }
@@ -153,15 +140,12 @@ Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoin
     while (!LockFileEx(handleOf(m_handle), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0,
                        1, 0, &place)) {
         const DWORD error = GetLastError();
-        if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING) {
+        if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING)
             return errorStatus(error, "cannot lock", m_path);
-        }
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", m_path};
-        }
-        if (std::chrono::steady_clock::now() >= end) {
+        if (std::chrono::steady_clock::now() >= end)
             return {Failure::Busy, m_path + " is in use by another program", m_path};
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return {};

@@ -12,7 +12,7 @@ namespace {
 
 class Zones {
   public:
-    void forget() {
+    void dropCache() {
         const std::lock_guard lock(m_mutex);
         m_years.clear();
     }
@@ -21,9 +21,8 @@ class Zones {
         const std::lock_guard lock(m_mutex);
         auto known = m_years.find(year);
         if (known == m_years.end()) {
-            if (!GetTimeZoneInformationForYear(year, nullptr, &zone)) {
+            if (!GetTimeZoneInformationForYear(year, nullptr, &zone))
                 return false;
-            }
             known = m_years.emplace(year, zone).first;
         }
         zone = known->second;
@@ -43,9 +42,8 @@ Zones &zones() {
 constexpr std::int64_t kTicks = 10'000'000; // in a second
 
 bool calendarOf(std::int64_t seconds, SYSTEMTIME &calendar) {
-    if (seconds < -kTicksTo1970 / kTicks || seconds > INT64_MAX / kTicks / 2) {
+    if (seconds < -kTicksTo1970 / kTicks || seconds > INT64_MAX / kTicks / 2)
         return false;
-    }
     const std::int64_t ticks = seconds * kTicks + kTicksTo1970;
     const FILETIME time{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
     return FileTimeToSystemTime(&time, &calendar) != FALSE;
@@ -53,8 +51,8 @@ bool calendarOf(std::int64_t seconds, SYSTEMTIME &calendar) {
 
 } // namespace
 
-void noticeTimeZone() {
-    zones().forget();
+void reloadTimeZone() {
+    zones().dropCache();
 }
 
 bool localTime(std::int64_t seconds, std::tm &parts) {
@@ -62,9 +60,8 @@ bool localTime(std::int64_t seconds, std::tm &parts) {
     SYSTEMTIME local{};
     TIME_ZONE_INFORMATION zone{};
     if (!calendarOf(seconds, utc) || !zones().find(utc.wYear, zone) ||
-        !SystemTimeToTzSpecificLocalTime(&zone, &utc, &local)) {
+        !SystemTimeToTzSpecificLocalTime(&zone, &utc, &local))
         return false;
-    }
     parts = {};
     parts.tm_year = local.wYear - 1900;
     parts.tm_mon = local.wMonth - 1;

@@ -20,8 +20,8 @@ std::string foldedName(const std::string &name) {
 } // namespace
 
 // A file that nobody else can open, and that goes with its handle, also when the process is killed.
-Status NameClaim::take(const Folder &folder, const std::string &name,
-                       std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
+Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                      const KeepGoing &keepGoing) {
     release();
     const std::string claim = claimName(foldedName(name));
     const auto end = std::chrono::steady_clock::now() + wait;
@@ -43,9 +43,8 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
             return takesNoFile ? Status()
                                : errorStatus(error, "cannot claim a name in", folder.path());
         }
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        }
         if (std::chrono::steady_clock::now() >= end) {
             return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
                     folder.pathOf(name)};
@@ -54,7 +53,7 @@ Status NameClaim::take(const Folder &folder, const std::string &name,
     }
 }
 
-void NameClaim::release() {
+void NameLock::release() {
     m_file.close();
 }
 

@@ -60,12 +60,10 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
         DWORD count = 0;
         const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size - done, kLargestWrite));
         if (!WriteFile(handleOf(m_handle), static_cast<const char *>(data) + done, wanted, &count,
-                       &place)) {
+                       &place))
             return errorStatus(GetLastError(), "cannot write in", m_folder->path());
-        }
-        if (count == 0) {
+        if (count == 0)
             return errorStatus(ERROR_DISK_FULL, "cannot write in", m_folder->path());
-        }
         done += count;
     }
     m_size = std::max(m_size, offset + size);
@@ -74,26 +72,21 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
 
 Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                          const KeepGoing &keepGoing) {
-    if (size == 0) {
+    if (size == 0)
         return {};
-    }
     const std::size_t room = static_cast<std::size_t>(std::min<std::uint64_t>(size, kCopyStep));
     const std::unique_ptr<char[]> buffer(new char[room]);
     while (size > 0) {
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", source.path()};
-        }
         const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size, room));
         std::size_t got = 0;
-        if (Status status = source.readAt(offset, buffer.get(), wanted, got); !status.ok()) {
+        if (Status status = source.readAt(offset, buffer.get(), wanted, got); !status.ok())
             return status;
-        }
-        if (got == 0) {
+        if (got == 0)
             return {Failure::EndsEarly, source.path() + " ends early", source.path()};
-        }
-        if (Status status = write(buffer.get(), got); !status.ok()) {
+        if (Status status = write(buffer.get(), got); !status.ok())
             return status;
-        }
         offset += got;
         size -= got;
     }
@@ -101,18 +94,16 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
 }
 
 Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
-    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got)) {
+    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got))
         return errorStatus(error, "cannot read back in", m_folder->path());
-    }
     return {};
 }
 
 Status NewFile::truncate(std::uint64_t size) {
     FILE_END_OF_FILE_INFO end{};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
-    if (!SetFileInformationByHandle(handleOf(m_handle), FileEndOfFileInfo, &end, sizeof end)) {
+    if (!SetFileInformationByHandle(handleOf(m_handle), FileEndOfFileInfo, &end, sizeof end))
         return errorStatus(GetLastError(), "cannot write in", m_folder->path());
-    }
     m_size = size;
     return {};
 }
@@ -122,9 +113,8 @@ Status NewFile::openWritten(InputFile &file) const {
     file.m_path = m_folder->pathOf(m_temporary);
     HANDLE own = INVALID_HANDLE_VALUE;
     if (!DuplicateHandle(GetCurrentProcess(), handleOf(m_handle), GetCurrentProcess(), &own, 0,
-                         FALSE, DUPLICATE_SAME_ACCESS)) {
+                         FALSE, DUPLICATE_SAME_ACCESS))
         return errorStatus(GetLastError(), "cannot read back in", m_folder->path());
-    }
     file.m_handle = numberOf(own);
     return {};
 }
@@ -133,9 +123,8 @@ Status NewFile::setModified(std::int64_t modified) {
     FILE_BASIC_INFO basic{};
     // Rounded down, before 1970 too.
     std::int64_t ticks = modified / 100;
-    if (modified % 100 < 0) {
+    if (modified % 100 < 0)
         --ticks;
-    }
     basic.LastWriteTime.QuadPart = ticks + kTicksTo1970;
     IO_STATUS_BLOCK block{};
     const NTSTATUS status = NtSetInformationFile(handleOf(m_handle), &block, &basic, sizeof basic,
@@ -146,12 +135,11 @@ Status NewFile::setModified(std::int64_t modified) {
 }
 
 Status NewFile::setAttributes(std::uint8_t attributes) {
-    constexpr std::uint8_t kept =
-        attributeReadOnly | attributeHidden | attributeSystem | attributeArchive;
-    if ((attributes & (attributeReadOnly | attributeHidden | attributeSystem)) == 0) {
+    constexpr std::uint8_t kKept =
+        kAttributeReadOnly | kAttributeHidden | kAttributeSystem | kAttributeArchive;
+    if ((attributes & (kAttributeReadOnly | kAttributeHidden | kAttributeSystem)) == 0)
         return {}; // as it was created
-    }
-    const NTSTATUS status = setOpenedAttributes(handleOf(m_handle), attributes & kept);
+    const NTSTATUS status = setOpenedAttributes(handleOf(m_handle), attributes & kKept);
     return status < 0 ? errorStatus(errorOf(status), "cannot set the attributes of a file in",
                                     m_folder->path())
                       : Status();
@@ -173,9 +161,8 @@ void NewFile::takeOverFrom(const InputFile &other) {
     PACL list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     if (GetSecurityInfo(handleOf(other.m_handle), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
-                        nullptr, nullptr, &list, nullptr, &descriptor) != ERROR_SUCCESS) {
+                        nullptr, nullptr, &list, nullptr, &descriptor) != ERROR_SUCCESS)
         return;
-    }
     SECURITY_DESCRIPTOR_CONTROL control = 0;
     DWORD revision = 0;
     GetSecurityDescriptorControl(descriptor, &control, &revision);
@@ -188,16 +175,14 @@ void NewFile::takeOverFrom(const InputFile &other) {
 }
 
 Status NewFile::sync() {
-    if (!FlushFileBuffers(handleOf(m_handle))) {
+    if (!FlushFileBuffers(handleOf(m_handle)))
         return errorStatus(GetLastError(), "cannot sync a file in", m_folder->path());
-    }
     return {};
 }
 
 void NewFile::discard() {
-    if (m_handle == -1) {
+    if (m_handle == -1)
         return;
-    }
     HANDLE file = handleOf(std::exchange(m_handle, -1));
     if (!m_temporary.empty()) {
         deleteOpened(file);

@@ -18,10 +18,9 @@ std::size_t nameStart(const std::string &path) {
 
 // Without the mark of the long form.
 std::wstring plainForm(std::wstring path) {
-    constexpr std::wstring_view server = L"\\\\?\\UNC\\";
-    if (path.starts_with(server)) {
-        return L"\\\\" + path.substr(server.size());
-    }
+    constexpr std::wstring_view kServer = L"\\\\?\\UNC\\";
+    if (path.starts_with(kServer))
+        return L"\\\\" + path.substr(kServer.size());
     return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
 }
 
@@ -30,16 +29,14 @@ std::wstring finalPath(const std::string &path) {
     const Handle opened(CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    if (!opened.isOpen()) {
+    if (!opened.isOpen())
         return {};
-    }
     const DWORD needed = GetFinalPathNameByHandleW(opened.get(), nullptr, 0, FILE_NAME_NORMALIZED);
     std::wstring whole(needed, L'\0');
     const DWORD size =
         GetFinalPathNameByHandleW(opened.get(), whole.data(), needed, FILE_NAME_NORMALIZED);
-    if (size == 0 || size >= needed) {
+    if (size == 0 || size >= needed)
         return {};
-    }
     whole.resize(size);
     return plainForm(whole);
 }
@@ -48,9 +45,8 @@ std::wstring finalPath(const std::string &path) {
 std::wstring storedName(const std::string &path) {
     WIN32_FIND_DATAW found{};
     const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) {
+    if (search == INVALID_HANDLE_VALUE)
         return wideFromUtf8(path.substr(nameStart(path)));
-    }
     FindClose(search);
     return found.cFileName;
 }
@@ -72,9 +68,8 @@ Status makeFolders(const std::string &path) {
         if (!part.empty() && !CreateDirectoryW(longPath(part).c_str(), nullptr)) {
             const DWORD error = GetLastError();
             const DWORD kind = GetFileAttributesW(longPath(part).c_str());
-            if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+            if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
                 return errorStatus(error, "cannot make the folder", part);
-            }
         }
     }
     return {};
@@ -91,17 +86,13 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
     } else {
         name = utf8FromWide(storedName(path));
         real = finalPath(folder.empty() ? "." : folder);
-        if (real.empty() &&
-            GetFileAttributesW(longPath(folder).c_str()) == INVALID_FILE_ATTRIBUTES) {
+        if (real.empty() && GetFileAttributesW(longPath(folder).c_str()) == INVALID_FILE_ATTRIBUTES)
             return errorStatus(GetLastError(), "cannot find", path);
-        }
     }
-    if (!real.empty()) {
+    if (!real.empty())
         folder = utf8FromWide(real);
-    }
-    if (folder.size() > 3 && isSeparator(folder.back())) {
+    if (folder.size() > 3 && isSeparator(folder.back()))
         folder.pop_back();
-    }
     return {};
 }
 
@@ -116,9 +107,8 @@ bool namesIgnoreCase() {
 unsigned processorCount() {
     DWORD_PTR ours = 0;
     DWORD_PTR all = 0;
-    if (GetProcessAffinityMask(GetCurrentProcess(), &ours, &all) && ours != 0) {
+    if (GetProcessAffinityMask(GetCurrentProcess(), &ours, &all) && ours != 0)
         return static_cast<unsigned>(std::popcount(ours));
-    }
     const DWORD count = GetActiveProcessorCount(ALL_PROCESSOR_GROUPS);
     return count > 0 ? count : 1;
 }

@@ -113,33 +113,29 @@ std::string utf8FromNarrow(std::string_view text) {
 
 std::wstring longPath(const std::string &utf8) {
     const std::wstring path = wideFromUtf8(utf8.empty() ? std::string_view(".") : utf8);
-    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
+    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\"))
         return path;
-    }
     DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
     std::wstring whole(size, L'\0');
     size = GetFullPathNameW(path.c_str(), size, whole.data(), nullptr);
     whole.resize(size);
-    if (whole.starts_with(L"\\\\")) {
+    if (whole.starts_with(L"\\\\"))
         return whole.starts_with(L"\\\\.\\") ? whole : L"\\\\?\\UNC\\" + whole.substr(2);
-    }
     return L"\\\\?\\" + whole;
 }
 
-std::wstring longPath(const Place &place) {
+std::wstring longPath(const Location &place) {
     std::wstring whole = longPath(place.folder);
-    if (place.below.empty()) {
+    if (place.below.empty())
         return whole;
-    }
-    if (whole.back() != L'\\') {
+    if (whole.back() != L'\\')
         whole += L'\\';
-    }
     std::wstring below = wideFromUtf8(place.below);
     std::replace(below.begin(), below.end(), L'/', L'\\');
     return whole + below;
 }
 
-std::string shownPath(const Place &place) {
+std::string shownPath(const Location &place) {
     std::string path = place.path();
     std::replace(path.begin(), path.end(), '/', '\\');
     return path;
@@ -150,21 +146,19 @@ Status errorStatus(DWORD error, const char *what, const std::string &path) {
 }
 
 DWORD errorOf(NTSTATUS status) {
-    constexpr auto deletePending = static_cast<NTSTATUS>(0xC0000056);
-    constexpr auto isDirectory = static_cast<NTSTATUS>(0xC00000BA);
+    constexpr auto kDeletePending = static_cast<NTSTATUS>(0xC0000056);
+    constexpr auto kIsDirectory = static_cast<NTSTATUS>(0xC00000BA);
     // The general translation says "access denied" for both, which is another failure here.
-    if (status == deletePending) {
+    if (status == kDeletePending)
         return ERROR_DELETE_PENDING;
-    }
-    return status == isDirectory ? kDirectoryNotSupported : RtlNtStatusToDosError(status);
+    return status == kIsDirectory ? kDirectoryNotSupported : RtlNtStatusToDosError(status);
 }
 
 NTSTATUS openAt(HANDLE folder, const std::string &name, const Access &access, Handle &opened) {
-    constexpr auto nameInvalid = static_cast<NTSTATUS>(0xC0000033);
+    constexpr auto kNameInvalid = static_cast<NTSTATUS>(0xC0000033);
     std::wstring wide = wideFromUtf8(name);
-    if (!isComponent(wide) || wide.size() > USHRT_MAX / sizeof(wchar_t)) {
-        return nameInvalid;
-    }
+    if (!isComponent(wide) || wide.size() > USHRT_MAX / sizeof(wchar_t))
+        return kNameInvalid;
     UNICODE_STRING text{};
     text.Buffer = wide.data();
     text.Length = static_cast<USHORT>(wide.size() * sizeof(wchar_t));
@@ -177,9 +171,8 @@ NTSTATUS openAt(HANDLE folder, const std::string &name, const Access &access, Ha
         &handle, access.rights | SYNCHRONIZE, &attributes, &block, nullptr, FILE_ATTRIBUTE_NORMAL,
         access.share, access.disposition,
         access.options | FILE_SYNCHRONOUS_IO_NONALERT | FILE_OPEN_FOR_BACKUP_INTENT, nullptr, 0);
-    if (status >= 0) {
+    if (status >= 0)
         opened = Handle(handle);
-    }
     return status;
 }
 

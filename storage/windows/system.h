@@ -42,9 +42,8 @@ class Handle {
     bool isOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
     HANDLE release() { return std::exchange(m_handle, INVALID_HANDLE_VALUE); }
     void close() {
-        if (isOpen()) {
+        if (isOpen())
             CloseHandle(release());
-        }
     }
 
   private:
@@ -62,9 +61,9 @@ std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
 // The whole path behind the system's long form ("\\?\"), which has no limit of 260 characters.
 std::wstring longPath(const std::string &path);
-std::wstring longPath(const Place &place);
+std::wstring longPath(const Location &place);
 // The whole path for messages, all separators alike.
-std::string shownPath(const Place &place);
+std::string shownPath(const Location &place);
 
 // The status for an error of the system: "<what> <path>: <the system's words>".
 Status errorStatus(DWORD error, const char *what, const std::string &path);

@@ -118,7 +118,8 @@ bool counted(const char *name, const std::string &path, Half half) {
 }
 
 bool counted(const char *name, const std::string &path) {
-    return counted(name, path, [] {});
+    return counted(
+        name, path, [] {});
 }
 
 bool lacking(const char *what) {
@@ -135,18 +136,17 @@ std::string taken;
 std::atomic<bool> doomed{false};
 
 bool isOpenHere(const std::string &path) {
-    for (int fd = 0; fd < 256; ++fd) {
+    for (int fd = 0; fd < 256; ++fd)
         if (pathOf(fd) == path)
             return true;
-    }
     return false;
 }
 
 // True where a renaming to this path, an archive's, is refused.
 bool refused(const char *name, const std::string &path) {
-    constexpr std::string_view end = ".vl2";
-    if (std::strncmp(name, "rename", 6) != 0 || path.size() < end.size() ||
-        path.compare(path.size() - end.size(), end.size(), end) != 0)
+    constexpr std::string_view kEnd = ".vl2";
+    if (std::strncmp(name, "rename", 6) != 0 || path.size() < kEnd.size() ||
+        path.compare(path.size() - kEnd.size(), kEnd.size(), kEnd) != 0)
         return false;
     const bool isThere = syscall(SYS_faccessat, AT_FDCWD, path.c_str(), F_OK) == 0;
     const bool first = taken.empty() && isThere;

@@ -22,11 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const Hive after(hive.withValue(key, name, value, 0));
         if (after.value(key, name) != value)
             std::abort();
-        for (const QString &kept : names) {
+        for (const QString &kept : names)
             if (kept.compare(name, Qt::CaseInsensitive) != 0 &&
                 after.value(key, kept) != hive.value(key, kept))
                 std::abort();
-        }
     }
     return 0;
 }

@@ -25,10 +25,9 @@ std::int32_t update(std::string archive, std::string root) {
 
 // Names that differ in case only may stand for one entry.
 std::string folded(std::string text) {
-    for (char &c : text) {
+    for (char &c : text)
         if (c >= 'A' && c <= 'Z')
             c = static_cast<char>(c + ('a' - 'A'));
-    }
     return text;
 }
 
@@ -45,9 +44,8 @@ extern "C" int nanosleep(const timespec * /*wanted*/, timespec * /*left*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    if (size < 4) {
+    if (size < 4)
         return 0;
-    }
     const TestFolder folder;
     const std::string archive = folder / "a.vl2";
     const std::string original(data + 2, data + size);
@@ -61,9 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const bool plain = std::all_of(old.begin(), old.end(), [](unsigned char c) {
             return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z');
         });
-        if (plain && !old.empty() && old.size() < 200 && old != "sub") {
+        if (plain && !old.empty() && old.size() < 200 && old != "sub")
             name = old;
-        }
     }
     fuzz::extract(archive, folder / "before");
     writeFile(folder / ("w/" + name), fill(data[0]));
@@ -87,9 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                      entry.path + " is listed as it was");
     }
     constexpr std::int32_t kDoesNotFit = 50; // told sizes beyond any disk: nothing is extracted
-    if (fuzz::extract(archive, folder / "after") == kDoesNotFit) {
+    if (fuzz::extract(archive, folder / "after") == kDoesNotFit)
         return 0;
-    }
     const auto found = filesIn(folder / "after");
     for (const auto &[path, content] : filesIn(folder / "before")) {
         // What the two files replace, names in another case included, and what they stand in the

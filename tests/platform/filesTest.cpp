@@ -38,7 +38,8 @@ TEST_F(FilesTest, ASearchGivesWhatItsMaskAllows) {
     for (const char *nothing : {"folder.vl2", "folder.vl2\\", "missing.vl2", "missing\\*.vl2",
                                 "b.vl2\\*", "h*", "*.nothing"})
         EXPECT_EQ(findFirst(at(nothing), 0), QString()) << nothing;
-    expectError(ErrorNumber::BadFileName, [&] { findFirst(at("b.vl2") + QChar(0) + "x", 0); });
+    expectError(
+        ErrorNumber::BadFileName, [&] { findFirst(at("b.vl2") + QChar(0) + "x", 0); });
     expectError(ErrorNumber::DeviceUnavailable, [] { findFirst("Q:\\nothing", 0); });
 
     const QStringList listed = {"A.VL2", "b.vl2", "readonly.vl2"};
@@ -63,10 +64,14 @@ TEST_F(FilesTest, FoldersAreMadeAndRemovedOneLevelAtATime) {
     platform::makeFolder(at("one\\Two"));
     EXPECT_TRUE(exists("One/Two"));
     makeFile("One/file");
-    expectError(ErrorNumber::PathFileAccess, [&] { platform::makeFolder(at("ONE")); });
-    expectError(ErrorNumber::PathNotFound, [&] { platform::makeFolder(at("x\\y")); });
-    expectError(ErrorNumber::PathNotFound, [&] { platform::makeFolder(at("One\\file\\y")); });
-    expectError(ErrorNumber::PathFileAccess, [&] { platform::removeFolder(at("One")); });
+    expectError(
+        ErrorNumber::PathFileAccess, [&] { platform::makeFolder(at("ONE")); });
+    expectError(
+        ErrorNumber::PathNotFound, [&] { platform::makeFolder(at("x\\y")); });
+    expectError(
+        ErrorNumber::PathNotFound, [&] { platform::makeFolder(at("One\\file\\y")); });
+    expectError(
+        ErrorNumber::PathFileAccess, [&] { platform::removeFolder(at("One")); });
     expectError(ErrorNumber::PathNotFound, [&] { platform::removeFolder(at("missing")); });
     platform::removeFolder(at("ONE\\two"));
     EXPECT_FALSE(exists("One/Two"));
@@ -82,7 +87,8 @@ TEST_F(FilesTest, DeletingTakesOrdinaryFilesOnly) {
     platform::deleteFiles(at("KEEP.cs"));
     EXPECT_FALSE(exists("keep.cs"));
     for (const char *nothing : {"*.txt", "hidden.txt", "folder.txt", "missing", "missing\\*", ""})
-        expectError(ErrorNumber::FileNotFound, [&] { platform::deleteFiles(at(nothing)); });
+        expectError(
+            ErrorNumber::FileNotFound, [&] { platform::deleteFiles(at(nothing)); });
     expectError(ErrorNumber::BadFileName,
                 [&] { platform::deleteFiles(at("folder.txt/inner.txt") + QChar(0)); });
     EXPECT_TRUE(exists("folder.txt/inner.txt"));
@@ -99,7 +105,8 @@ TEST_F(FilesTest, AttributesAreSetExactly) {
     makeFolders("folder");
     setAttributes(at("folder"), AttributeHidden);
     EXPECT_EQ(attributes(at("FOLDER")), AttributeDirectory | AttributeHidden);
-    expectError(ErrorNumber::FileNotFound, [&] { attributes(at("none")); });
+    expectError(
+        ErrorNumber::FileNotFound, [&] { attributes(at("none")); });
     expectError(ErrorNumber::FileNotFound, [&] { setAttributes(at("no\\ne"), 0); });
 }
 

@@ -12,14 +12,17 @@ namespace {
 
 // Answers the message box that is on screen once it is there.
 void pressInBox(Qt::Key key, QMessageBox::Icon &icon, QString &text, int &buttons) {
-    QTimer::singleShot(50, [&, key] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        ASSERT_NE(box, nullptr);
-        icon = box->icon();
-        text = box->textFormat() == Qt::PlainText ? box->text() : QStringLiteral("not as it is");
-        buttons = static_cast<int>(box->buttons().size());
-        QTest::keyClick(box, key);
-    });
+    QTimer::singleShot(
+        50,
+        [&, key] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            icon = box->icon();
+            text =
+                box->textFormat() == Qt::PlainText ? box->text() : QStringLiteral("not as it is");
+            buttons = static_cast<int>(box->buttons().size());
+            QTest::keyClick(box, key);
+        });
 }
 
 } // namespace

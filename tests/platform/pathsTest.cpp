@@ -67,8 +67,8 @@ TEST_F(PathsTest, DrivesLeadThroughTheWinePrefix) {
     EXPECT_EQ(platform::nativePath("C:"), at("prefix/drive_c"));
     EXPECT_EQ(platform::nativePath("Z:\\TMP"), QString("/tmp"));
     EXPECT_EQ(platform::findFirst("C:\\program files\\*.EXE", 0), QString("Tool.exe"));
-    expectError(platform::ErrorNumber::DeviceUnavailable,
-                [] { platform::findFirst("Q:\\nothing", 0); });
+    expectError(
+        platform::ErrorNumber::DeviceUnavailable, [] { platform::findFirst("Q:\\nothing", 0); });
     expectError(platform::ErrorNumber::DeviceUnavailable, [] { platform::makeFolder("Q:\\new"); });
     EXPECT_EQ(platform::storedName("Q:\\nothing"), QString());
 

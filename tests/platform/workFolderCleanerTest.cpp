@@ -31,27 +31,27 @@ TEST_F(SweepTest, ListedFilesAreDeletedHoweverTheyAreWritten) {
         makeFile(QByteArray("temp/Classic/") + row.stored);
     platform::setAttributes(at("temp/Classic/textures/sky.png"),
                             platform::AttributeReadOnly | platform::AttributeHidden);
-    platform::Sweep sweep(work());
+    platform::WorkFolderCleaner cleaner(work());
     for (const Row &row : rows) {
-        EXPECT_TRUE(sweep.deleteFile(row.listed)) << row.listed;
+        EXPECT_TRUE(cleaner.deleteFile(row.listed)) << row.listed;
         EXPECT_FALSE(exists(QByteArray("temp/Classic/") + row.stored)) << row.stored;
-        EXPECT_FALSE(sweep.deleteFile(row.listed)) << row.listed;
+        EXPECT_FALSE(cleaner.deleteFile(row.listed)) << row.listed;
     }
 }
 
 TEST_F(SweepTest, NoNameLeavesTheWorkFolder) {
     const QString outside = makeFile("temp/neighbour.txt");
     makeFile("temp/Classic/sub/x.txt");
-    platform::Sweep sweep(work());
+    platform::WorkFolderCleaner cleaner(work());
     for (const QString &name :
          {QString("..\\neighbour.txt"), QString("sub\\..\\..\\neighbour.txt"), QString(".."),
           outside, "Z:" + outside, QString(""), QString("sub"), QString("sub\\"), QString("x.txt"),
           QString("sub\\x.txt:stream"), QString("sub\\x.txt") + QChar(0)}) {
-        EXPECT_FALSE(sweep.clearAttributes(name)) << name.toStdString();
-        EXPECT_FALSE(sweep.deleteFile(name)) << name.toStdString();
+        EXPECT_FALSE(cleaner.clearAttributes(name)) << name.toStdString();
+        EXPECT_FALSE(cleaner.deleteFile(name)) << name.toStdString();
     }
-    EXPECT_FALSE(sweep.deleteFilesIn(".."));
-    EXPECT_FALSE(sweep.removeFolder(".."));
+    EXPECT_FALSE(cleaner.deleteFilesIn(".."));
+    EXPECT_FALSE(cleaner.removeFolder(".."));
     EXPECT_TRUE(exists("temp/neighbour.txt"));
     EXPECT_TRUE(exists("temp/Classic/sub/x.txt"));
 }
@@ -61,31 +61,31 @@ TEST_F(SweepTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
         makeFile(QByteArray("temp/Classic/") + name);
     platform::setAttributes(at("temp/Classic/a.txt"), platform::AttributeReadOnly);
 
-    platform::Sweep sweep(work());
-    EXPECT_TRUE(sweep.deleteFilesIn({}));
+    platform::WorkFolderCleaner cleaner(work());
+    EXPECT_TRUE(cleaner.deleteFilesIn({}));
     for (const int kept : std::initializer_list<int>{
              platform::AttributeSystem, platform::AttributeHidden,
              platform::AttributeHidden | platform::AttributeSystem | platform::AttributeReadOnly}) {
         platform::setAttributes(at("temp/Classic/Sub/hidden.txt"), kept);
-        EXPECT_FALSE(sweep.deleteFilesIn("sub")) << "it stays with " << kept;
+        EXPECT_FALSE(cleaner.deleteFilesIn("sub")) << "it stays with " << kept;
     }
-    EXPECT_FALSE(sweep.removeFolder("sub"));
-    EXPECT_TRUE(sweep.deleteFilesIn("Sub\\Deep"));
-    EXPECT_TRUE(sweep.removeFolder("sub\\deep"));
-    EXPECT_FALSE(sweep.removeFolder({}));
+    EXPECT_FALSE(cleaner.removeFolder("sub"));
+    EXPECT_TRUE(cleaner.deleteFilesIn("Sub\\Deep"));
+    EXPECT_TRUE(cleaner.removeFolder("sub\\deep"));
+    EXPECT_FALSE(cleaner.removeFolder({}));
     for (const char *name : {"sub\\HIDDEN.txt", "Sub\\hidden.txt"}) {
-        EXPECT_TRUE(sweep.clearAttributes(name)) << "also one that has none";
+        EXPECT_TRUE(cleaner.clearAttributes(name)) << "also one that has none";
         EXPECT_EQ(platform::attributes(at("temp/Classic/Sub/hidden.txt")) &
                       ~platform::AttributeArchive, // some systems set it themselves
                   platform::AttributeNormal);
     }
-    EXPECT_TRUE(sweep.deleteFilesIn("Sub"));
-    EXPECT_TRUE(sweep.removeFolder("Sub"));
-    EXPECT_TRUE(sweep.removeFolder({}));
+    EXPECT_TRUE(cleaner.deleteFilesIn("Sub"));
+    EXPECT_TRUE(cleaner.removeFolder("Sub"));
+    EXPECT_TRUE(cleaner.removeFolder({}));
     EXPECT_EQ(namesIn("temp"), QStringList());
     // Nothing to work on any more.
-    EXPECT_FALSE(sweep.clearAttributes("a.txt") || sweep.deleteFile("a.txt") ||
-                 sweep.deleteFilesIn({}) || sweep.removeFolder({}));
+    EXPECT_FALSE(cleaner.clearAttributes("a.txt") || cleaner.deleteFile("a.txt") ||
+                 cleaner.deleteFilesIn({}) || cleaner.removeFolder({}));
 }
 
 constexpr std::uint32_t kContentCrc = 0xFEC530A9; // of "content"
@@ -155,20 +155,20 @@ TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
             }
             folder.close();
             row.happens();
-            platform::Sweep sweep(work());
-            sweep.deleteOnly(packed);
-            EXPECT_EQ(sweep.deleteFile(path), row.deleted);
+            platform::WorkFolderCleaner cleaner(work());
+            cleaner.deleteOnly(packed);
+            EXPECT_EQ(cleaner.deleteFile(path), row.deleted);
             EXPECT_EQ(exists("temp/Classic/sub/a.png"), !row.deleted);
-            EXPECT_EQ(sweep.deleteFilesIn("SUB"), row.deleted);
+            EXPECT_EQ(cleaner.deleteFilesIn("SUB"), row.deleted);
             EXPECT_FALSE(exists("temp/Classic/sub/b.png"));
         }
     }
     writeFile(sub / "new.png", "content");
-    platform::Sweep sweep(work());
+    platform::WorkFolderCleaner cleaner(work());
     const platform::PackedFiles none;
-    sweep.deleteOnly(none);
-    EXPECT_FALSE(sweep.deleteFile("sub\\new.png"));
-    EXPECT_FALSE(sweep.deleteFilesIn("sub"));
+    cleaner.deleteOnly(none);
+    EXPECT_FALSE(cleaner.deleteFile("sub\\new.png"));
+    EXPECT_FALSE(cleaner.deleteFilesIn("sub"));
 }
 
 // An edit in the step of the disk's clock in which the file was read leaves its times as they were.
@@ -192,21 +192,21 @@ TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
         } while (now.changed <= seen.changed);
         platform::PackedFiles packed;
         packed.add(u"a.cs", seen, kContentCrc, row.began);
-        platform::Sweep sweep(work());
-        sweep.deleteOnly(packed);
-        EXPECT_EQ(sweep.deleteFile("A.cs"), row.deleted);
+        platform::WorkFolderCleaner cleaner(work());
+        cleaner.deleteOnly(packed);
+        EXPECT_EQ(cleaner.deleteFile("A.cs"), row.deleted);
     }
     // What an extraction wrote is known by its entry's CRC-32 alone.
     makeFile("temp/Classic/own.cs", "saved by an editor since");
     makeFile("temp/Classic/extracted.cs", "content");
     platform::PackedFiles entries;
-    seen.size = platform::PackedFiles::anySize;
+    seen.size = platform::PackedFiles::kAnySize;
     for (const QString name : {"own.cs", "extracted.cs"})
         entries.add(name, seen, kContentCrc, INT64_MIN);
-    platform::Sweep sweep(work());
-    sweep.deleteOnly(entries);
-    EXPECT_FALSE(sweep.deleteFile("own.cs"));
-    EXPECT_TRUE(sweep.deleteFile("extracted.cs"));
+    platform::WorkFolderCleaner cleaner(work());
+    cleaner.deleteOnly(entries);
+    EXPECT_FALSE(cleaner.deleteFile("own.cs"));
+    EXPECT_TRUE(cleaner.deleteFile("extracted.cs"));
 }
 
 } // namespace

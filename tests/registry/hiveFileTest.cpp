@@ -25,9 +25,9 @@ namespace {
 using namespace platform::hive; // NOLINT(google-build-using-namespace): the subject
 
 std::int32_t set(const QString &path, const QString &name, const QByteArray &text) {
-    return changeHive(path.toUtf8(), [&](const Hive &old) {
-        return old.withValue(u"Key", name, valueFromNarrow(1, text), 0);
-    });
+    return changeHive(
+        path.toUtf8(),
+        [&](const Hive &old) { return old.withValue(u"Key", name, valueFromNarrow(1, text), 0); });
 }
 
 QByteArray get(const QString &path, const QString &name) {
@@ -78,9 +78,7 @@ TEST_F(HiveFile, ModeAndOwnerStay) {
     home.setHive("[Key]\n");
     ASSERT_EQ(::chmod(path.toUtf8().constData(), 0640), 0);
     const bool isRoot = ::geteuid() == 0;
-    if (isRoot) {
-        ASSERT_EQ(::chown(path.toUtf8().constData(), 1234, 2345), 0);
-    }
+    ASSERT_TRUE(!isRoot || ::chown(path.toUtf8().constData(), 1234, 2345) == 0);
     ASSERT_EQ(set(path, "a", "1"), 0);
     const struct stat info = infoOf(path);
     EXPECT_EQ(info.st_mode & 07777U, 0640U);

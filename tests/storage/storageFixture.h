@@ -22,12 +22,10 @@ class Storage : public testing::Test {
     platform::Status commit(const std::string &name, const std::string &bytes, Replace replace,
                             InputFile *replaced = nullptr) const {
         NewFile file;
-        if (auto made = file.create(folder); !made.ok()) {
+        if (auto made = file.create(folder); !made.ok())
             return made;
-        }
-        if (auto written = file.write(bytes.data(), bytes.size()); !written.ok()) {
+        if (auto written = file.write(bytes.data(), bytes.size()); !written.ok())
             return written;
-        }
         return file.commit(name, replace, replaced);
     }
 

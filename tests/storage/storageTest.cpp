@@ -7,9 +7,8 @@ TEST_F(Storage, ANewFileHasItsNameOnlyOnceItIsWhole) {
     NewFile file;
     ASSERT_TRUE(file.create(folder).ok());
     ASSERT_TRUE(file.write("abcdef", 6).ok());
-    for (const std::string &name : namesIn(root.path())) {
+    for (const std::string &name : namesIn(root.path()))
         EXPECT_TRUE(platform::isTemporaryName(name)) << name;
-    }
     ASSERT_TRUE(file.truncate(3).ok());
     ASSERT_TRUE(file.setModified(-1'500'000'000).ok());
     ASSERT_TRUE(file.sync().ok());
@@ -41,7 +40,7 @@ TEST_F(Storage, ATakenNameIsReplacedOnlyWhereThatIsWanted) {
     writeFile(root / "a.txt", "old");
     writeFile(root / "locked.txt", "old");
     std::filesystem::create_directory(root / "dir");
-    setDosAttributes(root / "locked.txt", platform::attributeReadOnly);
+    setDosAttributes(root / "locked.txt", platform::kAttributeReadOnly);
     const struct {
         const char *name;
         Replace replace;
@@ -132,12 +131,11 @@ TEST_F(Storage, KindsAreToldApartAndFoldersStayOpen) {
     std::vector<platform::FolderItem> items;
     ASSERT_TRUE(folder.list(items).ok());
     ASSERT_EQ(items.size(), 2U);
-    for (const auto &item : items) {
+    for (const auto &item : items)
         EXPECT_EQ(item.kind, item.name == "file" ? FileInfo::Kind::File : FileInfo::Kind::Folder);
-    }
     EXPECT_EQ(folder.removeFolder("moved").kind, Failure::Exists);
     ASSERT_TRUE(below.removeFolder("inner").ok());
-    setDosAttributes(root / "file", platform::attributeReadOnly | platform::attributeHidden);
+    setDosAttributes(root / "file", platform::kAttributeReadOnly | platform::kAttributeHidden);
     EXPECT_TRUE(folder.removeFile("file").ok());
     EXPECT_FALSE(std::filesystem::exists(root / "file"));
 }
@@ -147,22 +145,20 @@ TEST_F(Storage, AttributesButForArchiveComeBackAsTheyWereSet) {
         SCOPED_TRACE(attributes);
         NewFile file;
         ASSERT_TRUE(file.create(folder).ok());
-        if (!file.setAttributes(static_cast<std::uint8_t>(attributes)).ok()) {
+        if (!file.setAttributes(static_cast<std::uint8_t>(attributes)).ok())
             GTEST_SKIP() << "no extended attributes here";
-        }
         ASSERT_TRUE(file.commit("a", Replace::Yes).ok());
         std::uint8_t found = 0;
         ASSERT_TRUE(folder.attributes("a", found).ok());
-        EXPECT_EQ(found, attributes & ~platform::attributeArchive);
+        EXPECT_EQ(found, attributes & ~platform::kAttributeArchive);
     }
 }
 
 TEST_F(Storage, RangesOfAnotherFileAreCopied) {
     std::string bytes;
     bytes.resize(9'000'000);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
+    for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<char>(i * i >> 8);
-    }
     writeFile(root / "source", bytes);
     InputFile source;
     ASSERT_TRUE(folder.openFile("source", source).ok());

@@ -29,22 +29,20 @@ std::map<std::string, std::string> filesIn(const fs::path &folder) {
     std::error_code none;
     for (const auto &item : fs::recursive_directory_iterator(folder, none)) {
         const std::string name = item.path().lexically_relative(folder).generic_string();
-        if (item.is_symlink()) {
+        if (item.is_symlink())
             found[name + "@"] = fs::read_symlink(item.path()).string();
-        } else if (item.is_directory()) {
+        else if (item.is_directory())
             found[name + "/"] = "";
-        } else {
+        else
             found[name] = readFile(item.path());
-        }
     }
     return found;
 }
 
 std::vector<std::string> namesIn(const fs::path &folder) {
     std::vector<std::string> names;
-    for (const auto &[name, content] : filesIn(folder)) {
+    for (const auto &[name, content] : filesIn(folder))
         names.push_back(name);
-    }
     return names;
 }
 

@@ -16,14 +16,14 @@ struct Outcome {
 class OrvelReg : public testing::Test {
   protected:
     OrvelReg() : m_own(ownKey()), key(m_own + "\\Setup\\Tribes2") {}
-    ~OrvelReg() override { forget(m_own); }
+    ~OrvelReg() override { dropCache(m_own); }
 
     static Outcome run(const QStringList &arguments);
 
   private:
     // A key that no other program has, in the store that the command works on.
     static QString ownKey();
-    static void forget(const QString &key);
+    static void dropCache(const QString &key);
     QString m_own;
 
   protected:

@@ -74,10 +74,9 @@ TEST(ArchiveTree, finds_names_downwards_and_round_again_in_closed_folders_too) {
     tree.Fill(mixedNodes(), &countIdle);
     const auto found = [&](const char *prefix, const char *start) {
         int from = 0;
-        for (int node = 1; node <= tree.Nodes().Count(); ++node) {
+        for (int node = 1; node <= tree.Nodes().Count(); ++node)
             if (tree.Nodes().Text(node) == start)
                 from = node;
-        }
         const int node = tree.Find(prefix, from);
         return node == 0 ? std::string("none") : tree.Nodes().Text(node).toStdString();
     };

@@ -55,10 +55,9 @@ QModelIndex EditWindow::node(const QString &folder, const QString &name) {
             continue;
         if (name.isEmpty())
             return parent;
-        for (int j = 0; j < model->rowCount(parent); ++j) {
+        for (int j = 0; j < model->rowCount(parent); ++j)
             if (const QModelIndex file = model->index(j, 0, parent); file.data() == name)
                 return file;
-        }
     }
     ADD_FAILURE() << "no node " << qPrintable(folder) << " " << qPrintable(name);
     return {};

@@ -64,10 +64,9 @@ QStringList MainWindow::shownTree() const {
 QStringList MainWindow::enabledButtons() const {
     QStringList names;
     for (const char *name :
-         {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile", "cmdOpenFolder"}) {
+         {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile", "cmdOpenFolder"})
         if (button(name)->isEnabled())
             names.append(QString(name).mid(3));
-    }
     return names;
 }
 

@@ -8,26 +8,24 @@ constexpr std::array<std::uint32_t, 256> makeCrcTable() {
     std::array<std::uint32_t, 256> table{};
     for (std::uint32_t i = 0; i < 256; ++i) {
         std::uint32_t value = i;
-        for (int bit = 0; bit < 8; ++bit) {
+        for (int bit = 0; bit < 8; ++bit)
             value = (value & 1U) != 0 ? (value >> 1) ^ 0xEDB88320U : value >> 1;
-        }
         table[i] = value;
     }
     return table;
 }
 
-constexpr std::array<std::uint32_t, 256> crcTable = makeCrcTable();
+constexpr std::array<std::uint32_t, 256> kCrcTable = makeCrcTable();
 
 std::uint32_t crcStep(std::uint32_t crc, std::uint8_t byte) {
-    return crcTable[(crc ^ byte) & 0xFFU] ^ (crc >> 8);
+    return kCrcTable[(crc ^ byte) & 0xFFU] ^ (crc >> 8);
 }
 
 } // namespace
 
 Cipher::Cipher(std::string_view password) : m_keys{0x12345678U, 0x23456789U, 0x34567890U} {
-    for (const char c : password) {
+    for (const char c : password)
         feed(static_cast<std::uint8_t>(c));
-    }
 }
 
 std::uint8_t Cipher::keyByte() const {

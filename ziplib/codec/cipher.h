@@ -12,7 +12,7 @@ namespace ziplib {
 class Cipher {
   public:
     // Bytes before an encrypted entry's data.
-    static constexpr std::size_t headerSize = 12;
+    static constexpr std::size_t kHeaderSize = 12;
 
     explicit Cipher(std::string_view password);
 

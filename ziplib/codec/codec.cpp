@@ -1,5 +1,7 @@
 #include "ziplib/codec/codec.h"
 
+#include "ziplib/format/records.h"
+
 #include <libdeflate.h>
 
 #include <new>
@@ -8,7 +10,7 @@ namespace ziplib {
 
 const char *methodName(std::uint16_t method) {
     switch (method) {
-    case methodStored:
+    case kMethodStored:
         return "Stored";
     case 1:
         return "Shrunk";
@@ -19,7 +21,7 @@ const char *methodName(std::uint16_t method) {
         return "Reduced";
     case 6:
         return "Imploded";
-    case methodDeflated:
+    case kMethodDeflated:
         return "Deflated";
     case 9:
         return "Deflate64";
@@ -40,43 +42,25 @@ const char *methodName(std::uint16_t method) {
     }
 }
 
-std::uint8_t *Buffer::reserve(std::size_t size) {
-    if (size > m_capacity || !m_data) {
-        m_data.reset();
-        m_capacity = 0;
-        m_data.reset(new std::uint8_t[size]);
-        m_capacity = size;
-    }
-    return m_data.get();
-}
-
-void Buffer::shrink(std::size_t keep) {
-    if (m_capacity > keep) {
-        m_data.reset();
-        m_capacity = 0;
-    }
-}
-
 Inflater::Inflater() : m_handle(libdeflate_alloc_decompressor()) {
-    if (m_handle == nullptr) {
+    if (m_handle == nullptr)
         throw std::bad_alloc();
-    }
 }
 
 Inflater::~Inflater() {
     libdeflate_free_decompressor(static_cast<libdeflate_decompressor *>(m_handle));
 }
 
-bool Inflater::inflate(const void *packed, std::size_t packedSize, void *out, std::size_t size) {
+bool Inflater::inflate(const void *packed, std::size_t compressedSize, void *out,
+                       std::size_t size) {
     // Without the last argument the library demands that the output is exactly `size` bytes.
     return libdeflate_deflate_decompress(static_cast<libdeflate_decompressor *>(m_handle), packed,
-                                         packedSize, out, size, nullptr) == LIBDEFLATE_SUCCESS;
+                                         compressedSize, out, size, nullptr) == LIBDEFLATE_SUCCESS;
 }
 
 Deflater::Deflater(int level) : m_handle(libdeflate_alloc_compressor(level)) {
-    if (m_handle == nullptr) {
+    if (m_handle == nullptr)
         throw std::bad_alloc();
-    }
 }
 
 Deflater::~Deflater() {

@@ -8,9 +8,6 @@
 // large streams through zlib.
 namespace ziplib {
 
-constexpr std::uint16_t methodStored = 0;
-constexpr std::uint16_t methodDeflated = 8;
-
 // The name of a method for listings: "Stored", "Deflated", ...; "Unknown" for one without a name.
 const char *methodName(std::uint16_t method);
 
@@ -19,22 +16,6 @@ const char *streamLibraryVersion();
 
 // CRC-32 of what came before (`crc`, 0 at the start) and these bytes.
 std::uint32_t crc32(std::uint32_t crc, const void *data, std::size_t size);
-
-// Bytes reserved for one piece of work, not initialised, kept from one use to the next.
-class Buffer {
-  public:
-    // Room for at least `size` bytes; what it held is lost where it must grow.
-    std::uint8_t *reserve(std::size_t size);
-    std::uint8_t *data() { return m_data.get(); }
-    const std::uint8_t *data() const { return m_data.get(); }
-    std::size_t capacity() const { return m_capacity; }
-    // Gives back what is more than `keep` bytes.
-    void shrink(std::size_t keep);
-
-  private:
-    std::unique_ptr<std::uint8_t[]> m_data;
-    std::size_t m_capacity = 0;
-};
 
 // Inflates whole pieces. One for each thread; keeps its tables from call to call.
 class Inflater {
@@ -45,7 +26,7 @@ class Inflater {
     Inflater &operator=(const Inflater &) = delete;
 
     // Inflates into exactly `size` bytes. False where the data is damaged or of another size.
-    bool inflate(const void *packed, std::size_t packedSize, void *out, std::size_t size);
+    bool inflate(const void *packed, std::size_t compressedSize, void *out, std::size_t size);
 
   private:
     void *m_handle;

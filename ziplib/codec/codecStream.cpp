@@ -44,9 +44,8 @@ struct InflateStream::State {
 };
 
 InflateStream::InflateStream() : m_state(std::make_unique<State>()) {
-    if (inflateInit2(&m_state->stream, -MAX_WBITS) != Z_OK) {
+    if (inflateInit2(&m_state->stream, -MAX_WBITS) != Z_OK)
         throw std::bad_alloc();
-    }
 }
 
 InflateStream::~InflateStream() {
@@ -55,8 +54,9 @@ InflateStream::~InflateStream() {
 
 StreamStep InflateStream::step(const std::uint8_t *in, std::size_t inSize, std::uint8_t *out,
                                std::size_t outSize) {
-    return run(m_state->stream, in, inSize, out, outSize,
-               [](z_stream &stream) { return inflate(&stream, Z_NO_FLUSH); });
+    return run(
+        m_state->stream, in, inSize, out, outSize,
+        [](z_stream &stream) { return inflate(&stream, Z_NO_FLUSH); });
 }
 
 struct DeflateStream::State {
@@ -65,9 +65,8 @@ struct DeflateStream::State {
 
 DeflateStream::DeflateStream(int level) : m_state(std::make_unique<State>()) {
     if (deflateInit2(&m_state->stream, level, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY) !=
-        Z_OK) {
+        Z_OK)
         throw std::bad_alloc();
-    }
 }
 
 DeflateStream::~DeflateStream() {
@@ -76,8 +75,9 @@ DeflateStream::~DeflateStream() {
 
 StreamStep DeflateStream::step(const std::uint8_t *in, std::size_t inSize, std::uint8_t *out,
                                std::size_t outSize, bool last) {
-    return run(m_state->stream, in, inSize, out, outSize,
-               [last](z_stream &stream) { return deflate(&stream, last ? Z_FINISH : Z_NO_FLUSH); });
+    return run(
+        m_state->stream, in, inSize, out, outSize,
+        [last](z_stream &stream) { return deflate(&stream, last ? Z_FINISH : Z_NO_FLUSH); });
 }
 
 } // namespace ziplib

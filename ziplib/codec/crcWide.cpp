@@ -18,9 +18,8 @@ constexpr std::size_t kLeast = 2 * kRound;
 // x to the power of `exponent`, modulo the polynomial of the CRC; the highest bit is x to the 0.
 constexpr std::uint32_t power(unsigned exponent) {
     std::uint32_t value = 0x80000000U;
-    for (; exponent > 0; --exponent) {
+    for (; exponent > 0; --exponent)
         value = (value >> 1U) ^ ((value & 1U) != 0 ? 0xEDB88320U : 0U);
-    }
     return value;
 }
 
@@ -82,16 +81,14 @@ ORVEL_WIDE std::uint32_t wideCrc(std::uint32_t crc, const std::uint8_t *data, st
         d = fold(d, byRound, load(data + 3 * kWide));
     }
     d = fold(fold(fold(a, byWide, b), byWide, c), byWide, d);
-    for (; size >= kWide; data += kWide, size -= kWide) {
+    for (; size >= kWide; data += kWide, size -= kWide)
         d = fold(d, byWide, load(data));
-    }
     alignas(kWide) std::uint8_t lanes[kWide];
     _mm512_store_si512(lanes, d);
     const auto *lane = reinterpret_cast<const __m128i *>(lanes);
     __m128i sum = lane[0];
-    for (int i = 1; i < 4; ++i) {
+    for (int i = 1; i < 4; ++i)
         sum = fold(sum, byLane, lane[i]);
-    }
     _mm_store_si128(reinterpret_cast<__m128i *>(lanes), sum);
     // What came before is in the sum: the register starts at 0, whose complement is given.
     return libdeflate_crc32(libdeflate_crc32(0xFFFFFFFFU, lanes, sizeof sum), data, size);

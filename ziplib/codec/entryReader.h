@@ -3,6 +3,7 @@
 #include "storage/storage.h"
 #include "ziplib/codec/cipher.h"
 #include "ziplib/codec/codec.h"
+#include "ziplib/common/buffer.h"
 #include "ziplib/common/threadPool.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/format/localHeader.h"

@@ -5,10 +5,12 @@
 namespace ziplib {
 
 bool looksLikeText(const std::uint8_t *data, std::size_t size) {
-    return std::none_of(data, data + size, [](std::uint8_t c) {
-        const bool blank = (c >= '\t' && c <= '\r') || c == 0x1A || c == 0x1B;
-        return c == 0x7F || (c < 0x20 && !blank);
-    });
+    return std::none_of(
+        data, data + size,
+        [](std::uint8_t c) {
+            const bool blank = (c >= '\t' && c <= '\r') || c == 0x1A || c == 0x1B;
+            return c == 0x7F || (c < 0x20 && !blank);
+        });
 }
 
 std::size_t LineEndConverter::convert(const std::uint8_t *data, std::size_t size,
@@ -21,29 +23,25 @@ std::size_t LineEndConverter::convert(const std::uint8_t *data, std::size_t size
     for (std::size_t i = 0; i < size; ++i) {
         const std::uint8_t c = data[i];
         if (m_want == LineEnds::CrLf) {
-            if (c == '\n' && !m_afterCr) {
+            if (c == '\n' && !m_afterCr)
                 *to++ = '\r';
-            }
             *to++ = c;
             m_afterCr = c == '\r';
             continue;
         }
         // A CR is held back until it is known whether a line feed follows.
-        if (m_afterCr && c != '\n') {
+        if (m_afterCr && c != '\n')
             *to++ = '\r';
-        }
         m_afterCr = c == '\r';
-        if (!m_afterCr) {
+        if (!m_afterCr)
             *to++ = c;
-        }
     }
     return static_cast<std::size_t>(to - out);
 }
 
 std::size_t LineEndConverter::finish(std::uint8_t *out) {
-    if (m_want != LineEnds::Lf || !m_afterCr) {
+    if (m_want != LineEnds::Lf || !m_afterCr)
         return 0;
-    }
     m_afterCr = false;
     *out = '\r';
     return 1;

@@ -13,12 +13,12 @@ using Pieces = std::vector<std::function<void()>>;
 void runInBackground(const Pieces &pieces, const std::function<void()> &idle);
 
 // One piece of work on a thread of its own that goes on while the caller does something else.
-class Aside {
+class BackgroundTask {
   public:
-    Aside() = default;
-    ~Aside();
-    Aside(const Aside &) = delete;
-    Aside &operator=(const Aside &) = delete;
+    BackgroundTask() = default;
+    ~BackgroundTask();
+    BackgroundTask(const BackgroundTask &) = delete;
+    BackgroundTask &operator=(const BackgroundTask &) = delete;
 
     // False where no thread is to be had; nothing is done then.
     bool start(std::function<void()> work);

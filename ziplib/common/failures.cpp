@@ -4,24 +4,24 @@ namespace ziplib {
 
 namespace {
 
-Code codeOf(platform::Failure kind, Code usual) {
+ReturnCode codeOf(platform::Failure kind, ReturnCode usual) {
     switch (kind) {
     case platform::Failure::None:
-        return Code::Done;
+        return ReturnCode::Done;
     case platform::Failure::Full:
-        return Code::DiskFull;
+        return ReturnCode::DiskFull;
     case platform::Failure::NotArchive:
-        return Code::SevereDamage;
+        return ReturnCode::SevereDamage;
     case platform::Failure::EndsEarly:
-        return Code::EndsEarly;
+        return ReturnCode::EndsEarly;
     case platform::Failure::Damaged:
-        return Code::Damaged;
+        return ReturnCode::Damaged;
     case platform::Failure::Unsupported:
-        return Code::Unsupported;
+        return ReturnCode::Unsupported;
     case platform::Failure::Password:
-        return Code::NoPassword;
+        return ReturnCode::NoPassword;
     case platform::Failure::Cancelled:
-        return Code::Cancelled;
+        return ReturnCode::Cancelled;
     default:
         return usual;
     }
@@ -29,14 +29,12 @@ Code codeOf(platform::Failure kind, Code usual) {
 
 } // namespace
 
-Outcome failure(const platform::Status &status, Code usual) {
-    if (status.ok()) {
+Outcome failure(const platform::Status &status, ReturnCode usual) {
+    if (status.ok())
         return {};
-    }
     std::string text = status.message;
-    if (!status.path.empty() && text.find(status.path) == std::string::npos) {
+    if (!status.path.empty() && text.find(status.path) == std::string::npos)
         text = status.path + ": " + text;
-    }
     return {codeOf(status.kind, usual), std::move(text)};
 }
 

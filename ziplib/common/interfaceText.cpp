@@ -12,9 +12,8 @@ namespace {
 // bytes long, are obeyed like the ones of ASCII.
 std::size_t controlLength(std::string_view text, std::size_t at) {
     const auto byte = static_cast<std::uint8_t>(text[at]);
-    if (byte < 0x20 || byte == 0x7F) {
+    if (byte < 0x20 || byte == 0x7F)
         return 1;
-    }
     const bool upper = byte == 0xC2 && at + 1 < text.size() &&
                        static_cast<std::uint8_t>(text[at + 1]) >= 0x80 &&
                        static_cast<std::uint8_t>(text[at + 1]) < 0xA0;
@@ -33,11 +32,9 @@ std::string toProgram(std::string_view text) {
 
 std::string messageToProgram(std::string_view text) {
     std::string shown(text);
-    for (std::size_t at = 0; at < shown.size(); ++at) {
-        if (const std::size_t length = controlLength(shown, at); length > 0) {
+    for (std::size_t at = 0; at < shown.size(); ++at)
+        if (const std::size_t length = controlLength(shown, at); length > 0)
             shown.replace(at, length, 1, '?');
-        }
-    }
     return toProgram(shown);
 }
 

@@ -16,9 +16,8 @@ class Loan {
   public:
     template<typename... Arguments>
     explicit Loan(Arguments &&...arguments) : m_object(take()) {
-        if (!m_object) {
+        if (!m_object)
             m_object = std::make_unique<T>(std::forward<Arguments>(arguments)...);
-        }
     }
     ~Loan() {
         Shelf &free = shelf();

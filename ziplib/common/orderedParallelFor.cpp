@@ -14,19 +14,19 @@ namespace ziplib {
 namespace {
 
 // Small items are taken by the handful, so that threads seldom meet.
-constexpr std::size_t kHandful = 64;
-constexpr std::uint64_t kHandfulBytes = 4U << 20U;
+constexpr std::size_t kBatch = 64;
+constexpr std::uint64_t kBatchBytes = 4U << 20U;
 constexpr std::chrono::milliseconds kIdlePeriod{20};
 
-class Crew {
+class ThreadPool {
   public:
-    Crew(const InOrder &job, std::uint64_t budget)
+    ThreadPool(const OrderedParallelFor &job, std::uint64_t budget)
         : m_job(job), m_budget(budget), m_done(job.count, 0) {}
-    ~Crew() { stop(); }
-    Crew(const Crew &) = delete;
-    Crew &operator=(const Crew &) = delete;
+    ~ThreadPool() { stop(); }
+    ThreadPool(const ThreadPool &) = delete;
+    ThreadPool &operator=(const ThreadPool &) = delete;
 
-    bool hire(unsigned threads);
+    bool start(unsigned threads);
     bool takeAll();
 
   private:
@@ -34,7 +34,7 @@ class Crew {
     std::size_t claim(std::unique_lock<std::mutex> &lock, std::size_t &end);
     void stop();
 
-    const InOrder &m_job;
+    const OrderedParallelFor &m_job;
     const std::uint64_t m_budget;
     std::mutex m_mutex;
     std::condition_variable m_room;  // budget was given back, or there is no more work
@@ -48,49 +48,45 @@ class Crew {
     std::vector<std::thread> m_threads;
 };
 
-bool Crew::hire(unsigned threads) {
+bool ThreadPool::start(unsigned threads) {
     m_threads.reserve(threads);
     try {
-        for (unsigned i = 0; i < threads; ++i) {
+        for (unsigned i = 0; i < threads; ++i)
             m_threads.emplace_back([this] { work(); });
-        }
     } catch (const std::system_error &) {
         // As many as there are will do.
     }
     return !m_threads.empty();
 }
 
-void Crew::stop() {
+void ThreadPool::stop() {
     {
         const std::lock_guard lock(m_mutex);
         m_stopped = true;
         m_room.notify_all();
     }
-    for (auto &thread : m_threads) {
+    for (auto &thread : m_threads)
         thread.join();
-    }
     m_threads.clear();
 }
 
 // Waits for room and claims the items from the result to `end`; none where all is begun.
-std::size_t Crew::claim(std::unique_lock<std::mutex> &lock, std::size_t &end) {
+std::size_t ThreadPool::claim(std::unique_lock<std::mutex> &lock, std::size_t &end) {
     m_room.wait(lock, [this] {
         // What is not taken yet gives its room back: waiting for it cannot last for ever.
         return m_stopped || m_next >= m_job.count || m_held == 0 ||
                m_held + m_job.cost(m_next) <= m_budget;
     });
     end = m_next;
-    if (m_stopped || m_next >= m_job.count) {
+    if (m_stopped || m_next >= m_job.count)
         return m_next;
-    }
     const std::size_t first = m_next;
-    std::uint64_t handful = 0;
-    while (end < m_job.count && end - first < kHandful) {
+    std::uint64_t batch = 0;
+    while (end < m_job.count && end - first < kBatch) {
         const std::uint64_t cost = m_job.cost(end);
-        if (end > first && (handful + cost > kHandfulBytes || m_held + cost > m_budget)) {
+        if (end > first && (batch + cost > kBatchBytes || m_held + cost > m_budget))
             break;
-        }
-        handful += cost;
+        batch += cost;
         m_held += cost;
         ++end;
     }
@@ -98,20 +94,18 @@ std::size_t Crew::claim(std::unique_lock<std::mutex> &lock, std::size_t &end) {
     return first;
 }
 
-void Crew::work() {
+void ThreadPool::work() {
     std::unique_lock lock(m_mutex);
     for (;;) {
         std::size_t end = 0;
         const std::size_t first = claim(lock, end);
-        if (first == end) {
+        if (first == end)
             return;
-        }
         lock.unlock();
         std::exception_ptr thrown;
         try {
-            for (std::size_t i = first; i < end; ++i) {
+            for (std::size_t i = first; i < end; ++i)
                 m_job.work(i);
-            }
         } catch (...) {
             thrown = std::current_exception();
         }
@@ -125,13 +119,12 @@ void Crew::work() {
         }
         std::fill(m_done.begin() + static_cast<std::ptrdiff_t>(first),
                   m_done.begin() + static_cast<std::ptrdiff_t>(end), std::uint8_t{1});
-        if (m_taking >= first && m_taking < end) {
+        if (m_taking >= first && m_taking < end)
             m_ready.notify_one();
-        }
     }
 }
 
-bool Crew::takeAll() {
+bool ThreadPool::takeAll() {
     std::unique_lock lock(m_mutex);
     while (m_taking < m_job.count) {
         while (m_done[m_taking] == 0 && !m_thrown) {
@@ -141,22 +134,19 @@ bool Crew::takeAll() {
                 lock.lock();
             }
         }
-        if (m_thrown) {
+        if (m_thrown)
             break;
-        }
         std::size_t end = m_taking;
         std::uint64_t given = 0;
-        while (end < m_job.count && m_done[end] != 0 && end - m_taking < kHandful) {
+        while (end < m_job.count && m_done[end] != 0 && end - m_taking < kBatch) {
             given += m_job.cost(end);
             ++end;
         }
         const std::size_t first = m_taking;
         lock.unlock();
-        for (std::size_t i = first; i < end; ++i) {
-            if (!m_job.take(i)) {
+        for (std::size_t i = first; i < end; ++i)
+            if (!m_job.take(i))
                 return false;
-            }
-        }
         m_job.idle();
         lock.lock();
         m_taking = end;
@@ -171,12 +161,11 @@ bool Crew::takeAll() {
     return true;
 }
 
-bool runHere(const InOrder &job) {
+bool runHere(const OrderedParallelFor &job) {
     for (std::size_t i = 0; i < job.count; ++i) {
         job.work(i);
-        if (!job.take(i)) {
+        if (!job.take(i))
             return false;
-        }
         job.idle();
     }
     return true;
@@ -184,10 +173,10 @@ bool runHere(const InOrder &job) {
 
 } // namespace
 
-bool runInOrder(const InOrder &job, unsigned threads, std::uint64_t budget) {
-    Crew crew(job, budget);
+bool orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget) {
+    ThreadPool pool(job, budget);
     const auto wanted = std::min<std::size_t>(std::max(threads, 1U), job.count);
-    return crew.hire(static_cast<unsigned>(wanted)) ? crew.takeAll() : runHere(job);
+    return pool.start(static_cast<unsigned>(wanted)) ? pool.takeAll() : runHere(job);
 }
 
 } // namespace ziplib

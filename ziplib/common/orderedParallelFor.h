@@ -7,7 +7,7 @@
 namespace ziplib {
 
 // Work on many items by several threads at once, whose results are taken in order.
-struct InOrder {
+struct OrderedParallelFor {
     std::size_t count = 0;
     // Bytes of memory that an item holds from its start until it was taken.
     std::function<std::uint64_t(std::size_t)> cost;
@@ -22,6 +22,6 @@ struct InOrder {
 // Runs it with at most `budget` bytes held at a time (but always at least one item). Where no
 // thread is to be had all is done on the caller's. What work or take throw is thrown here, once
 // every thread has ended. False where `take` stopped it.
-bool runInOrder(const InOrder &job, unsigned threads, std::uint64_t budget);
+bool orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget);
 
 } // namespace ziplib

@@ -12,14 +12,14 @@ namespace ziplib {
 class [[nodiscard]] Outcome {
   public:
     Outcome() = default;
-    Outcome(Code code, std::string text) : m_code(code), m_text(std::move(text)) {}
+    Outcome(ReturnCode code, std::string text) : m_code(code), m_text(std::move(text)) {}
 
-    bool ok() const { return m_code == Code::Done; }
-    Code code() const { return m_code; }
+    bool ok() const { return m_code == ReturnCode::Done; }
+    ReturnCode code() const { return m_code; }
     const std::string &text() const { return m_text; }
 
   private:
-    Code m_code = Code::Done;
+    ReturnCode m_code = ReturnCode::Done;
     std::string m_text;
 };
 

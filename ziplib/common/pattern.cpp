@@ -8,7 +8,7 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::size_t none = std::string_view::npos;
+constexpr std::size_t kNone = std::string_view::npos;
 
 char32_t compared(char32_t c, bool ignoreCase) {
     return ignoreCase ? foldCase(c) : c;
@@ -18,11 +18,10 @@ char32_t compared(char32_t c, bool ignoreCase) {
 // comes first is a member.
 std::size_t endOfSet(std::string_view pattern, std::size_t open) {
     std::size_t at = open + 1;
-    if (at < pattern.size() && (pattern[at] == '!' || pattern[at] == '^')) {
+    if (at < pattern.size() && (pattern[at] == '!' || pattern[at] == '^'))
         ++at;
-    }
     const std::size_t close = pattern.find(']', at + 1);
-    return at < pattern.size() && close != none ? close + 1 : none;
+    return at < pattern.size() && close != kNone ? close + 1 : kNone;
 }
 
 bool setHolds(std::string_view set, char32_t c, bool ignoreCase) {
@@ -46,8 +45,8 @@ bool setHolds(std::string_view set, char32_t c, bool ignoreCase) {
 // Matches one character of the pattern other than "*" and moves both positions behind it.
 bool matchesOne(std::string_view pattern, std::size_t &p, std::string_view name, std::size_t &n,
                 PatternRules rules) {
-    const std::size_t setEnd = rules.brackets && pattern[p] == '[' ? endOfSet(pattern, p) : none;
-    if (setEnd != none) {
+    const std::size_t setEnd = rules.brackets && pattern[p] == '[' ? endOfSet(pattern, p) : kNone;
+    if (setEnd != kNone) {
         const std::string_view set = pattern.substr(p + 1, setEnd - p - 2);
         p = setEnd;
         return setHolds(set, nextCodePoint(name, n), rules.ignoreCase);
@@ -68,7 +67,7 @@ bool matchesPattern(std::string_view pattern, std::string_view name, PatternRule
     std::size_t n = 0;
     // Where to go on when what follows the last "*" does not fit: one character further in the
     // name. Earlier stars need no second try, so that the cost stays a product of both lengths.
-    std::size_t afterStar = none;
+    std::size_t afterStar = kNone;
     std::size_t starName = 0;
     while (n < name.size() || p < pattern.size()) {
         if (p < pattern.size() && pattern[p] == '*') {
@@ -76,12 +75,10 @@ bool matchesPattern(std::string_view pattern, std::string_view name, PatternRule
             starName = n;
             continue;
         }
-        if (p < pattern.size() && n < name.size() && matchesOne(pattern, p, name, n, rules)) {
+        if (p < pattern.size() && n < name.size() && matchesOne(pattern, p, name, n, rules))
             continue;
-        }
-        if (afterStar == none || starName >= name.size()) {
+        if (afterStar == kNone || starName >= name.size())
             return false;
-        }
         nextCodePoint(name, starName);
         p = afterStar;
         n = starName;
@@ -90,7 +87,7 @@ bool matchesPattern(std::string_view pattern, std::string_view name, PatternRule
 }
 
 bool hasWildcards(std::string_view pattern, PatternRules rules) {
-    return pattern.find_first_of(rules.brackets ? "*?[" : "*?") != none;
+    return pattern.find_first_of(rules.brackets ? "*?[" : "*?") != kNone;
 }
 
 } // namespace ziplib

@@ -5,7 +5,7 @@
 namespace ziplib {
 
 // The codes that the calls of both libraries return.
-enum class Code : std::int32_t {
+enum class ReturnCode : std::int32_t {
     Done = 0,
     Warnings = 1,
     Damaged = 2,

@@ -11,7 +11,7 @@ namespace ziplib {
 
 namespace {
 
-constexpr unsigned mostWorkers = 8;
+constexpr unsigned kMostWorkers = 8;
 
 std::atomic<unsigned> &forcedCount() {
     static std::atomic<unsigned> count{0};
@@ -21,16 +21,14 @@ std::atomic<unsigned> &forcedCount() {
 } // namespace
 
 unsigned workerCount() {
-    if (const unsigned forced = forcedCount(); forced != 0) {
-        return std::min(forced, mostWorkers);
-    }
+    if (const unsigned forced = forcedCount(); forced != 0)
+        return std::min(forced, kMostWorkers);
     if (const char *text = std::getenv("ORVEL_WORKERS")) {
         const unsigned long wanted = std::strtoul(text, nullptr, 10);
-        if (wanted > 0) {
-            return static_cast<unsigned>(std::min<unsigned long>(wanted, mostWorkers));
-        }
+        if (wanted > 0)
+            return static_cast<unsigned>(std::min<unsigned long>(wanted, kMostWorkers));
     }
-    return std::clamp(platform::processorCount(), 1U, mostWorkers);
+    return std::clamp(platform::processorCount(), 1U, kMostWorkers);
 }
 
 void setWorkerCount(unsigned count) {
@@ -41,9 +39,8 @@ Pipeline::Pipeline(unsigned workers, std::size_t window)
     : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)) {
     try {
         m_threads.reserve(m_workers);
-        for (unsigned i = 0; i < m_workers; ++i) {
+        for (unsigned i = 0; i < m_workers; ++i)
             m_threads.emplace_back([this, i] { work(i); });
-        }
     } catch (const std::system_error &) {
         // Fewer threads, or none: next() then works in their place.
     }
@@ -55,9 +52,8 @@ Pipeline::~Pipeline() {
         m_ending = true;
     }
     m_toDo.notify_all();
-    for (std::thread &thread : m_threads) {
+    for (std::thread &thread : m_threads)
         thread.join();
-    }
 }
 
 void Pipeline::submit(std::unique_ptr<Task> task) {
@@ -67,16 +63,14 @@ void Pipeline::submit(std::unique_ptr<Task> task) {
         m_tasks.push_back({std::move(task), false});
         wake = m_idle > 0;
     }
-    if (wake) {
+    if (wake)
         m_toDo.notify_one();
-    }
 }
 
 std::unique_ptr<Pipeline::Task> Pipeline::next(std::chrono::milliseconds wait) {
     std::unique_lock lock(m_mutex);
-    if (m_tasks.empty()) {
+    if (m_tasks.empty())
         return nullptr;
-    }
     if (isInline()) {
         Task &task = *m_tasks.front().task;
         lock.unlock();
@@ -86,9 +80,8 @@ std::unique_ptr<Pipeline::Task> Pipeline::next(std::chrono::milliseconds wait) {
         m_waiting = true;
         m_done.wait_for(lock, wait, [this] { return m_tasks.front().done; });
         m_waiting = false;
-        if (!m_tasks.front().done) {
+        if (!m_tasks.front().done)
             return nullptr;
-        }
     }
     std::unique_ptr<Task> task = std::move(m_tasks.front().task);
     m_tasks.pop_front();
@@ -102,9 +95,8 @@ void Pipeline::work(unsigned worker) {
         ++m_idle;
         m_toDo.wait(lock, [this] { return m_ending || m_started < m_tasks.size(); });
         --m_idle;
-        if (m_ending) {
+        if (m_ending)
             return;
-        }
         Slot &slot = m_tasks[m_started++];
         Task &task = *slot.task;
         lock.unlock();
@@ -114,9 +106,8 @@ void Pipeline::work(unsigned worker) {
         // The caller is woken when there is a batch to collect, before the threads run dry: a
         // switch for every small task would cost as much as the task.
         const std::size_t unstarted = m_tasks.size() - m_started;
-        if (m_waiting && m_tasks.front().done && unstarted <= m_window / 2) {
+        if (m_waiting && m_tasks.front().done && unstarted <= m_window / 2)
             m_done.notify_one();
-        }
     }
 }
 

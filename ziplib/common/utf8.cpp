@@ -8,7 +8,7 @@ namespace ziplib {
 
 namespace {
 
-constexpr char32_t brokenByte = 0x110000;
+constexpr char32_t kBrokenByte = 0x110000;
 
 // Length of a well-formed character at `at` and its value; 0 where there is none.
 std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
@@ -21,19 +21,17 @@ std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
         return 1;
     }
     const std::size_t length = first >= 0xF0 ? 4 : (first >= 0xE0 ? 3 : 2);
-    if (first < 0xC2 || first > 0xF4) {
+    if (first < 0xC2 || first > 0xF4)
         return 0;
-    }
     value = first & (0xFFU >> (length + 1));
     for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) {
+        if ((byte(i) & 0xC0) != 0x80)
             return 0;
-        }
         value = (value << 6) | (byte(i) & 0x3FU);
     }
-    constexpr std::array<char32_t, 5> least = {0, 0, 0x80, 0x800, 0x10000};
+    constexpr std::array<char32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-    return value < least[length] || value > 0x10FFFF || surrogate ? 0 : length;
+    return value < kLeast[length] || value > 0x10FFFF || surrogate ? 0 : length;
 }
 
 struct Range {
@@ -43,7 +41,7 @@ struct Range {
     bool capitalsEven;
 };
 
-constexpr std::array<Range, 25> capitals = {{
+constexpr std::array<Range, 25> kCapitals = {{
     {0xC0, 0xD6, 32, false},     {0xD8, 0xDE, 32, false},   {0x100, 0x12F, 0, true},
     {0x132, 0x137, 0, true},     {0x139, 0x148, 0, false},  {0x14A, 0x177, 0, true},
     {0x178, 0x178, -121, false}, {0x179, 0x17E, 0, false},  {0x1CD, 0x1DC, 0, false},
@@ -61,9 +59,8 @@ bool isUtf8(std::string_view text) {
     char32_t value = 0;
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = decode(text, at, value);
-        if (length == 0) {
+        if (length == 0)
             return false;
-        }
         at += length;
     }
     return true;
@@ -72,9 +69,8 @@ bool isUtf8(std::string_view text) {
 char32_t nextCodePoint(std::string_view text, std::size_t &at) {
     char32_t value = 0;
     const std::size_t length = decode(text, at, value);
-    if (length == 0) {
-        return brokenByte + static_cast<std::uint8_t>(text[at++]);
-    }
+    if (length == 0)
+        return kBrokenByte + static_cast<std::uint8_t>(text[at++]);
     at += length;
     return value;
 }
@@ -83,29 +79,25 @@ void appendUtf8(std::string &text, char32_t c) {
     const auto tail = [&](unsigned shift) {
         return static_cast<char>(0x80 | ((c >> shift) & 0x3F));
     };
-    if (c < 0x80) {
+    if (c < 0x80)
         text += static_cast<char>(c);
-    } else if (c < 0x800) {
+    else if (c < 0x800)
         text += {static_cast<char>(0xC0 | (c >> 6)), tail(0)};
-    } else if (c < 0x10000) {
+    else if (c < 0x10000)
         text += {static_cast<char>(0xE0 | (c >> 12)), tail(6), tail(0)};
-    } else {
+    else
         text += {static_cast<char>(0xF0 | (c >> 18)), tail(12), tail(6), tail(0)};
-    }
 }
 
 char32_t foldCase(char32_t c) {
-    if (c < 0x80) {
+    if (c < 0x80)
         return c >= 'A' && c <= 'Z' ? c + 32 : c;
-    }
-    const auto *range = std::find_if(capitals.begin(), capitals.end(),
+    const auto *range = std::find_if(kCapitals.begin(), kCapitals.end(),
                                      [c](const Range &r) { return c >= r.first && c <= r.last; });
-    if (range == capitals.end()) {
+    if (range == kCapitals.end())
         return c;
-    }
-    if (range->distance != 0) {
+    if (range->distance != 0)
         return static_cast<char32_t>(static_cast<std::int32_t>(c) + range->distance);
-    }
     return (c % 2 == 0) == range->capitalsEven ? c + 1 : c;
 }
 
@@ -115,11 +107,10 @@ std::string foldCase(std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t start = at;
         const char32_t c = nextCodePoint(text, at);
-        if (c >= brokenByte) {
+        if (c >= kBrokenByte)
             folded += text[start];
-        } else {
+        else
             appendUtf8(folded, foldCase(c));
-        }
     }
     return folded;
 }

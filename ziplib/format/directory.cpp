@@ -15,15 +15,15 @@ using platform::InputFile;
 using platform::Status;
 
 // A directory larger than this is not one that anybody made to be used.
-constexpr std::uint64_t largestDirectory = 512U << 20;
-constexpr std::size_t readStep = 4U << 20;
+constexpr std::uint64_t kLargestDirectory = 512U << 20;
+constexpr std::size_t kReadStep = 4U << 20;
 
 // Replaces the fields that say so by their 64-bit values. The field holds only those, in this
 // order; where it is missing the 32-bit values are meant as they are.
 void applyZip64(std::string_view extra, Entry &entry) {
-    std::string_view field = findExtra(extra, extraZip64);
-    for (std::uint64_t *value : {&entry.size, &entry.packedSize, &entry.localOffset}) {
-        if (*value == full32 && field.size() >= 8) {
+    std::string_view field = findExtra(extra, kExtraZip64);
+    for (std::uint64_t *value : {&entry.size, &entry.compressedSize, &entry.localOffset}) {
+        if (*value == kZip64Sentinel && field.size() >= 8) {
             *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
             field.remove_prefix(8);
         }
@@ -36,12 +36,10 @@ std::string_view findExtra(std::string_view extra, std::uint16_t kind) {
     while (extra.size() >= 4) {
         const auto *head = reinterpret_cast<const std::uint8_t *>(extra.data());
         const std::size_t size = get16(head + 2);
-        if (size > extra.size() - 4) {
+        if (size > extra.size() - 4)
             break;
-        }
-        if (get16(head) == kind) {
+        if (get16(head) == kind)
             return extra.substr(4, size);
-        }
         extra.remove_prefix(4 + size);
     }
     return {};
@@ -52,36 +50,31 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     m_damage = {};
     m_missing = 0;
     platform::FileInfo info;
-    if (Status status = file.info(info); !status.ok()) {
+    if (Status status = file.info(info); !status.ok())
         return status;
-    }
     m_fileSize = info.size;
     EndRecord end;
-    if (Status status = findEndRecord(file, m_fileSize, end); !status.ok()) {
+    if (Status status = findEndRecord(file, m_fileSize, end); !status.ok())
         return status;
-    }
     m_comment = std::move(end.comment);
     m_base = end.base;
     m_start = end.directory;
     m_size = end.directorySize;
     m_trailing = end.trailing;
-    if (end.commentCut) {
+    if (end.commentCut)
         m_damage = {Failure::EndsEarly, file.path() + " ends early, in its comment", file.path()};
-    }
-    if (m_size > largestDirectory) {
+    if (m_size > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
-    }
     m_bytes.reserve(static_cast<std::size_t>(m_size));
-    m_entries.reserve(static_cast<std::size_t>(std::min(end.count, m_size / centralSize)));
+    m_entries.reserve(static_cast<std::size_t>(std::min(end.count, m_size / kCentralSize)));
     if (Status status = readRecords(file, keepGoing); !status.ok()) {
         m_entries.clear();
         return status;
     }
     const std::uint64_t counted = m_entries.size() & end.countMask;
     const std::uint64_t declared = end.count & end.countMask;
-    if (counted < declared) {
+    if (counted < declared)
         m_missing = 1; // the number itself may be what is wrong
-    }
     if (counted != declared && m_damage.ok()) {
         m_damage = {Failure::Damaged, file.path() + " tells another number of entries than it has",
                     file.path()};
@@ -96,26 +89,23 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
     std::uint64_t at = 0;
     while (filled < m_size) {
         const auto step =
-            static_cast<std::size_t>(std::min<std::uint64_t>(readStep, m_size - filled));
+            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, m_size - filled));
         std::size_t got = 0;
         if (Status status = file.readAt(m_start + filled, m_bytes.data() + filled, step, got);
-            !status.ok()) {
+            !status.ok())
             return status;
-        }
         filled += got;
         Entry entry;
         while (parseRecord(at, filled, entry)) {
             m_entries.push_back(entry);
-            at += centralSize + entry.nameLength + entry.extraLength + entry.commentLength;
+            at += kCentralSize + entry.nameLength + entry.extraLength + entry.commentLength;
         }
         // What is left must be the start of a record that the next step completes.
-        constexpr std::uint64_t longestRecord = centralSize + 3ULL * full16;
-        if (got < step || filled - at >= longestRecord) {
+        constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
+        if (got < step || filled - at >= kLongestRecord)
             break;
-        }
-        if (keepGoing && !keepGoing()) {
+        if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", file.path()};
-        }
     }
     const bool signatureFollows =
         at + 4 <= filled && get32(m_bytes.data() + at) == 0x05054B50; // a digital signature
@@ -127,20 +117,17 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
 }
 
 bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry) {
-    if (filled - at < centralSize) {
+    if (filled - at < kCentralSize)
         return false;
-    }
     const std::uint8_t *record = m_bytes.data() + at;
-    if (get32(record) != centralSignature) {
+    if (get32(record) != kCentralSignature)
         return false;
-    }
     entry.nameLength = get16(record + 28);
     entry.extraLength = get16(record + 30);
     entry.commentLength = get16(record + 32);
-    if (filled - at - centralSize <
-        static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength) {
+    if (filled - at - kCentralSize <
+        static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength)
         return false;
-    }
     entry.record = at;
     entry.madeBy = get16(record + 4);
     entry.flags = get16(record + 8);
@@ -148,7 +135,7 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     entry.time = get16(record + 12);
     entry.date = get16(record + 14);
     entry.crc = get32(record + 16);
-    entry.packedSize = get32(record + 20);
+    entry.compressedSize = get32(record + 20);
     entry.size = get32(record + 24);
     entry.internalAttributes = get16(record + 36);
     entry.externalAttributes = get32(record + 38);
@@ -164,20 +151,20 @@ std::string_view Directory::slice(std::uint64_t at, std::size_t size) const {
 }
 
 std::string_view Directory::rawName(const Entry &entry) const {
-    return slice(entry.record + centralSize, entry.nameLength);
+    return slice(entry.record + kCentralSize, entry.nameLength);
 }
 
 std::string_view Directory::extra(const Entry &entry) const {
-    return slice(entry.record + centralSize + entry.nameLength, entry.extraLength);
+    return slice(entry.record + kCentralSize + entry.nameLength, entry.extraLength);
 }
 
 std::string_view Directory::comment(const Entry &entry) const {
-    return slice(entry.record + centralSize + entry.nameLength + entry.extraLength,
+    return slice(entry.record + kCentralSize + entry.nameLength + entry.extraLength,
                  entry.commentLength);
 }
 
 std::string_view Directory::record(const Entry &entry) const {
-    return slice(entry.record, centralSize + entry.nameLength + entry.extraLength +
+    return slice(entry.record, kCentralSize + entry.nameLength + entry.extraLength +
                                    static_cast<std::size_t>(entry.commentLength));
 }
 

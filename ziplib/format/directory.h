@@ -1,7 +1,8 @@
 #pragma once
 
 #include "storage/storage.h"
-#include "ziplib/codec/codec.h"
+#include "ziplib/common/buffer.h"
+#include "ziplib/format/records.h"
 
 #include <cstdint>
 #include <string>
@@ -10,16 +11,10 @@
 
 namespace ziplib {
 
-constexpr std::uint16_t flagEncrypted = 0x0001;
-constexpr std::uint16_t flagDescriptor = 0x0008;
-constexpr std::uint16_t flagStrongEncryption = 0x0040;
-constexpr std::uint16_t flagUtf8 = 0x0800;
-constexpr std::uint16_t internalText = 0x0001;
-
 // One entry as the directory tells it. What is of varying length stays in the directory's buffer.
 struct Entry {
     std::uint64_t localOffset = 0; // of its local header in the file
-    std::uint64_t packedSize = 0;
+    std::uint64_t compressedSize = 0;
     std::uint64_t size = 0;
     std::uint64_t record = 0; // where its record starts in the directory
     std::uint32_t crc = 0;
@@ -34,8 +29,8 @@ struct Entry {
     std::uint16_t extraLength = 0;
     std::uint16_t commentLength = 0;
 
-    bool isEncrypted() const { return (flags & flagEncrypted) != 0; }
-    bool isMarkedText() const { return (internalAttributes & internalText) != 0; }
+    bool isEncrypted() const { return (flags & kFlagEncrypted) != 0; }
+    bool isMarkedText() const { return (internalAttributes & kInternalText) != 0; }
 };
 
 // The directory of an archive: read in one go, kept as it is stored, described by compact entries.

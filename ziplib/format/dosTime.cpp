@@ -10,19 +10,18 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
-constexpr std::int64_t day = 24 * 60 * 60;
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kDay = 24 * 60 * 60;
 
 std::int64_t secondsOf(std::int64_t days, int hour, int minute, int seconds) {
-    return days * day + (hour * 60 + minute) * 60 + seconds;
+    return days * kDay + (hour * 60 + minute) * 60 + seconds;
 }
 
 // Seconds that local clocks are ahead of UTC at an instant.
 std::int64_t offsetAt(std::int64_t instant) {
     std::tm parts{};
-    if (!platform::localTime(instant, parts)) {
+    if (!platform::localTime(instant, parts))
         return 0;
-    }
     const auto days = std::chrono::sys_days(std::chrono::year(parts.tm_year + 1900) /
                                             (parts.tm_mon + 1) / parts.tm_mday);
     return secondsOf(days.time_since_epoch().count(), parts.tm_hour, parts.tm_min, parts.tm_sec) -
@@ -52,25 +51,23 @@ std::int64_t toNanoseconds(const DosTime &local) {
                                          local.minute, local.second);
     // Where the clock is set back and a time comes twice, the first one is meant; where it is set
     // forward and a time is left out, the one that the old clock would have shown.
-    const std::int64_t early = clock - offsetAt(clock - day);
-    const std::int64_t late = clock - offsetAt(clock + day);
+    const std::int64_t early = clock - offsetAt(clock - kDay);
+    const std::int64_t late = clock - offsetAt(clock + kDay);
     const bool wasEarly = early == late || offsetAt(early) == clock - early;
-    return (wasEarly || offsetAt(late) != clock - late ? early : late) * second;
+    return (wasEarly || offsetAt(late) != clock - late ? early : late) * kSecond;
 }
 
 std::uint32_t toDosFields(std::int64_t nanoseconds) {
-    constexpr std::uint32_t earliest = (1U << 21) | (1U << 16);
-    constexpr std::uint32_t latest =
+    constexpr std::uint32_t kEarliest = (1U << 21) | (1U << 16);
+    constexpr std::uint32_t kLatest =
         (127U << 25) | (12U << 21) | (31U << 16) | (23U << 11) | (59U << 5) | 29U;
-    std::int64_t seconds = nanoseconds / second + (nanoseconds % second > 0 ? 1 : 0);
+    std::int64_t seconds = nanoseconds / kSecond + (nanoseconds % kSecond > 0 ? 1 : 0);
     seconds += seconds & 1;
     std::tm parts{};
-    if (!platform::localTime(seconds, parts) || parts.tm_year < 80) {
-        return earliest;
-    }
-    if (parts.tm_year > 207) {
-        return latest;
-    }
+    if (!platform::localTime(seconds, parts) || parts.tm_year < 80)
+        return kEarliest;
+    if (parts.tm_year > 207)
+        return kLatest;
     return (static_cast<std::uint32_t>(parts.tm_year - 80) << 25) |
            (static_cast<std::uint32_t>(parts.tm_mon + 1) << 21) |
            (static_cast<std::uint32_t>(parts.tm_mday) << 16) |

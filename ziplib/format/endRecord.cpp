@@ -32,23 +32,22 @@ bool hasSignature(const InputFile &file, std::uint64_t offset, std::uint32_t sig
 // of the end start.
 std::uint64_t readEnd64(const InputFile &file, std::uint64_t endOffset, EndRecord &end,
                         std::uint64_t &declared) {
-    std::uint8_t locator[locator64Size];
+    std::uint8_t locator[kLocator64Size];
     std::size_t got = 0;
-    const bool wanted = end.count == full16 || end.directorySize == full32 || declared == full32;
-    if (!wanted || endOffset < locator64Size + end64Size ||
-        !file.readAt(endOffset - locator64Size, locator, sizeof locator, got).ok() ||
-        got != sizeof locator || get32(locator) != locator64Signature) {
+    const bool wanted = end.count == kZip64Sentinel16 || end.directorySize == kZip64Sentinel ||
+                        declared == kZip64Sentinel;
+    if (!wanted || endOffset < kLocator64Size + kEnd64Size ||
+        !file.readAt(endOffset - kLocator64Size, locator, sizeof locator, got).ok() ||
+        got != sizeof locator || get32(locator) != kLocator64Signature)
         return endOffset;
-    }
     // Data put in front shifts the record; then it lies right before its locator.
-    const std::uint64_t beside = endOffset - locator64Size - end64Size;
+    const std::uint64_t beside = endOffset - kLocator64Size - kEnd64Size;
     const std::uint64_t told = get64(locator + 8);
     for (const std::uint64_t offset : {told, beside}) {
-        std::uint8_t record[end64Size];
+        std::uint8_t record[kEnd64Size];
         if (offset > beside || !file.readAt(offset, record, sizeof record, got).ok() ||
-            got != sizeof record || get32(record) != end64Signature) {
+            got != sizeof record || get32(record) != kEnd64Signature)
             continue;
-        }
         end.count = get64(record + 32);
         end.countMask = UINT64_MAX;
         end.directorySize = get64(record + 40);
@@ -68,7 +67,7 @@ bool placeDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_
     }
     if (end.directorySize <= endOffset) {
         const std::uint64_t beside = endOffset - end.directorySize;
-        if (declared <= beside && hasSignature(file, beside, centralSignature)) {
+        if (declared <= beside && hasSignature(file, beside, kCentralSignature)) {
             end.directory = beside;
             end.base = beside - declared;
             return true;
@@ -77,41 +76,38 @@ bool placeDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_
     end.directory = declared;
     end.base = 0;
     return declared <= endOffset && end.directorySize <= endOffset - declared &&
-           hasSignature(file, declared, centralSignature);
+           hasSignature(file, declared, kCentralSignature);
 }
 
 // Offsets may be counted from the file's start although something lies in front.
 void settleBase(const InputFile &file, EndRecord &end) {
-    std::uint8_t record[centralSize];
+    std::uint8_t record[kCentralSize];
     std::size_t got = 0;
     if (end.base == 0 || end.directorySize == 0 ||
-        !file.readAt(end.directory, record, sizeof record, got).ok() || got != sizeof record) {
+        !file.readAt(end.directory, record, sizeof record, got).ok() || got != sizeof record)
         return;
-    }
     const std::uint64_t offset = get32(record + 42);
-    if (offset != full32 && !hasSignature(file, end.base + offset, localSignature) &&
-        hasSignature(file, offset, localSignature)) {
+    if (offset != kZip64Sentinel && !hasSignature(file, end.base + offset, kLocalSignature) &&
+        hasSignature(file, offset, kLocalSignature))
         end.base = 0;
-    }
 }
 
 // Reads the candidate at `at` in the tail. Nothing where it describes no directory of this file.
 std::optional<EndRecord> readCandidate(const InputFile &file, const Tail &tail, std::size_t at) {
     const std::uint8_t *record = tail.bytes.data() + at;
-    const std::size_t behind = tail.bytes.size() - at - endSize;
+    const std::size_t behind = tail.bytes.size() - at - kEndSize;
     const std::size_t commentSize = get16(record + 20);
     EndRecord end;
     end.count = get16(record + 10);
     end.directorySize = get32(record + 12);
     std::uint64_t declared = get32(record + 16);
     const std::uint64_t endOffset = readEnd64(file, tail.start + at, end, declared);
-    if (!placeDirectory(file, endOffset, declared, end)) {
+    if (!placeDirectory(file, endOffset, declared, end))
         return std::nullopt;
-    }
     settleBase(file, end);
     end.commentCut = commentSize > behind;
     end.trailing = end.commentCut ? 0 : behind - commentSize;
-    end.comment.assign(reinterpret_cast<const char *>(record + endSize),
+    end.comment.assign(reinterpret_cast<const char *>(record + kEndSize),
                        std::min(commentSize, behind));
     return end;
 }
@@ -124,14 +120,13 @@ int rank(const EndRecord &end) {
 }
 
 Status readTail(const InputFile &file, std::uint64_t fileSize, Tail &tail) {
-    const std::uint64_t size = std::min<std::uint64_t>(fileSize, endSize + full16);
+    const std::uint64_t size = std::min<std::uint64_t>(fileSize, kEndSize + kZip64Sentinel16);
     tail.start = fileSize - size;
     tail.bytes.resize(static_cast<std::size_t>(size));
     std::size_t got = 0;
     Status status = file.readAt(tail.start, tail.bytes.data(), tail.bytes.size(), got);
-    if (status.ok() && got != tail.bytes.size()) {
+    if (status.ok() && got != tail.bytes.size())
         return {Failure::EndsEarly, file.path() + " is being shortened", file.path()};
-    }
     return status;
 }
 
@@ -139,33 +134,29 @@ Status readTail(const InputFile &file, std::uint64_t fileSize, Tail &tail) {
 
 Status findEndRecord(const InputFile &file, std::uint64_t fileSize, EndRecord &end) {
     Tail tail;
-    if (Status status = readTail(file, fileSize, tail); !status.ok()) {
+    if (Status status = readTail(file, fileSize, tail); !status.ok())
         return status;
-    }
     std::optional<EndRecord> best;
     bool seen = false;
     // A crafted file may hold thousands of end records; real ones hold one or two.
     int tries = 256;
     for (std::size_t at = tail.bytes.size(); at-- > 0 && tries > 0;) {
-        if (tail.bytes[at] != 'P' || tail.bytes.size() - at < endSize ||
-            get32(tail.bytes.data() + at) != endSignature) {
+        if (tail.bytes[at] != 'P' || tail.bytes.size() - at < kEndSize ||
+            get32(tail.bytes.data() + at) != kEndSignature)
             continue;
-        }
         seen = true;
         --tries;
         std::optional<EndRecord> found = readCandidate(file, tail, at);
-        if (found && (!best || rank(*found) <= rank(*best))) {
+        if (found && (!best || rank(*found) <= rank(*best)))
             best = std::move(found);
-        }
     }
     if (best) {
         end = std::move(*best);
         return {};
     }
-    if (seen) {
+    if (seen)
         return {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
-    }
-    if (hasSignature(file, 0, localSignature)) {
+    if (hasSignature(file, 0, kLocalSignature)) {
         return {Failure::EndsEarly, file.path() + " ends early: its directory is missing",
                 file.path()};
     }

@@ -25,45 +25,43 @@ Status endsEarly(const Directory &directory, const Entry &entry) {
 }
 
 bool sameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return x == y || ((x == '/' || x == '\\') && (y == '/' || y == '\\'));
-           });
+    return a.size() == b.size() &&
+           std::equal(
+               a.begin(), a.end(), b.begin(),
+               [](char x, char y) {
+                   return x == y || ((x == '/' || x == '\\') && (y == '/' || y == '\\'));
+               });
 }
 
 // True where a value of a local header fits that of the directory. With a descriptor behind the
 // data, zero or "unknown" says nothing.
 bool fits(std::uint64_t local, std::uint64_t told, bool described) {
-    return local == told || (described && (local == 0 || local == full32));
+    return local == told || (described && (local == 0 || local == kZip64Sentinel));
 }
 
 Status compare(const Directory &directory, const Entry &entry, const std::uint8_t *head,
                std::string_view name, std::string_view extra) {
-    if (!sameName(name, directory.rawName(entry))) {
+    if (!sameName(name, directory.rawName(entry)))
         return disagreement(directory, entry, "name");
-    }
-    if (get16(head + 8) != entry.method) {
+    if (get16(head + 8) != entry.method)
         return disagreement(directory, entry, "method");
-    }
     const std::uint16_t flags = get16(head + 6);
-    if (((flags ^ entry.flags) & flagEncrypted) != 0) {
+    if (((flags ^ entry.flags) & kFlagEncrypted) != 0)
         return disagreement(directory, entry, "encryption");
-    }
     std::uint64_t size = get32(head + 22);
     std::uint64_t packed = get32(head + 18);
-    std::string_view field = findExtra(extra, extraZip64);
+    std::string_view field = findExtra(extra, kExtraZip64);
     for (std::uint64_t *value : {&size, &packed}) {
-        if (*value == full32 && field.size() >= 8) {
+        if (*value == kZip64Sentinel && field.size() >= 8) {
             *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
             field.remove_prefix(8);
         }
     }
-    const bool described = ((flags | entry.flags) & flagDescriptor) != 0;
-    if (!fits(size, entry.size, described) || !fits(packed, entry.packedSize, described)) {
+    const bool described = ((flags | entry.flags) & kFlagDescriptor) != 0;
+    if (!fits(size, entry.size, described) || !fits(packed, entry.compressedSize, described))
         return disagreement(directory, entry, "size");
-    }
-    if (!fits(get32(head + 14), entry.crc, described)) {
+    if (!fits(get32(head + 14), entry.crc, described))
         return disagreement(directory, entry, "checksum");
-    }
     return {};
 }
 
@@ -73,25 +71,23 @@ Status checkLocal(const InputFile &file, const Directory &directory, const Entry
                   const std::uint8_t *bytes, std::size_t got, std::size_t &headSize) {
     std::vector<std::uint8_t> own;
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (got >= localSize && get32(bytes) != localSignature) {
+        if (got >= kLocalSize && get32(bytes) != kLocalSignature)
             return disagreement(directory, entry, "place");
-        }
-        if (got >= localSize) {
+        if (got >= kLocalSize) {
             const std::size_t nameLength = get16(bytes + 26);
             const std::size_t extraLength = get16(bytes + 28);
-            headSize = localSize + nameLength + extraLength;
+            headSize = kLocalSize + nameLength + extraLength;
             if (got >= headSize) {
                 const auto *text = reinterpret_cast<const char *>(bytes);
-                return compare(directory, entry, bytes, {text + localSize, nameLength},
-                               {text + localSize + nameLength, extraLength});
+                return compare(directory, entry, bytes, {text + kLocalSize, nameLength},
+                               {text + kLocalSize + nameLength, extraLength});
             }
         }
         if (attempt == 0) {
-            own.resize(localSize + 2 * std::size_t{full16});
+            own.resize(kLocalSize + 2 * std::size_t{kZip64Sentinel16});
             if (Status status = file.readAt(entry.localOffset, own.data(), own.size(), got);
-                !status.ok()) {
+                !status.ok())
                 return status;
-            }
             bytes = own.data();
         }
     }
@@ -102,16 +98,14 @@ Status locateData(const InputFile &file, const Directory &directory, const Entry
                   std::uint64_t &dataOffset) {
     std::uint8_t head[512];
     std::size_t got = 0;
-    if (Status status = file.readAt(entry.localOffset, head, sizeof head, got); !status.ok()) {
+    if (Status status = file.readAt(entry.localOffset, head, sizeof head, got); !status.ok())
         return status;
-    }
     std::size_t headSize = 0;
     Status status = checkLocal(file, directory, entry, head, got, headSize);
     dataOffset = entry.localOffset + headSize;
     if (status.ok() && (dataOffset > directory.fileSize() ||
-                        entry.packedSize > directory.fileSize() - dataOffset)) {
+                        entry.compressedSize > directory.fileSize() - dataOffset))
         return endsEarly(directory, entry);
-    }
     return status;
 }
 
@@ -123,12 +117,10 @@ Extents::Extents(const InputFile &file, const Directory &directory)
     const auto before = [&](std::uint32_t a, std::uint32_t b) {
         return entries[a].localOffset < entries[b].localOffset;
     };
-    if (!std::is_sorted(order.begin(), order.end(), before)) {
+    if (!std::is_sorted(order.begin(), order.end(), before))
         std::stable_sort(order.begin(), order.end(), before);
-    }
-    if (sweep(directory, order)) {
+    if (cleaner(directory, order))
         return;
-    }
     // Something lies over something else. Those that are not there at all leave the contest.
     const auto isMissing = [&](std::uint32_t index) {
         std::uint64_t offset = 0;
@@ -136,11 +128,11 @@ Extents::Extents(const InputFile &file, const Directory &directory)
     };
     order.erase(std::remove_if(order.begin(), order.end(), isMissing), order.end());
     std::fill(m_limits.begin(), m_limits.end(), directory.fileSize());
-    sweep(directory, order);
+    cleaner(directory, order);
 }
 
 // Settles the limits of the entries in `order`, by offset. False where some overlap.
-bool Extents::sweep(const Directory &directory, std::vector<std::uint32_t> &order) {
+bool Extents::cleaner(const Directory &directory, std::vector<std::uint32_t> &order) {
     const std::vector<Entry> &entries = directory.entries();
     // From the back: what starts next after each entry.
     std::uint64_t next = directory.fileSize();
@@ -160,26 +152,25 @@ bool Extents::sweep(const Directory &directory, std::vector<std::uint32_t> &orde
     std::uint32_t holder = 0;
     for (const std::uint32_t index : order) {
         const Entry &entry = entries[index];
-        const std::uint64_t head = localSize + entry.nameLength;
-        const std::uint64_t end = entry.localOffset < UINT64_MAX - head &&
-                                          entry.packedSize < UINT64_MAX - head - entry.localOffset
-                                      ? entry.localOffset + head + entry.packedSize
-                                      : UINT64_MAX;
+        const std::uint64_t head = kLocalSize + entry.nameLength;
+        const std::uint64_t end =
+            entry.localOffset < UINT64_MAX - head &&
+                    entry.compressedSize < UINT64_MAX - head - entry.localOffset
+                ? entry.localOffset + head + entry.compressedSize
+                : UINT64_MAX;
         if (entry.localOffset < furthest) {
             bad.push_back(index);
             bad.push_back(holder);
         }
-        if (entry.localOffset < directory.start() + directory.size() && end > directory.start()) {
+        if (entry.localOffset < directory.start() + directory.size() && end > directory.start())
             bad.push_back(index);
-        }
         if (end > furthest) {
             furthest = end;
             holder = index;
         }
     }
-    for (const std::uint32_t index : bad) {
+    for (const std::uint32_t index : bad)
         m_limits[index] = 0;
-    }
     return bad.empty();
 }
 

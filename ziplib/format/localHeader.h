@@ -32,7 +32,7 @@ class Extents {
     std::uint64_t limit(std::size_t index) const { return m_limits[index]; }
 
   private:
-    bool sweep(const Directory &directory, std::vector<std::uint32_t> &order);
+    bool cleaner(const Directory &directory, std::vector<std::uint32_t> &order);
 
     std::vector<std::uint64_t> m_limits;
 };

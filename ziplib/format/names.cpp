@@ -11,7 +11,7 @@ namespace {
 
 // Code page 437 from 0x80 on. The lower half is ASCII: bytes below 0x20 are control characters
 // here, not the pictures that a screen of the time showed.
-constexpr std::array<char16_t, 128> codePage437 = {
+constexpr std::array<char16_t, 128> kCodePage437 = {
     0x00C7, 0x00FC, 0x00E9, 0x00E2, 0x00E4, 0x00E0, 0x00E5, 0x00E7, 0x00EA, 0x00EB, 0x00E8, 0x00EF,
     0x00EE, 0x00EC, 0x00C4, 0x00C5, 0x00C9, 0x00E6, 0x00C6, 0x00F4, 0x00F6, 0x00F2, 0x00FB, 0x00F9,
     0x00FF, 0x00D6, 0x00DC, 0x00A2, 0x00A3, 0x00A5, 0x20A7, 0x0192, 0x00E1, 0x00ED, 0x00F3, 0x00FA,
@@ -25,7 +25,8 @@ constexpr std::array<char16_t, 128> codePage437 = {
     0x00B0, 0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0};
 
 bool isAscii(std::string_view text) {
-    return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+    return std::none_of(
+        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
 }
 
 } // namespace
@@ -38,18 +39,16 @@ std::string decodeName(std::string_view raw) {
         path.reserve(raw.size() * 2);
         for (const char c : raw) {
             const auto byte = static_cast<std::uint8_t>(c);
-            appendUtf8(path, byte < 0x80 ? byte : codePage437[byte - 0x80U]);
+            appendUtf8(path, byte < 0x80 ? byte : kCodePage437[byte - 0x80U]);
         }
     }
     std::replace(path.begin(), path.end(), '\\', '/');
-    for (std::size_t at = path.find('\0'); at != std::string::npos; at = path.find('\0', at)) {
+    for (std::size_t at = path.find('\0'); at != std::string::npos; at = path.find('\0', at))
         path.replace(at, 1, "\xEF\xBF\xBD");
-    }
     std::size_t start = 0;
     while (path.compare(start, kRootFolder.size(), kRootFolder) == 0 &&
-           start + kRootFolder.size() < path.size()) {
+           start + kRootFolder.size() < path.size())
         start += kRootFolder.size();
-    }
     return path.substr(start);
 }
 

@@ -10,8 +10,8 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::uint32_t dosFolder = 0x10;
-constexpr std::int64_t second = 1'000'000'000;
+constexpr std::uint32_t kDosFolder = 0x10;
+constexpr std::int64_t kSecond = 1'000'000'000;
 
 const std::uint8_t *bytes(std::string_view field) {
     return reinterpret_cast<const std::uint8_t *>(field.data());
@@ -29,16 +29,14 @@ std::uint32_t fileType(const Entry &entry) {
 
 bool ntfsTime(std::string_view field, std::int64_t &time) {
     // Four reserved bytes, then attributes of their own; the first holds the times.
-    if (field.size() < 4 + 4 + 8 || get16(bytes(field) + 4) != 1) {
+    if (field.size() < 4 + 4 + 8 || get16(bytes(field) + 4) != 1)
         return false;
-    }
-    constexpr std::uint64_t from1601 = 116'444'736'000'000'000ULL;
-    constexpr std::uint64_t latest = from1601 + static_cast<std::uint64_t>(INT64_MAX / 100);
+    constexpr std::uint64_t kFrom1601 = 116'444'736'000'000'000ULL;
+    constexpr std::uint64_t kLatest = kFrom1601 + static_cast<std::uint64_t>(INT64_MAX / 100);
     const std::uint64_t ticks = get64(bytes(field) + 8);
-    if (ticks < from1601 || ticks > latest) {
+    if (ticks < kFrom1601 || ticks > kLatest)
         return false;
-    }
-    time = static_cast<std::int64_t>(ticks - from1601) * 100;
+    time = static_cast<std::int64_t>(ticks - kFrom1601) * 100;
     return true;
 }
 
@@ -46,19 +44,17 @@ bool ntfsTime(std::string_view field, std::int64_t &time) {
 
 std::string Directory::path(const Entry &entry) const {
     std::string path = decodeName(rawName(entry));
-    if (isFolder(entry) && (path.empty() || path.back() != '/')) {
+    if (isFolder(entry) && (path.empty() || path.back() != '/'))
         path += '/';
-    }
     return path;
 }
 
 bool Directory::isFolder(const Entry &entry) const {
     const std::string_view raw = rawName(entry);
-    if (!raw.empty() && (raw.back() == '/' || raw.back() == '\\')) {
+    if (!raw.empty() && (raw.back() == '/' || raw.back() == '\\'))
         return true;
-    }
     const std::uint32_t type = fileType(entry);
-    const bool marked = type == 0 ? (entry.externalAttributes & dosFolder) != 0 : type == 0040000U;
+    const bool marked = type == 0 ? (entry.externalAttributes & kDosFolder) != 0 : type == 0040000U;
     return marked && entry.size == 0 && !raw.empty();
 }
 
@@ -70,24 +66,22 @@ bool Directory::isSpecial(const Entry &entry) const {
 std::int64_t Directory::modified(const Entry &entry) const {
     const std::string_view all = extra(entry);
     std::int64_t time = 0;
-    if (ntfsTime(findExtra(all, extraNtfs), time)) {
+    if (ntfsTime(findExtra(all, kExtraNtfs), time))
         return time;
-    }
-    const std::string_view stamp = findExtra(all, extraTimestamp);
-    if (stamp.size() >= 5 && (stamp[0] & 1) != 0) {
-        return static_cast<std::int32_t>(get32(bytes(stamp) + 1)) * second;
-    }
+    const std::string_view stamp = findExtra(all, kExtraTimestamp);
+    if (stamp.size() >= 5 && (stamp[0] & 1) != 0)
+        return static_cast<std::int32_t>(get32(bytes(stamp) + 1)) * kSecond;
     return toNanoseconds(dosTime(entry.date, entry.time));
 }
 
 std::uint8_t Directory::attributes(const Entry &entry) const {
     if (isUnix(entry)) {
         const std::uint32_t mode = entry.externalAttributes >> 16;
-        return mode != 0 && (mode & 0222U) == 0 ? platform::attributeReadOnly : 0;
+        return mode != 0 && (mode & 0222U) == 0 ? platform::kAttributeReadOnly : 0;
     }
-    constexpr std::uint32_t known = platform::attributeReadOnly | platform::attributeHidden |
-                                    platform::attributeSystem | platform::attributeArchive;
-    return static_cast<std::uint8_t>(entry.externalAttributes & known);
+    constexpr std::uint32_t kKnown = platform::kAttributeReadOnly | platform::kAttributeHidden |
+                                     platform::kAttributeSystem | platform::kAttributeArchive;
+    return static_cast<std::uint8_t>(entry.externalAttributes & kKnown);
 }
 
 } // namespace ziplib

@@ -13,64 +13,65 @@ using platform::Status;
 
 // From what hides most to what hides nothing: what ended the call, what is wrong with the archive
 // as a whole, with single entries, with the disk they go to.
-constexpr std::array<Code, 11> byWeight = {Code::Cancelled,      Code::DiskFull,    Code::NoArchive,
-                                           Code::SevereDamage,   Code::EndsEarly,   Code::Damaged,
-                                           Code::NoPassword,     Code::Unsupported, Code::Warnings,
-                                           Code::NothingMatched, Code::Done};
+constexpr std::array<ReturnCode, 11> kByWeight = {
+    ReturnCode::Cancelled,      ReturnCode::DiskFull,    ReturnCode::NoArchive,
+    ReturnCode::SevereDamage,   ReturnCode::EndsEarly,   ReturnCode::Damaged,
+    ReturnCode::NoPassword,     ReturnCode::Unsupported, ReturnCode::Warnings,
+    ReturnCode::NothingMatched, ReturnCode::Done};
 
-auto weight(Code code) {
-    return std::find(byWeight.begin(), byWeight.end(), code);
+auto weight(ReturnCode code) {
+    return std::find(kByWeight.begin(), kByWeight.end(), code);
 }
 
 } // namespace
 
-Code codeOfEntry(const Status &status) {
+ReturnCode codeOfEntry(const Status &status) {
     switch (status.kind) {
     case Failure::None:
-        return Code::Done;
+        return ReturnCode::Done;
     case Failure::Full:
-        return Code::DiskFull;
+        return ReturnCode::DiskFull;
     case Failure::EndsEarly:
-        return Code::EndsEarly;
+        return ReturnCode::EndsEarly;
     case Failure::Damaged:
     case Failure::NotArchive:
-        return Code::Damaged;
+        return ReturnCode::Damaged;
     case Failure::Unsupported:
-        return Code::Unsupported;
+        return ReturnCode::Unsupported;
     case Failure::Password:
-        return Code::NoPassword;
+        return ReturnCode::NoPassword;
     case Failure::Cancelled:
-        return Code::Cancelled;
+        return ReturnCode::Cancelled;
     default:
-        return Code::Warnings;
+        return ReturnCode::Warnings;
     }
 }
 
-Code codeOfArchive(const Status &status) {
+ReturnCode codeOfArchive(const Status &status) {
     switch (status.kind) {
     case Failure::None:
-        return Code::Done;
+        return ReturnCode::Done;
     case Failure::NotArchive:
     case Failure::Damaged:
     case Failure::Resources:
-        return Code::SevereDamage;
+        return ReturnCode::SevereDamage;
     case Failure::EndsEarly:
-        return Code::EndsEarly;
+        return ReturnCode::EndsEarly;
     case Failure::Cancelled:
-        return Code::Cancelled;
+        return ReturnCode::Cancelled;
     default:
-        return Code::NoArchive;
+        return ReturnCode::NoArchive;
     }
 }
 
-void CallResult::add(Code code, const std::string &message) {
+void CallResult::add(ReturnCode code, const std::string &message) {
     if (weight(code) < weight(m_code)) {
         m_code = code;
         m_message = message;
     }
 }
 
-void CallResult::replace(Code code, const std::string &message) {
+void CallResult::replace(ReturnCode code, const std::string &message) {
     m_code = code;
     m_message = message;
 }

@@ -12,11 +12,11 @@ namespace ziplib {
 namespace {
 
 // Well below what is promised, so that a step that runs over still keeps the promise.
-constexpr std::chrono::milliseconds heartbeat{20};
+constexpr std::chrono::milliseconds kHeartbeat{20};
 
-constexpr std::int32_t answerReplace = 102;
-constexpr std::int32_t answerReplaceAll = 103;
-constexpr std::int32_t answerKeepAll = 104;
+constexpr std::int32_t kAnswerReplace = 102;
+constexpr std::int32_t kAnswerReplaceAll = 103;
+constexpr std::int32_t kAnswerKeepAll = 104;
 
 template<typename Small>
 Small clipped(std::uint64_t value) {
@@ -25,11 +25,10 @@ Small clipped(std::uint64_t value) {
 
 } // namespace
 
-std::int32_t percentSaved(std::uint64_t size, std::uint64_t packedSize) {
-    if (size == 0 || packedSize >= size) {
+std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize) {
+    if (size == 0 || compressedSize >= size)
         return 0;
-    }
-    const double saved = static_cast<double>(size - packedSize) / static_cast<double>(size);
+    const double saved = static_cast<double>(size - compressedSize) / static_cast<double>(size);
     return static_cast<std::int32_t>(std::lround(100.0 * saved));
 }
 
@@ -59,36 +58,32 @@ void Caller::warn(const std::string &text) {
 }
 
 void Caller::warnLast(const std::string &text) {
-    if (!text.empty() && text != m_lastText) {
+    if (!text.empty() && text != m_lastText)
         warn(text);
-    }
 }
 
 void Caller::tick() {
-    if (Clock::now() - m_lastPrint >= heartbeat) {
+    if (Clock::now() - m_lastPrint >= kHeartbeat)
         print({});
-    }
 }
 
 bool Caller::processed(const std::string &path) {
-    if (m_functions.ServCallBk == nullptr) {
+    if (m_functions.ServCallBk == nullptr)
         return true;
-    }
     std::string narrow = toProgram(path);
     return m_functions.ServCallBk(narrow.data(), clipped<std::uint32_t>(narrow.size() + 1)) == 0;
 }
 
 Caller::Answer Caller::replace(const std::string &path) {
-    if (m_functions.replace == nullptr) {
+    if (m_functions.replace == nullptr)
         return Answer::Keep;
-    }
     std::string narrow = toProgram(path);
     switch (m_functions.replace(narrow.data())) {
-    case answerReplace:
+    case kAnswerReplace:
         return Answer::Replace;
-    case answerReplaceAll:
+    case kAnswerReplaceAll:
         return Answer::ReplaceAll;
-    case answerKeepAll:
+    case kAnswerKeepAll:
         return Answer::KeepAll;
     default:
         return Answer::Keep;
@@ -96,41 +91,38 @@ Caller::Answer Caller::replace(const std::string &path) {
 }
 
 bool Caller::password(const std::string &path, std::string &password) {
-    if (m_functions.password == nullptr) {
+    if (m_functions.password == nullptr)
         return false;
-    }
     std::array<char, 256> answer{};
     std::string name = toProgram(path);
     std::string prompt = "Password for " + name + ": ";
     if (m_functions.password(answer.data(), static_cast<std::int32_t>(answer.size()), prompt.data(),
-                             name.data()) != 0) {
+                             name.data()) != 0)
         return false;
-    }
     answer.back() = '\0';
     password = answer.data();
     return true;
 }
 
 void Caller::list(const std::string &path, const Listed &entry) {
-    if (m_functions.SendApplicationMessage == nullptr) {
+    if (m_functions.SendApplicationMessage == nullptr)
         return;
-    }
     std::string narrow = toProgram(path);
     std::string method = entry.method;
-    constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
-    const bool clippedSize = entry.size > largest || entry.packedSize > largest;
+    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+    const bool clippedSize = entry.size > kLargest || entry.compressedSize > kLargest;
     m_functions.SendApplicationMessage(
-        clipped<std::uint32_t>(entry.size), clipped<std::uint32_t>(entry.packedSize),
-        percentSaved(entry.size, entry.packedSize), entry.month, entry.day, entry.year, entry.hour,
-        entry.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
+        clipped<std::uint32_t>(entry.size), clipped<std::uint32_t>(entry.compressedSize),
+        percentSaved(entry.size, entry.compressedSize), entry.month, entry.day, entry.year,
+        entry.hour, entry.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
         entry.encrypted ? 'E' : ' ');
 }
 
-void Caller::setTotals(std::uint64_t size, std::uint64_t packedSize, std::uint64_t entries,
+void Caller::setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,
                        std::uint64_t comment) {
     m_functions.TotalSize = clipped<std::int32_t>(size);
-    m_functions.TotalSizeComp = clipped<std::int32_t>(packedSize);
-    m_functions.CompFactor = percentSaved(size, packedSize);
+    m_functions.TotalSizeComp = clipped<std::int32_t>(compressedSize);
+    m_functions.CompFactor = percentSaved(size, compressedSize);
     m_functions.NumMembers = clipped<std::int32_t>(entries);
     m_functions.cchComment = clipped<std::int16_t>(comment);
 }

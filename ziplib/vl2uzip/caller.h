@@ -33,7 +33,7 @@ class Caller {
     // One listed entry; see VL2UZIP_ENTRY.
     struct Listed {
         std::uint64_t size = 0;
-        std::uint64_t packedSize = 0;
+        std::uint64_t compressedSize = 0;
         int month = 1;
         int day = 1;
         int year = 1980;
@@ -46,7 +46,7 @@ class Caller {
     void list(const std::string &path, const Listed &entry);
 
     // Leaves the totals in the program's record.
-    void setTotals(std::uint64_t size, std::uint64_t packedSize, std::uint64_t entries,
+    void setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,
                    std::uint64_t comment);
 
   private:
@@ -61,6 +61,6 @@ class Caller {
 };
 
 // Share of `size` that packing saved, in percent.
-std::int32_t percentSaved(std::uint64_t size, std::uint64_t packedSize);
+std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize);
 
 } // namespace ziplib

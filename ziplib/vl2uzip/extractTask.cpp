@@ -26,7 +26,7 @@ Status ExtractTask::perform(Scratch &scratch) const {
     }
     // In a new folder every file is one of this call.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
-    const FileSink::Target target{
+    const FileSink::ArchiveReplacement target{
         folder->folder,  m_context.times,           name,
         replace,         directory.modified(entry), directory.attributes(entry),
         convertLineEnds, entry.isMarkedText(),      own};
@@ -36,18 +36,16 @@ Status ExtractTask::perform(Scratch &scratch) const {
 }
 
 void ExtractTask::run(unsigned worker) noexcept {
-    if (kind == Kind::Settled) {
+    if (kind == Kind::Settled)
         return;
-    }
     try {
         if (!m_context.keepGoing()) {
             status = Status(Failure::Cancelled, {});
             return;
         }
         std::unique_ptr<Scratch> &scratch = m_context.scratch[worker];
-        if (!scratch) {
+        if (!scratch)
             scratch = std::make_unique<Scratch>();
-        }
         status = perform(*scratch);
     } catch (const std::bad_alloc &) {
         status.kind = Failure::Resources; // a text would need memory

@@ -16,10 +16,10 @@ using platform::FileInfo;
 using platform::Status;
 
 // Tasks on their way at a time: enough that workers need not wait for the caller's thread.
-constexpr std::size_t window = 128;
+constexpr std::size_t kWindow = 128;
 // Memory for entries that are inflated in one piece.
-constexpr std::size_t largeMemory = 64U << 20;
-constexpr std::chrono::milliseconds patience{10};
+constexpr std::size_t kLargeMemory = 64U << 20;
+constexpr std::chrono::milliseconds kPatience{10};
 
 // Zip times are even seconds: a file is not older for less.
 bool isOlder(std::int64_t onDisk, std::int64_t stored) {
@@ -55,34 +55,30 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
                        const Request &request, Caller &caller, CallResult &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
       m_extents(file, directory),
-      m_budget(largeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}, {}},
+      m_budget(kLargeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}, {}},
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
-    if (m_request.work != Request::Work::Extract || openTarget(plan)) {
+    if (m_request.work != Request::Work::Extract || openTarget(plan))
         runTasks(plan);
-    }
     m_outcome.addMissing(plan.items.size() - m_whole);
 }
 
 void Extraction::runTasks(const Plan &plan) {
-    m_pipeline = std::make_unique<Pipeline>(workerCount(), window);
+    m_pipeline = std::make_unique<Pipeline>(workerCount(), kWindow);
     m_context.scratch.resize(m_pipeline->workers() + 1);
     // Where the caller's thread does the work, it must also keep the program alive meanwhile.
     const bool alone = m_pipeline->isInline();
     m_context.keepGoing = [this, alone] {
-        if (alone) {
+        if (alone)
             m_caller.tick();
-        }
         return !m_stopped.load(std::memory_order_relaxed);
     };
     for (const PlanItem &item : plan.items) {
-        while (m_pipeline->full() && !m_stopped) {
+        while (m_pipeline->full() && !m_stopped)
             collectNext();
-        }
-        if (m_stopped) {
+        if (m_stopped)
             break;
-        }
         start(item);
         m_caller.tick();
     }
@@ -93,9 +89,8 @@ void Extraction::runTasks(const Plan &plan) {
 bool Extraction::openTarget(const Plan &plan) {
     platform::Folder target;
     Status status = platform::makeFolders(m_request.target);
-    if (status.ok()) {
+    if (status.ok())
         status = target.open(m_request.target);
-    }
     if (!status.ok()) {
         m_caller.warn(status.message);
         m_outcome.add(codeOfEntry(status), status.message);
@@ -105,7 +100,7 @@ bool Extraction::openTarget(const Plan &plan) {
         const std::string message =
             "there is not enough room on the disk for what is in " + m_context.source.file.path();
         m_caller.warn(message);
-        m_outcome.add(Code::DiskFull, message);
+        m_outcome.add(ReturnCode::DiskFull, message);
         return false;
     }
     m_folders.emplace(std::move(target));
@@ -116,32 +111,28 @@ bool Extraction::openTarget(const Plan &plan) {
 // where it matters.
 bool Extraction::fits(const Plan &plan, const platform::Folder &target) {
     std::uint64_t room = 0;
-    if (!target.freeSpace(room).ok() || plan.size <= room) {
+    if (!target.freeSpace(room).ok() || plan.size <= room)
         return true;
-    }
-    if (m_replaceAll && !m_request.onlyNewer) {
+    if (m_replaceAll && !m_request.onlyNewer)
         return false;
-    }
     std::uint64_t needed = 0;
     std::string lastFolder;
     platform::Folder folder;
     for (const PlanItem &item : plan.items) {
-        if (item.action != PlanItem::Action::File) {
+        if (item.action != PlanItem::Action::File)
             continue;
-        }
         const Entry &entry = m_directory.entries()[item.index];
         const std::string path = targetPath(m_directory.path(entry), m_request);
         const std::string above(folderOf(path));
         if (above != lastFolder) { // entries come folder by folder
-            (void)folder.open(platform::Place{m_request.target, above});
+            (void)folder.open(platform::Location{m_request.target, above});
             lastFolder = above;
         }
         const platform::Folder &lies = above.empty() ? target : folder;
         FileInfo info;
         if (!lies.isOpen() ||
-            lies.info(std::string(lastComponent(path)), info).is(Failure::NotFound)) {
+            lies.info(std::string(lastComponent(path)), info).is(Failure::NotFound))
             needed += std::min(entry.size, UINT64_MAX - needed);
-        }
         m_caller.tick();
     }
     return needed <= room;
@@ -187,9 +178,8 @@ void Extraction::prepareFile(ExtractTask &task) {
         task.name = lastComponent(target);
         task.status = folderFor(folder, task.folder);
         FileInfo existing;
-        if (!task.status.ok()) {
+        if (!task.status.ok())
             return;
-        }
         if (!task.folder->made || task.second) {
             task.status = task.folder->folder.info(task.name, existing);
             if (task.status.ok() && m_replaced.holds(existing)) {
@@ -198,12 +188,10 @@ void Extraction::prepareFile(ExtractTask &task) {
                 drain();
                 task.status = task.folder->folder.info(task.name, existing);
             }
-            if (task.status.ok() && !mayWrite(task, existing)) {
+            if (task.status.ok() && !mayWrite(task, existing))
                 return;
-            }
-            if (!task.status.ok() && !task.status.is(Failure::NotFound)) {
+            if (!task.status.ok() && !task.status.is(Failure::NotFound))
                 return;
-            }
             task.status = {};
         }
         task.second = false;
@@ -212,17 +200,15 @@ void Extraction::prepareFile(ExtractTask &task) {
     } else {
         task.report = "tested " + task.path;
     }
-    const bool traditional = entry.isEncrypted() && (entry.flags & flagStrongEncryption) == 0 &&
-                             (entry.method == methodStored || entry.method == methodDeflated);
+    const bool traditional = entry.isEncrypted() && (entry.flags & kFlagStrongEncryption) == 0 &&
+                             (entry.method == kMethodStored || entry.method == kMethodDeflated);
     if (traditional && !m_passwords.known(task.index, task.cipher)) {
         drain();
-        if (m_stopped) {
+        if (m_stopped)
             return;
-        }
         task.status = m_passwords.ask(task.index, task.path, task.passwordTries, task.cipher);
-        if (!task.status.ok()) {
+        if (!task.status.ok())
             return;
-        }
     }
     task.kind = m_folders ? ExtractTask::Kind::Extract : ExtractTask::Kind::Test;
 }
@@ -239,37 +225,32 @@ bool Extraction::mayWrite(ExtractTask &task, const FileInfo &existing) {
     const bool asNew = m_request.onlyNewer && existing.kind == FileInfo::Kind::File &&
                        !isOlder(existing.modified, stored);
     if (asNew || !mayReplace(task)) {
-        if (task.second) {
+        if (task.second)
             task.status = secondStatus(task.path);
-        } else {
+        else
             task.report = "kept " + task.path + (asNew ? ": it is as new as the entry" : "");
-        }
         return false;
     }
-    if (!platform::namesIgnoreCase()) {
+    if (!platform::namesIgnoreCase())
         m_replaced.add(existing);
-    }
     task.replace = platform::NewFile::Replace::Yes;
     return true;
 }
 
 // Whoever lets files be replaced unasked means those that were there before.
 bool Extraction::mayReplace(const ExtractTask &task) {
-    if (task.second ? m_request.replaceAll : m_replaceAll) {
+    if (task.second ? m_request.replaceAll : m_replaceAll)
         return !task.second;
-    }
-    if (m_keepAll) {
+    if (m_keepAll)
         return false;
-    }
     drain();
     return !m_stopped && askReplace(task.path);
 }
 
 // To be called when all that came before has been told.
 bool Extraction::askReplace(const std::string &path) {
-    if (m_replaceAll || m_keepAll) {
+    if (m_replaceAll || m_keepAll)
         return m_replaceAll;
-    }
     switch (m_caller.replace(path)) {
     case Caller::Answer::Replace:
         return true;
@@ -290,24 +271,21 @@ void Extraction::settleName(ExtractTask &task) {
     const unsigned worker = m_pipeline->workers();
     // The others that are under way may have written it.
     while (!m_pipeline->empty() && !m_stopped) {
-        if (std::unique_ptr<ExtractTask> done = nextTask()) {
+        if (std::unique_ptr<ExtractTask> done = nextTask())
             m_done.push_back(std::move(done));
-        }
         m_caller.tick();
     }
     FileInfo existing;
     if (task.folder->folder.info(task.name, existing).ok()) {
-        if (existing.kind == FileInfo::Kind::Folder) {
+        if (existing.kind == FileInfo::Kind::Folder)
             return;
-        }
         const bool own = task.folder->made || m_context.own.holds(existing);
         ExtractTask *later = task.second || !own ? nullptr : laterTaskWithFile(existing);
         if (later != nullptr) {
             // Not replaced, which would keep the spelling of its name.
             later->second = true;
-            if (task.status = task.folder->folder.removeFile(task.name); !task.status.ok()) {
+            if (task.status = task.folder->folder.removeFile(task.name); !task.status.ok())
                 return;
-            }
         } else if (!task.second && !own) {
             // Another program has made it meanwhile.
             if (!m_replaceAll && !askReplace(task.path)) {
@@ -330,9 +308,8 @@ ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {
     for (const std::unique_ptr<ExtractTask> &task : m_done) {
         FileInfo info;
         if (task->kind == ExtractTask::Kind::Extract && task->status.ok() &&
-            task->folder->folder.info(task->name, info).ok() && platform::sameFile(info, file)) {
+            task->folder->folder.info(task->name, info).ok() && platform::sameFile(info, file))
             return task.get();
-        }
     }
     return nullptr;
 }
@@ -350,7 +327,7 @@ Status Extraction::folderFor(std::string_view path, std::shared_ptr<OpenFolder> 
 
 std::unique_ptr<ExtractTask> Extraction::nextTask() {
     return std::unique_ptr<ExtractTask>(
-        static_cast<ExtractTask *>(m_pipeline->next(patience).release()));
+        static_cast<ExtractTask *>(m_pipeline->next(kPatience).release()));
 }
 
 void Extraction::collectNext() {
@@ -361,16 +338,14 @@ void Extraction::collectNext() {
         task = std::move(m_done.front());
         m_done.pop_front();
     }
-    if (task) {
+    if (task)
         collect(std::move(task));
-    }
     m_caller.tick();
 }
 
 void Extraction::drain() {
-    while ((!m_done.empty() || !m_pipeline->empty()) && !m_stopped) {
+    while ((!m_done.empty() || !m_pipeline->empty()) && !m_stopped)
         collectNext();
-    }
 }
 
 // An entry's turn to be told.
@@ -384,9 +359,8 @@ void Extraction::collect(std::unique_ptr<ExtractTask> task) {
     }
     if (task->status.ok()) {
         ++m_whole;
-        if (!task->report.empty()) {
+        if (!task->report.empty())
             m_caller.report(task->report);
-        }
     } else {
         const std::string message = task->status.message.empty()
                                         ? "there is not enough memory for " + task->path
@@ -394,13 +368,12 @@ void Extraction::collect(std::unique_ptr<ExtractTask> task) {
         m_caller.warn(message);
         m_outcome.add(codeOfEntry(task->status), message);
         if (task->status.is(Failure::Full)) {
-            stop(Code::DiskFull, message);
+            stop(ReturnCode::DiskFull, message);
             return;
         }
     }
-    if (!m_caller.processed(task->path)) {
-        stop(Code::Cancelled, "cancelled");
-    }
+    if (!m_caller.processed(task->path))
+        stop(ReturnCode::Cancelled, "cancelled");
 }
 
 // Some failures are worth another try, here and now, while nothing newer has been told.
@@ -408,7 +381,7 @@ void Extraction::again(ExtractTask &task) {
     const unsigned own = m_pipeline->workers();
     for (int tries = 0; task.status.is(Failure::Resources) && tries < 5; ++tries) {
         // Other entries hold handles or memory; they will not for long.
-        std::this_thread::sleep_for(patience);
+        std::this_thread::sleep_for(kPatience);
         m_caller.tick();
         m_folders ? m_folders->release() : void();
         task.run(own);
@@ -416,14 +389,13 @@ void Extraction::again(ExtractTask &task) {
     // A wrong password passes the quick check at times, and then the data looks damaged.
     while (task.cipher && task.status.is(Failure::Damaged)) {
         task.status = m_passwords.ask(task.index, task.path, task.passwordTries, task.cipher);
-        if (!task.status.ok()) {
+        if (!task.status.ok())
             return;
-        }
         task.run(own);
     }
 }
 
-void Extraction::stop(Code code, const std::string &message) {
+void Extraction::stop(ReturnCode code, const std::string &message) {
     m_outcome.add(code, message);
     m_stopped = true;
 }

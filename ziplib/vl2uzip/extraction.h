@@ -42,7 +42,7 @@ class Extraction {
     std::unique_ptr<ExtractTask> nextTask();
     void drain();
     void again(ExtractTask &task);
-    void stop(Code code, const std::string &message);
+    void stop(ReturnCode code, const std::string &message);
 
     const Directory &m_directory;
     const Request &m_request;

@@ -10,45 +10,41 @@ using platform::Status;
 namespace {
 
 // As much of the data as is looked at to tell text from other files.
-constexpr std::size_t looked = 64U << 10;
-constexpr std::size_t keptScratch = 512U << 10;
+constexpr std::size_t kLooked = 64U << 10;
+constexpr std::size_t kKeptScratch = 512U << 10;
 // The coarsest step in which a disk counts time, and the years that every disk knows, in ns.
-constexpr std::int64_t timeStep = 2'000'000'000;
-constexpr std::int64_t year1980 = 315'619'200'000'000'000;
-constexpr std::int64_t year2038 = 2'145'916'800'000'000'000;
+constexpr std::int64_t kTimeStep = 2'000'000'000;
+constexpr std::int64_t kYear1980 = 315'619'200'000'000'000;
+constexpr std::int64_t kYear2038 = 2'145'916'800'000'000'000;
 
 } // namespace
 
 Status FileSink::start(const std::uint8_t *data, std::size_t size) {
     m_started = true;
-    if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, looked)))) {
+    if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, kLooked))))
         m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::CrLf : LineEnds::Lf);
-    }
     Status status = m_file.create(m_target.folder);
     platform::FileInfo info;
-    if (m_target.own != nullptr && status.ok() && m_file.info(info).ok()) {
+    if (m_target.own != nullptr && status.ok() && m_file.info(info).ok())
         m_target.own->add(info);
-    }
     return status;
 }
 
 Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     if (!m_started) {
-        if (Status status = start(data, size); !status.ok()) {
+        if (Status status = start(data, size); !status.ok())
             return status;
-        }
     }
-    if (!m_lineEnds) {
+    if (!m_lineEnds)
         return m_file.write(data, size);
-    }
-    constexpr std::size_t piece = 128U << 10;
+    constexpr std::size_t kChunk = 128U << 10;
     while (size > 0) {
-        const std::size_t now = std::min(size, piece);
-        std::uint8_t *out = m_scratch.reserve(std::min(LineEndConverter::room(piece), keptScratch));
+        const std::size_t now = std::min(size, kChunk);
+        std::uint8_t *out =
+            m_scratch.reserve(std::min(LineEndConverter::room(kChunk), kKeptScratch));
         const std::size_t length = m_lineEnds->convert(data, now, out);
-        if (Status status = m_file.write(out, length); !status.ok()) {
+        if (Status status = m_file.write(out, length); !status.ok())
             return status;
-        }
         data += now;
         size -= now;
     }
@@ -60,37 +56,32 @@ bool FileSink::keepsTime() {
     const std::int64_t wanted = m_target.modified;
     const bool set = m_file.setModified(wanted).ok();
     Times times = m_target.times;
-    if (times != Times::Unknown) {
+    if (times != Times::Unknown)
         return set && times == Times::Kept;
-    }
     platform::InputFile written;
     platform::FileInfo info;
     const bool kept = set && m_file.openWritten(written).ok() && written.info(info).ok() &&
-                      std::abs(info.modified - wanted) < timeStep;
-    if (kept || (wanted > year1980 && wanted < year2038)) {
+                      std::abs(info.modified - wanted) < kTimeStep;
+    if (kept || (wanted > kYear1980 && wanted < kYear2038))
         m_target.times = kept ? Times::Kept : Times::Lost;
-    }
     return kept;
 }
 
 Status FileSink::finish() {
     if (!m_started) {
-        if (Status status = start(nullptr, 0); !status.ok()) {
+        if (Status status = start(nullptr, 0); !status.ok())
             return status;
-        }
     }
     if (m_lineEnds) {
         std::uint8_t last = 0;
-        if (Status status = m_file.write(&last, m_lineEnds->finish(&last)); !status.ok()) {
+        if (Status status = m_file.write(&last, m_lineEnds->finish(&last)); !status.ok())
             return status;
-        }
     }
     // The content is what counts: a disk that keeps no times or attributes does not lose the file.
     (void)m_file.setAttributes(m_target.attributes);
     if (!keepsTime()) {
-        if (Status status = m_file.sync(); !status.ok()) {
+        if (Status status = m_file.sync(); !status.ok())
             return status;
-        }
     }
     return m_file.commit(m_target.name, m_target.replace);
 }

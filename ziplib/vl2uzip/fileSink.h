@@ -20,7 +20,7 @@ enum class Times { Unknown, Kept, Lost };
 // has not its entry's time cannot be told from an edit.
 class FileSink : public Sink {
   public:
-    struct Target {
+    struct ArchiveReplacement {
         const platform::Folder &folder;
         std::atomic<Times> &times; // of the disk, found out with the first file
         std::string name;
@@ -33,7 +33,8 @@ class FileSink : public Sink {
         OwnFiles *own = nullptr; // gets the file before it has its name
     };
 
-    FileSink(const Target &target, Buffer &scratch) : m_target(target), m_scratch(scratch) {}
+    FileSink(const ArchiveReplacement &target, Buffer &scratch)
+        : m_target(target), m_scratch(scratch) {}
 
     platform::Status write(const std::uint8_t *data, std::size_t size) override;
     platform::Status finish();
@@ -42,7 +43,7 @@ class FileSink : public Sink {
     platform::Status start(const std::uint8_t *data, std::size_t size);
     bool keepsTime();
 
-    const Target &m_target;
+    const ArchiveReplacement &m_target;
     Buffer &m_scratch;
     platform::NewFile m_file;
     bool m_started = false;

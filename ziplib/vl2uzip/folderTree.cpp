@@ -13,7 +13,7 @@ using platform::Status;
 
 // Below the 64 handles that some systems allow a program; where even these are too many, the
 // caller gives them back.
-constexpr std::size_t mostOpen = 32;
+constexpr std::size_t kMostOpen = 32;
 
 } // namespace
 
@@ -39,37 +39,31 @@ Status FolderTree::get(std::string_view path, std::shared_ptr<OpenFolder> &folde
         const std::string_view above =
             slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
         std::shared_ptr<OpenFolder> parent;
-        if (Status status = get(above, parent); !status.ok()) {
+        if (Status status = get(above, parent); !status.ok())
             return status;
-        }
         const std::string name(lastComponent(path));
         auto opened = std::make_shared<OpenFolder>();
         opened->made = m_made.count(key) != 0;
         if (!opened->made) {
             Status made = parent->folder.makeFolder(name);
-            if (!made.ok() && !made.is(Failure::Exists)) {
+            if (!made.ok() && !made.is(Failure::Exists))
                 return made;
-            }
             opened->made = made.ok();
             // A disk may take another spelling for the name of a folder that this call made. Where
             // the system does so everywhere, paths are planned accordingly.
             platform::FileInfo info;
             if (!platform::namesIgnoreCase() && parent->folder.info(name, info).ok()) {
                 opened->made = opened->made || m_madeFolders.holds(info);
-                if (opened->made) {
+                if (opened->made)
                     m_madeFolders.add(info);
-                }
             }
         }
-        if (Status status = parent->folder.openFolder(name, opened->folder); !status.ok()) {
+        if (Status status = parent->folder.openFolder(name, opened->folder); !status.ok())
             return status;
-        }
-        if (opened->made) {
+        if (opened->made)
             m_made.insert(key);
-        }
-        if (m_open.size() >= mostOpen) {
+        if (m_open.size() >= kMostOpen)
             m_open.clear();
-        }
         m_open.emplace(key, opened);
         folder = std::move(opened);
     }

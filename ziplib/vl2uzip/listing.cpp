@@ -11,7 +11,7 @@ Caller::Listed describe(const Entry &entry) {
     const DosTime time = dosTime(entry.date, entry.time);
     Caller::Listed listed;
     listed.size = entry.size;
-    listed.packedSize = entry.packedSize;
+    listed.compressedSize = entry.compressedSize;
     listed.month = time.month;
     listed.day = time.day;
     listed.year = time.year;
@@ -28,36 +28,34 @@ Caller::Listed describe(const Entry &entry) {
 void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
                  CallResult &outcome) {
     std::uint64_t size = 0;
-    std::uint64_t packedSize = 0;
+    std::uint64_t compressedSize = 0;
     std::uint64_t count = 0;
     for (const Entry &entry : directory.entries()) {
         const std::string path = directory.path(entry);
         if (filter.accepts(path)) {
             caller.list(path, describe(entry));
             size += entry.size;
-            packedSize += entry.packedSize;
+            compressedSize += entry.compressedSize;
             ++count;
         }
         caller.tick();
     }
-    caller.setTotals(size, packedSize, count, directory.archiveComment().size());
+    caller.setTotals(size, compressedSize, count, directory.archiveComment().size());
     reportUnmatched(filter, count > 0, caller, outcome);
 }
 
 void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
                      CallResult &outcome) {
-    if (!filter.isSelective()) {
+    if (!filter.isSelective())
         return;
-    }
     for (const std::string &name : filter.unmatched()) {
         const std::string message = name + " is not in the archive";
         caller.warn(message);
-        outcome.add(Code::Warnings, message);
+        outcome.add(ReturnCode::Warnings, message);
         outcome.addMissing(1);
     }
-    if (!anyMatched) {
-        outcome.replace(Code::NothingMatched, "none of the names is in the archive");
-    }
+    if (!anyMatched)
+        outcome.replace(ReturnCode::NothingMatched, "none of the names is in the archive");
 }
 
 } // namespace ziplib

@@ -12,17 +12,14 @@ NameFilter::List::List(const std::vector<std::string> &names, bool ignoreCase)
     for (const std::string &name : names) {
         std::string text = name;
         std::replace(text.begin(), text.end(), '\\', '/');
-        if (ignoreCase) {
+        if (ignoreCase)
             text = foldCase(text);
-        }
         const std::size_t index = m_names.size();
-        if (!m_exact.emplace(text, index).second) {
+        if (!m_exact.emplace(text, index).second)
             continue;
-        }
         m_names.push_back({text, hasWildcards(text, m_rules)});
-        if (m_names.back().wildcards) {
+        if (m_names.back().wildcards)
             m_patterns.push_back(index);
-        }
     }
 }
 
@@ -33,17 +30,14 @@ NameFilter::Name *NameFilter::List::find(const std::string &path, Meaning meanin
 }
 
 void NameFilter::List::meet(const std::string &path) {
-    for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs}) {
-        if (Name *name = find(path, meaning); name != nullptr) {
+    for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs})
+        if (Name *name = find(path, meaning); name != nullptr)
             name->meaning = std::max(name->meaning, meaning);
-        }
-    }
 }
 
 bool NameFilter::List::matches(const std::string &path) {
-    if (m_names.empty()) {
+    if (m_names.empty())
         return false;
-    }
     bool found = false;
     for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs}) {
         Name *name = find(path, meaning);
@@ -68,9 +62,8 @@ NameFilter::NameFilter(const std::vector<std::string> &wanted,
                        const std::vector<std::string> &unwanted, bool ignoreCase,
                        const Directory &directory, const platform::KeepGoing &keepGoing)
     : m_wanted(wanted, ignoreCase), m_unwanted(unwanted, ignoreCase) {
-    if (m_wanted.empty() && m_unwanted.empty()) {
+    if (m_wanted.empty() && m_unwanted.empty())
         return;
-    }
     for (const Entry &entry : directory.entries()) {
         const std::string path = directory.path(entry);
         m_wanted.meet(path);
@@ -85,11 +78,9 @@ bool NameFilter::accepts(const std::string &path) {
 
 std::vector<std::string> NameFilter::unmatched() const {
     std::vector<std::string> texts;
-    for (const Name &name : m_wanted.names()) {
-        if (!name.matched) {
+    for (const Name &name : m_wanted.names())
+        if (!name.matched)
             texts.push_back(name.text);
-        }
-    }
     return texts;
 }
 

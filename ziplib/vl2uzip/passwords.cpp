@@ -7,25 +7,22 @@ using platform::Status;
 
 bool Passwords::known(std::size_t index, std::optional<Cipher> &cipher) {
     bool fits = false;
-    if (!m_have || !checkPassword(m_source, index, Cipher(m_password), fits).ok() || !fits) {
+    if (!m_have || !checkPassword(m_source, index, Cipher(m_password), fits).ok() || !fits)
         return false;
-    }
     cipher = Cipher(m_password);
     return true;
 }
 
 Status Passwords::ask(std::size_t index, const std::string &path, int &tries,
                       std::optional<Cipher> &cipher) {
-    while (tries < mostTries) {
+    while (tries < kMostTries) {
         ++tries;
         std::string password;
-        if (!m_caller.password(path, password)) {
+        if (!m_caller.password(path, password))
             return {Failure::Password, path + " needs a password", path};
-        }
         bool fits = false;
-        if (Status status = checkPassword(m_source, index, Cipher(password), fits); !status.ok()) {
+        if (Status status = checkPassword(m_source, index, Cipher(password), fits); !status.ok())
             return status;
-        }
         if (fits) {
             m_password = password;
             m_have = true;

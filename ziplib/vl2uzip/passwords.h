@@ -13,7 +13,7 @@ namespace ziplib {
 class Passwords {
   public:
     // Times that one entry's password is asked for.
-    static constexpr int mostTries = 3;
+    static constexpr int kMostTries = 3;
 
     Passwords(const Source &source, Caller &caller) : m_source(source), m_caller(caller) {}
 

@@ -11,7 +11,7 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::uint64_t hashStart = 0xCBF29CE484222325ULL;
+constexpr std::uint64_t kHashStart = 0xCBF29CE484222325ULL;
 
 std::uint64_t hashStep(std::uint64_t hash, char c) {
     return (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3ULL;
@@ -27,16 +27,14 @@ class Paths {
             m_folded = foldCase(path);
             path = m_folded;
         }
-        std::uint64_t hash = hashStart;
+        std::uint64_t hash = kHashStart;
         for (std::size_t i = 0; i < path.size(); ++i) {
-            if (path[i] == '/' && hash != m_lastFolder) {
+            if (path[i] == '/' && hash != m_lastFolder)
                 m_folders.insert(hash);
-            }
             if (path[i] == '/') {
                 m_lastFolder = hash;
-                if (i + 1 == path.size()) {
+                if (i + 1 == path.size())
                     return; // a folder itself
-                }
             }
             hash = hashStep(hash, path[i]);
         }
@@ -46,25 +44,23 @@ class Paths {
     // Marks the files that share a target with others, and those that stand where a folder has to
     // be.
     void settle(std::vector<PlanItem> &items, const Directory &directory) {
-        std::sort(m_files.begin(), m_files.end(), [](const Target &a, const Target &b) {
-            return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
-        });
+        std::sort(m_files.begin(), m_files.end(),
+                  [](const ArchiveReplacement &a, const ArchiveReplacement &b) {
+                      return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
+                  });
         for (std::size_t first = 0, end = 0; first < m_files.size(); first = end) {
-            while (end < m_files.size() && m_files[end].hash == m_files[first].hash) {
+            while (end < m_files.size() && m_files[end].hash == m_files[first].hash)
                 ++end;
-            }
-            if (m_folders.count(m_files[first].hash) != 0) {
-                for (std::size_t i = first; i < end; ++i) {
+            if (m_folders.count(m_files[first].hash) != 0)
+                for (std::size_t i = first; i < end; ++i)
                     items[m_files[i].item].action = PlanItem::Action::Blocked;
-                }
-            } else if (end - first > 1) {
+            else if (end - first > 1)
                 share(first, end, items, directory);
-            }
         }
     }
 
   private:
-    struct Target {
+    struct ArchiveReplacement {
         std::uint64_t hash;
         std::size_t item;
     };
@@ -91,20 +87,17 @@ class Paths {
     std::string m_folded;
     std::uint64_t m_lastFolder = 0;
     std::unordered_set<std::uint64_t> m_folders;
-    std::vector<Target> m_files;
+    std::vector<ArchiveReplacement> m_files;
 };
 
 PlanItem::Action decide(const Directory &directory, const Entry &entry, const std::string &path,
                         const std::string &target) {
-    if (directory.isSpecial(entry)) {
+    if (directory.isSpecial(entry))
         return PlanItem::Action::Special;
-    }
-    if (path == kRootFolder) {
+    if (path == kRootFolder)
         return PlanItem::Action::Folder;
-    }
-    if (unsafeReason(path) != nullptr || (!target.empty() && unsafeReason(target) != nullptr)) {
+    if (unsafeReason(path) != nullptr || (!target.empty() && unsafeReason(target) != nullptr))
         return PlanItem::Action::Unsafe;
-    }
     return directory.isFolder(entry) ? PlanItem::Action::Folder : PlanItem::Action::File;
 }
 
@@ -112,9 +105,8 @@ PlanItem::Action decide(const Directory &directory, const Entry &entry, const st
 
 std::string targetPath(const std::string &path, const Request &request) {
     std::string target = request.makeFolders ? path : std::string(lastComponent(path));
-    if (request.blanksToUnderscores) {
+    if (request.blanksToUnderscores)
         std::replace(target.begin(), target.end(), ' ', '_');
-    }
     return target;
 }
 
@@ -125,18 +117,16 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
     const std::vector<Entry> &entries = directory.entries();
     for (std::size_t i = 0; i < entries.size() && keepGoing(); ++i) {
         const std::string path = directory.path(entries[i]);
-        if (!filter.accepts(path)) {
+        if (!filter.accepts(path))
             continue;
-        }
         PlanItem item{static_cast<std::uint32_t>(i), PlanItem::Action::File};
         if (request.work == Request::Work::Extract) {
             const std::string target = targetPath(path, request);
             item.action = decide(directory, entries[i], path, target);
             if ((item.action == PlanItem::Action::File ||
                  item.action == PlanItem::Action::Folder) &&
-                !target.empty()) {
+                !target.empty())
                 paths.add(target, plan.items.size());
-            }
         } else if (directory.isFolder(entries[i])) {
             item.action = PlanItem::Action::Folder;
         }
@@ -147,7 +137,7 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
         if (item.action == PlanItem::Action::File) {
             const Entry &entry = entries[item.index];
             plan.size += std::min(entry.size, UINT64_MAX - plan.size);
-            plan.packedSize += std::min(entry.packedSize, UINT64_MAX - plan.packedSize);
+            plan.compressedSize += std::min(entry.compressedSize, UINT64_MAX - plan.compressedSize);
         }
     }
     return plan;

@@ -30,7 +30,7 @@ struct PlanItem {
 struct Plan {
     std::vector<PlanItem> items; // in stored order
     std::uint64_t size = 0;      // bytes that the files take
-    std::uint64_t packedSize = 0;
+    std::uint64_t compressedSize = 0;
 };
 
 // The path below the target folder that an entry of this path goes to. Folders end in "/"; ""

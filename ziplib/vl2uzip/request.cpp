@@ -8,11 +8,9 @@ namespace {
 
 std::vector<std::string> names(std::int32_t count, char **table) {
     std::vector<std::string> texts;
-    for (std::int32_t i = 0; table != nullptr && i < count; ++i) {
-        if (table[i] != nullptr) {
+    for (std::int32_t i = 0; table != nullptr && i < count; ++i)
+        if (table[i] != nullptr)
             texts.push_back(fromProgram(table[i]));
-        }
-    }
     return texts;
 }
 
@@ -21,11 +19,10 @@ std::vector<std::string> names(std::int32_t count, char **table) {
 Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
                     std::int32_t unwantedCount, char **unwanted) {
     Request request;
-    if (options.nvflag != 0) {
+    if (options.nvflag != 0)
         request.work = Request::Work::List;
-    } else if (options.ntflag != 0) {
+    else if (options.ntflag != 0)
         request.work = Request::Work::Test;
-    }
     request.archive = fromProgram(options.lpszZipFN);
     request.target = fromProgram(options.lpszExtractDir);
     request.wanted = names(wantedCount, wanted);

@@ -24,7 +24,7 @@ using platform::Status;
 // What UzpMissingCount tells: each thread makes calls of its own.
 thread_local std::int32_t lastMissing = 0;
 
-void fail(Code code, const std::string &message, Caller &caller, CallResult &outcome) {
+void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &outcome) {
     caller.warn(message);
     outcome.add(code, message);
 }
@@ -38,20 +38,19 @@ platform::KeepGoing keepAlive(Caller &caller) {
 
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
              NameFilter &filter, Caller &caller, CallResult &outcome) {
-    platform::noticeTimeZone();
+    platform::reloadTimeZone();
     const Plan plan = makePlan(directory, request, filter, keepAlive(caller));
-    caller.setTotals(plan.size, plan.packedSize, plan.items.size(),
+    caller.setTotals(plan.size, plan.compressedSize, plan.items.size(),
                      directory.archiveComment().size());
-    if (!plan.items.empty() || !filter.isSelective()) {
+    if (!plan.items.empty() || !filter.isSelective())
         Extraction(file, directory, request, caller, outcome).run(plan);
-    }
     reportUnmatched(filter, !plan.items.empty(), caller, outcome);
 }
 
 void work(const Request &request, Caller &caller, CallResult &outcome) {
     platform::InputFile file;
     if (Status status = file.open(request.archive); !status.ok()) {
-        fail(Code::NoArchive, status.message, caller, outcome);
+        fail(ReturnCode::NoArchive, status.message, caller, outcome);
         outcome.addMissing(1);
         return;
     }
@@ -68,16 +67,15 @@ void work(const Request &request, Caller &caller, CallResult &outcome) {
     }
     NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
                       keepAlive(caller));
-    if (request.work == Request::Work::List) {
+    if (request.work == Request::Work::List)
         listEntries(directory, filter, caller, outcome);
-    } else {
+    else
         extract(file, directory, request, filter, caller, outcome);
-    }
     // After the entries: of two warnings the first one is returned, and a missing entry matters
     // more.
     if (directory.trailing() != 0) {
         const std::uint64_t size = directory.trailing();
-        fail(Code::Warnings,
+        fail(ReturnCode::Warnings,
              request.archive + " is followed by " + std::to_string(size) +
                  (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
              caller, outcome);
@@ -100,10 +98,9 @@ extern "C" {
 
 int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv, DCL *lpDCL,
                              USERFUNCTIONS *lpUserFunctions) {
-    using ziplib::Code;
-    if (lpDCL == nullptr || lpUserFunctions == nullptr) {
-        return static_cast<int32_t>(Code::SevereDamage);
-    }
+    using ziplib::ReturnCode;
+    if (lpDCL == nullptr || lpUserFunctions == nullptr)
+        return static_cast<int32_t>(ReturnCode::SevereDamage);
     ziplib::CallResult outcome;
     try {
         ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
@@ -115,7 +112,7 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
         // Memory has run out; what was written before is whole.
         outcome.addMissing(1);
         ziplib::lastMissing = outcome.missing();
-        return static_cast<int32_t>(Code::SevereDamage);
+        return static_cast<int32_t>(ReturnCode::SevereDamage);
     }
 }
 
@@ -124,9 +121,8 @@ int32_t UzpMissingCount(void) {
 }
 
 void UzpVersion2(UzpVer2 *lpVersion) {
-    if (lpVersion == nullptr || lpVersion->structlen < sizeof(UzpVer2)) {
+    if (lpVersion == nullptr || lpVersion->structlen < sizeof(UzpVer2))
         return;
-    }
     const UzpVersionGroup version = {VL2_VERSION_MAJOR, VL2_VERSION_MINOR, VL2_VERSION_PATCH, 0};
     lpVersion->flag = 0;
     ziplib::fill(lpVersion->betalevel, "");

@@ -26,33 +26,29 @@ void Report::print(const std::string &text) {
 }
 
 void Report::say(const std::string &text) {
-    if (!m_quiet) {
+    if (!m_quiet)
         print(text);
-    }
 }
 
 void Report::detail(std::string_view what, std::string_view more) {
-    if (m_verbose) {
+    if (m_verbose)
         print(std::string(what).append(more));
-    }
 }
 
 std::int32_t Report::end(const Outcome &outcome) {
-    for (const auto &warning : m_warnings) {
+    for (const auto &warning : m_warnings)
         print(warning);
-    }
     if (!outcome.ok()) {
         print(outcome.text());
         return static_cast<std::int32_t>(outcome.code());
     }
-    return static_cast<std::int32_t>(warned() ? Code::Warnings : Code::Done);
+    return static_cast<std::int32_t>(warned() ? ReturnCode::Warnings : ReturnCode::Done);
 }
 
 void Report::idle() {
     const auto now = std::chrono::steady_clock::now();
-    if (now - m_lastCall < kIdlePeriod) {
+    if (now - m_lastCall < kIdlePeriod)
         return;
-    }
     m_lastCall = now;
     if (m_callbacks.print != nullptr) {
         char nothing = '\0';
@@ -62,9 +58,8 @@ void Report::idle() {
 
 bool Report::done(const std::string &name) {
     idle();
-    if (m_callbacks.ServiceApplication == nullptr) {
+    if (m_callbacks.ServiceApplication == nullptr)
         return true;
-    }
     std::string narrow = toProgram(name);
     return m_callbacks.ServiceApplication(narrow.data(),
                                           static_cast<std::uint32_t>(narrow.size() + 1)) == 0;
@@ -76,9 +71,8 @@ void Report::packed(const ZPPACKED &file) {
 }
 
 std::optional<std::string> Report::password(const std::string &name) {
-    if (m_callbacks.password == nullptr) {
+    if (m_callbacks.password == nullptr)
         return std::nullopt;
-    }
     std::array<char, 256> buffer{};
     std::string prompt = "Enter password: ";
     std::string narrow = toProgram(name);
@@ -87,9 +81,8 @@ std::optional<std::string> Report::password(const std::string &name) {
     buffer.back() = '\0';
     std::string password(buffer.data());
     buffer.fill('\0');
-    if (answer != 0 || password.empty()) {
+    if (answer != 0 || password.empty())
         return std::nullopt;
-    }
     return password;
 }
 

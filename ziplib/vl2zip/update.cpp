@@ -24,7 +24,8 @@ constexpr int kTries = 4;
 constexpr std::chrono::milliseconds kPause{100};
 
 Outcome cancelled(const PackOptions &options) {
-    return {Code::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
+    return {ReturnCode::Cancelled,
+            options.archive + ": saving was stopped; the archive is as it was"};
 }
 
 // One attempt to bring the archive up to date.
@@ -52,7 +53,7 @@ class Update {
     Outcome look();
     void tell(const Task &task);
     Outcome take(Task &task);
-    Outcome write(Verdicts &verdicts, std::vector<Task *> &tasks);
+    Outcome write(ChangeDetector &detector, std::vector<Task *> &tasks);
     Outcome writeNew(const std::vector<Task *> &tasks);
     Outcome checkFolder(bool &again);
     Outcome noFile() const;
@@ -64,7 +65,7 @@ class Update {
     std::optional<std::string> &m_password; // asked for once, however many attempts there are
     const bool m_guess;
     bool m_guessedWrong = false;
-    Target m_target;
+    ArchiveReplacement m_target;
     Selection m_selection;
     Directory m_directory;
     Scan m_scan;
@@ -74,24 +75,21 @@ class Update {
 
 Outcome Update::look() {
     const auto idle = [this] { m_report.idle(); };
-    if (auto opened = m_target.open(idle); !opened.ok()) {
+    if (auto opened = m_target.open(idle); !opened.ok())
         return opened;
-    }
     EntryPaths paths(m_directory);
     Outcome archive;
     Outcome folder;
     runInBackground(
         {[&] {
              archive = readDirectory(m_target, m_directory);
-             if (archive.ok()) {
+             if (archive.ok())
                  paths.fill();
-             }
          },
          [&] { folder = scanFolder(m_options.root, m_selection.needsFolders(), m_scan); }},
         idle);
-    if (!archive.ok() || !folder.ok()) {
+    if (!archive.ok() || !folder.ok())
         return archive.ok() ? folder : archive;
-    }
     return planTasks(m_options, m_selection, m_scan, paths, idle, m_tasks);
 }
 
@@ -128,9 +126,8 @@ void Update::tell(const Task &task) {
 // Tells the caller of progress, and ends the examination where a file cannot be examined or the
 // caller wants to stop.
 Outcome Update::take(Task &task) {
-    if (!task.outcome.ok()) {
+    if (!task.outcome.ok())
         return task.outcome;
-    }
     const bool done = task.verdict != Task::Verdict::Pack && task.verdict != Task::Verdict::Archive;
     return !done || m_report.done(std::string(task.path)) ? Outcome() : cancelled(m_options);
 }
@@ -138,7 +135,7 @@ Outcome Update::take(Task &task) {
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
 // with the work folder.
 Outcome Update::checkFolder(bool &again) {
-    auto looked = lookAgain(
+    auto looked = detectChanges(
         m_options, m_selection.needsFolders(), m_scan, [this] { m_report.idle(); }, m_changed);
     again = looked.ok() && !m_changed.empty();
     // Whoever has just changed a file may not be done with it.
@@ -154,36 +151,34 @@ Outcome Update::writeNew(const std::vector<Task *> &tasks) {
     if (m_options.encrypt && !m_password) {
         m_password = m_report.password(std::string(tasks.front()->path));
         if (!m_password) {
-            return {Code::NoPassword,
+            return {ReturnCode::NoPassword,
                     m_options.archive + ": no password was given; the archive is as it was"};
         }
     }
-    Rewrite rewrite(m_options, m_target, m_directory, m_report);
-    rewrite.pack(tasks, m_scan);
-    return rewrite.write(m_password);
+    ArchiveWriter writer(m_options, m_target, m_directory, m_report);
+    writer.pack(tasks, m_scan);
+    return writer.write(m_password);
 }
 
 // Writes the new archive, where there is anything to pack, and tells what was packed.
-Outcome Update::write(Verdicts &verdicts, std::vector<Task *> &tasks) {
+Outcome Update::write(ChangeDetector &detector, std::vector<Task *> &tasks) {
     if (m_guess) {
-        if (auto found = verdicts.findEdited(); !found.ok()) {
+        if (auto found = detector.findEdited(); !found.ok())
             return found;
-        }
     }
-    tasks = verdicts.toPack();
-    if (tasks.empty() || !verdicts.beginOthers()) {
-        if (auto found = verdicts.findOthers(); !found.ok()) {
+    tasks = detector.toPack();
+    if (tasks.empty() || !detector.beginOthers()) {
+        if (auto found = detector.findOthers(); !found.ok())
             return found;
-        }
-        tasks = verdicts.toPack();
+        tasks = detector.toPack();
         return tasks.empty() ? Outcome() : writeNew(tasks);
     }
     if (auto written = writeNew(tasks); !written.ok()) {
-        verdicts.stop();
+        detector.stop();
         return written;
     }
-    auto found = verdicts.findOthers();
-    m_guessedWrong = found.ok() && verdicts.toPack().size() != tasks.size();
+    auto found = detector.findOthers();
+    m_guessedWrong = found.ok() && detector.toPack().size() != tasks.size();
     return found;
 }
 
@@ -191,9 +186,8 @@ Outcome Update::write(Verdicts &verdicts, std::vector<Task *> &tasks) {
 void Update::removeTemporaries() {
     for (const auto &path : m_scan.temporaries) {
         platform::Folder folder;
-        if (folder.open({m_options.root, std::string(folderOf(path))}).ok()) {
+        if (folder.open({m_options.root, std::string(folderOf(path))}).ok())
             folder.removeStaleTemporaries();
-        }
     }
 }
 
@@ -204,23 +198,20 @@ Outcome Update::noFile() const {
         return task.verdict == Task::Verdict::Hidden;
     });
     std::string text = m_options.archive + ": no file to add";
-    if (hidden != m_tasks.end()) {
+    if (hidden != m_tasks.end())
         text += "; " + std::string(hidden->path) + ": is hidden and was left out";
-    } else if (!m_scan.leftOut.empty()) {
+    else if (!m_scan.leftOut.empty())
         text += "; " + m_scan.leftOut.front();
-    }
-    return {Code::NothingMatched, std::move(text)};
+    return {ReturnCode::NothingMatched, std::move(text)};
 }
 
 // Tells how it ended where nothing failed.
 Outcome Update::finish(const std::vector<Task *> &packed) {
-    for (const auto *task : packed) {
-        if (task->entry == kNoEntry && !task->folder && isLeftover(task->path)) {
+    for (const auto *task : packed)
+        if (task->entry == kNoEntry && !task->folder && isLeftover(task->path))
             m_report.say(VL2ZIP_LEFTOVER + std::string(task->path));
-        }
-    }
     if (packed.empty() && m_options.newerOnly && !m_report.warned()) {
-        return {Code::NothingToDo,
+        return {ReturnCode::NothingToDo,
                 m_options.archive + ": nothing to do, it holds every file as it is"};
     }
     m_report.detail(m_options.archive, packed.empty() ? ": already up to date" : ": saved");
@@ -229,42 +220,37 @@ Outcome Update::finish(const std::vector<Task *> &packed) {
 
 Outcome Update::run(bool &again) {
     again = false;
-    if (auto looked = look(); !looked.ok()) {
+    if (auto looked = look(); !looked.ok())
         return looked;
-    }
     if (const auto *unmatched = m_selection.unmatched()) {
         if (m_tasks.empty()) {
-            return {Code::NothingMatched, *unmatched + ": no such file in the folder " +
-                                              (m_options.root.empty() ? "." : m_options.root)};
+            return {ReturnCode::NothingMatched,
+                    *unmatched + ": no such file in the folder " +
+                        (m_options.root.empty() ? "." : m_options.root)};
         }
         m_report.warn(*unmatched + ": no such file");
     }
-    if (m_tasks.empty()) {
+    if (m_tasks.empty())
         return noFile();
-    }
-    for (const auto &line : m_scan.leftOut) {
+    for (const auto &line : m_scan.leftOut)
         m_report.warn(line);
-    }
-    Verdicts verdicts(
+    ChangeDetector detector(
         m_options, m_target, m_directory, m_scan, m_tasks,
         [this](Task &task) { return take(task); }, [this] { m_report.idle(); });
     std::vector<Task *> packed;
-    if (auto written = write(verdicts, packed); !written.ok()) {
+    if (auto written = write(detector, packed); !written.ok())
         return written;
-    }
     // The archive itself may lie in the folder.
     if (std::all_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
             return task.verdict == Task::Verdict::Archive || task.verdict == Task::Verdict::Hidden;
-        })) {
+        }))
         return noFile();
-    }
     if (m_guessedWrong) {
         again = true;
         return {};
     }
-    for (const auto &task : m_tasks) {
+    for (const auto &task : m_tasks)
         tell(task);
-    }
     notePacked(m_tasks, m_directory, m_scan);
     const bool changes = !packed.empty();
     const auto last = [this](bool &redo) { return checkFolder(redo); };
@@ -272,9 +258,8 @@ Outcome Update::run(bool &again) {
     // times, and who empties the work folder afterwards could not tell them from those that were
     // seen.
     if (auto done = changes ? commit(m_target, m_report, last, again) : last(again);
-        !done.ok() || again) {
+        !done.ok() || again)
         return done;
-    }
     removeTemporaries();
     reportPacked(m_scan, m_report);
     return finish(packed);
@@ -291,69 +276,60 @@ Outcome updateArchive(const PackOptions &options, Report &report) {
         report.dropWarnings();
         Update update(options, report, password, guess);
         auto outcome = update.run(again);
-        if (outcome.ok() && !again) {
+        if (outcome.ok() && !again)
             return outcome;
-        }
         update.drop();
-        if (!outcome.ok() || !again) {
+        if (!outcome.ok() || !again)
             return outcome;
-        }
         guess = guess && !update.guessedWrong();
         changed = update.changed();
     }
-    return {Code::CannotOpen, changed + ": another program keeps changing it while it is packed"};
+    return {ReturnCode::CannotOpen,
+            changed + ": another program keeps changing it while it is packed"};
 }
 
 Outcome deleteFromArchive(const PackOptions &options, Report &report) {
     for (int i = 0; i < kTries; ++i) {
         report.dropWarnings();
-        Target target(options.archive);
-        if (auto opened = target.open([&] { report.idle(); }); !opened.ok()) {
+        ArchiveReplacement target(options.archive);
+        if (auto opened = target.open([&] { report.idle(); }); !opened.ok())
             return opened;
-        }
-        if (!target.exists()) {
-            return {Code::NoArchive, options.archive + ": no such archive"};
-        }
+        if (!target.exists())
+            return {ReturnCode::NoArchive, options.archive + ": no such archive"};
         Directory directory;
-        if (auto read = readDirectory(target, directory); !read.ok()) {
+        if (auto read = readDirectory(target, directory); !read.ok())
             return read;
-        }
         Selection selection(options.patterns, options.recurse);
-        Rewrite rewrite(options, target, directory, report);
+        ArchiveWriter writer(options, target, directory, report);
         std::size_t dropped = 0;
         for (std::size_t entry = 0; entry < directory.entries().size(); ++entry) {
             const std::string path = directory.path(directory.entries()[entry]);
-            if (!selection.wantsEntry(path)) {
+            if (!selection.wantsEntry(path))
                 continue;
-            }
-            rewrite.drop(entry);
+            writer.drop(entry);
             ++dropped;
             report.say("deleting: " + path);
-            if (!report.done(path)) {
+            if (!report.done(path))
                 return cancelled(options);
-            }
         }
-        if (dropped == 0) {
-            return {Code::NothingMatched, options.archive + ": no entry to delete"};
-        }
-        if (const auto *unmatched = selection.unmatched()) {
+        if (dropped == 0)
+            return {ReturnCode::NothingMatched, options.archive + ": no entry to delete"};
+        if (const auto *unmatched = selection.unmatched())
             report.warn(*unmatched + ": no such entry");
-        }
         bool again = false;
-        auto outcome = rewrite.write({});
+        auto outcome = writer.write({});
         if (outcome.ok()) {
             outcome = commit(
                 target, report, [](bool & /*again*/) { return Outcome(); }, again);
         }
-        if (outcome.ok() && !again) {
+        if (outcome.ok() && !again)
             return outcome;
-        }
         target.drop([&] { report.idle(); });
-        if (!again) {
+        if (!again)
             return outcome;
-        }
     }
-    return {Code::CannotWrite, options.archive + ": other programs keep replacing the archive"};
+    return {ReturnCode::CannotWrite,
+            options.archive + ": other programs keep replacing the archive"};
 }
 
 } // namespace ziplib

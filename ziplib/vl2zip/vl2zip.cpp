@@ -29,9 +29,8 @@ bool isBlank(const std::string &text) {
 
 ziplib::PackOptions optionsOf(const ZPOPT &given) {
     ziplib::PackOptions options;
-    if (given.szRootDir != nullptr && !isBlank(given.szRootDir)) {
+    if (given.szRootDir != nullptr && !isBlank(given.szRootDir))
         options.root = ziplib::fromProgram(given.szRootDir);
-    }
     options.recurse = given.fRecurse != 0;
     options.junkFolders = given.fJunkDir != 0;
     options.folderEntries = given.fNoDirEntries == 0;
@@ -48,17 +47,17 @@ ziplib::PackOptions optionsOf(const ZPOPT &given) {
 }
 
 std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
-    using ziplib::Code;
     using ziplib::Outcome;
-    platform::noticeTimeZone();
+    using ziplib::ReturnCode;
+    platform::reloadTimeZone();
     try {
         return report.end(options.remove ? deleteFromArchive(options, report)
                                          : updateArchive(options, report));
     } catch (const std::bad_alloc &) {
-        return report.end(Outcome(Code::CannotWrite,
+        return report.end(Outcome(ReturnCode::CannotWrite,
                                   options.archive + ": not enough memory; it was left as it is"));
     } catch (const std::exception &error) {
-        return report.end(Outcome(Code::CannotWrite, options.archive + ": " + error.what()));
+        return report.end(Outcome(ReturnCode::CannotWrite, options.archive + ": " + error.what()));
     }
 }
 
@@ -99,14 +98,12 @@ std::int32_t ZpArchive(ZCL C) {
             packed = setting().packed;
         }
         options.archive = ziplib::fromProgram(C.lpszZipFN);
-        for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i) {
-            if (C.FNV[i] != nullptr) {
+        for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i)
+            if (C.FNV[i] != nullptr)
                 options.patterns.push_back(ziplib::fromProgram(C.FNV[i]));
-            }
-        }
         ziplib::Report report(callbacks, packed, options.verbose, options.quiet);
         return run(options, report);
     } catch (...) {
-        return static_cast<std::int32_t>(ziplib::Code::CannotWrite);
+        return static_cast<std::int32_t>(ziplib::ReturnCode::CannotWrite);
     }
 }

@@ -17,9 +17,8 @@ TEST(SettingsHive, HoldsTheValuesInTheOrderOfTheWindowsRows) {
     EXPECT_FALSE(window->windowFlags() & Qt::WindowCloseButtonHint) << "none that a desktop draws";
     window->findChild<QPushButton *>("cmdSaveSettings")->click();
     QStringList names; // a new value goes to the end of its key
-    for (const QByteArray &line : readFile(home.filePath("config/orvel/system.reg")).split('\n')) {
+    for (const QByteArray &line : readFile(home.filePath("config/orvel/system.reg")).split('\n'))
         if (line.startsWith('"'))
             names.append(QString::fromUtf8(line).section(u'"', 1, 1));
-    }
     EXPECT_EQ(names, QStringList({"PNG", "JPG", "GIF", "BMP", "Text", "WAV", "MP3", "AVI", "MPG"}));
 }

@@ -20,13 +20,13 @@ class PosixSweepTest : public FilesFixture {
 TEST_F(PosixSweepTest, NamesAreTakenAsTheyAreBeforeTheyAreTakenInAnotherCase) {
     for (const char *name : {"a.cs", "A.cs", "*.cs", "\xc3\x84.cs", "caf\xe9.txt", ".dot"})
         makeFile(QByteArray("temp/Classic/") + name);
-    platform::Sweep sweep(work());
-    EXPECT_TRUE(sweep.deleteFile("a.cs"));
-    EXPECT_TRUE(sweep.deleteFile("*.cs"));
-    EXPECT_TRUE(sweep.deleteFile(QString::fromUtf8("\xc3\xa4.cs")));
+    platform::WorkFolderCleaner cleaner(work());
+    EXPECT_TRUE(cleaner.deleteFile("a.cs"));
+    EXPECT_TRUE(cleaner.deleteFile("*.cs"));
+    EXPECT_TRUE(cleaner.deleteFile(QString::fromUtf8("\xc3\xa4.cs")));
     EXPECT_TRUE(exists("temp/Classic/A.cs"));
-    EXPECT_TRUE(sweep.deleteFilesIn({}));
-    EXPECT_TRUE(sweep.removeFolder({}));
+    EXPECT_TRUE(cleaner.deleteFilesIn({}));
+    EXPECT_TRUE(cleaner.removeFolder({}));
 }
 
 TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
@@ -36,17 +36,17 @@ TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
     makeLink("temp/Classic/link", "../../outside");
     makeLink("temp/Classic/sub/inner", "../../../outside");
     makeLink("temp/Classic/link.txt", "../../outside/keep.txt");
-    platform::Sweep sweep(work());
+    platform::WorkFolderCleaner cleaner(work());
     for (const char *name : {"link\\keep.txt", "sub\\inner\\keep.txt", "LINK\\keep.txt"}) {
-        EXPECT_FALSE(sweep.clearAttributes(name)) << name;
-        EXPECT_FALSE(sweep.deleteFile(name)) << name;
+        EXPECT_FALSE(cleaner.clearAttributes(name)) << name;
+        EXPECT_FALSE(cleaner.deleteFile(name)) << name;
     }
-    EXPECT_FALSE(sweep.clearAttributes("link.txt"));
-    EXPECT_FALSE(sweep.deleteFilesIn("link"));
-    EXPECT_FALSE(sweep.removeFolder("link"));
-    EXPECT_TRUE(sweep.deleteFile("link"));
-    EXPECT_TRUE(sweep.deleteFilesIn("sub"));
-    EXPECT_TRUE(sweep.removeFolder("sub"));
+    EXPECT_FALSE(cleaner.clearAttributes("link.txt"));
+    EXPECT_FALSE(cleaner.deleteFilesIn("link"));
+    EXPECT_FALSE(cleaner.removeFolder("link"));
+    EXPECT_TRUE(cleaner.deleteFile("link"));
+    EXPECT_TRUE(cleaner.deleteFilesIn("sub"));
+    EXPECT_TRUE(cleaner.removeFolder("sub"));
     EXPECT_EQ(platform::attributes(outside),
               platform::AttributeReadOnly | platform::AttributeSystem);
     // After a save a link goes where the archive holds what it leads to.
@@ -56,10 +56,10 @@ TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
     ASSERT_TRUE(folder.info("keep.txt", seen).ok());
     platform::PackedFiles packed;
     packed.add(u"link.txt", seen, 0xFEC530A9, INT64_MIN);
-    sweep.deleteOnly(packed);
-    EXPECT_TRUE(sweep.deleteFile("link.txt"));
+    cleaner.deleteOnly(packed);
+    EXPECT_TRUE(cleaner.deleteFile("link.txt"));
     makeLink("temp/Classic/link.txt", "nowhere");
-    EXPECT_FALSE(sweep.deleteFile("link.txt"));
+    EXPECT_FALSE(cleaner.deleteFile("link.txt"));
     EXPECT_TRUE(exists("outside/keep.txt"));
 }
 
@@ -73,10 +73,11 @@ TEST_F(PosixSweepTest, HundredsOfFoldersNeedFewOpenFiles) {
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     int done = 0;
     {
-        platform::Sweep sweep(work());
+        platform::WorkFolderCleaner cleaner(work());
         for (int i = 0; i < kFolders; ++i) {
             const QString inner = QString("f%1\\g\\h").arg(i);
-            done += sweep.clearAttributes(inner + "\\x.txt") && sweep.deleteFile(inner + "\\x.txt");
+            done +=
+                cleaner.clearAttributes(inner + "\\x.txt") && cleaner.deleteFile(inner + "\\x.txt");
         }
     }
     EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
@@ -87,11 +88,11 @@ TEST_F(PosixSweepTest, ThousandsOfMissingFilesDoNotCostAReadingOfTheFolderEach) 
     constexpr int kFiles = 8'000;
     for (int i = 0; i < kFiles; ++i)
         makeFile("temp/Classic/x" + QByteArray::number(i), "");
-    platform::Sweep sweep(work());
+    platform::WorkFolderCleaner cleaner(work());
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < kFiles; ++i)
-        EXPECT_FALSE(sweep.deleteFile(QString("missing%1").arg(i)));
+        EXPECT_FALSE(cleaner.deleteFile(QString("missing%1").arg(i)));
     // Read each time, this takes much longer.
     EXPECT_LT(timer.elapsed(), 5000);
 }

@@ -16,10 +16,9 @@ class ShellTest : public ShellFixture {
   protected:
     QByteArray stateLine(const QByteArray &key) const {
         QList<QByteArray> values;
-        for (const QByteArray &line : contentOf(at("record.state")).split('\n')) {
+        for (const QByteArray &line : contentOf(at("record.state")).split('\n'))
             if (line.startsWith(key + ' '))
                 values.append(line.sliced(key.size() + 1));
-        }
         return values.join(' ');
     }
 };
@@ -88,8 +87,10 @@ TEST_F(ShellTest, AStartThatFailsIsAnError) {
     makeExecutable("no-format", "neither a script nor a program");
     makeExecutable("no-interpreter", "#!/no/such/interpreter\n");
     makeFile("no-program", "");
-    expectError(ErrorNumber::IllegalProcedureCall, [&] { Shell(at("no-format"), 1); });
-    expectError(ErrorNumber::FileNotFound, [&] { Shell(at("no-interpreter"), 1); });
+    expectError(
+        ErrorNumber::IllegalProcedureCall, [&] { Shell(at("no-format"), 1); });
+    expectError(
+        ErrorNumber::FileNotFound, [&] { Shell(at("no-interpreter"), 1); });
     expectError(ErrorNumber::IllegalProcedureCall, [&] { Shell(at("no-program"), 1); });
 }
 

@@ -28,10 +28,10 @@ TEST_F(WindowsStorage, AFileThatAnotherProgramHoldsStaysWhole) {
 }
 
 TEST_F(WindowsStorage, AClaimedNameIsWaitedForInAnyCaseOfItsLetters) {
-    platform::NameClaim second;
+    platform::NameLock second;
     {
-        platform::NameClaim first;
-        platform::NameClaim other;
+        platform::NameLock first;
+        platform::NameLock other;
         ASSERT_TRUE(first.take(folder, "x.vl2", std::chrono::milliseconds(0)).ok());
         folder.removeStaleTemporaries();
         EXPECT_EQ(second.take(folder, "X.VL2", std::chrono::milliseconds(30)).kind, Failure::Busy);
@@ -78,9 +78,8 @@ TEST_F(WindowsStorage, NamesThatLeadElsewhereAreRefused) {
 
 TEST_F(WindowsStorage, PathsMayBeLongerThan260CharactersAndNamesMayBeInAnyScript) {
     std::string path = root.path().string();
-    while (path.size() < 600) {
+    while (path.size() < 600)
         path += "\\" + std::string(60, 'd');
-    }
     ASSERT_TRUE(platform::makeFolders(path).ok());
     Folder deep;
     ASSERT_TRUE(deep.open(path).ok());
@@ -100,9 +99,8 @@ TEST_F(WindowsStorage, PathsMayBeLongerThan260CharactersAndNamesMayBeInAnyScript
     ASSERT_TRUE(deep.removeFile(name).ok());
     EXPECT_EQ(plain.open(path + "\\none").kind, Failure::NotFound);
     deep.close();
-    for (; path.size() > root.path().string().size(); path.resize(path.rfind('\\'))) {
+    for (; path.size() > root.path().string().size(); path.resize(path.rfind('\\')))
         EXPECT_TRUE(RemoveDirectoryW(platform::longPath(path).c_str()));
-    }
 }
 
 TEST_F(WindowsStorage, APathIsResolvedToItsFolderAndName) {

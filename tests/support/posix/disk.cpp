@@ -47,9 +47,8 @@ void setFileTime(const fs::path &file, std::int64_t seconds) {
 int dosAttributes(const fs::path &file) {
     std::array<char, 16> text{};
     int attributes = 0;
-    if (::getxattr(file.c_str(), kRecord, text.data(), text.size() - 1) > 0) {
+    if (::getxattr(file.c_str(), kRecord, text.data(), text.size() - 1) > 0)
         attributes = static_cast<int>(std::strtol(text.data(), nullptr, 16)) & 6;
-    }
     struct stat st {};
     const bool writable = ::stat(file.c_str(), &st) == 0 && (st.st_mode & 0222U) != 0;
     return attributes | (writable ? 0 : 1);

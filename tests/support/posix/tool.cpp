@@ -8,9 +8,8 @@ namespace {
 
 std::string quoted(const std::string &text) {
     std::string out = "'";
-    for (const char c : text) {
+    for (const char c : text)
         out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
     return out + "'";
 }
 
@@ -18,18 +17,15 @@ std::string quoted(const std::string &text) {
 
 ToolRun runTool(const std::vector<std::string> &words) {
     std::string command;
-    for (const auto &word : words) {
+    for (const auto &word : words)
         command += quoted(word) + ' ';
-    }
     ToolRun run;
     FILE *pipe = ::popen((command + "2>&1").c_str(), "r");
-    if (pipe == nullptr) {
+    if (pipe == nullptr)
         return run;
-    }
     std::array<char, 4096> piece{};
-    for (std::size_t got = 0; (got = std::fread(piece.data(), 1, piece.size(), pipe)) > 0;) {
+    for (std::size_t got = 0; (got = std::fread(piece.data(), 1, piece.size(), pipe)) > 0;)
         run.output.append(piece.data(), got);
-    }
     const int status = ::pclose(pipe);
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run;

@@ -27,11 +27,9 @@ fs::path makeScratchFolder() {
 
 void removeTree(const fs::path &folder) {
     std::error_code ignored;
-    for (const auto &item : fs::recursive_directory_iterator(folder, ignored)) {
-        if (!item.is_directory(ignored)) {
+    for (const auto &item : fs::recursive_directory_iterator(folder, ignored))
+        if (!item.is_directory(ignored))
             SetFileAttributesW(item.path().c_str(), FILE_ATTRIBUTE_NORMAL);
-        }
-    }
     fs::remove_all(folder, ignored);
 }
 
@@ -44,9 +42,8 @@ bool makeLink(const fs::path &target, const fs::path &link) {
 
 std::int64_t fileTime(const fs::path &file) {
     WIN32_FILE_ATTRIBUTE_DATA known{};
-    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &known)) {
+    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &known))
         return -1;
-    }
     const FILETIME &time = known.ftLastWriteTime;
     return ((std::int64_t{time.dwHighDateTime} << 32) + time.dwLowDateTime - kTicksTo1970) * 100;
 }
@@ -62,8 +59,9 @@ void setFileTime(const fs::path &file, std::int64_t seconds) {
 }
 
 int dosAttributes(const fs::path &file) {
-    constexpr DWORD asked = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-    return static_cast<int>(GetFileAttributesW(file.c_str()) & asked);
+    constexpr DWORD kAsked =
+        FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    return static_cast<int>(GetFileAttributesW(file.c_str()) & kAsked);
 }
 
 bool setDosAttributes(const fs::path &file, int attributes) {

@@ -10,9 +10,8 @@ void standFor(HKEY root, const std::string &path) {
     HKEY key = nullptr;
     if (RegCreateKeyExA(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                         &key, nullptr) != ERROR_SUCCESS ||
-        RegOverridePredefKey(root, key) != ERROR_SUCCESS) {
+        RegOverridePredefKey(root, key) != ERROR_SUCCESS)
         std::abort(); // the user's own settings would be written
-    }
     RegCloseKey(key);
 }
 

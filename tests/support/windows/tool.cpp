@@ -19,9 +19,8 @@ std::string outside(const std::string &text) {
     static const auto convert = reinterpret_cast<Convert>(reinterpret_cast<void *>(
         GetProcAddress(GetModuleHandleA("kernel32"), "wine_get_unix_file_name")));
     if (convert == nullptr || text.size() < 3 || text[1] != ':' ||
-        (text[2] != '\\' && text[2] != '/')) {
+        (text[2] != '\\' && text[2] != '/'))
         return text;
-    }
     char *name = convert(fs::path(text).c_str());
     std::string result = name != nullptr ? name : text;
     HeapFree(GetProcessHeap(), 0, name);
@@ -30,9 +29,8 @@ std::string outside(const std::string &text) {
 
 std::string quoted(const std::string &text) {
     std::string out = "'";
-    for (const char c : text) {
+    for (const char c : text)
         out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
     return out + "'";
 }
 
@@ -55,9 +53,8 @@ ToolRun runTool(const std::vector<std::string> &words) {
     const fs::path output = script.string() + ".out";
     const fs::path code = script.string() + ".code";
     std::string text;
-    for (const auto &word : words) {
+    for (const auto &word : words)
         text += quoted(outside(word)) + ' ';
-    }
     // Renamed when whole: it is read as soon as it is there.
     const std::string ready = quoted(outside(code.string()));
     const std::string unready = quoted(outside(code.string() + ".new"));
@@ -77,9 +74,8 @@ ToolRun runTool(const std::vector<std::string> &words) {
     CloseHandle(process.hProcess);
     CloseHandle(process.hThread);
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
-    while (!fs::exists(code) && std::chrono::steady_clock::now() < end) {
+    while (!fs::exists(code) && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
     run.output = contentOf(output);
     const std::string told = contentOf(code);
     run.code = told.empty() ? -1 : std::stoi(told);

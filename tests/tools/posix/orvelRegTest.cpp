@@ -16,7 +16,7 @@ QString OrvelReg::ownKey() {
     return "SOFTWARE\\Orvel-reg test";
 }
 
-void OrvelReg::forget(const QString & /*key*/) {
+void OrvelReg::dropCache(const QString & /*key*/) {
     home.reset();
 }
 

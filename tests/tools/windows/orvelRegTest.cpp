@@ -10,7 +10,7 @@ QString OrvelReg::ownKey() {
     return "SOFTWARE\\Orvel-reg test " + QString::number(GetCurrentProcessId());
 }
 
-void OrvelReg::forget(const QString &key) {
+void OrvelReg::dropCache(const QString &key) {
     HKEY software = nullptr;
     if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY,
                       &software) != ERROR_SUCCESS)

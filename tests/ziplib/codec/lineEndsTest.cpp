@@ -13,10 +13,10 @@ namespace {
 std::string converted(const std::string &text, std::size_t cut, LineEnds want) {
     LineEndConverter lineEnds(want);
     std::string all;
-    for (const std::string &piece : {text.substr(0, cut), text.substr(cut)}) {
-        std::string out(LineEndConverter::room(piece.size()), '\0');
+    for (const std::string &chunk : {text.substr(0, cut), text.substr(cut)}) {
+        std::string out(LineEndConverter::room(chunk.size()), '\0');
         const std::size_t size =
-            lineEnds.convert(reinterpret_cast<const std::uint8_t *>(piece.data()), piece.size(),
+            lineEnds.convert(reinterpret_cast<const std::uint8_t *>(chunk.data()), chunk.size(),
                              reinterpret_cast<std::uint8_t *>(out.data()));
         all += out.substr(0, size);
     }

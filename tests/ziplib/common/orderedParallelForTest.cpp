@@ -12,7 +12,7 @@ using namespace ziplib; // NOLINT: the tests speak this language
 
 namespace {
 
-TEST(InOrder, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
+TEST(OrderedParallelFor, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
     constexpr std::size_t kCount = 2000;
     constexpr std::uint64_t kBudget = 5000;
     // Threads, and the largest cost of an item.
@@ -21,7 +21,7 @@ TEST(InOrder, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
         std::atomic<std::uint64_t> held = 0;
         std::vector<std::size_t> results(kCount);
         std::size_t taken = 0;
-        InOrder job;
+        OrderedParallelFor job;
         job.count = kCount;
         job.cost = [cost = largest](std::size_t i) { return cost - i % 50; };
         job.work = [&, most = std::max(kBudget, largest)](std::size_t i) {
@@ -35,28 +35,27 @@ TEST(InOrder, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
             return true;
         };
         job.idle = [] {};
-        EXPECT_TRUE(runInOrder(job, threads, kBudget));
+        EXPECT_TRUE(orderedParallelFor(job, threads, kBudget));
         EXPECT_EQ(taken, kCount);
     }
 }
 
-TEST(InOrder, StoppingAndErrorsEndEveryThread) {
-    InOrder job;
+TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
+    OrderedParallelFor job;
     job.count = 1000;
     job.cost = [](std::size_t) { return std::uint64_t{1}; };
     job.work = [](std::size_t) {};
     job.take = [](std::size_t i) { return i < 500; };
     job.idle = [] {};
-    EXPECT_FALSE(runInOrder(job, 4, 100));
+    EXPECT_FALSE(orderedParallelFor(job, 4, 100));
     job.work = [](std::size_t i) {
-        if (i == 700) {
+        if (i == 700)
             throw std::runtime_error("no memory");
-        }
     };
     job.take = [](std::size_t) { return true; };
-    EXPECT_THROW(runInOrder(job, 4, 100), std::runtime_error);
+    EXPECT_THROW(orderedParallelFor(job, 4, 100), std::runtime_error);
     job.count = 0;
-    EXPECT_TRUE(runInOrder(job, 4, 100));
+    EXPECT_TRUE(orderedParallelFor(job, 4, 100));
 }
 
 } // namespace

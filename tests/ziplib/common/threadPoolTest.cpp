@@ -37,14 +37,12 @@ TEST(Pipelines, HandTasksBackInTheirOrderAndEachOnce) {
                 }
             };
             for (int i = 0; i < 500; ++i) {
-                while (pipeline.full()) {
+                while (pipeline.full())
                     collect();
-                }
                 pipeline.submit(std::make_unique<Numbered>(i));
             }
-            while (!pipeline.empty()) {
+            while (!pipeline.empty())
                 collect();
-            }
             EXPECT_EQ(expected, 500);
         }
     }
@@ -80,7 +78,6 @@ TEST(MemoryBudgets, NeverGiveMoreThanTheyHave) {
             }
         });
     }
-    for (std::thread &thread : threads) {
+    for (std::thread &thread : threads)
         thread.join();
-    }
 }

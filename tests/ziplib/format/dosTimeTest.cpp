@@ -16,7 +16,7 @@ class TimeZone {
     ~TimeZone() { setVariable("TZ", ""); }
 };
 
-constexpr std::int64_t second = 1'000'000'000;
+constexpr std::int64_t kSecond = 1'000'000'000;
 
 } // namespace
 
@@ -28,10 +28,10 @@ TEST(DosTimes, AreLocalAndComeBackTheSame) {
     for (const auto &[name, instant] : rows) {
         SCOPED_TRACE(name);
         const TimeZone zone(name);
-        const std::uint32_t fields = ziplib::toDosFields(instant * second);
+        const std::uint32_t fields = ziplib::toDosFields(instant * kSecond);
         const auto local = ziplib::dosTime(static_cast<std::uint16_t>(fields >> 16),
                                            static_cast<std::uint16_t>(fields));
-        EXPECT_EQ(ziplib::toNanoseconds(local), instant * second);
+        EXPECT_EQ(ziplib::toNanoseconds(local), instant * kSecond);
     }
 }
 
@@ -56,23 +56,23 @@ TEST(DosTimes, AroundAChangeOfTheClock) {
     for (const auto &row : rows) {
         SCOPED_TRACE(row.instant);
         const TimeZone zone(row.zone);
-        EXPECT_EQ(ziplib::toNanoseconds(row.local), row.instant * second);
+        EXPECT_EQ(ziplib::toNanoseconds(row.local), row.instant * kSecond);
     }
 }
 
 TEST(DosTimes, OutsideTheirRangeAreDrawnIntoIt) {
     const TimeZone zone("UTC");
     EXPECT_EQ(ziplib::toDosFields(0), 0x00210000U);
-    EXPECT_EQ(ziplib::toDosFields(-5 * second), 0x00210000U);
-    EXPECT_EQ(ziplib::toDosFields(9000000000 * second) >> 16, 0xFF9FU);
-    EXPECT_EQ(ziplib::toNanoseconds(ziplib::dosTime(0, 0)), 315532800 * second);
-    EXPECT_EQ(ziplib::toNanoseconds(ziplib::dosTime(0xFFFF, 0xFFFF)), 4354819198 * second);
+    EXPECT_EQ(ziplib::toDosFields(-5 * kSecond), 0x00210000U);
+    EXPECT_EQ(ziplib::toDosFields(9000000000 * kSecond) >> 16, 0xFF9FU);
+    EXPECT_EQ(ziplib::toNanoseconds(ziplib::dosTime(0, 0)), 315532800 * kSecond);
+    EXPECT_EQ(ziplib::toNanoseconds(ziplib::dosTime(0xFFFF, 0xFFFF)), 4354819198 * kSecond);
 }
 
 TEST(DosTimes, RoundUpToTheEvenSecond) {
     const TimeZone zone("UTC");
-    const std::uint32_t even = ziplib::toDosFields(987514662 * second);
-    EXPECT_EQ(ziplib::toDosFields(987514661 * second), even);
-    EXPECT_EQ(ziplib::toDosFields(987514660 * second + 1), even);
-    EXPECT_NE(ziplib::toDosFields(987514660 * second), even);
+    const std::uint32_t even = ziplib::toDosFields(987514662 * kSecond);
+    EXPECT_EQ(ziplib::toDosFields(987514661 * kSecond), even);
+    EXPECT_EQ(ziplib::toDosFields(987514660 * kSecond + 1), even);
+    EXPECT_NE(ziplib::toDosFields(987514660 * kSecond), even);
 }

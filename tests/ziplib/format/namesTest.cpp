@@ -28,9 +28,8 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
         {"a\0b"s, "a\xEF\xBF\xBD"
                   "b"},
     };
-    for (const auto &[raw, path] : rows) {
+    for (const auto &[raw, path] : rows)
         EXPECT_EQ(ziplib::decodeName(raw), path);
-    }
 }
 
 TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
@@ -41,9 +40,8 @@ TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
          "?31m?"},
         {"\xC3\xBC\xC2\xA0", "\xC3\xBC\xC2\xA0"},
     };
-    for (const auto &[text, shown] : rows) {
+    for (const auto &[text, shown] : rows)
         EXPECT_EQ(ziplib::messageToProgram(text), ziplib::toProgram(shown));
-    }
 }
 
 TEST(Names, AreSafeOrAreNot) {
@@ -51,9 +49,8 @@ TEST(Names, AreSafeOrAreNot) {
                                 ".hidden",    "..a/b",   "console.txt",  "com10.txt",
                                 "nullify",    "a b/c d", "comet.png",    "Привет.txt",
                                 "lpt/com.cs", "a..b",    ".orvel-x.part"};
-    for (const char *path : safe) {
+    for (const char *path : safe)
         EXPECT_EQ(ziplib::unsafeReason(path), nullptr) << path;
-    }
     const char *const unsafe[] = {
         "",         "/",       "/a",      "..",
         "a/..",     "../a",    ".",       "a/./b",
@@ -62,13 +59,11 @@ TEST(Names, AreSafeOrAreNot) {
         "LPT9.x",   "conin$",  "a.",      "a ",
         "a /b",     "a./b",    "a\tb",    "a\x7F",
         "CLOCK$.x", "aux .c",  "... ",    "a/.orvel-0123456789abcdef.part"};
-    for (const char *path : unsafe) {
+    for (const char *path : unsafe)
         EXPECT_NE(ziplib::unsafeReason(path), nullptr) << path;
-    }
     std::string deep;
-    while (deep.size() < 3000) {
+    while (deep.size() < 3000)
         deep += "folder/abc";
-    }
     EXPECT_EQ(ziplib::unsafeReason(deep), nullptr);
     EXPECT_NE(ziplib::unsafeReason(deep + "d"), nullptr);
     EXPECT_EQ(ziplib::unsafeReason("a/" + std::string(255, 'x')), nullptr);
@@ -86,9 +81,8 @@ TEST(Names, FoldTheirCaseForComparison) {
         EXPECT_EQ(ziplib::foldCase(std::string_view(a)), b);
         EXPECT_EQ(ziplib::foldCase(std::string_view(b)), b);
     }
-    for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"}) {
+    for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"})
         EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
-    }
 }
 
 TEST(Names, AreThoseOfLeftoversOrAreNot) {
@@ -96,14 +90,12 @@ TEST(Names, AreThoseOfLeftoversOrAreNot) {
                                      "THUMBS.DB",    "desktop.ini", "a/.DS_Store", "._sky.png",
                                      "~$notes.doc",  ".directory",  "a.bak",       "~wrl0001.tmp",
                                      ".~lock.a.odt#"};
-    for (const char *path : leftovers) {
+    for (const char *path : leftovers)
         EXPECT_TRUE(ziplib::isLeftover(path)) << path;
-    }
     const char *const others[] = {"a.cs",  "~",     "a~b",          "##",         "x#",
                                   "#x",    "a.swp", ".x.swf",       "._",         "thumbs.db.cs",
                                   "bak",   ".bak",  "x~/a.cs",      "desktop.in", "a.tmp.cs",
                                   "a.nfs", "~a.cs", "mydesktop.ini"};
-    for (const char *path : others) {
+    for (const char *path : others)
         EXPECT_FALSE(ziplib::isLeftover(path)) << path;
-    }
 }

@@ -43,8 +43,8 @@ TEST(Listing, TellsEveryEntryInStoredOrderWithItsFolders) {
     EXPECT_EQ(readme.method, "Deflated");
     EXPECT_EQ(readme.date, "2001-04-17 13:37");
     EXPECT_EQ(readme.size, 2440U);
-    EXPECT_LT(readme.packedSize, 200U);
-    EXPECT_EQ(readme.factor, 100 - static_cast<int>(readme.packedSize * 100 / readme.size));
+    EXPECT_LT(readme.compressedSize, 200U);
+    EXPECT_EQ(readme.factor, 100 - static_cast<int>(readme.compressedSize * 100 / readme.size));
     EXPECT_EQ(readme.encrypted, ' ');
     EXPECT_EQ(call.functions.NumMembers, 7);
     EXPECT_EQ(call.functions.cchComment, 0);
@@ -162,9 +162,8 @@ TEST(Extraction, RestoresReadOnlyHiddenAndSystem) {
     writeFile(folder / "probe", "");
     // Some disks hold read-only alone.
     const int held = setDosAttributes(folder / "probe", 2) ? 7 : 1;
-    for (const auto &[name, attributes] : rows) {
+    for (const auto &[name, attributes] : rows)
         EXPECT_EQ(dosAttributes(folder / name), attributes & held) << name;
-    }
 }
 
 TEST(Version, TellsThatOfTheProject) {

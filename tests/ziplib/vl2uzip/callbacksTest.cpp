@@ -60,9 +60,8 @@ TEST(Callbacks, TheServiceCallbackStopsTheCall) {
     call.service = [](const std::string &name) { return name == "maps/base/a.png" ? 1 : 0; };
     EXPECT_EQ(call.extract("archives/python-zipfile", folder.path()), 80);
     EXPECT_EQ(call.processed.back(), "maps/base/a.png");
-    for (const std::string &name : namesIn(folder.path())) {
+    for (const std::string &name : namesIn(folder.path()))
         EXPECT_EQ(name.find(".part"), std::string::npos);
-    }
 }
 
 TEST(Callbacks, AQuestionIsAskedAfterAllEarlierEntriesAreTold) {

@@ -26,15 +26,13 @@ TEST(Disk, RoomIsNeededForEachFileThatIsNotThereInWhateverFolder) {
     const TestFolder folder;
     std::string bytes = readFile(dataFile("hostile/bomb-size-zip64.vl2"));
     // "a.txt" becomes a file in a folder.
-    for (std::size_t at = bytes.find("a.txt"); at != std::string::npos; at = bytes.find("a.txt")) {
+    for (std::size_t at = bytes.find("a.txt"); at != std::string::npos; at = bytes.find("a.txt"))
         bytes[at + 1] = '/';
-    }
     writeFile(folder / "large.vl2", bytes);
     for (const bool isThere : {false, true}) {
         SCOPED_TRACE(isThere);
-        if (isThere) {
+        if (isThere)
             writeFile(folder / "target/a/txt", "mine");
-        }
         UnzipCall call;
         call.options.ExtractOnlyNewer = 1;
         const auto code = call.extract((folder / "large.vl2").string(), folder / "target");

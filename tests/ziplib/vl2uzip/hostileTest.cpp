@@ -66,13 +66,12 @@ const Verdict others[] = {
     {"end-only-half", 3, 0, 3, {}},
 };
 
-std::vector<Verdict> verdicts() {
+std::vector<Verdict> detector() {
     std::vector<Verdict> all(std::begin(others), std::end(others));
     for (const auto &[list, extraction] : {std::pair{refused, 1}, std::pair{damaged, 2}}) {
         std::istringstream names(list);
-        for (std::string name; names >> name;) {
+        for (std::string name; names >> name;)
             all.push_back({name, 0, 2, extraction, good});
-        }
     }
     return all;
 }
@@ -80,11 +79,9 @@ std::vector<Verdict> verdicts() {
 // Files below a folder, without folders.
 std::set<std::string> names(const fs::path &folder) {
     std::set<std::string> found;
-    for (const std::string &name : namesIn(folder)) {
-        if (name.back() != '/') {
+    for (const std::string &name : namesIn(folder))
+        if (name.back() != '/')
             found.insert(name);
-        }
-    }
     return found;
 }
 
@@ -92,7 +89,7 @@ std::set<std::string> names(const fs::path &folder) {
 
 TEST(HostileArchives, ListAndExtractAsTheTableSays) {
     std::set<std::string> told;
-    for (const Verdict &verdict : verdicts()) {
+    for (const Verdict &verdict : detector()) {
         SCOPED_TRACE(verdict.archive);
         told.insert(verdict.archive + ".vl2");
         const std::string archive = "hostile/" + verdict.archive;
@@ -110,9 +107,8 @@ TEST(HostileArchives, ListAndExtractAsTheTableSays) {
         EXPECT_EQ(names(target), verdict.files);
         EXPECT_EQ(names(folder.path()).size(), verdict.files.size());
         EXPECT_TRUE(verdict.extraction == 0 || !extraction.messages.empty());
-        for (const std::string &message : extraction.messages) {
+        for (const std::string &message : extraction.messages)
             EXPECT_EQ(message.find_first_of("\n\x1B\x9B"), std::string::npos) << message;
-        }
         EXPECT_EQ(readFile(target / "good.txt"),
                   verdict.files.count("good.txt") != 0 ? "good" : "");
     }
@@ -125,9 +121,8 @@ TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
     UnzipCall complete;
     ASSERT_EQ(complete.extract(original, folder / "whole"), 0);
     std::set<std::string> right;
-    for (const auto &[name, content] : filesIn(folder / "whole")) {
+    for (const auto &[name, content] : filesIn(folder / "whole"))
         right.insert(content);
-    }
     const std::string whole = readFile(dataFile(original + ".vl2"));
     const std::string changed = (folder / "changed.vl2").string();
     const fs::path out = folder / "out";
@@ -147,9 +142,8 @@ TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {
         writeFile(changed, bytes);
         UnzipCall flipped;
         flipped.extract(changed, out);
-        for (const auto &[name, content] : filesIn(out)) {
+        for (const auto &[name, content] : filesIn(out))
             EXPECT_EQ(right.count(content), 1U) << name;
-        }
         removeTree(out);
     }
 }

@@ -107,10 +107,10 @@ TEST_F(Options, MissingTargetFoldersAreMade) {
 }
 
 TEST(ExistingFiles, FollowTheAnswers) {
-    constexpr std::int32_t no = 100;
-    constexpr std::int32_t yes = 102;
-    constexpr std::int32_t all = 103;
-    constexpr std::int32_t none = 104;
+    constexpr std::int32_t kNo = 100;
+    constexpr std::int32_t kYes = 102;
+    constexpr std::int32_t kAll = 103;
+    constexpr std::int32_t kNone = 104;
     const struct {
         const char *title;
         bool prompt;
@@ -119,18 +119,18 @@ TEST(ExistingFiles, FollowTheAnswers) {
         int asked;
         bool replaced;
     } rows[] = {
-        {"neither asks and keeps", false, false, no, 2, false},
+        {"neither asks and keeps", false, false, kNo, 2, false},
         {"neither, without callback", false, false, 0, 0, false},
-        {"neither, answered yes", false, false, yes, 2, true},
-        {"overwrite does not ask", false, true, no, 0, true},
-        {"prompt asks", true, false, yes, 2, true},
-        {"overwrite goes before prompt", true, true, no, 0, true},
-        {"all is asked once", true, false, all, 1, true},
-        {"none is asked once", true, false, none, 1, false},
+        {"neither, answered yes", false, false, kYes, 2, true},
+        {"overwrite does not ask", false, true, kNo, 0, true},
+        {"prompt asks", true, false, kYes, 2, true},
+        {"overwrite goes before prompt", true, true, kNo, 0, true},
+        {"all is asked once", true, false, kAll, 1, true},
+        {"none is asked once", true, false, kNone, 1, false},
         {"an unknown answer keeps", true, false, 7, 2, false},
     };
     const Files mine = {{"a.txt", "mine"}, {"b.txt", "mine"}};
-    const Files stored = {{"a.txt", "new"}, {"b.txt", "b"}};
+    const Files kStored = {{"a.txt", "new"}, {"b.txt", "b"}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.title);
         const TestFolder folder;
@@ -141,22 +141,21 @@ TEST(ExistingFiles, FollowTheAnswers) {
         UnzipCall call;
         call.options.PromptToOverwrite = row.prompt ? 1 : 0;
         call.options.noflag = row.overwrite ? 1 : 0;
-        if (row.answer != 0) {
+        if (row.answer != 0)
             call.replace = [&](const std::string & /*name*/) { return ++asked, row.answer; };
-        }
         EXPECT_EQ(call.extract(duplicates, folder.path()), 0);
         EXPECT_EQ(asked, row.asked);
-        EXPECT_EQ(filesIn(folder.path()), row.replaced ? stored : mine);
+        EXPECT_EQ(filesIn(folder.path()), row.replaced ? kStored : mine);
         EXPECT_EQ(call.processed.size(), 3U);
     }
 }
 
 // Of entries that go to one file the first has it; the others are asked about or skipped and told.
 TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
-    constexpr std::int32_t no = 100;
-    constexpr std::int32_t yes = 102;
-    constexpr std::int32_t all = 103;
-    constexpr std::int32_t none = 104;
+    constexpr std::int32_t kNo = 100;
+    constexpr std::int32_t kYes = 102;
+    constexpr std::int32_t kAll = 103;
+    constexpr std::int32_t kNone = 104;
     const Files first = {{"x y.txt", "first"}, {"x_y.txt", "second"}};
     const Files last = {{"x y.txt", "third"}, {"x_y.txt", "fourth"}};
     const struct {
@@ -169,10 +168,10 @@ TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
         Files files;
     } rows[] = {
         {"skipped", false, false, 0, 0, 2, first},
-        {"asked, no", false, false, no, 2, 2, first},
-        {"asked, yes", false, false, yes, 2, 0, last},
-        {"asked, all", false, false, all, 1, 0, last},
-        {"asked, none", false, false, none, 1, 2, first},
+        {"asked, no", false, false, kNo, 2, 2, first},
+        {"asked, yes", false, false, kYes, 2, 0, last},
+        {"asked, all", false, false, kAll, 1, 0, last},
+        {"asked, none", false, false, kNone, 1, 2, first},
         {"by underscores, too", false, true, 0, 0, 3, {{"x_y.txt", "first"}}},
         {"by underscores alone",
          true,
@@ -192,9 +191,8 @@ TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
             SCOPED_TRACE(std::string(row.title) + before);
             const bool exists = *before != '\0' && row.answer == 0;
             const TestFolder folder;
-            if (exists) {
+            if (exists)
                 writeFile(folder / row.files.rbegin()->first, before);
-            }
             int asked = 0;
             UnzipCall call;
             call.options.ndflag = row.folders ? 1 : 0;
@@ -226,9 +224,8 @@ TEST(SecondEntries, AreThoseThatTheDiskTakesForTheSame) {
             EXPECT_EQ(call.extract("archives/case-only", folder / "x"), ignoresCase ? 1 : 0);
             EXPECT_EQ(UzpMissingCount(), ignoresCase ? 2 : 0);
             Files found = filesIn(folder / "x");
-            for (auto &[name, content] : found) {
+            for (auto &[name, content] : found)
                 content.resize(std::min<std::size_t>(content.size(), 1)); // the rest is the same
-            }
             EXPECT_EQ(found, files);
         }
         UnzipCall asking;
@@ -243,11 +240,11 @@ TEST(SecondEntries, AreThoseThatTheDiskTakesForTheSame) {
 }
 
 TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {
-    constexpr std::int64_t stored = 987514662;
-    for (const auto &[onDisk, replaced] : {std::pair{stored - 10, true},
-                                           {stored, false},
-                                           {stored + 1, false},
-                                           {stored + 10, false}}) {
+    constexpr std::int64_t kStored = 987514662;
+    for (const auto &[onDisk, replaced] : {std::pair{kStored - 10, true},
+                                           {kStored, false},
+                                           {kStored + 1, false},
+                                           {kStored + 10, false}}) {
         SCOPED_TRACE(onDisk);
         const TestFolder folder;
         writeFile(folder / "a.txt", "mine");
@@ -294,8 +291,7 @@ TEST(Messages, AreAsManyAsWereAskedFor) {
         call.options.fQuiet = quiet;
         EXPECT_EQ(call.extract("hostile/checksum-wrong", folder.path()), 2);
         EXPECT_EQ(call.messages.size(), messages[quiet]);
-        if (quiet < 2) {
-            EXPECT_NE(call.messages.back().find("a.txt is damaged"), std::string::npos);
-        }
+        EXPECT_TRUE(quiet == 2 ||
+                    call.messages.back().find("a.txt is damaged") != std::string::npos);
     }
 }

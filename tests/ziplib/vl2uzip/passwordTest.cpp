@@ -12,12 +12,10 @@ namespace {
 auto answering(Paths passwords, int *asked = nullptr) {
     return [passwords, asked, at = std::size_t{0}](char *p, std::int32_t n,
                                                    const std::string &) mutable {
-        if (asked != nullptr) {
+        if (asked != nullptr)
             ++*asked;
-        }
-        if (at == passwords.size()) {
+        if (at == passwords.size())
             return 1;
-        }
         EXPECT_GE(n, 255);
         std::snprintf(p, static_cast<std::size_t>(n), "%s", passwords[at++].c_str());
         return 0;

@@ -44,9 +44,8 @@ void onEntry(uint32_t size, uint32_t packed, int32_t factor, int32_t month, int3
 
 int32_t onService(char *name, uint32_t size) {
     current->heard();
-    if (size != std::string(name).size() + 1) {
+    if (size != std::string(name).size() + 1)
         current->events.push_back("wrong size for " + std::string(name));
-    }
     current->processed.emplace_back(name);
     current->events.push_back(std::string("service ") + name);
     return current->service ? current->service(name) : 0;
@@ -55,9 +54,8 @@ int32_t onService(char *name, uint32_t size) {
 std::vector<char *> table(std::vector<std::string> &names) {
     std::vector<char *> slots;
     slots.reserve(names.size() + 1);
-    for (std::string &name : names) {
+    for (std::string &name : names)
         slots.push_back(name.data());
-    }
     slots.push_back(nullptr);
     return slots;
 }
@@ -118,8 +116,7 @@ std::int32_t UnzipCall::test(const std::string &archive) {
 
 std::vector<std::string> UnzipCall::listedPaths() const {
     std::vector<std::string> paths;
-    for (const Listed &entry : listed) {
+    for (const Listed &entry : listed)
         paths.push_back(entry.path);
-    }
     return paths;
 }

@@ -16,7 +16,7 @@ struct UnzipCall {
         std::string method;
         std::string date; // "2001-04-17 13:37"
         std::uint32_t size;
-        std::uint32_t packedSize;
+        std::uint32_t compressedSize;
         std::int32_t factor;
         std::uint32_t crc;
         char encrypted;

@@ -124,9 +124,8 @@ TEST_F(PackFaults, AFileThatNeverStopsChangingFailsTheSaveOrIsPackedAsItWasAtOne
              version = version == 'z' ? 'a' : static_cast<char>(version + 1)) {
             const std::string bytes(200000, version);
             std::fstream file(work / "busy.bin", std::ios::in | std::ios::out | std::ios::binary);
-            for (std::size_t at = 0; at < bytes.size(); at += 20000) {
+            for (std::size_t at = 0; at < bytes.size(); at += 20000)
                 file.write(bytes.data() + at, 20000).flush();
-            }
         }
     });
     const auto result = run(call());
@@ -176,16 +175,14 @@ TEST_F(PackFaults, WhatChangesMeanwhileIsInTheArchive) {
     for (const auto &row : rows) {
         for (const bool changes : {false, true}) {
             SCOPED_TRACE(std::string(row.what) + (changes ? ", something is written" : ""));
-            for (const auto &gone : {work, other, folder / "aside"}) {
+            for (const auto &gone : {work, other, folder / "aside"})
                 fs::remove_all(gone);
-            }
             writeFile(work / "a.txt", "seen");
             writeFile(sub / "b.txt", "seen");
             writeFile(other / "b.txt", "moved in");
             ASSERT_EQ(run(call()).code, 0);
-            if (changes) {
+            if (changes)
                 writeFile(work / "a.txt", "edited");
-            }
             const auto result = runWhile(row.change);
             ASSERT_EQ(result.code, 0) << result.all();
             EXPECT_EQ(content(archive, row.entry), row.expected);

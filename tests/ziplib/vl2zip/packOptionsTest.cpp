@@ -27,9 +27,8 @@ TEST_F(PackOptions, PatternsChooseFilesByNameOrByPath) {
         int code;
     };
     const Names all{".dot", "a.cs", "b.png", "sub/a.cs", "sub/deep/c.cs", "sub/x[1].cs"};
-    for (const auto &name : all) {
+    for (const auto &name : all)
         writeFile(work / name, name);
-    }
     const Row rows[] = {
         {{"*"}, all, 2, 0},
         {{"*"}, {".dot", "a.cs", "b.png"}, 0, 0},
@@ -266,11 +265,9 @@ TEST_F(PackOptions, MatchingEntriesAreDeletedAndTheOthersKept) {
         EXPECT_EQ(result.code, row.code) << result.all();
         EXPECT_EQ(names(archive), row.left);
         std::vector<fs::path> arguments{"kept", folder / "old.vl2", archive};
-        for (const auto &name : names(folder / "old.vl2")) {
-            if (std::find(row.left.begin(), row.left.end(), name) == row.left.end()) {
+        for (const auto &name : names(folder / "old.vl2"))
+            if (std::find(row.left.begin(), row.left.end(), name) == row.left.end())
                 arguments.emplace_back(name);
-            }
-        }
         const auto kept = judge(arguments);
         EXPECT_TRUE(kept) << kept.output;
     }

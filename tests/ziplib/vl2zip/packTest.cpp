@@ -72,14 +72,12 @@ TEST_F(Pack, ANewArchiveHoldsEveryFileAsOtherToolsReadIt) {
 TEST_F(Pack, FilesAndFoldersWithNamesInAnyScriptArePackedAndComparedAgain) {
     const fs::path files[] = {u8"\u6f22\u5b57/\u0416/x.cs", u8"\u6f22.cs"};
     for (const char *text : {"before", "after and longer", "after and longer"}) {
-        for (const auto &file : files) {
+        for (const auto &file : files)
             writeFile(work / file, text);
-        }
         const auto result = run(call());
         ASSERT_EQ(result.code, 0) << result.all();
-        for (const auto &file : files) {
+        for (const auto &file : files)
             EXPECT_EQ(content(archive, file), text);
-        }
     }
     writeFile(work / files[0], "another process wrote this");
     writeFile((work / files[0]).replace_filename(".orvel-0123456789abcdef.part"), "left");
@@ -163,20 +161,17 @@ TEST_F(Pack, NewFilesComeAfterTheEntriesInTheOrderOfTheirNames) {
 }
 
 TEST_F(Pack, UnchangedFilesCostNothing) {
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         writeFile(work / ("f" + std::to_string(i)), noise(1000, static_cast<unsigned>(i)));
-    }
     writeFile(work / "text", std::string(10000, 't'));
     ASSERT_EQ(run(call()).code, 0);
     const auto before = readFile(archive);
     const auto stamp = fs::last_write_time(archive);
     fs::permissions(archive, fs::perms::owner_read); // even a read-only one is up to date
     for (const bool newTimes : {false, true}) {
-        if (newTimes) {
-            for (const auto &item : fs::directory_iterator(work)) {
+        if (newTimes)
+            for (const auto &item : fs::directory_iterator(work))
                 setFileTime(item.path(), 1000000000);
-            }
-        }
         auto again = call();
         again.options.fVerbose = 1;
         const auto result = run(again);
@@ -238,18 +233,16 @@ TEST_F(Pack, OneWorkerAndEightWriteTheSameBytes) {
         for (const int many : {0, 1}) {
             setVariable("ORVEL_WORKERS", many != 0 ? "8" : "1");
             writeFile(archive, saved);
-            if (saved.empty()) {
+            if (saved.empty())
                 fs::remove(archive);
-            }
             ASSERT_EQ(run(call()).code, 0);
             bytes[many] = readFile(archive);
         }
         ASSERT_TRUE(bytes[0] == bytes[1]);
         ASSERT_FALSE(bytes[0] == saved);
         saved = bytes[0];
-        for (const char *name : {"d1/f8", "d0/large99", "d2/large98"}) {
+        for (const char *name : {"d1/f8", "d0/large99", "d2/large98"})
             EXPECT_TRUE(content(archive, name) == readFile(work / name)) << name;
-        }
     }
     setVariable("ORVEL_WORKERS", "");
 }
@@ -273,9 +266,8 @@ TEST_F(Pack, ALargeFileStreamsAndIsStoredWhereDeflateDoesNotShrinkIt) {
 
 TEST_F(Pack, MoreEntriesThanSixteenBitsCountAreWrittenAndReadBack) {
     make("many");
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 40; ++i)
         writeFile(work / ("new" + std::to_string(i)), "x");
-    }
     ASSERT_EQ(run(call()).code, 0);
     EXPECT_EQ(names(archive).size(), 65540U);
     writeFile(work / "new7", "changed");

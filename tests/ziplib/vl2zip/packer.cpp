@@ -32,18 +32,16 @@ void heard() {
 
 std::int32_t onPrint(char *buffer, std::uint32_t size) {
     heard();
-    if (size > 0) {
+    if (size > 0)
         current->result.messages.emplace_back(buffer, size);
-    }
     return 0;
 }
 
 std::int32_t onPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) {
     heard();
     ++current->result.passwordsAsked;
-    if (current->call->password.empty()) {
+    if (current->call->password.empty())
         return 1;
-    }
     std::snprintf(p, static_cast<std::size_t>(n), "%s", current->call->password.c_str());
     return 0;
 }
@@ -67,9 +65,8 @@ Call::Call(fs::path zip, const fs::path &folder) : archive(std::move(zip)), root
 
 std::string Result::all() const {
     std::string text;
-    for (const auto &message : messages) {
+    for (const auto &message : messages)
         text += message + '\n';
-    }
     return text;
 }
 
@@ -84,9 +81,8 @@ Result run(Call call) {
     call.options.szRootDir = call.root.data();
     ZpSetOptions(&call.options);
     std::vector<char *> table;
-    for (auto &pattern : call.patterns) {
+    for (auto &pattern : call.patterns)
         table.push_back(pattern.data());
-    }
     std::string archive = call.archive.string();
     state.result.code =
         ZpArchive({static_cast<std::int32_t>(table.size()), archive.data(), table.data()});
@@ -115,17 +111,15 @@ Judgement judge(const std::vector<fs::path> &arguments) {
 std::vector<std::string> entries(const fs::path &archive) {
     std::istringstream text(judge({"list", archive}).output);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
+    for (std::string line; std::getline(text, line);)
         lines.push_back(line);
-    }
     return lines;
 }
 
 std::vector<std::string> names(const fs::path &archive) {
     auto lines = entries(archive);
-    for (auto &line : lines) {
+    for (auto &line : lines)
         line.erase(line.find('|'));
-    }
     return lines;
 }
 
@@ -135,11 +129,9 @@ std::string content(const fs::path &archive, const fs::path &name) {
 
 std::vector<std::string> temporaries(const fs::path &folder) {
     std::vector<std::string> found;
-    for (const auto &item : fs::recursive_directory_iterator(folder)) {
-        if (item.path().filename().string().starts_with(".orvel-")) {
+    for (const auto &item : fs::recursive_directory_iterator(folder))
+        if (item.path().filename().string().starts_with(".orvel-"))
             found.push_back(item.path().filename().string());
-        }
-    }
     return found;
 }
 

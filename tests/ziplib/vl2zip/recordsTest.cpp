@@ -52,14 +52,16 @@ TEST(Records, AKeptRecordTellsItsNewOffsetInWhicheverFieldHoldsIt) {
     const Row rows[] = {
         {"in 32 bits", keptRecord(5, 5, 7, ""), 99, keptRecord(5, 5, 99, "")},
         {"moved beyond 32 bits", keptRecord(5, 5, 7, ""), kFour,
-         keptRecord(5, 5, kWide32, number(kFour), 45)},
-        {"in 64 bits already", keptRecord(5, 5, kWide32, number(kFour)), kFour + 5,
-         keptRecord(5, 5, kWide32, number(kFour + 5))},
-        {"behind a 64-bit size", keptRecord(kWide32, 5, kWide32, number(kFour) + number(1)),
-         kFour + 5, keptRecord(kWide32, 5, kWide32, number(kFour) + number(kFour + 5))},
-        {"joining 64-bit sizes", keptRecord(kWide32, kWide32, 7, number(kFour) + number(kFour + 1)),
+         keptRecord(5, 5, kZip64Sentinel, number(kFour), 45)},
+        {"in 64 bits already", keptRecord(5, 5, kZip64Sentinel, number(kFour)), kFour + 5,
+         keptRecord(5, 5, kZip64Sentinel, number(kFour + 5))},
+        {"behind a 64-bit size",
+         keptRecord(kZip64Sentinel, 5, kZip64Sentinel, number(kFour) + number(1)), kFour + 5,
+         keptRecord(kZip64Sentinel, 5, kZip64Sentinel, number(kFour) + number(kFour + 5))},
+        {"joining 64-bit sizes",
+         keptRecord(kZip64Sentinel, kZip64Sentinel, 7, number(kFour) + number(kFour + 1)),
          kFour + 5,
-         keptRecord(kWide32, kWide32, kWide32,
+         keptRecord(kZip64Sentinel, kZip64Sentinel, kZip64Sentinel,
                     number(kFour) + number(kFour + 1) + number(kFour + 5), 45)},
     };
     for (const Row &row : rows) {
@@ -78,8 +80,8 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         std::string fields;
     };
     const Row rows[] = {
-        {kWide32 - 1, kWide32 - 1, kWide32 - 1, ""},
-        {kWide32, 5, 5, number(kWide32)},
+        {kZip64Sentinel - 1, kZip64Sentinel - 1, kZip64Sentinel - 1, ""},
+        {kZip64Sentinel, 5, 5, number(kZip64Sentinel)},
         {kFour, kFour - 1, 5, number(kFour) + number(kFour - 1)},
         {5, 5, kFour, number(kFour)},
     };
@@ -95,7 +97,7 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         EXPECT_EQ(extra, row.fields.empty() ? 0 : row.fields.size() + 4);
         EXPECT_EQ(out.substr(47 + (extra == 0 ? 0 : 4)), row.fields);
         EXPECT_EQ(get16(bytes(out) + 6), row.fields.empty() ? 10 : 45);
-        EXPECT_EQ(get32(bytes(out) + 24), row.size >= kWide32 ? kWide32 : row.size);
+        EXPECT_EQ(get32(bytes(out) + 24), row.size >= kZip64Sentinel ? kZip64Sentinel : row.size);
         // Of what is streamed into the archive the local record holds both sizes, whatever they
         // are.
         entry.wide = true;
@@ -113,7 +115,7 @@ TEST(Records, TheEndRecordGrowsWithWhatItCounts) {
     };
     const Row rows[] = {
         {{0, 0, 0}, 22},
-        {{65534, kWide32 - 1, kWide32 - 1}, 22},
+        {{65534, kZip64Sentinel - 1, kZip64Sentinel - 1}, 22},
         {{65535, 5, 5}, 22 + 56 + 20},
         {{1, kFour, 5}, 22 + 56 + 20},
     };

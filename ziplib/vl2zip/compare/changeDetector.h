@@ -10,22 +10,23 @@
 
 namespace ziplib {
 
-struct InOrder;
+struct OrderedParallelFor;
 
 // Finds the verdicts of all tasks, by several threads. Once there is something to pack, and all
 // that looks edited was examined, the other files, which most likely are as they were, can be
 // examined while the new archive is being written.
-class Verdicts {
+class ChangeDetector {
   public:
     // Everything is used until this is gone. Each task is handed to `take` on the caller's thread
     // once it has its verdict; what `take` answers but ok ends the examination.
     using Take = std::function<Outcome(Task &task)>;
-    Verdicts(const PackOptions &options, const Target &target, const Directory &directory,
-             Scan &scan, std::vector<Task> &tasks, Take take, std::function<void()> idle);
+    ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
+                   const Directory &directory, Scan &scan, std::vector<Task> &tasks, Take take,
+                   std::function<void()> idle);
     // Waits for what goes on in the background.
-    ~Verdicts() { m_stopped = true; }
-    Verdicts(const Verdicts &) = delete;
-    Verdicts &operator=(const Verdicts &) = delete;
+    ~ChangeDetector() { m_stopped = true; }
+    ChangeDetector(const ChangeDetector &) = delete;
+    ChangeDetector &operator=(const ChangeDetector &) = delete;
 
     // Examines until there is something to pack, small files first: they take the least time and
     // are edited the most. Then those of the others that look edited.
@@ -43,7 +44,7 @@ class Verdicts {
 
   private:
     using Tasks = std::vector<Task *>;
-    InOrder work(const Tasks &tasks) const;
+    OrderedParallelFor work(const Tasks &tasks) const;
     void examineOne(Task &task);
     Outcome takeOne(Task &task);
     Outcome find(const Tasks &tasks, bool untilOneIsPacked);
@@ -52,14 +53,14 @@ class Verdicts {
     const Directory &m_directory;
     Scan &m_scan;
     FolderPool m_folders;
-    const Examination m_examination;
+    const ComparisonContext m_examination;
     const Take m_take;
     const std::function<void()> m_idle;
     Tasks m_left; // not taken yet
     Tasks m_packed;
     std::atomic<bool> m_stopped = false;
     std::atomic<std::size_t> m_examined = 0; // of those that are left, in the background
-    Aside m_background;                      // examines those that are left; ends first
+    BackgroundTask m_background;             // examines those that are left; ends first
 };
 
 } // namespace ziplib

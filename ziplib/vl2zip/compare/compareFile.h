@@ -9,7 +9,7 @@
 namespace ziplib {
 
 // Where an entry's file is read and its stored data, to find out whether they are the same.
-struct Examination {
+struct ComparisonContext {
     const PackOptions &options;
     const platform::InputFile &archive;
     const platform::FileInfo *archiveInfo; // null where there is no archive yet
@@ -24,10 +24,10 @@ LineEnds lineEndsOf(const PackOptions &options);
 // the bytes themselves. Leaves in `file` which version was opened: the verdict holds where the file
 // still is that version afterwards, which is the caller's to find out. To be called from several
 // threads.
-void examine(const Examination &examination, FoundFile &file, Task &task);
+void compareFile(const ComparisonContext &context, FoundFile &file, Task &task);
 
 // Guesses without opening it whether the file of an entry was edited since it was extracted: it has
 // another size or time than its entry, or cannot be looked at. To be called from several threads.
-bool looksEdited(const Examination &examination, const FoundFile &file, const Task &task);
+bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Task &task);
 
 } // namespace ziplib

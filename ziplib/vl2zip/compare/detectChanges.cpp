@@ -41,12 +41,10 @@ std::vector<Known> knownFolders(const Scan &scan, const std::string &root) {
         known[i + 1].path = &scan.folders[i].path;
         places.emplace(scan.folders[i].path, i + 1);
     }
-    for (const auto &folder : scan.folders) {
+    for (const auto &folder : scan.folders)
         known[places.at(folderOf(folder.path))].folders.push_back(&folder);
-    }
-    for (const auto &file : scan.files) {
+    for (const auto &file : scan.files)
         known[places.at(folderOf(file.path))].files.push_back(&file);
-    }
     return known;
 }
 
@@ -96,19 +94,16 @@ bool Comparison::holdsWhatWasPacked(const FoundFile &file) const {
 }
 
 Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) {
-    if (!file.known) {
+    if (!file.known)
         return {};
-    }
     platform::FileInfo now;
     const auto looked = m_keepsInfo ? m_folder.freshInfo(name, now, Folder::Links::Follow)
                                     : m_folder.info(name, now, Folder::Links::Follow);
-    if (!looked.ok() && !looked.is(platform::Failure::NotFound)) {
-        return failure(looked, Code::CannotOpen);
-    }
+    if (!looked.ok() && !looked.is(platform::Failure::NotFound))
+        return failure(looked, ReturnCode::CannotOpen);
     if (!looked.ok() || !sameVersion(file.info, now) ||
-        (file.packed && !timesTell(file) && !holdsWhatWasPacked(file))) {
+        (file.packed && !timesTell(file) && !holdsWhatWasPacked(file)))
         m_known.changed = file.path;
-    }
     return {};
 }
 
@@ -117,24 +112,20 @@ Outcome Comparison::compare(const platform::FolderItem &item) {
     const auto isNext = [&](const std::vector<const FoundFile *> &list, std::size_t next) {
         return next < list.size() && lastComponent(list[next]->path) == item.name;
     };
-    if (platform::isTemporaryName(item.name)) {
+    if (platform::isTemporaryName(item.name))
         return {};
-    }
     if (item.kind == Kind::Folder) {
-        if (m_recurse && !isNext(m_known.folders, m_subfolder++)) {
+        if (m_recurse && !isNext(m_known.folders, m_subfolder++))
             changed(item.name);
-        }
         return {};
     }
-    if (isNext(m_known.files, m_file)) {
+    if (isNext(m_known.files, m_file))
         return compareFile(item.name, *m_known.files[m_file++]);
-    }
     // Pipes, devices and links that lead to no file are not in a scan.
     platform::FileInfo now;
     if (item.kind == Kind::File ||
-        (m_folder.info(item.name, now, Folder::Links::Follow).ok() && now.kind == Kind::File)) {
+        (m_folder.info(item.name, now, Folder::Links::Follow).ok() && now.kind == Kind::File))
         changed(item.name);
-    }
     return {};
 }
 
@@ -149,31 +140,27 @@ void Comparison::run() {
     m_keepsInfo = opened.ok() && m_folder.keepsInfo();
     std::vector<platform::FolderItem> items;
     const auto listed = opened.ok() ? m_folder.list(items) : opened;
-    m_known.looked = failure(listed, Code::CannotOpen);
+    m_known.looked = failure(listed, ReturnCode::CannotOpen);
     std::sort(items.begin(), items.end(),
               [](const auto &a, const auto &b) { return a.name < b.name; });
-    for (std::size_t i = 0; i < items.size() && m_known.looked.ok() && m_known.changed.empty();
-         ++i) {
+    for (std::size_t i = 0; i < items.size() && m_known.looked.ok() && m_known.changed.empty(); ++i)
         m_known.looked = compare(items[i]);
-    }
-    if (!m_known.looked.ok() || !m_known.changed.empty()) {
+    if (!m_known.looked.ok() || !m_known.changed.empty())
         return;
-    }
-    if (m_file < m_known.files.size()) {
+    if (m_file < m_known.files.size())
         m_known.changed = m_known.files[m_file]->path;
-    } else if (m_subfolder < m_known.folders.size()) {
+    else if (m_subfolder < m_known.folders.size())
         m_known.changed = m_known.folders[m_subfolder]->path;
-    }
 }
 
 } // namespace
 
-Outcome lookAgain(const PackOptions &options, bool recurse, const Scan &scan,
-                  const std::function<void()> &idle, std::string &changed) {
+Outcome detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
+                      const std::function<void()> &idle, std::string &changed) {
     const std::string top;
     std::vector<Known> folders = knownFolders(scan, top);
     Outcome looked;
-    InOrder work;
+    OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
     work.work = [&](std::size_t i) { Comparison(options, recurse, scan, folders[i]).run(); };
@@ -183,7 +170,7 @@ Outcome lookAgain(const PackOptions &options, bool recurse, const Scan &scan,
         return looked.ok() && changed.empty();
     };
     work.idle = idle;
-    runInOrder(work, workerCount(), UINT64_MAX);
+    orderedParallelFor(work, workerCount(), UINT64_MAX);
     return looked;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ziplib/codec/codec.h"
 #include "ziplib/common/buffer.h"
 #include "ziplib/format/directory.h"
 

@@ -8,9 +8,8 @@ namespace ziplib {
 
 std::unique_ptr<PooledFolder> FolderPool::take(std::string_view path) {
     const std::lock_guard lock(m_mutex);
-    if (m_free.empty()) {
+    if (m_free.empty())
         return std::make_unique<PooledFolder>();
-    }
     const auto same = std::find_if(m_free.begin(), m_free.end(),
                                    [&](const auto &pooled) { return pooled->path == path; });
     std::swap(*(same == m_free.end() ? m_free.begin() : same), m_free.back());

@@ -12,7 +12,7 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::size_t kPiece = 128U << 10U;
+constexpr std::size_t kChunk = 128U << 10U;
 // How much of a file decides whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
 
@@ -26,21 +26,18 @@ Outcome SourceFile::open() {
                             ? m_file.open(m_place, m_version)
                             : m_folder->openFile(std::string(lastComponent(name())), m_file,
                                                  platform::Folder::Links::Follow, m_version);
-    if (!opened.ok()) {
-        return failure(opened, Code::CannotOpen);
-    }
+    if (!opened.ok())
+        return failure(opened, ReturnCode::CannotOpen);
     m_lineEnds = LineEnds::Keep;
     if (m_wanted == LineEnds::Keep) {
         rewind();
         return {};
     }
     bool text = false;
-    if (auto judged = judgeText(text); !judged.ok()) {
+    if (auto judged = judgeText(text); !judged.ok())
         return judged;
-    }
-    if (text) {
+    if (text)
         m_lineEnds = m_wanted;
-    }
     rewind();
     return {};
 }
@@ -48,24 +45,22 @@ Outcome SourceFile::open() {
 Outcome SourceFile::judgeText(bool &text) {
     m_raw.resize(kTextSample);
     std::size_t got = 0;
-    if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok()) {
-        return failure(read, Code::CannotOpen);
-    }
+    if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok())
+        return failure(read, ReturnCode::CannotOpen);
     text = looksLikeText(m_raw.data(), got);
     return {};
 }
 
 Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
     const Loan<Bytes> loan;
-    Bytes &piece = *loan;
+    Bytes &chunk = *loan;
     crc = 0;
     size = 0;
     for (;;) {
-        if (auto read = this->read(kPiece, piece); !read.ok() || piece.empty()) {
+        if (auto read = this->read(kChunk, chunk); !read.ok() || chunk.empty())
             return read;
-        }
-        crc = crc32(crc, piece.data(), piece.size());
-        size += piece.size();
+        crc = crc32(crc, chunk.data(), chunk.size());
+        size += chunk.size();
     }
 }
 
@@ -93,9 +88,8 @@ Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
     const std::uint64_t left = m_version.size - std::min(m_version.size, m_position);
     out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left)));
     std::size_t got = 0;
-    if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok()) {
-        return failure(read, Code::CannotOpen);
-    }
+    if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok())
+        return failure(read, ReturnCode::CannotOpen);
     m_position += got;
     out.resize(got);
     return {};
@@ -104,9 +98,8 @@ Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
 Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
     out.clear();
     while (out.empty() && !m_ended) {
-        if (auto read = readRaw(wanted, m_raw); !read.ok()) {
+        if (auto read = readRaw(wanted, m_raw); !read.ok())
             return read;
-        }
         m_ended = m_raw.empty();
         out.resize(LineEndConverter::room(m_raw.size()));
         out.resize(m_ended ? m_converter.finish(out.data())

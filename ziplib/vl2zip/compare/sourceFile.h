@@ -43,7 +43,7 @@ class SourceFile {
     Outcome readRaw(std::size_t wanted, Bytes &out);
     Outcome readConverted(std::size_t wanted, Bytes &out);
 
-    platform::Place m_place;
+    platform::Location m_place;
     const platform::Folder *m_folder = nullptr;
     LineEnds m_wanted;
     LineEnds m_lineEnds = LineEnds::Keep; // what is done to this version of the file
@@ -62,20 +62,16 @@ Outcome readWhole(SourceFile &file, Attempt attempt) {
     constexpr int kTries = 4;
     constexpr std::chrono::milliseconds kPause{20};
     for (int i = 0; i < kTries; ++i) {
-        if (i > 0) {
+        if (i > 0)
             std::this_thread::sleep_for(kPause * i);
-        }
-        if (auto opened = file.open(); !opened.ok()) {
+        if (auto opened = file.open(); !opened.ok())
             return opened;
-        }
-        if (auto read = attempt(); !read.ok()) {
+        if (auto read = attempt(); !read.ok())
             return read;
-        }
-        if (file.settled()) {
+        if (file.settled())
             return {};
-        }
     }
-    return {Code::CannotOpen, file.name() + ": another program keeps writing to it"};
+    return {ReturnCode::CannotOpen, file.name() + ": another program keeps writing to it"};
 }
 
 } // namespace ziplib

@@ -18,11 +18,10 @@ std::size_t EntryPaths::slotOf(std::string_view path) const {
     const auto &entries = m_directory.entries();
     const std::uint32_t hash = hashOf(path);
     std::size_t slot = hash & (m_slots.size() - 1);
-    while (m_slots[slot].number != 0 &&
-           (m_slots[slot].hash != hash ||
-            m_directory.path(entries[m_slots[slot].number - 1]) != path)) {
+    while (
+        m_slots[slot].number != 0 &&
+        (m_slots[slot].hash != hash || m_directory.path(entries[m_slots[slot].number - 1]) != path))
         slot = (slot + 1) & (m_slots.size() - 1);
-    }
     return slot;
 }
 
@@ -39,20 +38,17 @@ void EntryPaths::fill() {
 }
 
 std::size_t EntryPaths::find(std::string_view path) const {
-    if (empty()) {
+    if (empty())
         return kNoEntry;
-    }
     const std::uint32_t number = m_slots[slotOf(path)].number;
     return number == 0 ? kNoEntry : number - 1;
 }
 
 void EntryPaths::each(
     const std::function<void(std::string_view path, std::size_t entry)> &take) const {
-    for (const auto &slot : m_slots) {
-        if (slot.number != 0) {
+    for (const auto &slot : m_slots)
+        if (slot.number != 0)
             take(m_directory.path(m_directory.entries()[slot.number - 1]), slot.number - 1);
-        }
-    }
 }
 
 } // namespace ziplib

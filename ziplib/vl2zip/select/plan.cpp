@@ -55,23 +55,19 @@ void Matcher::makeFolds() {
     });
     for (const auto &file : m_scan.files) {
         const auto found = m_folds->find(foldCase(storedPath(m_options, file)));
-        if (found != m_folds->end()) {
+        if (found != m_folds->end())
             ++found->second.files;
-        }
         m_idle();
     }
 }
 
 std::size_t Matcher::entryFor(std::string_view path) {
-    if (const auto found = m_exact.find(path); found != kNoEntry) {
+    if (const auto found = m_exact.find(path); found != kNoEntry)
         return found;
-    }
-    if (m_exact.empty()) {
+    if (m_exact.empty())
         return kNoEntry;
-    }
-    if (!m_folds) {
+    if (!m_folds)
         makeFolds();
-    }
     const auto found = m_folds->find(foldCase(path));
     const bool only =
         found != m_folds->end() && found->second.entries == 1 && found->second.files == 1;
@@ -81,15 +77,12 @@ std::size_t Matcher::entryFor(std::string_view path) {
 // Why a name cannot be new in the archive, from which it must come out again as it went in; ""
 // where it can.
 std::string reasonAgainst(std::string_view path) {
-    if (path.find('\\') != std::string::npos) {
+    if (path.find('\\') != std::string::npos)
         return "it holds a backslash, which archives read as a folder's end";
-    }
-    if (!isUtf8(path)) {
+    if (!isUtf8(path))
         return "it is not valid text";
-    }
-    if (const char *reason = unsafeReason(path)) {
+    if (const char *reason = unsafeReason(path))
         return reason;
-    }
     if (path.size() > kLongestName) {
         return "it is longer than the " + std::to_string(kLongestName) +
                " bytes that the game can read";
@@ -104,9 +97,8 @@ std::string refusal(std::string_view path, const std::string &reason) {
 // True where the new name can be packed; else it is told among what is left out.
 bool takesNewName(std::string_view path, Scan &scan) {
     const std::string reason = reasonAgainst(path);
-    if (!reason.empty()) {
+    if (!reason.empty())
         scan.leftOut.push_back(refusal(path, reason));
-    }
     return reason.empty();
 }
 
@@ -115,27 +107,24 @@ void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector
     std::unordered_set<std::string_view> holding{std::string_view()};
     for (const auto &task : tasks) {
         std::string_view folder = folderOf(task.path);
-        while (holding.insert(folder).second) {
+        while (holding.insert(folder).second)
             folder = folderOf(folder);
-        }
     }
     for (std::size_t i = 0; i < scan.folders.size(); ++i) {
         const std::string &path = scan.folders[i].path;
         // Asked in any case, since a pattern that means a folder has meant something.
         const bool wanted = selection.wantsFolder(path);
-        if (!wanted && holding.find(path) == holding.end()) {
+        if (!wanted && holding.find(path) == holding.end())
             continue;
-        }
         Task task;
         task.file = i;
         task.folder = true;
         task.path = scan.folderPaths.emplace_back(path + '/');
         task.entry = matcher.entryFor(task.path);
-        if (task.entry != kNoEntry) {
+        if (task.entry != kNoEntry)
             task.verdict = Task::Verdict::Same;
-        } else if (!takesNewName(task.path, scan)) {
+        else if (!takesNewName(task.path, scan))
             continue;
-        }
         tasks.push_back(std::move(task));
     }
 }
@@ -151,25 +140,22 @@ Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
-        if (!selection.wantsFile(file.path)) {
+        if (!selection.wantsFile(file.path))
             continue;
-        }
         Task task;
         task.file = i;
         task.path = storedPath(options, file);
         task.entry = matcher.entryFor(task.path);
         if (options.junkFolders && !seen.insert(task.path).second) {
-            return {Code::CannotOpen,
+            return {ReturnCode::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
-        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan))) {
+        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan)))
             continue;
-        }
         tasks.push_back(std::move(task));
     }
-    if (options.folderEntries && !options.junkFolders && options.addNew) {
+    if (options.folderEntries && !options.junkFolders && options.addNew)
         planFolders(selection, scan, matcher, tasks);
-    }
     return {};
 }
 

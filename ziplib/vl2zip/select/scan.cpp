@@ -53,12 +53,10 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
         found.leftOut.push_back(path + ": a link that leads to no file is not packed");
         return {};
     }
-    if (known.is(platform::Failure::NotFound)) {
+    if (known.is(platform::Failure::NotFound))
         return {}; // gone since it was listed
-    }
-    if (!known.ok()) {
-        return failure(known, Code::CannotOpen);
-    }
+    if (!known.ok())
+        return failure(known, ReturnCode::CannotOpen);
     if (file.info.kind != Kind::File) {
         found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
         return {};
@@ -71,24 +69,20 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
 
 Outcome Contents::list(const std::string &root, const std::string &path, bool recurse) {
     Folder folder;
-    if (const auto opened = folder.open(platform::Place{root, path}); !opened.ok()) {
-        return failure(opened, Code::CannotOpen);
-    }
+    if (const auto opened = folder.open(platform::Location{root, path}); !opened.ok())
+        return failure(opened, ReturnCode::CannotOpen);
     std::vector<platform::FolderItem> items;
-    if (const auto listed = folder.list(items); !listed.ok()) {
-        return failure(listed, Code::CannotOpen);
-    }
+    if (const auto listed = folder.list(items); !listed.ok())
+        return failure(listed, ReturnCode::CannotOpen);
     for (const auto &item : items) {
         std::string below = path.empty() ? item.name : path + '/' + item.name;
         if (platform::isTemporaryName(item.name)) {
-            if (item.kind == Kind::File) {
+            if (item.kind == Kind::File)
                 found.temporaries.push_back(std::move(below));
-            }
             continue;
         }
-        if (auto taken = take(folder, item, recurse, std::move(below)); !taken.ok()) {
+        if (auto taken = take(folder, item, recurse, std::move(below)); !taken.ok())
             return taken;
-        }
     }
     return {};
 }
@@ -115,9 +109,8 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
     Folder top;
     platform::FileInfo began;
-    if (top.open(root).ok() && top.newFileInfo(began).ok()) {
+    if (top.open(root).ok() && top.newFileInfo(began).ok())
         scan.began = began;
-    }
     std::vector<std::string> level{std::string()};
     Outcome failed;
     while (!level.empty() && failed.ok()) {
@@ -128,25 +121,23 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
         if (level.size() == 1) {
             list(0); // a deep tree has many such levels, which are not worth a thread
         } else {
-            InOrder work;
+            OrderedParallelFor work;
             work.count = level.size();
             work.cost = [](std::size_t) { return kFolderCost; };
             work.work = list;
             work.take = [](std::size_t) { return true; };
             work.idle = [] {};
-            runInOrder(work, workerCount(), UINT64_MAX);
+            orderedParallelFor(work, workerCount(), UINT64_MAX);
         }
         level.clear();
         std::size_t files = scan.files.size();
-        for (const auto &folder : contents) {
+        for (const auto &folder : contents)
             files += folder.found.files.size();
-        }
         scan.files.reserve(files);
         for (auto &folder : contents) {
             failed = failed.ok() ? folder.outcome : failed;
-            for (const auto &inner : folder.found.folders) {
+            for (const auto &inner : folder.found.folders)
                 level.push_back(inner.path);
-            }
             moveBehind(scan.files, folder.found.files);
             moveBehind(scan.folders, folder.found.folders);
             moveBehind(scan.leftOut, folder.found.leftOut);

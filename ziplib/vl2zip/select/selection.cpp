@@ -26,12 +26,10 @@ bool matchesByParts(std::string_view pattern, std::string_view path) {
     for (;;) {
         const auto patternEnd = pattern.find('/');
         const auto pathEnd = path.find('/');
-        if (!matches(pattern.substr(0, patternEnd), path.substr(0, pathEnd))) {
+        if (!matches(pattern.substr(0, patternEnd), path.substr(0, pathEnd)))
             return false;
-        }
-        if (patternEnd == std::string_view::npos || pathEnd == std::string_view::npos) {
+        if (patternEnd == std::string_view::npos || pathEnd == std::string_view::npos)
             return patternEnd == pathEnd;
-        }
         pattern.remove_prefix(patternEnd + 1);
         path.remove_prefix(pathEnd + 1);
     }
@@ -44,12 +42,10 @@ Selection::Selection(const std::vector<std::string> &patterns, bool recurse)
     for (const auto &given : patterns) {
         Pattern pattern{given, given, 0, false};
         std::replace(pattern.text.begin(), pattern.text.end(), '\\', '/');
-        while (pattern.text.starts_with("./")) {
+        while (pattern.text.starts_with("./"))
             pattern.text.erase(0, 2);
-        }
-        if (pattern.text.empty()) {
+        if (pattern.text.empty())
             continue;
-        }
         pattern.depth = depthOf(pattern.text);
         m_needsFolders = m_needsFolders || pattern.depth > 0;
         m_patterns.push_back(std::move(pattern));
@@ -61,11 +57,10 @@ bool Selection::wantsFile(std::string_view path) {
     bool wanted = false;
     for (auto &pattern : m_patterns) {
         bool match = false;
-        if (m_recurse) {
+        if (m_recurse)
             match = matches(pattern.text, pattern.depth == 0 ? lastComponent(path) : path);
-        } else {
+        else
             match = pattern.depth == depth && matchesByParts(pattern.text, path);
-        }
         pattern.matched = pattern.matched || match;
         wanted = wanted || match;
     }

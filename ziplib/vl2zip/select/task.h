@@ -28,7 +28,7 @@ struct Task {
     std::string_view path;        // the path that it has in the archive; kept by the scan
     bool folder = false;          // an entry for a folder
     bool timeTells = false;       // the file has its entry's time
-    bool examined = false;        // whether its verdict is found
+    bool compared = false;        // whether its verdict is found
     Verdict verdict = Verdict::Pack;
     std::uint8_t attributes = 0; // DOS attributes
     bool text = false;           // its entry is marked as a text, and it still is one

@@ -17,153 +17,140 @@ constexpr int kRounds = 100;
 
 } // namespace
 
-Outcome Target::failed(const platform::Status &status, const char *what, Code usual) const {
+Outcome ArchiveReplacement::failed(const platform::Status &status, const char *what,
+                                   ReturnCode usual) const {
     Outcome plain = failure(status, usual);
-    if (plain.ok()) {
+    if (plain.ok())
         return plain;
-    }
     return {plain.code(), m_path + ": " + what + ": " + plain.text()};
 }
 
-Outcome Target::open(const std::function<void()> &idle) {
+Outcome ArchiveReplacement::open(const std::function<void()> &idle) {
     std::string folder;
     const auto resolved = m_path.empty()
                               ? platform::Status(platform::Failure::NotFound, "no name is given")
                               : platform::resolvePath(m_path, folder, m_name);
-    if (!resolved.ok()) {
-        return failed(resolved, "the archive cannot be reached", Code::CannotCreate);
-    }
-    if (const auto opened = m_folder.open(folder); !opened.ok()) {
-        return failed(opened, "its folder cannot be opened", Code::CannotCreate);
-    }
-    if (auto claimed = claim(idle); !claimed.ok()) {
+    if (!resolved.ok())
+        return failed(resolved, "the archive cannot be reached", ReturnCode::CannotCreate);
+    if (const auto opened = m_folder.open(folder); !opened.ok())
+        return failed(opened, "its folder cannot be opened", ReturnCode::CannotCreate);
+    if (auto claimed = claim(idle); !claimed.ok())
         return claimed;
-    }
     bool again = true;
     for (int round = 0; again; ++round) {
-        if (round == kRounds) {
-            return {Code::CannotWrite, m_path + ": other programs keep replacing the archive"};
-        }
-        if (auto opened = openOld(again, idle); !opened.ok()) {
+        if (round == kRounds)
+            return {ReturnCode::CannotWrite,
+                    m_path + ": other programs keep replacing the archive"};
+        if (auto opened = openOld(again, idle); !opened.ok())
             return opened;
-        }
     }
     // Where there is no archive, one of them may be all that is left of it.
-    if (exists()) {
+    if (exists())
         m_folder.removeStaleTemporaries();
-    }
     return {};
 }
 
 // Before the archive is opened: in some systems nobody may have it open when it is replaced, and
 // its lock is gone by then.
-Outcome Target::claim(const std::function<void()> &idle) {
-    const auto claimed = m_claim.take(m_folder, m_name, kPatience, [&] {
+Outcome ArchiveReplacement::claim(const std::function<void()> &idle) {
+    const auto claimed = m_nameLock.take(m_folder, m_name, kPatience, [&] {
         idle();
         return true;
     });
     return claimed.is(platform::Failure::Busy)
                ? savedByAnother()
-               : failed(claimed, "the archive cannot be held", Code::CannotWrite);
+               : failed(claimed, "the archive cannot be held", ReturnCode::CannotWrite);
 }
 
-Outcome Target::savedByAnother() const {
-    return {Code::CannotWrite, m_path + ": another program is saving this archive"};
+Outcome ArchiveReplacement::savedByAnother() const {
+    return {ReturnCode::CannotWrite, m_path + ": another program is saving this archive"};
 }
 
 // `again` tells that the file was replaced by another one before its lock was had.
-Outcome Target::openOld(bool &again, const std::function<void()> &idle) {
+Outcome ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
     again = false;
     const auto opened = m_folder.openFile(m_name, m_old);
     if (opened.is(platform::Failure::NotFound)) {
         m_old.close();
         return {};
     }
-    if (!opened.ok()) {
-        return failed(opened, "the archive cannot be opened", Code::CannotOpen);
-    }
+    if (!opened.ok())
+        return failed(opened, "the archive cannot be opened", ReturnCode::CannotOpen);
     const auto locked = m_old.lock(kPatience, [&] {
         idle();
         return true;
     });
-    if (locked.is(platform::Failure::Busy)) {
+    if (locked.is(platform::Failure::Busy))
         return savedByAnother();
-    }
-    if (!locked.ok()) {
-        return failed(locked, "the archive cannot be held", Code::CannotWrite);
-    }
-    if (const auto known = m_old.info(m_oldInfo); !known.ok()) {
-        return failed(known, "the archive cannot be read", Code::CannotOpen);
-    }
+    if (!locked.ok())
+        return failed(locked, "the archive cannot be held", ReturnCode::CannotWrite);
+    if (const auto known = m_old.info(m_oldInfo); !known.ok())
+        return failed(known, "the archive cannot be read", ReturnCode::CannotOpen);
     again = !undisturbed();
     return {};
 }
 
-bool Target::undisturbed() const {
+bool ArchiveReplacement::undisturbed() const {
     platform::FileInfo now;
     const auto known = m_folder.info(m_name, now);
-    if (!m_old.isOpen()) {
+    if (!m_old.isOpen())
         return known.is(platform::Failure::NotFound);
-    }
     // The time of the file's record is left out: a new link to it disturbs nothing.
     return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
            now.modified == m_oldInfo.modified;
 }
 
-bool Target::mayReplace() const {
+bool ArchiveReplacement::mayReplace() const {
     platform::FileInfo now;
     return undisturbed() || m_folder.info(m_name, now).is(platform::Failure::NotFound);
 }
 
-Outcome Target::begin() {
+Outcome ArchiveReplacement::begin() {
     // Putting a new file in a read-only one's place would succeed, and who made it so meant it.
-    if (m_old.isOpen() && m_oldInfo.readOnly) {
-        return {Code::CannotWrite, m_path + ": the archive is read-only"};
-    }
+    if (m_old.isOpen() && m_oldInfo.readOnly)
+        return {ReturnCode::CannotWrite, m_path + ": the archive is read-only"};
     const auto created = m_fresh.create(m_folder, platform::NewFile::Guard::Locked);
-    if (!created.ok()) {
-        return failed(created, "no new archive can be made beside it", Code::CannotCreate);
-    }
-    if (m_old.isOpen()) {
+    if (!created.ok())
+        return failed(created, "no new archive can be made beside it", ReturnCode::CannotCreate);
+    if (m_old.isOpen())
         m_fresh.takeOverFrom(m_old);
-    }
     return {};
 }
 
-std::uint64_t Target::space() const {
+std::uint64_t ArchiveReplacement::space() const {
     std::uint64_t bytes = 0;
     return m_folder.freeSpace(bytes).ok() ? bytes : UINT64_MAX;
 }
 
-Outcome Target::sync(const std::function<void()> &idle) {
+Outcome ArchiveReplacement::sync(const std::function<void()> &idle) {
     platform::Status status;
     // While the disk works there is time to give back the memory that held the old archive, which
     // otherwise is given back when it is deleted.
-    m_forgetting.start([this] { m_old.forget(); });
+    m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
-    return failed(status, "the new archive cannot be made durable", Code::CannotWrite);
+    return failed(status, "the new archive cannot be made durable", ReturnCode::CannotWrite);
 }
 
-Outcome Target::replace(const std::function<void()> &idle, bool &taken) {
-    m_forgetting.wait(idle);
+Outcome ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
+    m_droppingCache.wait(idle);
     using Replace = platform::NewFile::Replace;
     const bool replaces = m_old.isOpen();
     const auto committed =
         m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
     taken = committed.is(platform::Failure::Exists);
-    return failed(committed, "the new archive cannot take its place", Code::CannotWrite);
+    return failed(committed, "the new archive cannot take its place", ReturnCode::CannotWrite);
 }
 
-Outcome Target::syncFolder(const std::function<void()> &idle) {
+Outcome ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
     platform::Status status;
     // What the old archive had on the disk is given back meanwhile.
     runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
     return failed(status, "the archive is saved, but its folder cannot be made durable",
-                  Code::CannotWrite);
+                  ReturnCode::CannotWrite);
 }
 
-void Target::drop(const std::function<void()> &idle) {
-    m_forgetting.wait(idle);
+void ArchiveReplacement::drop(const std::function<void()> &idle) {
+    m_droppingCache.wait(idle);
     runInBackground({[&] { m_fresh.discard(); }}, idle);
 }
 

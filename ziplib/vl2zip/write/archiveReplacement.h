@@ -11,10 +11,10 @@ namespace ziplib {
 
 // The archive that a call works on: found through links, held against other processes that save,
 // and replaced whole.
-class Target {
+class ArchiveReplacement {
   public:
     // `path` is the archive as the caller names it; messages name it so.
-    explicit Target(std::string path) : m_path(std::move(path)) {}
+    explicit ArchiveReplacement(std::string path) : m_path(std::move(path)) {}
 
     // Waits until no other process is replacing the archive and opens it. One that does not exist
     // is no failure. Also removes what killed runs left beside it.
@@ -49,17 +49,17 @@ class Target {
   private:
     Outcome claim(const std::function<void()> &idle);
     Outcome savedByAnother() const;
-    Outcome failed(const platform::Status &status, const char *what, Code usual) const;
+    Outcome failed(const platform::Status &status, const char *what, ReturnCode usual) const;
     Outcome openOld(bool &again, const std::function<void()> &idle);
 
     std::string m_path;
     std::string m_name;
     platform::Folder m_folder;
-    platform::NameClaim m_claim;
+    platform::NameLock m_nameLock;
     platform::InputFile m_old;
     platform::FileInfo m_oldInfo;
     platform::NewFile m_fresh;
-    Aside m_forgetting;
+    BackgroundTask m_droppingCache;
 };
 
 } // namespace ziplib

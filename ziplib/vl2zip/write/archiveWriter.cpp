@@ -19,14 +19,13 @@ constexpr std::uint64_t kOverhead = 4096;
 constexpr std::uint32_t kDosFolder = 0x10;
 
 bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return std::all_of(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 std::string outcomeText(const Task &task) {
-    if (task.folder || task.packing.method == kMethodStored) {
+    if (task.folder || task.packing.method == kMethodStored)
         return " (stored 0%)";
-    }
     const std::uint64_t size = std::max<std::uint64_t>(task.packing.size, 1);
     const std::uint64_t saved = size - std::min(size, task.packing.packed);
     return " (deflated " + std::to_string(saved * 100 / size) + "%)";
@@ -34,20 +33,18 @@ std::string outcomeText(const Task &task) {
 
 } // namespace
 
-void Rewrite::pack(const std::vector<Task *> &tasks, Scan &scan) {
+void ArchiveWriter::pack(const std::vector<Task *> &tasks, Scan &scan) {
     m_scan = &scan;
     m_tasks = tasks;
-    for (const auto *task : tasks) {
-        if (task->entry != kNoEntry) {
+    for (const auto *task : tasks)
+        if (task->entry != kNoEntry)
             m_kept[task->entry] = false;
-        }
-    }
 }
 
 // An entry that is replaced is written where the old one lies, so that everything stays in its
 // order and is written from front to back. Where its bytes must stay because another entry reaches
 // into them, and for a new one, that is behind all others.
-void Rewrite::orderJobs() {
+void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     m_jobs.reserve(m_tasks.size());
     for (Task *task : m_tasks) {
@@ -70,41 +67,33 @@ void Rewrite::orderJobs() {
         return newA != newB ? newB : a.copyEnd < b.copyEnd;
     });
     m_jobOfEntry.assign(m_directory.entries().size(), kNoEntry);
-    for (std::size_t i = 0; i < m_jobs.size(); ++i) {
-        if (m_jobs[i].task->entry != kNoEntry) {
+    for (std::size_t i = 0; i < m_jobs.size(); ++i)
+        if (m_jobs[i].task->entry != kNoEntry)
             m_jobOfEntry[m_jobs[i].task->entry] = i;
-        }
-    }
 }
 
-Outcome Rewrite::write(const std::optional<std::string> &password) {
+Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
     if (m_target.exists()) {
-        if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok()) {
+        if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
             return made;
-        }
     }
     orderJobs();
-    if (auto begun = m_target.begin(); !begun.ok()) {
+    if (auto begun = m_target.begin(); !begun.ok())
         return begun;
-    }
     m_output.emplace(m_target.fresh(), m_target.path(), [this] { m_report.idle(); });
-    if (auto copied = m_output->copy(m_target.old(), 0, m_layout.leading()); !copied.ok()) {
+    if (auto copied = m_output->copy(m_target.old(), 0, m_layout.leading()); !copied.ok())
         return copied;
-    }
-    if (auto written = writeJobs(password); !written.ok()) {
+    if (auto written = writeJobs(password); !written.ok())
         return written;
-    }
-    if (auto copied = copySegments(m_layout.segments().size()); !copied.ok()) {
+    if (auto copied = copySegments(m_layout.segments().size()); !copied.ok())
         return copied;
-    }
     return writeDirectory();
 }
 
-void Rewrite::packOne(Job &job, const std::optional<std::string> &password) const {
+void ArchiveWriter::packOne(Job &job, const std::optional<std::string> &password) const {
     Task &task = *job.task;
-    if (task.folder || job.streamed) {
+    if (task.folder || job.streamed)
         return;
-    }
     FoundFile &found = m_scan->files[task.file];
     SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     task.outcome = packWhole(file, password, task.packing, task.data);
@@ -116,14 +105,14 @@ void Rewrite::packOne(Job &job, const std::optional<std::string> &password) cons
 
 // Extractors that convert line ends go by the mark, so a file that is no longer a text must not
 // keep it. No entry gains the mark: an unmarked text is extracted as it is.
-Outcome Rewrite::judgeText(SourceFile &file, Task &task) const {
+Outcome ArchiveWriter::judgeText(SourceFile &file, Task &task) const {
     const bool marked = task.entry != kNoEntry && m_directory.entries()[task.entry].isMarkedText();
     return marked ? file.judgeText(task.text) : Outcome();
 }
 
-Outcome Rewrite::writeJobs(const std::optional<std::string> &password) {
+Outcome ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
     Outcome failed;
-    InOrder work;
+    OrderedParallelFor work;
     work.count = m_jobs.size();
     work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
     work.work = [&](std::size_t i) { packOne(m_jobs[i], password); };
@@ -132,75 +121,65 @@ Outcome Rewrite::writeJobs(const std::optional<std::string> &password) {
         return failed.ok();
     };
     work.idle = [this] { m_report.idle(); };
-    runInOrder(work, workerCount(), kBudget);
+    orderedParallelFor(work, workerCount(), kBudget);
     return failed;
 }
 
-Outcome Rewrite::writeEntry(Job &job, const std::optional<std::string> &password) {
+Outcome ArchiveWriter::writeEntry(Job &job, const std::optional<std::string> &password) {
     Task &task = *job.task;
-    if (!task.outcome.ok()) {
+    if (!task.outcome.ok())
         return task.outcome;
-    }
-    if (auto copied = copySegments(job.copyEnd); !copied.ok()) {
+    if (auto copied = copySegments(job.copyEnd); !copied.ok())
         return copied;
-    }
     const bool encrypted = password && !task.folder;
     job.written = describe(task, encrypted);
     job.written.offset = m_output->position() - m_directory.base();
-    if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job);
-        !written.ok()) {
+    if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
         return written;
-    }
     m_report.say((task.entry == kNoEntry ? "adding: " : "updating: ") + std::string(task.path) +
                  outcomeText(task));
     if (!m_report.done(std::string(task.path))) {
-        return {Code::Cancelled,
+        return {ReturnCode::Cancelled,
                 m_target.path() + ": saving was stopped; the archive is as it was"};
     }
     return {};
 }
 
-Outcome Rewrite::writeWhole(Job &job) {
+Outcome ArchiveWriter::writeWhole(Job &job) {
     std::string header;
     appendLocal(header, job.written);
-    if (auto written = m_output->append(header); !written.ok()) {
+    if (auto written = m_output->append(header); !written.ok())
         return written;
-    }
     Bytes data;
     data.swap(job.task->data);
     return m_output->append(data.data(), data.size());
 }
 
 // The header comes first, but what it says is known last.
-Outcome Rewrite::writeStreamed(Job &job, const std::optional<std::string> &password) {
+Outcome ArchiveWriter::writeStreamed(Job &job, const std::optional<std::string> &password) {
     Task &task = *job.task;
     FoundFile &found = m_scan->files[task.file];
     const std::uint64_t start = m_output->position();
     // Stored is the worst that can come of it; line ends may still double it.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    job.written.wide = found.info.size >= (kWide32 - 64U) / factor;
-    if (auto written = m_output->append(std::string(job.written.localSize(), '\0'));
-        !written.ok()) {
+    job.written.wide = found.info.size >= (kZip64Sentinel - 64U) / factor;
+    if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
-    }
     SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     if (auto packed = packStreamed(
             file, password, [this] { m_report.idle(); }, *m_output, task.packing);
-        !packed.ok()) {
+        !packed.ok())
         return packed;
-    }
     found.info = task.packing.version;
-    if (auto judged = judgeText(file, task); !judged.ok()) {
+    if (auto judged = judgeText(file, task); !judged.ok())
         return judged;
-    }
     const bool wide = job.written.wide;
     const std::uint64_t offset = job.written.offset;
     job.written = describe(task, password.has_value());
     job.written.wide = wide;
     job.written.offset = offset;
-    if (!wide && std::max(task.packing.packed, task.packing.size) >= kWide32) {
-        return {Code::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
-    }
+    if (!wide && std::max(task.packing.packed, task.packing.size) >= kZip64Sentinel)
+        return {ReturnCode::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
     return m_output->patch(start, header);
@@ -208,7 +187,7 @@ Outcome Rewrite::writeStreamed(Job &job, const std::optional<std::string> &passw
 
 // What the entry's records say. A replaced entry keeps its stored name, its comment and, where the
 // file is still a text, its mark as one.
-WrittenEntry Rewrite::describe(const Task &task, bool encrypted) const {
+WrittenEntry ArchiveWriter::describe(const Task &task, bool encrypted) const {
     WrittenEntry written;
     if (task.entry != kNoEntry) {
         const Entry &old = m_directory.entries()[task.entry];
@@ -219,9 +198,8 @@ WrittenEntry Rewrite::describe(const Task &task, bool encrypted) const {
         written.name = task.path;
         written.flags = isAscii(task.path) ? 0 : kFlagUtf8;
     }
-    if (encrypted) {
+    if (encrypted)
         written.flags |= kFlagEncrypted;
-    }
     const std::int64_t modified =
         task.folder ? m_scan->folders[task.file].info.modified : task.packing.version.modified;
     const std::uint32_t fields = toDosFields(modified);
@@ -236,7 +214,7 @@ WrittenEntry Rewrite::describe(const Task &task, bool encrypted) const {
     return written;
 }
 
-Outcome Rewrite::copySegments(std::size_t end) {
+Outcome ArchiveWriter::copySegments(std::size_t end) {
     auto &segments = m_layout.segments();
     while (m_copied < end) {
         const std::size_t first = m_copied;
@@ -252,14 +230,13 @@ Outcome Rewrite::copySegments(std::size_t end) {
             continue;
         }
         if (auto copied = m_output->copy(m_target.old(), segments[first].start, length);
-            !copied.ok()) {
+            !copied.ok())
             return copied;
-        }
     }
     return {};
 }
 
-Outcome Rewrite::writeDirectory() {
+Outcome ArchiveWriter::writeDirectory() {
     const auto &entries = m_directory.entries();
     const std::uint64_t base = m_directory.base();
     const std::uint64_t start = m_output->position();
@@ -280,26 +257,22 @@ Outcome Rewrite::writeDirectory() {
             continue; // dropped, or written in the place of its old entry
         }
         expected.add(record, offset + base, !kept);
-        if (auto added = m_output->append(record); !added.ok()) {
+        if (auto added = m_output->append(record); !added.ok())
             return added;
-        }
         m_report.idle();
     }
     const DirectoryPlace place{expected.entries(), start - base, m_output->position() - start};
     record.clear();
     appendEnd(record, place, m_directory.archiveComment());
-    if (auto written = m_output->append(record); !written.ok()) {
+    if (auto written = m_output->append(record); !written.ok())
         return written;
-    }
     if (auto copied =
             m_output->copy(m_target.old(), m_directory.fileSize() - m_directory.trailing(),
                            m_directory.trailing());
-        !copied.ok()) {
+        !copied.ok())
         return copied;
-    }
-    if (auto flushed = m_output->flush(); !flushed.ok()) {
+    if (auto flushed = m_output->flush(); !flushed.ok())
         return flushed;
-    }
     return expected.check(m_target, m_output->position(), [this] { m_report.idle(); });
 }
 

@@ -17,9 +17,10 @@
 namespace ziplib {
 
 // The making of one new archive out of the old one and the files of the folder.
-class Rewrite {
+class ArchiveWriter {
   public:
-    Rewrite(const PackOptions &options, Target &target, const Directory &directory, Report &report)
+    ArchiveWriter(const PackOptions &options, ArchiveReplacement &target,
+                  const Directory &directory, Report &report)
         : m_options(options), m_target(target), m_directory(directory), m_report(report),
           m_kept(directory.entries().size(), true) {}
 
@@ -53,7 +54,7 @@ class Rewrite {
     Outcome judgeText(SourceFile &file, Task &task) const;
 
     const PackOptions &m_options;
-    Target &m_target;
+    ArchiveReplacement &m_target;
     const Directory &m_directory;
     Report &m_report;
     std::vector<bool> m_kept;

@@ -4,33 +4,28 @@
 
 namespace ziplib {
 
-Outcome readDirectory(const Target &target, Directory &directory) {
-    if (!target.exists()) {
+Outcome readDirectory(const ArchiveReplacement &target, Directory &directory) {
+    if (!target.exists())
         return {};
-    }
-    if (auto read = failure(directory.read(target.old()), Code::CannotOpen); !read.ok()) {
+    if (auto read = failure(directory.read(target.old()), ReturnCode::CannotOpen); !read.ok())
         return read;
-    }
-    return failure(directory.damage(), Code::Damaged);
+    return failure(directory.damage(), ReturnCode::Damaged);
 }
 
-Outcome commit(Target &target, Report &report, const std::function<Outcome(bool &again)> &last,
-               bool &again) {
+Outcome commit(ArchiveReplacement &target, Report &report,
+               const std::function<Outcome(bool &again)> &last, bool &again) {
     const auto idle = [&] { report.idle(); };
-    if (auto synced = target.sync(idle); !synced.ok()) {
+    if (auto synced = target.sync(idle); !synced.ok())
         return synced;
-    }
-    if (auto checked = last(again); !checked.ok() || again) {
+    if (auto checked = last(again); !checked.ok() || again)
         return checked;
-    }
     if (!target.mayReplace()) {
         again = true;
         return {};
     }
     auto replaced = target.replace(idle, again);
-    if (again) {
+    if (again)
         return {};
-    }
     return replaced.ok() ? target.syncFolder(idle) : replaced;
 }
 

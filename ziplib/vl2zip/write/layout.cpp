@@ -13,22 +13,22 @@ namespace {
 
 Outcome damaged(const platform::InputFile &archive, const Directory &directory,
                 const Entry &entry) {
-    return {Code::Damaged, archive.path() + ": damaged, the data of " + directory.path(entry) +
-                               " cannot be found; the archive was left as it is"};
+    return {ReturnCode::Damaged, archive.path() + ": damaged, the data of " +
+                                     directory.path(entry) +
+                                     " cannot be found; the archive was left as it is"};
 }
 
 // Bytes from the start of an entry's local header to the end of its data; 0 where there is no such
 // header, which is then kept as it is like any other damage.
 std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry) {
-    std::uint8_t header[localSize];
+    std::uint8_t header[kLocalSize];
     std::size_t got = 0;
     if (!archive.readAt(entry.localOffset, header, sizeof header, got).ok() ||
-        got != sizeof header || get32(header) != localSignature) {
+        got != sizeof header || get32(header) != kLocalSignature)
         return 0;
-    }
     const std::uint64_t length =
-        localSize + get16(header + 26) + static_cast<std::uint64_t>(get16(header + 28));
-    return length + std::min(entry.packedSize, UINT64_MAX - length);
+        kLocalSize + get16(header + 26) + static_cast<std::uint64_t>(get16(header + 28));
+    return length + std::min(entry.compressedSize, UINT64_MAX - length);
 }
 
 } // namespace
@@ -48,12 +48,10 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
     m_coveredTo = 0;
     for (const std::size_t index : order) {
         const std::uint64_t offset = entries[index].localOffset;
-        if (offset >= directory.start()) {
+        if (offset >= directory.start())
             return damaged(archive, directory, entries[index]);
-        }
-        if (m_segments.empty() || m_segments.back().start != offset) {
+        if (m_segments.empty() || m_segments.back().start != offset)
             m_segments.push_back({offset, 0, false, 0});
-        }
         m_segmentOf[index] = m_segments.size() - 1;
         m_segments.back().kept = m_segments.back().kept || kept[index];
     }
@@ -65,9 +63,8 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
     // In file order, so that an entry that reaches into what follows is seen to do so.
     for (const std::size_t index : order) {
         if (kept[index]) {
-            if (auto covered = cover(archive, directory, index); !covered.ok()) {
+            if (auto covered = cover(archive, directory, index); !covered.ok())
                 return covered;
-            }
         }
     }
     return {};
@@ -79,34 +76,29 @@ Outcome Layout::cover(const platform::InputFile &archive, const Directory &direc
     const Entry &entry = directory.entries()[index];
     const std::size_t segment = m_segmentOf[index];
     const bool last = segment + 1 == m_segments.size();
-    std::uint64_t needed = localSize + entry.nameLength;
-    needed += std::min(entry.packedSize, UINT64_MAX - needed);
+    std::uint64_t needed = kLocalSize + entry.nameLength;
+    needed += std::min(entry.compressedSize, UINT64_MAX - needed);
     // The local header is asked only where it matters what follows: the directory lacks its length.
-    if (last || !m_segments[segment + 1].kept || needed > m_segments[segment].length) {
+    if (last || !m_segments[segment + 1].kept || needed > m_segments[segment].length)
         needed = std::max(needed, readExtent(archive, entry));
-    }
-    if (needed <= m_segments[segment].length) {
+    if (needed <= m_segments[segment].length)
         return {};
-    }
-    if (needed > directory.start() - entry.localOffset) {
+    if (needed > directory.start() - entry.localOffset)
         return damaged(archive, directory, entry);
-    }
     const auto behind = std::lower_bound(
         m_segments.begin(), m_segments.end(), entry.localOffset + needed,
         [](const Segment &candidate, std::uint64_t end) { return candidate.start < end; });
     const auto end = static_cast<std::size_t>(behind - m_segments.begin());
-    for (std::size_t i = std::max(segment + 1, m_coveredTo); i < end; ++i) {
+    for (std::size_t i = std::max(segment + 1, m_coveredTo); i < end; ++i)
         m_segments[i].kept = true;
-    }
     m_coveredTo = std::max(m_coveredTo, end);
     return {};
 }
 
 std::uint64_t Layout::keptBytes() const {
     std::uint64_t bytes = m_leading;
-    for (const auto &segment : m_segments) {
+    for (const auto &segment : m_segments)
         bytes += segment.kept ? segment.length : 0;
-    }
     return bytes;
 }
 

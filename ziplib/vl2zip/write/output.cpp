@@ -21,20 +21,17 @@ Output::Output(platform::NewFile &file, std::string name, std::function<void()> 
 }
 
 Outcome Output::failed(const platform::Status &status) const {
-    Outcome plain = failure(status, Code::CannotWrite);
-    if (plain.ok()) {
+    Outcome plain = failure(status, ReturnCode::CannotWrite);
+    if (plain.ok())
         return plain;
-    }
     return {plain.code(), m_name + ": cannot be written: " + plain.text()};
 }
 
 Outcome Output::flush() {
-    if (m_gathered.empty()) {
+    if (m_gathered.empty())
         return {};
-    }
-    if (auto done = failed(m_file.write(m_gathered.data(), m_gathered.size())); !done.ok()) {
+    if (auto done = failed(m_file.write(m_gathered.data(), m_gathered.size())); !done.ok())
         return done;
-    }
     m_written += m_gathered.size();
     m_gathered.clear();
     return {};
@@ -42,9 +39,8 @@ Outcome Output::flush() {
 
 Outcome Output::append(const void *data, std::size_t size) {
     if (m_gathered.size() + size > kGather) {
-        if (auto done = flush(); !done.ok()) {
+        if (auto done = flush(); !done.ok())
             return done;
-        }
     }
     const auto *bytes = static_cast<const std::uint8_t *>(data);
     if (size < kGather) {
@@ -52,50 +48,42 @@ Outcome Output::append(const void *data, std::size_t size) {
         return {};
     }
     while (size > 0) {
-        const std::size_t piece = size < kGather ? size : kGather;
-        if (auto done = failed(m_file.write(bytes, piece)); !done.ok()) {
+        const std::size_t chunk = size < kGather ? size : kGather;
+        if (auto done = failed(m_file.write(bytes, chunk)); !done.ok())
             return done;
-        }
-        m_written += piece;
-        bytes += piece;
-        size -= piece;
+        m_written += chunk;
+        bytes += chunk;
+        size -= chunk;
     }
     return {};
 }
 
 Outcome Output::copy(const platform::InputFile &old, std::uint64_t offset, std::uint64_t size) {
-    if (size == 0) {
+    if (size == 0)
         return {};
-    }
-    if (auto done = flush(); !done.ok()) {
+    if (auto done = flush(); !done.ok())
         return done;
-    }
     platform::Status status;
-    if (size < kLongCopy) {
+    if (size < kLongCopy)
         status = m_file.copyFrom(old, offset, size);
-    } else {
+    else
         runInBackground({[&] { status = m_file.copyFrom(old, offset, size); }}, m_idle);
-    }
-    if (status.ok()) {
+    if (status.ok())
         m_written += size;
-    }
     return failed(status);
 }
 
 Outcome Output::patch(std::uint64_t offset, std::string_view data) {
-    if (auto done = flush(); !done.ok()) {
+    if (auto done = flush(); !done.ok())
         return done;
-    }
     return failed(m_file.writeAt(offset, data.data(), data.size()));
 }
 
 Outcome Output::rewind(std::uint64_t position) {
-    if (auto done = flush(); !done.ok()) {
+    if (auto done = flush(); !done.ok())
         return done;
-    }
-    if (auto done = failed(m_file.truncate(position)); !done.ok()) {
+    if (auto done = failed(m_file.truncate(position)); !done.ok())
         return done;
-    }
     m_written = position;
     return {};
 }

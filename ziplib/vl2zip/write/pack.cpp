@@ -4,6 +4,7 @@
 #include "ziplib/codec/codec.h"
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/objectPool.h"
+#include "ziplib/format/records.h"
 
 #include <algorithm>
 #include <array>
@@ -16,55 +17,52 @@ namespace {
 // Where more effort costs several times the time and saves less than one byte in a hundred.
 constexpr int kLevel = 8;
 constexpr int kStreamLevel = 7;
-constexpr std::size_t kPiece = 256U << 10U;
+constexpr std::size_t kChunk = 256U << 10U;
 
 // The bytes before encrypted data: eleven that nobody can foretell and one that lets a wrong
 // password be noticed early.
-std::array<std::uint8_t, Cipher::headerSize> cipherHeader(std::uint32_t crc) {
+std::array<std::uint8_t, Cipher::kHeaderSize> cipherHeader(std::uint32_t crc) {
     std::random_device device;
-    std::array<std::uint8_t, Cipher::headerSize> header{};
-    for (auto &byte : header) {
+    std::array<std::uint8_t, Cipher::kHeaderSize> header{};
+    for (auto &byte : header)
         byte = static_cast<std::uint8_t>(device());
-    }
     header.back() = static_cast<std::uint8_t>(crc >> 24U);
     return header;
 }
 
 Outcome readAll(SourceFile &file, Bytes &raw) {
     raw.clear();
-    Bytes piece;
+    Bytes chunk;
     for (;;) {
         // One read for what the file holds; the next one finds its end.
         const auto wanted = static_cast<std::size_t>(file.version().size) + 1;
-        if (auto read = file.read(wanted, piece); !read.ok() || piece.empty()) {
+        if (auto read = file.read(wanted, chunk); !read.ok() || chunk.empty())
             return read;
-        }
-        if (raw.empty()) {
-            raw.swap(piece);
-        } else {
-            raw.insert(raw.end(), piece.begin(), piece.end());
-        }
+        if (raw.empty())
+            raw.swap(chunk);
+        else
+            raw.insert(raw.end(), chunk.begin(), chunk.end());
     }
 }
 
 void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &packing,
                Bytes &data) {
     const Loan<Deflater> deflater(kLevel);
-    const std::size_t before = password ? Cipher::headerSize : 0;
+    const std::size_t before = password ? Cipher::kHeaderSize : 0;
     packing.size = raw.size();
     packing.crc = crc32(0, raw.data(), raw.size());
-    packing.method = methodStored;
+    packing.method = kMethodStored;
     if (raw.size() > 1) {
         const std::size_t room = raw.size() - 1;
         data.resize(before + room);
         const std::size_t size =
             deflater->deflate(raw.data(), raw.size(), data.data() + before, room);
         if (size > 0) {
-            packing.method = methodDeflated;
+            packing.method = kMethodDeflated;
             data.resize(before + size);
         }
     }
-    if (packing.method == methodStored) {
+    if (packing.method == kMethodStored) {
         raw.insert(raw.begin(), before, 0);
         data.swap(raw);
     }
@@ -81,9 +79,8 @@ class Stream {
   public:
     Stream(SourceFile &file, Output &output, const std::optional<std::string> &password)
         : m_file(file), m_output(output) {
-        if (password) {
+        if (password)
             m_cipher.emplace(*password);
-        }
     }
 
     Outcome header(std::uint32_t crc);
@@ -104,28 +101,25 @@ class Stream {
 };
 
 Outcome Stream::give(std::uint8_t *data, std::size_t size) {
-    if (m_cipher) {
+    if (m_cipher)
         m_cipher->encrypt(data, size);
-    }
     m_given += size;
     return m_output.append(data, size);
 }
 
 Outcome Stream::header(std::uint32_t crc) {
-    if (!m_cipher) {
+    if (!m_cipher)
         return {};
-    }
     auto header = cipherHeader(crc);
     return give(header.data(), header.size());
 }
 
 Outcome Stream::deflate(std::uint64_t limit) {
     DeflateStream deflater(kStreamLevel);
-    Bytes out(kPiece);
+    Bytes out(kChunk);
     for (bool ended = false; !ended;) {
-        if (auto read = m_file.read(kPiece, m_in); !read.ok()) {
+        if (auto read = m_file.read(kChunk, m_in); !read.ok())
             return read;
-        }
         const bool last = m_in.empty();
         std::size_t taken = 0;
         StreamStep step;
@@ -133,12 +127,10 @@ Outcome Stream::deflate(std::uint64_t limit) {
             step = deflater.step(m_in.data() + taken, m_in.size() - taken, out.data(), out.size(),
                                  last);
             taken += step.taken;
-            if (step.failed) {
-                return {Code::CannotWrite, m_file.name() + ": cannot be compressed"};
-            }
-            if (auto given = give(out.data(), step.given); !given.ok()) {
+            if (step.failed)
+                return {ReturnCode::CannotWrite, m_file.name() + ": cannot be compressed"};
+            if (auto given = give(out.data(), step.given); !given.ok())
                 return given;
-            }
         } while (!step.ended && (taken < m_in.size() || step.given == out.size() || last));
         ended = step.ended;
         if (m_given >= limit) {
@@ -151,40 +143,34 @@ Outcome Stream::deflate(std::uint64_t limit) {
 
 Outcome Stream::store() {
     for (;;) {
-        if (auto read = m_file.read(kPiece, m_in); !read.ok() || m_in.empty()) {
+        if (auto read = m_file.read(kChunk, m_in); !read.ok() || m_in.empty())
             return read;
-        }
-        if (auto given = give(m_in.data(), m_in.size()); !given.ok()) {
+        if (auto given = give(m_in.data(), m_in.size()); !given.ok())
             return given;
-        }
     }
 }
 
 Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
                    Packing &packing) {
     const std::uint64_t start = output.position();
-    if (auto read = file.measure(packing.crc, packing.size); !read.ok()) {
+    if (auto read = file.measure(packing.crc, packing.size); !read.ok())
         return read;
-    }
-    for (const auto method : {methodDeflated, methodStored}) {
+    for (const auto method : {kMethodDeflated, kMethodStored}) {
         file.rewind();
-        if (auto done = output.rewind(start); !done.ok()) {
+        if (auto done = output.rewind(start); !done.ok())
             return done;
-        }
         Stream stream(file, output, password);
         auto done = stream.header(packing.crc);
         if (done.ok()) {
-            done = method == methodDeflated ? stream.deflate(stream.given() + packing.size)
-                                            : stream.store();
+            done = method == kMethodDeflated ? stream.deflate(stream.given() + packing.size)
+                                             : stream.store();
         }
-        if (!done.ok()) {
+        if (!done.ok())
             return done;
-        }
         packing.method = method;
         packing.packed = stream.given();
-        if (!stream.tooLarge()) {
+        if (!stream.tooLarge())
             break;
-        }
     }
     packing.version = file.version();
     return {};

@@ -16,13 +16,11 @@ void notePacked(const std::vector<Task> &tasks, const Directory &directory, Scan
 }
 
 void reportPacked(const Scan &scan, Report &report) {
-    if (!report.wantsPacked()) {
+    if (!report.wantsPacked())
         return;
-    }
     for (const FoundFile &file : scan.files) {
-        if (!file.packed) {
+        if (!file.packed)
             continue;
-        }
         ZPPACKED packed{};
         packed.path = file.path.c_str();
         packed.device = file.info.device;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ziplib/format/records.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -7,13 +9,6 @@
 
 // The container's records as this library writes them.
 namespace ziplib {
-
-inline constexpr std::uint16_t kMethodStored = 0;
-inline constexpr std::uint16_t kMethodDeflated = 8;
-inline constexpr std::uint16_t kFlagEncrypted = 1U << 0U;
-inline constexpr std::uint16_t kFlagUtf8 = 1U << 11U;
-inline constexpr std::uint32_t kWide32 = 0xFFFFFFFFU; // "see the 64-bit field"
-inline constexpr std::uint16_t kWide16 = 0xFFFFU;
 
 // An entry that is written anew.
 struct WrittenEntry {

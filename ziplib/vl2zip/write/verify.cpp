@@ -1,5 +1,6 @@
 #include "ziplib/vl2zip/write/verify.h"
 
+#include "ziplib/codec/codec.h"
 #include "ziplib/common/failures.h"
 #include "ziplib/format/bytes.h"
 #include "ziplib/format/directory.h"
@@ -22,54 +23,48 @@ std::uint64_t mixed(std::uint64_t digest, std::uint64_t offset) {
 
 void ExpectedDirectory::add(const std::string &record, std::uint64_t offset, bool written) {
     ++m_entries;
-    if (written) {
+    if (written)
         m_written.push_back(offset);
-    }
     m_records = crc32(m_records, record.data(), record.size());
     m_offsets = mixed(m_offsets, offset);
 }
 
-Outcome ExpectedDirectory::check(Target &target, std::uint64_t size,
+Outcome ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
                                  const std::function<void()> &idle) const {
     // A disk of another machine may be full, and say so only when the file is synced.
     const auto wrong = [&](const std::string &what) {
         auto synced = target.sync(idle);
         return !synced.ok() ? synced
-                            : Outcome(Code::CannotWrite,
+                            : Outcome(ReturnCode::CannotWrite,
                                       target.path() + ": the new archive reads back wrong (" +
                                           what + "); the archive was left as it is");
     };
     platform::InputFile file;
-    if (const auto opened = target.fresh().openWritten(file); !opened.ok()) {
-        return failure(opened, Code::CannotWrite);
-    }
+    if (const auto opened = target.fresh().openWritten(file); !opened.ok())
+        return failure(opened, ReturnCode::CannotWrite);
     Directory directory;
     const auto keepGoing = [&] {
         idle();
         return true;
     };
-    if (const auto read = directory.read(file, keepGoing); !read.ok()) {
+    if (const auto read = directory.read(file, keepGoing); !read.ok())
         return wrong(read.message);
-    }
-    if (!directory.damage().ok() || directory.fileSize() != size) {
+    if (!directory.damage().ok() || directory.fileSize() != size)
         return wrong(directory.damage().ok() ? "its size" : directory.damage().message);
-    }
     ExpectedDirectory found;
     for (const auto &entry : directory.entries()) {
         found.add(std::string(directory.record(entry)), entry.localOffset, false);
         idle();
     }
     if (found.m_entries != m_entries || found.m_records != m_records ||
-        found.m_offsets != m_offsets) {
+        found.m_offsets != m_offsets)
         return wrong("its directory");
-    }
     for (const std::uint64_t offset : m_written) {
         std::uint8_t signature[4];
         std::size_t got = 0;
         if (!file.readAt(offset, signature, sizeof signature, got).ok() ||
-            got != sizeof signature || get32(signature) != localSignature) {
+            got != sizeof signature || get32(signature) != kLocalSignature)
             return wrong("an entry");
-        }
     }
     return {};
 }

@@ -21,7 +21,8 @@ class ExpectedDirectory {
 
     // Reads the new archive as any other and compares: every record, in order, and that each
     // written entry starts with a header. `size` is the file's.
-    Outcome check(Target &target, std::uint64_t size, const std::function<void()> &idle) const;
+    Outcome check(ArchiveReplacement &target, std::uint64_t size,
+                  const std::function<void()> &idle) const;
 
   private:
     std::uint64_t m_entries = 0;
