@@ -124,7 +124,9 @@ TEST_F(PosixFilesTest, TextsAndSambasRecordsMeanTheSameToWhoeverPacksAndWhoeverC
                              static_cast<std::size_t>(row.value.size()), 0),
                   0);
         ASSERT_EQ(::chmod(path.constData(), row.mode), 0);
-        EXPECT_EQ(attributes(at("kept")), row.bits);
+        // Only the superuser reads the attribute of a file that its owner may not read.
+        const bool readable = ::access(path.constData(), R_OK) == 0;
+        EXPECT_EQ(attributes(at("kept")), readable ? row.bits : row.bits & AttributeReadOnly);
         Folder folder;
         std::uint8_t packed = 0;
         ASSERT_TRUE(folder.open(path.first(path.lastIndexOf('/')).toStdString()).ok());
