@@ -1,4 +1,4 @@
-// The least that a program with a window of Orvel's size can be: what start-up is measured against.
+// A minimal program with a window of Orvel's size: the baseline of the start-up time.
 #include <QApplication>
 #include <QWidget>
 

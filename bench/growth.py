@@ -1,15 +1,15 @@
-"""Memory over the whole cycle, and how its cost grows with the number of entries."""
+"""Peak memory of whole cycles, and the time for each entry at different numbers of entries."""
 
 import os
 import statistics
 import time
 
 import make_archive
-from contest import empty, report_of
-from place import sh
+from environment import sh
+from paired import empty, report_of
 
-MEMORY_GOAL = 160  # MiB
-FLAT = 1.3         # most that an entry may cost, by what it costs in the archive where it is cheapest
+MEMORY_GOAL = 160   # MiB
+GROWTH_LIMIT = 1.3  # highest by lowest time for each entry
 
 
 def changed(path):
@@ -20,42 +20,42 @@ def changed(path):
 
 
 class Cycles:
-    """List, extract, save with a change, and at the very end the clean-up of all."""
+    """List, extract, save with a change; the clean-up of all cycles is the last step."""
 
-    def __init__(self, place, figures):
-        self.place, self.figures = place, figures
-        self.left = []  # work folders to clean up: name, archive, folder, what to do with a report
+    def __init__(self, environment, figures):
+        self.environment, self.figures = environment, figures
+        self.pending = []  # work folders to clean up: name, archive, folder, record
 
-    def run(self, name, archive, change, note):
-        """One cycle but for the clean-up; `note` gets each verb with what vl2bench says of it. Gives
-        the work folder."""
-        folder = self.place.fresh()
+    def run(self, name, archive, change, record):
+        """One cycle without the clean-up. Calls `record` with each verb and the report of vl2bench.
+        Returns the work folder."""
+        folder = self.environment.new_path()
         os.makedirs(folder)
         copy, tree = folder + "/copy.vl2", folder + "/tree"
         sh("cp", "--reflink=never", archive, copy)
         for verb in ("list", "extract", "save"):
             if verb == "save":
                 change(tree)
-            self._step(name, verb, copy, tree, note)
-        self.left.append((name, copy, tree, note))
+            self._step(name, verb, copy, tree, record)
+        self.pending.append((name, copy, tree, record))
         return tree
 
     def clean_up(self):
-        for name, copy, tree, note in self.left:
-            self._step(name, "clean", copy, tree, note)
-        self.left = []
+        for name, copy, tree, record in self.pending:
+            self._step(name, "clean", copy, tree, record)
+        self.pending = []
 
-    def _step(self, name, verb, copy, tree, note):
+    def _step(self, name, verb, copy, tree, record):
         os.sync()
-        time.sleep(0.05)  # a file that was written to just now is read a moment later
+        time.sleep(0.05)  # a save waits before it reads a file that was written just before
         arguments = [copy] if verb == "list" else [copy, tree]
-        # Listing a small archive takes less than finding the program's own pages again: it is done
-        # several times in a row, and all but the first count.
+        # Listing a small archive takes less time than loading the program's pages: it runs several
+        # times in a row, and the first run does not count.
         for number in range(5 if verb == "list" else 1):
-            report = report_of(sh(self.place.tool, verb, *arguments))
+            report = report_of(sh(self.environment.tool, verb, *arguments))
             self.figures.memory(name, report["peak_kib"] / 1024, MEMORY_GOAL)
             if number > 0 or verb != "list":
-                note(verb, report)
+                record(verb, report)
 
 
 def memory_of_game(cycles, archive):
@@ -63,33 +63,35 @@ def memory_of_game(cycles, archive):
                      lambda verb, report: None))
 
 
-def memory_of_large(cycles, place):
-    """One entry of 5 GiB; its cycle is done at once, for the disk it takes."""
-    archive = place.made("large.vl2", make_archive.make_large)
+def memory_of_large(cycles, environment):
+    """One entry of 5 GiB; its files are truncated at once to free disk space."""
+    archive = environment.cached("large.vl2", make_archive.make_large)
     empty(cycles.run("one entry of 5 GiB", archive, changed("big.bin"), lambda verb, report: None))
 
 
 class Growth:
-    def __init__(self, cycles, place, figures, counts):
-        self.cycles, self.place, self.figures, self.counts = cycles, place, figures, counts
+    def __init__(self, cycles, environment, figures, counts):
+        self.cycles, self.environment, self.figures = cycles, environment, figures
+        self.counts = counts
         self.spent = {count: {} for count in counts}
 
     def run(self):
         for count in self.counts:
-            archive = self.place.made("small-%d.vl2" % count,
-                                      lambda target, n=count: make_archive.make_small(target, n))
+            archive = self.environment.cached(
+                "small-%d.vl2" % count, lambda target, n=count: make_archive.make_small(target, n))
             for _ in range(9 if count <= 10_000 else 3):
                 self.cycles.run("%s small entries" % format(count, ","), archive,
-                                changed("data/group00000/entry000000.txt"), self._note(count))
+                                changed("data/group00000/entry000000.txt"), self._record(count))
 
-    def _note(self, count):
-        def note(verb, report):
+    def _record(self, count):
+        def record(verb, report):
             spent = (report["ms"] - report["sync_ms"]) * 1000 / count
             self.spent[count].setdefault(verb, []).append(spent)
-        return note
+        return record
 
-    def tell(self):
-        """To be called when the clean-up is done."""
+    def report(self):
+        """To be called after the clean-up."""
         for count in self.counts:
             self.figures.growth(count, {verb: statistics.median(times)
-                                        for verb, times in self.spent[count].items()}, FLAT)
+                                        for verb, times in self.spent[count].items()},
+                                GROWTH_LIMIT)

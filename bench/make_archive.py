@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes archives to measure with: the same bytes from the same arguments, on every machine.
+"""Creates the benchmark archives: the same arguments give the same bytes on every machine.
 
-    make_archive.py game FILE.vl2       about 4,500 files of a game's kinds, 300 MB unpacked
+    make_archive.py game FILE.vl2       about 4,500 files of a game's types, 300 MB uncompressed
     make_archive.py small FILE.vl2 N    N files of 40 to 700 bytes in folders of 200
     make_archive.py large FILE.vl2      one file of 5 GiB and one of 11 bytes
 """
@@ -33,7 +33,7 @@ def noise(rng, size):
 
 
 def picture(rng, size):
-    # What is inside a compressed picture does not shrink again.
+    # Compressed picture data is incompressible.
     return b"\x89PNG\r\n\x1a\n" + noise(rng, size - 8)
 
 
@@ -42,7 +42,7 @@ def photo(rng, size):
 
 
 def sound(rng, size):
-    # A slow wave with some noise on it: shrinks a little.
+    # A low-frequency wave with noise: compresses slightly.
     samples, value = bytearray(), 0
     block = bytes(rng.choices(range(256), weights=[1 + 40 * (abs(i - 128) < 24) for i in range(256)],
                               k=4096))
@@ -53,7 +53,7 @@ def sound(rng, size):
 
 
 def shape(rng, size):
-    # Vertices near one another, then indexes that count up.
+    # Vertices with similar coordinates, then ascending indexes.
     points = [rng.uniform(-20, 20) for _ in range(200)]
     out = bytearray()
     while len(out) < size:
@@ -119,7 +119,7 @@ def make_small(path, count):
 
 
 def make_large(path):
-    """One entry of 5 GiB that shrinks to about a third, beside a small one."""
+    """One entry of 5 GiB that compresses to about a third, and a small one."""
     block = noise(random.Random(5), 1 << 18)
     with zipfile.ZipFile(path, "w") as archive:
         with archive.open(info("big.bin"), "w", force_zip64=True) as entry:

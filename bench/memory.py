@@ -1,8 +1,8 @@
-"""Memory that costs what it costs on a machine of one's own.
+"""Keeps a virtual machine from returning free memory to its host during a measurement.
 
-A virtual machine may hand what is free back to its host, in blocks of 2 MiB, within seconds, and
-then waits for the host at the first touch of each page: a run that takes fresh memory for the files
-it writes was seen to take four times its time, whoever it was.
+A virtual machine may return free memory to its host within seconds, in blocks of 2 MiB. It then
+waits for the host at the first access to each page: runs of any tool that write to new page cache
+memory took up to four times as long.
 """
 
 import ctypes
@@ -18,8 +18,8 @@ def available():
 
 
 def hold(size=4 << 30):
-    """Touches memory and gives all of it back but a page of each block, so that what is free stays
-    with this machine in parts too small to be handed on. Lasts as long as what it returns."""
+    """Touches memory and frees all of it except one page of each block, so that the free parts are
+    too small to be returned to the host. Holds until the returned map is closed."""
     size = min(size, available() // 3) + BLOCK
     held = mmap.mmap(-1, size, flags=mmap.MAP_PRIVATE | mmap.MAP_ANONYMOUS)
     start = -ctypes.addressof(ctypes.c_char.from_buffer(held)) % BLOCK

@@ -1,50 +1,46 @@
-"""The figures of a run, and the page that shows them."""
-
-from place import shown
+"""The figures of a run, and the report page."""
 
 HEAD = """# Performance
 
-Orvel beside other tools, in one run on one machine: whole processes, alternating, warm cache,
-medians of {rounds} rounds after one that does not count. What counts is the ratio; times are of
-this machine and this hour. The spread is of Orvel's own rounds.
+Orvel compared with other tools in one run on one machine: whole processes, alternating, warm cache,
+medians of {rounds} rounds after a warm-up. The ratios are the result; the times depend on this
+machine and its load. The range in parentheses is that of Orvel's own rounds.
 
 - Machine: {machine}
 - Date: {date}
-- Command: `{command}` (its summary is this page)
+- Command: `{command}` (its output is this page)
 """
 
 NOTES = """
-"Syncing apart": a save makes the new archive durable before it takes the old one's place, the other
-tools do not; that part has a row of its own. `7z u` with its times kept trusts the times of files;
-Orvel compares contents. "read of the tree" reads every file of the work folder with as many threads
-as there are processors, and does nothing with it.
+"Without sync": a save syncs the new archive before it replaces the old one, the other tools do not.
+The sync has a row of its own. `7z u` with times kept trusts file times; Orvel compares contents.
+"Read of the tree" reads each file of the work folder, with one thread for each processor.
 """
 
 MEMORY = """
 ## Memory
 
-Largest resident memory of list, extract, save (one file changed) and clean-up.
+Peak resident memory of list, extract, save (one file changed) and clean-up.
 
-| Archive | Peak | Wanted |
+| Archive | Peak | Target |
 |---|---|---|
 """
 
 GROWTH = """
 ## Growth
 
-Microseconds for each entry (files of 40 to 700 bytes in folders of 200; syncing apart, process
-start not counted), and what an entry costs where it costs most, by where it costs least: wanted at
-most {flat:g}.
+Microseconds for each entry (files of 40 to 700 bytes in folders of 200; without sync and process
+start), and the ratio of the highest to the lowest: target at most {limit:g}.
 
 """
 
 COMMANDS = """
-## What was run
+## Commands
 
-`vl2bench` calls the two companion libraries through their C interface, `pickbench` shows the main
-window on a virtual screen and presses the key. The archives are made by `bench/make_archive.py`: the
-same bytes everywhere. Nothing is deleted before the last round is measured, since a file system that
-just freed many files is slow at making new ones, whoever makes them.
+`vl2bench` calls the two zip libraries through their C interface. `pickbench` shows the main window
+on a virtual display and presses the key. `bench/make_archive.py` creates the archives; their bytes
+are the same on every machine. Nothing is deleted before the last measurement, since a file system
+creates files slowly after many deletions.
 
 """
 
@@ -54,10 +50,10 @@ def spent(milliseconds):
 
 
 class Figures:
-    def __init__(self, place):
-        self.place = place
+    def __init__(self, environment):
+        self.environment = environment
         self.rows, self.growth_rows, self.memory_rows, self.misses = [], [], {}, []
-        self.flat = 0
+        self.growth_limit = 0
         self.commands = {}
 
     def faster(self, work, ours, peer, goal):
@@ -78,40 +74,40 @@ class Figures:
                   "at most %g of its size" % goal, ratio <= goal)
 
     def bound(self, work, ours, goal):
-        """A time with a limit of its own: the longest that was seen counts."""
+        """A time with an absolute limit; the longest measured time counts."""
         most = ours.spread()[1]
         self._row(work, spent(most), "", "", "", "at most " + spent(goal), most <= goal)
 
     def memory(self, work, mebibytes, goal):
         self.memory_rows[work] = (max(mebibytes, self.memory_rows.get(work, (0, goal))[0]), goal)
 
-    def growth(self, count, microseconds, flat):
-        self.flat = flat
+    def growth(self, count, microseconds, limit):
+        self.growth_limit = limit
         self.growth_rows.append((count, microseconds))
 
     def _add(self, work, ours, peer, result, goal, reached):
-        for contestant in (ours, peer):
-            command = shown(contestant.command("FOLDER"), self.place)
-            self.commands.setdefault(command, contestant.name)
+        for candidate in (ours, peer):
+            command = self.environment.shown(candidate.command("FOLDER"))
+            self.commands.setdefault(command, candidate.name)
         least, most = ours.spread()
         self._row(work, "%s (%s to %s)" % (spent(ours.median()), spent(least), spent(most)),
                   peer.name, spent(peer.median()), result, goal, reached)
 
     def _row(self, work, ours, name, peer, result, goal, reached):
         if not reached:
-            self.misses.append("%s%s: %s" % (work, " beside " + name if name else "", result or ours))
+            self.misses.append("%s%s: %s" % (work, " compared with " + name if name else "", result or ours))
         verdict = ("yes" if reached else "**no**") if goal else ""
         self.rows.append((work, ours, name, peer, result, goal or "", verdict))
 
     def text(self, machine, date, large):
         command = "scripts/bench --large" if large else "scripts/bench"
-        text = HEAD.format(rounds=self.place.rounds, machine=machine, date=date, command=command)
-        text += "\n| Work | Orvel | Beside | It takes | Orvel is | Wanted | Reached |\n" + "|---" * 7 + "|\n"
+        text = HEAD.format(rounds=self.environment.rounds, machine=machine, date=date, command=command)
+        text += "\n| Task | Orvel | Compared with | Its time | Ratio | Target | Met |\n" + "|---" * 7 + "|\n"
         text += "".join("| %s |\n" % " | ".join(row) for row in self.rows) + NOTES
         if self.memory_rows:
             text += MEMORY + "".join(self._memory_lines())
         if self.growth_rows:
-            text += GROWTH.format(flat=self.flat) + "".join(self._growth_lines())
+            text += GROWTH.format(limit=self.growth_limit) + "".join(self._growth_lines())
         text += COMMANDS + "".join("- %s: `%s`\n" % (name, command)
                                    for command, name in self.commands.items())
         return text
@@ -131,7 +127,7 @@ class Figures:
         for verb in verbs:
             column = [times[verb] for _, times in self.growth_rows]
             ratio = max(column) / min(column)
-            if ratio > self.flat:
+            if ratio > self.growth_limit:
                 self.misses.append("growth of %s: %.2f" % (verb, ratio))
-            ratios.append("%.2f" % ratio if ratio <= self.flat else "**%.2f**" % ratio)
-        yield "| most by least | %s |\n" % " | ".join(ratios)
+            ratios.append("%.2f" % ratio if ratio <= self.growth_limit else "**%.2f**" % ratio)
+        yield "| highest by lowest | %s |\n" % " | ".join(ratios)

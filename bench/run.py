@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Orvel beside the tools that a modder would use instead.
+"""Compares Orvel with the other tools that a modder may use.
 
     run.py --bin FOLDER --work FOLDER [--rounds N] [--write docs/performance.md] [--large] [--quick]
            [--only PART ...]
 
-Prints a table of ratios, each from one run on this machine, and writes it with --write: what the
-file has from its heading "What limits" on is kept, as people write that. --large
-adds one entry of 5 GiB, which takes some minutes and 16 GB of disk; --quick leaves out the sizes
-beyond 10,000 entries and runs three rounds, to see that everything works; --only measures some
-parts: listing, extraction, saving, window, growth, clean.
+Prints a table of ratios, each from one run on this machine. --write also writes it to a file, and
+keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
+5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
+rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
+growth, clean.
 """
 
 import argparse
@@ -19,34 +19,34 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from environment import Environment  # noqa: E402
 from game import Game  # noqa: E402
 import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
-from place import Place  # noqa: E402
 from rows import Figures  # noqa: E402
 from window import picking  # noqa: E402
 
 PARTS = ("listing", "extraction", "saving", "window", "growth", "clean")
 
 
-def machine(place):
+def machine(environment):
     with open("/proc/cpuinfo", encoding="utf-8") as file:
         model = next((line.split(":")[1].strip() for line in file if line.startswith("model name")),
                      platform.machine())
     return "%d x %s, Linux %s, %s" % (os.cpu_count(), model, platform.release().split("-")[0],
-                                      place.file_system())
+                                      environment.file_system())
 
 
-def measure(place, figures, options):
-    """What deletes comes last: see contest.py."""
-    game = Game(place, figures)
+def measure(environment, figures, options):
+    """Measurements that delete files come last: see paired.py."""
+    game = Game(environment, figures)
     parts = options.only or PARTS
-    cycles = Cycles(place, figures)
+    cycles = Cycles(environment, figures)
     growth = None
     if "listing" in parts:
         game.listing()
     if "window" in parts:
-        picking(place, figures, game.many)
+        picking(environment, figures, game.many)
     if "extraction" in parts:
         game.extraction()
     if "saving" in parts:
@@ -56,21 +56,21 @@ def measure(place, figures, options):
     if "growth" in parts:
         memory_of_game(cycles, game.archive)
         if options.large:
-            memory_of_large(cycles, place)
+            memory_of_large(cycles, environment)
         counts = (1_000, 10_000) if options.quick else (1_000, 10_000, 100_000, 500_000)
-        growth = Growth(cycles, place, figures, counts)
+        growth = Growth(cycles, environment, figures, counts)
         growth.run()
     if "clean" in parts:
         game.clean_up()
     if growth:
         cycles.clean_up()
-        growth.tell()
+        growth.report()
 
 
-def written_by_people(path):
+def written_by_hand(path):
     try:
         with open(path, encoding="utf-8") as file:
-            _, heading, rest = file.read().partition("\n## What limits")
+            _, heading, rest = file.read().partition("\n## Limits")
     except FileNotFoundError:
         return ""
     return heading + rest
@@ -87,22 +87,22 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--only", nargs="+", choices=PARTS)
     options = parser.parse_args()
-    place = Place(options.bin, options.work, 3 if options.quick else options.rounds)
-    figures = Figures(place)
+    environment = Environment(options.bin, options.work, 3 if options.quick else options.rounds)
+    figures = Figures(environment)
     held = memory.hold()
     try:
-        measure(place, figures, options)
+        measure(environment, figures, options)
     finally:
         held.close()
-        place.clear()
-    text = figures.text(machine(place), datetime.date.today().isoformat(), options.large)
+        environment.clear()
+    text = figures.text(machine(environment), datetime.date.today().isoformat(), options.large)
     print(text)
     if options.write:
-        text += written_by_people(options.write)
+        text += written_by_hand(options.write)
         with open(options.write, "w", encoding="utf-8") as file:
             file.write(text)
     for miss in figures.misses:
-        print("not reached: " + miss, file=sys.stderr)
+        print("target missed: " + miss, file=sys.stderr)
     sys.exit(1 if figures.misses else 0)
 
 

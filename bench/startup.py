@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
-"""How soon Orvel can be used, beside an empty window of the same size and toolkit.
+"""Compares Orvel's start-up time with that of an empty window of the same size and toolkit.
 
     startup.py --bin FOLDER --work FOLDER [--rounds N]
 
-Both are started in turn on a virtual screen, from a warm cache, and timed from the start of the
-process until the X server shows the window; the 800 ms for which Orvel's splash stands are taken
-off. Prints the medians and their ratio; fails where the ratio is above 1.5 or Orvel takes
-more than 150 ms.
+Both start alternately on a virtual display with a warm cache. The time is from the start of the
+process until the X server maps the window, without the 800 ms of Orvel's splash screen. Prints the
+medians and their ratio; fails if the ratio is above 1.5 or Orvel takes more than 150 ms.
 """
 
 import argparse
@@ -41,7 +40,7 @@ class MapEvent(ctypes.Structure):
 
 
 class Windows:
-    """The windows that a screen without a window manager shows, as they appear."""
+    """Waits for windows on a display without a window manager."""
 
     def __init__(self, display):
         self.x = ctypes.CDLL(ctypes.util.find_library("X11"))
@@ -51,14 +50,14 @@ class Windows:
         root = self.x.XDefaultRootWindow(self.display)
         self.x.XSelectInput(self.display, ctypes.c_ulong(root), ctypes.c_long(SUBSTRUCTURE))
         self.x.XSync(self.display, 0)
-        # A window may be gone by the time that it is asked about.
+        # A window may be destroyed before its geometry is read.
         self.ignore = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(
             lambda *_: 0
         )
         self.x.XSetErrorHandler(self.ignore)
 
     def wait_for(self, size):
-        """The moment at which a window of that size is shown."""
+        """Returns the time at which a window of this size is mapped."""
         event = MapEvent()
         while True:
             self.x.XNextEvent(self.display, ctypes.byref(event))
@@ -76,7 +75,7 @@ class Windows:
 
 
 def time_of(windows, program, environment):
-    """Milliseconds from the start of a program until its window is shown."""
+    """Milliseconds from the start of a program until its window is mapped."""
     start = time.perf_counter()
     process = subprocess.Popen([str(program)], env=environment, stderr=subprocess.DEVNULL)
     shown = windows.wait_for((WIDTH, HEIGHT))
@@ -102,13 +101,13 @@ def main():
                 time_of(windows, sandbox.programs / program, screen.environment)
                 for program in ("orvel", "emptyWindow")
             ]
-            if number > 0:  # the first fills the cache
+            if number > 0:  # the first run fills the cache
                 ours.append(pair[0] - SPLASH_MS)
                 empty.append(pair[1])
     mine, theirs = statistics.median(ours), statistics.median(empty)
-    print(f"Start to usable, medians of {options.rounds}: Orvel {mine:.0f} ms without the splash's")
+    print(f"Start-up, medians of {options.rounds}: Orvel {mine:.0f} ms without the splash screen's")
     print(f"{SPLASH_MS} ms, an empty window {theirs:.0f} ms: ratio {mine / theirs:.2f}")
-    print(f"Spread: Orvel {min(ours):.0f}-{max(ours):.0f}, empty {min(empty):.0f}-{max(empty):.0f}")
+    print(f"Range: Orvel {min(ours):.0f}-{max(ours):.0f}, empty {min(empty):.0f}-{max(empty):.0f}")
     return 0 if mine <= LIMIT_MS and mine <= RATIO * theirs else 1
 
 

@@ -20,7 +20,7 @@ int timed(long call, int fd) {
 
 } // namespace
 
-// The program's own definitions come before those of the C library, for the libraries too.
+// These definitions replace those of the C library, also for calls from the zip libraries.
 extern "C" int fsync(int fd) {
     return timed(SYS_fsync, fd);
 }

@@ -2,7 +2,7 @@
 
 namespace bench {
 
-// Milliseconds that this process has spent in fsync, fdatasync and syncfs.
+// Returns the milliseconds that this process has spent in fsync, fdatasync and syncfs.
 double syncMilliseconds();
 
 } // namespace bench

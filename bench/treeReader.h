@@ -10,8 +10,8 @@ struct TreeRead {
     std::uint64_t bytes = 0;
 };
 
-// Reads every file below `root` whole, with `threads` threads: what proving the contents of a work
-// folder costs at the very least. Throws std::runtime_error where a file cannot be read.
+// Reads each file below `root` completely, with `threads` threads: the lower bound for comparing
+// the contents of a work folder. Throws std::runtime_error if a file cannot be read.
 TreeRead readTree(const std::filesystem::path &root, unsigned threads);
 
 } // namespace bench

@@ -1,5 +1,5 @@
-// Runs one piece of the program's work on an archive, and says what it took. Each run is a process
-// of its own, so that it can be timed beside other tools from outside.
+// Runs one operation on an archive and prints its time, sync time and peak memory as JSON. Each
+// operation is a process of its own, so that it can be timed like other tools.
 
 #include "bench/syncClock.h"
 #include "bench/treeReader.h"
@@ -31,18 +31,19 @@ Listing &listing() {
     return instance;
 }
 
-std::int32_t keepMessage(char *buffer, std::uint32_t size) {
+std::int32_t storeMessage(char *buffer, std::uint32_t size) {
     if (size > 1)
         listing().lastMessage.assign(buffer, size);
     return 0;
 }
 
-void keepEntry(std::uint32_t, std::uint32_t, std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-               std::int32_t, std::int32_t, char, char *filename, char *, std::uint32_t, char) {
+void storeEntry(std::uint32_t, std::uint32_t, std::int32_t, std::int32_t, std::int32_t,
+                std::int32_t, std::int32_t, std::int32_t, char, char *filename, char *,
+                std::uint32_t, char) {
     listing().names.emplace_back(filename);
 }
 
-std::int32_t goOn(char *, std::uint32_t) {
+std::int32_t continueWork(char *, std::uint32_t) {
     return 0;
 }
 
@@ -53,14 +54,14 @@ std::int32_t unzip(std::string archive, std::string folder, bool list) {
     options.lpszZipFN = archive.data();
     options.lpszExtractDir = folder.data();
     USERFUNCTIONS callbacks{};
-    callbacks.print = keepMessage;
-    callbacks.SendApplicationMessage = keepEntry;
-    callbacks.ServCallBk = goOn;
+    callbacks.print = storeMessage;
+    callbacks.SendApplicationMessage = storeEntry;
+    callbacks.ServCallBk = continueWork;
     return Wiz_SingleEntryUnzip(0, nullptr, 0, nullptr, &options, &callbacks);
 }
 
 std::int32_t save(std::string archive, std::string folder) {
-    ZIPUSERFUNCTIONS callbacks{keepMessage, nullptr, nullptr, goOn};
+    ZIPUSERFUNCTIONS callbacks{storeMessage, nullptr, nullptr, continueWork};
     ZpInit(&callbacks);
     ZPOPT options{};
     options.szRootDir = folder.data();
@@ -76,14 +77,14 @@ std::int32_t save(std::string archive, std::string folder) {
     return ZpArchive(call);
 }
 
-// The clean-up in the order in which the program does it: the listed files, what is left in the
-// folders, the folders from the deepest up, the work folder.
+// The clean-up in the program's order: listed files, other files in the folders, the folders from
+// the deepest up, the work folder.
 std::int32_t clean(const std::string &archive, const std::string &folder) {
     const std::int32_t code = unzip(archive, "", true);
     if (code > 1)
         return code;
     platform::WorkFolderCleaner cleaner(QString::fromStdString(folder));
-    std::set<std::string, std::greater<>> folders; // a folder comes after those inside it
+    std::set<std::string, std::greater<>> folders; // subfolders first
     for (const std::string &name : listing().names) {
         for (std::size_t cut = name.rfind('/'); cut != std::string::npos && cut > 0;
              cut = name.rfind('/', cut - 1))
@@ -100,7 +101,7 @@ std::int32_t clean(const std::string &archive, const std::string &folder) {
     return cleaner.removeFolder(QString()) ? 0 : 1;
 }
 
-// Of this program alone: what getrusage tells counts also the one that started it.
+// Peak memory of this process; getrusage would include the parent's before exec.
 long peakKib() {
     std::ifstream status("/proc/self/status");
     std::string line;

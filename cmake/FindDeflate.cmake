@@ -1,4 +1,4 @@
-# Finds libdeflate, which ships no CMake package in every version.
+# Finds libdeflate, since not every version has a CMake package.
 find_path(DEFLATE_INCLUDE_DIR libdeflate.h)
 find_library(DEFLATE_LIBRARY NAMES deflate libdeflate)
 include(FindPackageHandleStandardArgs)

@@ -1,4 +1,4 @@
-# The folder under platform/ that holds the sources for the system built for.
+# The folder with the sources for the target system, in platform/, registry/ and storage/.
 if(WIN32)
   set(ORVEL_SYSTEM windows)
 else()

@@ -1,10 +1,10 @@
-# One interface target holds what every target of the project is compiled with.
+# The interface target with the compile options of all targets.
 add_library(orvel_warnings INTERFACE)
-option(ORVEL_STRICT "Fail at warnings; newer compilers may have some that nobody has seen" OFF)
+option(ORVEL_STRICT "Treat warnings as errors; newer compilers may have new warnings" OFF)
 target_compile_options(orvel_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${ORVEL_STRICT}>:-Werror>
-  # GCC 12 sees an overlap in std::string's own code when it optimises fully. Only there: the
-  # static checks read the other builds' options, and do not know this one.
+  # GCC 12 reports a false overlap in std::string with full optimisation. Only in that configuration,
+  # since clang-tidy reads the options of the other builds and does not know this one.
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 target_include_directories(orvel_warnings INTERFACE ${CMAKE_SOURCE_DIR})
 
@@ -16,8 +16,8 @@ if(ORVEL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# What reads archives from strangers is built as distributions build such programs. Compilers for
-# Windows need a library of their own for that, which not all of them have.
+# Hardening options of distributions, since the program reads untrusted archives. On Windows they
+# require a library that not all compilers have.
 if(NOT WIN32)
   add_compile_options($<$<CONFIG:Release>:-U_FORTIFY_SOURCE>
     $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2> $<$<CONFIG:Release>:-fstack-protector-strong>)

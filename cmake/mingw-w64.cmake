@@ -1,4 +1,4 @@
-# Cross-building for 64-bit Windows with mingw-w64 and the static Qt that scripts/windows-qt makes.
+# Toolchain for 64-bit Windows with mingw-w64 and the static Qt of scripts/windows-qt.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -7,14 +7,14 @@ set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
 set(CMAKE_RC_COMPILER ${triplet}-windres)
 
-# Where scripts/windows-qt put its results.
+# The target folder of scripts/windows-qt.
 if(NOT DEFINED ORVEL_WINDOWS_DEPS)
   if(DEFINED ENV{ORVEL_WINDOWS_DEPS})
     set(deps $ENV{ORVEL_WINDOWS_DEPS})
   else()
     cmake_path(SET deps NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../build/windows-deps)
   endif()
-  set(ORVEL_WINDOWS_DEPS ${deps} CACHE PATH "What scripts/windows-qt made")
+  set(ORVEL_WINDOWS_DEPS ${deps} CACHE PATH "The target folder of scripts/windows-qt")
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVEL_WINDOWS_DEPS)
 
@@ -24,12 +24,12 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-# Static libraries alone: no file but our own is needed on the user's machine.
+# Static libraries only, so that the program needs no other files.
 set(ZLIB_LIBRARY /usr/${triplet}/lib/libz.a CACHE FILEPATH "zlib, static")
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 
-# Qt's tools that run during the build are the host's own.
+# Qt's build tools are those of the host.
 execute_process(COMMAND gcc -dumpmachine OUTPUT_VARIABLE host OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(QT_HOST_PATH /usr)
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${host}/cmake)

@@ -1,9 +1,9 @@
-# What a Windows installation consists of: one folder. `cpack` in the build folder makes a zip of it
-# and, where makensis is there, an installer.
+# The files of a Windows installation, in one folder. `cpack` in the build folder packs them as a zip
+# file and, if makensis is available, as an installer.
 install(TARGETS orvel orvel-reg vl2uzip vl2zip RUNTIME DESTINATION . LIBRARY DESTINATION .)
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION . RENAME LICENSE.txt)
 
-# The licences of all that is linked in statically. They are taken from where the parts came from.
+# The licences of all statically linked parts, from the packages of these parts.
 set(missing)
 function(orvel_licence name)
   string(MAKE_C_IDENTIFIER ORVEL_LICENCE_${name} variable)
@@ -15,7 +15,7 @@ function(orvel_licence name)
     set(missing ${missing} ${name} PARENT_SCOPE)
   endif()
 endfunction()
-set(ORVEL_LICENCES "" CACHE PATH "A folder with licences that the system does not hold")
+set(ORVEL_LICENCES "" CACHE PATH "A folder with licences that are not on the system")
 orvel_licence(Qt-LGPL-3.txt Qt-LGPL-3.txt LGPL-3)
 orvel_licence(Qt-GPL-3.txt Qt-GPL-3.txt GPL-3)
 orvel_licence(Qt-copyright.txt Qt-copyright.txt qt6-base-dev/copyright)
@@ -27,7 +27,7 @@ orvel_licence(libdeflate.txt libdeflate.txt)
 orvel_licence(GCC-copyright.txt GCC-copyright.txt gcc-mingw-w64-base/copyright)
 orvel_licence(mingw-w64.txt mingw-w64.txt mingw-w64-x86-64-dev/copyright)
 if(missing)
-  message(STATUS "No packages can be made: put ${missing} into the folder ORVEL_LICENCES")
+  message(STATUS "Packages cannot be built: put ${missing} into the folder ORVEL_LICENCES")
   return()
 endif()
 configure_file(windows/LICENCES.txt.in LICENCES.txt @ONLY NEWLINE_STYLE CRLF)
@@ -42,7 +42,7 @@ set(CPACK_PACKAGE_NAME orvel)
 set(CPACK_PACKAGE_VENDOR "The Orvel developers")
 set(CPACK_PACKAGE_FILE_NAME orvel-${PROJECT_VERSION}-windows)
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
-# The installer's script, in place of the one that comes with CPack.
+# The folder of NSIS.template.in, which replaces CPack's own.
 set(CPACK_MODULE_PATH ${CMAKE_CURRENT_SOURCE_DIR}/windows)
 set(CPACK_ORVEL_ICON ${CMAKE_BINARY_DIR}/generated/orvel.ico)
 set(CPACK_ORVEL_SITE ${ORVEL_SITE})

@@ -1,11 +1,11 @@
-"""Judges a saved archive with tools that share nothing with the program."""
+"""Checks a saved archive with tools that are independent of the program."""
 
 import subprocess
 import zipfile
 
 
 class Snapshot:
-    """What an archive holds at one moment: each entry's bytes, in order."""
+    """The entries of an archive in order, with their bytes, dates and attributes."""
 
     def __init__(self, path):
         self.path = path
@@ -21,7 +21,7 @@ class Snapshot:
             }
 
     def names_on_disk(self):
-        """Where each file's entry lies below a work folder, by entry name."""
+        """The path of each file in a work folder, by entry name."""
         return {
             name: name.replace("\\", "/")
             for name in self.names
@@ -32,30 +32,30 @@ class Snapshot:
 def compare(before, after, edited):
     """Checks that `after` is `before` with the entries in `edited` (name to bytes) replaced.
 
-    Returns what it found as sentences; raises AssertionError with what is wrong.
+    Returns the results as sentences. Raises AssertionError for a difference.
     """
     if after.names != before.names:
         raise AssertionError(
-            f"{after.path}: the entries are no longer the same: {before.names} became {after.names}"
+            f"{after.path}: the entry names changed from {before.names} to {after.names}"
         )
     for name in before.names:
         data, date, attributes = after.contents[name]
         if name in edited:
             if data == before.contents[name][0]:
-                raise AssertionError(f"{after.path}: {name} does not hold the change")
+                raise AssertionError(f"{after.path}: {name} does not contain the change")
             if data != edited[name]:
-                raise AssertionError(f"{after.path}: {name} holds something else than was saved")
+                raise AssertionError(f"{after.path}: {name} does not contain the saved bytes")
         elif (data, date, attributes) != before.contents[name]:
-            raise AssertionError(f"{after.path}: {name} changed though nobody edited it")
-    return [f"{name} holds the change" for name in edited] + [
-        f"the other {len(before.names) - len(edited)} entries are what they were: "
+            raise AssertionError(f"{after.path}: {name} changed without an edit")
+    return [f"{name} contains the change" for name in edited] + [
+        f"the other {len(before.names) - len(edited)} entries are unchanged: "
         "names, order, bytes, dates, attributes"
     ]
 
 
 def judge_with_7z(path):
-    """Raises AssertionError where 7-Zip finds anything wrong with an archive."""
+    """Raises AssertionError if 7-Zip reports an error in an archive."""
     answer = subprocess.run(["7z", "t", "-y", str(path)], capture_output=True, text=True, check=False)
     if answer.returncode or "Everything is Ok" not in answer.stdout:
-        raise AssertionError(f"{path}: 7-Zip says:\n{answer.stdout}{answer.stderr}")
-    return "7-Zip finds nothing wrong with it"
+        raise AssertionError(f"{path}: 7-Zip reports:\n{answer.stdout}{answer.stderr}")
+    return "7-Zip finds nothing wrong"

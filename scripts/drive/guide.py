@@ -1,8 +1,8 @@
-"""Makes the pictures of the guide and the README anew, from the real windows.
+"""Updates the screenshots of the guide and the README from the real windows.
 
 usage: guide.py PROGRAMS IMAGES
-  PROGRAMS  the folder that holds orvel and orvel-reg
-  IMAGES    the folder for the pictures: docs/images
+  PROGRAMS  the folder of orvel and orvel-reg
+  IMAGES    the folder for the screenshots: docs/images
 """
 
 import subprocess
@@ -11,13 +11,12 @@ import tempfile
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent))
-from archive_check import Snapshot  # noqa: E402
 from job import BOX, MAIN, Job  # noqa: E402
 from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Screen  # noqa: E402
-from tour import FILE, PICTURE, SCRIPT, SHOWN  # noqa: E402
+from tour import SHOWN, edit_files, first_start  # noqa: E402
 
-# What a modder might have chosen; nothing of it need be installed.
+# Typical programs for the settings window; they need not be installed.
 PROGRAMS = {
     "PNG": "/usr/bin/gimp",
     "JPG": "/usr/bin/gimp",
@@ -28,7 +27,7 @@ PROGRAMS = {
     "AVI": "/usr/bin/kdenlive",
 }
 
-# Pictures that are kept, by their names during the run.
+# Names of the kept screenshots, by their names during the run.
 KEPT = {
     "no-game": "no-game",
     "drop-down": "choose",
@@ -44,19 +43,8 @@ KEPT = {
 def job_with_pictures(screen, sandbox, scale):
     job = Job(screen, sandbox, scale)
     try:
-        job.see_no_game_message()
-        archive = sandbox.install_game() / FILE
-        sandbox.use_stand_in_editor()
-        sandbox.set(OWN_KEY, "tempdir", sandbox.folder / "work")
-        job.see_splash()
-        job.pick(SHOWN)
-        snapshot = Snapshot(archive)
-        job.extract(SHOWN, snapshot)
-        job.go_to_tree()
-        names = snapshot.names_on_disk()
-        for name, picture in ((SCRIPT, "script"), (PICTURE, "picture")):
-            job.select(Path(names[name]).name)
-            job.edit(SHOWN, names[name], ["Return"], picture)
+        archive = first_start(job, sandbox)
+        edit_files(job, archive)
         job.select("team.jpg")
         screen.key("Return")
         box = screen.window(BOX)
@@ -74,7 +62,7 @@ def job_with_pictures(screen, sandbox, scale):
 
 
 def keep(picture, target):
-    """The colours of a window are few; a picture with as many is small."""
+    """Stores a screenshot with a palette of 200 colours, which makes it small."""
     subprocess.run(
         ["convert", str(picture), "-strip", "+dither", "-colors", "200", f"PNG8:{target}"], check=True
     )

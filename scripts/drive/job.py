@@ -1,4 +1,4 @@
-"""Orvel's whole job, done by keyboard alone in the real windows."""
+"""Operates Orvel's real windows by keyboard."""
 
 import os
 import subprocess
@@ -13,8 +13,8 @@ BOX = r"^Orvel$"
 
 
 class Job:
-    """One run of the program. Each method is one thing that a person does; each ends when its
-    outcome can be seen, on the screen or on the disk."""
+    """One run of the program. Each method is one user action, and returns when its result is
+    visible on the screen or on the disk."""
 
     def __init__(self, screen, sandbox, scale=1):
         self.screen, self.sandbox, self.scale = screen, sandbox, scale
@@ -22,15 +22,15 @@ class Job:
         self.number = 0
 
     def picture(self, name, window=None):
-        """The next picture of the run."""
+        """Saves the next screenshot of the run."""
         self.number += 1
         self.screen.picture(f"{self.number:02}-{name}", window)
 
-    # Starting and ending.
+    # Start and exit.
 
     def start(self):
         environment = {**self.screen.environment, "QT_SCALE_FACTOR": str(self.scale)}
-        log = open(self.sandbox.folder / "orvel.log", "ab")  # its own messages, should it write any
+        log = open(self.sandbox.folder / "orvel.log", "ab")  # for messages of the program
         self.process = subprocess.Popen(
             [str(self.sandbox.programs / "orvel")],
             env=environment,
@@ -46,7 +46,7 @@ class Job:
         self.screen.settle()
         self.picture("no-game", box)
         self.screen.key("Return")
-        self.ended("the end after the message", expected=1)
+        self.ended("exit after the message", expected=1)
 
     def see_splash(self):
         self.start()
@@ -56,11 +56,11 @@ class Job:
             windows = self.screen.windows_of(self.process.pid)
             return next((window for window, seen in windows.items() if seen == size), None)
 
-        window = self.screen.wait(f"the splash window of {size}", splash, 20)
+        window = self.screen.wait(f"splash window of {size}", splash, 20)
         self.picture("splash", window)
         self.window = self.screen.window(MAIN)
         if splash():
-            self.screen.wait("the splash window's end", lambda: not splash(), 5)
+            self.screen.wait("end of the splash window", lambda: not splash(), 5)
         self.screen.settle()
         self.picture("main", self.window)
 
@@ -68,37 +68,37 @@ class Job:
         self.screen.wait(what, lambda: self.process.poll() is not None, 20)
         if self.process.returncode != expected:
             log = (self.sandbox.folder / "orvel.log").read_text(errors="replace")
-            raise Missed(f"the program ended with {self.process.returncode}; it wrote: {log}")
+            raise Missed(f"the program exited with {self.process.returncode}; its output: {log}")
 
     def close(self):
         self.screen.key("alt+F4")
-        self.ended("the program's end")
+        self.ended("exit of the program")
 
     def stop(self):
-        """Ends the program whatever it does; for when something went wrong."""
+        """Kills the program if it is still running."""
         if self.process and self.process.poll() is None:
             self.process.kill()
             self.process.wait()
 
-    # The main window. The drop-down has the keyboard at first; a button's letter moves nothing.
+    # The main window. The drop-down has the focus at first; a button's letter does not move it.
 
     def pick(self, shown):
-        """Chooses an archive in the drop-down by its name as shown."""
+        """Selects an archive in the drop-down by its shown name."""
         before = self.screen.settle()
         self.screen.key("alt+Down")
-        self.screen.wait("the list of archives", lambda: self.screen.grab() != before)
+        self.screen.wait("list of archives", lambda: self.screen.grab() != before)
         self.screen.settle()
         self.picture("drop-down", self.window)
         self.screen.type(shown)
         self.screen.key("Return")
-        self.screen.wait("the listing", lambda: self.screen.settle() != before)
+        self.screen.wait("listing", lambda: self.screen.settle() != before)
         self.picture("listed", self.window)
 
     def work_folder(self, shown):
         return self.sandbox.work_folders() / shown
 
     def extract(self, shown, snapshot):
-        """Extract: every file of the archive is in the work folder, whole."""
+        """Presses Extract and waits until each file is complete in the work folder."""
         self.screen.key("alt+e")
         folder = self.work_folder(shown)
 
@@ -109,51 +109,51 @@ class Job:
                     return False
             return True
 
-        self.screen.wait(f"every file of {shown} in {folder}", complete)
+        self.screen.wait(f"complete files of {shown} in {folder}", complete)
         self.screen.settle()
         self.picture("extracted", self.window)
 
     def go_to_tree(self):
-        """From the drop-down, past Save Changes and Cancel."""
+        """Moves the focus from the drop-down past Save Changes and Cancel."""
         self.screen.key("Tab", "Tab", "Tab")
 
     def select(self, name):
-        """Goes to a file in the tree by typing its name there."""
-        time.sleep(1)  # what is typed within a second goes on with the name typed before
+        """Selects a file in the tree by typing its name."""
+        time.sleep(1)  # letters within a second continue the previous name
         self.screen.type(name)
         self.screen.settle()
 
     def select_first_in(self, folder):
-        """Opens a folder and goes to the first file in it. A name with letters that are on no key
-        takes long to type, and on a busy machine the tree takes a late letter for a new name."""
+        """Opens a folder and selects its first file. For names with letters that are on no key:
+        these are typed slowly, and under load the tree starts a new name with a late letter."""
         self.select(folder)
         self.screen.key("Right", "Down")
         self.screen.settle()
 
     def edit(self, shown, path, keys, name):
-        """Opens the selected file in its editor and waits until that has changed it."""
+        """Opens the selected file in its editor and waits until it is changed."""
         self.picture(name, self.window)
         count = len(self.sandbox.edited_files())
         self.screen.key(*keys)
-        files = self.screen.wait("the editor's work", lambda: self.sandbox.edited_files()[count:])
+        files = self.screen.wait("change by the editor", lambda: self.sandbox.edited_files()[count:])
         expected = self.work_folder(shown) / path
         if files != [expected]:
-            raise Missed(f"the editor was given {files}, not {expected}")
+            raise Missed(f"the editor opened {files}, not {expected}")
         return expected.read_bytes()
 
     def gone(self, shown):
-        """Waits until the work folder holds no file; a folder without editable files may stay."""
+        """Waits until the work folder contains no files; empty folders may remain."""
         folder = self.work_folder(shown)
 
         def empty():
-            # os.walk passes over a folder that is removed during the walk.
+            # os.walk skips a folder that is removed during the walk.
             return not any(files for _, _, files in os.walk(folder))
 
-        self.screen.wait(f"the end of the files in {folder}", empty)
+        self.screen.wait(f"empty folder {folder}", empty)
         self.screen.settle()
 
     def save(self, shown, archive):
-        """Save Changes: the archive is another file, and the work folder is gone."""
+        """Saves, and waits until the archive is replaced and the work folder is empty."""
         before = archive.stat()
         self.press_save_changes()
 
@@ -161,12 +161,12 @@ class Job:
             now = archive.stat()
             return (now.st_ino, now.st_mtime_ns) != (before.st_ino, before.st_mtime_ns)
 
-        self.screen.wait(f"a new {archive.name}", replaced)
+        self.screen.wait(f"new {archive.name}", replaced)
         self.gone(shown)
         self.picture("saved", self.window)
 
     def press_save_changes(self):
-        """From the tree, back past Cancel. Its letter is also that of Settings."""
+        """Moves the focus from the tree back past Cancel, since Settings has the same letter."""
         self.screen.key("shift+Tab", "shift+Tab", "space")
 
     def cancel(self, shown):
@@ -175,11 +175,11 @@ class Job:
         self.picture("cancelled", self.window)
 
     def see_settings(self):
-        """Opens the settings window and leaves it as it was."""
+        """Opens the settings window and closes it without a change."""
         self.screen.key("alt+s")
         window = self.screen.window(SETTINGS)
         self.screen.settle()
         self.picture("settings", window)
         self.screen.key("Escape")
-        self.screen.wait("the end of the settings", lambda: not self.screen.find(SETTINGS))
+        self.screen.wait("end of the settings window", lambda: not self.screen.find(SETTINGS))
         self.screen.window(MAIN)

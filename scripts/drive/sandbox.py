@@ -1,4 +1,4 @@
-"""A folder of its own for a run of Orvel: settings, a sample game, a stand-in editor."""
+"""A separate folder for a run of Orvel: settings, a sample game, a stand-in editor."""
 
 import os
 import shutil
@@ -13,7 +13,7 @@ GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
 OWN_KEY = r"SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel"
 
 
-# Colours as a desktop keeps them for its programs: what they are for, ground, text.
+# KDE colour groups: background, text.
 DARK = {
     "Window": ("42,46,50", "252,252,252"),
     "View": ("27,30,32", "252,252,252"),
@@ -24,7 +24,7 @@ DARK = {
 
 
 class Sandbox:
-    """Everything that Orvel reads and writes, below one folder. `programs` holds its programs."""
+    """All files that Orvel reads and writes, in one folder. `programs` contains the executables."""
 
     def __init__(self, folder, programs):
         self.folder = Path(folder).resolve()
@@ -44,7 +44,7 @@ class Sandbox:
         shutil.copy(Path(__file__).resolve().parent / "stand_in_editor", self.editor)
 
     def set(self, key, name, text):
-        """Stores a setting with the program's own command."""
+        """Stores a setting with orvel-reg."""
         command = [str(self.programs / "orvel-reg"), "add", key, name, str(text)]
         subprocess.run(command, env=self.environment, check=True)
 
@@ -56,7 +56,7 @@ class Sandbox:
         return answer.stdout.rstrip("\n")
 
     def install_game(self):
-        """Makes the sample game and registers it; returns the folder of its archives."""
+        """Creates and registers the sample game. Returns the folder of its archives."""
         base = make_game(self.folder / "game")
         self.set(GAME_KEY, "directory", self.folder / "game")
         return base
@@ -66,7 +66,7 @@ class Sandbox:
             self.set(OWN_KEY + r"\Programs", kind, self.editor)
 
     def use_dark_colours(self):
-        """Makes the desktop one whose windows are dark."""
+        """Configures a desktop with dark colours."""
         groups = [
             f"[Colors:{name}]\nBackgroundNormal={ground}\nForegroundNormal={text}\n"
             for name, (ground, text) in DARK.items()
@@ -79,7 +79,7 @@ class Sandbox:
         )
 
     def work_folders(self):
-        """The folder above every work folder, as the program has set it."""
+        """The parent of the work folders, from the program's settings."""
         return Path(self.get(OWN_KEY, "tempdir").replace("\\", "/"))
 
     def edited_files(self):

@@ -1,4 +1,4 @@
-"""A virtual screen with a window manager, and what a person at a keyboard can do there."""
+"""A virtual display with a window manager, keyboard input and screenshots."""
 
 import os
 import re
@@ -9,13 +9,13 @@ from pathlib import Path
 
 
 class Missed(Exception):
-    """Something that had to happen did not happen in time."""
+    """An expected event did not happen in time."""
 
 
 class Screen:
-    """An X server of its own with a window manager, from `with` to the end of its block.
+    """A context manager for a separate X server with a window manager.
 
-    `environment` is what programs started there get; `pictures` is where pictures go.
+    `environment` is for programs on this display; `pictures` is the folder for screenshots.
     """
 
     def __init__(self, environment, pictures, size="1024x768", manager="openbox"):
@@ -29,21 +29,21 @@ class Screen:
     def __enter__(self):
         self.pictures.mkdir(parents=True, exist_ok=True)
         readable, writable = os.pipe()
-        # The server starts over when its last client leaves, unless told not to: the first question
-        # whether there is a manager would throw out a manager that connects at that moment.
+        # Without -noreset the server resets after its last client disconnects. The first query for
+        # a window manager would then disconnect a manager that connects at that moment.
         server = ["Xvfb", "-noreset", "-nolisten", "tcp", "-displayfd", str(writable)]
         self._start([*server, "-screen", "0", f"{self.size}x24"], pass_fds=[writable])
         os.close(writable)
         with os.fdopen(readable) as answer:
             if not select.select([answer], [], [], 30)[0] or not (number := answer.readline()):
                 self.__exit__()
-                raise Missed("the virtual screen did not start")
+                raise Missed("the virtual display did not start")
         self.environment["DISPLAY"] = ":" + number.strip()
         if self.manager is None:
             return self
         self._start([self.manager, "--sm-disable"])
         try:
-            self.wait("the window manager", self._has_window_manager)
+            self.wait("window manager", self._has_window_manager)
         except Missed:
             self.__exit__()
             raise
@@ -72,37 +72,37 @@ class Screen:
         )
 
     def _has_window_manager(self):
-        return "window id" in self._ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK")
+        return "window id" in self._run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK")
 
-    def _ask(self, *command):
-        """What a command prints; nothing where it fails."""
+    def _run(self, *command):
+        """The output of a command; empty if it fails."""
         answer = subprocess.run(
             command, env=self.environment, capture_output=True, text=True, timeout=30, check=False
         )
         return answer.stdout if answer.returncode == 0 else ""
 
     def wait(self, what, condition, seconds=30):
-        """Returns the condition's value as soon as it is true; takes a picture where it never is."""
+        """Returns the condition's value when it is true; takes a screenshot after a timeout."""
         end = time.monotonic() + seconds
         while not (value := condition()):
             if time.monotonic() > end:
-                where = self.picture("failure") if "DISPLAY" in self.environment else "none"
-                raise Missed(f"{what} did not come within {seconds} s; picture: {where}")
+                path = self.picture("failure") if "DISPLAY" in self.environment else "none"
+                raise Missed(f"timeout after {seconds} s: {what}; screenshot: {path}")
             time.sleep(0.03)
         return value
 
     def find(self, title, process=None):
         """The visible window whose title matches a pattern, or None."""
         options = ["--all", "--pid", str(process)] if process else []
-        found = self._ask("xdotool", "search", "--onlyvisible", *options, "--name", title).split()
+        found = self._run("xdotool", "search", "--onlyvisible", *options, "--name", title).split()
         return found[0] if found else None
 
     def window(self, title, seconds=30):
-        """Waits for a window by its title and for the keyboard to be in it."""
-        window = self.wait(f"the window {title}", lambda: self.find(title), seconds)
+        """Waits until the window with this title is active."""
+        window = self.wait(f"window {title}", lambda: self.find(title), seconds)
         self.wait(
-            f"the keyboard in {title}",
-            lambda: self._ask("xdotool", "getactivewindow").strip() == window,
+            f"keyboard focus in {title}",
+            lambda: self._run("xdotool", "getactivewindow").strip() == window,
             seconds,
         )
         return window
@@ -110,41 +110,41 @@ class Screen:
     def windows_of(self, process):
         """The visible windows of a process, by id, with their (width, height)."""
         sizes = {}
-        shown = self._ask("xdotool", "search", "--onlyvisible", "--all", "--pid", str(process), "")
+        shown = self._run("xdotool", "search", "--onlyvisible", "--all", "--pid", str(process), "")
         for window in shown.split():
-            geometry = self._ask("xdotool", "getwindowgeometry", "--shell", window)
+            geometry = self._run("xdotool", "getwindowgeometry", "--shell", window)
             numbers = dict(re.findall(r"(WIDTH|HEIGHT)=(\d+)", geometry))
             if len(numbers) == 2:
                 sizes[window] = (int(numbers["WIDTH"]), int(numbers["HEIGHT"]))
         return sizes
 
     def key(self, *keys):
-        """Presses keys, one after the other, in whatever window has the keyboard."""
+        """Presses keys, one after the other, in the active window."""
         subprocess.run(
             ["xdotool", "key", "--delay", "40", *keys], env=self.environment, check=True
         )
 
     def type(self, text):
-        """Types a text as one would: quickly, letter by letter."""
-        # What is on no key gets one for a moment, which the program must have read by then.
+        """Types a text quickly, letter by letter."""
+        # xdotool maps other characters to a key for a moment, in which the program must read it.
         delay = "25" if text.isascii() else "120"
         subprocess.run(
             ["xdotool", "type", "--delay", delay, text], env=self.environment, check=True
         )
 
     def pointer(self):
-        """Where the mouse pointer is."""
-        return self._ask("xdotool", "getmouselocation").split(" window")[0]
+        """The position of the mouse pointer."""
+        return self._run("xdotool", "getmouselocation").split(" window")[0]
 
     def grab(self):
-        """All that the screen shows, as bytes that can be compared."""
+        """A screenshot as bytes, for comparison."""
         command = ["import", "-silent", "-window", "root", "ppm:-"]
         return subprocess.run(
             command, env=self.environment, capture_output=True, check=True
         ).stdout
 
     def settle(self, seconds=30):
-        """Waits until the screen shows the same for a while; returns what it shows."""
+        """Waits until the screen stops changing. Returns a screenshot as bytes."""
         end = time.monotonic() + seconds
         shown = self.grab()
         while time.monotonic() < end:
@@ -152,14 +152,14 @@ class Screen:
             before, shown = shown, self.grab()
             if shown == before:
                 return shown
-        raise Missed(f"the screen was never still; picture: {self.picture('failure')}")
+        raise Missed(f"the screen did not stop changing; screenshot: {self.picture('failure')}")
 
     def picture(self, name, window=None):
-        """Keeps a picture of a window with its frame, or of the whole screen."""
+        """Saves a screenshot of a window with its frame, or of the whole screen."""
         target = self.pictures / f"{name}.png"
         crop = []
         if window:
-            width, height, left, top = self._place_with_frame(window)
+            width, height, left, top = self._geometry_with_frame(window)
             crop = ["-crop", f"{width}x{height}{left:+d}{top:+d}", "+repage"]
         subprocess.run(
             ["import", "-silent", "-window", "root", *crop, str(target)],
@@ -168,14 +168,14 @@ class Screen:
         )
         return target
 
-    def _place_with_frame(self, window):
-        """Width, height, left and top of a window with what the window manager drew around it."""
-        about = self._ask("xwininfo", "-id", window)
+    def _geometry_with_frame(self, window):
+        """Width, height, left and top of a window with the window manager's frame."""
+        about = self._run("xwininfo", "-id", window)
         width, height, left, top = (
             int(re.search(label + r":\s+(-?\d+)", about)[1])
             for label in ("Width", "Height", "Absolute upper-left X", "Absolute upper-left Y")
         )
-        extents = self._ask("xprop", "-id", window, "_NET_FRAME_EXTENTS")
+        extents = self._run("xprop", "-id", window, "_NET_FRAME_EXTENTS")
         frame = [int(number) for number in re.findall(r"\d+", extents.partition("=")[2])]
         if len(frame) == 4:
             width, height = width + frame[0] + frame[1], height + frame[2] + frame[3]

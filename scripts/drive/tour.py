@@ -1,8 +1,9 @@
-"""The tour: the whole job in the real windows, a picture of each step, and what the archive holds.
+"""The tour: edits and saves an archive in the real windows, with a screenshot of each step, and
+checks the saved archive.
 
 usage: tour.py PROGRAMS PICTURES [--scale N] [--dark] [--sandbox FOLDER]
-  PROGRAMS  the folder that holds orvel and orvel-reg
-  PICTURES  the folder for the pictures
+  PROGRAMS  the folder of orvel and orvel-reg
+  PICTURES  the folder for the screenshots
 """
 
 import argparse
@@ -20,44 +21,56 @@ SCRIPT, PICTURE = "scripts/autoexec/MapPack.cs", "textures\\skins\\team.png"
 THROWN_AWAY = "readme.txt"
 
 
-def save_changes(job, archive):
-    """Picks the archive, edits a script and a picture, saves; returns what was verified."""
-    before = Snapshot(archive)
+def first_start(job, sandbox):
+    """Starts the program without and then with the sample game. Returns the archive to edit."""
+    job.see_no_game_message()
+    archive = sandbox.install_game() / FILE
+    sandbox.use_stand_in_editor()
+    sandbox.set(OWN_KEY, "tempdir", sandbox.folder / "work")
+    job.see_splash()
+    return archive
+
+
+def edit_files(job, archive):
+    """Picks and extracts the archive, edits a script and a picture. Returns the archive's snapshot
+    and the edited bytes by entry name."""
+    before, edited = Snapshot(archive), {}
     job.pick(SHOWN)
     job.extract(SHOWN, before)
     job.go_to_tree()
-    edited = {}
     for name, keys, picture in ((SCRIPT, "alt+e", "script"), (PICTURE, "Return", "picture")):
         path = before.names_on_disk()[name]
         job.select(Path(path).name)
         edited[name] = job.edit(SHOWN, path, [keys], picture)
+    return before, edited
+
+
+def save_changes(job, archive):
+    """Edits and saves the archive. Returns the checked facts."""
+    before, edited = edit_files(job, archive)
     job.save(SHOWN, archive)
     return compare(before, Snapshot(archive), edited) + [judge_with_7z(archive)]
 
 
 def throw_away(job, archive):
-    """Extracts again, edits, cancels; returns what was verified."""
+    """Extracts again, edits, cancels. Returns the checked facts."""
     before, snapshot = archive.read_bytes(), Snapshot(archive)
     job.extract(SHOWN, snapshot)
     job.select(THROWN_AWAY)
     job.edit(SHOWN, THROWN_AWAY, ["alt+e"], "thrown-away")
     job.cancel(SHOWN)
     if archive.read_bytes() != before:
-        raise AssertionError(f"{archive} changed though Cancel was pressed")
-    return ["after Cancel the archive is byte for byte what it was"]
+        raise AssertionError(f"{archive} changed after Cancel")
+    return ["after Cancel the archive is unchanged"]
 
 
 def whole_job(screen, sandbox, scale):
-    """Everything from a machine without the game to the program's end."""
+    """The whole tour, from a machine without the game to the exit of the program."""
     job = Job(screen, sandbox, scale)
     try:
-        job.see_no_game_message()
-        base = sandbox.install_game()
-        sandbox.use_stand_in_editor()
-        sandbox.set(OWN_KEY, "tempdir", sandbox.folder / "work")
-        job.see_splash()
-        found = save_changes(job, base / FILE)
-        found += throw_away(job, base / FILE)
+        archive = first_start(job, sandbox)
+        found = save_changes(job, archive)
+        found += throw_away(job, archive)
         job.see_settings()
         job.close()
     finally:
@@ -70,8 +83,8 @@ def main():
     parser.add_argument("programs", type=Path)
     parser.add_argument("pictures", type=Path)
     parser.add_argument("--scale", type=float, default=1)
-    parser.add_argument("--dark", action="store_true", help="in a desktop's dark colours")
-    parser.add_argument("--sandbox", type=Path, help="where settings and the sample game go")
+    parser.add_argument("--dark", action="store_true", help="with a desktop's dark colours")
+    parser.add_argument("--sandbox", type=Path, help="the folder for settings and the sample game")
     options = parser.parse_args()
     pictures = options.pictures.resolve()
     sandbox = Sandbox(options.sandbox or pictures / "sandbox", options.programs)
@@ -84,7 +97,7 @@ def main():
     except (Missed, AssertionError) as failure:
         print(f"The tour failed: {failure}", file=sys.stderr)
         return 1
-    print(f"Verified in {FILE}, saved by the real windows at scale {options.scale:g}:")
+    print(f"Checked in {FILE}, saved in the real windows at scale {options.scale:g}:")
     for sentence in found:
         print(f"  - {sentence}")
     return 0

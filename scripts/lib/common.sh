@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# What every script of the project begins with. To be sourced by a bash script.
+# Common functions of all scripts. Source it at the start of a bash script; it answers --help.
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
-# What installing packages calls is not on every user's path.
+# The programs that install packages are not on every user's PATH.
 PATH=$PATH:/usr/sbin:/sbin
 
 say() { printf '== %s\n' "$*"; }
@@ -13,21 +13,21 @@ fail() {
     exit 1
 }
 
-# need COMMAND PACKAGE: fails where a command is missing, and says what brings it.
+# need COMMAND PACKAGE: fails if the command is missing, and names its package.
 need() {
     command -v "$1" >/dev/null || fail "$1 is missing: install $2, or run scripts/setup"
 }
 
-# usage: prints the comment at the head of the running script.
+# usage: prints the header comment of the running script.
 usage() { sed -n '2,/^[^#]/{/^#/!d; s/^# \{0,1\}//; p}' "$0"; }
 
-# Sets SCRATCH to a folder that is gone when the script ends.
+# Sets SCRATCH to a temporary folder that is deleted when the script ends.
 scratch_folder() {
     SCRATCH=$(mktemp -d)
     trap 'rm -rf "$SCRATCH"' EXIT
 }
 
-# How many compilers run at once: one a core, fewer where each could not have its gigabyte.
+# The number of parallel compilers: one for each core, if each has 1 GB of memory.
 jobs() {
     local cores gigabytes
     cores=$(nproc)
@@ -37,7 +37,7 @@ jobs() {
     echo $((cores > 1 ? cores : 1))
 }
 
-# configure_and_build PRESET [TARGET...]: everything, where no target is named.
+# configure_and_build PRESET [TARGET...]: builds the targets, or all.
 configure_and_build() {
     local preset=$1 option=()
     shift
@@ -45,9 +45,16 @@ configure_and_build() {
     say "Configuring ($preset)"
     (cd "$ROOT" && cmake --preset "$preset" >"$ROOT/build/configure-$preset.log" 2>&1) || {
         cat "$ROOT/build/configure-$preset.log" >&2
-        fail "the build could not be configured"
+        fail "cmake failed"
     }
     say "Building ($preset)"
     cmake --build "$ROOT/build/$preset" --parallel "$(jobs)" "${option[@]}"
 }
+
 mkdir -p "$ROOT/build"
+for argument in "$@"; do
+    if [[ $argument == -h || $argument == --help ]]; then
+        usage
+        exit
+    fi
+done

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# The distribution's packages that the project needs. To be sourced after common.sh.
-# "one|other" is satisfied by either: the first that the distribution has is installed.
+# The required packages of the distribution. Source it after common.sh.
+# "one|other" requires one of the two; the first that the distribution offers is installed.
 
 packages_of() {
     case $1 in
@@ -30,7 +30,7 @@ installed() {
     [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-# missing_packages GROUP...: prints what is not installed, one (or one "a|b") a line.
+# missing_packages GROUP...: prints the missing packages (or "one|other"), one a line.
 missing_packages() {
     local group package choice
     for group in "$@"; do
@@ -43,7 +43,7 @@ missing_packages() {
     done | sort -u
 }
 
-# choose_package "one|other": the first that the distribution has.
+# choose_package "one|other": prints the first that the distribution offers.
 choose_package() {
     local choice
     for choice in ${1//|/ }; do
@@ -55,21 +55,21 @@ choose_package() {
     fail "the distribution has no package ${1//|/ or }"
 }
 
-# install_packages GROUP...: installs what is missing, and nothing where nothing is.
+# install_packages GROUP...: installs the missing packages.
 install_packages() {
-    local lacking names=() package as_root=()
-    mapfile -t lacking < <(missing_packages "$@")
-    if ((${#lacking[@]} == 0)); then return; fi
+    local absent names=() package as_root=()
+    mapfile -t absent < <(missing_packages "$@")
+    if ((${#absent[@]} == 0)); then return; fi
     command -v apt-get >/dev/null ||
-        fail "this is no Debian or its like; please install: ${lacking[*]}"
+        fail "apt-get not found: install ${absent[*]}"
     if ((EUID != 0)); then
         command -v sudo >/dev/null ||
-            fail "as root, or with sudo, please install: ${lacking[*]}"
+            fail "no root and no sudo: install ${absent[*]}"
         as_root=(sudo)
     fi
-    say "Installing ${lacking[*]}"
+    say "Installing ${absent[*]}"
     "${as_root[@]}" apt-get update -q
-    for package in "${lacking[@]}"; do names+=("$(choose_package "$package")"); done
+    for package in "${absent[@]}"; do names+=("$(choose_package "$package")"); done
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends "${names[@]}"
 }

@@ -1,4 +1,4 @@
-"""The sample game's archives: what each holds and how it is written."""
+"""The archives of the sample game."""
 
 import zipfile
 from pathlib import Path
@@ -7,13 +7,13 @@ import content
 import jpeg
 import pictures
 
-# All entries carry one date, so that a sample game is the same bytes each time.
+# All entries have one date, so that the bytes of the sample game are always the same.
 DATE = (2002, 4, 14, 12, 30, 0)
 READ_ONLY, FOLDER = 0x01, 0x10
 
 
 class Archive:
-    """Collects entries and writes them in the order in which they came."""
+    """Collects entries and writes them in this order."""
 
     def __init__(self, comment=b""):
         self.entries, self.comment = [], comment
@@ -26,7 +26,7 @@ class Archive:
         with zipfile.ZipFile(path, "w") as archive:
             for name, data, stored, attributes in self.entries:
                 entry = zipfile.ZipInfo(name, DATE)
-                entry.create_system = 0  # attributes as DOS keeps them
+                entry.create_system = 0  # DOS attributes
                 entry.external_attr = attributes
                 entry.compress_type = zipfile.ZIP_STORED if stored else zipfile.ZIP_DEFLATED
                 archive.writestr(entry, data)
@@ -89,7 +89,7 @@ def shapes():
 
 
 def map_pack():
-    """A map maker's archive, with everything that real ones are known for."""
+    """An archive with all peculiarities of real third-party archives."""
     archive = Archive(comment=b"Packed by hand")
     archive.add("readme.txt", content.README)
     archive.add("textures/", b"", stored=True, attributes=FOLDER)
@@ -122,7 +122,7 @@ ARCHIVES = {
 
 
 def make_game(folder):
-    """Writes a game installation into a folder and returns the folder that holds its archives."""
+    """Writes a sample game to a folder. Returns the folder of its archives."""
     base = Path(folder) / "GameData" / "base"
     base.mkdir(parents=True, exist_ok=True)
     for name, contents in ARCHIVES.items():

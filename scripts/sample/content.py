@@ -1,4 +1,4 @@
-"""What lies in a game's archives beside pictures: sounds, scripts, missions, compiled things."""
+"""Generators for sounds, scripts, missions and binary files of the sample game."""
 
 import math
 import random
@@ -6,7 +6,7 @@ import struct
 
 
 def wav(seconds, pitch):
-    """A 16-bit mono WAV: one struck note that dies away."""
+    """A 16-bit mono WAV: one tone with exponential decay."""
     rate = 22050
     samples = b"".join(
         struct.pack(
@@ -37,17 +37,17 @@ def wav(seconds, pitch):
 
 
 def mp3(frames):
-    """Silence as an MP3: frames of 128 kbit/s and 44.1 kHz without a single coded value."""
+    """Silence as an MP3: empty frames of 128 kbit/s and 44.1 kHz."""
     return (b"\xff\xfb\x90\xc4" + b"\0" * 413) * frames
 
 
 def noise(name, size):
-    """Bytes that do not compress, the same ones for a name each time."""
+    """Incompressible bytes, derived from the name."""
     return random.Random(name).randbytes(size)
 
 
 def terrain(name):
-    """A terrain block: 256 by 256 heights, then what covers each square."""
+    """A terrain block: 256 by 256 heights, then the texture index of each square."""
     phase = random.Random(name).uniform(0, 6)
     heights = b"".join(
         struct.pack(
@@ -62,7 +62,7 @@ def terrain(name):
 
 
 def shape(name, size):
-    """What a compiled model looks like from outside: a version, counts, then numbers."""
+    """A stand-in for a compiled model: a version, counts, then numbers."""
     numbers = random.Random(name)
     body = b"".join(struct.pack("<f", numbers.gauss(0, 4)) for _ in range(size // 4))
     return struct.pack("<IIII", 24, len(body), 0, numbers.randrange(4, 40)) + body
@@ -95,9 +95,9 @@ def mission(name):
         "//--- OBJECT WRITE BEGIN ---",
         "new SimGroup(MissionGroup) {",
     ]
-    place = random.Random(name)
+    rng = random.Random(name)
     for number in range(60):
-        position = " ".join(f"{place.uniform(-900, 900):.3f}" for _ in range(3))
+        position = " ".join(f"{rng.uniform(-900, 900):.3f}" for _ in range(3))
         lines += [
             f"   new StaticShape(Pad{number}) {{",
             f'      position = "{position}";',

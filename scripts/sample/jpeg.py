@@ -1,4 +1,4 @@
-"""A JPEG encoder of the plainest kind: baseline, three components, no subsampling."""
+"""A simple JPEG encoder: baseline, three components, no subsampling."""
 
 import math
 import struct
@@ -8,11 +8,11 @@ ZIGZAG = sorted(
     key=lambda i: (i // 8 + i % 8, i // 8 if (i // 8 + i % 8) % 2 else i % 8),
 )
 
-# How coarsely each frequency is kept, in zigzag order: finer for the low ones.
-STEPS = [2 + place // 3 for place in range(64)]
+# Quantization steps in zigzag order: finer for low frequencies.
+STEPS = [2 + k // 3 for k in range(64)]
 
-# Huffman tables by code length: how many codes of each length 1 to 16, then what they stand for.
-# Every symbol gets a code of one length, which wastes some bits and needs no statistics.
+# Huffman tables: the number of codes of each length 1 to 16, then the symbols. All codes have one
+# length, which needs no statistics and costs some bits.
 DC_SYMBOLS = list(range(12))
 AC_SYMBOLS = [run << 4 | size for size in range(1, 11) for run in range(16)] + [0x00, 0xF0]
 

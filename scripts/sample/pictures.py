@@ -1,4 +1,4 @@
-"""Real pictures, made from nothing: a landscape painted pixel by pixel, and the encoders for it."""
+"""Generated pictures: a landscape, and encoders for PNG, BMP, GIF and AVI."""
 
 import math
 import struct
@@ -6,7 +6,7 @@ import zlib
 
 
 def landscape(width, height, hue):
-    """Rows of (red, green, blue): a sky, two ridges and a sun, in the colours of `hue` (0 to 1)."""
+    """Rows of (red, green, blue): a sky, two ridges and a sun in the hue `hue` (0 to 1)."""
 
     def tint(shade, lightness):
         turn = 2 * math.pi * (hue + shade)
@@ -67,7 +67,7 @@ def bmp(rows):
 
 
 def gif(rows):
-    """A GIF of 216 colours. Its codes stay nine bits long, since the table is cleared in time."""
+    """A GIF of 216 colours. Clear codes keep the code length at nine bits."""
     width, height = len(rows[0]), len(rows)
     palette = bytes(v * 51 for i in range(216) for v in (i // 36, i // 6 % 6, i % 6))
     palette += bytes(3 * 40)
@@ -76,7 +76,7 @@ def gif(rows):
     for start in range(0, len(indexes), 250):
         codes += [256] + indexes[start : start + 250]
     codes.append(257)
-    bits = sum(code << (9 * place) for place, code in enumerate(codes))
+    bits = sum(code << (9 * index) for index, code in enumerate(codes))
     data = bits.to_bytes((9 * len(codes) + 7) // 8, "little")
     blocks = b"".join(
         bytes([len(data[at : at + 255])]) + data[at : at + 255] for at in range(0, len(data), 255)
@@ -93,7 +93,7 @@ def gif(rows):
 
 
 def avi(frames, per_second):
-    """An AVI of uncompressed pictures."""
+    """An AVI of uncompressed frames."""
 
     def chunk(kind, body):
         return kind + struct.pack("<I", len(body)) + body + b"\0" * (len(body) % 2)
