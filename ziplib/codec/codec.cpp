@@ -1,46 +1,10 @@
 #include "ziplib/codec/codec.h"
 
-#include "ziplib/format/records.h"
-
 #include <libdeflate.h>
 
 #include <new>
 
 namespace ziplib {
-
-const char *methodName(std::uint16_t method) {
-    switch (method) {
-    case kMethodStored:
-        return "Stored";
-    case 1:
-        return "Shrunk";
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-        return "Reduced";
-    case 6:
-        return "Imploded";
-    case kMethodDeflated:
-        return "Deflated";
-    case 9:
-        return "Deflate64";
-    case 12:
-        return "BZip2";
-    case 14:
-        return "LZMA";
-    case 93:
-        return "Zstandard";
-    case 95:
-        return "XZ";
-    case 98:
-        return "PPMd";
-    case 99:
-        return "AES";
-    default:
-        return "Unknown";
-    }
-}
 
 Inflater::Inflater() : m_handle(libdeflate_alloc_decompressor()) {
     if (m_handle == nullptr)

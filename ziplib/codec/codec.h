@@ -8,9 +8,6 @@
 // large streams through zlib.
 namespace ziplib {
 
-// The name of a method for listings: "Stored", "Deflated", ...; "Unknown" for one without a name.
-const char *methodName(std::uint16_t method);
-
 // The version of the library that streams, as text.
 const char *streamLibraryVersion();
 

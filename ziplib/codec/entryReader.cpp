@@ -52,7 +52,7 @@ class Reader {
     Status damaged(const char *why) const { return fail(Failure::Damaged, why); }
 
     std::size_t wholeSize() const {
-        return 30 + m_entry.nameLength + static_cast<std::size_t>(m_entry.extraLength) +
+        return kLocalSize + m_entry.nameLength + static_cast<std::size_t>(m_entry.extraLength) +
                kExtraSlack + static_cast<std::size_t>(m_entry.compressedSize);
     }
 

@@ -18,32 +18,7 @@ using platform::Status;
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
 
-// Replaces the fields that say so by their 64-bit values. The field holds only those, in this
-// order; where it is missing the 32-bit values are meant as they are.
-void applyZip64(std::string_view extra, Entry &entry) {
-    std::string_view field = findExtra(extra, kExtraZip64);
-    for (std::uint64_t *value : {&entry.size, &entry.compressedSize, &entry.localOffset}) {
-        if (*value == kZip64Sentinel && field.size() >= 8) {
-            *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
-            field.remove_prefix(8);
-        }
-    }
-}
-
 } // namespace
-
-std::string_view findExtra(std::string_view extra, std::uint16_t kind) {
-    while (extra.size() >= 4) {
-        const auto *head = reinterpret_cast<const std::uint8_t *>(extra.data());
-        const std::size_t size = get16(head + 2);
-        if (size > extra.size() - 4)
-            break;
-        if (get16(head) == kind)
-            return extra.substr(4, size);
-        extra.remove_prefix(4 + size);
-    }
-    return {};
-}
 
 Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoing) {
     m_entries.clear();
@@ -108,7 +83,7 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
             return {Failure::Cancelled, "cancelled", file.path()};
     }
     const bool signatureFollows =
-        at + 4 <= filled && get32(m_bytes.data() + at) == 0x05054B50; // a digital signature
+        at + 4 <= filled && get32(m_bytes.data() + at) == kDigitalSignature;
     if (at != m_size && !signatureFollows) {
         m_damage = {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
         m_missing = 1;
@@ -122,25 +97,26 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     const std::uint8_t *record = m_bytes.data() + at;
     if (get32(record) != kCentralSignature)
         return false;
-    entry.nameLength = get16(record + 28);
-    entry.extraLength = get16(record + 30);
-    entry.commentLength = get16(record + 32);
+    const std::uint8_t *fields = record + kCentralCommon;
+    entry.nameLength = get16(fields + commonField::kNameLength);
+    entry.extraLength = get16(fields + commonField::kExtraLength);
+    entry.commentLength = get16(record + centralField::kCommentLength);
     if (filled - at - kCentralSize <
         static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength)
         return false;
     entry.record = at;
-    entry.madeBy = get16(record + 4);
-    entry.flags = get16(record + 8);
-    entry.method = get16(record + 10);
-    entry.time = get16(record + 12);
-    entry.date = get16(record + 14);
-    entry.crc = get32(record + 16);
-    entry.compressedSize = get32(record + 20);
-    entry.size = get32(record + 24);
-    entry.internalAttributes = get16(record + 36);
-    entry.externalAttributes = get32(record + 38);
-    entry.localOffset = get32(record + 42);
-    applyZip64(extra(entry), entry);
+    entry.madeBy = get16(record + centralField::kMadeBy);
+    entry.flags = get16(fields + commonField::kFlags);
+    entry.method = get16(fields + commonField::kMethod);
+    entry.time = get16(fields + commonField::kTime);
+    entry.date = get16(fields + commonField::kDate);
+    entry.crc = get32(fields + commonField::kCrc);
+    entry.compressedSize = get32(fields + commonField::kCompressedSize);
+    entry.size = get32(fields + commonField::kSize);
+    entry.internalAttributes = get16(record + centralField::kInternalAttributes);
+    entry.externalAttributes = get32(record + centralField::kExternalAttributes);
+    entry.localOffset = get32(record + centralField::kLocalOffset);
+    applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
     // An offset that leaves the 64 bits stays what it is: past the end of any file.
     entry.localOffset += std::min(m_base, UINT64_MAX - entry.localOffset);
     return true;

@@ -21,13 +21,6 @@ struct Tail {
     std::vector<std::uint8_t> bytes;
 };
 
-bool hasSignature(const InputFile &file, std::uint64_t offset, std::uint32_t signature) {
-    std::uint8_t bytes[4];
-    std::size_t got = 0;
-    return file.readAt(offset, bytes, sizeof bytes, got).ok() && got == sizeof bytes &&
-           get32(bytes) == signature;
-}
-
 // Takes what the 64-bit record says where the short one points to it. Returns where the records
 // of the end start.
 std::uint64_t readEnd64(const InputFile &file, std::uint64_t endOffset, EndRecord &end,
@@ -42,16 +35,16 @@ std::uint64_t readEnd64(const InputFile &file, std::uint64_t endOffset, EndRecor
         return endOffset;
     // Data put in front shifts the record; then it lies right before its locator.
     const std::uint64_t beside = endOffset - kLocator64Size - kEnd64Size;
-    const std::uint64_t told = get64(locator + 8);
+    const std::uint64_t told = get64(locator + locatorField::kEnd64Offset);
     for (const std::uint64_t offset : {told, beside}) {
         std::uint8_t record[kEnd64Size];
         if (offset > beside || !file.readAt(offset, record, sizeof record, got).ok() ||
             got != sizeof record || get32(record) != kEnd64Signature)
             continue;
-        end.count = get64(record + 32);
+        end.count = get64(record + end64Field::kEntries);
         end.countMask = UINT64_MAX;
-        end.directorySize = get64(record + 40);
-        declared = get64(record + 48);
+        end.directorySize = get64(record + end64Field::kDirectorySize);
+        declared = get64(record + end64Field::kDirectoryOffset);
         return offset;
     }
     return endOffset;
@@ -86,7 +79,7 @@ void settleBase(const InputFile &file, EndRecord &end) {
     if (end.base == 0 || end.directorySize == 0 ||
         !file.readAt(end.directory, record, sizeof record, got).ok() || got != sizeof record)
         return;
-    const std::uint64_t offset = get32(record + 42);
+    const std::uint64_t offset = get32(record + centralField::kLocalOffset);
     if (offset != kZip64Sentinel && !hasSignature(file, end.base + offset, kLocalSignature) &&
         hasSignature(file, offset, kLocalSignature))
         end.base = 0;
@@ -96,11 +89,11 @@ void settleBase(const InputFile &file, EndRecord &end) {
 std::optional<EndRecord> readCandidate(const InputFile &file, const Tail &tail, std::size_t at) {
     const std::uint8_t *record = tail.bytes.data() + at;
     const std::size_t behind = tail.bytes.size() - at - kEndSize;
-    const std::size_t commentSize = get16(record + 20);
+    const std::size_t commentSize = get16(record + endField::kCommentLength);
     EndRecord end;
-    end.count = get16(record + 10);
-    end.directorySize = get32(record + 12);
-    std::uint64_t declared = get32(record + 16);
+    end.count = get16(record + endField::kEntries);
+    end.directorySize = get32(record + endField::kDirectorySize);
+    std::uint64_t declared = get32(record + endField::kDirectoryOffset);
     const std::uint64_t endOffset = readEnd64(file, tail.start + at, end, declared);
     if (!placeDirectory(file, endOffset, declared, end))
         return std::nullopt;

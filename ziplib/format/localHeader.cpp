@@ -39,28 +39,26 @@ bool fits(std::uint64_t local, std::uint64_t told, bool described) {
     return local == told || (described && (local == 0 || local == kZip64Sentinel));
 }
 
-Status compare(const Directory &directory, const Entry &entry, const std::uint8_t *head,
-               std::string_view name, std::string_view extra) {
-    if (!sameName(name, directory.rawName(entry)))
+// `head` is the whole local header.
+Status compare(const Directory &directory, const Entry &entry, const std::uint8_t *head) {
+    const std::uint8_t *fields = head + kLocalCommon;
+    const std::string_view all(reinterpret_cast<const char *>(head), localHeaderSize(head));
+    const std::size_t nameLength = get16(fields + commonField::kNameLength);
+    if (!sameName(all.substr(kLocalSize, nameLength), directory.rawName(entry)))
         return disagreement(directory, entry, "name");
-    if (get16(head + 8) != entry.method)
+    if (get16(fields + commonField::kMethod) != entry.method)
         return disagreement(directory, entry, "method");
-    const std::uint16_t flags = get16(head + 6);
+    const std::uint16_t flags = get16(fields + commonField::kFlags);
     if (((flags ^ entry.flags) & kFlagEncrypted) != 0)
         return disagreement(directory, entry, "encryption");
-    std::uint64_t size = get32(head + 22);
-    std::uint64_t packed = get32(head + 18);
-    std::string_view field = findExtra(extra, kExtraZip64);
-    for (std::uint64_t *value : {&size, &packed}) {
-        if (*value == kZip64Sentinel && field.size() >= 8) {
-            *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
-            field.remove_prefix(8);
-        }
-    }
+    std::uint64_t size = get32(fields + commonField::kSize);
+    std::uint64_t compressedSize = get32(fields + commonField::kCompressedSize);
+    applyZip64(all.substr(kLocalSize + nameLength), {&size, &compressedSize});
     const bool described = ((flags | entry.flags) & kFlagDescriptor) != 0;
-    if (!fits(size, entry.size, described) || !fits(packed, entry.compressedSize, described))
+    if (!fits(size, entry.size, described) ||
+        !fits(compressedSize, entry.compressedSize, described))
         return disagreement(directory, entry, "size");
-    if (!fits(get32(head + 14), entry.crc, described))
+    if (!fits(get32(fields + commonField::kCrc), entry.crc, described))
         return disagreement(directory, entry, "checksum");
     return {};
 }
@@ -74,14 +72,9 @@ Status checkLocal(const InputFile &file, const Directory &directory, const Entry
         if (got >= kLocalSize && get32(bytes) != kLocalSignature)
             return disagreement(directory, entry, "place");
         if (got >= kLocalSize) {
-            const std::size_t nameLength = get16(bytes + 26);
-            const std::size_t extraLength = get16(bytes + 28);
-            headSize = kLocalSize + nameLength + extraLength;
-            if (got >= headSize) {
-                const auto *text = reinterpret_cast<const char *>(bytes);
-                return compare(directory, entry, bytes, {text + kLocalSize, nameLength},
-                               {text + kLocalSize + nameLength, extraLength});
-            }
+            headSize = localHeaderSize(bytes);
+            if (got >= headSize)
+                return compare(directory, entry, bytes);
         }
         if (attempt == 0) {
             own.resize(kLocalSize + 2 * std::size_t{kZip64Sentinel16});

@@ -10,7 +10,6 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::uint32_t kDosFolder = 0x10;
 constexpr std::int64_t kSecond = 1'000'000'000;
 
 const std::uint8_t *bytes(std::string_view field) {
@@ -54,7 +53,8 @@ bool Directory::isFolder(const Entry &entry) const {
     if (!raw.empty() && (raw.back() == '/' || raw.back() == '\\'))
         return true;
     const std::uint32_t type = fileType(entry);
-    const bool marked = type == 0 ? (entry.externalAttributes & kDosFolder) != 0 : type == 0040000U;
+    const bool marked =
+        type == 0 ? (entry.externalAttributes & kExternalFolder) != 0 : type == 0040000U;
     return marked && entry.size == 0 && !raw.empty();
 }
 

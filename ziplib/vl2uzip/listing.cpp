@@ -1,6 +1,5 @@
 #include "ziplib/vl2uzip/listing.h"
 
-#include "ziplib/codec/codec.h"
 #include "ziplib/format/dosTime.h"
 
 namespace ziplib {
