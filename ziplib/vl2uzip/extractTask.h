@@ -15,8 +15,7 @@ namespace ziplib {
 struct TaskContext {
     Source source;
     std::vector<std::unique_ptr<Scratch>> scratch; // one for each worker, one for the caller
-    platform::KeepGoing keepGoing;
-    std::atomic<Times> times{Times::Unknown}; // of the target's disk
+    std::atomic<Times> times{Times::Unknown};      // of the target's disk
     OwnFiles own;
 };
 
@@ -48,6 +47,7 @@ class ExtractTask : public Pipeline::Task {
 
   private:
     platform::Status perform(Scratch &scratch) const;
+    platform::Status read(Scratch &scratch, FileSink *sink) const;
 
     TaskContext &m_context;
 };

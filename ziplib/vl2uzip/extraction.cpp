@@ -55,7 +55,7 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
                        const Request &request, Caller &caller, CallResult &outcome)
     : m_directory(directory), m_request(request), m_caller(caller), m_outcome(outcome),
       m_extents(file, directory),
-      m_budget(kLargeMemory), m_context{{file, directory, m_extents, m_budget}, {}, {}, {}, {}},
+      m_budget(kLargeMemory), m_context{{file, directory, &m_extents, &m_budget, {}}, {}, {}, {}},
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
@@ -69,7 +69,7 @@ void Extraction::runTasks(const Plan &plan) {
     m_context.scratch.resize(m_pipeline->workers() + 1);
     // Where the caller's thread does the work, it must also keep the program alive meanwhile.
     const bool alone = m_pipeline->isInline();
-    m_context.keepGoing = [this, alone] {
+    m_context.source.keepGoing = [this, alone] {
         if (alone)
             m_caller.tick();
         return !m_stopped.load(std::memory_order_relaxed);

@@ -1,5 +1,8 @@
 #include "ziplib/vl2uzip/fileSink.h"
 
+#include "ziplib/common/buffer.h"
+#include "ziplib/common/objectPool.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -11,7 +14,6 @@ namespace {
 
 // As much of the data as is looked at to tell text from other files.
 constexpr std::size_t kLooked = 64U << 10;
-constexpr std::size_t kKeptScratch = 512U << 10;
 // The coarsest step in which a disk counts time, and the years that every disk knows, in ns.
 constexpr std::int64_t kTimeStep = 2'000'000'000;
 constexpr std::int64_t kYear1980 = 315'619'200'000'000'000;
@@ -38,12 +40,12 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     if (!m_lineEnds)
         return m_file.write(data, size);
     constexpr std::size_t kChunk = 128U << 10;
+    const Loan<Bytes> converted;
+    converted->resize(LineEndConverter::room(kChunk));
     while (size > 0) {
         const std::size_t now = std::min(size, kChunk);
-        std::uint8_t *out =
-            m_scratch.reserve(std::min(LineEndConverter::room(kChunk), kKeptScratch));
-        const std::size_t length = m_lineEnds->convert(data, now, out);
-        if (Status status = m_file.write(out, length); !status.ok())
+        const std::size_t length = m_lineEnds->convert(data, now, converted->data());
+        if (Status status = m_file.write(converted->data(), length); !status.ok())
             return status;
         data += now;
         size -= now;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "storage/storage.h"
-#include "ziplib/codec/entryReader.h"
 #include "ziplib/codec/lineEnds.h"
 #include "ziplib/vl2uzip/ownFiles.h"
 
@@ -18,7 +17,7 @@ enum class Times { Unknown, Kept, Lost };
 // Writes an entry's data to a new file, which gets its name in finish() and is gone without it. On
 // a disk that loses times the data is made durable first: what a power cut leaves of a file that
 // has not its entry's time cannot be told from an edit.
-class FileSink : public Sink {
+class FileSink {
   public:
     struct ArchiveReplacement {
         const platform::Folder &folder;
@@ -33,10 +32,9 @@ class FileSink : public Sink {
         OwnFiles *own = nullptr; // gets the file before it has its name
     };
 
-    FileSink(const ArchiveReplacement &target, Buffer &scratch)
-        : m_target(target), m_scratch(scratch) {}
+    explicit FileSink(const ArchiveReplacement &target) : m_target(target) {}
 
-    platform::Status write(const std::uint8_t *data, std::size_t size) override;
+    platform::Status write(const std::uint8_t *data, std::size_t size);
     platform::Status finish();
 
   private:
@@ -44,7 +42,6 @@ class FileSink : public Sink {
     bool keepsTime();
 
     const ArchiveReplacement &m_target;
-    Buffer &m_scratch;
     platform::NewFile m_file;
     bool m_started = false;
     std::optional<LineEndConverter> m_lineEnds;
