@@ -31,8 +31,8 @@ EntryReader::EntryReader(const Source &source, std::size_t index,
       m_cipher(cipher), m_scratch(scratch) {}
 
 EntryReader::~EntryReader() {
-    m_scratch.compressed.shrink(kFreeMemory);
-    m_scratch.plain.shrink(kFreeMemory);
+    shrink(m_scratch.compressed, kFreeMemory);
+    shrink(m_scratch.plain, kFreeMemory);
 }
 
 Status EntryReader::fail(Failure kind, const char *why) const {
@@ -118,7 +118,7 @@ Status EntryReader::start() {
 // Local header and data come with one read.
 Status EntryReader::readWhole() {
     const std::size_t room = wholeSize();
-    std::uint8_t *bytes = m_scratch.compressed.reserve(room);
+    std::uint8_t *bytes = reserve(m_scratch.compressed, room);
     std::size_t got = 0;
     std::size_t headSize = 0;
     if (Status status = m_source.file.readAt(m_entry.localOffset, bytes, room, got); !status.ok())
@@ -150,7 +150,7 @@ Status EntryReader::readWhole() {
     const std::uint8_t *plain = compressed;
     // Some tools write an empty file as deflated, without any data.
     if (isDeflated() && size + compressedSize > 0) {
-        std::uint8_t *out = m_scratch.plain.reserve(std::max<std::size_t>(size, 1));
+        std::uint8_t *out = reserve(m_scratch.plain, std::max<std::size_t>(size, 1));
         if (!m_scratch.inflater.inflate(compressed, compressedSize, out, size))
             return damaged("is damaged");
         plain = out;
@@ -163,7 +163,7 @@ Status EntryReader::readWhole() {
 
 Status EntryReader::readInput() {
     const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(kStreamStep, m_left));
-    std::uint8_t *in = m_scratch.compressed.reserve(kStreamStep);
+    std::uint8_t *in = reserve(m_scratch.compressed, kStreamStep);
     std::size_t got = 0;
     if (Status status = m_source.file.readAt(m_position, in, size, got); !status.ok())
         return status;
@@ -192,7 +192,7 @@ Status EntryReader::readStream() {
         }
         if (!m_inflater)
             return give(std::exchange(m_input, Chunk()));
-        std::uint8_t *out = m_scratch.plain.reserve(kStreamStep);
+        std::uint8_t *out = reserve(m_scratch.plain, kStreamStep);
         const StreamStep step = m_inflater->step(m_input.data(), m_input.size(), out, kStreamStep);
         if (step.failed)
             return damaged("is damaged");

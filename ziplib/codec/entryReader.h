@@ -29,8 +29,8 @@ struct Source {
 
 // Buffers that one thread keeps from entry to entry.
 struct Scratch {
-    Buffer compressed;
-    Buffer plain;
+    Bytes compressed;
+    Bytes plain;
     Inflater inflater;
 };
 

@@ -40,7 +40,7 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
         m_damage = {Failure::EndsEarly, file.path() + " ends early, in its comment", file.path()};
     if (m_size > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
-    m_bytes.reserve(static_cast<std::size_t>(m_size));
+    reserve(m_bytes, static_cast<std::size_t>(m_size));
     m_entries.reserve(static_cast<std::size_t>(std::min(end.count, m_size / kCentralSize)));
     if (Status status = readRecords(file, keepGoing); !status.ok()) {
         m_entries.clear();

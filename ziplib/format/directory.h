@@ -81,7 +81,7 @@ class Directory {
     bool parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry);
     std::string_view slice(std::uint64_t at, std::size_t size) const;
 
-    Buffer m_bytes;
+    Bytes m_bytes;
     std::vector<Entry> m_entries;
     std::string m_comment;
     std::uint64_t m_base = 0;
