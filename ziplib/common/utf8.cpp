@@ -55,7 +55,14 @@ constexpr std::array<Range, 25> kCapitals = {{
 
 } // namespace
 
+bool isAscii(std::string_view text) {
+    return std::none_of(
+        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
 bool isUtf8(std::string_view text) {
+    if (isAscii(text)) // most names
+        return true;
     char32_t value = 0;
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = decode(text, at, value);

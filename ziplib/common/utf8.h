@@ -6,7 +6,9 @@
 
 namespace ziplib {
 
-// True where the bytes are well-formed UTF-8: no overlong forms, no surrogates.
+bool isAscii(std::string_view text);
+
+// True if the bytes are well-formed UTF-8: no overlong forms, no surrogates.
 bool isUtf8(std::string_view text);
 
 // Reads the character at `at` and moves `at` behind it. A byte that is not part of a well-formed

@@ -24,16 +24,11 @@ constexpr std::array<char16_t, 128> kCodePage437 = {
     0x221E, 0x03C6, 0x03B5, 0x2229, 0x2261, 0x00B1, 0x2265, 0x2264, 0x2320, 0x2321, 0x00F7, 0x2248,
     0x00B0, 0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0};
 
-bool isAscii(std::string_view text) {
-    return std::none_of(
-        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
-}
-
 } // namespace
 
 std::string decodeName(std::string_view raw) {
     std::string path;
-    if (isAscii(raw) || isUtf8(raw)) {
+    if (isUtf8(raw)) {
         path = raw;
     } else {
         path.reserve(raw.size() * 2);

@@ -2,6 +2,7 @@
 
 #include "ziplib/common/orderedParallelFor.h"
 #include "ziplib/common/threadPool.h"
+#include "ziplib/common/utf8.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -16,11 +17,6 @@ namespace {
 constexpr std::uint64_t kBudget = 80U << 20U;
 // What any file costs beside its own bytes.
 constexpr std::uint64_t kOverhead = 4096;
-
-bool isAscii(std::string_view text) {
-    return std::all_of(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 std::string outcomeText(const Task &task) {
     if (task.folder || task.packing.method == kMethodStored)
