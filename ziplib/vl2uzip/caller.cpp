@@ -11,7 +11,7 @@ namespace ziplib {
 
 namespace {
 
-// Well below what is promised, so that a step that runs over still keeps the promise.
+// Well below the promised 50 ms, so that a longer step still keeps the promise.
 constexpr std::chrono::milliseconds kHeartbeat{20};
 
 constexpr std::int32_t kAnswerReplace = 102;
@@ -23,14 +23,15 @@ Small clipped(std::uint64_t value) {
     return static_cast<Small>(std::min<std::uint64_t>(value, std::numeric_limits<Small>::max()));
 }
 
-} // namespace
-
+// Share of `size` that compression saved, in percent.
 std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize) {
     if (size == 0 || compressedSize >= size)
         return 0;
     const double saved = static_cast<double>(size - compressedSize) / static_cast<double>(size);
     return static_cast<std::int32_t>(std::lround(100.0 * saved));
 }
+
+} // namespace
 
 Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
     : m_functions(functions), m_quiet(quiet) {}

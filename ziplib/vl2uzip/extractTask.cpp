@@ -17,9 +17,9 @@ Status ExtractTask::perform(Scratch &scratch) const {
         return read(scratch, nullptr);
     const Directory &directory = m_context.source.directory;
     const Entry &entry = directory.entries()[index];
-    // In a new folder every file is one of this call.
+    // In a folder that this call made, every file is its own.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
-    const FileSink::ArchiveReplacement target{
+    const FileSink::Target target{
         folder->folder,  m_context.times,           name,
         replace,         directory.modified(entry), directory.attributes(entry),
         convertLineEnds, entry.isMarkedText(),      own};
@@ -54,7 +54,7 @@ void ExtractTask::run(unsigned worker) noexcept {
             scratch = std::make_unique<Scratch>();
         status = perform(*scratch);
     } catch (const std::bad_alloc &) {
-        status.kind = Failure::Resources; // a text would need memory
+        status.kind = Failure::Resources; // a message would need memory
     } catch (const std::exception &) {
         status.kind = Failure::Io;
     }

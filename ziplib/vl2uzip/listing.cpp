@@ -25,7 +25,7 @@ Caller::Listed describe(const Entry &entry) {
 } // namespace
 
 void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
-                 CallResult &outcome) {
+                 CallResult &result) {
     std::uint64_t size = 0;
     std::uint64_t compressedSize = 0;
     std::uint64_t count = 0;
@@ -40,21 +40,21 @@ void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
         caller.tick();
     }
     caller.setTotals(size, compressedSize, count, directory.archiveComment().size());
-    reportUnmatched(filter, count > 0, caller, outcome);
+    reportUnmatched(filter, count > 0, caller, result);
 }
 
 void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
-                     CallResult &outcome) {
+                     CallResult &result) {
     if (!filter.isSelective())
         return;
     for (const std::string &name : filter.unmatched()) {
         const std::string message = name + " is not in the archive";
         caller.warn(message);
-        outcome.add(ReturnCode::Warnings, message);
-        outcome.addMissing(1);
+        result.add(ReturnCode::Warnings, message);
+        result.addMissing(1);
     }
     if (!anyMatched)
-        outcome.replace(ReturnCode::NothingMatched, "none of the names is in the archive");
+        result.replace(ReturnCode::NothingMatched, "none of the names is in the archive");
 }
 
 } // namespace ziplib

@@ -7,12 +7,11 @@
 
 namespace ziplib {
 
-// Tells the caller every entry that the filter accepts, in stored order, folders included.
+// Reports every entry that the filter accepts to the caller, in stored order, folders included.
 void listEntries(const Directory &directory, NameFilter &filter, Caller &caller,
-                 CallResult &outcome);
+                 CallResult &result);
 
-// Says which of the given names fitted nothing, and whether any did.
-void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
-                     CallResult &outcome);
+// Warns about each wanted name that matched nothing; the result is NothingMatched if none did.
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller, CallResult &result);
 
 } // namespace ziplib

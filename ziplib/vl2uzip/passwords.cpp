@@ -7,6 +7,8 @@ using platform::Status;
 
 namespace {
 
+constexpr int kMostTries = 3; // for one entry
+
 // True in `fits` if the entry's encryption header fits the cipher. A wrong password does in one
 // case of 256.
 Status checkPassword(const Source &source, std::size_t index, Cipher cipher, bool &fits) {

@@ -29,7 +29,7 @@ Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
     request.unwanted = names(unwantedCount, unwanted);
     request.onlyNewer = options.ExtractOnlyNewer != 0;
     request.blanksToUnderscores = options.SpaceToUnderscore != 0;
-    // Else the program is asked, whether it wishes to be or not.
+    // Otherwise the program is asked, whatever PromptToOverwrite says.
     request.replaceAll = options.noflag != 0;
     request.makeFolders = options.ndflag != 0;
     request.convertLineEnds = options.naflag != 0;

@@ -8,7 +8,7 @@
 
 namespace ziplib {
 
-// What one call is asked to do, taken over from its records. Texts are UTF-8.
+// The parameters of one call. Texts are UTF-8.
 struct Request {
     enum class Work { List, Test, Extract };
 

@@ -21,12 +21,12 @@ namespace {
 
 using platform::Status;
 
-// What UzpMissingCount tells: each thread makes calls of its own.
+// The result of UzpMissingCount: each thread makes calls of its own.
 thread_local std::int32_t lastMissing = 0;
 
-void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &outcome) {
+void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &result) {
     caller.warn(message);
-    outcome.add(code, message);
+    result.add(code, message);
 }
 
 platform::KeepGoing keepAlive(Caller &caller) {
@@ -37,48 +37,47 @@ platform::KeepGoing keepAlive(Caller &caller) {
 }
 
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
-             NameFilter &filter, Caller &caller, CallResult &outcome) {
+             NameFilter &filter, Caller &caller, CallResult &result) {
     platform::reloadTimeZone();
     const Plan plan = makePlan(directory, request, filter, keepAlive(caller));
     caller.setTotals(plan.size, plan.compressedSize, plan.items.size(),
                      directory.archiveComment().size());
     if (!plan.items.empty() || !filter.isSelective())
-        Extraction(file, directory, request, caller, outcome).run(plan);
-    reportUnmatched(filter, !plan.items.empty(), caller, outcome);
+        Extraction(file, directory, request, caller, result).run(plan);
+    reportUnmatched(filter, !plan.items.empty(), caller, result);
 }
 
-void work(const Request &request, Caller &caller, CallResult &outcome) {
+void work(const Request &request, Caller &caller, CallResult &result) {
     platform::InputFile file;
     if (Status status = file.open(request.archive); !status.ok()) {
-        fail(ReturnCode::NoArchive, status.message, caller, outcome);
-        outcome.addMissing(1);
+        fail(ReturnCode::NoArchive, status.message, caller, result);
+        result.addMissing(1);
         return;
     }
     Directory directory;
     const Status status = directory.read(file, keepAlive(caller));
     if (!status.ok()) {
-        fail(codeOfArchive(status), status.message, caller, outcome);
-        outcome.addMissing(1);
+        fail(codeOfArchive(status), status.message, caller, result);
+        result.addMissing(1);
         return;
     }
     if (!directory.damage().ok()) {
-        fail(codeOfEntry(directory.damage()), directory.damage().message, caller, outcome);
-        outcome.addMissing(directory.missing());
+        fail(codeOfEntry(directory.damage()), directory.damage().message, caller, result);
+        result.addMissing(directory.missing());
     }
     NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
                       keepAlive(caller));
     if (request.work == Request::Work::List)
-        listEntries(directory, filter, caller, outcome);
+        listEntries(directory, filter, caller, result);
     else
-        extract(file, directory, request, filter, caller, outcome);
-    // After the entries: of two warnings the first one is returned, and a missing entry matters
-    // more.
+        extract(file, directory, request, filter, caller, result);
+    // After the entries: the first of two warnings is returned, and a missing entry matters more.
     if (directory.trailing() != 0) {
         const std::uint64_t size = directory.trailing();
         fail(ReturnCode::Warnings,
              request.archive + " is followed by " + std::to_string(size) +
                  (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
-             caller, outcome);
+             caller, result);
     }
 }
 
@@ -101,17 +100,17 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
     using ziplib::ReturnCode;
     if (lpDCL == nullptr || lpUserFunctions == nullptr)
         return static_cast<int32_t>(ReturnCode::SevereDamage);
-    ziplib::CallResult outcome;
+    ziplib::CallResult result;
     try {
         ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
-        ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, outcome);
-        caller.warnLast(outcome.message());
-        ziplib::lastMissing = outcome.missing();
-        return static_cast<int32_t>(outcome.code());
+        ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, result);
+        caller.warnLast(result.message());
+        ziplib::lastMissing = result.missing();
+        return static_cast<int32_t>(result.code());
     } catch (const std::exception &) {
-        // Memory has run out; what was written before is whole.
-        outcome.addMissing(1);
-        ziplib::lastMissing = outcome.missing();
+        // Out of memory; the files written before are complete.
+        result.addMissing(1);
+        ziplib::lastMissing = result.missing();
         return static_cast<int32_t>(ReturnCode::SevereDamage);
     }
 }
