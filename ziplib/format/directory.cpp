@@ -14,7 +14,7 @@ using platform::Failure;
 using platform::InputFile;
 using platform::Status;
 
-// A directory larger than this is not one that anybody made to be used.
+// Larger central directories are refused.
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
 
@@ -49,7 +49,7 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     const std::uint64_t counted = m_entries.size() & end.countMask;
     const std::uint64_t declared = end.count & end.countMask;
     if (counted < declared)
-        m_missing = 1; // the number itself may be what is wrong
+        m_missing = 1; // the count itself may be wrong
     if (counted != declared && m_damage.ok()) {
         m_damage = {Failure::Damaged, file.path() + " tells another number of entries than it has",
                     file.path()};
@@ -57,8 +57,8 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     return {};
 }
 
-// Reads in steps and stops at the first thing that is no record, so that a forged size costs no
-// more than the records that are really there.
+// Reads in steps and stops at the first byte that is no record, so that a forged size costs no more
+// than the records that exist.
 Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &keepGoing) {
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
@@ -75,7 +75,7 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
             m_entries.push_back(entry);
             at += kCentralSize + entry.nameLength + entry.extraLength + entry.commentLength;
         }
-        // What is left must be the start of a record that the next step completes.
+        // The rest must be the start of a record that the next step completes.
         constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
         if (got < step || filled - at >= kLongestRecord)
             break;
@@ -117,7 +117,7 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     entry.externalAttributes = get32(record + centralField::kExternalAttributes);
     entry.localOffset = get32(record + centralField::kLocalOffset);
     applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
-    // An offset that leaves the 64 bits stays what it is: past the end of any file.
+    // An offset that would overflow stays at the maximum: past the end of any file.
     entry.localOffset += std::min(m_base, UINT64_MAX - entry.localOffset);
     return true;
 }

@@ -33,10 +33,10 @@ bool sameName(std::string_view a, std::string_view b) {
                });
 }
 
-// True where a value of a local header fits that of the directory. With a descriptor behind the
-// data, zero or "unknown" says nothing.
-bool fits(std::uint64_t local, std::uint64_t told, bool described) {
-    return local == told || (described && (local == 0 || local == kZip64Sentinel));
+// True if a value of a local header agrees with that of the directory. With a data descriptor after
+// the data, it may be zero or the sentinel instead.
+bool fits(std::uint64_t local, std::uint64_t declared, bool described) {
+    return local == declared || (described && (local == 0 || local == kZip64Sentinel));
 }
 
 // `head` is the whole local header.
@@ -112,22 +112,22 @@ Extents::Extents(const InputFile &file, const Directory &directory)
     };
     if (!std::is_sorted(order.begin(), order.end(), before))
         std::stable_sort(order.begin(), order.end(), before);
-    if (cleaner(directory, order))
+    if (findOverlaps(directory, order))
         return;
-    // Something lies over something else. Those that are not there at all leave the contest.
+    // Some overlap. Entries without a matching local header are left out of the second pass.
     const auto isMissing = [&](std::uint32_t index) {
         std::uint64_t offset = 0;
         return overlaps(index) && !locateData(file, directory, entries[index], offset).ok();
     };
     order.erase(std::remove_if(order.begin(), order.end(), isMissing), order.end());
     std::fill(m_limits.begin(), m_limits.end(), directory.fileSize());
-    cleaner(directory, order);
+    findOverlaps(directory, order);
 }
 
-// Settles the limits of the entries in `order`, by offset. False where some overlap.
-bool Extents::cleaner(const Directory &directory, std::vector<std::uint32_t> &order) {
+// Sets the limits of the entries in `order`, by offset. False if some overlap.
+bool Extents::findOverlaps(const Directory &directory, std::vector<std::uint32_t> &order) {
     const std::vector<Entry> &entries = directory.entries();
-    // From the back: what starts next after each entry.
+    // From the back: the offset that follows each entry.
     std::uint64_t next = directory.fileSize();
     std::uint64_t here = next;
     for (auto it = order.rbegin(); it != order.rend(); ++it) {
@@ -138,8 +138,8 @@ bool Extents::cleaner(const Directory &directory, std::vector<std::uint32_t> &or
         }
         m_limits[*it] = offset < directory.start() ? std::min(next, directory.start()) : next;
     }
-    // From the front: which start before an earlier one has ended. Lengths of extra fields in
-    // local headers are not known yet; limit() is for those.
+    // From the front: entries that start before an earlier one has ended. The sizes of the extra
+    // fields in local headers are not known yet; limit() covers those.
     std::vector<std::uint32_t> bad;
     std::uint64_t furthest = 0;
     std::uint32_t holder = 0;
