@@ -28,26 +28,20 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     if (Status status = file.info(info); !status.ok())
         return status;
     m_fileSize = info.size;
-    EndRecord end;
-    if (Status status = findEndRecord(file, m_fileSize, end); !status.ok())
+    if (Status status = findEndRecord(file, m_fileSize, m_end); !status.ok())
         return status;
-    m_comment = std::move(end.comment);
-    m_base = end.base;
-    m_start = end.directory;
-    m_size = end.directorySize;
-    m_trailing = end.trailing;
-    if (end.commentCut)
+    if (m_end.commentCut)
         m_damage = {Failure::EndsEarly, file.path() + " ends early, in its comment", file.path()};
-    if (m_size > kLargestDirectory)
+    if (size() > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
-    reserve(m_bytes, static_cast<std::size_t>(m_size));
-    m_entries.reserve(static_cast<std::size_t>(std::min(end.count, m_size / kCentralSize)));
+    reserve(m_bytes, static_cast<std::size_t>(size()));
+    m_entries.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
     if (Status status = readRecords(file, keepGoing); !status.ok()) {
         m_entries.clear();
         return status;
     }
-    const std::uint64_t counted = m_entries.size() & end.countMask;
-    const std::uint64_t declared = end.count & end.countMask;
+    const std::uint64_t counted = m_entries.size() & m_end.countMask;
+    const std::uint64_t declared = m_end.count & m_end.countMask;
     if (counted < declared)
         m_missing = 1; // the count itself may be wrong
     if (counted != declared && m_damage.ok()) {
@@ -62,11 +56,11 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
 Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &keepGoing) {
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
-    while (filled < m_size) {
+    while (filled < size()) {
         const auto step =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, m_size - filled));
+            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, size() - filled));
         std::size_t got = 0;
-        if (Status status = file.readAt(m_start + filled, m_bytes.data() + filled, step, got);
+        if (Status status = file.readAt(start() + filled, m_bytes.data() + filled, step, got);
             !status.ok())
             return status;
         filled += got;
@@ -84,7 +78,7 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
     }
     const bool signatureFollows =
         at + 4 <= filled && get32(m_bytes.data() + at) == kDigitalSignature;
-    if (at != m_size && !signatureFollows) {
+    if (at != size() && !signatureFollows) {
         m_damage = {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
         m_missing = 1;
     }
@@ -118,7 +112,7 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     entry.localOffset = get32(record + centralField::kLocalOffset);
     applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
     // An offset that would overflow stays at the maximum: past the end of any file.
-    entry.localOffset += std::min(m_base, UINT64_MAX - entry.localOffset);
+    entry.localOffset += std::min(base(), UINT64_MAX - entry.localOffset);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/buffer.h"
+#include "ziplib/format/endRecord.h"
 #include "ziplib/format/records.h"
 
 #include <cstdint>
@@ -60,16 +61,16 @@ class Directory {
     // The platform::attribute... bits.
     std::uint8_t attributes(const Entry &entry) const;
 
-    std::string_view archiveComment() const { return m_comment; }
+    std::string_view archiveComment() const { return m_end.comment; }
     // Bytes in front of the archive; offsets of entries include them.
-    std::uint64_t base() const { return m_base; }
+    std::uint64_t base() const { return m_end.base; }
     // Offset and size of the directory in the file.
-    std::uint64_t start() const { return m_start; }
-    std::uint64_t size() const { return m_size; }
+    std::uint64_t start() const { return m_end.directory; }
+    std::uint64_t size() const { return m_end.directorySize; }
     // Size of the file when it was read.
     std::uint64_t fileSize() const { return m_fileSize; }
     // Bytes after the end record and its comment.
-    std::uint64_t trailing() const { return m_trailing; }
+    std::uint64_t trailing() const { return m_end.trailing; }
     // Not ok if the directory was read but contradicts itself: entries may be missing.
     const platform::Status &damage() const { return m_damage; }
     // 1 if any number of entries is missing: the directory is truncated, or has fewer entries than
@@ -84,12 +85,8 @@ class Directory {
 
     Bytes m_bytes;
     std::vector<Entry> m_entries;
-    std::string m_comment;
-    std::uint64_t m_base = 0;
-    std::uint64_t m_start = 0;
-    std::uint64_t m_size = 0;
+    EndRecord m_end;
     std::uint64_t m_fileSize = 0;
-    std::uint64_t m_trailing = 0;
     std::uint64_t m_missing = 0;
     platform::Status m_damage;
 };
