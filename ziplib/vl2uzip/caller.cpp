@@ -1,6 +1,7 @@
 #include "ziplib/vl2uzip/caller.h"
 
 #include "ziplib/common/interfaceText.h"
+#include "ziplib/format/dosTime.h"
 
 #include <algorithm>
 #include <array>
@@ -105,18 +106,19 @@ bool Caller::password(const std::string &path, std::string &password) {
     return true;
 }
 
-void Caller::list(const std::string &path, const Listed &entry) {
+void Caller::list(const std::string &path, const Entry &entry) {
     if (m_functions.SendApplicationMessage == nullptr)
         return;
     std::string narrow = toProgram(path);
-    std::string method = entry.method;
+    std::string method = methodName(entry.method);
+    const DosTime time = dosTime(entry.date, entry.time);
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
     const bool clippedSize = entry.size > kLargest || entry.compressedSize > kLargest;
     m_functions.SendApplicationMessage(
         clipped<std::uint32_t>(entry.size), clipped<std::uint32_t>(entry.compressedSize),
-        percentSaved(entry.size, entry.compressedSize), entry.month, entry.day, entry.year,
-        entry.hour, entry.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
-        entry.encrypted ? 'E' : ' ');
+        percentSaved(entry.size, entry.compressedSize), time.month, time.day, time.year, time.hour,
+        time.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
+        entry.isEncrypted() ? 'E' : ' ');
 }
 
 void Caller::setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip.h"
 
 #include <chrono>
@@ -30,21 +31,8 @@ class Caller {
     Answer replace(const std::string &path);
     // Asks for a password, whose bytes are used as they are. False if none is given.
     bool password(const std::string &path, std::string &password);
-    // One listed entry; see VL2UZIP_ENTRY.
-    struct Listed {
-        std::uint64_t size = 0;
-        std::uint64_t compressedSize = 0;
-        int month = 1;
-        int day = 1;
-        int year = 1980;
-        int hour = 0;
-        int minute = 0;
-        const char *method = "";
-        std::uint32_t crc = 0;
-        bool encrypted = false;
-    };
-    void list(const std::string &path, const Listed &entry);
-
+    // Sends one entry of a listing; see VL2UZIP_ENTRY.
+    void list(const std::string &path, const Entry &entry);
     // Writes the totals to the program's record.
     void setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,
                    std::uint64_t comment);

@@ -12,7 +12,6 @@ namespace ziplib {
 namespace {
 
 using platform::Failure;
-using platform::FileInfo;
 using platform::Status;
 
 // Tasks in the pipeline: enough that workers need not wait for the caller's thread.

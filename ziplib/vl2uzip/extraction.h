@@ -6,7 +6,6 @@
 #include "ziplib/vl2uzip/folderTree.h"
 #include "ziplib/vl2uzip/passwords.h"
 #include "ziplib/vl2uzip/plan.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <atomic>
 #include <deque>

@@ -4,6 +4,9 @@
 
 #include "ziplib/format/names.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace ziplib {
 
 namespace {

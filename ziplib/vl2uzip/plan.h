@@ -2,13 +2,29 @@
 
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/nameFilter.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace ziplib {
+
+// The parameters of one call. Texts are UTF-8.
+struct Request {
+    enum class Work { List, Test, Extract };
+
+    Work work = Work::Extract;
+    std::string archive;
+    std::string target;
+    std::vector<std::string> wanted;
+    std::vector<std::string> unwanted;
+    bool onlyNewer = false;
+    bool blanksToUnderscores = false;
+    bool replaceAll = false;
+    bool makeFolders = false;
+    bool convertLineEnds = false;
+    bool ignoreCase = false;
+};
 
 // The action for one entry. Decided before anything is written and from the archive alone, so that
 // it does not depend on the order in which workers finish.

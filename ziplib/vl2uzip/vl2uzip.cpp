@@ -2,14 +2,13 @@
 
 #include "storage/storage.h"
 #include "ziplib/codec/codec.h"
+#include "ziplib/common/interfaceText.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/extraction.h"
-#include "ziplib/vl2uzip/listing.h"
 #include "ziplib/vl2uzip/nameFilter.h"
 #include "ziplib/vl2uzip/plan.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,6 +23,35 @@ using platform::Status;
 // The result of UzpMissingCount: each thread makes calls of its own.
 thread_local std::int32_t lastMissing = 0;
 
+std::vector<std::string> names(std::int32_t count, char **table) {
+    std::vector<std::string> texts;
+    for (std::int32_t i = 0; table != nullptr && i < count; ++i)
+        if (table[i] != nullptr)
+            texts.push_back(fromProgram(table[i]));
+    return texts;
+}
+
+Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
+                    std::int32_t unwantedCount, char **unwanted) {
+    Request request;
+    if (options.nvflag != 0)
+        request.work = Request::Work::List;
+    else if (options.ntflag != 0)
+        request.work = Request::Work::Test;
+    request.archive = fromProgram(options.lpszZipFN);
+    request.target = fromProgram(options.lpszExtractDir);
+    request.wanted = names(wantedCount, wanted);
+    request.unwanted = names(unwantedCount, unwanted);
+    request.onlyNewer = options.ExtractOnlyNewer != 0;
+    request.blanksToUnderscores = options.SpaceToUnderscore != 0;
+    // Otherwise the program is asked, whatever PromptToOverwrite says.
+    request.replaceAll = options.noflag != 0;
+    request.makeFolders = options.ndflag != 0;
+    request.convertLineEnds = options.naflag != 0;
+    request.ignoreCase = options.C_flag != 0;
+    return request;
+}
+
 void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &result) {
     caller.warn(message);
     result.add(code, message);
@@ -34,6 +62,39 @@ platform::KeepGoing keepAlive(Caller &caller) {
         caller.tick();
         return true;
     };
+}
+
+// Warns about each wanted name that matched nothing; the result is NothingMatched if none did.
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
+                     CallResult &result) {
+    if (!filter.isSelective())
+        return;
+    for (const std::string &name : filter.unmatched()) {
+        const std::string message = name + " is not in the archive";
+        caller.warn(message);
+        result.add(ReturnCode::Warnings, message);
+        result.addMissing(1);
+    }
+    if (!anyMatched)
+        result.replace(ReturnCode::NothingMatched, "none of the names is in the archive");
+}
+
+void list(const Directory &directory, NameFilter &filter, Caller &caller, CallResult &result) {
+    std::uint64_t size = 0;
+    std::uint64_t compressedSize = 0;
+    std::uint64_t count = 0;
+    for (const Entry &entry : directory.entries()) {
+        const std::string path = directory.path(entry);
+        if (filter.accepts(path)) {
+            caller.list(path, entry);
+            size += entry.size;
+            compressedSize += entry.compressedSize;
+            ++count;
+        }
+        caller.tick();
+    }
+    caller.setTotals(size, compressedSize, count, directory.archiveComment().size());
+    reportUnmatched(filter, count > 0, caller, result);
 }
 
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
@@ -68,7 +129,7 @@ void work(const Request &request, Caller &caller, CallResult &result) {
     NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
                       keepAlive(caller));
     if (request.work == Request::Work::List)
-        listEntries(directory, filter, caller, result);
+        list(directory, filter, caller, result);
     else
         extract(file, directory, request, filter, caller, result);
     // After the entries: the first of two warnings is returned, and a missing entry matters more.
