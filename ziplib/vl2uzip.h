@@ -17,9 +17,9 @@
 extern "C" {
 #endif
 
-/* Options of one call. Flags are 0 or 1 unless told otherwise. */
+/* Options of one call. Flags are 0 or 1 unless noted. */
 typedef struct DCL {
-    int32_t ExtractOnlyNewer;  /* extract a file only where the one on disk is older or missing */
+    int32_t ExtractOnlyNewer;  /* extract a file only if the one on disk is older or missing */
     int32_t SpaceToUnderscore; /* blanks in names become underscores on disk */
     int32_t PromptToOverwrite; /* not used: without noflag the replace callback is always asked */
     int32_t fQuiet;            /* messages: 0 all, 1 fewer, 2 none */
@@ -91,7 +91,7 @@ typedef struct UzpVer2 {
 } UzpVer2;
 
 /* Lists (nvflag), tests (ntflag) or extracts entries of an archive: the `ifnc` names of `ifnv`, all
- * where it is 0, but for the `xfnc` names of `xfnv`. Names are paths inside the archive and may
+ * if it is 0, except the `xfnc` names of `xfnv`. Names are paths inside the archive and may
  * hold the wildcards * and ?. Every callback runs on the caller's thread, in archive order; any of
  * them may be null. Returns
  *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
@@ -100,11 +100,11 @@ typedef struct UzpVer2 {
 VL2UZIP_API int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv,
                                          DCL *lpDCL, USERFUNCTIONS *lpUserFunctions);
 
-/* Entries that the last call of this thread was to extract, test or list and that are not there
- * whole: skipped, damaged, cut off by an end before their turn, or a name that is not in the
- * archive. A file that was kept by its holder's wish is not counted. At least 1 where the archive
- * cannot be read or breaks off. 0 beside a return code other than 0 means that something is odd,
- * but every entry is there. */
+/* Number of entries that the last call of this thread should have extracted, tested or listed and
+ * that are missing or incomplete: skipped, damaged, not reached before the call ended, or a name
+ * that is not in the archive. A file that was kept on request is not counted. At least 1 if the
+ * archive cannot be read or is truncated. 0 with a return code other than 0 means a warning while
+ * every entry is there. */
 VL2UZIP_API int32_t UzpMissingCount(void);
 
 /* Fills the version record. */

@@ -7,11 +7,10 @@
 
 namespace ziplib {
 
-// The traditional PKWARE stream cipher, as archives of the time use it. It keeps honest people
-// out, no more.
+// The traditional PKWARE stream cipher. Weak: for compatibility with existing archives only.
 class Cipher {
   public:
-    // Bytes before an encrypted entry's data.
+    // Size of the encryption header, before the data.
     static constexpr std::size_t kHeaderSize = 12;
 
     explicit Cipher(std::string_view password);

@@ -4,20 +4,17 @@
 #include <cstdint>
 #include <memory>
 
-// Deflate and CRC-32. A piece that fits in memory goes through libdeflate in one call; what is too
-// large streams through zlib.
+// Deflate and CRC-32. Data that fits in memory is processed by libdeflate in one call; larger data
+// streams through zlib.
 namespace ziplib {
 
-// The name of a method for listings: "Stored", "Deflated", ...; "Unknown" for one without a name.
-const char *methodName(std::uint16_t method);
-
-// The version of the library that streams, as text.
+// The version of zlib, as text.
 const char *streamLibraryVersion();
 
-// CRC-32 of what came before (`crc`, 0 at the start) and these bytes.
+// CRC-32 of the preceding bytes, whose CRC is `crc` (0 if there are none), and these.
 std::uint32_t crc32(std::uint32_t crc, const void *data, std::size_t size);
 
-// Inflates whole pieces. One for each thread; keeps its tables from call to call.
+// Inflates data in memory. For one thread at a time; keeps its tables from call to call.
 class Inflater {
   public:
     Inflater();
@@ -25,14 +22,14 @@ class Inflater {
     Inflater(const Inflater &) = delete;
     Inflater &operator=(const Inflater &) = delete;
 
-    // Inflates into exactly `size` bytes. False where the data is damaged or of another size.
-    bool inflate(const void *packed, std::size_t compressedSize, void *out, std::size_t size);
+    // Inflates into exactly `size` bytes. False if the data is damaged or of another size.
+    bool inflate(const void *compressed, std::size_t compressedSize, void *out, std::size_t size);
 
   private:
     void *m_handle;
 };
 
-// Deflates whole pieces. One for each thread.
+// Deflates data in memory. For one thread at a time.
 class Deflater {
   public:
     // `level` is libdeflate's, 1 (fast) to 12 (small).
@@ -41,14 +38,14 @@ class Deflater {
     Deflater(const Deflater &) = delete;
     Deflater &operator=(const Deflater &) = delete;
 
-    // Size of the deflated data, or 0 where it does not fit in `room` bytes.
+    // Size of the deflated data, or 0 if it does not fit in `room` bytes.
     std::size_t deflate(const void *data, std::size_t size, void *out, std::size_t room);
 
   private:
     void *m_handle;
 };
 
-// What one step of a stream took and gave.
+// Input that one step of a stream consumed, and output that it produced.
 struct StreamStep {
     std::size_t taken = 0;
     std::size_t given = 0;
@@ -56,7 +53,7 @@ struct StreamStep {
     bool failed = false;
 };
 
-// Inflates data that comes and goes in pieces.
+// Inflates data in chunks.
 class InflateStream {
   public:
     InflateStream();
@@ -72,7 +69,7 @@ class InflateStream {
     std::unique_ptr<State> m_state;
 };
 
-// Deflates data that comes and goes in pieces.
+// Deflates data in chunks.
 class DeflateStream {
   public:
     // `level` is zlib's, 1 (fast) to 9 (small).
@@ -81,7 +78,7 @@ class DeflateStream {
     DeflateStream(const DeflateStream &) = delete;
     DeflateStream &operator=(const DeflateStream &) = delete;
 
-    // `last` tells that no input follows; then call until `ended`.
+    // `last`: no input follows; call it until `ended` then.
     StreamStep step(const std::uint8_t *in, std::size_t inSize, std::uint8_t *out,
                     std::size_t outSize, bool last);
 

@@ -7,10 +7,10 @@ namespace ziplib {
 
 namespace {
 
-// Bytes of a wide register, and of a round over four of them.
+// Bytes of a 512-bit register, and of a round over four of them.
 constexpr std::size_t kWide = 64;
 constexpr std::size_t kRound = 4 * kWide;
-// Below this, the steps at the end cost more than the wide ones save.
+// Below this size, the final steps cost more than wide registers save.
 constexpr std::size_t kLeast = 2 * kRound;
 
 #define ORVEL_WIDE __attribute__((target("avx512f,vpclmulqdq,pclmul")))
@@ -23,8 +23,8 @@ constexpr std::uint32_t power(unsigned exponent) {
     return value;
 }
 
-// What the two halves of 16 bytes are multiplied with to move them `bits` bits on. A product of two
-// values in this order of bits comes out one too high.
+// The factors by which the two halves of 16 bytes are multiplied to move them on by `bits` bits. A
+// product of bit-reflected values is one bit too high.
 struct Factors {
     explicit constexpr Factors(unsigned bits)
         : early(std::uint64_t{power(bits + 63)} << 32U),
@@ -48,7 +48,7 @@ ORVEL_WIDE inline __m512i load(const std::uint8_t *data) {
     return _mm512_loadu_si512(data);
 }
 
-// `sum` moved on and added to what lies there.
+// Moves `sum` on and adds it to `next`.
 ORVEL_WIDE inline __m512i fold(__m512i sum, __m512i factors, __m512i next) {
     constexpr int kAddAll = 0x96; // the exclusive or of three
     return _mm512_ternarylogic_epi64(_mm512_clmulepi64_epi128(sum, factors, 0x00),
@@ -61,7 +61,7 @@ ORVEL_WIDE inline __m128i fold(__m128i sum, __m128i factors, __m128i next) {
                          next);
 }
 
-// All data is reduced to 16 bytes that have the same CRC.
+// Reduces all data to 16 bytes that have the same CRC.
 ORVEL_WIDE std::uint32_t wideCrc(std::uint32_t crc, const std::uint8_t *data, std::size_t size) {
     const __m512i byRound = wide(kByRound);
     const __m512i byWide = wide(kByWide);
@@ -90,7 +90,8 @@ ORVEL_WIDE std::uint32_t wideCrc(std::uint32_t crc, const std::uint8_t *data, st
     for (int i = 1; i < 4; ++i)
         sum = fold(sum, byLane, lane[i]);
     _mm_store_si128(reinterpret_cast<__m128i *>(lanes), sum);
-    // What came before is in the sum: the register starts at 0, whose complement is given.
+    // The initial CRC is part of the sum, so the register starts at 0, the complement of this
+    // argument.
     return libdeflate_crc32(libdeflate_crc32(0xFFFFFFFFU, lanes, sizeof sum), data, size);
 }
 
@@ -102,7 +103,7 @@ bool isWide() {
 
 } // namespace
 
-// Four times as fast as with registers of 16 bytes, which is what the library has.
+// Four times as fast as libdeflate, which uses registers of 16 bytes.
 std::uint32_t crc32(std::uint32_t crc, const void *data, std::size_t size) {
     return size >= kLeast && isWide() ? wideCrc(crc, static_cast<const std::uint8_t *>(data), size)
                                       : libdeflate_crc32(crc, data, size);

@@ -29,7 +29,7 @@ std::size_t LineEndConverter::convert(const std::uint8_t *data, std::size_t size
             m_afterCr = c == '\r';
             continue;
         }
-        // A CR is held back until it is known whether a line feed follows.
+        // A CR is held back until the next byte shows whether it is a line feed.
         if (m_afterCr && c != '\n')
             *to++ = '\r';
         m_afterCr = c == '\r';

@@ -8,7 +8,7 @@
 
 namespace ziplib {
 
-// Leaves what it makes uninitialised: buffers are about to be read into.
+// Leaves new elements uninitialised: buffers are filled by reading.
 template<typename T>
 struct UninitialisedAllocator : std::allocator<T> {
     template<typename U>
@@ -25,35 +25,22 @@ struct UninitialisedAllocator : std::allocator<T> {
     }
 };
 
-// Bytes reserved for one piece of work, not initialised, kept from one use to the next.
-class Buffer {
-  public:
-    // Room for at least `size` bytes; what it held is lost where it must grow.
-    std::uint8_t *reserve(std::size_t size) {
-        if (size > m_capacity || !m_data) {
-            m_data.reset();
-            m_capacity = 0;
-            m_data.reset(new std::uint8_t[size]);
-            m_capacity = size;
-        }
-        return m_data.get();
-    }
-    std::uint8_t *data() { return m_data.get(); }
-    const std::uint8_t *data() const { return m_data.get(); }
-    std::size_t capacity() const { return m_capacity; }
-    // Gives back what is more than `keep` bytes.
-    void shrink(std::size_t keep) {
-        if (m_capacity > keep) {
-            m_data.reset();
-            m_capacity = 0;
-        }
-    }
-
-  private:
-    std::unique_ptr<std::uint8_t[]> m_data;
-    std::size_t m_capacity = 0;
-};
-
+// A buffer of bytes whose new part is not initialised.
 using Bytes = std::vector<std::uint8_t, UninitialisedAllocator<std::uint8_t>>;
+
+// Gives a buffer that is used again and again at least `size` bytes; what it held is lost.
+inline std::uint8_t *reserve(Bytes &buffer, std::size_t size) {
+    if (buffer.size() < size) {
+        Bytes().swap(buffer); // before the new memory is taken
+        buffer.resize(size);
+    }
+    return buffer.data();
+}
+
+// Frees a buffer of more than `kept` bytes.
+inline void shrink(Bytes &buffer, std::size_t kept) {
+    if (buffer.capacity() > kept)
+        Bytes().swap(buffer);
+}
 
 } // namespace ziplib

@@ -8,8 +8,8 @@ namespace ziplib {
 
 namespace {
 
-// Bytes of the control character at `at`, 0 where there is none. Those from U+0080 to U+009F, two
-// bytes long, are obeyed like the ones of ASCII.
+// Bytes of the control character at `at`, 0 if there is none. Terminals also interpret those from
+// U+0080 to U+009F, which are two bytes long.
 std::size_t controlLength(std::string_view text, std::size_t at) {
     const auto byte = static_cast<std::uint8_t>(text[at]);
     if (byte < 0x20 || byte == 0x7F)

@@ -5,20 +5,20 @@
 
 namespace ziplib {
 
-// Texts at the C interface of both libraries, which is in the system's narrow code page. Behind it
-// all texts are UTF-8: these functions are the only ones that convert.
+// Texts at the C interface of both libraries are in the system's narrow code page; all other texts
+// are UTF-8. Only these functions convert.
 
-// A text that a program passes; "" for null.
+// A text from a program; "" for null.
 std::string fromProgram(const char *text);
 
-// A name that a program gets. Letters that the code page lacks become "?".
+// A name for a program. Letters that the code page lacks become "?".
 std::string toProgram(std::string_view text);
 
-// A message that a program gets to show. Control characters, which names in it may hold and
-// terminals obey, become "?".
+// A message for a program to show. Control characters, which names may contain and terminals
+// interpret, become "?".
 std::string messageToProgram(std::string_view text);
 
-// What a program sees of a name when it gets it, in UTF-8.
+// A name as a program receives it, in UTF-8.
 std::string asProgramSees(std::string_view text);
 
 } // namespace ziplib

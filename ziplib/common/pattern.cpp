@@ -14,7 +14,7 @@ char32_t compared(char32_t c, bool ignoreCase) {
     return ignoreCase ? foldCase(c) : c;
 }
 
-// The end of the set that starts at `open`, after its "]"; npos where it is not closed. A "]" that
+// The end of the set that starts at `open`, after its "]"; npos if it is not closed. A "]" that
 // comes first is a member.
 std::size_t endOfSet(std::string_view pattern, std::size_t open) {
     std::size_t at = open + 1;
@@ -24,10 +24,10 @@ std::size_t endOfSet(std::string_view pattern, std::size_t open) {
     return at < pattern.size() && close != kNone ? close + 1 : kNone;
 }
 
-bool setHolds(std::string_view set, char32_t c, bool ignoreCase) {
+bool setContains(std::string_view set, char32_t c, bool ignoreCase) {
     const bool negated = !set.empty() && (set[0] == '!' || set[0] == '^');
     std::size_t at = negated ? 1 : 0;
-    const char32_t wanted = compared(c, ignoreCase);
+    const char32_t expected = compared(c, ignoreCase);
     bool found = false;
     while (at < set.size()) {
         const char32_t first = nextCodePoint(set, at);
@@ -37,27 +37,28 @@ bool setHolds(std::string_view set, char32_t c, bool ignoreCase) {
             last = nextCodePoint(set, at);
         }
         found = found || (c >= first && c <= last) ||
-                (wanted >= compared(first, ignoreCase) && wanted <= compared(last, ignoreCase));
+                (expected >= compared(first, ignoreCase) && expected <= compared(last, ignoreCase));
     }
     return found != negated;
 }
 
-// Matches one character of the pattern other than "*" and moves both positions behind it.
+// Matches one character of the pattern other than "*" and advances both positions past it.
 bool matchesOne(std::string_view pattern, std::size_t &p, std::string_view name, std::size_t &n,
                 PatternRules rules) {
     const std::size_t setEnd = rules.brackets && pattern[p] == '[' ? endOfSet(pattern, p) : kNone;
     if (setEnd != kNone) {
         const std::string_view set = pattern.substr(p + 1, setEnd - p - 2);
         p = setEnd;
-        return setHolds(set, nextCodePoint(name, n), rules.ignoreCase);
+        return setContains(set, nextCodePoint(name, n), rules.ignoreCase);
     }
     if (pattern[p] == '?') {
         ++p;
         nextCodePoint(name, n);
         return true;
     }
-    const char32_t wanted = nextCodePoint(pattern, p);
-    return compared(wanted, rules.ignoreCase) == compared(nextCodePoint(name, n), rules.ignoreCase);
+    const char32_t expected = nextCodePoint(pattern, p);
+    return compared(expected, rules.ignoreCase) ==
+           compared(nextCodePoint(name, n), rules.ignoreCase);
 }
 
 } // namespace
@@ -65,8 +66,8 @@ bool matchesOne(std::string_view pattern, std::size_t &p, std::string_view name,
 bool matchesPattern(std::string_view pattern, std::string_view name, PatternRules rules) {
     std::size_t p = 0;
     std::size_t n = 0;
-    // Where to go on when what follows the last "*" does not fit: one character further in the
-    // name. Earlier stars need no second try, so that the cost stays a product of both lengths.
+    // If the text after the last "*" does not match, the next try starts one character further in
+    // the name. Earlier stars need no second try, so the cost stays a product of both lengths.
     std::size_t afterStar = kNone;
     std::size_t starName = 0;
     while (n < name.size() || p < pattern.size()) {

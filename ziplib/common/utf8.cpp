@@ -10,7 +10,7 @@ namespace {
 
 constexpr char32_t kBrokenByte = 0x110000;
 
-// Length of a well-formed character at `at` and its value; 0 where there is none.
+// Length of the well-formed code point at `at`, and its value; 0 if there is none.
 std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
     const auto byte = [&](std::size_t i) {
         return static_cast<std::uint8_t>(at + i < text.size() ? text[at + i] : 0);
@@ -37,7 +37,7 @@ std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
 struct Range {
     char32_t first;
     char32_t last;
-    std::int32_t distance; // to the lower-case letter; 0 where capitals and small ones alternate
+    std::int32_t distance; // to the lower-case letter; 0 if capital and small letters alternate
     bool capitalsEven;
 };
 
@@ -55,7 +55,14 @@ constexpr std::array<Range, 25> kCapitals = {{
 
 } // namespace
 
+bool isAscii(std::string_view text) {
+    return std::none_of(
+        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
 bool isUtf8(std::string_view text) {
+    if (isAscii(text)) // most names
+        return true;
     char32_t value = 0;
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = decode(text, at, value);

@@ -14,36 +14,11 @@ using platform::Failure;
 using platform::InputFile;
 using platform::Status;
 
-// A directory larger than this is not one that anybody made to be used.
+// Larger central directories are refused.
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
 
-// Replaces the fields that say so by their 64-bit values. The field holds only those, in this
-// order; where it is missing the 32-bit values are meant as they are.
-void applyZip64(std::string_view extra, Entry &entry) {
-    std::string_view field = findExtra(extra, kExtraZip64);
-    for (std::uint64_t *value : {&entry.size, &entry.compressedSize, &entry.localOffset}) {
-        if (*value == kZip64Sentinel && field.size() >= 8) {
-            *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
-            field.remove_prefix(8);
-        }
-    }
-}
-
 } // namespace
-
-std::string_view findExtra(std::string_view extra, std::uint16_t kind) {
-    while (extra.size() >= 4) {
-        const auto *head = reinterpret_cast<const std::uint8_t *>(extra.data());
-        const std::size_t size = get16(head + 2);
-        if (size > extra.size() - 4)
-            break;
-        if (get16(head) == kind)
-            return extra.substr(4, size);
-        extra.remove_prefix(4 + size);
-    }
-    return {};
-}
 
 Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoing) {
     m_entries.clear();
@@ -53,28 +28,22 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     if (Status status = file.info(info); !status.ok())
         return status;
     m_fileSize = info.size;
-    EndRecord end;
-    if (Status status = findEndRecord(file, m_fileSize, end); !status.ok())
+    if (Status status = findEndRecord(file, m_fileSize, m_end); !status.ok())
         return status;
-    m_comment = std::move(end.comment);
-    m_base = end.base;
-    m_start = end.directory;
-    m_size = end.directorySize;
-    m_trailing = end.trailing;
-    if (end.commentCut)
+    if (m_end.commentCut)
         m_damage = {Failure::EndsEarly, file.path() + " ends early, in its comment", file.path()};
-    if (m_size > kLargestDirectory)
+    if (size() > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
-    m_bytes.reserve(static_cast<std::size_t>(m_size));
-    m_entries.reserve(static_cast<std::size_t>(std::min(end.count, m_size / kCentralSize)));
+    reserve(m_bytes, static_cast<std::size_t>(size()));
+    m_entries.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
     if (Status status = readRecords(file, keepGoing); !status.ok()) {
         m_entries.clear();
         return status;
     }
-    const std::uint64_t counted = m_entries.size() & end.countMask;
-    const std::uint64_t declared = end.count & end.countMask;
+    const std::uint64_t counted = m_entries.size() & m_end.countMask;
+    const std::uint64_t declared = m_end.count & m_end.countMask;
     if (counted < declared)
-        m_missing = 1; // the number itself may be what is wrong
+        m_missing = 1; // the count itself may be wrong
     if (counted != declared && m_damage.ok()) {
         m_damage = {Failure::Damaged, file.path() + " tells another number of entries than it has",
                     file.path()};
@@ -82,16 +51,16 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     return {};
 }
 
-// Reads in steps and stops at the first thing that is no record, so that a forged size costs no
-// more than the records that are really there.
+// Reads in steps and stops at the first byte that is no record, so that a forged size costs no more
+// than the records that exist.
 Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &keepGoing) {
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
-    while (filled < m_size) {
+    while (filled < size()) {
         const auto step =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, m_size - filled));
+            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, size() - filled));
         std::size_t got = 0;
-        if (Status status = file.readAt(m_start + filled, m_bytes.data() + filled, step, got);
+        if (Status status = file.readAt(start() + filled, m_bytes.data() + filled, step, got);
             !status.ok())
             return status;
         filled += got;
@@ -100,7 +69,7 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
             m_entries.push_back(entry);
             at += kCentralSize + entry.nameLength + entry.extraLength + entry.commentLength;
         }
-        // What is left must be the start of a record that the next step completes.
+        // The rest must be the start of a record that the next step completes.
         constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
         if (got < step || filled - at >= kLongestRecord)
             break;
@@ -108,8 +77,8 @@ Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &
             return {Failure::Cancelled, "cancelled", file.path()};
     }
     const bool signatureFollows =
-        at + 4 <= filled && get32(m_bytes.data() + at) == 0x05054B50; // a digital signature
-    if (at != m_size && !signatureFollows) {
+        at + 4 <= filled && get32(m_bytes.data() + at) == kDigitalSignature;
+    if (at != size() && !signatureFollows) {
         m_damage = {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
         m_missing = 1;
     }
@@ -122,27 +91,28 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     const std::uint8_t *record = m_bytes.data() + at;
     if (get32(record) != kCentralSignature)
         return false;
-    entry.nameLength = get16(record + 28);
-    entry.extraLength = get16(record + 30);
-    entry.commentLength = get16(record + 32);
+    const std::uint8_t *fields = record + kCentralCommon;
+    entry.nameLength = get16(fields + commonField::kNameLength);
+    entry.extraLength = get16(fields + commonField::kExtraLength);
+    entry.commentLength = get16(record + centralField::kCommentLength);
     if (filled - at - kCentralSize <
         static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength)
         return false;
     entry.record = at;
-    entry.madeBy = get16(record + 4);
-    entry.flags = get16(record + 8);
-    entry.method = get16(record + 10);
-    entry.time = get16(record + 12);
-    entry.date = get16(record + 14);
-    entry.crc = get32(record + 16);
-    entry.compressedSize = get32(record + 20);
-    entry.size = get32(record + 24);
-    entry.internalAttributes = get16(record + 36);
-    entry.externalAttributes = get32(record + 38);
-    entry.localOffset = get32(record + 42);
-    applyZip64(extra(entry), entry);
-    // An offset that leaves the 64 bits stays what it is: past the end of any file.
-    entry.localOffset += std::min(m_base, UINT64_MAX - entry.localOffset);
+    entry.madeBy = get16(record + centralField::kMadeBy);
+    entry.flags = get16(fields + commonField::kFlags);
+    entry.method = get16(fields + commonField::kMethod);
+    entry.time = get16(fields + commonField::kTime);
+    entry.date = get16(fields + commonField::kDate);
+    entry.crc = get32(fields + commonField::kCrc);
+    entry.compressedSize = get32(fields + commonField::kCompressedSize);
+    entry.size = get32(fields + commonField::kSize);
+    entry.internalAttributes = get16(record + centralField::kInternalAttributes);
+    entry.externalAttributes = get32(record + centralField::kExternalAttributes);
+    entry.localOffset = get32(record + centralField::kLocalOffset);
+    applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
+    // An offset that would overflow stays at the maximum: past the end of any file.
+    entry.localOffset += std::min(base(), UINT64_MAX - entry.localOffset);
     return true;
 }
 

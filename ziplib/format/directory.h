@@ -2,6 +2,7 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/buffer.h"
+#include "ziplib/format/endRecord.h"
 #include "ziplib/format/records.h"
 
 #include <cstdint>
@@ -11,12 +12,12 @@
 
 namespace ziplib {
 
-// One entry as the directory tells it. What is of varying length stays in the directory's buffer.
+// One record of the central directory. Fields of variable length stay in the directory's buffer.
 struct Entry {
-    std::uint64_t localOffset = 0; // of its local header in the file
+    std::uint64_t localOffset = 0; // of its local header, in the file
     std::uint64_t compressedSize = 0;
     std::uint64_t size = 0;
-    std::uint64_t record = 0; // where its record starts in the directory
+    std::uint64_t record = 0; // offset of its record in the directory
     std::uint32_t crc = 0;
     std::uint32_t externalAttributes = 0;
     std::uint16_t madeBy = 0;
@@ -33,11 +34,11 @@ struct Entry {
     bool isMarkedText() const { return (internalAttributes & kInternalText) != 0; }
 };
 
-// The directory of an archive: read in one go, kept as it is stored, described by compact entries.
+// The central directory of an archive: kept in memory as it is stored, indexed by compact entries.
 class Directory {
   public:
-    // Reads it. NotArchive, EndsEarly or Damaged where there is none to be read; then it is empty.
-    // Data in front of the archive and a comment that holds an end record are taken care of.
+    // Reads it. NotArchive, EndsEarly or Damaged if it cannot be read; it is empty then. Handles
+    // data in front of the archive and a comment that holds an end record.
     platform::Status read(const platform::InputFile &file,
                           const platform::KeepGoing &keepGoing = {});
 
@@ -55,24 +56,25 @@ class Directory {
     bool isFolder(const Entry &entry) const;
     // True for a link, a device or anything else that is neither file nor folder.
     bool isSpecial(const Entry &entry) const;
-    // Modification time in nanoseconds since 1970, UTC: the most exact one that is stored.
+    // Modification time in nanoseconds since 1970, UTC: the most precise one that is stored.
     std::int64_t modified(const Entry &entry) const;
     // The platform::attribute... bits.
     std::uint8_t attributes(const Entry &entry) const;
 
-    std::string_view archiveComment() const { return m_comment; }
+    std::string_view archiveComment() const { return m_end.comment; }
     // Bytes in front of the archive; offsets of entries include them.
-    std::uint64_t base() const { return m_base; }
-    // Where the directory starts in the file, and the file's size when it was read.
-    std::uint64_t start() const { return m_start; }
-    std::uint64_t size() const { return m_size; }
+    std::uint64_t base() const { return m_end.base; }
+    // Offset and size of the directory in the file.
+    std::uint64_t start() const { return m_end.directory; }
+    std::uint64_t size() const { return m_end.directorySize; }
+    // Size of the file when it was read.
     std::uint64_t fileSize() const { return m_fileSize; }
-    // Bytes after the end record, which belong to nothing.
-    std::uint64_t trailing() const { return m_trailing; }
-    // Not ok where the directory was read but contradicts itself: entries may be missing.
+    // Bytes after the end record and its comment.
+    std::uint64_t trailing() const { return m_end.trailing; }
+    // Not ok if the directory was read but contradicts itself: entries may be missing.
     const platform::Status &damage() const { return m_damage; }
-    // 1 where entries are missing, however many: the directory breaks off, or the archive tells of
-    // more than it has.
+    // 1 if any number of entries is missing: the directory is truncated, or has fewer entries than
+    // declared.
     std::uint64_t missing() const { return m_missing; }
 
   private:
@@ -81,14 +83,10 @@ class Directory {
     bool parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry);
     std::string_view slice(std::uint64_t at, std::size_t size) const;
 
-    Buffer m_bytes;
+    Bytes m_bytes;
     std::vector<Entry> m_entries;
-    std::string m_comment;
-    std::uint64_t m_base = 0;
-    std::uint64_t m_start = 0;
-    std::uint64_t m_size = 0;
+    EndRecord m_end;
     std::uint64_t m_fileSize = 0;
-    std::uint64_t m_trailing = 0;
     std::uint64_t m_missing = 0;
     platform::Status m_damage;
 };

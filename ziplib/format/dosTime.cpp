@@ -42,15 +42,15 @@ DosTime dosTime(std::uint16_t date, std::uint16_t time) {
 }
 
 std::int64_t toNanoseconds(const DosTime &local) {
-    // mktime would look at the disk for a new time zone at every call.
+    // mktime would check the disk for a new time zone at every call.
     using std::chrono::sys_days;
     const std::chrono::year_month_day date{std::chrono::year(local.year),
                                            std::chrono::month(static_cast<unsigned>(local.month)),
                                            std::chrono::day(static_cast<unsigned>(local.day))};
     const std::int64_t clock = secondsOf(sys_days(date).time_since_epoch().count(), local.hour,
                                          local.minute, local.second);
-    // Where the clock is set back and a time comes twice, the first one is meant; where it is set
-    // forward and a time is left out, the one that the old clock would have shown.
+    // If the clock is set back and a time occurs twice, the first one is taken; if it is set
+    // forward and the time does not exist, the one that the old clock would have shown.
     const std::int64_t early = clock - offsetAt(clock - kDay);
     const std::int64_t late = clock - offsetAt(clock + kDay);
     const bool wasEarly = early == late || offsetAt(early) == clock - early;

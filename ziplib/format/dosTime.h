@@ -4,7 +4,7 @@
 
 namespace ziplib {
 
-// A date and time as zip records keep it, in local time. Out-of-range parts are drawn into range.
+// A date and time as zip records store it, in local time. Parts out of range are clamped.
 struct DosTime {
     int year = 1980;
     int month = 1; // from 1
@@ -17,10 +17,10 @@ struct DosTime {
 // `date` and `time` are the two 16-bit fields of a record.
 DosTime dosTime(std::uint16_t date, std::uint16_t time);
 
-// Nanoseconds since 1970, UTC, for a local date and time. Of two that have it the earlier one.
+// Nanoseconds since 1970, UTC, for a local date and time; the earlier one if it occurs twice.
 std::int64_t toNanoseconds(const DosTime &local);
 
-// The two fields for an instant, date in the upper half: rounded up to the even second, drawn into
+// The two fields for an instant, date in the upper half: rounded up to the even second, clamped to
 // 1980 to 2107.
 std::uint32_t toDosFields(std::int64_t nanoseconds);
 

@@ -15,51 +15,44 @@ using platform::Failure;
 using platform::InputFile;
 using platform::Status;
 
-// The end of the file, as far as an end record may lie in it.
+// The end of the file, as far back as an end record may start.
 struct Tail {
     std::uint64_t start = 0;
     std::vector<std::uint8_t> bytes;
 };
 
-bool hasSignature(const InputFile &file, std::uint64_t offset, std::uint32_t signature) {
-    std::uint8_t bytes[4];
-    std::size_t got = 0;
-    return file.readAt(offset, bytes, sizeof bytes, got).ok() && got == sizeof bytes &&
-           get32(bytes) == signature;
-}
-
-// Takes what the 64-bit record says where the short one points to it. Returns where the records
-// of the end start.
+// Takes the values of the zip64 record if those of the short one refer to it. Returns the offset of
+// the first of these records.
 std::uint64_t readEnd64(const InputFile &file, std::uint64_t endOffset, EndRecord &end,
                         std::uint64_t &declared) {
     std::uint8_t locator[kLocator64Size];
     std::size_t got = 0;
-    const bool wanted = end.count == kZip64Sentinel16 || end.directorySize == kZip64Sentinel ||
+    const bool needed = end.count == kZip64Sentinel16 || end.directorySize == kZip64Sentinel ||
                         declared == kZip64Sentinel;
-    if (!wanted || endOffset < kLocator64Size + kEnd64Size ||
+    if (!needed || endOffset < kLocator64Size + kEnd64Size ||
         !file.readAt(endOffset - kLocator64Size, locator, sizeof locator, got).ok() ||
         got != sizeof locator || get32(locator) != kLocator64Signature)
         return endOffset;
-    // Data put in front shifts the record; then it lies right before its locator.
+    // Data in front of the archive shifts the record; it lies right before its locator then.
     const std::uint64_t beside = endOffset - kLocator64Size - kEnd64Size;
-    const std::uint64_t told = get64(locator + 8);
-    for (const std::uint64_t offset : {told, beside}) {
+    const std::uint64_t declaredOffset = get64(locator + locatorField::kEnd64Offset);
+    for (const std::uint64_t offset : {declaredOffset, beside}) {
         std::uint8_t record[kEnd64Size];
         if (offset > beside || !file.readAt(offset, record, sizeof record, got).ok() ||
             got != sizeof record || get32(record) != kEnd64Signature)
             continue;
-        end.count = get64(record + 32);
+        end.count = get64(record + end64Field::kEntries);
         end.countMask = UINT64_MAX;
-        end.directorySize = get64(record + 40);
-        declared = get64(record + 48);
+        end.directorySize = get64(record + end64Field::kDirectorySize);
+        declared = get64(record + end64Field::kDirectoryOffset);
         return offset;
     }
     return endOffset;
 }
 
-// Finds where the directory is: right before the end records, or where the offset says.
-bool placeDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_t declared,
-                    EndRecord &end) {
+// Finds the directory: right before the end records, or at its declared offset.
+bool locateDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_t declared,
+                     EndRecord &end) {
     if (end.directorySize == 0) {
         end.directory = endOffset;
         end.base = declared <= endOffset ? endOffset - declared : 0;
@@ -79,40 +72,40 @@ bool placeDirectory(const InputFile &file, std::uint64_t endOffset, std::uint64_
            hasSignature(file, declared, kCentralSignature);
 }
 
-// Offsets may be counted from the file's start although something lies in front.
+// Offsets may count from the start of the file although data lies in front of the archive.
 void settleBase(const InputFile &file, EndRecord &end) {
     std::uint8_t record[kCentralSize];
     std::size_t got = 0;
     if (end.base == 0 || end.directorySize == 0 ||
         !file.readAt(end.directory, record, sizeof record, got).ok() || got != sizeof record)
         return;
-    const std::uint64_t offset = get32(record + 42);
+    const std::uint64_t offset = get32(record + centralField::kLocalOffset);
     if (offset != kZip64Sentinel && !hasSignature(file, end.base + offset, kLocalSignature) &&
         hasSignature(file, offset, kLocalSignature))
         end.base = 0;
 }
 
-// Reads the candidate at `at` in the tail. Nothing where it describes no directory of this file.
+// Reads the candidate at `at` in the tail. Nothing if it describes no directory of this file.
 std::optional<EndRecord> readCandidate(const InputFile &file, const Tail &tail, std::size_t at) {
     const std::uint8_t *record = tail.bytes.data() + at;
-    const std::size_t behind = tail.bytes.size() - at - kEndSize;
-    const std::size_t commentSize = get16(record + 20);
+    const std::size_t following = tail.bytes.size() - at - kEndSize;
+    const std::size_t commentSize = get16(record + endField::kCommentLength);
     EndRecord end;
-    end.count = get16(record + 10);
-    end.directorySize = get32(record + 12);
-    std::uint64_t declared = get32(record + 16);
+    end.count = get16(record + endField::kEntries);
+    end.directorySize = get32(record + endField::kDirectorySize);
+    std::uint64_t declared = get32(record + endField::kDirectoryOffset);
     const std::uint64_t endOffset = readEnd64(file, tail.start + at, end, declared);
-    if (!placeDirectory(file, endOffset, declared, end))
+    if (!locateDirectory(file, endOffset, declared, end))
         return std::nullopt;
     settleBase(file, end);
-    end.commentCut = commentSize > behind;
-    end.trailing = end.commentCut ? 0 : behind - commentSize;
+    end.commentCut = commentSize > following;
+    end.trailing = end.commentCut ? 0 : following - commentSize;
     end.comment.assign(reinterpret_cast<const char *>(record + kEndSize),
-                       std::min(commentSize, behind));
+                       std::min(commentSize, following));
     return end;
 }
 
-// Which of two candidates to believe: the smaller rank, and the earlier one among equals.
+// Of two candidates, the one of the smaller rank is taken, and the earlier one of equals.
 int rank(const EndRecord &end) {
     const bool exact = end.trailing == 0 && !end.commentCut;
     const bool inFront = end.base != 0;

@@ -7,20 +7,20 @@
 
 namespace ziplib {
 
-// What the records at the end of an archive say, checked against the file.
+// Contents of the end of central directory records, checked against the file.
 struct EndRecord {
-    std::uint64_t directory = 0; // where it starts in the file
+    std::uint64_t directory = 0; // its offset in the file
     std::uint64_t directorySize = 0;
     std::uint64_t base = 0;  // bytes in front of the archive
     std::uint64_t count = 0; // of entries
     std::uint64_t countMask = 0xFFFF;
-    std::uint64_t trailing = 0; // bytes behind the end
+    std::uint64_t trailing = 0; // bytes after the end
     bool commentCut = false;
     std::string comment;
 };
 
-// Finds the end of an archive of `fileSize` bytes. Of several candidates that one is taken whose
-// comment reaches to the end of the file and holds the others.
+// Finds the end of an archive of `fileSize` bytes. Of several candidates, takes the one whose
+// comment reaches the end of the file and contains the others.
 platform::Status findEndRecord(const platform::InputFile &file, std::uint64_t fileSize,
                                EndRecord &end);
 

@@ -33,34 +33,32 @@ bool sameName(std::string_view a, std::string_view b) {
                });
 }
 
-// True where a value of a local header fits that of the directory. With a descriptor behind the
-// data, zero or "unknown" says nothing.
-bool fits(std::uint64_t local, std::uint64_t told, bool described) {
-    return local == told || (described && (local == 0 || local == kZip64Sentinel));
+// True if a value of a local header agrees with that of the directory. With a data descriptor after
+// the data, it may be zero or the sentinel instead.
+bool fits(std::uint64_t local, std::uint64_t declared, bool described) {
+    return local == declared || (described && (local == 0 || local == kZip64Sentinel));
 }
 
-Status compare(const Directory &directory, const Entry &entry, const std::uint8_t *head,
-               std::string_view name, std::string_view extra) {
-    if (!sameName(name, directory.rawName(entry)))
+// `head` is the whole local header.
+Status compare(const Directory &directory, const Entry &entry, const std::uint8_t *head) {
+    const std::uint8_t *fields = head + kLocalCommon;
+    const std::string_view all(reinterpret_cast<const char *>(head), localHeaderSize(head));
+    const std::size_t nameLength = get16(fields + commonField::kNameLength);
+    if (!sameName(all.substr(kLocalSize, nameLength), directory.rawName(entry)))
         return disagreement(directory, entry, "name");
-    if (get16(head + 8) != entry.method)
+    if (get16(fields + commonField::kMethod) != entry.method)
         return disagreement(directory, entry, "method");
-    const std::uint16_t flags = get16(head + 6);
+    const std::uint16_t flags = get16(fields + commonField::kFlags);
     if (((flags ^ entry.flags) & kFlagEncrypted) != 0)
         return disagreement(directory, entry, "encryption");
-    std::uint64_t size = get32(head + 22);
-    std::uint64_t packed = get32(head + 18);
-    std::string_view field = findExtra(extra, kExtraZip64);
-    for (std::uint64_t *value : {&size, &packed}) {
-        if (*value == kZip64Sentinel && field.size() >= 8) {
-            *value = get64(reinterpret_cast<const std::uint8_t *>(field.data()));
-            field.remove_prefix(8);
-        }
-    }
+    std::uint64_t size = get32(fields + commonField::kSize);
+    std::uint64_t compressedSize = get32(fields + commonField::kCompressedSize);
+    applyZip64(all.substr(kLocalSize + nameLength), {&size, &compressedSize});
     const bool described = ((flags | entry.flags) & kFlagDescriptor) != 0;
-    if (!fits(size, entry.size, described) || !fits(packed, entry.compressedSize, described))
+    if (!fits(size, entry.size, described) ||
+        !fits(compressedSize, entry.compressedSize, described))
         return disagreement(directory, entry, "size");
-    if (!fits(get32(head + 14), entry.crc, described))
+    if (!fits(get32(fields + commonField::kCrc), entry.crc, described))
         return disagreement(directory, entry, "checksum");
     return {};
 }
@@ -74,14 +72,9 @@ Status checkLocal(const InputFile &file, const Directory &directory, const Entry
         if (got >= kLocalSize && get32(bytes) != kLocalSignature)
             return disagreement(directory, entry, "place");
         if (got >= kLocalSize) {
-            const std::size_t nameLength = get16(bytes + 26);
-            const std::size_t extraLength = get16(bytes + 28);
-            headSize = kLocalSize + nameLength + extraLength;
-            if (got >= headSize) {
-                const auto *text = reinterpret_cast<const char *>(bytes);
-                return compare(directory, entry, bytes, {text + kLocalSize, nameLength},
-                               {text + kLocalSize + nameLength, extraLength});
-            }
+            headSize = localHeaderSize(bytes);
+            if (got >= headSize)
+                return compare(directory, entry, bytes);
         }
         if (attempt == 0) {
             own.resize(kLocalSize + 2 * std::size_t{kZip64Sentinel16});
@@ -119,22 +112,22 @@ Extents::Extents(const InputFile &file, const Directory &directory)
     };
     if (!std::is_sorted(order.begin(), order.end(), before))
         std::stable_sort(order.begin(), order.end(), before);
-    if (cleaner(directory, order))
+    if (findOverlaps(directory, order))
         return;
-    // Something lies over something else. Those that are not there at all leave the contest.
+    // Some overlap. Entries without a matching local header are left out of the second pass.
     const auto isMissing = [&](std::uint32_t index) {
         std::uint64_t offset = 0;
         return overlaps(index) && !locateData(file, directory, entries[index], offset).ok();
     };
     order.erase(std::remove_if(order.begin(), order.end(), isMissing), order.end());
     std::fill(m_limits.begin(), m_limits.end(), directory.fileSize());
-    cleaner(directory, order);
+    findOverlaps(directory, order);
 }
 
-// Settles the limits of the entries in `order`, by offset. False where some overlap.
-bool Extents::cleaner(const Directory &directory, std::vector<std::uint32_t> &order) {
+// Sets the limits of the entries in `order`, by offset. False if some overlap.
+bool Extents::findOverlaps(const Directory &directory, std::vector<std::uint32_t> &order) {
     const std::vector<Entry> &entries = directory.entries();
-    // From the back: what starts next after each entry.
+    // From the back: the offset that follows each entry.
     std::uint64_t next = directory.fileSize();
     std::uint64_t here = next;
     for (auto it = order.rbegin(); it != order.rend(); ++it) {
@@ -145,8 +138,8 @@ bool Extents::cleaner(const Directory &directory, std::vector<std::uint32_t> &or
         }
         m_limits[*it] = offset < directory.start() ? std::min(next, directory.start()) : next;
     }
-    // From the front: which start before an earlier one has ended. Lengths of extra fields in
-    // local headers are not known yet; limit() is for those.
+    // From the front: entries that start before an earlier one has ended. The sizes of the extra
+    // fields in local headers are not known yet; limit() covers those.
     std::vector<std::uint32_t> bad;
     std::uint64_t furthest = 0;
     std::uint32_t holder = 0;

@@ -7,32 +7,33 @@
 
 namespace ziplib {
 
-// Checks an entry's local header against the directory: Damaged where they disagree about name,
-// method, encryption, sizes or CRC, EndsEarly where the file ends before. `bytes` are the first
-// `got` bytes from entry.localOffset on; where these are too few the rest is read. `headSize` is
-// the distance from there to the data.
+// Checks an entry's local file header against the directory: Damaged if they disagree about name,
+// method, encryption, sizes or CRC, EndsEarly if the file is too short. `bytes` are the first `got`
+// bytes from entry.localOffset on; if these are too few, the header is read. Sets `headSize` to the
+// size of the header.
 platform::Status checkLocal(const platform::InputFile &file, const Directory &directory,
                             const Entry &entry, const std::uint8_t *bytes, std::size_t got,
                             std::size_t &headSize);
 
-// The same with nothing read yet; `dataOffset` is where the packed data starts in the file.
+// Reads and checks the local file header. Sets `dataOffset` to the offset of the compressed data in
+// the file.
 platform::Status locateData(const platform::InputFile &file, const Directory &directory,
                             const Entry &entry, std::uint64_t &dataOffset);
 
-// Which entries share bytes with others or with the directory, found in one pass. Gaps between
-// entries and entries in another order than their records are nothing unusual. An entry without a
-// local header that fits it takes nothing from others.
+// Finds the entries that share bytes with others or with the directory, in one pass. Gaps between
+// entries, and entries in another order than their records, are allowed. An entry without a
+// matching local header does not count against others.
 class Extents {
   public:
     Extents(const platform::InputFile &file, const Directory &directory);
 
-    // True where the entry, by index, lies over something else.
+    // True if the entry, by index, overlaps another or the directory.
     bool overlaps(std::size_t index) const { return m_limits[index] == 0; }
-    // Where the next thing in the file starts: the entry's data must not go further.
+    // Offset of what follows the entry in the file: its data must end before.
     std::uint64_t limit(std::size_t index) const { return m_limits[index]; }
 
   private:
-    bool cleaner(const Directory &directory, std::vector<std::uint32_t> &order);
+    bool findOverlaps(const Directory &directory, std::vector<std::uint32_t> &order);
 
     std::vector<std::uint64_t> m_limits;
 };

@@ -9,8 +9,7 @@ namespace ziplib {
 
 namespace {
 
-// Code page 437 from 0x80 on. The lower half is ASCII: bytes below 0x20 are control characters
-// here, not the pictures that a screen of the time showed.
+// Code page 437 from 0x80 on. The lower half is ASCII, with control characters below 0x20.
 constexpr std::array<char16_t, 128> kCodePage437 = {
     0x00C7, 0x00FC, 0x00E9, 0x00E2, 0x00E4, 0x00E0, 0x00E5, 0x00E7, 0x00EA, 0x00EB, 0x00E8, 0x00EF,
     0x00EE, 0x00EC, 0x00C4, 0x00C5, 0x00C9, 0x00E6, 0x00C6, 0x00F4, 0x00F6, 0x00F2, 0x00FB, 0x00F9,
@@ -24,16 +23,11 @@ constexpr std::array<char16_t, 128> kCodePage437 = {
     0x221E, 0x03C6, 0x03B5, 0x2229, 0x2261, 0x00B1, 0x2265, 0x2264, 0x2320, 0x2321, 0x00F7, 0x2248,
     0x00B0, 0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0};
 
-bool isAscii(std::string_view text) {
-    return std::none_of(
-        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
-}
-
 } // namespace
 
 std::string decodeName(std::string_view raw) {
     std::string path;
-    if (isAscii(raw) || isUtf8(raw)) {
+    if (isUtf8(raw)) {
         path = raw;
     } else {
         path.reserve(raw.size() * 2);

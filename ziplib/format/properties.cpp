@@ -1,4 +1,4 @@
-// What the fields of an entry mean: path, kind, time and attributes.
+// Path, kind, time and attributes of an entry.
 
 #include "ziplib/format/bytes.h"
 #include "ziplib/format/directory.h"
@@ -10,14 +10,13 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::uint32_t kDosFolder = 0x10;
 constexpr std::int64_t kSecond = 1'000'000'000;
 
 const std::uint8_t *bytes(std::string_view field) {
     return reinterpret_cast<const std::uint8_t *>(field.data());
 }
 
-// True for hosts whose external attributes hold a file mode in their upper half.
+// True for hosts that store a file mode in the upper half of the external attributes.
 bool isUnix(const Entry &entry) {
     const int host = entry.madeBy >> 8;
     return host == 3 || host == 19;
@@ -28,7 +27,7 @@ std::uint32_t fileType(const Entry &entry) {
 }
 
 bool ntfsTime(std::string_view field, std::int64_t &time) {
-    // Four reserved bytes, then attributes of their own; the first holds the times.
+    // Four reserved bytes, then tagged attributes; the first one holds the times.
     if (field.size() < 4 + 4 + 8 || get16(bytes(field) + 4) != 1)
         return false;
     constexpr std::uint64_t kFrom1601 = 116'444'736'000'000'000ULL;
@@ -54,7 +53,8 @@ bool Directory::isFolder(const Entry &entry) const {
     if (!raw.empty() && (raw.back() == '/' || raw.back() == '\\'))
         return true;
     const std::uint32_t type = fileType(entry);
-    const bool marked = type == 0 ? (entry.externalAttributes & kDosFolder) != 0 : type == 0040000U;
+    const bool marked =
+        type == 0 ? (entry.externalAttributes & kExternalFolder) != 0 : type == 0040000U;
     return marked && entry.size == 0 && !raw.empty();
 }
 

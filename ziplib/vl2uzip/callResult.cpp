@@ -1,5 +1,7 @@
 #include "ziplib/vl2uzip/callResult.h"
 
+#include "ziplib/common/failures.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -11,61 +13,31 @@ namespace {
 using platform::Failure;
 using platform::Status;
 
-// From what hides most to what hides nothing: what ended the call, what is wrong with the archive
-// as a whole, with single entries, with the disk they go to.
-constexpr std::array<ReturnCode, 11> kByWeight = {
+// By priority: what ended the call, damage to the archive as a whole, failures of single entries.
+constexpr std::array<ReturnCode, 11> kByPriority = {
     ReturnCode::Cancelled,      ReturnCode::DiskFull,    ReturnCode::NoArchive,
     ReturnCode::SevereDamage,   ReturnCode::EndsEarly,   ReturnCode::Damaged,
     ReturnCode::NoPassword,     ReturnCode::Unsupported, ReturnCode::Warnings,
     ReturnCode::NothingMatched, ReturnCode::Done};
 
-auto weight(ReturnCode code) {
-    return std::find(kByWeight.begin(), kByWeight.end(), code);
+auto priority(ReturnCode code) {
+    return std::find(kByPriority.begin(), kByPriority.end(), code);
 }
 
 } // namespace
 
 ReturnCode codeOfEntry(const Status &status) {
-    switch (status.kind) {
-    case Failure::None:
-        return ReturnCode::Done;
-    case Failure::Full:
-        return ReturnCode::DiskFull;
-    case Failure::EndsEarly:
-        return ReturnCode::EndsEarly;
-    case Failure::Damaged:
-    case Failure::NotArchive:
-        return ReturnCode::Damaged;
-    case Failure::Unsupported:
-        return ReturnCode::Unsupported;
-    case Failure::Password:
-        return ReturnCode::NoPassword;
-    case Failure::Cancelled:
-        return ReturnCode::Cancelled;
-    default:
-        return ReturnCode::Warnings;
-    }
+    return failure(status, ReturnCode::Warnings).code();
 }
 
 ReturnCode codeOfArchive(const Status &status) {
-    switch (status.kind) {
-    case Failure::None:
-        return ReturnCode::Done;
-    case Failure::NotArchive:
-    case Failure::Damaged:
-    case Failure::Resources:
+    if (status.is(Failure::Damaged) || status.is(Failure::Resources))
         return ReturnCode::SevereDamage;
-    case Failure::EndsEarly:
-        return ReturnCode::EndsEarly;
-    case Failure::Cancelled:
-        return ReturnCode::Cancelled;
-    default:
-        return ReturnCode::NoArchive;
-    }
+    return failure(status, ReturnCode::NoArchive).code();
 }
 
 void CallResult::add(ReturnCode code, const std::string &message) {
-    if (weight(code) < weight(m_code)) {
+    if (priority(code) < priority(m_code)) {
         m_code = code;
         m_message = message;
     }

@@ -1,6 +1,7 @@
 #include "ziplib/vl2uzip/caller.h"
 
 #include "ziplib/common/interfaceText.h"
+#include "ziplib/format/dosTime.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,7 @@ namespace ziplib {
 
 namespace {
 
-// Well below what is promised, so that a step that runs over still keeps the promise.
+// Well below the promised 50 ms, so that a longer step still keeps the promise.
 constexpr std::chrono::milliseconds kHeartbeat{20};
 
 constexpr std::int32_t kAnswerReplace = 102;
@@ -23,14 +24,15 @@ Small clipped(std::uint64_t value) {
     return static_cast<Small>(std::min<std::uint64_t>(value, std::numeric_limits<Small>::max()));
 }
 
-} // namespace
-
+// Share of `size` that compression saved, in percent.
 std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize) {
     if (size == 0 || compressedSize >= size)
         return 0;
     const double saved = static_cast<double>(size - compressedSize) / static_cast<double>(size);
     return static_cast<std::int32_t>(std::lround(100.0 * saved));
 }
+
+} // namespace
 
 Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
     : m_functions(functions), m_quiet(quiet) {}
@@ -104,18 +106,19 @@ bool Caller::password(const std::string &path, std::string &password) {
     return true;
 }
 
-void Caller::list(const std::string &path, const Listed &entry) {
+void Caller::list(const std::string &path, const Entry &entry) {
     if (m_functions.SendApplicationMessage == nullptr)
         return;
     std::string narrow = toProgram(path);
-    std::string method = entry.method;
+    std::string method = methodName(entry.method);
+    const DosTime time = dosTime(entry.date, entry.time);
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
     const bool clippedSize = entry.size > kLargest || entry.compressedSize > kLargest;
     m_functions.SendApplicationMessage(
         clipped<std::uint32_t>(entry.size), clipped<std::uint32_t>(entry.compressedSize),
-        percentSaved(entry.size, entry.compressedSize), entry.month, entry.day, entry.year,
-        entry.hour, entry.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
-        entry.encrypted ? 'E' : ' ');
+        percentSaved(entry.size, entry.compressedSize), time.month, time.day, time.year, time.hour,
+        time.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
+        entry.isEncrypted() ? 'E' : ' ');
 }
 
 void Caller::setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,

@@ -10,36 +10,42 @@ namespace {
 using platform::Failure;
 using platform::Status;
 
-class NullSink : public Sink {
-  public:
-    Status write(const std::uint8_t *, std::size_t) override { return {}; }
-};
-
 } // namespace
 
 Status ExtractTask::perform(Scratch &scratch) const {
+    if (kind == Kind::Test)
+        return read(scratch, nullptr);
     const Directory &directory = m_context.source.directory;
     const Entry &entry = directory.entries()[index];
-    if (kind == Kind::Test) {
-        NullSink nothing;
-        return readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, nothing);
-    }
-    // In a new folder every file is one of this call.
+    // In a folder that this call made, every file is its own.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
-    const FileSink::ArchiveReplacement target{
+    const FileSink::Target target{
         folder->folder,  m_context.times,           name,
         replace,         directory.modified(entry), directory.attributes(entry),
         convertLineEnds, entry.isMarkedText(),      own};
-    FileSink sink(target, scratch.converted);
-    Status result = readEntry(m_context.source, index, cipher, scratch, m_context.keepGoing, sink);
+    FileSink sink(target);
+    Status result = read(scratch, &sink);
     return result.ok() ? sink.finish() : result;
+}
+
+// Reads all data of the entry, and writes it if there is a sink.
+Status ExtractTask::read(Scratch &scratch, FileSink *sink) const {
+    EntryReader reader(m_context.source, index, cipher, scratch);
+    EntryReader::Chunk chunk;
+    Status result;
+    do {
+        result = reader.next(chunk);
+        if (result.ok() && !chunk.empty() && sink != nullptr)
+            result = sink->write(chunk.data(), chunk.size());
+    } while (result.ok() && !chunk.empty());
+    return result;
 }
 
 void ExtractTask::run(unsigned worker) noexcept {
     if (kind == Kind::Settled)
         return;
     try {
-        if (!m_context.keepGoing()) {
+        if (!m_context.source.keepGoing()) {
             status = Status(Failure::Cancelled, {});
             return;
         }
@@ -48,7 +54,7 @@ void ExtractTask::run(unsigned worker) noexcept {
             scratch = std::make_unique<Scratch>();
         status = perform(*scratch);
     } catch (const std::bad_alloc &) {
-        status.kind = Failure::Resources; // a text would need memory
+        status.kind = Failure::Resources; // a message would need memory
     } catch (const std::exception &) {
         status.kind = Failure::Io;
     }

@@ -14,13 +14,12 @@ namespace ziplib {
 // What the tasks of one call share.
 struct TaskContext {
     Source source;
-    std::vector<std::unique_ptr<Scratch>> scratch; // one for each worker, one for the caller
-    platform::KeepGoing keepGoing;
-    std::atomic<Times> times{Times::Unknown}; // of the target's disk
+    std::vector<std::unique_ptr<Scratch>> scratch; // of each worker and of the caller's thread
+    std::atomic<Times> times{Times::Unknown};      // of the target's disk
     OwnFiles own;
 };
 
-// One entry on its way through the pipeline: to be extracted or tested, or settled already.
+// One entry in the pipeline: to extract, to test, or settled, which is only reported.
 class ExtractTask : public Pipeline::Task {
   public:
     enum class Kind { Settled, Test, Extract };
@@ -32,22 +31,23 @@ class ExtractTask : public Pipeline::Task {
 
     std::uint32_t index = 0;
     std::string path;   // of the entry, for messages and callbacks
-    std::string report; // what to say where it went well
+    std::string report; // the message if it succeeds
     Kind kind = Kind::Settled;
     platform::Status status;
     std::optional<Cipher> cipher;
     int passwordTries = 0;
 
-    // Where to write; only for Extract.
+    // The target; only for Extract.
     std::shared_ptr<OpenFolder> folder;
     std::string name;
     platform::NewFile::Replace replace = platform::NewFile::Replace::No;
     bool convertLineEnds = false;
-    // An earlier entry has the file; settled when this one's turn comes.
-    bool second = false;
+    // An earlier entry goes to the same file; decided when this one is reported.
+    bool sharesTarget = false;
 
   private:
     platform::Status perform(Scratch &scratch) const;
+    platform::Status read(Scratch &scratch, FileSink *sink) const;
 
     TaskContext &m_context;
 };

@@ -6,7 +6,6 @@
 #include "ziplib/vl2uzip/folderTree.h"
 #include "ziplib/vl2uzip/passwords.h"
 #include "ziplib/vl2uzip/plan.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <atomic>
 #include <deque>
@@ -16,12 +15,12 @@
 
 namespace ziplib {
 
-// Extracts or tests the planned entries. Workers read, inflate and write; questions are asked and
-// results told in the caller's thread, in stored order.
+// Extracts or tests the planned entries. Worker threads read, inflate and write; the callbacks run
+// in the caller's thread, in stored order.
 class Extraction {
   public:
     Extraction(const platform::InputFile &file, const Directory &directory, const Request &request,
-               Caller &caller, CallResult &outcome);
+               Caller &caller, CallResult &result);
 
     void run(const Plan &plan);
 
@@ -34,20 +33,20 @@ class Extraction {
     bool mayWrite(ExtractTask &task, const platform::FileInfo &existing);
     bool mayReplace(const ExtractTask &task);
     bool askReplace(const std::string &path);
-    void settleName(ExtractTask &task);
+    void resolveTakenName(ExtractTask &task);
     ExtractTask *laterTaskWithFile(const platform::FileInfo &file);
     platform::Status folderFor(std::string_view path, std::shared_ptr<OpenFolder> &folder);
     void collect(std::unique_ptr<ExtractTask> task);
     void collectNext();
     std::unique_ptr<ExtractTask> nextTask();
     void drain();
-    void again(ExtractTask &task);
+    void retry(ExtractTask &task);
     void stop(ReturnCode code, const std::string &message);
 
     const Directory &m_directory;
     const Request &m_request;
     Caller &m_caller;
-    CallResult &m_outcome;
+    CallResult &m_result;
     Extents m_extents;
     MemoryBudget m_budget;
     std::atomic<bool> m_stopped{false};
@@ -56,11 +55,11 @@ class Extraction {
     std::optional<FolderTree> m_folders;
     bool m_replaceAll;
     bool m_keepAll = false;
-    OwnFiles m_replaced;     // files that were there before and are being replaced
-    std::size_t m_whole = 0; // entries that ended as they should
-    // Tasks that are done and come before those in the pipeline.
+    OwnFiles m_replaced;        // files that existed before and are being replaced
+    std::size_t m_complete = 0; // entries that ended as planned
+    // Finished tasks that come before those in the pipeline.
     std::deque<std::unique_ptr<ExtractTask>> m_done;
-    // Last, so that it ends first: its threads use what is above.
+    // The last member, so that it is destroyed first: its threads use the others.
     std::unique_ptr<Pipeline> m_pipeline;
 };
 

@@ -1,5 +1,8 @@
 #include "ziplib/vl2uzip/fileSink.h"
 
+#include "ziplib/common/buffer.h"
+#include "ziplib/common/objectPool.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -9,10 +12,9 @@ using platform::Status;
 
 namespace {
 
-// As much of the data as is looked at to tell text from other files.
-constexpr std::size_t kLooked = 64U << 10;
-constexpr std::size_t kKeptScratch = 512U << 10;
-// The coarsest step in which a disk counts time, and the years that every disk knows, in ns.
+// As much of the data decides whether it is text.
+constexpr std::size_t kTextSample = 64U << 10;
+// The coarsest time step of a disk, and the range of years that every disk knows; nanoseconds.
 constexpr std::int64_t kTimeStep = 2'000'000'000;
 constexpr std::int64_t kYear1980 = 315'619'200'000'000'000;
 constexpr std::int64_t kYear2038 = 2'145'916'800'000'000'000;
@@ -21,7 +23,8 @@ constexpr std::int64_t kYear2038 = 2'145'916'800'000'000'000;
 
 Status FileSink::start(const std::uint8_t *data, std::size_t size) {
     m_started = true;
-    if (m_target.convert && (m_target.knownText || looksLikeText(data, std::min(size, kLooked))))
+    if (m_target.convert &&
+        (m_target.knownText || looksLikeText(data, std::min(size, kTextSample))))
         m_lineEnds.emplace(platform::linesEndInCrLf() ? LineEnds::CrLf : LineEnds::Lf);
     Status status = m_file.create(m_target.folder);
     platform::FileInfo info;
@@ -38,12 +41,12 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     if (!m_lineEnds)
         return m_file.write(data, size);
     constexpr std::size_t kChunk = 128U << 10;
+    const Loan<Bytes> converted;
+    converted->resize(LineEndConverter::room(kChunk));
     while (size > 0) {
         const std::size_t now = std::min(size, kChunk);
-        std::uint8_t *out =
-            m_scratch.reserve(std::min(LineEndConverter::room(kChunk), kKeptScratch));
-        const std::size_t length = m_lineEnds->convert(data, now, out);
-        if (Status status = m_file.write(out, length); !status.ok())
+        const std::size_t length = m_lineEnds->convert(data, now, converted->data());
+        if (Status status = m_file.write(converted->data(), length); !status.ok())
             return status;
         data += now;
         size -= now;
@@ -51,7 +54,7 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     return {};
 }
 
-// Gives the file its time. Looks whether it has it until a file has shown that of the disk.
+// Sets the file's time. Reads it back until a file has shown whether the disk keeps times.
 bool FileSink::keepsTime() {
     const std::int64_t wanted = m_target.modified;
     const bool set = m_file.setModified(wanted).ok();
@@ -77,7 +80,7 @@ Status FileSink::finish() {
         if (Status status = m_file.write(&last, m_lineEnds->finish(&last)); !status.ok())
             return status;
     }
-    // The content is what counts: a disk that keeps no times or attributes does not lose the file.
+    // The content matters most: a disk without times or attributes still gets the file.
     (void)m_file.setAttributes(m_target.attributes);
     if (!keepsTime()) {
         if (Status status = m_file.sync(); !status.ok())

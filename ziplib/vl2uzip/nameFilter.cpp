@@ -29,7 +29,7 @@ NameFilter::Name *NameFilter::List::find(const std::string &path, Meaning meanin
     return found == m_exact.end() ? nullptr : &m_names[found->second];
 }
 
-void NameFilter::List::meet(const std::string &path) {
+void NameFilter::List::resolve(const std::string &path) {
     for (const Meaning meaning : {Meaning::Own, Meaning::SeenAs})
         if (Name *name = find(path, meaning); name != nullptr)
             name->meaning = std::max(name->meaning, meaning);
@@ -48,7 +48,7 @@ bool NameFilter::List::matches(const std::string &path) {
     }
     for (const std::size_t index : m_patterns) {
         Name &name = m_names[index];
-        // A pattern that has matched is only needed while nothing else has.
+        // A pattern that has matched before matters only if nothing else matches this path.
         if (name.meaning == Meaning::Pattern && (!found || !name.matched) &&
             matchesPattern(name.text, path, m_rules)) {
             name.matched = true;
@@ -66,8 +66,8 @@ NameFilter::NameFilter(const std::vector<std::string> &wanted,
         return;
     for (const Entry &entry : directory.entries()) {
         const std::string path = directory.path(entry);
-        m_wanted.meet(path);
-        m_unwanted.meet(path);
+        m_wanted.resolve(path);
+        m_unwanted.resolve(path);
         keepGoing();
     }
 }

@@ -9,8 +9,8 @@
 
 namespace ziplib {
 
-// The files that a call has written or is about to replace, as the disk knows them: two names that
-// the disk takes for one, in whatever way, lead to the same of them. Used by all threads.
+// The files that a call has written or is about to replace, by device and file number: two names
+// that the disk treats as one lead to the same number. Thread-safe.
 class OwnFiles {
   public:
     void add(const platform::FileInfo &file) {

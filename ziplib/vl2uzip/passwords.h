@@ -9,17 +9,14 @@
 
 namespace ziplib {
 
-// Gets passwords from the caller. The last good one is tried first, in silence.
+// Gets passwords from the caller. The last right one is tried first, without a question.
 class Passwords {
   public:
-    // Times that one entry's password is asked for.
-    static constexpr int kMostTries = 3;
-
     Passwords(const Source &source, Caller &caller) : m_source(source), m_caller(caller) {}
 
-    // True where the one at hand fits the entry, so that nobody need be asked.
+    // True if the last password fits the entry, so that no question is needed.
     bool known(std::size_t index, std::optional<Cipher> &cipher);
-    // Asks until one fits, the caller declines (Password) or `tries` reaches its limit (Password).
+    // Asks until one fits, the caller declines (Password) or `tries` reaches 3 (Password).
     platform::Status ask(std::size_t index, const std::string &path, int &tries,
                          std::optional<Cipher> &cipher);
 

@@ -17,11 +17,11 @@ std::uint64_t hashStep(std::uint64_t hash, char c) {
     return (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3ULL;
 }
 
-// Paths are compared by 64-bit hashes, which keeps half a million of them small. Whoever builds
-// two paths of one hash only loses an entry of his own archive.
+// Paths are compared by 64-bit hashes to keep half a million of them small. An archive crafted with
+// two paths of one hash only loses an entry of its own.
 class Paths {
   public:
-    // Notes a target and all folders above it.
+    // Adds a target and all folders above it.
     void add(std::string_view path, std::size_t item) {
         if (m_ignoreCase) {
             m_folded = foldCase(path);
@@ -41,13 +41,11 @@ class Paths {
         m_files.push_back({hash, item});
     }
 
-    // Marks the files that share a target with others, and those that stand where a folder has to
-    // be.
+    // Marks the files that share a target with others, and those whose name a folder needs.
     void settle(std::vector<PlanItem> &items, const Directory &directory) {
-        std::sort(m_files.begin(), m_files.end(),
-                  [](const ArchiveReplacement &a, const ArchiveReplacement &b) {
-                      return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
-                  });
+        std::sort(m_files.begin(), m_files.end(), [](const FileTarget &a, const FileTarget &b) {
+            return a.hash != b.hash ? a.hash < b.hash : a.item < b.item;
+        });
         for (std::size_t first = 0, end = 0; first < m_files.size(); first = end) {
             while (end < m_files.size() && m_files[end].hash == m_files[first].hash)
                 ++end;
@@ -60,13 +58,13 @@ class Paths {
     }
 
   private:
-    struct ArchiveReplacement {
+    struct FileTarget {
         std::uint64_t hash;
         std::size_t item;
     };
 
-    // Of entries with one path the last counts; of those with different paths the first has the
-    // target and the others come second.
+    // Of entries with one path the last one counts; of those with different paths the first one
+    // gets the target, and the others share it.
     void share(std::size_t first, std::size_t end, std::vector<PlanItem> &items,
                const Directory &directory) const {
         std::unordered_set<std::string> paths;
@@ -77,7 +75,7 @@ class Paths {
                 item.action = PlanItem::Action::Superseded;
                 continue;
             }
-            item.action = PlanItem::Action::Second;
+            item.action = PlanItem::Action::SharesTarget;
             owner = i;
         }
         items[m_files[owner].item].action = PlanItem::Action::File;
@@ -87,7 +85,7 @@ class Paths {
     std::string m_folded;
     std::uint64_t m_lastFolder = 0;
     std::unordered_set<std::uint64_t> m_folders;
-    std::vector<ArchiveReplacement> m_files;
+    std::vector<FileTarget> m_files;
 };
 
 PlanItem::Action decide(const Directory &directory, const Entry &entry, const std::string &path,

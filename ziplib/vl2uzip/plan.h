@@ -2,7 +2,6 @@
 
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/nameFilter.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <cstdint>
 #include <string>
@@ -10,17 +9,34 @@
 
 namespace ziplib {
 
-// What is to be done with one entry, decided before anything is written and from the archive
-// alone, so that it does not depend on which worker comes first.
+// The parameters of one call. Texts are UTF-8.
+struct Request {
+    enum class Work { List, Test, Extract };
+
+    Work work = Work::Extract;
+    std::string archive;
+    std::string target;
+    std::vector<std::string> wanted;
+    std::vector<std::string> unwanted;
+    bool onlyNewer = false;
+    bool blanksToUnderscores = false;
+    bool replaceAll = false;
+    bool makeFolders = false;
+    bool convertLineEnds = false;
+    bool ignoreCase = false;
+};
+
+// The action for one entry. Decided before anything is written and from the archive alone, so that
+// it does not depend on the order in which workers finish.
 struct PlanItem {
     enum class Action : std::uint8_t {
         File,
         Folder,
-        Special,    // a link or a device: never made
-        Unsafe,     // its name may not be written
-        Superseded, // a later entry has the same path
-        Second,     // an earlier entry of another path goes to the same file
-        Blocked     // others need a folder of its name
+        Special,      // a link or a device: never created
+        Unsafe,       // its name may not be written
+        Superseded,   // a later entry has the same path
+        SharesTarget, // an earlier entry of another path goes to the same file
+        Blocked       // other entries need a folder of its name
     };
 
     std::uint32_t index = 0; // of the entry
@@ -29,12 +45,12 @@ struct PlanItem {
 
 struct Plan {
     std::vector<PlanItem> items; // in stored order
-    std::uint64_t size = 0;      // bytes that the files take
+    std::uint64_t size = 0;      // of all files
     std::uint64_t compressedSize = 0;
 };
 
-// The path below the target folder that an entry of this path goes to. Folders end in "/"; ""
-// where folders are not recreated and the entry is one.
+// The path below the target folder that an entry of this path goes to. Folders end in "/"; "" for a
+// folder if folders are not recreated.
 std::string targetPath(const std::string &path, const Request &request);
 
 // Plans every entry that the filter accepts.

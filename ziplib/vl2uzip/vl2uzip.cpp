@@ -2,14 +2,13 @@
 
 #include "storage/storage.h"
 #include "ziplib/codec/codec.h"
+#include "ziplib/common/interfaceText.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip/callResult.h"
 #include "ziplib/vl2uzip/caller.h"
 #include "ziplib/vl2uzip/extraction.h"
-#include "ziplib/vl2uzip/listing.h"
 #include "ziplib/vl2uzip/nameFilter.h"
 #include "ziplib/vl2uzip/plan.h"
-#include "ziplib/vl2uzip/request.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,12 +20,41 @@ namespace {
 
 using platform::Status;
 
-// What UzpMissingCount tells: each thread makes calls of its own.
+// The result of UzpMissingCount: each thread makes calls of its own.
 thread_local std::int32_t lastMissing = 0;
 
-void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &outcome) {
+std::vector<std::string> names(std::int32_t count, char **table) {
+    std::vector<std::string> texts;
+    for (std::int32_t i = 0; table != nullptr && i < count; ++i)
+        if (table[i] != nullptr)
+            texts.push_back(fromProgram(table[i]));
+    return texts;
+}
+
+Request makeRequest(const DCL &options, std::int32_t wantedCount, char **wanted,
+                    std::int32_t unwantedCount, char **unwanted) {
+    Request request;
+    if (options.nvflag != 0)
+        request.work = Request::Work::List;
+    else if (options.ntflag != 0)
+        request.work = Request::Work::Test;
+    request.archive = fromProgram(options.lpszZipFN);
+    request.target = fromProgram(options.lpszExtractDir);
+    request.wanted = names(wantedCount, wanted);
+    request.unwanted = names(unwantedCount, unwanted);
+    request.onlyNewer = options.ExtractOnlyNewer != 0;
+    request.blanksToUnderscores = options.SpaceToUnderscore != 0;
+    // Otherwise the program is asked, whatever PromptToOverwrite says.
+    request.replaceAll = options.noflag != 0;
+    request.makeFolders = options.ndflag != 0;
+    request.convertLineEnds = options.naflag != 0;
+    request.ignoreCase = options.C_flag != 0;
+    return request;
+}
+
+void fail(ReturnCode code, const std::string &message, Caller &caller, CallResult &result) {
     caller.warn(message);
-    outcome.add(code, message);
+    result.add(code, message);
 }
 
 platform::KeepGoing keepAlive(Caller &caller) {
@@ -36,49 +64,81 @@ platform::KeepGoing keepAlive(Caller &caller) {
     };
 }
 
+// Warns about each wanted name that matched nothing; the result is NothingMatched if none did.
+void reportUnmatched(const NameFilter &filter, bool anyMatched, Caller &caller,
+                     CallResult &result) {
+    if (!filter.isSelective())
+        return;
+    for (const std::string &name : filter.unmatched()) {
+        const std::string message = name + " is not in the archive";
+        caller.warn(message);
+        result.add(ReturnCode::Warnings, message);
+        result.addMissing(1);
+    }
+    if (!anyMatched)
+        result.replace(ReturnCode::NothingMatched, "none of the names is in the archive");
+}
+
+void list(const Directory &directory, NameFilter &filter, Caller &caller, CallResult &result) {
+    std::uint64_t size = 0;
+    std::uint64_t compressedSize = 0;
+    std::uint64_t count = 0;
+    for (const Entry &entry : directory.entries()) {
+        const std::string path = directory.path(entry);
+        if (filter.accepts(path)) {
+            caller.list(path, entry);
+            size += entry.size;
+            compressedSize += entry.compressedSize;
+            ++count;
+        }
+        caller.tick();
+    }
+    caller.setTotals(size, compressedSize, count, directory.archiveComment().size());
+    reportUnmatched(filter, count > 0, caller, result);
+}
+
 void extract(const platform::InputFile &file, const Directory &directory, const Request &request,
-             NameFilter &filter, Caller &caller, CallResult &outcome) {
+             NameFilter &filter, Caller &caller, CallResult &result) {
     platform::reloadTimeZone();
     const Plan plan = makePlan(directory, request, filter, keepAlive(caller));
     caller.setTotals(plan.size, plan.compressedSize, plan.items.size(),
                      directory.archiveComment().size());
     if (!plan.items.empty() || !filter.isSelective())
-        Extraction(file, directory, request, caller, outcome).run(plan);
-    reportUnmatched(filter, !plan.items.empty(), caller, outcome);
+        Extraction(file, directory, request, caller, result).run(plan);
+    reportUnmatched(filter, !plan.items.empty(), caller, result);
 }
 
-void work(const Request &request, Caller &caller, CallResult &outcome) {
+void work(const Request &request, Caller &caller, CallResult &result) {
     platform::InputFile file;
     if (Status status = file.open(request.archive); !status.ok()) {
-        fail(ReturnCode::NoArchive, status.message, caller, outcome);
-        outcome.addMissing(1);
+        fail(ReturnCode::NoArchive, status.message, caller, result);
+        result.addMissing(1);
         return;
     }
     Directory directory;
     const Status status = directory.read(file, keepAlive(caller));
     if (!status.ok()) {
-        fail(codeOfArchive(status), status.message, caller, outcome);
-        outcome.addMissing(1);
+        fail(codeOfArchive(status), status.message, caller, result);
+        result.addMissing(1);
         return;
     }
     if (!directory.damage().ok()) {
-        fail(codeOfEntry(directory.damage()), directory.damage().message, caller, outcome);
-        outcome.addMissing(directory.missing());
+        fail(codeOfEntry(directory.damage()), directory.damage().message, caller, result);
+        result.addMissing(directory.missing());
     }
     NameFilter filter(request.wanted, request.unwanted, request.ignoreCase, directory,
                       keepAlive(caller));
     if (request.work == Request::Work::List)
-        listEntries(directory, filter, caller, outcome);
+        list(directory, filter, caller, result);
     else
-        extract(file, directory, request, filter, caller, outcome);
-    // After the entries: of two warnings the first one is returned, and a missing entry matters
-    // more.
+        extract(file, directory, request, filter, caller, result);
+    // After the entries: the first of two warnings is returned, and a missing entry matters more.
     if (directory.trailing() != 0) {
         const std::uint64_t size = directory.trailing();
         fail(ReturnCode::Warnings,
              request.archive + " is followed by " + std::to_string(size) +
                  (size == 1 ? " byte that does" : " bytes that do") + " not belong to it",
-             caller, outcome);
+             caller, result);
     }
 }
 
@@ -101,17 +161,17 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
     using ziplib::ReturnCode;
     if (lpDCL == nullptr || lpUserFunctions == nullptr)
         return static_cast<int32_t>(ReturnCode::SevereDamage);
-    ziplib::CallResult outcome;
+    ziplib::CallResult result;
     try {
         ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
-        ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, outcome);
-        caller.warnLast(outcome.message());
-        ziplib::lastMissing = outcome.missing();
-        return static_cast<int32_t>(outcome.code());
+        ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, result);
+        caller.warnLast(result.message());
+        ziplib::lastMissing = result.missing();
+        return static_cast<int32_t>(result.code());
     } catch (const std::exception &) {
-        // Memory has run out; what was written before is whole.
-        outcome.addMissing(1);
-        ziplib::lastMissing = outcome.missing();
+        // Out of memory; the files written before are complete.
+        result.addMissing(1);
+        ziplib::lastMissing = result.missing();
         return static_cast<int32_t>(ReturnCode::SevereDamage);
     }
 }

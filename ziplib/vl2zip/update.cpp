@@ -2,6 +2,7 @@
 
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/leftovers.h"
+#include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/changeDetector.h"
 #include "ziplib/vl2zip/compare/detectChanges.h"
 #include "ziplib/vl2zip/select/plan.h"

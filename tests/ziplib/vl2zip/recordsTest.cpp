@@ -1,4 +1,4 @@
-#include "ziplib/vl2zip/write/records.h"
+#include "ziplib/format/records.h"
 #include "ziplib/format/bytes.h"
 
 #include <gtest/gtest.h>
@@ -89,7 +89,7 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         WrittenEntry entry;
         entry.name = "n";
         entry.size = row.size;
-        entry.packed = row.packed;
+        entry.compressedSize = row.packed;
         entry.offset = row.offset;
         std::string out;
         appendCentral(out, entry);
@@ -100,7 +100,7 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         EXPECT_EQ(get32(bytes(out) + 24), row.size >= kZip64Sentinel ? kZip64Sentinel : row.size);
         // Of what is streamed into the archive the local record holds both sizes, whatever they
         // are.
-        entry.wide = true;
+        entry.zip64 = true;
         std::string local;
         appendLocal(local, entry);
         EXPECT_EQ(local.size(), entry.localSize());
@@ -110,7 +110,7 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
 
 TEST(Records, TheEndRecordGrowsWithWhatItCounts) {
     struct Row {
-        DirectoryPlace place;
+        CentralDirectory directory;
         std::size_t size;
     };
     const Row rows[] = {
@@ -121,12 +121,12 @@ TEST(Records, TheEndRecordGrowsWithWhatItCounts) {
     };
     for (const Row &row : rows) {
         std::string out;
-        appendEnd(out, row.place, "");
+        appendEnd(out, row.directory, "");
         ASSERT_EQ(out.size(), row.size);
         if (row.size > 22) {
-            EXPECT_EQ(get64(bytes(out) + 32), row.place.entries);
-            EXPECT_EQ(get64(bytes(out) + 48), row.place.offset);
-            EXPECT_EQ(get64(bytes(out) + 56 + 8), row.place.offset + row.place.size);
+            EXPECT_EQ(get64(bytes(out) + 32), row.directory.entries);
+            EXPECT_EQ(get64(bytes(out) + 48), row.directory.offset);
+            EXPECT_EQ(get64(bytes(out) + 56 + 8), row.directory.offset + row.directory.size);
         }
     }
 }

@@ -1,10 +1,10 @@
 #include "ziplib/vl2zip/compare/compareFile.h"
 
+#include "ziplib/codec/entryReader.h"
 #include "ziplib/common/objectPool.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/format/localHeader.h"
 #include "ziplib/format/names.h"
-#include "ziplib/vl2zip/compare/entryReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -33,49 +33,63 @@ bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modifi
     return !sameTime(directory, entry, modified) && toDosFields(modified) > fields;
 }
 
-// Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
-// its place.
+// Reads the entry on, as far as a chunk of its file reaches or until they differ; zeros in the file
+// may stand for any byte. Returns how many bytes match: fewer than there are, too, if the entry
+// ends or cannot be read.
+std::size_t matchingBytes(EntryReader &reader, const Bytes &chunk, bool zerosMatch) {
+    std::size_t matched = 0;
+    while (matched < chunk.size()) {
+        EntryReader::Chunk stored;
+        if (!reader.next(stored, chunk.size() - matched).ok() || stored.empty())
+            break;
+        const std::uint8_t *bytes = chunk.data() + matched;
+        const bool match = zerosMatch ? std::equal(stored.begin(), stored.end(), bytes,
+                                                   [](auto a, auto b) { return b == 0 || b == a; })
+                                      : std::memcmp(stored.data(), bytes, stored.size()) == 0;
+        if (!match)
+            break;
+        matched += stored.size();
+    }
+    return matched;
+}
+
+// Reads file and entry side by side. An entry that cannot be read is not the same: the file
+// replaces it.
 Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
-    const Loan<Bytes> first;
-    const Loan<Bytes> second;
-    Bytes &chunk = *first;
-    Bytes &stored = *second;
+    const Loan<Bytes> loan;
+    Bytes &chunk = *loan;
     same = true;
     for (;;) {
         if (auto read = file.read(kChunk, chunk); !read.ok() || chunk.empty())
             return read;
-        if (same) {
-            stored.resize(chunk.size());
-            same = reader.read(stored.data(), stored.size()) &&
-                   std::memcmp(stored.data(), chunk.data(), chunk.size()) == 0;
-        }
+        same = same && matchingBytes(reader, chunk, false) == chunk.size();
     }
 }
 
 // True where a file has its entry's very time and no byte that is not the entry's, but ends early
 // or has zeros in the place of some: what a machine leaves that stopped, by a power cut for one,
 // before an extracted file's data was on the disk. Whoever edits a file gives it another time.
-Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, const Entry &entry,
+Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, std::size_t index,
                     bool &cutOff) {
+    const Entry &entry = context.directory.entries()[index];
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
     if (!cutOff)
         return {};
-    const Loan<Bytes> first;
-    const Loan<Bytes> second;
-    Bytes &chunk = *first;
-    Bytes &stored = *second;
-    EntryReader reader(context.archive, context.directory, entry);
+    const Loan<Bytes> loan;
+    const Loan<Scratch> scratch;
+    Bytes &chunk = *loan;
+    const Source source{context.archive, context.directory};
+    EntryReader reader(source, index, std::nullopt, *scratch);
     file.rewind();
     for (;;) {
         if (auto read = file.read(kChunk, chunk); !read.ok() || chunk.empty())
             return read;
-        stored.resize(chunk.size());
-        if (!reader.read(stored.data(), stored.size()))
-            std::fill(stored.begin(), stored.end(), std::uint8_t{0});
-        cutOff = std::equal(chunk.begin(), chunk.end(), stored.begin(),
-                            [](std::uint8_t a, std::uint8_t b) { return a == 0 || a == b; });
+        const std::size_t matched = matchingBytes(reader, chunk, true);
+        // Zeros also stand for what cannot be read of the entry.
+        cutOff = std::all_of(chunk.begin() + static_cast<std::ptrdiff_t>(matched), chunk.end(),
+                             [](auto byte) { return byte == 0; });
         if (!cutOff)
             return {};
     }
@@ -93,7 +107,9 @@ Outcome compare(const ComparisonContext &context, SourceFile &file, const Task &
     if (!same || task.timeTells)
         return read;
     file.rewind();
-    EntryReader reader(context.archive, context.directory, entry);
+    const Loan<Scratch> scratch;
+    const Source source{context.archive, context.directory};
+    EntryReader reader(source, task.entry, std::nullopt, *scratch);
     return compareBytes(file, reader, same);
 }
 
@@ -143,7 +159,7 @@ void compareFile(const ComparisonContext &context, FoundFile &found, Task &task)
         bool cutOff = false;
         task.outcome = compare(context, file, task, same);
         if (task.outcome.ok() && !same)
-            task.outcome = looksCutOff(context, file, entry, cutOff);
+            task.outcome = looksCutOff(context, file, task.entry, cutOff);
         if (!task.outcome.ok())
             return;
         if (cutOff) {

@@ -94,11 +94,6 @@ void moveBehind(std::vector<T> &all, std::vector<T> &more) {
 
 } // namespace
 
-std::string_view folderOf(std::string_view path) {
-    const auto slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
-}
-
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
     return platform::sameFile(a, b) && a.size == b.size && a.modified == b.modified &&
            a.changed == b.changed;

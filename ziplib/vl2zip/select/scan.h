@@ -38,9 +38,6 @@ struct Scan {
 // them learns the rest.
 Outcome scanFolder(const std::string &root, bool recurse, Scan &scan);
 
-// The path of the folder that a path lies in; "" is the root.
-std::string_view folderOf(std::string_view path);
-
 // True where both are the same version of the same file.
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);
 

@@ -2,6 +2,7 @@
 
 #include "ziplib/common/orderedParallelFor.h"
 #include "ziplib/common/threadPool.h"
+#include "ziplib/common/utf8.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -16,12 +17,6 @@ namespace {
 constexpr std::uint64_t kBudget = 80U << 20U;
 // What any file costs beside its own bytes.
 constexpr std::uint64_t kOverhead = 4096;
-constexpr std::uint32_t kDosFolder = 0x10;
-
-bool isAscii(std::string_view text) {
-    return std::all_of(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 std::string outcomeText(const Task &task) {
     if (task.folder || task.packing.method == kMethodStored)
@@ -162,7 +157,7 @@ Outcome ArchiveWriter::writeStreamed(Job &job, const std::optional<std::string> 
     const std::uint64_t start = m_output->position();
     // Stored is the worst that can come of it; line ends may still double it.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    job.written.wide = found.info.size >= (kZip64Sentinel - 64U) / factor;
+    job.written.zip64 = found.info.size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
     SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
@@ -173,12 +168,12 @@ Outcome ArchiveWriter::writeStreamed(Job &job, const std::optional<std::string> 
     found.info = task.packing.version;
     if (auto judged = judgeText(file, task); !judged.ok())
         return judged;
-    const bool wide = job.written.wide;
+    const bool zip64 = job.written.zip64;
     const std::uint64_t offset = job.written.offset;
     job.written = describe(task, password.has_value());
-    job.written.wide = wide;
+    job.written.zip64 = zip64;
     job.written.offset = offset;
-    if (!wide && std::max(task.packing.packed, task.packing.size) >= kZip64Sentinel)
+    if (!zip64 && std::max(task.packing.packed, task.packing.size) >= kZip64Sentinel)
         return {ReturnCode::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
@@ -206,10 +201,10 @@ WrittenEntry ArchiveWriter::describe(const Task &task, bool encrypted) const {
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
     written.dosTime = static_cast<std::uint16_t>(fields);
     written.text = task.text;
-    written.attributes = task.folder ? kDosFolder : task.attributes;
+    written.attributes = task.folder ? kExternalFolder : task.attributes;
     written.method = task.packing.method;
     written.crc = task.packing.crc;
-    written.packed = task.packing.packed;
+    written.compressedSize = task.packing.packed;
     written.size = task.packing.size;
     return written;
 }
@@ -261,9 +256,10 @@ Outcome ArchiveWriter::writeDirectory() {
             return added;
         m_report.idle();
     }
-    const DirectoryPlace place{expected.entries(), start - base, m_output->position() - start};
+    const CentralDirectory directory{expected.entries(), start - base,
+                                     m_output->position() - start};
     record.clear();
-    appendEnd(record, place, m_directory.archiveComment());
+    appendEnd(record, directory, m_directory.archiveComment());
     if (auto written = m_output->append(record); !written.ok())
         return written;
     if (auto copied =

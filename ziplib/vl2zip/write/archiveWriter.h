@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ziplib/format/directory.h"
+#include "ziplib/format/records.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/report.h"
 #include "ziplib/vl2zip/select/scan.h"
@@ -8,7 +9,6 @@
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 #include "ziplib/vl2zip/write/layout.h"
 #include "ziplib/vl2zip/write/output.h"
-#include "ziplib/vl2zip/write/records.h"
 
 #include <optional>
 #include <string>

@@ -26,8 +26,7 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
     if (!archive.readAt(entry.localOffset, header, sizeof header, got).ok() ||
         got != sizeof header || get32(header) != kLocalSignature)
         return 0;
-    const std::uint64_t length =
-        kLocalSize + get16(header + 26) + static_cast<std::uint64_t>(get16(header + 28));
+    const std::uint64_t length = localHeaderSize(header);
     return length + std::min(entry.compressedSize, UINT64_MAX - length);
 }
 

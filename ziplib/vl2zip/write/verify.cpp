@@ -2,7 +2,6 @@
 
 #include "ziplib/codec/codec.h"
 #include "ziplib/common/failures.h"
-#include "ziplib/format/bytes.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/format/records.h"
 
@@ -59,13 +58,9 @@ Outcome ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
     if (found.m_entries != m_entries || found.m_records != m_records ||
         found.m_offsets != m_offsets)
         return wrong("its directory");
-    for (const std::uint64_t offset : m_written) {
-        std::uint8_t signature[4];
-        std::size_t got = 0;
-        if (!file.readAt(offset, signature, sizeof signature, got).ok() ||
-            got != sizeof signature || get32(signature) != kLocalSignature)
+    for (const std::uint64_t offset : m_written)
+        if (!hasSignature(file, offset, kLocalSignature))
             return wrong("an entry");
-    }
     return {};
 }
 
