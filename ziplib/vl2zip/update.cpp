@@ -8,7 +8,6 @@
 #include "ziplib/vl2zip/select/selection.h"
 #include "ziplib/vl2zip/write/archiveWriter.h"
 #include "ziplib/vl2zip/write/commit.h"
-#include "ziplib/vl2zip/write/packed.h"
 
 #include <algorithm>
 #include <chrono>
@@ -51,13 +50,14 @@ class Update {
 
   private:
     Outcome look();
-    void tell(const Task &task);
-    Outcome take(Task &task);
-    Outcome write(ChangeDetector &detector, std::vector<Task *> &tasks);
-    Outcome writeNew(const std::vector<Task *> &tasks);
+    void report(const Candidate &candidate, const Comparison &comparison);
+    Outcome take(const Candidate &candidate, const Comparison &comparison);
+    Outcome write(ChangeDetector &detector, std::vector<std::size_t> &packed);
+    Outcome writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed);
     Outcome checkFolder(bool &again);
-    Outcome noFile() const;
-    Outcome finish(const std::vector<Task *> &packed);
+    Outcome noFile(const ChangeDetector *detector) const;
+    Outcome finish(const std::vector<std::size_t> &packed);
+    void reportPacked();
     void removeTemporaries();
 
     const PackOptions &m_options;
@@ -69,7 +69,7 @@ class Update {
     Selection m_selection;
     Directory m_directory;
     Scan m_scan;
-    std::vector<Task> m_tasks;
+    std::vector<Candidate> m_candidates;
     std::string m_changed;
 };
 
@@ -90,46 +90,46 @@ Outcome Update::look() {
         idle);
     if (!archive.ok() || !folder.ok())
         return archive.ok() ? folder : archive;
-    return planTasks(m_options, m_selection, m_scan, paths, idle, m_tasks);
+    return findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);
 }
 
-// Says what became of a file that is not packed.
-void Update::tell(const Task &task) {
-    switch (task.verdict) {
-    case Task::Verdict::Pack: // reported once it is packed
-    case Task::Verdict::Archive:
+// Reports why a file is not packed.
+void Update::report(const Candidate &candidate, const Comparison &comparison) {
+    using Verdict = Comparison::Verdict;
+    const std::string path(candidate.path);
+    switch (comparison.verdict) {
+    case Verdict::Pack: // reported once it is packed
+    case Verdict::Archive:
         break;
-    case Task::Verdict::Same:
-        m_report.detail("unchanged: ", task.path);
+    case Verdict::Same:
+        m_report.detail("unchanged: ", path);
         break;
-    case Task::Verdict::NotNewer:
-        m_report.warn(std::string(task.path) +
+    case Verdict::NotNewer:
+        m_report.warn(path +
                       ": is not newer than its entry and was left out; the archive keeps the "
                       "version that it has");
         break;
-    case Task::Verdict::Hidden:
-        m_report.detail("hidden, left out: ", task.path);
+    case Verdict::Hidden:
+        m_report.detail("hidden, left out: ", path);
         break;
-    case Task::Verdict::HiddenChanged:
-        m_report.warn(std::string(task.path) +
-                      ": is hidden and was left out; the archive keeps the version "
-                      "that it has");
+    case Verdict::HiddenChanged:
+        m_report.warn(path + ": is hidden and was left out; the archive keeps the version "
+                             "that it has");
         break;
-    case Task::Verdict::CutOff:
-        m_report.warn(std::string(task.path) +
-                      ": the file is cut off, as after a power cut; the archive keeps "
-                      "it whole");
+    case Verdict::CutOff:
+        m_report.warn(path + ": the file is cut off, as after a power cut; the archive keeps "
+                             "it whole");
         break;
     }
 }
 
-// Tells the caller of progress, and ends the examination where a file cannot be examined or the
-// caller wants to stop.
-Outcome Update::take(Task &task) {
-    if (!task.outcome.ok())
-        return task.outcome;
-    const bool done = task.verdict != Task::Verdict::Pack && task.verdict != Task::Verdict::Archive;
-    return !done || m_report.done(std::string(task.path)) ? Outcome() : cancelled(m_options);
+// Reports progress. Fails if the file could not be compared or the caller cancels.
+Outcome Update::take(const Candidate &candidate, const Comparison &comparison) {
+    using Verdict = Comparison::Verdict;
+    if (!comparison.outcome.ok())
+        return comparison.outcome;
+    const bool done = comparison.verdict != Verdict::Pack && comparison.verdict != Verdict::Archive;
+    return !done || m_report.done(std::string(candidate.path)) ? Outcome() : cancelled(m_options);
 }
 
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
@@ -147,38 +147,39 @@ Outcome Update::checkFolder(bool &again) {
     return looked;
 }
 
-Outcome Update::writeNew(const std::vector<Task *> &tasks) {
+Outcome Update::writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed) {
     if (m_options.encrypt && !m_password) {
-        m_password = m_report.password(std::string(tasks.front()->path));
+        m_password = m_report.password(std::string(m_candidates[packed.front()].path));
         if (!m_password) {
             return {ReturnCode::NoPassword,
                     m_options.archive + ": no password was given; the archive is as it was"};
         }
     }
     ArchiveWriter writer(m_options, m_target, m_directory, m_report);
-    writer.pack(tasks, m_scan);
+    for (const std::size_t i : packed)
+        writer.pack(m_candidates[i], detector.comparisons()[i].attributes, m_scan);
     return writer.write(m_password);
 }
 
-// Writes the new archive, where there is anything to pack, and tells what was packed.
-Outcome Update::write(ChangeDetector &detector, std::vector<Task *> &tasks) {
+// Writes the new archive if there is anything to pack. `packed` are the candidates in it, by index.
+Outcome Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed) {
     if (m_guess) {
         if (auto found = detector.findEdited(); !found.ok())
             return found;
     }
-    tasks = detector.toPack();
-    if (tasks.empty() || !detector.beginOthers()) {
+    packed = detector.toPack();
+    if (packed.empty() || !detector.beginOthers()) {
         if (auto found = detector.findOthers(); !found.ok())
             return found;
-        tasks = detector.toPack();
-        return tasks.empty() ? Outcome() : writeNew(tasks);
+        packed = detector.toPack();
+        return packed.empty() ? Outcome() : writeNew(detector, packed);
     }
-    if (auto written = writeNew(tasks); !written.ok()) {
+    if (auto written = writeNew(detector, packed); !written.ok()) {
         detector.stop();
         return written;
     }
     auto found = detector.findOthers();
-    m_guessedWrong = found.ok() && detector.toPack().size() != tasks.size();
+    m_guessedWrong = found.ok() && detector.toPack().size() != packed.size();
     return found;
 }
 
@@ -191,25 +192,49 @@ void Update::removeTemporaries() {
     }
 }
 
-// The outcome where none of the files that are meant can be in the archive. Names one that was left
-// out, if there is any.
-Outcome Update::noFile() const {
-    const auto hidden = std::find_if(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
-        return task.verdict == Task::Verdict::Hidden;
-    });
+// The outcome if none of the selected files can be in the archive. Names one that was left out, if
+// any.
+Outcome Update::noFile(const ChangeDetector *detector) const {
+    std::size_t hidden = 0;
+    while (hidden < m_candidates.size() &&
+           detector->comparisons()[hidden].verdict != Comparison::Verdict::Hidden)
+        ++hidden;
     std::string text = m_options.archive + ": no file to add";
-    if (hidden != m_tasks.end())
-        text += "; " + std::string(hidden->path) + ": is hidden and was left out";
+    if (hidden < m_candidates.size())
+        text += "; " + std::string(m_candidates[hidden].path) + ": is hidden and was left out";
     else if (!m_scan.leftOut.empty())
         text += "; " + m_scan.leftOut.front();
     return {ReturnCode::NothingMatched, std::move(text)};
 }
 
-// Tells how it ended where nothing failed.
-Outcome Update::finish(const std::vector<Task *> &packed) {
-    for (const auto *task : packed)
-        if (task->entry == kNoEntry && !task->folder && isLeftover(task->path))
-            m_report.say(VL2ZIP_LEFTOVER + std::string(task->path));
+// Reports to the caller the files whose bytes the archive holds.
+void Update::reportPacked() {
+    if (!m_report.wantsPacked())
+        return;
+    for (const FoundFile &file : m_scan.files) {
+        if (!file.packed)
+            continue;
+        ZPPACKED packed{};
+        packed.path = file.path.c_str();
+        packed.device = file.info.device;
+        packed.id = file.info.id;
+        packed.size = file.info.size;
+        packed.modified = file.info.modified;
+        packed.changed = file.info.changed;
+        const bool known = m_scan.began && m_scan.began->device == file.info.device;
+        packed.began = known ? m_scan.began->changed : INT64_MIN;
+        packed.crc = file.crc;
+        m_report.packed(packed);
+    }
+}
+
+// Reports the end of a call in which nothing failed.
+Outcome Update::finish(const std::vector<std::size_t> &packed) {
+    for (const std::size_t i : packed) {
+        const Candidate &candidate = m_candidates[i];
+        if (candidate.entry == kNoEntry && !candidate.folder && isLeftover(candidate.path))
+            m_report.say(VL2ZIP_LEFTOVER + std::string(candidate.path));
+    }
     if (packed.empty() && m_options.newerOnly && !m_report.warned()) {
         return {ReturnCode::NothingToDo,
                 m_options.archive + ": nothing to do, it holds every file as it is"};
@@ -223,35 +248,39 @@ Outcome Update::run(bool &again) {
     if (auto looked = look(); !looked.ok())
         return looked;
     if (const auto *unmatched = m_selection.unmatched()) {
-        if (m_tasks.empty()) {
+        if (m_candidates.empty()) {
             return {ReturnCode::NothingMatched,
                     *unmatched + ": no such file in the folder " +
                         (m_options.root.empty() ? "." : m_options.root)};
         }
         m_report.warn(*unmatched + ": no such file");
     }
-    if (m_tasks.empty())
-        return noFile();
+    if (m_candidates.empty())
+        return noFile(nullptr);
     for (const auto &line : m_scan.leftOut)
         m_report.warn(line);
     ChangeDetector detector(
-        m_options, m_target, m_directory, m_scan, m_tasks,
-        [this](Task &task) { return take(task); }, [this] { m_report.idle(); });
-    std::vector<Task *> packed;
+        m_options, m_target, m_directory, m_scan, m_candidates,
+        [this](const auto &candidate, const auto &comparison) {
+            return take(candidate, comparison);
+        },
+        [this] { m_report.idle(); });
+    std::vector<std::size_t> packed;
     if (auto written = write(detector, packed); !written.ok())
         return written;
     // The archive itself may lie in the folder.
-    if (std::all_of(m_tasks.begin(), m_tasks.end(), [](const Task &task) {
-            return task.verdict == Task::Verdict::Archive || task.verdict == Task::Verdict::Hidden;
+    const auto &comparisons = detector.comparisons();
+    if (std::all_of(comparisons.begin(), comparisons.end(), [](const Comparison &comparison) {
+            return comparison.verdict == Comparison::Verdict::Archive ||
+                   comparison.verdict == Comparison::Verdict::Hidden;
         }))
-        return noFile();
+        return noFile(&detector);
     if (m_guessedWrong) {
         again = true;
         return {};
     }
-    for (const auto &task : m_tasks)
-        tell(task);
-    notePacked(m_tasks, m_directory, m_scan);
+    for (std::size_t i = 0; i < m_candidates.size(); ++i)
+        report(m_candidates[i], comparisons[i]);
     const bool changes = !packed.empty();
     const auto last = [this](bool &redo) { return checkFolder(redo); };
     // Also where nothing is written: a folder that was moved in meanwhile brings files with old
@@ -261,7 +290,7 @@ Outcome Update::run(bool &again) {
         !done.ok() || again)
         return done;
     removeTemporaries();
-    reportPacked(m_scan, m_report);
+    reportPacked();
     return finish(packed);
 }
 

@@ -5,6 +5,7 @@
 #include "ziplib/format/localHeader.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/entryReader.h"
+#include "ziplib/vl2zip/compare/sourceFile.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,6 +14,8 @@
 namespace ziplib {
 
 namespace {
+
+using Verdict = Comparison::Verdict;
 
 constexpr std::size_t kChunk = 128U << 10U;
 constexpr std::int64_t kSecond = 1'000'000'000;
@@ -81,8 +84,8 @@ Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, const En
     }
 }
 
-Outcome compare(const ComparisonContext &context, SourceFile &file, const Task &task, bool &same) {
-    const Entry &entry = context.directory.entries()[task.entry];
+Outcome compare(const ComparisonContext &context, SourceFile &file, const Entry &entry,
+                bool &same) {
     same = false;
     if (lineEndsOf(context.options) == LineEnds::Keep && file.version().size != entry.size)
         return {};
@@ -90,25 +93,64 @@ Outcome compare(const ComparisonContext &context, SourceFile &file, const Task &
     std::uint64_t size = 0;
     auto read = file.measure(crc, size);
     same = read.ok() && size == entry.size && crc == entry.crc;
-    if (!same || task.timeTells)
+    if (!same || sameTime(context.directory, entry, file.version().modified))
         return read;
     file.rewind();
     EntryReader reader(context.archive, context.directory, entry);
     return compareBytes(file, reader, same);
 }
 
-// Whether the options leave a file out that is not in the archive as it is.
-Task::Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, Task &task) {
+// Decides by the options whether a file is packed. `entry` is null if the file is new.
+Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, const Entry *entry,
+                     std::uint8_t &attributes) {
     const PackOptions &options = context.options;
-    const bool held = task.entry != kNoEntry;
-    if (options.newerOnly && held &&
-        !isNewer(context.directory, context.directory.entries()[task.entry],
-                 file.version().modified))
-        return Task::Verdict::NotNewer;
-    task.attributes = file.attributes();
-    if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo)
-        return held ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
-    return Task::Verdict::Pack;
+    if (options.newerOnly && entry != nullptr &&
+        !isNewer(context.directory, *entry, file.version().modified))
+        return Verdict::NotNewer;
+    attributes = file.attributes();
+    if ((attributes & kHiddenOrSystem) != 0 && !options.hiddenToo)
+        return entry != nullptr ? Verdict::HiddenChanged : Verdict::Hidden;
+    return Verdict::Pack;
+}
+
+Outcome judge(const ComparisonContext &context, FoundFile &found, const Entry *entry,
+              Comparison &result) {
+    const FolderPool::Use folder(context.folders, folderOf(found.path));
+    SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
+    if (folder.folder() != nullptr)
+        file.lieIn(*folder.folder());
+    if (auto opened = file.open(); !opened.ok())
+        return opened;
+    found.info = file.version();
+    found.known = true;
+    if (context.archiveInfo != nullptr && sameFile(found.info, *context.archiveInfo)) {
+        result.verdict = Verdict::Archive;
+        return {};
+    }
+    bool same = false;
+    bool cutOff = false;
+    if (entry != nullptr) {
+        auto compared = compare(context, file, *entry, same);
+        if (compared.ok() && !same)
+            compared = looksCutOff(context, file, *entry, cutOff);
+        if (!compared.ok())
+            return compared;
+    }
+    // With encryption a file is packed even if its entry, which may be plain, holds its bytes.
+    if (cutOff)
+        result.verdict = Verdict::CutOff;
+    else if (same && !context.options.encrypt)
+        result.verdict = Verdict::Same;
+    else
+        result.verdict = judgeOptions(context, file, entry, result.attributes);
+    // A file that the options leave out but the archive holds already stays in the archive.
+    if (same && result.verdict != Verdict::Pack)
+        result.verdict = Verdict::Same;
+    if (result.verdict == Verdict::Same) {
+        found.packed = true;
+        found.crc = entry->crc;
+    }
+    return {};
 }
 
 } // namespace
@@ -119,51 +161,13 @@ LineEnds lineEndsOf(const PackOptions &options) {
     return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
 }
 
-void compareFile(const ComparisonContext &context, FoundFile &found, Task &task) {
-    if (task.folder)
-        return;
-    const PackOptions &options = context.options;
-    const FolderPool::Use lies(context.folders, folderOf(found.path));
-    SourceFile file(options.root, found.path, lineEndsOf(options));
-    if (lies.folder() != nullptr)
-        file.lieIn(*lies.folder());
-    task.outcome = file.open();
-    if (!task.outcome.ok())
-        return;
-    found.info = file.version();
-    found.known = true;
-    if (context.archiveInfo != nullptr && sameFile(found.info, *context.archiveInfo)) {
-        task.verdict = Task::Verdict::Archive;
-        return;
-    }
-    bool same = false;
-    if (task.entry != kNoEntry) {
-        const Entry &entry = context.directory.entries()[task.entry];
-        task.timeTells = sameTime(context.directory, entry, found.info.modified);
-        bool cutOff = false;
-        task.outcome = compare(context, file, task, same);
-        if (task.outcome.ok() && !same)
-            task.outcome = looksCutOff(context, file, entry, cutOff);
-        if (!task.outcome.ok())
-            return;
-        if (cutOff) {
-            task.verdict = Task::Verdict::CutOff;
-            return;
-        }
-    }
-    // Who asks for encryption wants it for each file that may be packed, whatever its entry holds.
-    if (same && !options.encrypt) {
-        task.verdict = Task::Verdict::Same;
-        return;
-    }
-    task.verdict = judgeOptions(context, file, task);
-    // What the archive holds already stays there, hidden or not.
-    if (same && task.verdict != Task::Verdict::Pack)
-        task.verdict = Task::Verdict::Same;
+Comparison compareFile(const ComparisonContext &context, FoundFile &found, const Entry *entry) {
+    Comparison result;
+    result.outcome = judge(context, found, entry, result);
+    return result;
 }
 
-bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Task &task) {
-    const Entry &entry = context.directory.entries()[task.entry];
+bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry) {
     const FolderPool::Use lies(context.folders, folderOf(file.path));
     const std::string name(lastComponent(file.path));
     platform::FileInfo now;

@@ -48,9 +48,9 @@ std::vector<Known> knownFolders(const Scan &scan, const std::string &root) {
     return known;
 }
 
-class Comparison {
+class FolderCheck {
   public:
-    Comparison(const PackOptions &options, bool recurse, const Scan &scan, Known &known)
+    FolderCheck(const PackOptions &options, bool recurse, const Scan &scan, Known &known)
         : m_options(options), m_recurse(recurse), m_scan(scan), m_known(known) {}
 
     void run();
@@ -78,13 +78,13 @@ class Comparison {
 
 // Whether a change since the scan began shows in the file's times, in whatever steps its disk
 // counts them and however far that clock is from this machine's.
-bool Comparison::timesTell(const FoundFile &file) const {
+bool FolderCheck::timesTell(const FoundFile &file) const {
     return m_scan.began && m_scan.began->device == file.info.device &&
            file.info.changed < m_scan.began->changed;
 }
 
 // One that cannot be read counts as changed: whoever packs it then finds out why.
-bool Comparison::holdsWhatWasPacked(const FoundFile &file) const {
+bool FolderCheck::holdsWhatWasPacked(const FoundFile &file) const {
     SourceFile source(m_options.root, file.path, lineEndsOf(m_options));
     source.lieIn(m_folder);
     std::uint32_t crc = 0;
@@ -93,7 +93,7 @@ bool Comparison::holdsWhatWasPacked(const FoundFile &file) const {
            sameVersion(source.version(), file.info) && crc == file.crc;
 }
 
-Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) {
+Outcome FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
     if (!file.known)
         return {};
     platform::FileInfo now;
@@ -108,7 +108,7 @@ Outcome Comparison::compareFile(const std::string &name, const FoundFile &file) 
 }
 
 // The items come sorted by name, as what is known does.
-Outcome Comparison::compare(const platform::FolderItem &item) {
+Outcome FolderCheck::compare(const platform::FolderItem &item) {
     const auto isNext = [&](const std::vector<const FoundFile *> &list, std::size_t next) {
         return next < list.size() && lastComponent(list[next]->path) == item.name;
     };
@@ -129,7 +129,7 @@ Outcome Comparison::compare(const platform::FolderItem &item) {
     return {};
 }
 
-void Comparison::run() {
+void FolderCheck::run() {
     const std::string &root = m_options.root;
     const auto opened = m_folder.open({root, *m_known.path});
     if (opened.is(platform::Failure::NotFound) || opened.is(platform::Failure::WrongKind)) {
@@ -163,7 +163,7 @@ Outcome detectChanges(const PackOptions &options, bool recurse, const Scan &scan
     OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
-    work.work = [&](std::size_t i) { Comparison(options, recurse, scan, folders[i]).run(); };
+    work.work = [&](std::size_t i) { FolderCheck(options, recurse, scan, folders[i]).run(); };
     work.take = [&](std::size_t i) {
         looked = folders[i].looked;
         changed = folders[i].changed;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ziplib/format/directory.h"
-#include "ziplib/vl2zip/select/task.h"
+#include "ziplib/vl2zip/select/candidate.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -102,11 +102,12 @@ bool takesNewName(std::string_view path, Scan &scan) {
     return reason.empty();
 }
 
-// Adds the tasks of the folders that are meant or hold a file that has a task.
-void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector<Task> &tasks) {
+// Adds the folders that are selected or hold a candidate.
+void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
+                std::vector<Candidate> &candidates) {
     std::unordered_set<std::string_view> holding{std::string_view()};
-    for (const auto &task : tasks) {
-        std::string_view folder = folderOf(task.path);
+    for (const auto &candidate : candidates) {
+        std::string_view folder = folderOf(candidate.path);
         while (holding.insert(folder).second)
             folder = folderOf(folder);
     }
@@ -116,46 +117,42 @@ void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector
         const bool wanted = selection.wantsFolder(path);
         if (!wanted && holding.find(path) == holding.end())
             continue;
-        Task task;
-        task.file = i;
-        task.folder = true;
-        task.path = scan.folderPaths.emplace_back(path + '/');
-        task.entry = matcher.entryFor(task.path);
-        if (task.entry != kNoEntry)
-            task.verdict = Task::Verdict::Same;
-        else if (!takesNewName(task.path, scan))
-            continue;
-        tasks.push_back(std::move(task));
+        Candidate candidate;
+        candidate.file = i;
+        candidate.folder = true;
+        candidate.path = scan.folderPaths.emplace_back(path + '/');
+        candidate.entry = matcher.entryFor(candidate.path);
+        if (candidate.entry != kNoEntry || takesNewName(candidate.path, scan))
+            candidates.push_back(candidate);
     }
 }
 
 } // namespace
 
-Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
-                  const EntryPaths &entries, const std::function<void()> &idle,
-                  std::vector<Task> &tasks) {
+Outcome findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
+                       const EntryPaths &entries, const std::function<void()> &idle,
+                       std::vector<Candidate> &candidates) {
     Matcher matcher(entries, options, scan, idle);
     std::unordered_set<std::string_view> seen;
-    tasks.reserve(scan.files.size());
+    candidates.reserve(scan.files.size());
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
         if (!selection.wantsFile(file.path))
             continue;
-        Task task;
-        task.file = i;
-        task.path = storedPath(options, file);
-        task.entry = matcher.entryFor(task.path);
-        if (options.junkFolders && !seen.insert(task.path).second) {
+        Candidate candidate;
+        candidate.file = i;
+        candidate.path = storedPath(options, file);
+        candidate.entry = matcher.entryFor(candidate.path);
+        if (options.junkFolders && !seen.insert(candidate.path).second) {
             return {ReturnCode::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
-        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan)))
-            continue;
-        tasks.push_back(std::move(task));
+        if (candidate.entry != kNoEntry || (options.addNew && takesNewName(candidate.path, scan)))
+            candidates.push_back(candidate);
     }
     if (options.folderEntries && !options.junkFolders && options.addNew)
-        planFolders(selection, scan, matcher, tasks);
+        addFolders(selection, scan, matcher, candidates);
     return {};
 }
 
