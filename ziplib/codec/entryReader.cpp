@@ -36,7 +36,7 @@ class Reader {
         const std::size_t wanted = wholeSize() + static_cast<std::size_t>(m_entry.size);
         if (wanted <= kFreeShare)
             return readWhole();
-        const MemoryBudget::Share share(m_source.budget, wanted);
+        const MemoryBudget::Reservation reservation(m_source.budget, wanted);
         Status status = readWhole();
         m_scratch.packed.shrink(kFreeShare);
         m_scratch.plain.shrink(kFreeShare);

@@ -20,8 +20,8 @@ struct TaskContext {
     OwnFiles own;
 };
 
-// One entry on its way through the pipeline: to be extracted or tested, or settled already.
-class ExtractTask : public Pipeline::Task {
+// One entry in the thread pool: to be extracted or tested, or settled already.
+class ExtractTask : public ThreadPool::Task {
   public:
     enum class Kind { Settled, Test, Extract };
 

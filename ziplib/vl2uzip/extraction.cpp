@@ -65,7 +65,7 @@ void Extraction::run(const Plan &plan) {
 }
 
 void Extraction::runTasks(const Plan &plan) {
-    m_pipeline = std::make_unique<Pipeline>(workerCount(), kWindow);
+    m_pipeline = std::make_unique<ThreadPool>(workerCount(), kWindow);
     m_context.scratch.resize(m_pipeline->workers() + 1);
     // Where the caller's thread does the work, it must also keep the program alive meanwhile.
     const bool alone = m_pipeline->isInline();

@@ -58,10 +58,10 @@ class Extraction {
     bool m_keepAll = false;
     OwnFiles m_replaced;     // files that were there before and are being replaced
     std::size_t m_whole = 0; // entries that ended as they should
-    // Tasks that are done and come before those in the pipeline.
+    // Tasks that are done and come before those in the thread pool.
     std::deque<std::unique_ptr<ExtractTask>> m_done;
     // Last, so that it ends first: its threads use what is above.
-    std::unique_ptr<Pipeline> m_pipeline;
+    std::unique_ptr<ThreadPool> m_pipeline;
 };
 
 } // namespace ziplib

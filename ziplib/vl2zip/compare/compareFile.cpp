@@ -39,8 +39,8 @@ bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modifi
 // Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
 // its place.
 Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
-    const Loan<Bytes> first;
-    const Loan<Bytes> second;
+    const PooledObject<Bytes> first;
+    const PooledObject<Bytes> second;
     Bytes &chunk = *first;
     Bytes &stored = *second;
     same = true;
@@ -65,8 +65,8 @@ Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, const En
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
     if (!cutOff)
         return {};
-    const Loan<Bytes> first;
-    const Loan<Bytes> second;
+    const PooledObject<Bytes> first;
+    const PooledObject<Bytes> second;
     Bytes &chunk = *first;
     Bytes &stored = *second;
     EntryReader reader(context.archive, context.directory, entry);

@@ -45,7 +45,7 @@ bool EntryReader::readPacked(std::uint8_t *out, std::size_t size) {
 }
 
 bool EntryReader::inflateWhole() {
-    const Loan<Inflater> inflater;
+    const PooledObject<Inflater> inflater;
     m_packed.resize(static_cast<std::size_t>(m_left));
     m_whole.resize(static_cast<std::size_t>(m_entry.size));
     return readPacked(m_packed.data(), m_packed.size()) &&

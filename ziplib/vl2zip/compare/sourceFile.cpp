@@ -52,7 +52,7 @@ Outcome SourceFile::judgeText(bool &text) {
 }
 
 Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
-    const Loan<Bytes> loan;
+    const PooledObject<Bytes> loan;
     Bytes &chunk = *loan;
     crc = 0;
     size = 0;

@@ -47,7 +47,7 @@ Outcome readAll(SourceFile &file, Bytes &raw) {
 
 void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &packing,
                Bytes &data) {
-    const Loan<Deflater> deflater(kLevel);
+    const PooledObject<Deflater> deflater(kLevel);
     const std::size_t before = password ? Cipher::kHeaderSize : 0;
     packing.size = raw.size();
     packing.crc = crc32(0, raw.data(), raw.size());
