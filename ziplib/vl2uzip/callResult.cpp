@@ -8,11 +8,8 @@ namespace ziplib {
 
 namespace {
 
-using platform::Failure;
-using platform::Status;
-
-// From what hides most to what hides nothing: what ended the call, what is wrong with the archive
-// as a whole, with single entries, with the disk they go to.
+// Of several codes a call returns the first of these: first what ended the call, then damage of the
+// whole archive, then of single entries.
 constexpr std::array<ReturnCode, 11> kByWeight = {
     ReturnCode::Cancelled,      ReturnCode::DiskFull,    ReturnCode::NoArchive,
     ReturnCode::SevereDamage,   ReturnCode::EndsEarly,   ReturnCode::Damaged,
@@ -26,42 +23,13 @@ auto weight(ReturnCode code) {
 } // namespace
 
 ReturnCode codeOfEntry(const Status &status) {
-    switch (status.kind) {
-    case Failure::None:
-        return ReturnCode::Done;
-    case Failure::Full:
-        return ReturnCode::DiskFull;
-    case Failure::EndsEarly:
-        return ReturnCode::EndsEarly;
-    case Failure::Damaged:
-    case Failure::NotArchive:
-        return ReturnCode::Damaged;
-    case Failure::Unsupported:
-        return ReturnCode::Unsupported;
-    case Failure::Password:
-        return ReturnCode::NoPassword;
-    case Failure::Cancelled:
-        return ReturnCode::Cancelled;
-    default:
-        return ReturnCode::Warnings;
-    }
+    return returnCodeOf(status, ReturnCode::Warnings);
 }
 
 ReturnCode codeOfArchive(const Status &status) {
-    switch (status.kind) {
-    case Failure::None:
-        return ReturnCode::Done;
-    case Failure::NotArchive:
-    case Failure::Damaged:
-    case Failure::Resources:
+    if (status.is(Failure::Damaged) || status.is(Failure::Resources))
         return ReturnCode::SevereDamage;
-    case Failure::EndsEarly:
-        return ReturnCode::EndsEarly;
-    case Failure::Cancelled:
-        return ReturnCode::Cancelled;
-    default:
-        return ReturnCode::NoArchive;
-    }
+    return returnCodeOf(status, ReturnCode::NoArchive);
 }
 
 void CallResult::add(ReturnCode code, const std::string &message) {

@@ -22,9 +22,8 @@ namespace {
 constexpr int kTries = 4;
 constexpr std::chrono::milliseconds kPause{100};
 
-Outcome cancelled(const PackOptions &options) {
-    return {ReturnCode::Cancelled,
-            options.archive + ": saving was stopped; the archive is as it was"};
+Status cancelled(const PackOptions &options) {
+    return {Failure::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
 }
 
 // One attempt to bring the archive up to date.
@@ -39,24 +38,24 @@ class Update {
           m_selection(options.patterns, options.recurse) {}
 
     // `again` tells that something changed under it and nothing has happened.
-    Outcome run(bool &again);
+    Status run(bool &again);
     // To be called where that has not saved.
     void drop() {
-        m_target.drop([this] { m_report.idle(); });
+        m_target.drop([this] { m_report.tick(); });
     }
     // What changed: a file of the folder, or else the archive.
     bool guessedWrong() const { return m_guessedWrong; }
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
 
   private:
-    Outcome look();
+    Status look();
     void report(const Candidate &candidate, const Comparison &comparison);
-    Outcome take(const Candidate &candidate, const Comparison &comparison);
-    Outcome write(ChangeDetector &detector, std::vector<std::size_t> &packed);
-    Outcome writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed);
-    Outcome checkFolder(bool &again);
-    Outcome noFile(const ChangeDetector *detector) const;
-    Outcome finish(const std::vector<std::size_t> &packed);
+    Status take(const Candidate &candidate, const Comparison &comparison);
+    Status write(ChangeDetector &detector, std::vector<std::size_t> &packed);
+    Status writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed);
+    Status checkFolder(bool &again);
+    Status noFile(const ChangeDetector *detector) const;
+    Status finish(const std::vector<std::size_t> &packed);
     void reportPacked();
     void removeTemporaries();
 
@@ -73,13 +72,13 @@ class Update {
     std::string m_changed;
 };
 
-Outcome Update::look() {
-    const auto idle = [this] { m_report.idle(); };
+Status Update::look() {
+    const auto idle = [this] { m_report.tick(); };
     if (auto opened = m_target.open(idle); !opened.ok())
         return opened;
     EntryPaths paths(m_directory);
-    Outcome archive;
-    Outcome folder;
+    Status archive;
+    Status folder;
     runInBackground(
         {[&] {
              archive = readDirectory(m_target, m_directory);
@@ -105,53 +104,56 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
         m_report.detail("unchanged: ", path);
         break;
     case Verdict::NotNewer:
-        m_report.warn(path +
-                      ": is not newer than its entry and was left out; the archive keeps the "
-                      "version that it has");
+        m_report.defer(path +
+                       ": is not newer than its entry and was left out; the archive keeps the "
+                       "version that it has");
         break;
     case Verdict::Hidden:
         m_report.detail("hidden, left out: ", path);
         break;
     case Verdict::HiddenChanged:
-        m_report.warn(path + ": is hidden and was left out; the archive keeps the version "
-                             "that it has");
+        m_report.defer(path + ": is hidden and was left out; the archive keeps the version "
+                              "that it has");
         break;
     case Verdict::CutOff:
-        m_report.warn(path + ": the file is cut off, as after a power cut; the archive keeps "
-                             "it whole");
+        m_report.defer(path + ": the file is cut off, as after a power cut; the archive keeps "
+                              "it whole");
         break;
     }
 }
 
 // Reports progress. Fails if the file could not be compared or the caller cancels.
-Outcome Update::take(const Candidate &candidate, const Comparison &comparison) {
+Status Update::take(const Candidate &candidate, const Comparison &comparison) {
     using Verdict = Comparison::Verdict;
-    if (!comparison.outcome.ok())
-        return comparison.outcome;
+    if (!comparison.status.ok())
+        return comparison.status;
     const bool done = comparison.verdict != Verdict::Pack && comparison.verdict != Verdict::Archive;
-    return !done || m_report.done(std::string(candidate.path)) ? Outcome() : cancelled(m_options);
+    return !done || m_report.processed(std::string(candidate.path)) ? Status()
+                                                                    : cancelled(m_options);
 }
 
 // The folder must be what it was when it was looked at: an edit that came later would be deleted
 // with the work folder.
-Outcome Update::checkFolder(bool &again) {
+Status Update::checkFolder(bool &again) {
     auto looked = detectChanges(
-        m_options, m_selection.needsFolders(), m_scan, [this] { m_report.idle(); }, m_changed);
+        m_options, m_selection.needsFolders(), m_scan, [this] { m_report.tick(); }, m_changed);
     again = looked.ok() && !m_changed.empty();
     // Whoever has just changed a file may not be done with it.
     const auto end = std::chrono::steady_clock::now() + kPause;
     while (again && std::chrono::steady_clock::now() < end) {
-        m_report.idle();
+        m_report.tick();
         std::this_thread::sleep_for(kPause / 10);
     }
     return looked;
 }
 
-Outcome Update::writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed) {
+Status Update::writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed) {
     if (m_options.encrypt && !m_password) {
-        m_password = m_report.password(std::string(m_candidates[packed.front()].path));
-        if (!m_password) {
-            return {ReturnCode::NoPassword,
+        m_password =
+            m_report.password("Enter password: ", std::string(m_candidates[packed.front()].path));
+        if (!m_password || m_password->empty()) {
+            m_password.reset();
+            return {Failure::Password,
                     m_options.archive + ": no password was given; the archive is as it was"};
         }
     }
@@ -162,7 +164,7 @@ Outcome Update::writeNew(const ChangeDetector &detector, const std::vector<std::
 }
 
 // Writes the new archive if there is anything to pack. `packed` are the candidates in it, by index.
-Outcome Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed) {
+Status Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed) {
     if (m_guess) {
         if (auto found = detector.findEdited(); !found.ok())
             return found;
@@ -172,7 +174,7 @@ Outcome Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed
         if (auto found = detector.findOthers(); !found.ok())
             return found;
         packed = detector.toPack();
-        return packed.empty() ? Outcome() : writeNew(detector, packed);
+        return packed.empty() ? Status() : writeNew(detector, packed);
     }
     if (auto written = writeNew(detector, packed); !written.ok()) {
         detector.stop();
@@ -192,9 +194,9 @@ void Update::removeTemporaries() {
     }
 }
 
-// The outcome if none of the selected files can be in the archive. Names one that was left out, if
+// The status if none of the selected files can be in the archive. Names one that was left out, if
 // any.
-Outcome Update::noFile(const ChangeDetector *detector) const {
+Status Update::noFile(const ChangeDetector *detector) const {
     std::size_t hidden = 0;
     while (hidden < m_candidates.size() &&
            detector->comparisons()[hidden].verdict != Comparison::Verdict::Hidden)
@@ -204,7 +206,7 @@ Outcome Update::noFile(const ChangeDetector *detector) const {
         text += "; " + std::string(m_candidates[hidden].path) + ": is hidden and was left out";
     else if (!m_scan.leftOut.empty())
         text += "; " + m_scan.leftOut.front();
-    return {ReturnCode::NothingMatched, std::move(text)};
+    return {Failure::NothingMatched, std::move(text)};
 }
 
 // Reports to the caller the files whose bytes the archive holds.
@@ -229,42 +231,41 @@ void Update::reportPacked() {
 }
 
 // Reports the end of a call in which nothing failed.
-Outcome Update::finish(const std::vector<std::size_t> &packed) {
+Status Update::finish(const std::vector<std::size_t> &packed) {
     for (const std::size_t i : packed) {
         const Candidate &candidate = m_candidates[i];
         if (candidate.entry == kNoEntry && !candidate.folder && isLeftover(candidate.path))
-            m_report.say(VL2ZIP_LEFTOVER + std::string(candidate.path));
+            m_report.report(VL2ZIP_LEFTOVER + std::string(candidate.path));
     }
-    if (packed.empty() && m_options.newerOnly && !m_report.warned()) {
-        return {ReturnCode::NothingToDo,
+    if (packed.empty() && m_options.newerOnly && !m_report.hasDeferred()) {
+        return {Failure::NothingToDo,
                 m_options.archive + ": nothing to do, it holds every file as it is"};
     }
     m_report.detail(m_options.archive, packed.empty() ? ": already up to date" : ": saved");
     return {};
 }
 
-Outcome Update::run(bool &again) {
+Status Update::run(bool &again) {
     again = false;
     if (auto looked = look(); !looked.ok())
         return looked;
     if (const auto *unmatched = m_selection.unmatched()) {
         if (m_candidates.empty()) {
-            return {ReturnCode::NothingMatched,
-                    *unmatched + ": no such file in the folder " +
-                        (m_options.root.empty() ? "." : m_options.root)};
+            return {Failure::NothingMatched, *unmatched + ": no such file in the folder " +
+                                                 (m_options.root.empty() ? "." : m_options.root)};
         }
-        m_report.warn(*unmatched + ": no such file");
+        m_report.defer(*unmatched + ": no such file");
     }
     if (m_candidates.empty())
         return noFile(nullptr);
     for (const auto &line : m_scan.leftOut)
-        m_report.warn(line);
+        m_report.defer(line);
     ChangeDetector detector(
         m_options, m_target, m_directory, m_scan, m_candidates,
         [this](const auto &candidate, const auto &comparison) {
             return take(candidate, comparison);
         },
-        [this] { m_report.idle(); });
+        [this] { m_report.tick(); });
     std::vector<std::size_t> packed;
     if (auto written = write(detector, packed); !written.ok())
         return written;
@@ -296,35 +297,35 @@ Outcome Update::run(bool &again) {
 
 } // namespace
 
-Outcome updateArchive(const PackOptions &options, Report &report) {
+Status updateArchive(const PackOptions &options, Report &report) {
     std::optional<std::string> password;
     std::string changed;
     bool guess = true;
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
-        report.dropWarnings();
+        report.dropDeferred();
         Update update(options, report, password, guess);
-        auto outcome = update.run(again);
-        if (outcome.ok() && !again)
-            return outcome;
+        auto status = update.run(again);
+        if (status.ok() && !again)
+            return status;
         update.drop();
-        if (!outcome.ok() || !again)
-            return outcome;
+        if (!status.ok() || !again)
+            return status;
         guess = guess && !update.guessedWrong();
         changed = update.changed();
     }
-    return {ReturnCode::CannotOpen,
+    return {Failure::CannotOpen,
             changed + ": another program keeps changing it while it is packed"};
 }
 
-Outcome deleteFromArchive(const PackOptions &options, Report &report) {
+Status deleteFromArchive(const PackOptions &options, Report &report) {
     for (int i = 0; i < kTries; ++i) {
-        report.dropWarnings();
+        report.dropDeferred();
         ArchiveReplacement target(options.archive);
-        if (auto opened = target.open([&] { report.idle(); }); !opened.ok())
+        if (auto opened = target.open([&] { report.tick(); }); !opened.ok())
             return opened;
         if (!target.exists())
-            return {ReturnCode::NoArchive, options.archive + ": no such archive"};
+            return {Failure::NotFound, options.archive + ": no such archive"};
         Directory directory;
         if (auto read = readDirectory(target, directory); !read.ok())
             return read;
@@ -337,28 +338,27 @@ Outcome deleteFromArchive(const PackOptions &options, Report &report) {
                 continue;
             writer.drop(entry);
             ++dropped;
-            report.say("deleting: " + path);
-            if (!report.done(path))
+            report.report("deleting: " + path);
+            if (!report.processed(path))
                 return cancelled(options);
         }
         if (dropped == 0)
-            return {ReturnCode::NothingMatched, options.archive + ": no entry to delete"};
+            return {Failure::NothingMatched, options.archive + ": no entry to delete"};
         if (const auto *unmatched = selection.unmatched())
-            report.warn(*unmatched + ": no such entry");
+            report.defer(*unmatched + ": no such entry");
         bool again = false;
-        auto outcome = writer.write({});
-        if (outcome.ok()) {
-            outcome = commit(
-                target, report, [](bool & /*again*/) { return Outcome(); }, again);
+        auto status = writer.write({});
+        if (status.ok()) {
+            status = commit(
+                target, report, [](bool & /*again*/) { return Status(); }, again);
         }
-        if (outcome.ok() && !again)
-            return outcome;
-        target.drop([&] { report.idle(); });
+        if (status.ok() && !again)
+            return status;
+        target.drop([&] { report.tick(); });
         if (!again)
-            return outcome;
+            return status;
     }
-    return {ReturnCode::CannotWrite,
-            options.archive + ": other programs keep replacing the archive"};
+    return {Failure::CannotWrite, options.archive + ": other programs keep replacing the archive"};
 }
 
 } // namespace ziplib

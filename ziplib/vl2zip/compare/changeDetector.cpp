@@ -60,7 +60,7 @@ void ChangeDetector::compareOne(std::size_t index) {
     comparison.done = true;
 }
 
-Outcome ChangeDetector::takeOne(std::size_t index) {
+Status ChangeDetector::takeOne(std::size_t index) {
     auto taken = m_take(m_candidates[index], m_comparisons[index]);
     if (taken.ok() && m_comparisons[index].verdict == Comparison::Verdict::Pack)
         m_packed.push_back(index);
@@ -68,13 +68,13 @@ Outcome ChangeDetector::takeOne(std::size_t index) {
 }
 
 // Compares candidates and takes all that were compared. The rest goes to m_left.
-Outcome ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
-    Outcome outcome;
+Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
+    Status status;
     std::size_t count = 0;
     const auto take = [&](std::size_t index) {
         ++count;
-        outcome = takeOne(index);
-        return outcome.ok();
+        status = takeOne(index);
+        return status.ok();
     };
     std::atomic<bool> enough = false;
     OrderedParallelFor job = work(indices);
@@ -88,7 +88,7 @@ Outcome ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
     job.take = [&](std::size_t i) { return m_comparisons[indices[i]].done && take(indices[i]); };
     orderedParallelFor(job, workerCount(), UINT64_MAX);
     // Threads stop in different places, so compared candidates may follow others.
-    while (outcome.ok() && count < indices.size()) {
+    while (status.ok() && count < indices.size()) {
         if (const std::size_t index = indices[count]; m_comparisons[index].done) {
             take(index);
         } else {
@@ -96,7 +96,7 @@ Outcome ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
             m_left.push_back(index);
         }
     }
-    return outcome;
+    return status;
 }
 
 ChangeDetector::Indices ChangeDetector::lookEdited() {
@@ -118,7 +118,7 @@ ChangeDetector::Indices ChangeDetector::lookEdited() {
     return found;
 }
 
-Outcome ChangeDetector::findEdited() {
+Status ChangeDetector::findEdited() {
     Indices indices;
     indices.swap(m_left);
     std::stable_partition(indices.begin(), indices.end(), [this](std::size_t index) {
@@ -138,25 +138,25 @@ bool ChangeDetector::beginOthers() {
         job.work = [this](std::size_t i) { compareOne(m_left[i]); };
         job.take = [this](std::size_t i) {
             m_compared = i + 1;
-            return m_comparisons[m_left[i]].outcome.ok() && !m_stopped;
+            return m_comparisons[m_left[i]].status.ok() && !m_stopped;
         };
         job.idle = [] {};
         orderedParallelFor(job, workerCount(), UINT64_MAX);
     });
 }
 
-Outcome ChangeDetector::findOthers() {
+Status ChangeDetector::findOthers() {
     // Takes each as soon as it was compared: the caller may cancel.
-    Outcome outcome;
+    Status status;
     std::size_t count = 0;
     m_background.wait([&] {
         m_idle();
-        while (count < m_compared && outcome.ok())
-            outcome = takeOne(m_left[count++]);
-        m_stopped = !outcome.ok();
+        while (count < m_compared && status.ok())
+            status = takeOne(m_left[count++]);
+        m_stopped = !status.ok();
     });
-    if (!outcome.ok())
-        return outcome;
+    if (!status.ok())
+        return status;
     const Indices indices(m_left.begin() + static_cast<std::ptrdiff_t>(count), m_left.end());
     m_left.clear();
     return find(indices, false);

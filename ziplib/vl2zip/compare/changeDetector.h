@@ -20,7 +20,7 @@ class ChangeDetector {
   public:
     // All arguments must outlive this. Each candidate is passed to `take` on the caller's thread
     // once it was compared; a failure returned by `take` ends the comparison.
-    using Take = std::function<Outcome(const Candidate &candidate, const Comparison &comparison)>;
+    using Take = std::function<Status(const Candidate &candidate, const Comparison &comparison)>;
     ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
                    const Directory &directory, Scan &scan, const std::vector<Candidate> &candidates,
                    Take take, std::function<void()> idle);
@@ -31,12 +31,12 @@ class ChangeDetector {
 
     // Compares until there is something to pack, small files first: they take the least time and
     // are edited most often. Then compares the others that look edited.
-    Outcome findEdited();
+    Status findEdited();
     // Starts to compare the remaining files in the background; the scan must not be used for them
     // until findOthers() returns. False if no second thread is available.
     bool beginOthers();
     // Compares the remaining files, or all.
-    Outcome findOthers();
+    Status findOthers();
     // Ends the work in the background, which may take as long as comparing one file.
     void stop();
 
@@ -50,8 +50,8 @@ class ChangeDetector {
     OrderedParallelFor work(const Indices &indices) const;
     const Entry *entryOf(std::size_t index) const;
     void compareOne(std::size_t index);
-    Outcome takeOne(std::size_t index);
-    Outcome find(const Indices &indices, bool untilOneIsPacked);
+    Status takeOne(std::size_t index);
+    Status find(const Indices &indices, bool untilOneIsPacked);
     Indices lookEdited();
 
     const Directory &m_directory;

@@ -38,7 +38,7 @@ bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modifi
 
 // Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
 // its place.
-Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
+Status compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
     const PooledObject<Bytes> first;
     const PooledObject<Bytes> second;
     Bytes &chunk = *first;
@@ -58,8 +58,8 @@ Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
 // True where a file has its entry's very time and no byte that is not the entry's, but ends early
 // or has zeros in the place of some: what a machine leaves that stopped, by a power cut for one,
 // before an extracted file's data was on the disk. Whoever edits a file gives it another time.
-Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, const Entry &entry,
-                    bool &cutOff) {
+Status looksCutOff(const ComparisonContext &context, SourceFile &file, const Entry &entry,
+                   bool &cutOff) {
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
@@ -84,8 +84,7 @@ Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, const En
     }
 }
 
-Outcome compare(const ComparisonContext &context, SourceFile &file, const Entry &entry,
-                bool &same) {
+Status compare(const ComparisonContext &context, SourceFile &file, const Entry &entry, bool &same) {
     same = false;
     if (lineEndsOf(context.options) == LineEnds::Keep && file.version().size != entry.size)
         return {};
@@ -113,8 +112,8 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, c
     return Verdict::Pack;
 }
 
-Outcome judge(const ComparisonContext &context, FoundFile &found, const Entry *entry,
-              Comparison &result) {
+Status judge(const ComparisonContext &context, FoundFile &found, const Entry *entry,
+             Comparison &result) {
     const FolderPool::Use folder(context.folders, folderOf(found.path));
     SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
     if (folder.folder() != nullptr)
@@ -163,7 +162,7 @@ LineEnds lineEndsOf(const PackOptions &options) {
 
 Comparison compareFile(const ComparisonContext &context, FoundFile &found, const Entry *entry) {
     Comparison result;
-    result.outcome = judge(context, found, entry, result);
+    result.status = judge(context, found, entry, result);
     return result;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ziplib/codec/lineEnds.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2zip/compare/folderPool.h"
 #include "ziplib/vl2zip/options.h"
@@ -33,7 +33,7 @@ struct Comparison {
     bool done = false;
     Verdict verdict = Verdict::Pack;
     std::uint8_t attributes = 0; // DOS attributes of a file to pack
-    Outcome outcome;
+    Status status;
 };
 
 LineEnds lineEndsOf(const PackOptions &options);

@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/compare/detectChanges.h"
 
-#include "ziplib/common/failures.h"
 #include "ziplib/common/orderedParallelFor.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/common/threadPool.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
@@ -27,7 +27,7 @@ struct Known {
     const std::string *path = nullptr;
     std::vector<const FoundFile *> files;   // directly in it, sorted by name
     std::vector<const FoundFile *> folders; // the same
-    Outcome looked;
+    Status looked;
     std::string changed;
 };
 
@@ -56,8 +56,8 @@ class FolderCheck {
     void run();
 
   private:
-    Outcome compare(const platform::FolderItem &item);
-    Outcome compareFile(const std::string &name, const FoundFile &file);
+    Status compare(const platform::FolderItem &item);
+    Status compareFile(const std::string &name, const FoundFile &file);
     bool timesTell(const FoundFile &file) const;
     bool holdsWhatWasPacked(const FoundFile &file) const;
     void changed(std::string_view name) {
@@ -93,14 +93,14 @@ bool FolderCheck::holdsWhatWasPacked(const FoundFile &file) const {
            sameVersion(source.version(), file.info) && crc == file.crc;
 }
 
-Outcome FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
+Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
     if (!file.known)
         return {};
     platform::FileInfo now;
     const auto looked = m_keepsInfo ? m_folder.freshInfo(name, now, Folder::Links::Follow)
                                     : m_folder.info(name, now, Folder::Links::Follow);
-    if (!looked.ok() && !looked.is(platform::Failure::NotFound))
-        return failure(looked, ReturnCode::CannotOpen);
+    if (!looked.ok() && !looked.is(Failure::NotFound))
+        return failure(looked, Failure::CannotOpen);
     if (!looked.ok() || !sameVersion(file.info, now) ||
         (file.packed && !timesTell(file) && !holdsWhatWasPacked(file)))
         m_known.changed = file.path;
@@ -108,7 +108,7 @@ Outcome FolderCheck::compareFile(const std::string &name, const FoundFile &file)
 }
 
 // The items come sorted by name, as what is known does.
-Outcome FolderCheck::compare(const platform::FolderItem &item) {
+Status FolderCheck::compare(const platform::FolderItem &item) {
     const auto isNext = [&](const std::vector<const FoundFile *> &list, std::size_t next) {
         return next < list.size() && lastComponent(list[next]->path) == item.name;
     };
@@ -132,7 +132,7 @@ Outcome FolderCheck::compare(const platform::FolderItem &item) {
 void FolderCheck::run() {
     const std::string &root = m_options.root;
     const auto opened = m_folder.open({root, *m_known.path});
-    if (opened.is(platform::Failure::NotFound) || opened.is(platform::Failure::WrongKind)) {
+    if (opened.is(Failure::NotFound) || opened.is(Failure::WrongKind)) {
         m_known.changed = m_known.path->empty() ? root : *m_known.path;
         m_known.changed += m_known.changed.empty() ? "." : "";
         return;
@@ -140,7 +140,7 @@ void FolderCheck::run() {
     m_keepsInfo = opened.ok() && m_folder.keepsInfo();
     std::vector<platform::FolderItem> items;
     const auto listed = opened.ok() ? m_folder.list(items) : opened;
-    m_known.looked = failure(listed, ReturnCode::CannotOpen);
+    m_known.looked = failure(listed, Failure::CannotOpen);
     std::sort(items.begin(), items.end(),
               [](const auto &a, const auto &b) { return a.name < b.name; });
     for (std::size_t i = 0; i < items.size() && m_known.looked.ok() && m_known.changed.empty(); ++i)
@@ -155,11 +155,11 @@ void FolderCheck::run() {
 
 } // namespace
 
-Outcome detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
-                      const std::function<void()> &idle, std::string &changed) {
+Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
+                     const std::function<void()> &idle, std::string &changed) {
     const std::string top;
     std::vector<Known> folders = knownFolders(scan, top);
-    Outcome looked;
+    Status looked;
     OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };

@@ -9,7 +9,7 @@ namespace ziplib {
 // folder found that is new, gone, or not the version that the scan knows (of one that is not known
 // any will do); it is empty where there is none. A packed file whose times may hide a change is
 // read again. `idle` is called often.
-Outcome detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
-                      const std::function<void()> &idle, std::string &changed);
+Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
+                     const std::function<void()> &idle, std::string &changed);
 
 } // namespace ziplib

@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/compare/sourceFile.h"
 
 #include "ziplib/codec/codec.h"
-#include "ziplib/common/failures.h"
 #include "ziplib/common/objectPool.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/select/scan.h"
 
@@ -21,13 +21,13 @@ constexpr std::size_t kTextSample = 64U << 10U;
 SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
     : m_place{std::move(root), std::move(name)}, m_wanted(lineEnds), m_converter(lineEnds) {}
 
-Outcome SourceFile::open() {
+Status SourceFile::open() {
     const auto opened = m_folder == nullptr
                             ? m_file.open(m_place, m_version)
                             : m_folder->openFile(std::string(lastComponent(name())), m_file,
                                                  platform::Folder::Links::Follow, m_version);
     if (!opened.ok())
-        return failure(opened, ReturnCode::CannotOpen);
+        return failure(opened, Failure::CannotOpen);
     m_lineEnds = LineEnds::Keep;
     if (m_wanted == LineEnds::Keep) {
         rewind();
@@ -42,16 +42,16 @@ Outcome SourceFile::open() {
     return {};
 }
 
-Outcome SourceFile::judgeText(bool &text) {
+Status SourceFile::judgeText(bool &text) {
     m_raw.resize(kTextSample);
     std::size_t got = 0;
     if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok())
-        return failure(read, ReturnCode::CannotOpen);
+        return failure(read, Failure::CannotOpen);
     text = looksLikeText(m_raw.data(), got);
     return {};
 }
 
-Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
+Status SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
     const PooledObject<Bytes> loan;
     Bytes &chunk = *loan;
     crc = 0;
@@ -83,19 +83,19 @@ std::uint8_t SourceFile::attributes() const {
     return attributes;
 }
 
-Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
+Status SourceFile::readRaw(std::size_t wanted, Bytes &out) {
     // Never more than there was when it was opened: one that grows has another version then.
     const std::uint64_t left = m_version.size - std::min(m_version.size, m_position);
     out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left)));
     std::size_t got = 0;
     if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok())
-        return failure(read, ReturnCode::CannotOpen);
+        return failure(read, Failure::CannotOpen);
     m_position += got;
     out.resize(got);
     return {};
 }
 
-Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
+Status SourceFile::readConverted(std::size_t wanted, Bytes &out) {
     out.clear();
     while (out.empty() && !m_ended) {
         if (auto read = readRaw(wanted, m_raw); !read.ok())
@@ -108,7 +108,7 @@ Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
     return {};
 }
 
-Outcome SourceFile::read(std::size_t wanted, Bytes &out) {
+Status SourceFile::read(std::size_t wanted, Bytes &out) {
     return converts() ? readConverted(wanted, out) : readRaw(wanted, out);
 }
 

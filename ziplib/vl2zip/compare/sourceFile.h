@@ -3,7 +3,7 @@
 #include "storage/storage.h"
 #include "ziplib/codec/lineEnds.h"
 #include "ziplib/common/buffer.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <chrono>
 #include <string>
@@ -21,14 +21,14 @@ class SourceFile {
     // From now on opens it directly in its folder, which is quicker. The folder must outlive this.
     void lieIn(const platform::Folder &folder) { m_folder = &folder; }
     // Opens it and notes which version of it this is.
-    Outcome open();
+    Status open();
     const platform::FileInfo &version() const { return m_version; }
     const std::string &name() const { return m_place.below; }
 
     // The next bytes, about `wanted` of them, into `out`; none at the end.
-    Outcome read(std::size_t wanted, Bytes &out);
+    Status read(std::size_t wanted, Bytes &out);
     // Reads the rest: CRC-32 and number of the bytes.
-    Outcome measure(std::uint32_t &crc, std::uint64_t &size);
+    Status measure(std::uint32_t &crc, std::uint64_t &size);
     // Starts again at the first byte.
     void rewind();
     // True where the file was read to its end and is still the version that was opened.
@@ -36,12 +36,12 @@ class SourceFile {
     // DOS attributes.
     std::uint8_t attributes() const;
     // Whether the file as it is stored reads as text. To be asked while it is open.
-    Outcome judgeText(bool &text);
+    Status judgeText(bool &text);
 
   private:
     bool converts() const { return m_lineEnds != LineEnds::Keep; }
-    Outcome readRaw(std::size_t wanted, Bytes &out);
-    Outcome readConverted(std::size_t wanted, Bytes &out);
+    Status readRaw(std::size_t wanted, Bytes &out);
+    Status readConverted(std::size_t wanted, Bytes &out);
 
     platform::Location m_place;
     const platform::Folder *m_folder = nullptr;
@@ -58,7 +58,7 @@ class SourceFile {
 // Tries `attempt` on the file until it saw one version of it from beginning to end, as far as times
 // tell; gives up, with a failure that names the file, where it keeps changing.
 template<typename Attempt>
-Outcome readWhole(SourceFile &file, Attempt attempt) {
+Status readWhole(SourceFile &file, Attempt attempt) {
     constexpr int kTries = 4;
     constexpr std::chrono::milliseconds kPause{20};
     for (int i = 0; i < kTries; ++i) {
@@ -71,7 +71,7 @@ Outcome readWhole(SourceFile &file, Attempt attempt) {
         if (file.settled())
             return {};
     }
-    return {ReturnCode::CannotOpen, file.name() + ": another program keeps writing to it"};
+    return {Failure::CannotOpen, file.name() + ": another program keeps writing to it"};
 }
 
 } // namespace ziplib

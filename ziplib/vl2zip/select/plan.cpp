@@ -129,9 +129,9 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
 
 } // namespace
 
-Outcome findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
-                       const EntryPaths &entries, const std::function<void()> &idle,
-                       std::vector<Candidate> &candidates) {
+Status findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
+                      const EntryPaths &entries, const std::function<void()> &idle,
+                      std::vector<Candidate> &candidates) {
     Matcher matcher(entries, options, scan, idle);
     std::unordered_set<std::string_view> seen;
     candidates.reserve(scan.files.size());
@@ -145,7 +145,7 @@ Outcome findCandidates(const PackOptions &options, Selection &selection, Scan &s
         candidate.path = storedPath(options, file);
         candidate.entry = matcher.entryFor(candidate.path);
         if (options.junkFolders && !seen.insert(candidate.path).second) {
-            return {ReturnCode::CannotOpen,
+            return {Failure::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
         if (candidate.entry != kNoEntry || (options.addNew && takesNewName(candidate.path, scan)))

@@ -20,8 +20,8 @@ class Selection;
 // reader or the game does not support yields no candidate but a line in the scan's `leftOut`. If
 // folders get entries, the candidates of those that are selected or hold a selected file come last.
 // Fails if two files would have the same path. Calls `idle` often.
-Outcome findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
-                       const EntryPaths &entries, const std::function<void()> &idle,
-                       std::vector<Candidate> &candidates);
+Status findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
+                      const EntryPaths &entries, const std::function<void()> &idle,
+                      std::vector<Candidate> &candidates);
 
 } // namespace ziplib

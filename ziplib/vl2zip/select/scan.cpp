@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/select/scan.h"
 
-#include "ziplib/common/failures.h"
 #include "ziplib/common/orderedParallelFor.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/common/threadPool.h"
 
 #include <algorithm>
@@ -21,17 +21,17 @@ constexpr std::uint64_t kFolderCost = 1U << 30U;
 // What lies directly in one folder.
 struct Contents {
     Scan found;
-    Outcome outcome;
+    Status status;
 
-    Outcome list(const std::string &root, const std::string &path, bool recurse);
+    Status list(const std::string &root, const std::string &path, bool recurse);
 
   private:
-    Outcome take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                 std::string path);
+    Status take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                std::string path);
 };
 
-Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                       std::string path) {
+Status Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                      std::string path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
             FoundFile inner;
@@ -53,10 +53,10 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
         found.leftOut.push_back(path + ": a link that leads to no file is not packed");
         return {};
     }
-    if (known.is(platform::Failure::NotFound))
+    if (known.is(Failure::NotFound))
         return {}; // gone since it was listed
     if (!known.ok())
-        return failure(known, ReturnCode::CannotOpen);
+        return failure(known, Failure::CannotOpen);
     if (file.info.kind != Kind::File) {
         found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
         return {};
@@ -67,13 +67,13 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
     return {};
 }
 
-Outcome Contents::list(const std::string &root, const std::string &path, bool recurse) {
+Status Contents::list(const std::string &root, const std::string &path, bool recurse) {
     Folder folder;
     if (const auto opened = folder.open(platform::Location{root, path}); !opened.ok())
-        return failure(opened, ReturnCode::CannotOpen);
+        return failure(opened, Failure::CannotOpen);
     std::vector<platform::FolderItem> items;
     if (const auto listed = folder.list(items); !listed.ok())
-        return failure(listed, ReturnCode::CannotOpen);
+        return failure(listed, Failure::CannotOpen);
     for (const auto &item : items) {
         std::string below = path.empty() ? item.name : path + '/' + item.name;
         if (platform::isTemporaryName(item.name)) {
@@ -105,18 +105,18 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
 }
 
 // Level by level, each folder by one thread.
-Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
+Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
     Folder top;
     platform::FileInfo began;
     if (top.open(root).ok() && top.newFileInfo(began).ok())
         scan.began = began;
     std::vector<std::string> level{std::string()};
-    Outcome failed;
+    Status failed;
     while (!level.empty() && failed.ok()) {
         std::vector<Contents> contents(level.size());
         const auto list = [&](std::size_t i) {
-            contents[i].outcome = contents[i].list(root, level[i], recurse);
+            contents[i].status = contents[i].list(root, level[i], recurse);
         };
         if (level.size() == 1) {
             list(0); // a deep tree has many such levels, which are not worth a thread
@@ -135,7 +135,7 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
             files += folder.found.files.size();
         scan.files.reserve(files);
         for (auto &folder : contents) {
-            failed = failed.ok() ? folder.outcome : failed;
+            failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
                 level.push_back(inner.path);
             moveBehind(scan.files, folder.found.files);

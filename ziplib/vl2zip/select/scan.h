@@ -1,7 +1,7 @@
 #pragma once
 
 #include "storage/storage.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <deque>
 #include <functional>
@@ -36,7 +36,7 @@ struct Scan {
 // count as files; links to folders are not entered; pipes and devices are not opened. Fails where
 // any folder cannot be read. Of ordinary files nothing but their names is looked at: whoever opens
 // them learns the rest.
-Outcome scanFolder(const std::string &root, bool recurse, Scan &scan);
+Status scanFolder(const std::string &root, bool recurse, Scan &scan);
 
 // The path of the folder that a path lies in; "" is the root.
 std::string_view folderOf(std::string_view path);

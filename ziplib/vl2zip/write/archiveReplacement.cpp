@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/failures.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <chrono>
@@ -17,30 +17,27 @@ constexpr int kRounds = 100;
 
 } // namespace
 
-Outcome ArchiveReplacement::failed(const platform::Status &status, const char *what,
-                                   ReturnCode usual) const {
-    Outcome plain = failure(status, usual);
+Status ArchiveReplacement::failed(const Status &status, const char *what, Failure kind) const {
+    Status plain = failure(status, kind);
     if (plain.ok())
         return plain;
-    return {plain.code(), m_path + ": " + what + ": " + plain.text()};
+    return {plain.kind, m_path + ": " + what + ": " + plain.message};
 }
 
-Outcome ArchiveReplacement::open(const std::function<void()> &idle) {
+Status ArchiveReplacement::open(const std::function<void()> &idle) {
     std::string folder;
-    const auto resolved = m_path.empty()
-                              ? platform::Status(platform::Failure::NotFound, "no name is given")
-                              : platform::resolvePath(m_path, folder, m_name);
+    const auto resolved = m_path.empty() ? Status(Failure::NotFound, "no name is given")
+                                         : platform::resolvePath(m_path, folder, m_name);
     if (!resolved.ok())
-        return failed(resolved, "the archive cannot be reached", ReturnCode::CannotCreate);
+        return failed(resolved, "the archive cannot be reached", Failure::CannotCreate);
     if (const auto opened = m_folder.open(folder); !opened.ok())
-        return failed(opened, "its folder cannot be opened", ReturnCode::CannotCreate);
+        return failed(opened, "its folder cannot be opened", Failure::CannotCreate);
     if (auto claimed = claim(idle); !claimed.ok())
         return claimed;
     bool again = true;
     for (int round = 0; again; ++round) {
         if (round == kRounds)
-            return {ReturnCode::CannotWrite,
-                    m_path + ": other programs keep replacing the archive"};
+            return {Failure::CannotWrite, m_path + ": other programs keep replacing the archive"};
         if (auto opened = openOld(again, idle); !opened.ok())
             return opened;
     }
@@ -52,40 +49,40 @@ Outcome ArchiveReplacement::open(const std::function<void()> &idle) {
 
 // Before the archive is opened: in some systems nobody may have it open when it is replaced, and
 // its lock is gone by then.
-Outcome ArchiveReplacement::claim(const std::function<void()> &idle) {
+Status ArchiveReplacement::claim(const std::function<void()> &idle) {
     const auto claimed = m_nameLock.take(m_folder, m_name, kPatience, [&] {
         idle();
         return true;
     });
-    return claimed.is(platform::Failure::Busy)
+    return claimed.is(Failure::Busy)
                ? savedByAnother()
-               : failed(claimed, "the archive cannot be held", ReturnCode::CannotWrite);
+               : failed(claimed, "the archive cannot be held", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::savedByAnother() const {
-    return {ReturnCode::CannotWrite, m_path + ": another program is saving this archive"};
+Status ArchiveReplacement::savedByAnother() const {
+    return {Failure::CannotWrite, m_path + ": another program is saving this archive"};
 }
 
 // `again` tells that the file was replaced by another one before its lock was had.
-Outcome ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
+Status ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
     again = false;
     const auto opened = m_folder.openFile(m_name, m_old);
-    if (opened.is(platform::Failure::NotFound)) {
+    if (opened.is(Failure::NotFound)) {
         m_old.close();
         return {};
     }
     if (!opened.ok())
-        return failed(opened, "the archive cannot be opened", ReturnCode::CannotOpen);
+        return failed(opened, "the archive cannot be opened", Failure::CannotOpen);
     const auto locked = m_old.lock(kPatience, [&] {
         idle();
         return true;
     });
-    if (locked.is(platform::Failure::Busy))
+    if (locked.is(Failure::Busy))
         return savedByAnother();
     if (!locked.ok())
-        return failed(locked, "the archive cannot be held", ReturnCode::CannotWrite);
+        return failed(locked, "the archive cannot be held", Failure::CannotWrite);
     if (const auto known = m_old.info(m_oldInfo); !known.ok())
-        return failed(known, "the archive cannot be read", ReturnCode::CannotOpen);
+        return failed(known, "the archive cannot be read", Failure::CannotOpen);
     again = !undisturbed();
     return {};
 }
@@ -94,7 +91,7 @@ bool ArchiveReplacement::undisturbed() const {
     platform::FileInfo now;
     const auto known = m_folder.info(m_name, now);
     if (!m_old.isOpen())
-        return known.is(platform::Failure::NotFound);
+        return known.is(Failure::NotFound);
     // The time of the file's record is left out: a new link to it disturbs nothing.
     return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
            now.modified == m_oldInfo.modified;
@@ -102,16 +99,16 @@ bool ArchiveReplacement::undisturbed() const {
 
 bool ArchiveReplacement::mayReplace() const {
     platform::FileInfo now;
-    return undisturbed() || m_folder.info(m_name, now).is(platform::Failure::NotFound);
+    return undisturbed() || m_folder.info(m_name, now).is(Failure::NotFound);
 }
 
-Outcome ArchiveReplacement::begin() {
+Status ArchiveReplacement::begin() {
     // Putting a new file in a read-only one's place would succeed, and who made it so meant it.
     if (m_old.isOpen() && m_oldInfo.readOnly)
-        return {ReturnCode::CannotWrite, m_path + ": the archive is read-only"};
+        return {Failure::CannotWrite, m_path + ": the archive is read-only"};
     const auto created = m_fresh.create(m_folder, platform::NewFile::Guard::Locked);
     if (!created.ok())
-        return failed(created, "no new archive can be made beside it", ReturnCode::CannotCreate);
+        return failed(created, "no new archive can be made beside it", Failure::CannotCreate);
     if (m_old.isOpen())
         m_fresh.takeOverFrom(m_old);
     return {};
@@ -122,31 +119,31 @@ std::uint64_t ArchiveReplacement::space() const {
     return m_folder.freeSpace(bytes).ok() ? bytes : UINT64_MAX;
 }
 
-Outcome ArchiveReplacement::sync(const std::function<void()> &idle) {
-    platform::Status status;
+Status ArchiveReplacement::sync(const std::function<void()> &idle) {
+    Status status;
     // While the disk works there is time to give back the memory that held the old archive, which
     // otherwise is given back when it is deleted.
     m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
-    return failed(status, "the new archive cannot be made durable", ReturnCode::CannotWrite);
+    return failed(status, "the new archive cannot be made durable", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
+Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
     m_droppingCache.wait(idle);
     using Replace = platform::NewFile::Replace;
     const bool replaces = m_old.isOpen();
     const auto committed =
         m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
-    taken = committed.is(platform::Failure::Exists);
-    return failed(committed, "the new archive cannot take its place", ReturnCode::CannotWrite);
+    taken = committed.is(Failure::Exists);
+    return failed(committed, "the new archive cannot take its place", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
-    platform::Status status;
+Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
+    Status status;
     // What the old archive had on the disk is given back meanwhile.
     runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
     return failed(status, "the archive is saved, but its folder cannot be made durable",
-                  ReturnCode::CannotWrite);
+                  Failure::CannotWrite);
 }
 
 void ArchiveReplacement::drop(const std::function<void()> &idle) {

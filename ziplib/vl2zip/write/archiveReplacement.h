@@ -2,7 +2,7 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <functional>
 #include <string>
@@ -18,7 +18,7 @@ class ArchiveReplacement {
 
     // Waits until no other process is replacing the archive and opens it. One that does not exist
     // is no failure. Also removes what killed runs left beside it.
-    Outcome open(const std::function<void()> &idle);
+    Status open(const std::function<void()> &idle);
     bool exists() const { return m_old.isOpen(); }
     const std::string &path() const { return m_path; }
     const platform::InputFile &old() const { return m_old; }
@@ -31,26 +31,26 @@ class ArchiveReplacement {
     bool mayReplace() const;
 
     // Starts the new archive, with the old one's permissions.
-    Outcome begin();
+    Status begin();
     platform::NewFile &fresh() { return m_fresh; }
     // Bytes left on the disk; the largest number where that cannot be told.
     std::uint64_t space() const;
 
     // Makes the new archive durable.
-    Outcome sync(const std::function<void()> &idle);
+    Status sync(const std::function<void()> &idle);
     // Gives the new archive its name. `taken` tells that another program has put one of its own
     // there in the meantime.
-    Outcome replace(const std::function<void()> &idle, bool &taken);
+    Status replace(const std::function<void()> &idle, bool &taken);
     // Makes the name durable.
-    Outcome syncFolder(const std::function<void()> &idle);
+    Status syncFolder(const std::function<void()> &idle);
     // Deletes a new archive that is not to be had after all, which takes its time with a large one.
     void drop(const std::function<void()> &idle);
 
   private:
-    Outcome claim(const std::function<void()> &idle);
-    Outcome savedByAnother() const;
-    Outcome failed(const platform::Status &status, const char *what, ReturnCode usual) const;
-    Outcome openOld(bool &again, const std::function<void()> &idle);
+    Status claim(const std::function<void()> &idle);
+    Status savedByAnother() const;
+    Status failed(const Status &status, const char *what, Failure kind) const;
+    Status openOld(bool &again, const std::function<void()> &idle);
 
     std::string m_path;
     std::string m_name;

@@ -23,7 +23,7 @@ bool isAscii(std::string_view text) {
         text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-std::string outcomeText(const Packing &packing) {
+std::string savedText(const Packing &packing) {
     if (packing.method == kMethodStored)
         return " (stored 0%)";
     const std::uint64_t size = std::max<std::uint64_t>(packing.size, 1);
@@ -68,7 +68,7 @@ void ArchiveWriter::orderJobs() {
             m_jobOfEntry[m_jobs[i].candidate.entry] = i;
 }
 
-Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
+Status ArchiveWriter::write(const std::optional<std::string> &password) {
     if (m_target.exists()) {
         if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
             return made;
@@ -76,7 +76,7 @@ Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
     orderJobs();
     if (auto begun = m_target.begin(); !begun.ok())
         return begun;
-    m_output.emplace(m_target.fresh(), m_target.path(), [this] { m_report.idle(); });
+    m_output.emplace(m_target.fresh(), m_target.path(), [this] { m_report.tick(); });
     if (auto copied = m_output->copy(m_target.old(), 0, m_layout.leading()); !copied.ok())
         return copied;
     if (auto written = writeJobs(password); !written.ok())
@@ -90,24 +90,24 @@ void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &pas
     if (job.candidate.folder || job.streamed)
         return;
     SourceFile file(m_options.root, fileOf(job).path, lineEndsOf(m_options));
-    job.outcome = packWhole(file, password, job.packing, job.data);
-    if (job.outcome.ok())
-        job.outcome = notePacked(file, job);
+    job.status = packWhole(file, password, job.packing, job.data);
+    if (job.status.ok())
+        job.status = notePacked(file, job);
 }
 
 // Extractors that convert line ends rely on the text mark, so a file that is no longer text must
 // not keep it. No entry gains the mark: an unmarked text is extracted as it is.
-Outcome ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
+Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     FoundFile &found = fileOf(job);
     found.info = job.packing.version;
     found.crc = job.packing.crc;
     found.packed = true;
     const bool marked = !job.isNew() && m_directory.entries()[job.candidate.entry].isMarkedText();
-    return marked ? file.judgeText(job.text) : Outcome();
+    return marked ? file.judgeText(job.text) : Status();
 }
 
-Outcome ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
-    Outcome failed;
+Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
+    Status failed;
     OrderedParallelFor work;
     work.count = m_jobs.size();
     work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
@@ -116,14 +116,14 @@ Outcome ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
         failed = writeEntry(m_jobs[i], password);
         return failed.ok();
     };
-    work.idle = [this] { m_report.idle(); };
+    work.idle = [this] { m_report.tick(); };
     orderedParallelFor(work, workerCount(), kBudget);
     return failed;
 }
 
-Outcome ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string> &password) {
-    if (!job.outcome.ok())
-        return job.outcome;
+Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string> &password) {
+    if (!job.status.ok())
+        return job.status;
     if (auto copied = copySegments(job.copyEnd); !copied.ok())
         return copied;
     const bool encrypted = password && !job.candidate.folder;
@@ -132,15 +132,15 @@ Outcome ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string
     if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
         return written;
     const std::string path(job.candidate.path);
-    m_report.say((job.isNew() ? "adding: " : "updating: ") + path + outcomeText(job.packing));
-    if (!m_report.done(path)) {
-        return {ReturnCode::Cancelled,
+    m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
+    if (!m_report.processed(path)) {
+        return {Failure::Cancelled,
                 m_target.path() + ": saving was stopped; the archive is as it was"};
     }
     return {};
 }
 
-Outcome ArchiveWriter::writeWhole(WriteJob &job) {
+Status ArchiveWriter::writeWhole(WriteJob &job) {
     std::string header;
     appendLocal(header, job.written);
     if (auto written = m_output->append(header); !written.ok())
@@ -151,7 +151,7 @@ Outcome ArchiveWriter::writeWhole(WriteJob &job) {
 }
 
 // The header comes first, but what it says is known last.
-Outcome ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password) {
+Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password) {
     const FoundFile &found = fileOf(job);
     const std::uint64_t start = m_output->position();
     // Stored is the worst that can come of it; line ends may still double it.
@@ -161,7 +161,7 @@ Outcome ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::str
         return written;
     SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     if (auto packed = packStreamed(
-            file, password, [this] { m_report.idle(); }, *m_output, job.packing);
+            file, password, [this] { m_report.tick(); }, *m_output, job.packing);
         !packed.ok())
         return packed;
     if (auto noted = notePacked(file, job); !noted.ok())
@@ -172,7 +172,7 @@ Outcome ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::str
     job.written.wide = wide;
     job.written.offset = offset;
     if (!wide && std::max(job.packing.packed, job.packing.size) >= kZip64Sentinel)
-        return {ReturnCode::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
+        return {Failure::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
     return m_output->patch(start, header);
@@ -208,7 +208,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
     return written;
 }
 
-Outcome ArchiveWriter::copySegments(std::size_t end) {
+Status ArchiveWriter::copySegments(std::size_t end) {
     auto &segments = m_layout.segments();
     while (m_copied < end) {
         const std::size_t first = m_copied;
@@ -230,7 +230,7 @@ Outcome ArchiveWriter::copySegments(std::size_t end) {
     return {};
 }
 
-Outcome ArchiveWriter::writeDirectory() {
+Status ArchiveWriter::writeDirectory() {
     const auto &entries = m_directory.entries();
     const std::uint64_t base = m_directory.base();
     const std::uint64_t start = m_output->position();
@@ -253,7 +253,7 @@ Outcome ArchiveWriter::writeDirectory() {
         expected.add(record, offset + base, !kept);
         if (auto added = m_output->append(record); !added.ok())
             return added;
-        m_report.idle();
+        m_report.tick();
     }
     const DirectoryPlace place{expected.entries(), start - base, m_output->position() - start};
     record.clear();
@@ -267,7 +267,7 @@ Outcome ArchiveWriter::writeDirectory() {
         return copied;
     if (auto flushed = m_output->flush(); !flushed.ok())
         return flushed;
-    return expected.check(m_target, m_output->position(), [this] { m_report.idle(); });
+    return expected.check(m_target, m_output->position(), [this] { m_report.tick(); });
 }
 
 } // namespace ziplib

@@ -32,7 +32,7 @@ class ArchiveWriter {
     void drop(std::size_t entry) { m_kept[entry] = false; }
 
     // Writes the whole new archive under its temporary name and reads its directory back.
-    Outcome write(const std::optional<std::string> &password);
+    Status write(const std::optional<std::string> &password);
 
   private:
     // An entry to write.
@@ -45,23 +45,23 @@ class ArchiveWriter {
         Packing packing;
         bool text = false; // its old entry is marked as text, and it still is text
         Bytes data;        // until it is written
-        Outcome outcome;
+        Status status;
         WrittenEntry written;
 
         bool isNew() const { return candidate.entry == kNoEntry; }
     };
 
     void orderJobs();
-    Outcome writeJobs(const std::optional<std::string> &password);
-    Outcome writeEntry(WriteJob &job, const std::optional<std::string> &password);
-    Outcome writeWhole(WriteJob &job);
-    Outcome writeStreamed(WriteJob &job, const std::optional<std::string> &password);
-    Outcome copySegments(std::size_t end);
-    Outcome writeDirectory();
+    Status writeJobs(const std::optional<std::string> &password);
+    Status writeEntry(WriteJob &job, const std::optional<std::string> &password);
+    Status writeWhole(WriteJob &job);
+    Status writeStreamed(WriteJob &job, const std::optional<std::string> &password);
+    Status copySegments(std::size_t end);
+    Status writeDirectory();
     WrittenEntry describe(const WriteJob &job, bool encrypted) const;
     FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate.file]; }
     void packOne(WriteJob &job, const std::optional<std::string> &password) const;
-    Outcome notePacked(SourceFile &file, WriteJob &job) const;
+    Status notePacked(SourceFile &file, WriteJob &job) const;
 
     const PackOptions &m_options;
     ArchiveReplacement &m_target;

@@ -1,20 +1,20 @@
 #include "ziplib/vl2zip/write/commit.h"
 
-#include "ziplib/common/failures.h"
+#include "ziplib/common/returnCode.h"
 
 namespace ziplib {
 
-Outcome readDirectory(const ArchiveReplacement &target, Directory &directory) {
+Status readDirectory(const ArchiveReplacement &target, Directory &directory) {
     if (!target.exists())
         return {};
-    if (auto read = failure(directory.read(target.old()), ReturnCode::CannotOpen); !read.ok())
+    if (auto read = failure(directory.read(target.old()), Failure::CannotOpen); !read.ok())
         return read;
-    return failure(directory.damage(), ReturnCode::Damaged);
+    return failure(directory.damage(), Failure::Damaged);
 }
 
-Outcome commit(ArchiveReplacement &target, Report &report,
-               const std::function<Outcome(bool &again)> &last, bool &again) {
-    const auto idle = [&] { report.idle(); };
+Status commit(ArchiveReplacement &target, Report &report,
+              const std::function<Status(bool &again)> &last, bool &again) {
+    const auto idle = [&] { report.tick(); };
     if (auto synced = target.sync(idle); !synced.ok())
         return synced;
     if (auto checked = last(again); !checked.ok() || again)

@@ -8,12 +8,12 @@ namespace ziplib {
 
 // Reads the directory of a target that was opened. None where the archive does not exist; fails
 // where it is damaged, since what cannot be seen cannot be kept.
-Outcome readDirectory(const ArchiveReplacement &target, Directory &directory);
+Status readDirectory(const ArchiveReplacement &target, Directory &directory);
 
 // Puts a new archive that was written in the old one's place. `last` is called when it is durable,
 // right before that: false means to begin again, as does another program that was at the archive in
 // the meantime; `again` tells so and nothing has happened.
-Outcome commit(ArchiveReplacement &target, Report &report,
-               const std::function<Outcome(bool &again)> &last, bool &again);
+Status commit(ArchiveReplacement &target, Report &report,
+              const std::function<Status(bool &again)> &last, bool &again);
 
 } // namespace ziplib

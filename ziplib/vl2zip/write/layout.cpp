@@ -11,11 +11,9 @@ namespace ziplib {
 
 namespace {
 
-Outcome damaged(const platform::InputFile &archive, const Directory &directory,
-                const Entry &entry) {
-    return {ReturnCode::Damaged, archive.path() + ": damaged, the data of " +
-                                     directory.path(entry) +
-                                     " cannot be found; the archive was left as it is"};
+Status damaged(const platform::InputFile &archive, const Directory &directory, const Entry &entry) {
+    return {Failure::Damaged, archive.path() + ": damaged, the data of " + directory.path(entry) +
+                                  " cannot be found; the archive was left as it is"};
 }
 
 // Bytes from the start of an entry's local header to the end of its data; 0 where there is no such
@@ -33,8 +31,8 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
 
 } // namespace
 
-Outcome Layout::make(const platform::InputFile &archive, const Directory &directory,
-                     const std::vector<bool> &kept) {
+Status Layout::make(const platform::InputFile &archive, const Directory &directory,
+                    const std::vector<bool> &kept) {
     const auto &entries = directory.entries();
     std::vector<std::size_t> order(entries.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -71,8 +69,8 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
 }
 
 // Makes sure that all bytes of a kept entry are in kept segments that follow each other.
-Outcome Layout::cover(const platform::InputFile &archive, const Directory &directory,
-                      std::size_t index) {
+Status Layout::cover(const platform::InputFile &archive, const Directory &directory,
+                     std::size_t index) {
     const Entry &entry = directory.entries()[index];
     const std::size_t segment = m_segmentOf[index];
     const bool last = segment + 1 == m_segments.size();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
 
 #include <cstdint>
@@ -22,8 +22,8 @@ class Layout {
 
     // `kept` tells of each entry whether it stays as it is. Fails where the bytes of one that stays
     // cannot all be there.
-    Outcome make(const platform::InputFile &archive, const Directory &directory,
-                 const std::vector<bool> &kept);
+    Status make(const platform::InputFile &archive, const Directory &directory,
+                const std::vector<bool> &kept);
 
     std::vector<Segment> &segments() { return m_segments; }
     const std::vector<Segment> &segments() const { return m_segments; }
@@ -35,8 +35,7 @@ class Layout {
     std::uint64_t keptBytes() const;
 
   private:
-    Outcome cover(const platform::InputFile &archive, const Directory &directory,
-                  std::size_t index);
+    Status cover(const platform::InputFile &archive, const Directory &directory, std::size_t index);
 
     std::vector<Segment> m_segments;
     std::vector<std::size_t> m_segmentOf;

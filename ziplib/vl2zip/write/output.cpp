@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/write/output.h"
 
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/failures.h"
+#include "ziplib/common/returnCode.h"
 
 #include <utility>
 
@@ -20,14 +20,14 @@ Output::Output(platform::NewFile &file, std::string name, std::function<void()> 
     m_gathered.reserve(kGather);
 }
 
-Outcome Output::failed(const platform::Status &status) const {
-    Outcome plain = failure(status, ReturnCode::CannotWrite);
+Status Output::failed(const Status &status) const {
+    Status plain = failure(status, Failure::CannotWrite);
     if (plain.ok())
         return plain;
-    return {plain.code(), m_name + ": cannot be written: " + plain.text()};
+    return {plain.kind, m_name + ": cannot be written: " + plain.message};
 }
 
-Outcome Output::flush() {
+Status Output::flush() {
     if (m_gathered.empty())
         return {};
     if (auto done = failed(m_file.write(m_gathered.data(), m_gathered.size())); !done.ok())
@@ -37,7 +37,7 @@ Outcome Output::flush() {
     return {};
 }
 
-Outcome Output::append(const void *data, std::size_t size) {
+Status Output::append(const void *data, std::size_t size) {
     if (m_gathered.size() + size > kGather) {
         if (auto done = flush(); !done.ok())
             return done;
@@ -58,12 +58,12 @@ Outcome Output::append(const void *data, std::size_t size) {
     return {};
 }
 
-Outcome Output::copy(const platform::InputFile &old, std::uint64_t offset, std::uint64_t size) {
+Status Output::copy(const platform::InputFile &old, std::uint64_t offset, std::uint64_t size) {
     if (size == 0)
         return {};
     if (auto done = flush(); !done.ok())
         return done;
-    platform::Status status;
+    Status status;
     if (size < kLongCopy)
         status = m_file.copyFrom(old, offset, size);
     else
@@ -73,13 +73,13 @@ Outcome Output::copy(const platform::InputFile &old, std::uint64_t offset, std::
     return failed(status);
 }
 
-Outcome Output::patch(std::uint64_t offset, std::string_view data) {
+Status Output::patch(std::uint64_t offset, std::string_view data) {
     if (auto done = flush(); !done.ok())
         return done;
     return failed(m_file.writeAt(offset, data.data(), data.size()));
 }
 
-Outcome Output::rewind(std::uint64_t position) {
+Status Output::rewind(std::uint64_t position) {
     if (auto done = flush(); !done.ok())
         return done;
     if (auto done = failed(m_file.truncate(position)); !done.ok())

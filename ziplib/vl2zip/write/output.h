@@ -2,7 +2,7 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/buffer.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <functional>
 #include <string>
@@ -19,18 +19,18 @@ class Output {
     Output(platform::NewFile &file, std::string name, std::function<void()> idle);
 
     std::uint64_t position() const { return m_written + m_gathered.size(); }
-    Outcome append(const void *data, std::size_t size);
-    Outcome append(std::string_view data) { return append(data.data(), data.size()); }
+    Status append(const void *data, std::size_t size);
+    Status append(std::string_view data) { return append(data.data(), data.size()); }
     // Appends a range of the old archive.
-    Outcome copy(const platform::InputFile &old, std::uint64_t offset, std::uint64_t size);
+    Status copy(const platform::InputFile &old, std::uint64_t offset, std::uint64_t size);
     // Writes over bytes that were appended before.
-    Outcome patch(std::uint64_t offset, std::string_view data);
+    Status patch(std::uint64_t offset, std::string_view data);
     // Drops everything from `position` on.
-    Outcome rewind(std::uint64_t position);
-    Outcome flush();
+    Status rewind(std::uint64_t position);
+    Status flush();
 
     // What a failed step of the new archive means.
-    Outcome failed(const platform::Status &status) const;
+    Status failed(const Status &status) const;
 
   private:
     platform::NewFile &m_file;

@@ -30,7 +30,7 @@ std::array<std::uint8_t, Cipher::kHeaderSize> cipherHeader(std::uint32_t crc) {
     return header;
 }
 
-Outcome readAll(SourceFile &file, Bytes &raw) {
+Status readAll(SourceFile &file, Bytes &raw) {
     raw.clear();
     Bytes chunk;
     for (;;) {
@@ -83,14 +83,14 @@ class Stream {
             m_cipher.emplace(*password);
     }
 
-    Outcome header(std::uint32_t crc);
-    Outcome deflate(std::uint64_t limit);
-    Outcome store();
+    Status header(std::uint32_t crc);
+    Status deflate(std::uint64_t limit);
+    Status store();
     bool tooLarge() const { return m_tooLarge; }
     std::uint64_t given() const { return m_given; }
 
   private:
-    Outcome give(std::uint8_t *data, std::size_t size);
+    Status give(std::uint8_t *data, std::size_t size);
 
     SourceFile &m_file;
     Output &m_output;
@@ -100,21 +100,21 @@ class Stream {
     Bytes m_in;
 };
 
-Outcome Stream::give(std::uint8_t *data, std::size_t size) {
+Status Stream::give(std::uint8_t *data, std::size_t size) {
     if (m_cipher)
         m_cipher->encrypt(data, size);
     m_given += size;
     return m_output.append(data, size);
 }
 
-Outcome Stream::header(std::uint32_t crc) {
+Status Stream::header(std::uint32_t crc) {
     if (!m_cipher)
         return {};
     auto header = cipherHeader(crc);
     return give(header.data(), header.size());
 }
 
-Outcome Stream::deflate(std::uint64_t limit) {
+Status Stream::deflate(std::uint64_t limit) {
     DeflateStream deflater(kStreamLevel);
     Bytes out(kChunk);
     for (bool ended = false; !ended;) {
@@ -128,7 +128,7 @@ Outcome Stream::deflate(std::uint64_t limit) {
                                  last);
             taken += step.taken;
             if (step.failed)
-                return {ReturnCode::CannotWrite, m_file.name() + ": cannot be compressed"};
+                return {Failure::CannotWrite, m_file.name() + ": cannot be compressed"};
             if (auto given = give(out.data(), step.given); !given.ok())
                 return given;
         } while (!step.ended && (taken < m_in.size() || step.given == out.size() || last));
@@ -141,7 +141,7 @@ Outcome Stream::deflate(std::uint64_t limit) {
     return {};
 }
 
-Outcome Stream::store() {
+Status Stream::store() {
     for (;;) {
         if (auto read = m_file.read(kChunk, m_in); !read.ok() || m_in.empty())
             return read;
@@ -150,8 +150,8 @@ Outcome Stream::store() {
     }
 }
 
-Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
-                   Packing &packing) {
+Status streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
+                  Packing &packing) {
     const std::uint64_t start = output.position();
     if (auto read = file.measure(packing.crc, packing.size); !read.ok())
         return read;
@@ -178,8 +178,8 @@ Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password,
 
 } // namespace
 
-Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
-                  Bytes &data) {
+Status packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
+                 Bytes &data) {
     Bytes raw;
     auto read = readWhole(file, [&] { return readAll(file, raw); });
     if (read.ok()) {
@@ -189,18 +189,18 @@ Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, 
     return read;
 }
 
-Outcome packStreamed(SourceFile &file, const std::optional<std::string> &password,
-                     const std::function<void()> &idle, Output &output, Packing &packing) {
-    Outcome outcome;
+Status packStreamed(SourceFile &file, const std::optional<std::string> &password,
+                    const std::function<void()> &idle, Output &output, Packing &packing) {
+    Status status;
     const std::uint64_t start = output.position();
     runInBackground({[&] {
-                        outcome = readWhole(file, [&] {
+                        status = readWhole(file, [&] {
                             const auto again = output.rewind(start);
                             return again.ok() ? streamOnce(file, password, output, packing) : again;
                         });
                     }},
                     idle);
-    return outcome;
+    return status;
 }
 
 } // namespace ziplib

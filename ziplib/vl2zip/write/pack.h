@@ -24,12 +24,12 @@ struct Packing {
 
 // Packs a file in memory, deflated where that is smaller and stored where not. To be called from
 // several threads at once.
-Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
-                  Bytes &data);
+Status packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
+                 Bytes &data);
 
 // Packs a file of any size straight into the archive, where the data begins at the output's
 // position. Calls `idle` meanwhile.
-Outcome packStreamed(SourceFile &file, const std::optional<std::string> &password,
-                     const std::function<void()> &idle, Output &output, Packing &packing);
+Status packStreamed(SourceFile &file, const std::optional<std::string> &password,
+                    const std::function<void()> &idle, Output &output, Packing &packing);
 
 } // namespace ziplib

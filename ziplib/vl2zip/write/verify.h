@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include <cstdint>
@@ -21,8 +21,8 @@ class ExpectedDirectory {
 
     // Reads the new archive as any other and compares: every record, in order, and that each
     // written entry starts with a header. `size` is the file's.
-    Outcome check(ArchiveReplacement &target, std::uint64_t size,
-                  const std::function<void()> &idle) const;
+    Status check(ArchiveReplacement &target, std::uint64_t size,
+                 const std::function<void()> &idle) const;
 
   private:
     std::uint64_t m_entries = 0;
