@@ -3,7 +3,6 @@
 #include "storage/storage.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <system_error>
 
@@ -13,26 +12,15 @@ namespace {
 
 constexpr unsigned kMostWorkers = 8;
 
-std::atomic<unsigned> &forcedCount() {
-    static std::atomic<unsigned> count{0};
-    return count;
-}
-
 } // namespace
 
 unsigned workerCount() {
-    if (const unsigned forced = forcedCount(); forced != 0)
-        return std::min(forced, kMostWorkers);
     if (const char *text = std::getenv("ORVEL_WORKERS")) {
         const unsigned long wanted = std::strtoul(text, nullptr, 10);
         if (wanted > 0)
             return static_cast<unsigned>(std::min<unsigned long>(wanted, kMostWorkers));
     }
     return std::clamp(platform::processorCount(), 1U, kMostWorkers);
-}
-
-void setWorkerCount(unsigned count) {
-    forcedCount() = count;
 }
 
 ThreadPool::ThreadPool(unsigned workers, std::size_t window)

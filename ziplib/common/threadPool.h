@@ -15,8 +15,6 @@ namespace ziplib {
 // Number of worker threads: the number of processors, at most 8. The environment variable
 // ORVEL_WORKERS overrides it.
 unsigned workerCount();
-// Overrides both from now on; 0 removes the override. For tests and benchmarks.
-void setWorkerCount(unsigned count);
 
 // Runs tasks on its threads and returns them in the order in which they were submitted. If no
 // thread can be started, next() runs them.

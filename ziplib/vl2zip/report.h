@@ -29,10 +29,22 @@ class Report : public CallbackReporter {
     // For a save that starts again: a file that was left out may be packed this time.
     void dropDeferred() { m_deferred.clear(); }
     // Sends the last messages of the call and returns its code.
-    std::int32_t end(const Status &status);
+    std::int32_t end(const Status &status) {
+        for (const auto &text : m_deferred)
+            print(text);
+        if (!status.ok())
+            print(status.message);
+        else if (hasDeferred())
+            return static_cast<std::int32_t>(ReturnCode::Warnings);
+        // All kinds but that of an archive that does not exist have codes of their own.
+        return static_cast<std::int32_t>(returnCodeOf(status, ReturnCode::NoArchive));
+    }
 
     // Reports a file whose bytes the archive holds.
-    void packed(const ZPPACKED &file);
+    void packed(const ZPPACKED &file) {
+        tick();
+        m_packed(&file);
+    }
     bool wantsPacked() const { return m_packed != nullptr; }
 
   private:

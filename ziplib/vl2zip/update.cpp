@@ -7,7 +7,6 @@
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/select/selection.h"
 #include "ziplib/vl2zip/write/archiveWriter.h"
-#include "ziplib/vl2zip/write/commit.h"
 
 #include <algorithm>
 #include <chrono>
@@ -81,7 +80,7 @@ Status Update::look() {
     Status folder;
     runInBackground(
         {[&] {
-             archive = readDirectory(m_target, m_directory);
+             archive = m_target.readDirectory(m_directory);
              if (archive.ok())
                  paths.fill();
          },
@@ -287,7 +286,7 @@ Status Update::run(bool &again) {
     // Also where nothing is written: a folder that was moved in meanwhile brings files with old
     // times, and who empties the work folder afterwards could not tell them from those that were
     // seen.
-    if (auto done = changes ? commit(m_target, m_report, last, again) : last(again);
+    if (auto done = changes ? m_target.commit([this] { m_report.tick(); }, last, again) : last(again);
         !done.ok() || again)
         return done;
     removeTemporaries();
@@ -327,7 +326,7 @@ Status deleteFromArchive(const PackOptions &options, Report &report) {
         if (!target.exists())
             return {Failure::NotFound, options.archive + ": no such archive"};
         Directory directory;
-        if (auto read = readDirectory(target, directory); !read.ok())
+        if (auto read = target.readDirectory(directory); !read.ok())
             return read;
         Selection selection(options.patterns, options.recurse);
         ArchiveWriter writer(options, target, directory, report);
@@ -349,8 +348,7 @@ Status deleteFromArchive(const PackOptions &options, Report &report) {
         bool again = false;
         auto status = writer.write({});
         if (status.ok()) {
-            status = commit(
-                target, report, [](bool & /*again*/) { return Status(); }, again);
+            status = target.commit([&] { report.tick(); }, [](bool & /*again*/) { return Status(); }, again);
         }
         if (status.ok() && !again)
             return status;

@@ -2,7 +2,6 @@
 
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/returnCode.h"
-#include "ziplib/vl2zip/select/scan.h"
 
 #include <chrono>
 
@@ -10,9 +9,9 @@ namespace ziplib {
 
 namespace {
 
-// Longer than a save takes; who waits for more should hear why.
-constexpr std::chrono::milliseconds kPatience{15'000};
-// Each round means that another process put a new archive in place while this one waited.
+// Timeout of the locks: longer than most saves take.
+constexpr std::chrono::milliseconds kLockTimeout{15'000};
+// Each round means that another process replaced the archive while this one waited.
 constexpr int kRounds = 100;
 
 } // namespace
@@ -32,8 +31,8 @@ Status ArchiveReplacement::open(const std::function<void()> &idle) {
         return failed(resolved, "the archive cannot be reached", Failure::CannotCreate);
     if (const auto opened = m_folder.open(folder); !opened.ok())
         return failed(opened, "its folder cannot be opened", Failure::CannotCreate);
-    if (auto claimed = claim(idle); !claimed.ok())
-        return claimed;
+    if (auto locked = lockName(idle); !locked.ok())
+        return locked;
     bool again = true;
     for (int round = 0; again; ++round) {
         if (round == kRounds)
@@ -41,29 +40,29 @@ Status ArchiveReplacement::open(const std::function<void()> &idle) {
         if (auto opened = openOld(again, idle); !opened.ok())
             return opened;
     }
-    // Where there is no archive, one of them may be all that is left of it.
+    // If there is no archive, one of them may be the only copy of it.
     if (exists())
         m_folder.removeStaleTemporaries();
     return {};
 }
 
-// Before the archive is opened: in some systems nobody may have it open when it is replaced, and
-// its lock is gone by then.
-Status ArchiveReplacement::claim(const std::function<void()> &idle) {
-    const auto claimed = m_nameLock.take(m_folder, m_name, kPatience, [&] {
+// The lock of the name, unlike that of the file, is held during the replacement too: some systems
+// replace only files that are closed.
+Status ArchiveReplacement::lockName(const std::function<void()> &idle) {
+    const auto locked = m_nameLock.take(m_folder, m_name, kLockTimeout, [&] {
         idle();
         return true;
     });
-    return claimed.is(Failure::Busy)
+    return locked.is(Failure::Busy)
                ? savedByAnother()
-               : failed(claimed, "the archive cannot be held", Failure::CannotWrite);
+               : failed(locked, "the archive cannot be held", Failure::CannotWrite);
 }
 
 Status ArchiveReplacement::savedByAnother() const {
     return {Failure::CannotWrite, m_path + ": another program is saving this archive"};
 }
 
-// `again` tells that the file was replaced by another one before its lock was had.
+// Sets `again` if the file was replaced by another one before its lock was acquired.
 Status ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
     again = false;
     const auto opened = m_folder.openFile(m_name, m_old);
@@ -73,7 +72,7 @@ Status ArchiveReplacement::openOld(bool &again, const std::function<void()> &idl
     }
     if (!opened.ok())
         return failed(opened, "the archive cannot be opened", Failure::CannotOpen);
-    const auto locked = m_old.lock(kPatience, [&] {
+    const auto locked = m_old.lock(kLockTimeout, [&] {
         idle();
         return true;
     });
@@ -92,7 +91,7 @@ bool ArchiveReplacement::undisturbed() const {
     const auto known = m_folder.info(m_name, now);
     if (!m_old.isOpen())
         return known.is(Failure::NotFound);
-    // The time of the file's record is left out: a new link to it disturbs nothing.
+    // Not the time of the last status change: a new hard link changes only that.
     return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
            now.modified == m_oldInfo.modified;
 }
@@ -103,7 +102,7 @@ bool ArchiveReplacement::mayReplace() const {
 }
 
 Status ArchiveReplacement::begin() {
-    // Putting a new file in a read-only one's place would succeed, and who made it so meant it.
+    // Replacing a read-only file would succeed, but the user has protected it.
     if (m_old.isOpen() && m_oldInfo.readOnly)
         return {Failure::CannotWrite, m_path + ": the archive is read-only"};
     const auto created = m_fresh.create(m_folder, platform::NewFile::Guard::Locked);
@@ -114,18 +113,38 @@ Status ArchiveReplacement::begin() {
     return {};
 }
 
-std::uint64_t ArchiveReplacement::space() const {
-    std::uint64_t bytes = 0;
-    return m_folder.freeSpace(bytes).ok() ? bytes : UINT64_MAX;
-}
-
 Status ArchiveReplacement::sync(const std::function<void()> &idle) {
     Status status;
-    // While the disk works there is time to give back the memory that held the old archive, which
-    // otherwise is given back when it is deleted.
+    // Frees the old archive's page cache while the disk is busy; otherwise its deletion, on the
+    // critical path, does.
     m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
     return failed(status, "the new archive cannot be made durable", Failure::CannotWrite);
+}
+
+Status ArchiveReplacement::readDirectory(Directory &directory) const {
+    if (!exists())
+        return {};
+    if (auto read = failure(directory.read(m_old), Failure::CannotOpen); !read.ok())
+        return read;
+    return failure(directory.damage(), Failure::Damaged);
+}
+
+Status ArchiveReplacement::commit(const std::function<void()> &idle,
+                                  const std::function<Status(bool &again)> &lastCheck,
+                                  bool &again) {
+    if (auto synced = sync(idle); !synced.ok())
+        return synced;
+    if (auto checked = lastCheck(again); !checked.ok() || again)
+        return checked;
+    if (!mayReplace()) {
+        again = true;
+        return {};
+    }
+    auto replaced = replace(idle, again);
+    if (again)
+        return {};
+    return replaced.ok() ? syncFolder(idle) : replaced;
 }
 
 Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
@@ -140,7 +159,7 @@ Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &take
 
 Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
     Status status;
-    // What the old archive had on the disk is given back meanwhile.
+    // Closing the old archive, which has no name any more, frees its disk space.
     runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
     return failed(status, "the archive is saved, but its folder cannot be made durable",
                   Failure::CannotWrite);

@@ -93,11 +93,4 @@ Status Layout::cover(const platform::InputFile &archive, const Directory &direct
     return {};
 }
 
-std::uint64_t Layout::keptBytes() const {
-    std::uint64_t bytes = m_leading;
-    for (const auto &segment : m_segments)
-        bytes += segment.kept ? segment.length : 0;
-    return bytes;
-}
-
 } // namespace ziplib

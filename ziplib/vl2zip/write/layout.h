@@ -31,8 +31,6 @@ class Layout {
     std::size_t segmentOf(std::size_t entry) const { return m_segmentOf[entry]; }
     // Bytes before the first entry.
     std::uint64_t leading() const { return m_leading; }
-    // Bytes of all kept segments.
-    std::uint64_t keptBytes() const;
 
   private:
     Status cover(const platform::InputFile &archive, const Directory &directory, std::size_t index);
