@@ -17,7 +17,7 @@ namespace ziplib {
 
 namespace {
 
-// How often a save begins again because files or archive changed under it.
+// Attempts of a save while files or the archive change.
 constexpr int kTries = 4;
 constexpr std::chrono::milliseconds kPause{100};
 
@@ -28,26 +28,27 @@ Status cancelled(const PackOptions &options) {
 // One attempt to bring the archive up to date.
 class Update {
   public:
-    // With `guess` it trusts, until it knows better, that files with their entry's size and time
-    // are as they were, and starts writing before all are read.
+    // With `guess` it assumes that files with their entry's size and time are unchanged, and starts
+    // writing before they were compared.
     Update(const PackOptions &options, Report &report, std::optional<std::string> &password,
            bool guess)
         : m_options(options), m_report(report), m_password(password),
           m_guess(guess && !options.encrypt), m_target(options.archive),
           m_selection(options.patterns, options.recurse) {}
 
-    // `again` tells that something changed under it and nothing has happened.
+    // Sets `again`, without having saved, if files or the archive changed during the attempt.
     Status run(bool &again);
-    // To be called where that has not saved.
+    // Deletes the new archive. To be called if run() has not saved.
     void drop() {
         m_target.drop([this] { m_report.tick(); });
     }
-    // What changed: a file of the folder, or else the archive.
+    // True if `guess` was wrong for a file.
     bool guessedWrong() const { return m_guessedWrong; }
+    // The file of the folder that changed, or else the archive.
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
 
   private:
-    Status look();
+    Status scan();
     void report(const Candidate &candidate, const Comparison &comparison);
     Status take(const Candidate &candidate, const Comparison &comparison);
     Status write(ChangeDetector &detector, std::vector<std::size_t> &packed);
@@ -60,7 +61,7 @@ class Update {
 
     const PackOptions &m_options;
     Report &m_report;
-    std::optional<std::string> &m_password; // asked for once, however many attempts there are
+    std::optional<std::string> &m_password; // requested once for all attempts
     const bool m_guess;
     bool m_guessedWrong = false;
     ArchiveReplacement m_target;
@@ -71,7 +72,7 @@ class Update {
     std::string m_changed;
 };
 
-Status Update::look() {
+Status Update::scan() {
     const auto idle = [this] { m_report.tick(); };
     if (auto opened = m_target.open(idle); !opened.ok())
         return opened;
@@ -94,29 +95,28 @@ Status Update::look() {
 // Reports why a file is not packed.
 void Update::report(const Candidate &candidate, const Comparison &comparison) {
     using Verdict = Comparison::Verdict;
-    const std::string path(candidate.path);
+    const auto warn = [&](const char *reason) {
+        m_report.defer(std::string(candidate.path) + reason);
+    };
     switch (comparison.verdict) {
     case Verdict::Pack: // reported once it is packed
     case Verdict::Archive:
         break;
     case Verdict::Same:
-        m_report.detail("unchanged: ", path);
+        m_report.detail("unchanged: ", candidate.path);
         break;
     case Verdict::NotNewer:
-        m_report.defer(path +
-                       ": is not newer than its entry and was left out; the archive keeps the "
-                       "version that it has");
+        warn(": is not newer than its entry and was left out; the archive keeps the version that "
+             "it has");
         break;
     case Verdict::Hidden:
-        m_report.detail("hidden, left out: ", path);
+        m_report.detail("hidden, left out: ", candidate.path);
         break;
     case Verdict::HiddenChanged:
-        m_report.defer(path + ": is hidden and was left out; the archive keeps the version "
-                              "that it has");
+        warn(": is hidden and was left out; the archive keeps the version that it has");
         break;
     case Verdict::CutOff:
-        m_report.defer(path + ": the file is cut off, as after a power cut; the archive keeps "
-                              "it whole");
+        warn(": the file is cut off, as after a power cut; the archive keeps it whole");
         break;
     }
 }
@@ -131,19 +131,18 @@ Status Update::take(const Candidate &candidate, const Comparison &comparison) {
                                                                     : cancelled(m_options);
 }
 
-// The folder must be what it was when it was looked at: an edit that came later would be deleted
-// with the work folder.
+// The folder must be unchanged since the scan: a later edit would be deleted with the work folder.
 Status Update::checkFolder(bool &again) {
-    auto looked = detectChanges(
+    auto checked = detectChanges(
         m_options, m_selection.needsFolders(), m_scan, [this] { m_report.tick(); }, m_changed);
-    again = looked.ok() && !m_changed.empty();
-    // Whoever has just changed a file may not be done with it.
+    again = checked.ok() && !m_changed.empty();
+    // A program that has just changed a file may change it again soon.
     const auto end = std::chrono::steady_clock::now() + kPause;
     while (again && std::chrono::steady_clock::now() < end) {
         m_report.tick();
         std::this_thread::sleep_for(kPause / 10);
     }
-    return looked;
+    return checked;
 }
 
 Status Update::writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed) {
@@ -184,7 +183,7 @@ Status Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed)
     return found;
 }
 
-// A killed extraction leaves them; they are no file of anybody's.
+// Removes the temporary files of killed extractions.
 void Update::removeTemporaries() {
     for (const auto &path : m_scan.temporaries) {
         platform::Folder folder;
@@ -246,8 +245,8 @@ Status Update::finish(const std::vector<std::size_t> &packed) {
 
 Status Update::run(bool &again) {
     again = false;
-    if (auto looked = look(); !looked.ok())
-        return looked;
+    if (auto scanned = scan(); !scanned.ok())
+        return scanned;
     if (const auto *unmatched = m_selection.unmatched()) {
         if (m_candidates.empty()) {
             return {Failure::NothingMatched, *unmatched + ": no such file in the folder " +
@@ -268,7 +267,7 @@ Status Update::run(bool &again) {
     std::vector<std::size_t> packed;
     if (auto written = write(detector, packed); !written.ok())
         return written;
-    // The archive itself may lie in the folder.
+    // The folder may contain the archive itself.
     const auto &comparisons = detector.comparisons();
     if (std::all_of(comparisons.begin(), comparisons.end(), [](const Comparison &comparison) {
             return comparison.verdict == Comparison::Verdict::Archive ||
@@ -282,11 +281,12 @@ Status Update::run(bool &again) {
     for (std::size_t i = 0; i < m_candidates.size(); ++i)
         report(m_candidates[i], comparisons[i]);
     const bool changes = !packed.empty();
-    const auto last = [this](bool &redo) { return checkFolder(redo); };
-    // Also where nothing is written: a folder that was moved in meanwhile brings files with old
-    // times, and who empties the work folder afterwards could not tell them from those that were
-    // seen.
-    if (auto done = changes ? m_target.commit([this] { m_report.tick(); }, last, again) : last(again);
+    const auto lastCheck = [this](bool &redo) { return checkFolder(redo); };
+    // Also if nothing is written: a folder that was moved in during the save holds files with old
+    // times, which the program that empties the work folder afterwards cannot tell from packed
+    // ones.
+    if (auto done = changes ? m_target.commit([this] { m_report.tick(); }, lastCheck, again)
+                            : lastCheck(again);
         !done.ok() || again)
         return done;
     removeTemporaries();
@@ -333,7 +333,7 @@ Status deleteFromArchive(const PackOptions &options, Report &report) {
         std::size_t dropped = 0;
         for (std::size_t entry = 0; entry < directory.entries().size(); ++entry) {
             const std::string path = directory.path(directory.entries()[entry]);
-            if (!selection.wantsEntry(path))
+            if (!selection.selectsEntry(path))
                 continue;
             writer.drop(entry);
             ++dropped;
@@ -348,7 +348,8 @@ Status deleteFromArchive(const PackOptions &options, Report &report) {
         bool again = false;
         auto status = writer.write({});
         if (status.ok()) {
-            status = target.commit([&] { report.tick(); }, [](bool & /*again*/) { return Status(); }, again);
+            status = target.commit([&] { report.tick(); },
+                                   [](bool & /*again*/) { return Status(); }, again);
         }
         if (status.ok() && !again)
             return status;

@@ -6,11 +6,11 @@
 
 namespace ziplib {
 
-// Adds the meant files of the folder to the archive, replacing the entries that they stand for.
-// Where every file is in the archive already, nothing is written.
+// Adds the selected files of the folder to the archive, replacing the entries that they stand for.
+// Writes nothing if the archive holds all of them already.
 Status updateArchive(const PackOptions &options, Report &report);
 
-// Deletes the meant entries. An archive that loses its last entry stays, as an empty one.
+// Deletes the selected entries. Without its last entry an empty archive remains.
 Status deleteFromArchive(const PackOptions &options, Report &report);
 
 } // namespace ziplib

@@ -10,7 +10,7 @@
 
 namespace {
 
-// What the other calls leave for ZpArchive, as the interface has it.
+// Set by the other functions of the interface for the next ZpArchive.
 struct Setting {
     std::mutex mutex;
     ZIPUSERFUNCTIONS callbacks{};
@@ -91,7 +91,7 @@ std::int32_t ZpArchive(ZCL C) {
         ZIPUSERFUNCTIONS callbacks{};
         VL2ZIP_PACKED packed = nullptr;
         {
-            // A copy: the callbacks may set what the next call is to do.
+            // A copy: the callbacks may change the options of the next call.
             const std::lock_guard lock(setting().mutex);
             options = setting().options;
             callbacks = setting().callbacks;

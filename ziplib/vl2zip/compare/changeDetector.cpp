@@ -54,7 +54,7 @@ void ChangeDetector::compareOne(std::size_t index) {
     if (comparison.done)
         return;
     if (!candidate.folder)
-        comparison = compareFile(m_context, m_scan.files[candidate.file], entryOf(index));
+        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate.entry);
     else if (candidate.entry != kNoEntry)
         comparison.verdict = Comparison::Verdict::Same;
     comparison.done = true;

@@ -19,7 +19,7 @@ using Verdict = Comparison::Verdict;
 
 constexpr std::size_t kChunk = 128U << 10U;
 constexpr std::int64_t kSecond = 1'000'000'000;
-// The coarsest step in which a disk counts time.
+// The coarsest timestamp resolution of a file system.
 constexpr std::int64_t kTimeStep = 2 * kSecond;
 constexpr std::uint8_t kHiddenOrSystem = platform::kAttributeHidden | platform::kAttributeSystem;
 
@@ -36,8 +36,8 @@ bool isNewer(const Directory &directory, const Entry &entry, std::int64_t modifi
     return !sameTime(directory, entry, modified) && toDosFields(modified) > fields;
 }
 
-// Reads file and entry side by side. An entry that cannot be read is not the same: the file takes
-// its place.
+// Compares the bytes of file and entry. An entry that cannot be read counts as different, so that
+// the file replaces it.
 Status compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
     const PooledObject<Bytes> first;
     const PooledObject<Bytes> second;
@@ -55,11 +55,12 @@ Status compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
     }
 }
 
-// True where a file has its entry's very time and no byte that is not the entry's, but ends early
-// or has zeros in the place of some: what a machine leaves that stopped, by a power cut for one,
-// before an extracted file's data was on the disk. Whoever edits a file gives it another time.
-Status looksCutOff(const ComparisonContext &context, SourceFile &file, const Entry &entry,
+// True if a file has exactly its entry's time and only bytes of its entry, but ends early or has
+// zeros instead of some. That is the state after a power failure that lost data of an extracted
+// file; an edited file has another time.
+Status looksCutOff(const ComparisonContext &context, SourceFile &file, std::size_t index,
                    bool &cutOff) {
+    const Entry &entry = context.directory.entries()[index];
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
@@ -84,7 +85,8 @@ Status looksCutOff(const ComparisonContext &context, SourceFile &file, const Ent
     }
 }
 
-Status compare(const ComparisonContext &context, SourceFile &file, const Entry &entry, bool &same) {
+Status compare(const ComparisonContext &context, SourceFile &file, std::size_t index, bool &same) {
+    const Entry &entry = context.directory.entries()[index];
     same = false;
     if (lineEndsOf(context.options) == LineEnds::Keep && file.version().size != entry.size)
         return {};
@@ -112,12 +114,12 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, c
     return Verdict::Pack;
 }
 
-Status judge(const ComparisonContext &context, FoundFile &found, const Entry *entry,
+Status judge(const ComparisonContext &context, FoundFile &found, std::size_t index,
              Comparison &result) {
     const FolderPool::Use folder(context.folders, folderOf(found.path));
     SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
     if (folder.folder() != nullptr)
-        file.lieIn(*folder.folder());
+        file.setFolder(*folder.folder());
     if (auto opened = file.open(); !opened.ok())
         return opened;
     found.info = file.version();
@@ -128,10 +130,11 @@ Status judge(const ComparisonContext &context, FoundFile &found, const Entry *en
     }
     bool same = false;
     bool cutOff = false;
+    const Entry *entry = index == kNoEntry ? nullptr : &context.directory.entries()[index];
     if (entry != nullptr) {
-        auto compared = compare(context, file, *entry, same);
+        auto compared = compare(context, file, index, same);
         if (compared.ok() && !same)
-            compared = looksCutOff(context, file, *entry, cutOff);
+            compared = looksCutOff(context, file, index, cutOff);
         if (!compared.ok())
             return compared;
     }
@@ -160,18 +163,18 @@ LineEnds lineEndsOf(const PackOptions &options) {
     return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
 }
 
-Comparison compareFile(const ComparisonContext &context, FoundFile &found, const Entry *entry) {
+Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry) {
     Comparison result;
     result.status = judge(context, found, entry, result);
     return result;
 }
 
 bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry) {
-    const FolderPool::Use lies(context.folders, folderOf(file.path));
+    const FolderPool::Use folder(context.folders, folderOf(file.path));
     const std::string name(lastComponent(file.path));
     platform::FileInfo now;
-    if (lies.folder() == nullptr ||
-        !lies.folder()->info(name, now, platform::Folder::Links::Follow).ok())
+    if (folder.folder() == nullptr ||
+        !folder.folder()->info(name, now, platform::Folder::Links::Follow).ok())
         return true;
     const bool sameSize = lineEndsOf(context.options) != LineEnds::Keep || now.size == entry.size;
     return !sameSize || !sameTime(context.directory, entry, now.modified);

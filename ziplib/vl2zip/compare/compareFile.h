@@ -5,15 +5,16 @@
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2zip/compare/folderPool.h"
 #include "ziplib/vl2zip/options.h"
+#include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 namespace ziplib {
 
-// Where an entry's file is read and its stored data, to find out whether they are the same.
+// What all comparisons of a save share.
 struct ComparisonContext {
     const PackOptions &options;
     const platform::InputFile &archive;
-    const platform::FileInfo *archiveInfo; // null where there is no archive yet
+    const platform::FileInfo *archiveInfo; // null if there is no archive yet
     const Directory &directory;
     FolderPool &folders; // of the files
 };
@@ -38,10 +39,10 @@ struct Comparison {
 
 LineEnds lineEndsOf(const PackOptions &options);
 
-// Compares a file with its entry, or null if it is new. They are the same if size and CRC agree,
-// and also the bytes if the times differ. Leaves in `found` the version that was opened; the
-// verdict holds for this version only. Thread-safe for different files.
-Comparison compareFile(const ComparisonContext &context, FoundFile &found, const Entry *entry);
+// Compares a file with its entry, by index, or kNoEntry if it is new. They are the same if size and
+// CRC agree, and also the bytes if the times differ. Leaves in `found` the version that was opened;
+// the verdict holds for this version only. Thread-safe for different files.
+Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry);
 
 // True if the file's size or time differs from its entry's, or the file cannot be examined. Does
 // not open the file. Thread-safe.

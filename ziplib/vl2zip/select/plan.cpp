@@ -13,7 +13,7 @@ namespace ziplib {
 
 namespace {
 
-// The longest name that the game's own reader takes.
+// The longest name that the game can read, in bytes.
 constexpr std::size_t kLongestName = 209;
 
 // The path that a file has in the archive.
@@ -41,7 +41,7 @@ class Matcher {
     const PackOptions &m_options;
     const Scan &m_scan;
     const std::function<void()> &m_idle;
-    std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
+    std::optional<std::unordered_map<std::string, Fold>> m_folds; // created when needed
 };
 
 void Matcher::makeFolds() {
@@ -74,8 +74,8 @@ std::size_t Matcher::entryFor(std::string_view path) {
     return only ? found->second.entry : kNoEntry;
 }
 
-// Why a name cannot be new in the archive, from which it must come out again as it went in; ""
-// where it can.
+// Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
+// the same name.
 std::string reasonAgainst(std::string_view path) {
     if (path.find('\\') != std::string::npos)
         return "it holds a backslash, which archives read as a folder's end";
@@ -94,8 +94,8 @@ std::string refusal(std::string_view path, const std::string &reason) {
     return std::string(path) + ": cannot be packed under this name: " + reason;
 }
 
-// True where the new name can be packed; else it is told among what is left out.
-bool takesNewName(std::string_view path, Scan &scan) {
+// True if the new name can be packed; otherwise adds the reason to the scan's `leftOut`.
+bool acceptsNewName(std::string_view path, Scan &scan) {
     const std::string reason = reasonAgainst(path);
     if (!reason.empty())
         scan.leftOut.push_back(refusal(path, reason));
@@ -113,16 +113,16 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
     }
     for (std::size_t i = 0; i < scan.folders.size(); ++i) {
         const std::string &path = scan.folders[i].path;
-        // Asked in any case, since a pattern that means a folder has meant something.
-        const bool wanted = selection.wantsFolder(path);
-        if (!wanted && holding.find(path) == holding.end())
+        // Called for each folder: the pattern counts as matched then.
+        const bool selected = selection.selectsFolder(path);
+        if (!selected && holding.find(path) == holding.end())
             continue;
         Candidate candidate;
         candidate.file = i;
         candidate.folder = true;
         candidate.path = scan.folderPaths.emplace_back(path + '/');
         candidate.entry = matcher.entryFor(candidate.path);
-        if (candidate.entry != kNoEntry || takesNewName(candidate.path, scan))
+        if (candidate.entry != kNoEntry || acceptsNewName(candidate.path, scan))
             candidates.push_back(candidate);
     }
 }
@@ -138,7 +138,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
-        if (!selection.wantsFile(file.path))
+        if (!selection.selectsFile(file.path))
             continue;
         Candidate candidate;
         candidate.file = i;
@@ -148,7 +148,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
             return {Failure::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
-        if (candidate.entry != kNoEntry || (options.addNew && takesNewName(candidate.path, scan)))
+        if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(candidate.path, scan)))
             candidates.push_back(candidate);
     }
     if (options.folderEntries && !options.junkFolders && options.addNew)

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// Which file of the folder stands for which entry of the archive.
+// Decides which file of the folder stands for which entry of the archive.
 namespace ziplib {
 
 class Selection;

@@ -15,10 +15,10 @@ namespace {
 using Kind = platform::FileInfo::Kind;
 using platform::Folder;
 
-// Enough that a thread takes one folder at a time.
+// Large enough that a thread works on one folder at a time.
 constexpr std::uint64_t kFolderCost = 1U << 30U;
 
-// What lies directly in one folder.
+// The direct contents of one folder.
 struct Contents {
     Scan found;
     Status status;
@@ -35,7 +35,7 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
     if (item.kind == Kind::Folder) {
         if (recurse) {
             FoundFile inner;
-            // One that vanishes is noticed when it is listed.
+            // If it was deleted, listing it fails.
             static_cast<void>(folder.info(item.name, inner.info));
             inner.path = std::move(path);
             found.folders.push_back(std::move(inner));
@@ -54,7 +54,7 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
         return {};
     }
     if (known.is(Failure::NotFound))
-        return {}; // gone since it was listed
+        return {}; // deleted since it was listed
     if (!known.ok())
         return failure(known, Failure::CannotOpen);
     if (file.info.kind != Kind::File) {
@@ -88,7 +88,7 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
 }
 
 template<typename T>
-void moveBehind(std::vector<T> &all, std::vector<T> &more) {
+void append(std::vector<T> &all, std::vector<T> &more) {
     std::move(more.begin(), more.end(), std::back_inserter(all));
 }
 
@@ -104,7 +104,7 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
            a.changed == b.changed;
 }
 
-// Level by level, each folder by one thread.
+// Works level by level, with one thread for each folder.
 Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
     Folder top;
@@ -119,7 +119,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
             contents[i].status = contents[i].list(root, level[i], recurse);
         };
         if (level.size() == 1) {
-            list(0); // a deep tree has many such levels, which are not worth a thread
+            list(0); // deep trees have many such levels, too small for a thread
         } else {
             OrderedParallelFor work;
             work.count = level.size();
@@ -138,10 +138,10 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
             failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
                 level.push_back(inner.path);
-            moveBehind(scan.files, folder.found.files);
-            moveBehind(scan.folders, folder.found.folders);
-            moveBehind(scan.leftOut, folder.found.leftOut);
-            moveBehind(scan.temporaries, folder.found.temporaries);
+            append(scan.files, folder.found.files);
+            append(scan.folders, folder.found.folders);
+            append(scan.leftOut, folder.found.leftOut);
+            append(scan.temporaries, folder.found.temporaries);
             folder = {};
         }
     }

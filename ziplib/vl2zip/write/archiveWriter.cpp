@@ -12,9 +12,9 @@ namespace ziplib {
 
 namespace {
 
-// Bytes that files under work and packed data that waits to be written may take together.
+// Limit on the memory for the files being compressed and the data waiting to be written, in bytes.
 constexpr std::uint64_t kBudget = 80U << 20U;
-// What any file costs beside its own bytes.
+// Memory for each file besides its bytes.
 constexpr std::uint64_t kOverhead = 4096;
 constexpr std::uint32_t kDosFolder = 0x10;
 
@@ -27,7 +27,7 @@ std::string savedText(const Packing &packing) {
     if (packing.method == kMethodStored)
         return " (stored 0%)";
     const std::uint64_t size = std::max<std::uint64_t>(packing.size, 1);
-    const std::uint64_t saved = size - std::min(size, packing.packed);
+    const std::uint64_t saved = size - std::min(size, packing.compressedSize);
     return " (deflated " + std::to_string(saved * 100 / size) + "%)";
 }
 
@@ -43,16 +43,16 @@ void ArchiveWriter::pack(const Candidate &candidate, std::uint8_t attributes, Sc
         m_kept[candidate.entry] = false;
 }
 
-// An entry that is replaced is written where the old one lies, so that everything stays in its
-// order and is written from front to back. Where its bytes must stay because another entry reaches
-// into them, and for a new one, that is behind all others.
+// Orders the jobs so that a replaced entry is written at the position of the old one, which keeps
+// the order of entries. A new one is written after all others, and so is one whose old bytes are
+// kept because another entry overlaps them.
 void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
         job.copyEnd = end;
         const std::uint64_t size = job.candidate.folder ? 0 : fileOf(job).info.size;
         job.streamed = size > kWholeLimit;
-        // The file and what becomes of it; one that streams is not held in memory.
+        // The file and its compressed data; a streamed file is not held in memory.
         job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
         if (!job.isNew()) {
             const std::size_t segment = m_layout.segmentOf(job.candidate.entry);
@@ -150,11 +150,11 @@ Status ArchiveWriter::writeWhole(WriteJob &job) {
     return m_output->append(data.data(), data.size());
 }
 
-// The header comes first, but what it says is known last.
+// Reserves the space of the local header and writes it last, when CRC and sizes are known.
 Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password) {
     const FoundFile &found = fileOf(job);
     const std::uint64_t start = m_output->position();
-    // Stored is the worst that can come of it; line ends may still double it.
+    // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
     job.written.wide = found.info.size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
@@ -171,15 +171,15 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     job.written = describe(job, password.has_value());
     job.written.wide = wide;
     job.written.offset = offset;
-    if (!wide && std::max(job.packing.packed, job.packing.size) >= kZip64Sentinel)
+    if (!wide && std::max(job.packing.compressedSize, job.packing.size) >= kZip64Sentinel)
         return {Failure::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
     return m_output->patch(start, header);
 }
 
-// What the entry's records say. A replaced entry keeps its stored name, its comment and, where the
-// file is still a text, its mark as one.
+// The fields of the entry's records. A replaced entry keeps its stored name, its comment and, if
+// the file is still text, its text mark.
 WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const {
     const Candidate &candidate = job.candidate;
     WrittenEntry written;
@@ -203,7 +203,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
     written.attributes = candidate.folder ? kDosFolder : job.attributes;
     written.method = job.packing.method;
     written.crc = job.packing.crc;
-    written.packed = job.packing.packed;
+    written.packed = job.packing.compressedSize;
     written.size = job.packing.size;
     return written;
 }
@@ -213,9 +213,9 @@ Status ArchiveWriter::copySegments(std::size_t end) {
     while (m_copied < end) {
         const std::size_t first = m_copied;
         std::uint64_t length = 0;
-        const std::uint64_t place = m_output->position();
+        const std::uint64_t newStart = m_output->position();
         while (m_copied < end && segments[m_copied].kept) {
-            segments[m_copied].place = place + length;
+            segments[m_copied].newStart = newStart + length;
             length += segments[m_copied].length;
             ++m_copied;
         }
@@ -242,13 +242,13 @@ Status ArchiveWriter::writeDirectory() {
         const bool kept = i < entries.size() && m_kept[i];
         const std::size_t job = i < entries.size() ? m_jobOfEntry[i] : i - entries.size();
         if (kept) {
-            offset = m_layout.segments()[m_layout.segmentOf(i)].place - base;
+            offset = m_layout.segments()[m_layout.segmentOf(i)].newStart - base;
             appendKept(record, m_directory.record(entries[i]), offset);
         } else if (job != kNoEntry && (i < entries.size() || m_jobs[job].isNew())) {
             offset = m_jobs[job].written.offset;
             appendCentral(record, m_jobs[job].written);
         } else {
-            continue; // dropped, or written in the place of its old entry
+            continue; // deleted, or written instead of its old entry
         }
         expected.add(record, offset + base, !kept);
         if (auto added = m_output->append(record); !added.ok())

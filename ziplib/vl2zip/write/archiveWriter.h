@@ -28,10 +28,10 @@ class ArchiveWriter {
     // Adds a file with the given DOS attributes, or a folder, to what write() packs. The scan, the
     // same in each call, must outlive this; its file receives version and CRC of what was packed.
     void pack(const Candidate &candidate, std::uint8_t attributes, Scan &scan);
-    // Leaves an entry out of the new archive.
+    // Deletes an entry.
     void drop(std::size_t entry) { m_kept[entry] = false; }
 
-    // Writes the whole new archive under its temporary name and reads its directory back.
+    // Writes the new archive under its temporary name and verifies its central directory.
     Status write(const std::optional<std::string> &password);
 
   private:
@@ -72,7 +72,7 @@ class ArchiveWriter {
     Layout m_layout;
     std::vector<WriteJob> m_jobs;
     std::vector<std::size_t> m_jobOfEntry; // of each old entry that is replaced
-    std::size_t m_copied = 0;              // segments that are done
+    std::size_t m_copied = 0;              // number of segments copied or skipped
     std::optional<Output> m_output;
 };
 

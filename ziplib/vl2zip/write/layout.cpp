@@ -16,8 +16,8 @@ Status damaged(const platform::InputFile &archive, const Directory &directory, c
                                   " cannot be found; the archive was left as it is"};
 }
 
-// Bytes from the start of an entry's local header to the end of its data; 0 where there is no such
-// header, which is then kept as it is like any other damage.
+// Bytes from the start of an entry's local header to the end of its data; 0 if there is no local
+// header. Such damage is kept unchanged like any other.
 std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry) {
     std::uint8_t header[kLocalSize];
     std::size_t got = 0;
@@ -58,7 +58,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
             i + 1 < m_segments.size() ? m_segments[i + 1].start : directory.start();
         m_segments[i].length = end - m_segments[i].start;
     }
-    // In file order, so that an entry that reaches into what follows is seen to do so.
+    // In file order, as cover() requires for overlaps.
     for (const std::size_t index : order) {
         if (kept[index]) {
             if (auto covered = cover(archive, directory, index); !covered.ok())
@@ -68,7 +68,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
     return {};
 }
 
-// Makes sure that all bytes of a kept entry are in kept segments that follow each other.
+// Marks all segments that contain bytes of a kept entry as kept.
 Status Layout::cover(const platform::InputFile &archive, const Directory &directory,
                      std::size_t index) {
     const Entry &entry = directory.entries()[index];
@@ -76,7 +76,8 @@ Status Layout::cover(const platform::InputFile &archive, const Directory &direct
     const bool last = segment + 1 == m_segments.size();
     std::uint64_t needed = kLocalSize + entry.nameLength;
     needed += std::min(entry.compressedSize, UINT64_MAX - needed);
-    // The local header is asked only where it matters what follows: the directory lacks its length.
+    // Only the local header has its own length. It is read only if the next segment is not kept, or
+    // if the entry is larger than its segment.
     if (last || !m_segments[segment + 1].kept || needed > m_segments[segment].length)
         needed = std::max(needed, readExtent(archive, entry));
     if (needed <= m_segments[segment].length)

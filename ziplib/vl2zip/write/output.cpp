@@ -9,15 +9,15 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::size_t kGather = 1U << 20U;
-// A larger range may keep the disk busy for longer than a caller wants to wait.
+constexpr std::size_t kBufferSize = 1U << 20U;
+// A larger range may take longer than the heartbeat allows.
 constexpr std::uint64_t kLongCopy = 8U << 20U;
 
 } // namespace
 
 Output::Output(platform::NewFile &file, std::string name, std::function<void()> idle)
     : m_file(file), m_name(std::move(name)), m_idle(std::move(idle)) {
-    m_gathered.reserve(kGather);
+    m_buffer.reserve(kBufferSize);
 }
 
 Status Output::failed(const Status &status) const {
@@ -28,27 +28,27 @@ Status Output::failed(const Status &status) const {
 }
 
 Status Output::flush() {
-    if (m_gathered.empty())
+    if (m_buffer.empty())
         return {};
-    if (auto done = failed(m_file.write(m_gathered.data(), m_gathered.size())); !done.ok())
+    if (auto done = failed(m_file.write(m_buffer.data(), m_buffer.size())); !done.ok())
         return done;
-    m_written += m_gathered.size();
-    m_gathered.clear();
+    m_written += m_buffer.size();
+    m_buffer.clear();
     return {};
 }
 
 Status Output::append(const void *data, std::size_t size) {
-    if (m_gathered.size() + size > kGather) {
+    if (m_buffer.size() + size > kBufferSize) {
         if (auto done = flush(); !done.ok())
             return done;
     }
     const auto *bytes = static_cast<const std::uint8_t *>(data);
-    if (size < kGather) {
-        m_gathered.insert(m_gathered.end(), bytes, bytes + size);
+    if (size < kBufferSize) {
+        m_buffer.insert(m_buffer.end(), bytes, bytes + size);
         return {};
     }
     while (size > 0) {
-        const std::size_t chunk = size < kGather ? size : kGather;
+        const std::size_t chunk = size < kBufferSize ? size : kBufferSize;
         if (auto done = failed(m_file.write(bytes, chunk)); !done.ok())
             return done;
         m_written += chunk;

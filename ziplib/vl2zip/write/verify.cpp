@@ -31,7 +31,7 @@ void ExpectedDirectory::add(const std::string &record, std::uint64_t offset, boo
 
 Status ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
                                 const std::function<void()> &idle) const {
-    // A disk of another machine may be full, and say so only when the file is synced.
+    // A full disk of a file server may be reported only when the file is flushed.
     const auto wrong = [&](const std::string &what) {
         auto synced = target.sync(idle);
         return !synced.ok() ? synced
