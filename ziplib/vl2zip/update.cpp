@@ -21,10 +21,6 @@ namespace {
 constexpr int kTries = 4;
 constexpr std::chrono::milliseconds kPause{100};
 
-Status cancelled(const PackOptions &options) {
-    return {Failure::Cancelled, options.archive + ": saving was stopped; the archive is as it was"};
-}
-
 // One attempt to bring the archive up to date.
 class Update {
   public:
@@ -128,7 +124,7 @@ Status Update::take(const Candidate &candidate, const Comparison &comparison) {
         return comparison.status;
     const bool done = comparison.verdict != Verdict::Pack && comparison.verdict != Verdict::Archive;
     return !done || m_report.processed(std::string(candidate.path)) ? Status()
-                                                                    : cancelled(m_options);
+                                                                    : m_target.cancelled();
 }
 
 // The folder must be unchanged since the scan: a later edit would be deleted with the work folder.
@@ -315,49 +311,6 @@ Status updateArchive(const PackOptions &options, Report &report) {
     }
     return {Failure::CannotOpen,
             changed + ": another program keeps changing it while it is packed"};
-}
-
-Status deleteFromArchive(const PackOptions &options, Report &report) {
-    for (int i = 0; i < kTries; ++i) {
-        report.dropDeferred();
-        ArchiveReplacement target(options.archive);
-        if (auto opened = target.open([&] { report.tick(); }); !opened.ok())
-            return opened;
-        if (!target.exists())
-            return {Failure::NotFound, options.archive + ": no such archive"};
-        Directory directory;
-        if (auto read = target.readDirectory(directory); !read.ok())
-            return read;
-        Selection selection(options.patterns, options.recurse);
-        ArchiveWriter writer(options, target, directory, report);
-        std::size_t dropped = 0;
-        for (std::size_t entry = 0; entry < directory.entries().size(); ++entry) {
-            const std::string path = directory.path(directory.entries()[entry]);
-            if (!selection.selectsEntry(path))
-                continue;
-            writer.drop(entry);
-            ++dropped;
-            report.report("deleting: " + path);
-            if (!report.processed(path))
-                return cancelled(options);
-        }
-        if (dropped == 0)
-            return {Failure::NothingMatched, options.archive + ": no entry to delete"};
-        if (const auto *unmatched = selection.unmatched())
-            report.defer(*unmatched + ": no such entry");
-        bool again = false;
-        auto status = writer.write({});
-        if (status.ok()) {
-            status = target.commit([&] { report.tick(); },
-                                   [](bool & /*again*/) { return Status(); }, again);
-        }
-        if (status.ok() && !again)
-            return status;
-        target.drop([&] { report.tick(); });
-        if (!again)
-            return status;
-    }
-    return {Failure::CannotWrite, options.archive + ": other programs keep replacing the archive"};
 }
 
 } // namespace ziplib

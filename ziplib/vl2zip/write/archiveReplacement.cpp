@@ -165,6 +165,10 @@ Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
                   Failure::CannotWrite);
 }
 
+Status ArchiveReplacement::cancelled() const {
+    return {Failure::Cancelled, m_path + ": saving was stopped; the archive is as it was"};
+}
+
 void ArchiveReplacement::drop(const std::function<void()> &idle) {
     m_droppingCache.wait(idle);
     runInBackground({[&] { m_fresh.discard(); }}, idle);

@@ -38,6 +38,8 @@ class ArchiveReplacement {
     // replaced the archive since open().
     Status commit(const std::function<void()> &idle,
                   const std::function<Status(bool &again)> &lastCheck, bool &again);
+    // The status of a save that the caller cancelled.
+    Status cancelled() const;
     // Deletes the new archive instead, which may take long if it is large.
     void drop(const std::function<void()> &idle);
 

@@ -133,11 +133,7 @@ Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string>
         return written;
     const std::string path(job.candidate.path);
     m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
-    if (!m_report.processed(path)) {
-        return {Failure::Cancelled,
-                m_target.path() + ": saving was stopped; the archive is as it was"};
-    }
-    return {};
+    return m_report.processed(path) ? Status() : m_target.cancelled();
 }
 
 Status ArchiveWriter::writeWhole(WriteJob &job) {
