@@ -23,7 +23,12 @@ enum class Failure {
     Unsupported, // a method or encryption that is not handled
     Password,    // the password is wrong or missing
     Unsafe,      // a name that may not be written
-    Cancelled    // the caller wanted it to end
+    Cancelled,   // the caller wanted it to end
+    CannotOpen,  // a file cannot be opened or read, for a reason not listed above
+    CannotCreate,
+    CannotWrite,
+    NothingMatched, // no file or entry has a given name
+    NothingToDo     // everything is as it should be already
 };
 
 // How a step ended. `message` is for a person and names what was being done; `path` is the file it

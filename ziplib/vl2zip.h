@@ -21,9 +21,9 @@ extern "C" {
 /* A message text of `size` bytes. Called with size 0 at least every 50 ms while a call works, so
  * that a program can keep its windows painted. */
 typedef int32_t (*VL2ZIP_PRINT)(char *buffer, uint32_t size);
-/* How a message text begins that names, by its path in the archive, a file that was packed for the
- * first time and plainly is an editor's or a system's leftover (a backup, a lock, thumbnails ...).
- * Such texts come once the archive is saved, and not where fewer messages are asked for. */
+/* Prefix of a message text with the path of a file that was packed for the first time and is likely
+ * a leftover of an editor or a system (a backup, a lock, thumbnails ...). Sent after the archive
+ * was saved, unless fewer messages are requested. */
 #define VL2ZIP_LEFTOVER "leftover: "
 /* Fills `p` (of `n` bytes) with a password and returns 0, or returns non-zero for none. */
 typedef int32_t (*VL2ZIP_PASSWORD)(char *p, int32_t n, char *m, char *name);
@@ -38,15 +38,15 @@ typedef struct ZIPUSERFUNCTIONS {
     VL2ZIP_SERVICE ServiceApplication;
 } ZIPUSERFUNCTIONS;
 
-/* Options of the following archive operation. Flags are 0 or 1 unless told otherwise. */
+/* Options of the following archive operation. Flags are 0 or 1 unless stated otherwise. */
 typedef struct ZPOPT {
     char *Date;             /* not used */
     char *szRootDir;        /* folder that the names are relative to; "" is the current folder */
-    char *szTempDir;        /* not used: the new archive is always made beside the old one */
+    char *szTempDir;        /* not used: the new archive is always created beside the old one */
     int32_t fTemp;          /* not used */
     int32_t fSuffix;        /* not used */
     int32_t fEncrypt;       /* encrypt what is added, with the password callback's password */
-    int32_t fSystem;        /* take hidden and system files too */
+    int32_t fSystem;        /* pack hidden and system files too */
     int32_t fVolume;        /* not used: no volume label is stored */
     int32_t fExtra;         /* not used */
     int32_t fNoDirEntries;  /* add no entries for folders */
@@ -61,8 +61,8 @@ typedef struct ZPOPT {
     int32_t fForce;         /* not used */
     int32_t fMove;          /* not used */
     int32_t fDeleteEntries; /* delete the matching entries */
-    int32_t fUpdate;        /* replace an entry only where the file is newer; add new files */
-    int32_t fFreshen;       /* replace an entry only where the file is newer; add nothing */
+    int32_t fUpdate;        /* replace an entry only if the file is newer; add new files */
+    int32_t fFreshen;       /* replace an entry only if the file is newer; add nothing */
     int32_t fJunkSFX;       /* not used */
     int32_t fLatestTime;    /* not used */
     int32_t fComment;       /* not used */
@@ -71,7 +71,7 @@ typedef struct ZPOPT {
     int32_t fEncryption;    /* not used */
     int32_t fRecurse;       /* 0 no; 2 match the names in every folder below the root */
     int32_t fRepair;        /* not used */
-    int32_t fLevel;         /* 0 is the default level; no other is offered */
+    int32_t fLevel;         /* 0 is the default level, and the only one */
 } ZPOPT;
 
 typedef struct ZCL {
@@ -88,9 +88,9 @@ typedef struct ZPPACKED {
     uint64_t size;
     int64_t modified; /* nanoseconds since 1970, UTC */
     int64_t changed;  /* the same, of the last change of the file or of its properties */
-    int64_t began;    /* the same, of the file's disk by its own clock before the file was read;
-                       * INT64_MIN where that is not known. Where `changed` is earlier, every change
-                       * since shows by another `changed`; else one may have left no trace. */
+    int64_t began;    /* the same, the time of the disk before the file was read, or INT64_MIN if
+                       * unknown. If `changed` is earlier, every later change sets another
+                       * `changed`; otherwise a change may not be detectable. */
     uint32_t crc;     /* CRC-32 of the bytes in the archive, after a conversion of line ends */
 } ZPPACKED;
 typedef void (*VL2ZIP_PACKED)(const ZPPACKED *file);
@@ -99,29 +99,29 @@ typedef void (*VL2ZIP_PACKED)(const ZPPACKED *file);
  * thread. Returns 1. */
 VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
 
-/* Takes the options for the next operation. Returns 1. */
+/* Sets the options of the next operation. Returns 1. */
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 
-/* Registers a callback for the calls that follow, or none. It is called at the end of each
- * ZpArchive that adds and returns 0, 1 or 12, once for each file whose bytes the archive holds
- * then: for programs that delete files once they are packed, and must not delete later versions.
- * What it is given is gone when it returns. Returns 1. */
+/* Registers a callback for the calls that follow, or none. At the end of each ZpArchive that adds
+ * and returns 0, 1 or 12, it is called once for each file whose bytes the archive holds. It is for
+ * programs that delete packed files and must not delete later versions. The record is valid during
+ * the callback only. Returns 1. */
 VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
- * others, or deletes the matching entries (with the last one gone an empty archive stays). The
- * archive under its name is at every instant the old one or the new one, whole. Where every file is
- * in the archive already it is not written, and the result is 0. Each file that is left out is
- * named by a message, and the result is 1, but for new files that are hidden while fSystem is 0.
- * Where folders get entries, these are the folders that match and those of the files that match. Of
- * a failure the last message tells file and reason. Returns
+ * others, or deletes the matching entries (without its last entry an empty archive remains). The
+ * archive is replaced atomically: its name refers to the old or the new archive at any time. If
+ * all files are in the archive already, it is not written and the result is 0. A message names each
+ * file that is left out, and the result is 1, except for new hidden files while fSystem is 0.
+ * Entries for folders are added for the folders that match and for those of the files that match.
+ * After a failure the last message contains file and reason. Returns
  *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
  *   archive, 11 nothing matched, 12 nothing to do, 14 cannot write, 15 cannot create, 18 cannot
  *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password.
- * 11 is also for new files that match and are all left out. 12 is for updates by time where every
- * file that has an entry is the same as that; one that differs and is not newer is left out. On any
- * code but 0 and 1 the archive is as it was, but for one: 14 with a message that the archive is
- * saved and its folder cannot be synced. */
+ * 11 is also returned if all matching files are new and left out. 12 is returned for updates by
+ * time if every file with an entry is the same as the entry; a file that differs and is not newer
+ * is left out. With any code but 0 and 1 the archive is unchanged, with one exception: 14 with a
+ * message that the archive is saved but its folder cannot be flushed. */
 VL2ZIP_API int32_t ZpArchive(ZCL C);
 
 #ifdef __cplusplus

@@ -1,24 +1,10 @@
 #include "ziplib/common/backgroundTask.h"
 
-#include "ziplib/common/orderedParallelFor.h"
-
 #include <chrono>
 #include <system_error>
 #include <utility>
 
 namespace ziplib {
-
-void runInBackground(const Pieces &pieces, const std::function<void()> &idle) {
-    // Enough that a thread takes one alone.
-    constexpr std::uint64_t kCost = 1U << 30U;
-    OrderedParallelFor work;
-    work.count = pieces.size();
-    work.cost = [](std::size_t) { return kCost; };
-    work.work = [&](std::size_t i) { pieces[i](); };
-    work.take = [](std::size_t) { return true; };
-    work.idle = idle;
-    orderedParallelFor(work, static_cast<unsigned>(pieces.size()), UINT64_MAX);
-}
 
 BackgroundTask::~BackgroundTask() {
     if (m_work.valid())
@@ -40,6 +26,16 @@ void BackgroundTask::wait(const std::function<void()> &idle) {
         idle();
     if (m_work.valid())
         m_work.get();
+}
+
+void runInBackground(const std::vector<std::function<void()>> &functions,
+                     const std::function<void()> &idle) {
+    std::vector<BackgroundTask> tasks(functions.size());
+    for (std::size_t i = 0; i < functions.size(); ++i)
+        if (!tasks[i].start(functions[i]))
+            functions[i]();
+    for (auto &task : tasks)
+        task.wait(idle);
 }
 
 } // namespace ziplib

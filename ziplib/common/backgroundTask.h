@@ -6,13 +6,7 @@
 
 namespace ziplib {
 
-using Pieces = std::vector<std::function<void()>>;
-
-// Does pieces of work side by side, each on a thread of its own, and calls `idle` about every 20 ms
-// on this one until all are done. Does them here where no thread is to be had.
-void runInBackground(const Pieces &pieces, const std::function<void()> &idle);
-
-// One piece of work on a thread of its own that goes on while the caller does something else.
+// A function that runs on a thread of its own.
 class BackgroundTask {
   public:
     BackgroundTask() = default;
@@ -20,14 +14,19 @@ class BackgroundTask {
     BackgroundTask(const BackgroundTask &) = delete;
     BackgroundTask &operator=(const BackgroundTask &) = delete;
 
-    // False where no thread is to be had; nothing is done then.
+    // False if no thread can be started; nothing runs then.
     bool start(std::function<void()> work);
-    // Returns once the work is done, if any was begun, and throws what it threw. Calls `idle` about
-    // every 20 ms.
+    // Returns once the function has ended, if one was started, and rethrows its exception. Calls
+    // `idle` about every 20 ms.
     void wait(const std::function<void()> &idle);
 
   private:
     std::future<void> m_work;
 };
+
+// Runs functions in parallel and calls `idle` about every 20 ms on the caller's thread until all
+// have ended. Runs them on the caller's thread if no other can be started.
+void runInBackground(const std::vector<std::function<void()>> &functions,
+                     const std::function<void()> &idle);
 
 } // namespace ziplib

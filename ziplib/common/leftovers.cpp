@@ -13,11 +13,11 @@ namespace {
 constexpr std::array<std::string_view, 19> kLeftovers = {
     // editors: backups, automatic saves, locks
     "?*~", "*?.bak", "#?*#", ".#?*", ".?*.swp", ".?*.swo", ".?*.swn", ".?*.kate-swp",
-    // office programs' locks
+    // locks of office programs
     "~$?*", ".~lock.?*#",
-    // temporaries
+    // temporary files
     "*?.tmp", ".goutputstream-?*", ".fuse_hidden?*", ".nfs0?*",
-    // what file managers know of a folder or a file
+    // metadata of file managers
     "thumbs.db", "desktop.ini", ".ds_store", "._?*", ".directory"};
 
 } // namespace

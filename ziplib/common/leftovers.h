@@ -4,9 +4,8 @@
 
 namespace ziplib {
 
-// True where the name of a file, by its whole path, is one that editors and systems give to what
-// they leave behind: backups, locks, temporaries, thumbnails and settings of a folder. Only names
-// that nobody gives to a file of his own.
+// True if the file of this path has a name that editors and systems use for backups, locks,
+// temporary files, thumbnails and folder settings. Names that users choose are not among them.
 bool isLeftover(std::string_view path);
 
 } // namespace ziplib

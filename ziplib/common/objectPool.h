@@ -8,50 +8,50 @@
 
 namespace ziplib {
 
-// An object that is dear to make, lent to one thread at a time and kept for the next that wants
-// one. It stands in for thread_local ones: in a Windows library their memory may be gone before
-// they are destroyed when a thread ends. All loans of one type must be made alike.
+// Borrows an object from the pool of its type, or creates one if the pool is empty. For objects
+// that are expensive to create; all of one type must be created with the same arguments. Replaces
+// thread_local objects, whose memory a Windows library may lose before they are destroyed.
 template<typename T>
-class Loan {
+class PooledObject {
   public:
     template<typename... Arguments>
-    explicit Loan(Arguments &&...arguments) : m_object(take()) {
+    explicit PooledObject(Arguments &&...arguments) : m_object(take()) {
         if (!m_object)
             m_object = std::make_unique<T>(std::forward<Arguments>(arguments)...);
     }
-    ~Loan() {
-        Shelf &free = shelf();
-        const std::lock_guard lock(free.mutex);
-        // There is room: take() has made it.
-        free.objects.push_back(std::move(m_object));
+    ~PooledObject() {
+        ObjectPool &pool = objectPool();
+        const std::lock_guard lock(pool.mutex);
+        // Does not allocate: take() has reserved the space.
+        pool.objects.push_back(std::move(m_object));
     }
-    Loan(const Loan &) = delete;
-    Loan &operator=(const Loan &) = delete;
+    PooledObject(const PooledObject &) = delete;
+    PooledObject &operator=(const PooledObject &) = delete;
 
     T &operator*() const { return *m_object; }
     T *operator->() const { return m_object.get(); }
 
   private:
-    struct Shelf {
+    struct ObjectPool {
         std::mutex mutex;
         std::vector<std::unique_ptr<T>> objects;
-        std::size_t lent = 0;
+        std::size_t created = 0;
     };
 
-    static Shelf &shelf() {
-        static Shelf free;
-        return free;
+    static ObjectPool &objectPool() {
+        static ObjectPool pool;
+        return pool;
     }
 
     static std::unique_ptr<T> take() {
-        Shelf &free = shelf();
-        const std::lock_guard lock(free.mutex);
-        if (!free.objects.empty()) {
-            std::unique_ptr<T> object = std::move(free.objects.back());
-            free.objects.pop_back();
+        ObjectPool &pool = objectPool();
+        const std::lock_guard lock(pool.mutex);
+        if (!pool.objects.empty()) {
+            std::unique_ptr<T> object = std::move(pool.objects.back());
+            pool.objects.pop_back();
             return object;
         }
-        free.objects.reserve(++free.lent);
+        pool.objects.reserve(++pool.created);
         return nullptr;
     }
 

@@ -1,8 +1,13 @@
 #pragma once
 
+#include "storage/status.h"
+
 #include <cstdint>
 
 namespace ziplib {
+
+using platform::Failure;
+using platform::Status;
 
 // The codes that the calls of both libraries return.
 enum class ReturnCode : std::int32_t {
@@ -22,5 +27,12 @@ enum class ReturnCode : std::int32_t {
     Unsupported = 81,
     NoPassword = 82,
 };
+
+// The code for a status. `otherwise` is the code for kinds that have none of their own.
+ReturnCode returnCodeOf(const Status &status, ReturnCode otherwise);
+
+// A status with the path in its message, and with `kind` in place of a kind that has no return code
+// of its own. A success stays a success.
+Status failure(const Status &status, Failure kind);
 
 } // namespace ziplib

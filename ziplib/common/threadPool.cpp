@@ -3,7 +3,6 @@
 #include "storage/storage.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <system_error>
 
@@ -13,16 +12,9 @@ namespace {
 
 constexpr unsigned kMostWorkers = 8;
 
-std::atomic<unsigned> &forcedCount() {
-    static std::atomic<unsigned> count{0};
-    return count;
-}
-
 } // namespace
 
 unsigned workerCount() {
-    if (const unsigned forced = forcedCount(); forced != 0)
-        return std::min(forced, kMostWorkers);
     if (const char *text = std::getenv("ORVEL_WORKERS")) {
         const unsigned long wanted = std::strtoul(text, nullptr, 10);
         if (wanted > 0)
@@ -31,22 +23,18 @@ unsigned workerCount() {
     return std::clamp(platform::processorCount(), 1U, kMostWorkers);
 }
 
-void setWorkerCount(unsigned count) {
-    forcedCount() = count;
-}
-
-Pipeline::Pipeline(unsigned workers, std::size_t window)
+ThreadPool::ThreadPool(unsigned workers, std::size_t window)
     : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)) {
     try {
         m_threads.reserve(m_workers);
         for (unsigned i = 0; i < m_workers; ++i)
             m_threads.emplace_back([this, i] { work(i); });
     } catch (const std::system_error &) {
-        // Fewer threads, or none: next() then works in their place.
+        // Continue with fewer threads, or none.
     }
 }
 
-Pipeline::~Pipeline() {
+ThreadPool::~ThreadPool() {
     {
         const std::lock_guard lock(m_mutex);
         m_ending = true;
@@ -56,7 +44,7 @@ Pipeline::~Pipeline() {
         thread.join();
 }
 
-void Pipeline::submit(std::unique_ptr<Task> task) {
+void ThreadPool::submit(std::unique_ptr<Task> task) {
     bool wake = false;
     {
         const std::lock_guard lock(m_mutex);
@@ -67,7 +55,7 @@ void Pipeline::submit(std::unique_ptr<Task> task) {
         m_toDo.notify_one();
 }
 
-std::unique_ptr<Pipeline::Task> Pipeline::next(std::chrono::milliseconds wait) {
+std::unique_ptr<ThreadPool::Task> ThreadPool::next(std::chrono::milliseconds wait) {
     std::unique_lock lock(m_mutex);
     if (m_tasks.empty())
         return nullptr;
@@ -89,7 +77,7 @@ std::unique_ptr<Pipeline::Task> Pipeline::next(std::chrono::milliseconds wait) {
     return task;
 }
 
-void Pipeline::work(unsigned worker) {
+void ThreadPool::work(unsigned worker) {
     std::unique_lock lock(m_mutex);
     while (true) {
         ++m_idle;
@@ -103,25 +91,25 @@ void Pipeline::work(unsigned worker) {
         task.run(worker);
         lock.lock();
         slot.done = true;
-        // The caller is woken when there is a batch to collect, before the threads run dry: a
-        // switch for every small task would cost as much as the task.
+        // Wakes the caller once half of the window is started: a context switch for every small
+        // task would cost as much as the task.
         const std::size_t unstarted = m_tasks.size() - m_started;
         if (m_waiting && m_tasks.front().done && unstarted <= m_window / 2)
             m_done.notify_one();
     }
 }
 
-MemoryBudget::Share::Share(MemoryBudget &budget, std::size_t bytes)
+MemoryBudget::Reservation::Reservation(MemoryBudget &budget, std::size_t bytes)
     : m_budget(budget), m_bytes(std::min(bytes, budget.m_total)) {
     std::unique_lock lock(m_budget.m_mutex);
-    m_budget.m_returned.wait(lock, [this] { return m_budget.m_left >= m_bytes; });
-    m_budget.m_left -= m_bytes;
+    m_budget.m_returned.wait(lock, [this] { return m_budget.m_free >= m_bytes; });
+    m_budget.m_free -= m_bytes;
 }
 
-MemoryBudget::Share::~Share() {
+MemoryBudget::Reservation::~Reservation() {
     {
         const std::lock_guard lock(m_budget.m_mutex);
-        m_budget.m_left += m_bytes;
+        m_budget.m_free += m_bytes;
     }
     m_budget.m_returned.notify_all();
 }

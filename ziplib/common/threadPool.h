@@ -12,15 +12,13 @@
 
 namespace ziplib {
 
-// How many threads work: as many as the machine has processors, at most 8; the environment's
+// Number of worker threads: the number of processors, at most 8. The environment variable
 // ORVEL_WORKERS overrides it.
 unsigned workerCount();
-// Overrides both from now on; 0 takes the override away. For tests and benchmarks.
-void setWorkerCount(unsigned count);
 
-// Works on tasks in threads of its own and hands them back in the order in which they came.
-// Where no thread can be had, next() does the work.
-class Pipeline {
+// Runs tasks on its threads and returns them in the order in which they were submitted. If no
+// thread can be started, next() runs them.
+class ThreadPool {
   public:
     class Task {
       public:
@@ -28,27 +26,26 @@ class Pipeline {
         virtual ~Task() = default;
         Task(const Task &) = delete;
         Task &operator=(const Task &) = delete;
-        // `worker` is below the pipeline's worker count, for buffers that each thread keeps. Must
-        // not let exceptions out.
+        // `worker` is less than workers(), for buffers that each thread keeps.
         virtual void run(unsigned worker) noexcept = 0;
     };
 
-    // `window` tasks may be under way or waiting to be collected.
-    Pipeline(unsigned workers, std::size_t window);
-    // Waits for what is under way; what has not been started is dropped.
-    ~Pipeline();
-    Pipeline(const Pipeline &) = delete;
-    Pipeline &operator=(const Pipeline &) = delete;
+    // `window` is the largest number of tasks that were submitted and not yet returned.
+    ThreadPool(unsigned workers, std::size_t window);
+    // Waits for the tasks that run; the others are dropped.
+    ~ThreadPool();
+    ThreadPool(const ThreadPool &) = delete;
+    ThreadPool &operator=(const ThreadPool &) = delete;
 
-    // Worker numbers are below this; at least 1.
+    // At least 1.
     unsigned workers() const { return m_workers; }
-    // True where the tasks run in the caller's thread, inside next().
+    // True if the tasks run on the caller's thread, in next().
     bool isInline() const { return m_threads.empty(); }
     bool full() const { return m_tasks.size() >= m_window; }
     bool empty() const { return m_tasks.empty(); }
-    // Takes a task on. Only where it is not full.
+    // Adds a task. The pool must not be full.
     void submit(std::unique_ptr<Task> task);
-    // The oldest task once it is done, or null where it is not within `wait`.
+    // Returns the oldest task once it has ended, or null if it has not within `wait`.
     std::unique_ptr<Task> next(std::chrono::milliseconds wait);
 
   private:
@@ -64,27 +61,27 @@ class Pipeline {
     std::mutex m_mutex;
     std::condition_variable m_toDo;
     std::condition_variable m_done;
-    std::deque<Slot> m_tasks;  // slots keep their address while others come and go at the ends
+    std::deque<Slot> m_tasks;  // a deque: slots keep their addresses
     std::size_t m_started = 0; // of m_tasks, from the front
     bool m_waiting = false;    // the caller is in next()
-    unsigned m_idle = 0;       // threads that wait for a task
+    unsigned m_idle = 0;       // threads that wait
     bool m_ending = false;
     std::vector<std::thread> m_threads;
 };
 
-// A number of bytes that threads share: take() waits until there are enough. A wish for more than
-// there are at all waits for all of them.
+// A limit on the memory that threads use together. A reservation waits until enough bytes are free;
+// one of more than the limit waits for all of them.
 class MemoryBudget {
   public:
-    explicit MemoryBudget(std::size_t bytes) : m_total(bytes), m_left(bytes) {}
+    explicit MemoryBudget(std::size_t bytes) : m_total(bytes), m_free(bytes) {}
 
     // Holds bytes until it goes out of scope.
-    class Share {
+    class Reservation {
       public:
-        Share(MemoryBudget &budget, std::size_t bytes);
-        ~Share();
-        Share(const Share &) = delete;
-        Share &operator=(const Share &) = delete;
+        Reservation(MemoryBudget &budget, std::size_t bytes);
+        ~Reservation();
+        Reservation(const Reservation &) = delete;
+        Reservation &operator=(const Reservation &) = delete;
 
       private:
         MemoryBudget &m_budget;
@@ -93,7 +90,7 @@ class MemoryBudget {
 
   private:
     const std::size_t m_total;
-    std::size_t m_left;
+    std::size_t m_free;
     std::mutex m_mutex;
     std::condition_variable m_returned;
 };

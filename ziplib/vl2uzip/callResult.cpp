@@ -1,6 +1,6 @@
 #include "ziplib/vl2uzip/callResult.h"
 
-#include "ziplib/common/failures.h"
+#include "ziplib/common/returnCode.h"
 
 #include <algorithm>
 #include <array>
@@ -9,9 +9,6 @@
 namespace ziplib {
 
 namespace {
-
-using platform::Failure;
-using platform::Status;
 
 // By priority: what ended the call, damage to the archive as a whole, failures of single entries.
 constexpr std::array<ReturnCode, 11> kByPriority = {
@@ -27,13 +24,13 @@ auto priority(ReturnCode code) {
 } // namespace
 
 ReturnCode codeOfEntry(const Status &status) {
-    return failure(status, ReturnCode::Warnings).code();
+    return returnCodeOf(status, ReturnCode::Warnings);
 }
 
 ReturnCode codeOfArchive(const Status &status) {
     if (status.is(Failure::Damaged) || status.is(Failure::Resources))
         return ReturnCode::SevereDamage;
-    return failure(status, ReturnCode::NoArchive).code();
+    return returnCodeOf(status, ReturnCode::NoArchive);
 }
 
 void CallResult::add(ReturnCode code, const std::string &message) {

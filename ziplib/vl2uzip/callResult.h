@@ -1,6 +1,5 @@
 #pragma once
 
-#include "storage/status.h"
 #include "ziplib/common/returnCode.h"
 
 #include <cstdint>
@@ -9,9 +8,9 @@
 namespace ziplib {
 
 // The code for a failed entry.
-ReturnCode codeOfEntry(const platform::Status &status);
+ReturnCode codeOfEntry(const Status &status);
 // The code for an archive that could not be opened, or whose directory could not be read.
-ReturnCode codeOfArchive(const platform::Status &status);
+ReturnCode codeOfArchive(const Status &status);
 
 // Collects the results of the steps of a call: the code of the highest priority, its message, and
 // the number of wanted entries that are missing.

@@ -4,16 +4,12 @@
 #include "ziplib/format/dosTime.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 
 namespace ziplib {
 
 namespace {
-
-// Well below the promised 50 ms, so that a longer step still keeps the promise.
-constexpr std::chrono::milliseconds kHeartbeat{20};
 
 constexpr std::int32_t kAnswerReplace = 102;
 constexpr std::int32_t kAnswerReplaceAll = 103;
@@ -30,50 +26,6 @@ std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize) {
         return 0;
     const double saved = static_cast<double>(size - compressedSize) / static_cast<double>(size);
     return static_cast<std::int32_t>(std::lround(100.0 * saved));
-}
-
-} // namespace
-
-Caller::Caller(USERFUNCTIONS &functions, std::int32_t quiet)
-    : m_functions(functions), m_quiet(quiet) {}
-
-void Caller::print(const std::string &text) {
-    if (m_functions.print != nullptr) {
-        std::string narrow = messageToProgram(text);
-        m_functions.print(narrow.data(), clipped<std::uint32_t>(narrow.size()));
-    }
-    m_lastPrint = Clock::now();
-}
-
-void Caller::report(const std::string &text) {
-    if (m_quiet <= 0) {
-        m_lastText.clear();
-        print(text);
-    }
-}
-
-void Caller::warn(const std::string &text) {
-    if (m_quiet <= 1) {
-        m_lastText = text;
-        print(text);
-    }
-}
-
-void Caller::warnLast(const std::string &text) {
-    if (!text.empty() && text != m_lastText)
-        warn(text);
-}
-
-void Caller::tick() {
-    if (Clock::now() - m_lastPrint >= kHeartbeat)
-        print({});
-}
-
-bool Caller::processed(const std::string &path) {
-    if (m_functions.ServCallBk == nullptr)
-        return true;
-    std::string narrow = toProgram(path);
-    return m_functions.ServCallBk(narrow.data(), clipped<std::uint32_t>(narrow.size() + 1)) == 0;
 }
 
 Caller::Answer Caller::replace(const std::string &path) {
@@ -93,17 +45,9 @@ Caller::Answer Caller::replace(const std::string &path) {
 }
 
 bool Caller::password(const std::string &path, std::string &password) {
-    if (m_functions.password == nullptr)
-        return false;
-    std::array<char, 256> answer{};
-    std::string name = toProgram(path);
-    std::string prompt = "Password for " + name + ": ";
-    if (m_functions.password(answer.data(), static_cast<std::int32_t>(answer.size()), prompt.data(),
-                             name.data()) != 0)
-        return false;
-    answer.back() = '\0';
-    password = answer.data();
-    return true;
+    const auto answer = CallbackReporter::password("Password for " + toProgram(path) + ": ", path);
+    password = answer.value_or(std::string());
+    return answer.has_value();
 }
 
 void Caller::list(const std::string &path, const Entry &entry) {

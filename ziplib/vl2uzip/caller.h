@@ -1,32 +1,23 @@
 #pragma once
 
+#include "ziplib/common/callbackReporter.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2uzip.h"
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
 namespace ziplib {
 
-// The callbacks of the program that made the call; any of them may be missing.
-class Caller {
+// Reports to the program and asks it during a listing or an extraction.
+class Caller : public CallbackReporter {
   public:
     enum class Answer { Keep, Replace, ReplaceAll, KeepAll };
 
-    Caller(USERFUNCTIONS &functions, std::int32_t quiet);
+    Caller(USERFUNCTIONS &functions, std::int32_t quiet)
+        : CallbackReporter({functions.print, functions.password, functions.ServCallBk}, quiet),
+          m_functions(functions) {}
 
-    // A message about an entry that succeeded; sent only if all messages are wanted.
-    void report(const std::string &text);
-    // A message about a failure; not sent if no messages are wanted.
-    void warn(const std::string &text);
-    // Sends a warning again unless it was the last message: programs show the last one.
-    void warnLast(const std::string &text);
-    // Lets the program repaint its windows, at most every 20 ms. Cheap: call it between all steps
-    // that may take a millisecond.
-    void tick();
-    // Reports that an entry is done. False if the program cancels.
-    bool processed(const std::string &path);
     // Asks whether to replace a file that exists.
     Answer replace(const std::string &path);
     // Asks for a password, whose bytes are used as they are. False if none is given.
@@ -38,14 +29,7 @@ class Caller {
                    std::uint64_t comment);
 
   private:
-    using Clock = std::chrono::steady_clock;
-
-    void print(const std::string &text);
-
     USERFUNCTIONS &m_functions;
-    std::int32_t m_quiet;
-    std::string m_lastText;
-    Clock::time_point m_lastPrint = Clock::now();
 };
 
 } // namespace ziplib

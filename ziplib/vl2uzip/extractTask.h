@@ -19,8 +19,8 @@ struct TaskContext {
     OwnFiles own;
 };
 
-// One entry in the pipeline: to extract, to test, or settled, which is only reported.
-class ExtractTask : public Pipeline::Task {
+// One entry in the thread pool: to extract, to test, or settled, which is only reported.
+class ExtractTask : public ThreadPool::Task {
   public:
     enum class Kind { Settled, Test, Extract };
 

@@ -57,10 +57,10 @@ class Extraction {
     bool m_keepAll = false;
     OwnFiles m_replaced;        // files that existed before and are being replaced
     std::size_t m_complete = 0; // entries that ended as planned
-    // Finished tasks that come before those in the pipeline.
+    // Finished tasks that come before those in the thread pool.
     std::deque<std::unique_ptr<ExtractTask>> m_done;
     // The last member, so that it is destroyed first: its threads use the others.
-    std::unique_ptr<Pipeline> m_pipeline;
+    std::unique_ptr<ThreadPool> m_pipeline;
 };
 
 } // namespace ziplib

@@ -41,7 +41,7 @@ Status FileSink::write(const std::uint8_t *data, std::size_t size) {
     if (!m_lineEnds)
         return m_file.write(data, size);
     constexpr std::size_t kChunk = 128U << 10;
-    const Loan<Bytes> converted;
+    const PooledObject<Bytes> converted;
     converted->resize(LineEndConverter::room(kChunk));
     while (size > 0) {
         const std::size_t now = std::min(size, kChunk);

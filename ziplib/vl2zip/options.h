@@ -5,7 +5,7 @@
 
 namespace ziplib {
 
-// What one call is asked to do, in this library's own terms.
+// The options of one call, converted from ZPOPT and ZCL.
 struct PackOptions {
     std::string archive; // path of the archive
     std::string root;    // folder that the patterns are relative to; "" the current one
@@ -13,9 +13,9 @@ struct PackOptions {
     bool recurse = false;              // match the patterns in every folder below the root
     bool junkFolders = false;          // store names without their folders
     bool folderEntries = false;        // add an entry for each folder
-    bool hiddenToo = false;            // take hidden and system files
-    bool encrypt = false;              // encrypt what is added
-    bool newerOnly = false;            // replace an entry only where the file is newer
+    bool hiddenToo = false;            // pack hidden and system files
+    bool encrypt = false;              // encrypt added files
+    bool newerOnly = false;            // replace an entry only if the file is newer
     bool addNew = true;                // add files that the archive does not hold
     bool crlfToLf = false;             // line ends of text files
     bool lfToCrlf = false;

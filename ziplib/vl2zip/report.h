@@ -1,53 +1,56 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/callbackReporter.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip.h"
 
-#include <chrono>
-#include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
 namespace ziplib {
 
-// What a call tells its caller while it works. Used on the caller's thread only.
-class Report {
+// Reports to the program during a save.
+class Report : public CallbackReporter {
   public:
-    // `onPacked` may be null, as each of the callbacks may.
-    Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool verbose, bool quiet);
+    // `onPacked` may be null.
+    Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool verbose, bool quiet)
+        : CallbackReporter({callbacks.print, callbacks.password, callbacks.ServiceApplication},
+                           quiet ? 1 : 0),
+          m_packed(onPacked), m_verbose(verbose) {}
 
-    // One line about a file; left out where fewer messages are asked for.
-    void say(const std::string &text);
-    // A line for those who asked for more messages.
-    void detail(std::string_view what, std::string_view more);
-    // Something was left out. Printed when the call ends, so that it is the text that remains.
-    void warn(const std::string &text) { m_warnings.push_back(text); }
-    bool warned() const { return !m_warnings.empty(); }
-    // The work begins again: what was left out before may be taken this time.
-    void dropWarnings() { m_warnings.clear(); }
-    // The call ends with this: its text is the last one printed. Returns its code.
-    std::int32_t end(const Outcome &outcome);
+    // A message that is sent only if more messages are requested.
+    void detail(std::string_view what, std::string_view more) {
+        if (m_verbose)
+            print(std::string(what).append(more));
+    }
+    // Something was left out. The messages are sent when the call ends, as the last ones.
+    void defer(const std::string &text) { m_deferred.push_back(text); }
+    bool hasDeferred() const { return !m_deferred.empty(); }
+    // For a save that starts again: a file that was left out may be packed this time.
+    void dropDeferred() { m_deferred.clear(); }
+    // Sends the last messages of the call and returns its code.
+    std::int32_t end(const Status &status) {
+        for (const auto &text : m_deferred)
+            print(text);
+        if (!status.ok())
+            print(status.message);
+        else if (hasDeferred())
+            return static_cast<std::int32_t>(ReturnCode::Warnings);
+        // All kinds but that of an archive that does not exist have codes of their own.
+        return static_cast<std::int32_t>(returnCodeOf(status, ReturnCode::NoArchive));
+    }
 
-    // To be called often: lets the caller paint, at least every 50 ms.
-    void idle();
-    // Reports a file as done; false where the caller wants to stop.
-    bool done(const std::string &name);
     // Reports a file whose bytes the archive holds.
-    void packed(const ZPPACKED &file);
+    void packed(const ZPPACKED &file) {
+        tick();
+        m_packed(&file);
+    }
     bool wantsPacked() const { return m_packed != nullptr; }
-    // Asks for the password of an entry; empty where it is declined.
-    std::optional<std::string> password(const std::string &name);
 
   private:
-    void print(const std::string &text);
-
-    ZIPUSERFUNCTIONS m_callbacks;
     VL2ZIP_PACKED m_packed;
     bool m_verbose;
-    bool m_quiet;
-    std::vector<std::string> m_warnings;
-    std::chrono::steady_clock::time_point m_lastCall;
+    std::vector<std::string> m_deferred;
 };
 
 } // namespace ziplib

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/report.h"
 
 namespace ziplib {
 
-// Adds the meant files of the folder to the archive, replacing the entries that they stand for.
-// Where every file is in the archive already, nothing is written.
-Outcome updateArchive(const PackOptions &options, Report &report);
+// Adds the selected files of the folder to the archive, replacing the entries that they stand for.
+// Writes nothing if the archive holds all of them already.
+Status updateArchive(const PackOptions &options, Report &report);
 
-// Deletes the meant entries. An archive that loses its last entry stays, as an empty one.
-Outcome deleteFromArchive(const PackOptions &options, Report &report);
+// Deletes the selected entries. Without its last entry an empty archive remains.
+Status deleteFromArchive(const PackOptions &options, Report &report);
 
 } // namespace ziplib

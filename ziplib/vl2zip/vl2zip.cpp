@@ -10,7 +10,7 @@
 
 namespace {
 
-// What the other calls leave for ZpArchive, as the interface has it.
+// Set by the other functions of the interface for the next ZpArchive.
 struct Setting {
     std::mutex mutex;
     ZIPUSERFUNCTIONS callbacks{};
@@ -47,17 +47,17 @@ ziplib::PackOptions optionsOf(const ZPOPT &given) {
 }
 
 std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
-    using ziplib::Outcome;
-    using ziplib::ReturnCode;
+    using ziplib::Failure;
+    using ziplib::Status;
     platform::reloadTimeZone();
     try {
         return report.end(options.remove ? deleteFromArchive(options, report)
                                          : updateArchive(options, report));
     } catch (const std::bad_alloc &) {
-        return report.end(Outcome(ReturnCode::CannotWrite,
-                                  options.archive + ": not enough memory; it was left as it is"));
+        return report.end(Status(Failure::CannotWrite,
+                                 options.archive + ": not enough memory; it was left as it is"));
     } catch (const std::exception &error) {
-        return report.end(Outcome(ReturnCode::CannotWrite, options.archive + ": " + error.what()));
+        return report.end(Status(Failure::CannotWrite, options.archive + ": " + error.what()));
     }
 }
 
@@ -91,7 +91,7 @@ std::int32_t ZpArchive(ZCL C) {
         ZIPUSERFUNCTIONS callbacks{};
         VL2ZIP_PACKED packed = nullptr;
         {
-            // A copy: the callbacks may set what the next call is to do.
+            // A copy: the callbacks may change the options of the next call.
             const std::lock_guard lock(setting().mutex);
             options = setting().options;
             callbacks = setting().callbacks;
@@ -104,6 +104,6 @@ std::int32_t ZpArchive(ZCL C) {
         ziplib::Report report(callbacks, packed, options.verbose, options.quiet);
         return run(options, report);
     } catch (...) {
-        return static_cast<std::int32_t>(ziplib::ReturnCode::CannotWrite);
+        return static_cast<std::int32_t>(ziplib::Failure::CannotWrite);
     }
 }

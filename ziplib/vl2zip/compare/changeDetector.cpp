@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <utility>
 
 namespace ziplib {
@@ -17,102 +18,114 @@ constexpr std::uint64_t kSmall = 32U << 10U;
 } // namespace
 
 ChangeDetector::ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
-                               const Directory &directory, Scan &scan, std::vector<Task> &tasks,
-                               Take take, std::function<void()> idle)
-    : m_directory(directory), m_scan(scan),
-      m_folders(options.root), m_examination{options, target.old(),
-                                             target.exists() ? &target.oldInfo() : nullptr,
-                                             directory, m_folders},
-      m_take(std::move(take)), m_idle(std::move(idle)) {
-    m_left.reserve(tasks.size());
-    for (auto &task : tasks)
-        m_left.push_back(&task);
+                               const Directory &directory, Scan &scan,
+                               const std::vector<Candidate> &candidates, Take take,
+                               std::function<void()> idle)
+    : m_directory(directory), m_scan(scan), m_candidates(candidates),
+      m_folders(options.root), m_context{options, target.old(),
+                                         target.exists() ? &target.oldInfo() : nullptr, directory,
+                                         m_folders},
+      m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
+      m_left(candidates.size()) {
+    std::iota(m_left.begin(), m_left.end(), std::size_t{0});
 }
 
-OrderedParallelFor ChangeDetector::work(const Tasks &tasks) const {
+const Entry *ChangeDetector::entryOf(std::size_t index) const {
+    const std::size_t entry = m_candidates[index].entry;
+    return entry == kNoEntry ? nullptr : &m_directory.entries()[entry];
+}
+
+OrderedParallelFor ChangeDetector::work(const Indices &indices) const {
     OrderedParallelFor work;
-    work.count = tasks.size();
-    // What counts here is not memory but that no thread gets many large files at once.
-    work.cost = [this, &tasks](std::size_t i) {
-        const std::size_t entry = tasks[i]->entry;
-        return entry == kNoEntry ? 0 : m_directory.entries()[entry].size;
+    work.count = indices.size();
+    // Not a bound on memory: it keeps one thread from claiming many large files at once.
+    work.cost = [this, &indices](std::size_t i) {
+        const Entry *entry = entryOf(indices[i]);
+        return entry == nullptr ? 0 : entry->size;
     };
     work.take = [](std::size_t) { return true; };
     work.idle = m_idle;
     return work;
 }
 
-void ChangeDetector::examineOne(Task &task) {
-    if (!task.folder && !task.compared)
-        compareFile(m_examination, m_scan.files[task.file], task);
-    task.compared = true;
+void ChangeDetector::compareOne(std::size_t index) {
+    const Candidate &candidate = m_candidates[index];
+    Comparison &comparison = m_comparisons[index];
+    if (comparison.done)
+        return;
+    if (!candidate.folder)
+        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate.entry);
+    else if (candidate.entry != kNoEntry)
+        comparison.verdict = Comparison::Verdict::Same;
+    comparison.done = true;
 }
 
-Outcome ChangeDetector::takeOne(Task &task) {
-    auto taken = m_take(task);
-    if (taken.ok() && task.verdict == Task::Verdict::Pack)
-        m_packed.push_back(&task);
+Status ChangeDetector::takeOne(std::size_t index) {
+    auto taken = m_take(m_candidates[index], m_comparisons[index]);
+    if (taken.ok() && m_comparisons[index].verdict == Comparison::Verdict::Pack)
+        m_packed.push_back(index);
     return taken;
 }
 
-// Examines tasks and takes all that have a verdict then. The rest is what is left.
-Outcome ChangeDetector::find(const Tasks &tasks, bool untilOneIsPacked) {
-    Outcome outcome;
+// Compares candidates and takes all that were compared. The rest goes to m_left.
+Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
+    Status status;
     std::size_t count = 0;
-    const auto take = [&](Task &task) {
+    const auto take = [&](std::size_t index) {
         ++count;
-        outcome = takeOne(task);
-        return outcome.ok();
+        status = takeOne(index);
+        return status.ok();
     };
     std::atomic<bool> enough = false;
-    OrderedParallelFor context = work(tasks);
-    context.work = [&](std::size_t i) {
+    OrderedParallelFor job = work(indices);
+    job.work = [&](std::size_t i) {
         if (!enough) {
-            examineOne(*tasks[i]);
-            if (untilOneIsPacked && tasks[i]->verdict == Task::Verdict::Pack)
+            compareOne(indices[i]);
+            if (untilOneIsPacked && m_comparisons[indices[i]].verdict == Comparison::Verdict::Pack)
                 enough = true;
         }
     };
-    context.take = [&](std::size_t i) { return tasks[i]->compared && take(*tasks[i]); };
-    orderedParallelFor(context, workerCount(), UINT64_MAX);
-    // Several threads stop at several places.
-    while (outcome.ok() && count < tasks.size()) {
-        Task &task = *tasks[count];
-        if (!task.compared) {
-            ++count;
-            m_left.push_back(&task);
+    job.take = [&](std::size_t i) { return m_comparisons[indices[i]].done && take(indices[i]); };
+    orderedParallelFor(job, workerCount(), UINT64_MAX);
+    // Threads stop in different places, so compared candidates may follow others.
+    while (status.ok() && count < indices.size()) {
+        if (const std::size_t index = indices[count]; m_comparisons[index].done) {
+            take(index);
         } else {
-            take(task);
+            ++count;
+            m_left.push_back(index);
         }
     }
-    return outcome;
+    return status;
 }
 
-ChangeDetector::Tasks ChangeDetector::lookEdited() {
+ChangeDetector::Indices ChangeDetector::lookEdited() {
     std::vector<std::uint8_t> edited(m_left.size());
-    OrderedParallelFor look = work(m_left);
-    look.cost = [](std::size_t) { return kSmall; };
-    look.work = [&](std::size_t i) {
-        const Task &task = *m_left[i];
-        edited[i] = task.folder || task.entry == kNoEntry ||
-                    looksEdited(m_examination, m_scan.files[task.file], task);
+    OrderedParallelFor job = work(m_left);
+    job.cost = [](std::size_t) { return kSmall; };
+    job.work = [&](std::size_t i) {
+        const Candidate &candidate = m_candidates[m_left[i]];
+        const Entry *entry = entryOf(m_left[i]);
+        edited[i] = candidate.folder || entry == nullptr ||
+                    looksEdited(m_context, m_scan.files[candidate.file], *entry);
     };
-    orderedParallelFor(look, workerCount(), UINT64_MAX);
-    Tasks found;
-    Tasks others;
+    orderedParallelFor(job, workerCount(), UINT64_MAX);
+    Indices found;
+    Indices others;
     for (std::size_t i = 0; i < m_left.size(); ++i)
         (edited[i] != 0 ? found : others).push_back(m_left[i]);
     m_left.swap(others);
     return found;
 }
 
-Outcome ChangeDetector::findEdited() {
-    Tasks tasks;
-    tasks.swap(m_left);
-    std::stable_partition(tasks.begin(), tasks.end(), [this](const Task *task) {
-        return task->entry == kNoEntry || m_directory.entries()[task->entry].size < kSmall;
+Status ChangeDetector::findEdited() {
+    Indices indices;
+    indices.swap(m_left);
+    std::stable_partition(indices.begin(), indices.end(), [this](std::size_t index) {
+        const Entry *entry = entryOf(index);
+        return entry == nullptr || entry->size < kSmall;
     });
-    if (auto found = find(tasks, true); !found.ok())
+    if (auto found = find(indices, true); !found.ok())
         return found;
     return find(lookEdited(), false);
 }
@@ -121,32 +134,32 @@ bool ChangeDetector::beginOthers() {
     if (m_left.empty() || workerCount() < 2)
         return m_left.empty();
     return m_background.start([this] {
-        OrderedParallelFor context = work(m_left);
-        context.work = [this](std::size_t i) { examineOne(*m_left[i]); };
-        context.take = [this](std::size_t i) {
-            m_examined = i + 1;
-            return m_left[i]->outcome.ok() && !m_stopped;
+        OrderedParallelFor job = work(m_left);
+        job.work = [this](std::size_t i) { compareOne(m_left[i]); };
+        job.take = [this](std::size_t i) {
+            m_compared = i + 1;
+            return m_comparisons[m_left[i]].status.ok() && !m_stopped;
         };
-        context.idle = [] {};
-        orderedParallelFor(context, workerCount(), UINT64_MAX);
+        job.idle = [] {};
+        orderedParallelFor(job, workerCount(), UINT64_MAX);
     });
 }
 
-Outcome ChangeDetector::findOthers() {
-    // Each as soon as it is known: the caller may want to stop.
-    Outcome outcome;
+Status ChangeDetector::findOthers() {
+    // Takes each as soon as it was compared: the caller may cancel.
+    Status status;
     std::size_t count = 0;
     m_background.wait([&] {
         m_idle();
-        while (count < m_examined && outcome.ok())
-            outcome = takeOne(*m_left[count++]);
-        m_stopped = !outcome.ok();
+        while (count < m_compared && status.ok())
+            status = takeOne(m_left[count++]);
+        m_stopped = !status.ok();
     });
-    if (!outcome.ok())
-        return outcome;
-    const Tasks tasks(m_left.begin() + static_cast<std::ptrdiff_t>(count), m_left.end());
+    if (!status.ok())
+        return status;
+    const Indices indices(m_left.begin() + static_cast<std::ptrdiff_t>(count), m_left.end());
     m_left.clear();
-    return find(tasks, false);
+    return find(indices, false);
 }
 
 void ChangeDetector::stop() {
@@ -154,10 +167,10 @@ void ChangeDetector::stop() {
     m_background.wait(m_idle);
 }
 
-std::vector<Task *> ChangeDetector::toPack() const {
-    Tasks tasks = m_packed;
-    std::sort(tasks.begin(), tasks.end()); // they lie in one vector
-    return tasks;
+std::vector<std::size_t> ChangeDetector::toPack() const {
+    Indices indices = m_packed;
+    std::sort(indices.begin(), indices.end());
+    return indices;
 }
 
 } // namespace ziplib

@@ -2,6 +2,7 @@
 
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
+#include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include <atomic>
@@ -12,55 +13,60 @@ namespace ziplib {
 
 struct OrderedParallelFor;
 
-// Finds the verdicts of all tasks, by several threads. Once there is something to pack, and all
-// that looks edited was examined, the other files, which most likely are as they were, can be
-// examined while the new archive is being written.
+// Compares all candidates with their entries, on several threads. As soon as there is something to
+// pack, and everything that looks edited was compared, the remaining files, which are most likely
+// unchanged, can be compared in the background while the new archive is written.
 class ChangeDetector {
   public:
-    // Everything is used until this is gone. Each task is handed to `take` on the caller's thread
-    // once it has its verdict; what `take` answers but ok ends the examination.
-    using Take = std::function<Outcome(Task &task)>;
+    // All arguments must outlive this. Each candidate is passed to `take` on the caller's thread
+    // once it was compared; a failure returned by `take` ends the comparison.
+    using Take = std::function<Status(const Candidate &candidate, const Comparison &comparison)>;
     ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
-                   const Directory &directory, Scan &scan, std::vector<Task> &tasks, Take take,
-                   std::function<void()> idle);
-    // Waits for what goes on in the background.
+                   const Directory &directory, Scan &scan, const std::vector<Candidate> &candidates,
+                   Take take, std::function<void()> idle);
+    // Waits for the background thread.
     ~ChangeDetector() { m_stopped = true; }
     ChangeDetector(const ChangeDetector &) = delete;
     ChangeDetector &operator=(const ChangeDetector &) = delete;
 
-    // Examines until there is something to pack, small files first: they take the least time and
-    // are edited the most. Then those of the others that look edited.
-    Outcome findEdited();
-    // Begins with the others in the background; until findOthers() nobody else may look at them.
-    // False where no second thread is to be had.
+    // Compares until there is something to pack, small files first: they take the least time and
+    // are edited most often. Then compares the others that look edited.
+    Status findEdited();
+    // Starts to compare the remaining files in the background; the scan must not be used for them
+    // until findOthers() returns. False if no second thread is available.
     bool beginOthers();
-    // The others, or all.
-    Outcome findOthers();
-    // Ends what goes on in the background, which may take as long as a file does.
+    // Compares the remaining files, or all.
+    Status findOthers();
+    // Ends the work in the background, which may take as long as comparing one file.
     void stop();
 
-    // What was found so far that is to be packed, in the order of the tasks.
-    std::vector<Task *> toPack() const;
+    // Candidates found so far that are to be packed, by index, in their order.
+    std::vector<std::size_t> toPack() const;
+    // Of all candidates, in their order.
+    const std::vector<Comparison> &comparisons() const { return m_comparisons; }
 
   private:
-    using Tasks = std::vector<Task *>;
-    OrderedParallelFor work(const Tasks &tasks) const;
-    void examineOne(Task &task);
-    Outcome takeOne(Task &task);
-    Outcome find(const Tasks &tasks, bool untilOneIsPacked);
-    Tasks lookEdited();
+    using Indices = std::vector<std::size_t>; // of candidates
+    OrderedParallelFor work(const Indices &indices) const;
+    const Entry *entryOf(std::size_t index) const;
+    void compareOne(std::size_t index);
+    Status takeOne(std::size_t index);
+    Status find(const Indices &indices, bool untilOneIsPacked);
+    Indices lookEdited();
 
     const Directory &m_directory;
     Scan &m_scan;
+    const std::vector<Candidate> &m_candidates;
     FolderPool m_folders;
-    const ComparisonContext m_examination;
+    const ComparisonContext m_context;
     const Take m_take;
     const std::function<void()> m_idle;
-    Tasks m_left; // not taken yet
-    Tasks m_packed;
+    std::vector<Comparison> m_comparisons;
+    Indices m_left; // not taken yet
+    Indices m_packed;
     std::atomic<bool> m_stopped = false;
-    std::atomic<std::size_t> m_examined = 0; // of those that are left, in the background
-    BackgroundTask m_background;             // examines those that are left; ends first
+    std::atomic<std::size_t> m_compared = 0; // of m_left, in the background
+    BackgroundTask m_background;             // last member: is destroyed, and so waited for, first
 };
 
 } // namespace ziplib

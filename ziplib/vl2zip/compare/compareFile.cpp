@@ -5,6 +5,7 @@
 #include "ziplib/format/dosTime.h"
 #include "ziplib/format/localHeader.h"
 #include "ziplib/format/names.h"
+#include "ziplib/vl2zip/compare/sourceFile.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,9 +15,11 @@ namespace ziplib {
 
 namespace {
 
+using Verdict = Comparison::Verdict;
+
 constexpr std::size_t kChunk = 128U << 10U;
 constexpr std::int64_t kSecond = 1'000'000'000;
-// The coarsest step in which a disk counts time.
+// The coarsest timestamp resolution of a file system.
 constexpr std::int64_t kTimeStep = 2 * kSecond;
 constexpr std::uint8_t kHiddenOrSystem = platform::kAttributeHidden | platform::kAttributeSystem;
 
@@ -53,11 +56,11 @@ std::size_t matchingBytes(EntryReader &reader, const Bytes &chunk, bool zerosMat
     return matched;
 }
 
-// Reads file and entry side by side. An entry that cannot be read is not the same: the file
-// replaces it.
-Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
-    const Loan<Bytes> loan;
-    Bytes &chunk = *loan;
+// Compares the bytes of file and entry. An entry that cannot be read counts as different, so that
+// the file replaces it.
+Status compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
+    const PooledObject<Bytes> pooled;
+    Bytes &chunk = *pooled;
     same = true;
     for (;;) {
         if (auto read = file.read(kChunk, chunk); !read.ok() || chunk.empty())
@@ -66,20 +69,20 @@ Outcome compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
     }
 }
 
-// True where a file has its entry's very time and no byte that is not the entry's, but ends early
-// or has zeros in the place of some: what a machine leaves that stopped, by a power cut for one,
-// before an extracted file's data was on the disk. Whoever edits a file gives it another time.
-Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, std::size_t index,
-                    bool &cutOff) {
+// True if a file has exactly its entry's time and only bytes of its entry, but ends early or has
+// zeros instead of some. That is the state after a power failure that lost data of an extracted
+// file; an edited file has another time.
+Status looksCutOff(const ComparisonContext &context, SourceFile &file, std::size_t index,
+                   bool &cutOff) {
     const Entry &entry = context.directory.entries()[index];
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
     if (!cutOff)
         return {};
-    const Loan<Bytes> loan;
-    const Loan<Scratch> scratch;
-    Bytes &chunk = *loan;
+    const PooledObject<Bytes> pooled;
+    const PooledObject<Scratch> scratch;
+    Bytes &chunk = *pooled;
     const Source source{context.archive, context.directory};
     EntryReader reader(source, index, std::nullopt, *scratch);
     file.rewind();
@@ -95,8 +98,8 @@ Outcome looksCutOff(const ComparisonContext &context, SourceFile &file, std::siz
     }
 }
 
-Outcome compare(const ComparisonContext &context, SourceFile &file, const Task &task, bool &same) {
-    const Entry &entry = context.directory.entries()[task.entry];
+Status compare(const ComparisonContext &context, SourceFile &file, std::size_t index, bool &same) {
+    const Entry &entry = context.directory.entries()[index];
     same = false;
     if (lineEndsOf(context.options) == LineEnds::Keep && file.version().size != entry.size)
         return {};
@@ -104,27 +107,67 @@ Outcome compare(const ComparisonContext &context, SourceFile &file, const Task &
     std::uint64_t size = 0;
     auto read = file.measure(crc, size);
     same = read.ok() && size == entry.size && crc == entry.crc;
-    if (!same || task.timeTells)
+    if (!same || sameTime(context.directory, entry, file.version().modified))
         return read;
     file.rewind();
-    const Loan<Scratch> scratch;
+    const PooledObject<Scratch> scratch;
     const Source source{context.archive, context.directory};
-    EntryReader reader(source, task.entry, std::nullopt, *scratch);
+    EntryReader reader(source, index, std::nullopt, *scratch);
     return compareBytes(file, reader, same);
 }
 
-// Whether the options leave a file out that is not in the archive as it is.
-Task::Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, Task &task) {
+// Decides by the options whether a file is packed. `entry` is null if the file is new.
+Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, const Entry *entry,
+                     std::uint8_t &attributes) {
     const PackOptions &options = context.options;
-    const bool held = task.entry != kNoEntry;
-    if (options.newerOnly && held &&
-        !isNewer(context.directory, context.directory.entries()[task.entry],
-                 file.version().modified))
-        return Task::Verdict::NotNewer;
-    task.attributes = file.attributes();
-    if ((task.attributes & kHiddenOrSystem) != 0 && !options.hiddenToo)
-        return held ? Task::Verdict::HiddenChanged : Task::Verdict::Hidden;
-    return Task::Verdict::Pack;
+    if (options.newerOnly && entry != nullptr &&
+        !isNewer(context.directory, *entry, file.version().modified))
+        return Verdict::NotNewer;
+    attributes = file.attributes();
+    if ((attributes & kHiddenOrSystem) != 0 && !options.hiddenToo)
+        return entry != nullptr ? Verdict::HiddenChanged : Verdict::Hidden;
+    return Verdict::Pack;
+}
+
+Status judge(const ComparisonContext &context, FoundFile &found, std::size_t index,
+             Comparison &result) {
+    const FolderPool::Use folder(context.folders, folderOf(found.path));
+    SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
+    if (folder.folder() != nullptr)
+        file.setFolder(*folder.folder());
+    if (auto opened = file.open(); !opened.ok())
+        return opened;
+    found.info = file.version();
+    found.known = true;
+    if (context.archiveInfo != nullptr && sameFile(found.info, *context.archiveInfo)) {
+        result.verdict = Verdict::Archive;
+        return {};
+    }
+    bool same = false;
+    bool cutOff = false;
+    const Entry *entry = index == kNoEntry ? nullptr : &context.directory.entries()[index];
+    if (entry != nullptr) {
+        auto compared = compare(context, file, index, same);
+        if (compared.ok() && !same)
+            compared = looksCutOff(context, file, index, cutOff);
+        if (!compared.ok())
+            return compared;
+    }
+    // With encryption a file is packed even if its entry, which may be plain, holds its bytes.
+    if (cutOff)
+        result.verdict = Verdict::CutOff;
+    else if (same && !context.options.encrypt)
+        result.verdict = Verdict::Same;
+    else
+        result.verdict = judgeOptions(context, file, entry, result.attributes);
+    // A file that the options leave out but the archive holds already stays in the archive.
+    if (same && result.verdict != Verdict::Pack)
+        result.verdict = Verdict::Same;
+    if (result.verdict == Verdict::Same) {
+        found.packed = true;
+        found.crc = entry->crc;
+    }
+    return {};
 }
 
 } // namespace
@@ -135,56 +178,18 @@ LineEnds lineEndsOf(const PackOptions &options) {
     return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
 }
 
-void compareFile(const ComparisonContext &context, FoundFile &found, Task &task) {
-    if (task.folder)
-        return;
-    const PackOptions &options = context.options;
-    const FolderPool::Use lies(context.folders, folderOf(found.path));
-    SourceFile file(options.root, found.path, lineEndsOf(options));
-    if (lies.folder() != nullptr)
-        file.lieIn(*lies.folder());
-    task.outcome = file.open();
-    if (!task.outcome.ok())
-        return;
-    found.info = file.version();
-    found.known = true;
-    if (context.archiveInfo != nullptr && sameFile(found.info, *context.archiveInfo)) {
-        task.verdict = Task::Verdict::Archive;
-        return;
-    }
-    bool same = false;
-    if (task.entry != kNoEntry) {
-        const Entry &entry = context.directory.entries()[task.entry];
-        task.timeTells = sameTime(context.directory, entry, found.info.modified);
-        bool cutOff = false;
-        task.outcome = compare(context, file, task, same);
-        if (task.outcome.ok() && !same)
-            task.outcome = looksCutOff(context, file, task.entry, cutOff);
-        if (!task.outcome.ok())
-            return;
-        if (cutOff) {
-            task.verdict = Task::Verdict::CutOff;
-            return;
-        }
-    }
-    // Who asks for encryption wants it for each file that may be packed, whatever its entry holds.
-    if (same && !options.encrypt) {
-        task.verdict = Task::Verdict::Same;
-        return;
-    }
-    task.verdict = judgeOptions(context, file, task);
-    // What the archive holds already stays there, hidden or not.
-    if (same && task.verdict != Task::Verdict::Pack)
-        task.verdict = Task::Verdict::Same;
+Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry) {
+    Comparison result;
+    result.status = judge(context, found, entry, result);
+    return result;
 }
 
-bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Task &task) {
-    const Entry &entry = context.directory.entries()[task.entry];
-    const FolderPool::Use lies(context.folders, folderOf(file.path));
+bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry) {
+    const FolderPool::Use folder(context.folders, folderOf(file.path));
     const std::string name(lastComponent(file.path));
     platform::FileInfo now;
-    if (lies.folder() == nullptr ||
-        !lies.folder()->info(name, now, platform::Folder::Links::Follow).ok())
+    if (folder.folder() == nullptr ||
+        !folder.folder()->info(name, now, platform::Folder::Links::Follow).ok())
         return true;
     const bool sameSize = lineEndsOf(context.options) != LineEnds::Keep || now.size == entry.size;
     return !sameSize || !sameTime(context.directory, entry, now.modified);

@@ -1,33 +1,51 @@
 #pragma once
 
+#include "ziplib/codec/lineEnds.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/vl2zip/compare/folderPool.h"
 #include "ziplib/vl2zip/options.h"
+#include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/scan.h"
-#include "ziplib/vl2zip/select/task.h"
 
 namespace ziplib {
 
-// Where an entry's file is read and its stored data, to find out whether they are the same.
+// What all comparisons of a save share.
 struct ComparisonContext {
     const PackOptions &options;
     const platform::InputFile &archive;
-    const platform::FileInfo *archiveInfo; // null where there is no archive yet
+    const platform::FileInfo *archiveInfo; // null if there is no archive yet
     const Directory &directory;
     FolderPool &folders; // of the files
 };
 
+// What the comparison of a candidate with its entry found.
+struct Comparison {
+    enum class Verdict {
+        Pack,          // its bytes go into the archive
+        Same,          // its entry holds exactly these bytes
+        Archive,       // it is the archive itself
+        NotNewer,      // differs from its entry, is not newer, and only newer files are packed
+        Hidden,        // a new hidden or system file, which the options leave out
+        HiddenChanged, // a hidden or system file that differs from its entry and is left out
+        CutOff,        // an incomplete copy of its entry that was not edited
+    };
+
+    bool done = false;
+    Verdict verdict = Verdict::Pack;
+    std::uint8_t attributes = 0; // DOS attributes of a file to pack
+    Status status;
+};
+
 LineEnds lineEndsOf(const PackOptions &options);
 
-// Decides a task's verdict where that takes a look at the file: whether it is hidden, and whether
-// its entry holds these very bytes. Size and CRC must agree for that, and where the times differ
-// the bytes themselves. Leaves in `file` which version was opened: the verdict holds where the file
-// still is that version afterwards, which is the caller's to find out. To be called from several
-// threads.
-void compareFile(const ComparisonContext &context, FoundFile &file, Task &task);
+// Compares a file with its entry, by index, or kNoEntry if it is new. They are the same if size and
+// CRC agree, and also the bytes if the times differ. Leaves in `found` the version that was opened;
+// the verdict holds for this version only. Thread-safe for different files.
+Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry);
 
-// Guesses without opening it whether the file of an entry was edited since it was extracted: it has
-// another size or time than its entry, or cannot be looked at. To be called from several threads.
-bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Task &task);
+// True if the file's size or time differs from its entry's, or the file cannot be examined. Does
+// not open the file. Thread-safe.
+bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry);
 
 } // namespace ziplib

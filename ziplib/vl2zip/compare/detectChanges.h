@@ -5,11 +5,10 @@
 
 namespace ziplib {
 
-// Looks for the second time at the folder that was scanned. `changed` names the first file or
-// folder found that is new, gone, or not the version that the scan knows (of one that is not known
-// any will do); it is empty where there is none. A packed file whose times may hide a change is
-// read again. `idle` is called often.
-Outcome detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
-                      const std::function<void()> &idle, std::string &changed);
+// Compares the folder with its scan. `changed` is the first file or folder found that is new,
+// missing or another version than in the scan (files without a known version are not compared), or
+// empty. A packed file is read again if its times may not show a change. Calls `idle` often.
+Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
+                     const std::function<void()> &idle, std::string &changed);
 
 } // namespace ziplib

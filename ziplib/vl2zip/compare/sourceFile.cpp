@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/compare/sourceFile.h"
 
 #include "ziplib/codec/codec.h"
-#include "ziplib/common/failures.h"
 #include "ziplib/common/objectPool.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/select/scan.h"
 
@@ -13,23 +13,24 @@ namespace ziplib {
 namespace {
 
 constexpr std::size_t kChunk = 128U << 10U;
-// How much of a file decides whether it is text.
+// Bytes of a file that decide whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
 
 } // namespace
 
 SourceFile::SourceFile(std::string root, std::string name, LineEnds lineEnds)
-    : m_place{std::move(root), std::move(name)}, m_wanted(lineEnds), m_converter(lineEnds) {}
+    : m_location{std::move(root), std::move(name)}, m_requestedLineEnds(lineEnds),
+      m_converter(lineEnds) {}
 
-Outcome SourceFile::open() {
+Status SourceFile::open() {
     const auto opened = m_folder == nullptr
-                            ? m_file.open(m_place, m_version)
+                            ? m_file.open(m_location, m_version)
                             : m_folder->openFile(std::string(lastComponent(name())), m_file,
                                                  platform::Folder::Links::Follow, m_version);
     if (!opened.ok())
-        return failure(opened, ReturnCode::CannotOpen);
+        return failure(opened, Failure::CannotOpen);
     m_lineEnds = LineEnds::Keep;
-    if (m_wanted == LineEnds::Keep) {
+    if (m_requestedLineEnds == LineEnds::Keep) {
         rewind();
         return {};
     }
@@ -37,22 +38,22 @@ Outcome SourceFile::open() {
     if (auto judged = judgeText(text); !judged.ok())
         return judged;
     if (text)
-        m_lineEnds = m_wanted;
+        m_lineEnds = m_requestedLineEnds;
     rewind();
     return {};
 }
 
-Outcome SourceFile::judgeText(bool &text) {
+Status SourceFile::judgeText(bool &text) {
     m_raw.resize(kTextSample);
     std::size_t got = 0;
     if (const auto read = m_file.readAt(0, m_raw.data(), m_raw.size(), got); !read.ok())
-        return failure(read, ReturnCode::CannotOpen);
+        return failure(read, Failure::CannotOpen);
     text = looksLikeText(m_raw.data(), got);
     return {};
 }
 
-Outcome SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
-    const Loan<Bytes> loan;
+Status SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
+    const PooledObject<Bytes> loan;
     Bytes &chunk = *loan;
     crc = 0;
     size = 0;
@@ -70,7 +71,7 @@ void SourceFile::rewind() {
     m_converter = LineEndConverter(m_lineEnds);
 }
 
-bool SourceFile::settled() const {
+bool SourceFile::unchanged() const {
     platform::FileInfo current;
     return m_file.info(current).ok() && sameVersion(current, m_version) &&
            m_position == m_version.size;
@@ -78,27 +79,27 @@ bool SourceFile::settled() const {
 
 std::uint8_t SourceFile::attributes() const {
     std::uint8_t attributes = 0;
-    // A file whose attributes cannot be told has none.
+    // A file whose attributes cannot be read has none.
     static_cast<void>(m_file.attributes(attributes));
     return attributes;
 }
 
-Outcome SourceFile::readRaw(std::size_t wanted, Bytes &out) {
-    // Never more than there was when it was opened: one that grows has another version then.
+Status SourceFile::readRaw(std::size_t size, Bytes &out) {
+    // Not more than its size when it was opened: a file that grows is another version then.
     const std::uint64_t left = m_version.size - std::min(m_version.size, m_position);
-    out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left)));
+    out.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size, left)));
     std::size_t got = 0;
     if (const auto read = m_file.readAt(m_position, out.data(), out.size(), got); !read.ok())
-        return failure(read, ReturnCode::CannotOpen);
+        return failure(read, Failure::CannotOpen);
     m_position += got;
     out.resize(got);
     return {};
 }
 
-Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
+Status SourceFile::readConverted(std::size_t size, Bytes &out) {
     out.clear();
     while (out.empty() && !m_ended) {
-        if (auto read = readRaw(wanted, m_raw); !read.ok())
+        if (auto read = readRaw(size, m_raw); !read.ok())
             return read;
         m_ended = m_raw.empty();
         out.resize(LineEndConverter::room(m_raw.size()));
@@ -108,8 +109,8 @@ Outcome SourceFile::readConverted(std::size_t wanted, Bytes &out) {
     return {};
 }
 
-Outcome SourceFile::read(std::size_t wanted, Bytes &out) {
-    return converts() ? readConverted(wanted, out) : readRaw(wanted, out);
+Status SourceFile::read(std::size_t size, Bytes &out) {
+    return converts() ? readConverted(size, out) : readRaw(size, out);
 }
 
 } // namespace ziplib

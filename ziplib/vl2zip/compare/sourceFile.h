@@ -3,7 +3,7 @@
 #include "storage/storage.h"
 #include "ziplib/codec/lineEnds.h"
 #include "ziplib/common/buffer.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <chrono>
 #include <string>
@@ -11,42 +11,42 @@
 
 namespace ziplib {
 
-// One file of the folder, read as the bytes that the archive is to hold: whole in one version, with
-// its line ends converted where that is asked for.
+// A file of the folder, read as the bytes that go into the archive: in one version, with converted
+// line ends if requested.
 class SourceFile {
   public:
     // The file `name` (UTF-8) below the folder `root`.
     SourceFile(std::string root, std::string name, LineEnds lineEnds);
 
-    // From now on opens it directly in its folder, which is quicker. The folder must outlive this.
-    void lieIn(const platform::Folder &folder) { m_folder = &folder; }
-    // Opens it and notes which version of it this is.
-    Outcome open();
+    // Makes open() use the file's folder, which is faster. The folder must outlive this.
+    void setFolder(const platform::Folder &folder) { m_folder = &folder; }
+    // Opens the file and stores its version.
+    Status open();
     const platform::FileInfo &version() const { return m_version; }
-    const std::string &name() const { return m_place.below; }
+    const std::string &name() const { return m_location.below; }
 
-    // The next bytes, about `wanted` of them, into `out`; none at the end.
-    Outcome read(std::size_t wanted, Bytes &out);
-    // Reads the rest: CRC-32 and number of the bytes.
-    Outcome measure(std::uint32_t &crc, std::uint64_t &size);
+    // Reads the next bytes, about `size`, into `out`; none at the end.
+    Status read(std::size_t size, Bytes &out);
+    // Reads the rest and returns its CRC-32 and size.
+    Status measure(std::uint32_t &crc, std::uint64_t &size);
     // Starts again at the first byte.
     void rewind();
-    // True where the file was read to its end and is still the version that was opened.
-    bool settled() const;
+    // True if the file was read to its end and is still the version that was opened.
+    bool unchanged() const;
     // DOS attributes.
     std::uint8_t attributes() const;
-    // Whether the file as it is stored reads as text. To be asked while it is open.
-    Outcome judgeText(bool &text);
+    // Finds out whether the open file, before conversion, looks like text.
+    Status judgeText(bool &text);
 
   private:
     bool converts() const { return m_lineEnds != LineEnds::Keep; }
-    Outcome readRaw(std::size_t wanted, Bytes &out);
-    Outcome readConverted(std::size_t wanted, Bytes &out);
+    Status readRaw(std::size_t size, Bytes &out);
+    Status readConverted(std::size_t size, Bytes &out);
 
-    platform::Location m_place;
+    platform::Location m_location;
     const platform::Folder *m_folder = nullptr;
-    LineEnds m_wanted;
-    LineEnds m_lineEnds = LineEnds::Keep; // what is done to this version of the file
+    LineEnds m_requestedLineEnds;
+    LineEnds m_lineEnds = LineEnds::Keep; // conversion of this version
     LineEndConverter m_converter;
     platform::InputFile m_file;
     platform::FileInfo m_version;
@@ -55,10 +55,10 @@ class SourceFile {
     Bytes m_raw;
 };
 
-// Tries `attempt` on the file until it saw one version of it from beginning to end, as far as times
-// tell; gives up, with a failure that names the file, where it keeps changing.
+// Repeats `attempt` until it has read one version of the file from beginning to end, as far as
+// times show. Fails if the file keeps changing.
 template<typename Attempt>
-Outcome readWhole(SourceFile &file, Attempt attempt) {
+Status readWhole(SourceFile &file, Attempt attempt) {
     constexpr int kTries = 4;
     constexpr std::chrono::milliseconds kPause{20};
     for (int i = 0; i < kTries; ++i) {
@@ -68,10 +68,10 @@ Outcome readWhole(SourceFile &file, Attempt attempt) {
             return opened;
         if (auto read = attempt(); !read.ok())
             return read;
-        if (file.settled())
+        if (file.unchanged())
             return {};
     }
-    return {ReturnCode::CannotOpen, file.name() + ": another program keeps writing to it"};
+    return {Failure::CannotOpen, file.name() + ": another program keeps writing to it"};
 }
 
 } // namespace ziplib

@@ -13,7 +13,7 @@ std::uint32_t hashOf(std::string_view path) {
 
 } // namespace
 
-// The slot that has this path, or else the free one where it belongs.
+// The slot of this path, or the free one for it.
 std::size_t EntryPaths::slotOf(std::string_view path) const {
     const auto &entries = m_directory.entries();
     const std::uint32_t hash = hashOf(path);

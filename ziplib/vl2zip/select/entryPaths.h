@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ziplib/format/directory.h"
-#include "ziplib/vl2zip/select/task.h"
+#include "ziplib/vl2zip/select/candidate.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,13 +11,13 @@
 
 namespace ziplib {
 
-// Finds the entries of a directory by their paths; of several of one path the last. Keeps no paths:
-// those of a large archive need several times the memory of the rest.
+// A hash table of a directory's entries by path; of several with one path the last. Does not store
+// the paths, which need several times the memory of the table.
 class EntryPaths {
   public:
     explicit EntryPaths(const Directory &directory) : m_directory(directory) {}
 
-    // To be called once the directory is read.
+    // To be called after the directory was read.
     void fill();
 
     bool empty() const { return m_count == 0; }
@@ -29,12 +29,12 @@ class EntryPaths {
   private:
     struct Slot {
         std::uint32_t hash = 0;
-        std::uint32_t number = 0; // of the entry, from 1; 0 where the slot is free
+        std::uint32_t number = 0; // of the entry, from 1; 0 if the slot is free
     };
     std::size_t slotOf(std::string_view path) const;
 
     const Directory &m_directory;
-    std::vector<Slot> m_slots; // as many as a power of two, at most half of them taken
+    std::vector<Slot> m_slots; // a power of two, at most half of them used
     std::size_t m_count = 0;
 };
 

@@ -13,7 +13,7 @@ namespace ziplib {
 
 namespace {
 
-// The longest name that the game's own reader takes.
+// The longest name that the game can read, in bytes.
 constexpr std::size_t kLongestName = 209;
 
 // The path that a file has in the archive.
@@ -41,7 +41,7 @@ class Matcher {
     const PackOptions &m_options;
     const Scan &m_scan;
     const std::function<void()> &m_idle;
-    std::optional<std::unordered_map<std::string, Fold>> m_folds; // made once it is needed
+    std::optional<std::unordered_map<std::string, Fold>> m_folds; // created when needed
 };
 
 void Matcher::makeFolds() {
@@ -74,8 +74,8 @@ std::size_t Matcher::entryFor(std::string_view path) {
     return only ? found->second.entry : kNoEntry;
 }
 
-// Why a name cannot be new in the archive, from which it must come out again as it went in; ""
-// where it can.
+// Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
+// the same name.
 std::string reasonAgainst(std::string_view path) {
     if (path.find('\\') != std::string::npos)
         return "it holds a backslash, which archives read as a folder's end";
@@ -94,68 +94,65 @@ std::string refusal(std::string_view path, const std::string &reason) {
     return std::string(path) + ": cannot be packed under this name: " + reason;
 }
 
-// True where the new name can be packed; else it is told among what is left out.
-bool takesNewName(std::string_view path, Scan &scan) {
+// True if the new name can be packed; otherwise adds the reason to the scan's `leftOut`.
+bool acceptsNewName(std::string_view path, Scan &scan) {
     const std::string reason = reasonAgainst(path);
     if (!reason.empty())
         scan.leftOut.push_back(refusal(path, reason));
     return reason.empty();
 }
 
-// Adds the tasks of the folders that are meant or hold a file that has a task.
-void planFolders(Selection &selection, Scan &scan, Matcher &matcher, std::vector<Task> &tasks) {
+// Adds the folders that are selected or hold a candidate.
+void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
+                std::vector<Candidate> &candidates) {
     std::unordered_set<std::string_view> holding{std::string_view()};
-    for (const auto &task : tasks) {
-        std::string_view folder = folderOf(task.path);
+    for (const auto &candidate : candidates) {
+        std::string_view folder = folderOf(candidate.path);
         while (holding.insert(folder).second)
             folder = folderOf(folder);
     }
     for (std::size_t i = 0; i < scan.folders.size(); ++i) {
         const std::string &path = scan.folders[i].path;
-        // Asked in any case, since a pattern that means a folder has meant something.
-        const bool wanted = selection.wantsFolder(path);
-        if (!wanted && holding.find(path) == holding.end())
+        // Called for each folder: the pattern counts as matched then.
+        const bool selected = selection.selectsFolder(path);
+        if (!selected && holding.find(path) == holding.end())
             continue;
-        Task task;
-        task.file = i;
-        task.folder = true;
-        task.path = scan.folderPaths.emplace_back(path + '/');
-        task.entry = matcher.entryFor(task.path);
-        if (task.entry != kNoEntry)
-            task.verdict = Task::Verdict::Same;
-        else if (!takesNewName(task.path, scan))
-            continue;
-        tasks.push_back(std::move(task));
+        Candidate candidate;
+        candidate.file = i;
+        candidate.folder = true;
+        candidate.path = scan.folderPaths.emplace_back(path + '/');
+        candidate.entry = matcher.entryFor(candidate.path);
+        if (candidate.entry != kNoEntry || acceptsNewName(candidate.path, scan))
+            candidates.push_back(candidate);
     }
 }
 
 } // namespace
 
-Outcome planTasks(const PackOptions &options, Selection &selection, Scan &scan,
-                  const EntryPaths &entries, const std::function<void()> &idle,
-                  std::vector<Task> &tasks) {
+Status findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
+                      const EntryPaths &entries, const std::function<void()> &idle,
+                      std::vector<Candidate> &candidates) {
     Matcher matcher(entries, options, scan, idle);
     std::unordered_set<std::string_view> seen;
-    tasks.reserve(scan.files.size());
+    candidates.reserve(scan.files.size());
     for (std::size_t i = 0; i < scan.files.size(); ++i) {
         const FoundFile &file = scan.files[i];
         idle();
-        if (!selection.wantsFile(file.path))
+        if (!selection.selectsFile(file.path))
             continue;
-        Task task;
-        task.file = i;
-        task.path = storedPath(options, file);
-        task.entry = matcher.entryFor(task.path);
-        if (options.junkFolders && !seen.insert(task.path).second) {
-            return {ReturnCode::CannotOpen,
+        Candidate candidate;
+        candidate.file = i;
+        candidate.path = storedPath(options, file);
+        candidate.entry = matcher.entryFor(candidate.path);
+        if (options.junkFolders && !seen.insert(candidate.path).second) {
+            return {Failure::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
-        if (task.entry == kNoEntry && (!options.addNew || !takesNewName(task.path, scan)))
-            continue;
-        tasks.push_back(std::move(task));
+        if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(candidate.path, scan)))
+            candidates.push_back(candidate);
     }
     if (options.folderEntries && !options.junkFolders && options.addNew)
-        planFolders(selection, scan, matcher, tasks);
+        addFolders(selection, scan, matcher, candidates);
     return {};
 }
 

@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/select/scan.h"
 
-#include "ziplib/common/failures.h"
 #include "ziplib/common/orderedParallelFor.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/common/threadPool.h"
 
 #include <algorithm>
@@ -15,27 +15,27 @@ namespace {
 using Kind = platform::FileInfo::Kind;
 using platform::Folder;
 
-// Enough that a thread takes one folder at a time.
+// Large enough that a thread works on one folder at a time.
 constexpr std::uint64_t kFolderCost = 1U << 30U;
 
-// What lies directly in one folder.
+// The direct contents of one folder.
 struct Contents {
     Scan found;
-    Outcome outcome;
+    Status status;
 
-    Outcome list(const std::string &root, const std::string &path, bool recurse);
+    Status list(const std::string &root, const std::string &path, bool recurse);
 
   private:
-    Outcome take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                 std::string path);
+    Status take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                std::string path);
 };
 
-Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                       std::string path) {
+Status Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
+                      std::string path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
             FoundFile inner;
-            // One that vanishes is noticed when it is listed.
+            // If it was deleted, listing it fails.
             static_cast<void>(folder.info(item.name, inner.info));
             inner.path = std::move(path);
             found.folders.push_back(std::move(inner));
@@ -53,10 +53,10 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
         found.leftOut.push_back(path + ": a link that leads to no file is not packed");
         return {};
     }
-    if (known.is(platform::Failure::NotFound))
-        return {}; // gone since it was listed
+    if (known.is(Failure::NotFound))
+        return {}; // deleted since it was listed
     if (!known.ok())
-        return failure(known, ReturnCode::CannotOpen);
+        return failure(known, Failure::CannotOpen);
     if (file.info.kind != Kind::File) {
         found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
         return {};
@@ -67,13 +67,13 @@ Outcome Contents::take(const Folder &folder, const platform::FolderItem &item, b
     return {};
 }
 
-Outcome Contents::list(const std::string &root, const std::string &path, bool recurse) {
+Status Contents::list(const std::string &root, const std::string &path, bool recurse) {
     Folder folder;
     if (const auto opened = folder.open(platform::Location{root, path}); !opened.ok())
-        return failure(opened, ReturnCode::CannotOpen);
+        return failure(opened, Failure::CannotOpen);
     std::vector<platform::FolderItem> items;
     if (const auto listed = folder.list(items); !listed.ok())
-        return failure(listed, ReturnCode::CannotOpen);
+        return failure(listed, Failure::CannotOpen);
     for (const auto &item : items) {
         std::string below = path.empty() ? item.name : path + '/' + item.name;
         if (platform::isTemporaryName(item.name)) {
@@ -88,7 +88,7 @@ Outcome Contents::list(const std::string &root, const std::string &path, bool re
 }
 
 template<typename T>
-void moveBehind(std::vector<T> &all, std::vector<T> &more) {
+void append(std::vector<T> &all, std::vector<T> &more) {
     std::move(more.begin(), more.end(), std::back_inserter(all));
 }
 
@@ -99,22 +99,22 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
            a.changed == b.changed;
 }
 
-// Level by level, each folder by one thread.
-Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
+// Works level by level, with one thread for each folder.
+Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
     Folder top;
     platform::FileInfo began;
     if (top.open(root).ok() && top.newFileInfo(began).ok())
         scan.began = began;
     std::vector<std::string> level{std::string()};
-    Outcome failed;
+    Status failed;
     while (!level.empty() && failed.ok()) {
         std::vector<Contents> contents(level.size());
         const auto list = [&](std::size_t i) {
-            contents[i].outcome = contents[i].list(root, level[i], recurse);
+            contents[i].status = contents[i].list(root, level[i], recurse);
         };
         if (level.size() == 1) {
-            list(0); // a deep tree has many such levels, which are not worth a thread
+            list(0); // deep trees have many such levels, too small for a thread
         } else {
             OrderedParallelFor work;
             work.count = level.size();
@@ -130,13 +130,13 @@ Outcome scanFolder(const std::string &root, bool recurse, Scan &scan) {
             files += folder.found.files.size();
         scan.files.reserve(files);
         for (auto &folder : contents) {
-            failed = failed.ok() ? folder.outcome : failed;
+            failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
                 level.push_back(inner.path);
-            moveBehind(scan.files, folder.found.files);
-            moveBehind(scan.folders, folder.found.folders);
-            moveBehind(scan.leftOut, folder.found.leftOut);
-            moveBehind(scan.temporaries, folder.found.temporaries);
+            append(scan.files, folder.found.files);
+            append(scan.folders, folder.found.folders);
+            append(scan.leftOut, folder.found.leftOut);
+            append(scan.temporaries, folder.found.temporaries);
             folder = {};
         }
     }

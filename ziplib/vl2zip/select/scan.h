@@ -1,7 +1,7 @@
 #pragma once
 
 #include "storage/storage.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 
 #include <deque>
 #include <functional>
@@ -10,35 +10,34 @@
 #include <string_view>
 #include <vector>
 
-// What lies in the folder that is packed.
+// The contents of the folder that is packed.
 namespace ziplib {
 
 struct FoundFile {
     std::string path;      // below the root, UTF-8, "/" between folders
-    bool known = false;    // whether `info` is
-    bool packed = false;   // whether the archive gets or has its bytes
-    std::uint32_t crc = 0; // of these bytes
+    bool known = false;    // whether `info` is set
+    bool packed = false;   // whether the archive holds its bytes
+    std::uint32_t crc = 0; // of the bytes in the archive
     platform::FileInfo info;
 };
 
 struct Scan {
-    std::vector<FoundFile> files;         // sorted by path; links to files among them
+    std::vector<FoundFile> files;         // sorted by path; includes links to files
     std::vector<FoundFile> folders;       // sorted by path
-    std::vector<std::string> leftOut;     // what cannot be packed, a line for each
-    std::vector<std::string> temporaries; // what a killed extraction left
+    std::vector<std::string> leftOut;     // messages about what cannot be packed
+    std::vector<std::string> temporaries; // files that a killed extraction left
     std::deque<std::string> folderPaths;  // of folders that get entries, with "/" behind them
-    // What a file made in the folder before the scan was known by: whose `changed` is earlier on
-    // the same disk shows every change since by another one. None where none could be made.
+    // Of a file that was created in the folder before the scan, if possible. A file on the same
+    // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
 };
 
-// Lists the folder `root` ("" is the current one), and below it where `recurse`. Links to files
-// count as files; links to folders are not entered; pipes and devices are not opened. Fails where
-// any folder cannot be read. Of ordinary files nothing but their names is looked at: whoever opens
-// them learns the rest.
-Outcome scanFolder(const std::string &root, bool recurse, Scan &scan);
+// Lists the folder `root` ("" is the current one), and the folders below it if `recurse`. Links to
+// files count as files; links to folders are not followed; pipes and devices are not opened. Fails
+// if a folder cannot be read. Reads only the names of ordinary files.
+Status scanFolder(const std::string &root, bool recurse, Scan &scan);
 
-// True where both are the same version of the same file.
+// True if both are the same version of the same file.
 bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);
 
 } // namespace ziplib

@@ -17,11 +17,11 @@ std::size_t depthOf(std::string_view path) {
 bool matches(std::string_view pattern, std::string_view name) {
     PatternRules rules;
     rules.ignoreCase = platform::namesIgnoreCase();
-    // A name that holds brackets means itself, too.
+    // A name with brackets also matches literally.
     return pattern == name || matchesPattern(pattern, name, rules);
 }
 
-// True where each folder and the name match the part of the pattern in the same place.
+// True if each component of the path matches the pattern component at the same position.
 bool matchesByParts(std::string_view pattern, std::string_view path) {
     for (;;) {
         const auto patternEnd = pattern.find('/');
@@ -52,9 +52,9 @@ Selection::Selection(const std::vector<std::string> &patterns, bool recurse)
     }
 }
 
-bool Selection::wantsFile(std::string_view path) {
+bool Selection::selectsFile(std::string_view path) {
     const std::size_t depth = depthOf(path);
-    bool wanted = false;
+    bool selected = false;
     for (auto &pattern : m_patterns) {
         bool match = false;
         if (m_recurse)
@@ -62,21 +62,21 @@ bool Selection::wantsFile(std::string_view path) {
         else
             match = pattern.depth == depth && matchesByParts(pattern.text, path);
         pattern.matched = pattern.matched || match;
-        wanted = wanted || match;
+        selected = selected || match;
     }
-    return wanted;
+    return selected;
 }
 
-bool Selection::wantsEntry(std::string_view path) {
-    bool wanted = false;
+bool Selection::selectsEntry(std::string_view path) {
+    bool selected = false;
     for (auto &pattern : m_patterns) {
         const bool match =
             matches(pattern.text, path) ||
             (m_recurse && pattern.depth == 0 && matches(pattern.text, lastComponent(path)));
         pattern.matched = pattern.matched || match;
-        wanted = wanted || match;
+        selected = selected || match;
     }
-    return wanted;
+    return selected;
 }
 
 const std::string *Selection::unmatched() const {

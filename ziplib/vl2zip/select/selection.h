@@ -8,33 +8,33 @@
 
 namespace ziplib {
 
-// Which files or entries the caller's names and patterns mean.
+// The files or entries that the caller's names and patterns select.
 //
-// Where folders are searched, a pattern without a folder part is matched against the name in every
-// folder, and one with a folder part against the whole path, where "*" stands for folders, too.
-// Else a pattern means the files of exactly that folder.
+// With `recurse`, a pattern without a folder part is matched against the names in every folder, and
+// one with a folder part against the whole path, where "*" matches "/" too. Otherwise a pattern
+// selects files of exactly that folder.
 class Selection {
   public:
     Selection(const std::vector<std::string> &patterns, bool recurse);
 
-    // True where a file of the folder, given by its path below the root, is meant.
-    bool wantsFile(std::string_view path);
-    // True where folders are searched and the folder itself is meant, as a file of its name is.
-    bool wantsFolder(std::string_view path) { return m_recurse && wantsFile(path); }
-    // True where an entry is to be deleted: patterns are matched against its whole path, and also
-    // against its name where folders are searched.
-    bool wantsEntry(std::string_view path);
+    // True if the file of this path below the root is selected.
+    bool selectsFile(std::string_view path);
+    // With `recurse`, true if the folder is selected, like a file of its name; else false.
+    bool selectsFolder(std::string_view path) { return m_recurse && selectsFile(path); }
+    // True if the entry is to be deleted: patterns are matched against its whole path and, with
+    // `recurse`, against its name.
+    bool selectsEntry(std::string_view path);
 
-    // True where files below the root may be meant.
+    // True if files in folders below the root may be selected.
     bool needsFolders() const { return m_needsFolders; }
-    // The first pattern that has meant nothing yet; null where there is none.
+    // The first pattern that has matched nothing so far, or null.
     const std::string *unmatched() const;
 
   private:
     struct Pattern {
         std::string given; // as the caller wrote it
         std::string text;
-        std::size_t depth = 0; // folders in it
+        std::size_t depth = 0; // number of folders in it
         bool matched = false;
     };
 

@@ -1,8 +1,7 @@
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/failures.h"
-#include "ziplib/vl2zip/select/scan.h"
+#include "ziplib/common/returnCode.h"
 
 #include <chrono>
 
@@ -10,82 +9,79 @@ namespace ziplib {
 
 namespace {
 
-// Longer than a save takes; who waits for more should hear why.
-constexpr std::chrono::milliseconds kPatience{15'000};
-// Each round means that another process put a new archive in place while this one waited.
+// Timeout of the locks: longer than most saves take.
+constexpr std::chrono::milliseconds kLockTimeout{15'000};
+// Each round means that another process replaced the archive while this one waited.
 constexpr int kRounds = 100;
 
 } // namespace
 
-Outcome ArchiveReplacement::failed(const platform::Status &status, const char *what,
-                                   ReturnCode usual) const {
-    Outcome plain = failure(status, usual);
+Status ArchiveReplacement::failed(const Status &status, const char *what, Failure kind) const {
+    Status plain = failure(status, kind);
     if (plain.ok())
         return plain;
-    return {plain.code(), m_path + ": " + what + ": " + plain.text()};
+    return {plain.kind, m_path + ": " + what + ": " + plain.message};
 }
 
-Outcome ArchiveReplacement::open(const std::function<void()> &idle) {
+Status ArchiveReplacement::open(const std::function<void()> &idle) {
     std::string folder;
-    const auto resolved = m_path.empty()
-                              ? platform::Status(platform::Failure::NotFound, "no name is given")
-                              : platform::resolvePath(m_path, folder, m_name);
+    const auto resolved = m_path.empty() ? Status(Failure::NotFound, "no name is given")
+                                         : platform::resolvePath(m_path, folder, m_name);
     if (!resolved.ok())
-        return failed(resolved, "the archive cannot be reached", ReturnCode::CannotCreate);
+        return failed(resolved, "the archive cannot be reached", Failure::CannotCreate);
     if (const auto opened = m_folder.open(folder); !opened.ok())
-        return failed(opened, "its folder cannot be opened", ReturnCode::CannotCreate);
-    if (auto claimed = claim(idle); !claimed.ok())
-        return claimed;
+        return failed(opened, "its folder cannot be opened", Failure::CannotCreate);
+    if (auto locked = lockName(idle); !locked.ok())
+        return locked;
     bool again = true;
     for (int round = 0; again; ++round) {
         if (round == kRounds)
-            return {ReturnCode::CannotWrite,
-                    m_path + ": other programs keep replacing the archive"};
+            return {Failure::CannotWrite, m_path + ": other programs keep replacing the archive"};
         if (auto opened = openOld(again, idle); !opened.ok())
             return opened;
     }
-    // Where there is no archive, one of them may be all that is left of it.
+    // If there is no archive, one of them may be the only copy of it.
     if (exists())
         m_folder.removeStaleTemporaries();
     return {};
 }
 
-// Before the archive is opened: in some systems nobody may have it open when it is replaced, and
-// its lock is gone by then.
-Outcome ArchiveReplacement::claim(const std::function<void()> &idle) {
-    const auto claimed = m_nameLock.take(m_folder, m_name, kPatience, [&] {
+// The lock of the name, unlike that of the file, is held during the replacement too: some systems
+// replace only files that are closed.
+Status ArchiveReplacement::lockName(const std::function<void()> &idle) {
+    const auto locked = m_nameLock.take(m_folder, m_name, kLockTimeout, [&] {
         idle();
         return true;
     });
-    return claimed.is(platform::Failure::Busy)
+    return locked.is(Failure::Busy)
                ? savedByAnother()
-               : failed(claimed, "the archive cannot be held", ReturnCode::CannotWrite);
+               : failed(locked, "the archive cannot be held", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::savedByAnother() const {
-    return {ReturnCode::CannotWrite, m_path + ": another program is saving this archive"};
+Status ArchiveReplacement::savedByAnother() const {
+    return {Failure::CannotWrite, m_path + ": another program is saving this archive"};
 }
 
-// `again` tells that the file was replaced by another one before its lock was had.
-Outcome ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
+// Sets `again` if the file was replaced by another one before its lock was acquired.
+Status ArchiveReplacement::openOld(bool &again, const std::function<void()> &idle) {
     again = false;
     const auto opened = m_folder.openFile(m_name, m_old);
-    if (opened.is(platform::Failure::NotFound)) {
+    if (opened.is(Failure::NotFound)) {
         m_old.close();
         return {};
     }
     if (!opened.ok())
-        return failed(opened, "the archive cannot be opened", ReturnCode::CannotOpen);
-    const auto locked = m_old.lock(kPatience, [&] {
+        return failed(opened, "the archive cannot be opened", Failure::CannotOpen);
+    const auto locked = m_old.lock(kLockTimeout, [&] {
         idle();
         return true;
     });
-    if (locked.is(platform::Failure::Busy))
+    if (locked.is(Failure::Busy))
         return savedByAnother();
     if (!locked.ok())
-        return failed(locked, "the archive cannot be held", ReturnCode::CannotWrite);
+        return failed(locked, "the archive cannot be held", Failure::CannotWrite);
     if (const auto known = m_old.info(m_oldInfo); !known.ok())
-        return failed(known, "the archive cannot be read", ReturnCode::CannotOpen);
+        return failed(known, "the archive cannot be read", Failure::CannotOpen);
     again = !undisturbed();
     return {};
 }
@@ -94,59 +90,83 @@ bool ArchiveReplacement::undisturbed() const {
     platform::FileInfo now;
     const auto known = m_folder.info(m_name, now);
     if (!m_old.isOpen())
-        return known.is(platform::Failure::NotFound);
-    // The time of the file's record is left out: a new link to it disturbs nothing.
+        return known.is(Failure::NotFound);
+    // Not the time of the last status change: a new hard link changes only that.
     return known.ok() && platform::sameFile(now, m_oldInfo) && now.size == m_oldInfo.size &&
            now.modified == m_oldInfo.modified;
 }
 
 bool ArchiveReplacement::mayReplace() const {
     platform::FileInfo now;
-    return undisturbed() || m_folder.info(m_name, now).is(platform::Failure::NotFound);
+    return undisturbed() || m_folder.info(m_name, now).is(Failure::NotFound);
 }
 
-Outcome ArchiveReplacement::begin() {
-    // Putting a new file in a read-only one's place would succeed, and who made it so meant it.
+Status ArchiveReplacement::begin() {
+    // Replacing a read-only file would succeed, but the user has protected it.
     if (m_old.isOpen() && m_oldInfo.readOnly)
-        return {ReturnCode::CannotWrite, m_path + ": the archive is read-only"};
+        return {Failure::CannotWrite, m_path + ": the archive is read-only"};
     const auto created = m_fresh.create(m_folder, platform::NewFile::Guard::Locked);
     if (!created.ok())
-        return failed(created, "no new archive can be made beside it", ReturnCode::CannotCreate);
+        return failed(created, "no new archive can be made beside it", Failure::CannotCreate);
     if (m_old.isOpen())
         m_fresh.takeOverFrom(m_old);
     return {};
 }
 
-std::uint64_t ArchiveReplacement::space() const {
-    std::uint64_t bytes = 0;
-    return m_folder.freeSpace(bytes).ok() ? bytes : UINT64_MAX;
-}
-
-Outcome ArchiveReplacement::sync(const std::function<void()> &idle) {
-    platform::Status status;
-    // While the disk works there is time to give back the memory that held the old archive, which
-    // otherwise is given back when it is deleted.
+Status ArchiveReplacement::sync(const std::function<void()> &idle) {
+    Status status;
+    // Frees the old archive's page cache while the disk is busy; otherwise its deletion, on the
+    // critical path, does.
     m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
-    return failed(status, "the new archive cannot be made durable", ReturnCode::CannotWrite);
+    return failed(status, "the new archive cannot be made durable", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
+Status ArchiveReplacement::readDirectory(Directory &directory) const {
+    if (!exists())
+        return {};
+    if (auto read = failure(directory.read(m_old), Failure::CannotOpen); !read.ok())
+        return read;
+    return failure(directory.damage(), Failure::Damaged);
+}
+
+Status ArchiveReplacement::commit(const std::function<void()> &idle,
+                                  const std::function<Status(bool &again)> &lastCheck,
+                                  bool &again) {
+    if (auto synced = sync(idle); !synced.ok())
+        return synced;
+    if (auto checked = lastCheck(again); !checked.ok() || again)
+        return checked;
+    if (!mayReplace()) {
+        again = true;
+        return {};
+    }
+    auto replaced = replace(idle, again);
+    if (again)
+        return {};
+    return replaced.ok() ? syncFolder(idle) : replaced;
+}
+
+Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {
     m_droppingCache.wait(idle);
     using Replace = platform::NewFile::Replace;
     const bool replaces = m_old.isOpen();
     const auto committed =
         m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
-    taken = committed.is(platform::Failure::Exists);
-    return failed(committed, "the new archive cannot take its place", ReturnCode::CannotWrite);
+    taken = committed.is(Failure::Exists);
+    return failed(committed, "the new archive cannot take its place", Failure::CannotWrite);
 }
 
-Outcome ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
-    platform::Status status;
-    // What the old archive had on the disk is given back meanwhile.
+Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
+    Status status;
+    // Closing the old archive, which has no name any more, frees its disk space.
     runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
     return failed(status, "the archive is saved, but its folder cannot be made durable",
-                  ReturnCode::CannotWrite);
+                  Failure::CannotWrite);
+}
+
+Status ArchiveReplacement::cancelled() const {
+    return {Failure::Cancelled, m_path + ": saving was stopped; the archive is as it was"};
 }
 
 void ArchiveReplacement::drop(const std::function<void()> &idle) {

@@ -2,55 +2,59 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
+#include "ziplib/format/directory.h"
 
 #include <functional>
 #include <string>
 
 namespace ziplib {
 
-// The archive that a call works on: found through links, held against other processes that save,
-// and replaced whole.
+// The archive of a save: opened through symbolic links, locked against other processes, and
+// replaced atomically by a new one.
 class ArchiveReplacement {
   public:
-    // `path` is the archive as the caller names it; messages name it so.
+    // `path` is the archive as the caller names it, also in messages.
     explicit ArchiveReplacement(std::string path) : m_path(std::move(path)) {}
 
-    // Waits until no other process is replacing the archive and opens it. One that does not exist
-    // is no failure. Also removes what killed runs left beside it.
-    Outcome open(const std::function<void()> &idle);
+    // Locks the archive, which waits for other processes that save it, and opens it. Succeeds if it
+    // does not exist. Also removes temporary files that killed processes left beside it.
+    Status open(const std::function<void()> &idle);
     bool exists() const { return m_old.isOpen(); }
     const std::string &path() const { return m_path; }
     const platform::InputFile &old() const { return m_old; }
     const platform::FileInfo &oldInfo() const { return m_oldInfo; }
+    // Reads the old archive's central directory; empty if there is none. Fails if it is damaged: a
+    // new archive would lose the entries that cannot be read.
+    Status readDirectory(Directory &directory) const;
 
-    // True where the name still holds what open() found there.
-    bool undisturbed() const;
-    // The same, or it was taken away since: then the new archive, which has all of it, may have the
-    // name.
-    bool mayReplace() const;
-
-    // Starts the new archive, with the old one's permissions.
-    Outcome begin();
+    // Creates the new archive under a temporary name, with the old one's permissions.
+    Status begin();
     platform::NewFile &fresh() { return m_fresh; }
-    // Bytes left on the disk; the largest number where that cannot be told.
-    std::uint64_t space() const;
-
-    // Makes the new archive durable.
-    Outcome sync(const std::function<void()> &idle);
-    // Gives the new archive its name. `taken` tells that another program has put one of its own
-    // there in the meantime.
-    Outcome replace(const std::function<void()> &idle, bool &taken);
-    // Makes the name durable.
-    Outcome syncFolder(const std::function<void()> &idle);
-    // Deletes a new archive that is not to be had after all, which takes its time with a large one.
+    // Flushes the new archive to the disk.
+    Status sync(const std::function<void()> &idle);
+    // Flushes the new archive, calls `lastCheck` and renames the new archive over the old one.
+    // `again` is set, and nothing was replaced, if `lastCheck` sets it or another process has
+    // replaced the archive since open().
+    Status commit(const std::function<void()> &idle,
+                  const std::function<Status(bool &again)> &lastCheck, bool &again);
+    // The status of a save that the caller cancelled.
+    Status cancelled() const;
+    // Deletes the new archive instead, which may take long if it is large.
     void drop(const std::function<void()> &idle);
 
   private:
-    Outcome claim(const std::function<void()> &idle);
-    Outcome savedByAnother() const;
-    Outcome failed(const platform::Status &status, const char *what, ReturnCode usual) const;
-    Outcome openOld(bool &again, const std::function<void()> &idle);
+    Status lockName(const std::function<void()> &idle);
+    Status savedByAnother() const;
+    Status failed(const Status &status, const char *what, Failure kind) const;
+    Status openOld(bool &again, const std::function<void()> &idle);
+    // True if the name still refers to the file that open() found.
+    bool undisturbed() const;
+    // The same, or the file was deleted since: the new archive has all of it.
+    bool mayReplace() const;
+    // `taken` is set if another process has created an archive of this name.
+    Status replace(const std::function<void()> &idle, bool &taken);
+    Status syncFolder(const std::function<void()> &idle);
 
     std::string m_path;
     std::string m_name;

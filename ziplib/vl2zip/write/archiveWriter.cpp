@@ -13,61 +13,57 @@ namespace ziplib {
 
 namespace {
 
-// Bytes that files under work and packed data that waits to be written may take together.
+// Limit on the memory for the files being compressed and the data waiting to be written, in bytes.
 constexpr std::uint64_t kBudget = 80U << 20U;
-// What any file costs beside its own bytes.
+// Memory for each file besides its bytes.
 constexpr std::uint64_t kOverhead = 4096;
 
-std::string outcomeText(const Task &task) {
-    if (task.folder || task.packing.method == kMethodStored)
+std::string savedText(const Packing &packing) {
+    if (packing.method == kMethodStored)
         return " (stored 0%)";
-    const std::uint64_t size = std::max<std::uint64_t>(task.packing.size, 1);
-    const std::uint64_t saved = size - std::min(size, task.packing.packed);
+    const std::uint64_t size = std::max<std::uint64_t>(packing.size, 1);
+    const std::uint64_t saved = size - std::min(size, packing.compressedSize);
     return " (deflated " + std::to_string(saved * 100 / size) + "%)";
 }
 
 } // namespace
 
-void ArchiveWriter::pack(const std::vector<Task *> &tasks, Scan &scan) {
+void ArchiveWriter::pack(const Candidate &candidate, std::uint8_t attributes, Scan &scan) {
     m_scan = &scan;
-    m_tasks = tasks;
-    for (const auto *task : tasks)
-        if (task->entry != kNoEntry)
-            m_kept[task->entry] = false;
+    WriteJob job;
+    job.candidate = candidate;
+    job.attributes = attributes;
+    m_jobs.push_back(std::move(job));
+    if (candidate.entry != kNoEntry)
+        m_kept[candidate.entry] = false;
 }
 
-// An entry that is replaced is written where the old one lies, so that everything stays in its
-// order and is written from front to back. Where its bytes must stay because another entry reaches
-// into them, and for a new one, that is behind all others.
+// Orders the jobs so that a replaced entry is written at the position of the old one, which keeps
+// the order of entries. A new one is written after all others, and so is one whose old bytes are
+// kept because another entry overlaps them.
 void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
-    m_jobs.reserve(m_tasks.size());
-    for (Task *task : m_tasks) {
-        Job job;
-        job.task = task;
+    for (WriteJob &job : m_jobs) {
         job.copyEnd = end;
-        const std::uint64_t size = task->folder ? 0 : m_scan->files[task->file].info.size;
+        const std::uint64_t size = job.candidate.folder ? 0 : fileOf(job).info.size;
         job.streamed = size > kWholeLimit;
-        // The file and what becomes of it; one that streams is not held in memory.
+        // The file and its compressed data; a streamed file is not held in memory.
         job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
-        if (task->entry != kNoEntry) {
-            const std::size_t segment = m_layout.segmentOf(task->entry);
+        if (!job.isNew()) {
+            const std::size_t segment = m_layout.segmentOf(job.candidate.entry);
             job.copyEnd = m_layout.segments()[segment].kept ? end : segment;
         }
-        m_jobs.push_back(std::move(job));
     }
-    std::stable_sort(m_jobs.begin(), m_jobs.end(), [](const Job &a, const Job &b) {
-        const bool newA = a.task->entry == kNoEntry;
-        const bool newB = b.task->entry == kNoEntry;
-        return newA != newB ? newB : a.copyEnd < b.copyEnd;
+    std::stable_sort(m_jobs.begin(), m_jobs.end(), [](const WriteJob &a, const WriteJob &b) {
+        return a.isNew() != b.isNew() ? b.isNew() : a.copyEnd < b.copyEnd;
     });
     m_jobOfEntry.assign(m_directory.entries().size(), kNoEntry);
     for (std::size_t i = 0; i < m_jobs.size(); ++i)
-        if (m_jobs[i].task->entry != kNoEntry)
-            m_jobOfEntry[m_jobs[i].task->entry] = i;
+        if (!m_jobs[i].isNew())
+            m_jobOfEntry[m_jobs[i].candidate.entry] = i;
 }
 
-Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
+Status ArchiveWriter::write(const std::optional<std::string> &password) {
     if (m_target.exists()) {
         if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
             return made;
@@ -75,7 +71,7 @@ Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
     orderJobs();
     if (auto begun = m_target.begin(); !begun.ok())
         return begun;
-    m_output.emplace(m_target.fresh(), m_target.path(), [this] { m_report.idle(); });
+    m_output.emplace(m_target.fresh(), m_target.path(), [this] { m_report.tick(); });
     if (auto copied = m_output->copy(m_target.old(), 0, m_layout.leading()); !copied.ok())
         return copied;
     if (auto written = writeJobs(password); !written.ok())
@@ -85,28 +81,28 @@ Outcome ArchiveWriter::write(const std::optional<std::string> &password) {
     return writeDirectory();
 }
 
-void ArchiveWriter::packOne(Job &job, const std::optional<std::string> &password) const {
-    Task &task = *job.task;
-    if (task.folder || job.streamed)
+void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &password) const {
+    if (job.candidate.folder || job.streamed)
         return;
-    FoundFile &found = m_scan->files[task.file];
-    SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
-    task.outcome = packWhole(file, password, task.packing, task.data);
-    if (task.outcome.ok()) {
-        found.info = task.packing.version;
-        task.outcome = judgeText(file, task);
-    }
+    SourceFile file(m_options.root, fileOf(job).path, lineEndsOf(m_options));
+    job.status = packWhole(file, password, job.packing, job.data);
+    if (job.status.ok())
+        job.status = notePacked(file, job);
 }
 
-// Extractors that convert line ends go by the mark, so a file that is no longer a text must not
-// keep it. No entry gains the mark: an unmarked text is extracted as it is.
-Outcome ArchiveWriter::judgeText(SourceFile &file, Task &task) const {
-    const bool marked = task.entry != kNoEntry && m_directory.entries()[task.entry].isMarkedText();
-    return marked ? file.judgeText(task.text) : Outcome();
+// Extractors that convert line ends rely on the text mark, so a file that is no longer text must
+// not keep it. No entry gains the mark: an unmarked text is extracted as it is.
+Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
+    FoundFile &found = fileOf(job);
+    found.info = job.packing.version;
+    found.crc = job.packing.crc;
+    found.packed = true;
+    const bool marked = !job.isNew() && m_directory.entries()[job.candidate.entry].isMarkedText();
+    return marked ? file.judgeText(job.text) : Status();
 }
 
-Outcome ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
-    Outcome failed;
+Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
+    Status failed;
     OrderedParallelFor work;
     work.count = m_jobs.size();
     work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
@@ -115,108 +111,102 @@ Outcome ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
         failed = writeEntry(m_jobs[i], password);
         return failed.ok();
     };
-    work.idle = [this] { m_report.idle(); };
+    work.idle = [this] { m_report.tick(); };
     orderedParallelFor(work, workerCount(), kBudget);
     return failed;
 }
 
-Outcome ArchiveWriter::writeEntry(Job &job, const std::optional<std::string> &password) {
-    Task &task = *job.task;
-    if (!task.outcome.ok())
-        return task.outcome;
+Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string> &password) {
+    if (!job.status.ok())
+        return job.status;
     if (auto copied = copySegments(job.copyEnd); !copied.ok())
         return copied;
-    const bool encrypted = password && !task.folder;
-    job.written = describe(task, encrypted);
+    const bool encrypted = password && !job.candidate.folder;
+    job.written = describe(job, encrypted);
     job.written.offset = m_output->position() - m_directory.base();
     if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
         return written;
-    m_report.say((task.entry == kNoEntry ? "adding: " : "updating: ") + std::string(task.path) +
-                 outcomeText(task));
-    if (!m_report.done(std::string(task.path))) {
-        return {ReturnCode::Cancelled,
-                m_target.path() + ": saving was stopped; the archive is as it was"};
-    }
-    return {};
+    const std::string path(job.candidate.path);
+    m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
+    return m_report.processed(path) ? Status() : m_target.cancelled();
 }
 
-Outcome ArchiveWriter::writeWhole(Job &job) {
+Status ArchiveWriter::writeWhole(WriteJob &job) {
     std::string header;
     appendLocal(header, job.written);
     if (auto written = m_output->append(header); !written.ok())
         return written;
     Bytes data;
-    data.swap(job.task->data);
+    data.swap(job.data);
     return m_output->append(data.data(), data.size());
 }
 
-// The header comes first, but what it says is known last.
-Outcome ArchiveWriter::writeStreamed(Job &job, const std::optional<std::string> &password) {
-    Task &task = *job.task;
-    FoundFile &found = m_scan->files[task.file];
+// Reserves the space of the local header and writes it last, when CRC and sizes are known.
+Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password) {
+    const FoundFile &found = fileOf(job);
     const std::uint64_t start = m_output->position();
-    // Stored is the worst that can come of it; line ends may still double it.
+    // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
     job.written.zip64 = found.info.size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
     SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
     if (auto packed = packStreamed(
-            file, password, [this] { m_report.idle(); }, *m_output, task.packing);
+            file, password, [this] { m_report.tick(); }, *m_output, job.packing);
         !packed.ok())
         return packed;
-    found.info = task.packing.version;
-    if (auto judged = judgeText(file, task); !judged.ok())
-        return judged;
+    if (auto noted = notePacked(file, job); !noted.ok())
+        return noted;
     const bool zip64 = job.written.zip64;
     const std::uint64_t offset = job.written.offset;
-    job.written = describe(task, password.has_value());
+    job.written = describe(job, password.has_value());
     job.written.zip64 = zip64;
     job.written.offset = offset;
-    if (!zip64 && std::max(task.packing.packed, task.packing.size) >= kZip64Sentinel)
-        return {ReturnCode::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
+    if (!zip64 && std::max(job.packing.compressedSize, job.packing.size) >= kZip64Sentinel)
+        return {Failure::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
     return m_output->patch(start, header);
 }
 
-// What the entry's records say. A replaced entry keeps its stored name, its comment and, where the
-// file is still a text, its mark as one.
-WrittenEntry ArchiveWriter::describe(const Task &task, bool encrypted) const {
+// The fields of the entry's records. A replaced entry keeps its stored name, its comment and, if
+// the file is still text, its text mark.
+WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const {
+    const Candidate &candidate = job.candidate;
     WrittenEntry written;
-    if (task.entry != kNoEntry) {
-        const Entry &old = m_directory.entries()[task.entry];
+    if (!job.isNew()) {
+        const Entry &old = m_directory.entries()[candidate.entry];
         written.name = m_directory.rawName(old);
         written.comment = m_directory.comment(old);
         written.flags = old.flags & kFlagUtf8;
     } else {
-        written.name = task.path;
-        written.flags = isAscii(task.path) ? 0 : kFlagUtf8;
+        written.name = candidate.path;
+        written.flags = isAscii(candidate.path) ? 0 : kFlagUtf8;
     }
     if (encrypted)
         written.flags |= kFlagEncrypted;
-    const std::int64_t modified =
-        task.folder ? m_scan->folders[task.file].info.modified : task.packing.version.modified;
+    const std::int64_t modified = candidate.folder ? m_scan->folders[candidate.file].info.modified
+                                                   : job.packing.version.modified;
     const std::uint32_t fields = toDosFields(modified);
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
     written.dosTime = static_cast<std::uint16_t>(fields);
-    written.text = task.text;
-    written.attributes = task.folder ? kExternalFolder : task.attributes;
-    written.method = task.packing.method;
-    written.crc = task.packing.crc;
-    written.compressedSize = task.packing.packed;
-    written.size = task.packing.size;
+    written.text = job.text;
+    written.attributes = candidate.folder ? kExternalFolder : job.attributes;
+    written.method = job.packing.method;
+    written.crc = job.packing.crc;
+    written.compressedSize = job.packing.compressedSize;
+    written.size = job.packing.size;
     return written;
 }
 
-Outcome ArchiveWriter::copySegments(std::size_t end) {
+Status ArchiveWriter::copySegments(std::size_t end) {
     auto &segments = m_layout.segments();
     while (m_copied < end) {
         const std::size_t first = m_copied;
         std::uint64_t length = 0;
-        const std::uint64_t place = m_output->position();
+        const std::uint64_t newStart = m_output->position();
         while (m_copied < end && segments[m_copied].kept) {
-            segments[m_copied].place = place + length;
+            segments[m_copied].newStart = newStart + length;
             length += segments[m_copied].length;
             ++m_copied;
         }
@@ -231,7 +221,7 @@ Outcome ArchiveWriter::copySegments(std::size_t end) {
     return {};
 }
 
-Outcome ArchiveWriter::writeDirectory() {
+Status ArchiveWriter::writeDirectory() {
     const auto &entries = m_directory.entries();
     const std::uint64_t base = m_directory.base();
     const std::uint64_t start = m_output->position();
@@ -243,18 +233,18 @@ Outcome ArchiveWriter::writeDirectory() {
         const bool kept = i < entries.size() && m_kept[i];
         const std::size_t job = i < entries.size() ? m_jobOfEntry[i] : i - entries.size();
         if (kept) {
-            offset = m_layout.segments()[m_layout.segmentOf(i)].place - base;
+            offset = m_layout.segments()[m_layout.segmentOf(i)].newStart - base;
             appendKept(record, m_directory.record(entries[i]), offset);
-        } else if (job != kNoEntry && (i < entries.size() || m_jobs[job].task->entry == kNoEntry)) {
+        } else if (job != kNoEntry && (i < entries.size() || m_jobs[job].isNew())) {
             offset = m_jobs[job].written.offset;
             appendCentral(record, m_jobs[job].written);
         } else {
-            continue; // dropped, or written in the place of its old entry
+            continue; // deleted, or written instead of its old entry
         }
         expected.add(record, offset + base, !kept);
         if (auto added = m_output->append(record); !added.ok())
             return added;
-        m_report.idle();
+        m_report.tick();
     }
     const CentralDirectory directory{expected.entries(), start - base,
                                      m_output->position() - start};
@@ -269,7 +259,7 @@ Outcome ArchiveWriter::writeDirectory() {
         return copied;
     if (auto flushed = m_output->flush(); !flushed.ok())
         return flushed;
-    return expected.check(m_target, m_output->position(), [this] { m_report.idle(); });
+    return expected.check(m_target, m_output->position(), [this] { m_report.tick(); });
 }
 
 } // namespace ziplib

@@ -4,11 +4,12 @@
 #include "ziplib/format/records.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/report.h"
+#include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/scan.h"
-#include "ziplib/vl2zip/select/task.h"
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 #include "ziplib/vl2zip/write/layout.h"
 #include "ziplib/vl2zip/write/output.h"
+#include "ziplib/vl2zip/write/pack.h"
 
 #include <optional>
 #include <string>
@@ -16,7 +17,7 @@
 
 namespace ziplib {
 
-// The making of one new archive out of the old one and the files of the folder.
+// Writes one new archive from the old one and the files of the folder.
 class ArchiveWriter {
   public:
     ArchiveWriter(const PackOptions &options, ArchiveReplacement &target,
@@ -24,46 +25,54 @@ class ArchiveWriter {
         : m_options(options), m_target(target), m_directory(directory), m_report(report),
           m_kept(directory.entries().size(), true) {}
 
-    // Tasks whose verdict is to pack. They and the scan live longer than this, and learn what was
-    // packed; other tasks and their files are not looked at.
-    void pack(const std::vector<Task *> &tasks, Scan &scan);
-    // Leaves an entry out of the new archive.
+    // Adds a file with the given DOS attributes, or a folder, to what write() packs. The scan, the
+    // same in each call, must outlive this; its file receives version and CRC of what was packed.
+    void pack(const Candidate &candidate, std::uint8_t attributes, Scan &scan);
+    // Deletes an entry.
     void drop(std::size_t entry) { m_kept[entry] = false; }
 
-    // Writes the whole new archive under its temporary name and reads its directory back.
-    Outcome write(const std::optional<std::string> &password);
+    // Writes the new archive under its temporary name and verifies its central directory.
+    Status write(const std::optional<std::string> &password);
 
   private:
-    struct Job {
-        Task *task = nullptr;
+    // An entry to write.
+    struct WriteJob {
+        Candidate candidate;
+        std::uint8_t attributes = 0;
         std::size_t copyEnd = 0; // segments before this one are copied first
         bool streamed = false;
         std::uint64_t cost = 0; // bytes of memory
+        Packing packing;
+        bool text = false; // its old entry is marked as text, and it still is text
+        Bytes data;        // until it is written
+        Status status;
         WrittenEntry written;
+
+        bool isNew() const { return candidate.entry == kNoEntry; }
     };
 
     void orderJobs();
-    Outcome writeJobs(const std::optional<std::string> &password);
-    Outcome writeEntry(Job &job, const std::optional<std::string> &password);
-    Outcome writeWhole(Job &job);
-    Outcome writeStreamed(Job &job, const std::optional<std::string> &password);
-    Outcome copySegments(std::size_t end);
-    Outcome writeDirectory();
-    WrittenEntry describe(const Task &task, bool encrypted) const;
-    void packOne(Job &job, const std::optional<std::string> &password) const;
-    Outcome judgeText(SourceFile &file, Task &task) const;
+    Status writeJobs(const std::optional<std::string> &password);
+    Status writeEntry(WriteJob &job, const std::optional<std::string> &password);
+    Status writeWhole(WriteJob &job);
+    Status writeStreamed(WriteJob &job, const std::optional<std::string> &password);
+    Status copySegments(std::size_t end);
+    Status writeDirectory();
+    WrittenEntry describe(const WriteJob &job, bool encrypted) const;
+    FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate.file]; }
+    void packOne(WriteJob &job, const std::optional<std::string> &password) const;
+    Status notePacked(SourceFile &file, WriteJob &job) const;
 
     const PackOptions &m_options;
     ArchiveReplacement &m_target;
     const Directory &m_directory;
     Report &m_report;
     std::vector<bool> m_kept;
-    std::vector<Task *> m_tasks;
     Scan *m_scan = nullptr;
     Layout m_layout;
-    std::vector<Job> m_jobs;
-    std::vector<std::size_t> m_jobOfEntry; // where an old entry is replaced
-    std::size_t m_copied = 0;              // segments that are done
+    std::vector<WriteJob> m_jobs;
+    std::vector<std::size_t> m_jobOfEntry; // of each old entry that is replaced
+    std::size_t m_copied = 0;              // number of segments copied or skipped
     std::optional<Output> m_output;
 };
 

@@ -11,15 +11,13 @@ namespace ziplib {
 
 namespace {
 
-Outcome damaged(const platform::InputFile &archive, const Directory &directory,
-                const Entry &entry) {
-    return {ReturnCode::Damaged, archive.path() + ": damaged, the data of " +
-                                     directory.path(entry) +
-                                     " cannot be found; the archive was left as it is"};
+Status damaged(const platform::InputFile &archive, const Directory &directory, const Entry &entry) {
+    return {Failure::Damaged, archive.path() + ": damaged, the data of " + directory.path(entry) +
+                                  " cannot be found; the archive was left as it is"};
 }
 
-// Bytes from the start of an entry's local header to the end of its data; 0 where there is no such
-// header, which is then kept as it is like any other damage.
+// Bytes from the start of an entry's local header to the end of its data; 0 if there is no local
+// header. Such damage is kept unchanged like any other.
 std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry) {
     std::uint8_t header[kLocalSize];
     std::size_t got = 0;
@@ -32,8 +30,8 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
 
 } // namespace
 
-Outcome Layout::make(const platform::InputFile &archive, const Directory &directory,
-                     const std::vector<bool> &kept) {
+Status Layout::make(const platform::InputFile &archive, const Directory &directory,
+                    const std::vector<bool> &kept) {
     const auto &entries = directory.entries();
     std::vector<std::size_t> order(entries.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -59,7 +57,7 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
             i + 1 < m_segments.size() ? m_segments[i + 1].start : directory.start();
         m_segments[i].length = end - m_segments[i].start;
     }
-    // In file order, so that an entry that reaches into what follows is seen to do so.
+    // In file order, as cover() requires for overlaps.
     for (const std::size_t index : order) {
         if (kept[index]) {
             if (auto covered = cover(archive, directory, index); !covered.ok())
@@ -69,15 +67,16 @@ Outcome Layout::make(const platform::InputFile &archive, const Directory &direct
     return {};
 }
 
-// Makes sure that all bytes of a kept entry are in kept segments that follow each other.
-Outcome Layout::cover(const platform::InputFile &archive, const Directory &directory,
-                      std::size_t index) {
+// Marks all segments that contain bytes of a kept entry as kept.
+Status Layout::cover(const platform::InputFile &archive, const Directory &directory,
+                     std::size_t index) {
     const Entry &entry = directory.entries()[index];
     const std::size_t segment = m_segmentOf[index];
     const bool last = segment + 1 == m_segments.size();
     std::uint64_t needed = kLocalSize + entry.nameLength;
     needed += std::min(entry.compressedSize, UINT64_MAX - needed);
-    // The local header is asked only where it matters what follows: the directory lacks its length.
+    // Only the local header has its own length. It is read only if the next segment is not kept, or
+    // if the entry is larger than its segment.
     if (last || !m_segments[segment + 1].kept || needed > m_segments[segment].length)
         needed = std::max(needed, readExtent(archive, entry));
     if (needed <= m_segments[segment].length)
@@ -92,13 +91,6 @@ Outcome Layout::cover(const platform::InputFile &archive, const Directory &direc
         m_segments[i].kept = true;
     m_coveredTo = std::max(m_coveredTo, end);
     return {};
-}
-
-std::uint64_t Layout::keptBytes() const {
-    std::uint64_t bytes = m_leading;
-    for (const auto &segment : m_segments)
-        bytes += segment.kept ? segment.length : 0;
-    return bytes;
 }
 
 } // namespace ziplib

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
 
 #include <cstdint>
@@ -8,40 +8,38 @@
 
 namespace ziplib {
 
-// Where the bytes of the old archive go in the new one. The old archive is seen as segments, each
-// from the start of an entry to the start of the next thing in the file, so that what lies behind
-// an entry's data stays with it and neighbours are copied together.
+// The layout of the kept bytes of the old archive in the new one. The old archive is divided into
+// segments, each from the start of an entry to the start of the next entry or the directory. So
+// bytes between entries are kept with the entry before them, and adjacent entries are copied
+// together.
 class Layout {
   public:
     struct Segment {
         std::uint64_t start = 0;
         std::uint64_t length = 0;
         bool kept = false;
-        std::uint64_t place = 0; // start in the new archive, once that is known
+        std::uint64_t newStart = 0; // in the new archive; set when it is copied
     };
 
-    // `kept` tells of each entry whether it stays as it is. Fails where the bytes of one that stays
-    // cannot all be there.
-    Outcome make(const platform::InputFile &archive, const Directory &directory,
-                 const std::vector<bool> &kept);
+    // `kept` says for each entry whether it is kept unchanged. Fails if a kept entry's bytes exceed
+    // the old archive.
+    Status make(const platform::InputFile &archive, const Directory &directory,
+                const std::vector<bool> &kept);
 
     std::vector<Segment> &segments() { return m_segments; }
     const std::vector<Segment> &segments() const { return m_segments; }
-    // The segment that an entry, by index, starts in.
+    // The segment in which an entry, by index, starts.
     std::size_t segmentOf(std::size_t entry) const { return m_segmentOf[entry]; }
     // Bytes before the first entry.
     std::uint64_t leading() const { return m_leading; }
-    // Bytes of all kept segments.
-    std::uint64_t keptBytes() const;
 
   private:
-    Outcome cover(const platform::InputFile &archive, const Directory &directory,
-                  std::size_t index);
+    Status cover(const platform::InputFile &archive, const Directory &directory, std::size_t index);
 
     std::vector<Segment> m_segments;
     std::vector<std::size_t> m_segmentOf;
     std::uint64_t m_leading = 0;
-    std::size_t m_coveredTo = 0; // segments before this one that overlaps reach into are kept
+    std::size_t m_coveredTo = 0; // overlapped segments before this one are marked as kept
 };
 
 } // namespace ziplib

@@ -14,13 +14,13 @@ namespace ziplib {
 
 namespace {
 
-// Where more effort costs several times the time and saves less than one byte in a hundred.
+// Higher levels take several times as long and save less than 1 % more.
 constexpr int kLevel = 8;
 constexpr int kStreamLevel = 7;
 constexpr std::size_t kChunk = 256U << 10U;
 
-// The bytes before encrypted data: eleven that nobody can foretell and one that lets a wrong
-// password be noticed early.
+// The encryption header: 11 random bytes and one of the CRC, by which a wrong password is usually
+// detected.
 std::array<std::uint8_t, Cipher::kHeaderSize> cipherHeader(std::uint32_t crc) {
     std::random_device device;
     std::array<std::uint8_t, Cipher::kHeaderSize> header{};
@@ -30,13 +30,13 @@ std::array<std::uint8_t, Cipher::kHeaderSize> cipherHeader(std::uint32_t crc) {
     return header;
 }
 
-Outcome readAll(SourceFile &file, Bytes &raw) {
+Status readAll(SourceFile &file, Bytes &raw) {
     raw.clear();
     Bytes chunk;
     for (;;) {
-        // One read for what the file holds; the next one finds its end.
-        const auto wanted = static_cast<std::size_t>(file.version().size) + 1;
-        if (auto read = file.read(wanted, chunk); !read.ok() || chunk.empty())
+        // The first read returns the whole file, the second its end.
+        const auto size = static_cast<std::size_t>(file.version().size) + 1;
+        if (auto read = file.read(size, chunk); !read.ok() || chunk.empty())
             return read;
         if (raw.empty())
             raw.swap(chunk);
@@ -47,7 +47,7 @@ Outcome readAll(SourceFile &file, Bytes &raw) {
 
 void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &packing,
                Bytes &data) {
-    const Loan<Deflater> deflater(kLevel);
+    const PooledObject<Deflater> deflater(kLevel);
     const std::size_t before = password ? Cipher::kHeaderSize : 0;
     packing.size = raw.size();
     packing.crc = crc32(0, raw.data(), raw.size());
@@ -71,10 +71,10 @@ void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &
         std::copy(header.begin(), header.end(), data.begin());
         Cipher(*password).encrypt(data.data(), data.size());
     }
-    packing.packed = data.size();
+    packing.compressedSize = data.size();
 }
 
-// One pass of a streamed file into the archive.
+// One pass over a streamed file.
 class Stream {
   public:
     Stream(SourceFile &file, Output &output, const std::optional<std::string> &password)
@@ -83,38 +83,38 @@ class Stream {
             m_cipher.emplace(*password);
     }
 
-    Outcome header(std::uint32_t crc);
-    Outcome deflate(std::uint64_t limit);
-    Outcome store();
+    Status header(std::uint32_t crc);
+    Status deflate(std::uint64_t limit);
+    Status store();
     bool tooLarge() const { return m_tooLarge; }
-    std::uint64_t given() const { return m_given; }
+    std::uint64_t written() const { return m_written; }
 
   private:
-    Outcome give(std::uint8_t *data, std::size_t size);
+    Status write(std::uint8_t *data, std::size_t size);
 
     SourceFile &m_file;
     Output &m_output;
     std::optional<Cipher> m_cipher;
-    std::uint64_t m_given = 0;
+    std::uint64_t m_written = 0;
     bool m_tooLarge = false;
     Bytes m_in;
 };
 
-Outcome Stream::give(std::uint8_t *data, std::size_t size) {
+Status Stream::write(std::uint8_t *data, std::size_t size) {
     if (m_cipher)
         m_cipher->encrypt(data, size);
-    m_given += size;
+    m_written += size;
     return m_output.append(data, size);
 }
 
-Outcome Stream::header(std::uint32_t crc) {
+Status Stream::header(std::uint32_t crc) {
     if (!m_cipher)
         return {};
     auto header = cipherHeader(crc);
-    return give(header.data(), header.size());
+    return write(header.data(), header.size());
 }
 
-Outcome Stream::deflate(std::uint64_t limit) {
+Status Stream::deflate(std::uint64_t limit) {
     DeflateStream deflater(kStreamLevel);
     Bytes out(kChunk);
     for (bool ended = false; !ended;) {
@@ -128,12 +128,12 @@ Outcome Stream::deflate(std::uint64_t limit) {
                                  last);
             taken += step.taken;
             if (step.failed)
-                return {ReturnCode::CannotWrite, m_file.name() + ": cannot be compressed"};
-            if (auto given = give(out.data(), step.given); !given.ok())
-                return given;
+                return {Failure::CannotWrite, m_file.name() + ": cannot be compressed"};
+            if (auto written = write(out.data(), step.given); !written.ok())
+                return written;
         } while (!step.ended && (taken < m_in.size() || step.given == out.size() || last));
         ended = step.ended;
-        if (m_given >= limit) {
+        if (m_written >= limit) {
             m_tooLarge = true;
             return {};
         }
@@ -141,17 +141,17 @@ Outcome Stream::deflate(std::uint64_t limit) {
     return {};
 }
 
-Outcome Stream::store() {
+Status Stream::store() {
     for (;;) {
         if (auto read = m_file.read(kChunk, m_in); !read.ok() || m_in.empty())
             return read;
-        if (auto given = give(m_in.data(), m_in.size()); !given.ok())
-            return given;
+        if (auto written = write(m_in.data(), m_in.size()); !written.ok())
+            return written;
     }
 }
 
-Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
-                   Packing &packing) {
+Status streamOnce(SourceFile &file, const std::optional<std::string> &password, Output &output,
+                  Packing &packing) {
     const std::uint64_t start = output.position();
     if (auto read = file.measure(packing.crc, packing.size); !read.ok())
         return read;
@@ -162,13 +162,13 @@ Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password,
         Stream stream(file, output, password);
         auto done = stream.header(packing.crc);
         if (done.ok()) {
-            done = method == kMethodDeflated ? stream.deflate(stream.given() + packing.size)
+            done = method == kMethodDeflated ? stream.deflate(stream.written() + packing.size)
                                              : stream.store();
         }
         if (!done.ok())
             return done;
         packing.method = method;
-        packing.packed = stream.given();
+        packing.compressedSize = stream.written();
         if (!stream.tooLarge())
             break;
     }
@@ -178,8 +178,8 @@ Outcome streamOnce(SourceFile &file, const std::optional<std::string> &password,
 
 } // namespace
 
-Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
-                  Bytes &data) {
+Status packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
+                 Bytes &data) {
     Bytes raw;
     auto read = readWhole(file, [&] { return readAll(file, raw); });
     if (read.ok()) {
@@ -189,18 +189,18 @@ Outcome packWhole(SourceFile &file, const std::optional<std::string> &password, 
     return read;
 }
 
-Outcome packStreamed(SourceFile &file, const std::optional<std::string> &password,
-                     const std::function<void()> &idle, Output &output, Packing &packing) {
-    Outcome outcome;
+Status packStreamed(SourceFile &file, const std::optional<std::string> &password,
+                    const std::function<void()> &idle, Output &output, Packing &packing) {
+    Status status;
     const std::uint64_t start = output.position();
     runInBackground({[&] {
-                        outcome = readWhole(file, [&] {
+                        status = readWhole(file, [&] {
                             const auto again = output.rewind(start);
                             return again.ok() ? streamOnce(file, password, output, packing) : again;
                         });
                     }},
                     idle);
-    return outcome;
+    return status;
 }
 
 } // namespace ziplib

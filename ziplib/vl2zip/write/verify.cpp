@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/write/verify.h"
 
 #include "ziplib/codec/codec.h"
-#include "ziplib/common/failures.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/format/records.h"
 
@@ -28,19 +28,19 @@ void ExpectedDirectory::add(const std::string &record, std::uint64_t offset, boo
     m_offsets = mixed(m_offsets, offset);
 }
 
-Outcome ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
-                                 const std::function<void()> &idle) const {
-    // A disk of another machine may be full, and say so only when the file is synced.
+Status ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
+                                const std::function<void()> &idle) const {
+    // A full disk of a file server may be reported only when the file is flushed.
     const auto wrong = [&](const std::string &what) {
         auto synced = target.sync(idle);
         return !synced.ok() ? synced
-                            : Outcome(ReturnCode::CannotWrite,
-                                      target.path() + ": the new archive reads back wrong (" +
-                                          what + "); the archive was left as it is");
+                            : Status(Failure::CannotWrite,
+                                     target.path() + ": the new archive reads back wrong (" + what +
+                                         "); the archive was left as it is");
     };
     platform::InputFile file;
     if (const auto opened = target.fresh().openWritten(file); !opened.ok())
-        return failure(opened, ReturnCode::CannotWrite);
+        return failure(opened, Failure::CannotWrite);
     Directory directory;
     const auto keepGoing = [&] {
         idle();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/common/outcome.h"
+#include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include <cstdint>
@@ -10,19 +10,19 @@
 
 namespace ziplib {
 
-// What the directory of the new archive must say when it is read back. Of the records, a digest is
-// kept in the place of the bytes.
+// The expected central directory of the new archive, to be compared with the written one. Stores a
+// digest of the records instead of their bytes.
 class ExpectedDirectory {
   public:
-    // The next record, and where its entry starts in the file. `written` tells that the entry is
-    // not one that was copied.
+    // Adds the next record, whose entry starts at `offset` in the file. `written` is false if the
+    // entry was copied from the old archive.
     void add(const std::string &record, std::uint64_t offset, bool written);
     std::uint64_t entries() const { return m_entries; }
 
-    // Reads the new archive as any other and compares: every record, in order, and that each
-    // written entry starts with a header. `size` is the file's.
-    Outcome check(ArchiveReplacement &target, std::uint64_t size,
-                  const std::function<void()> &idle) const;
+    // Reads the new archive's directory and compares each record, in order; also checks that each
+    // written entry starts with a local header. `size` is the expected size of the file.
+    Status check(ArchiveReplacement &target, std::uint64_t size,
+                 const std::function<void()> &idle) const;
 
   private:
     std::uint64_t m_entries = 0;
