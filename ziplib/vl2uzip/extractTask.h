@@ -39,7 +39,7 @@ class ExtractTask : public Pipeline::Task {
     int passwordTries = 0;
 
     // Where to write; only for Extract.
-    std::shared_ptr<OpenFolder> folder;
+    std::shared_ptr<const platform::OpenFolder> folder;
     std::string name;
     platform::NewFile::Replace replace = platform::NewFile::Replace::No;
     bool convertLineEnds = false;

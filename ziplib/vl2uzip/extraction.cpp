@@ -153,7 +153,7 @@ void Extraction::start(const PlanItem &item) {
         if (m_folders && m_request.makeFolders && task->path != kRootFolder) {
             std::string target = targetPath(task->path, m_request);
             target.pop_back();
-            std::shared_ptr<OpenFolder> folder;
+            std::shared_ptr<const platform::OpenFolder> folder;
             task->status = folderFor(target, folder);
         }
         break;
@@ -314,12 +314,12 @@ ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {
     return nullptr;
 }
 
-Status Extraction::folderFor(std::string_view path, std::shared_ptr<OpenFolder> &folder) {
+Status Extraction::folderFor(std::string_view path, std::shared_ptr<const platform::OpenFolder> &folder) {
     Status status = m_folders->get(path, folder);
     if (status.is(Failure::Resources)) {
         // Too many handles: give back those of entries on their way and try once more.
         drain();
-        m_folders->release();
+        m_folders->closeAll();
         status = m_folders->get(path, folder);
     }
     return status;
@@ -383,7 +383,7 @@ void Extraction::again(ExtractTask &task) {
         // Other entries hold handles or memory; they will not for long.
         std::this_thread::sleep_for(kPatience);
         m_caller.tick();
-        m_folders ? m_folders->release() : void();
+        m_folders ? m_folders->closeAll() : void();
         task.run(own);
     }
     // A wrong password passes the quick check at times, and then the data looks damaged.

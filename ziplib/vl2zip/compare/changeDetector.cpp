@@ -11,6 +11,12 @@ namespace ziplib {
 
 namespace {
 
+platform::Folder openedRoot(const std::string &path) {
+    platform::Folder root;
+    static_cast<void>(root.open(path)); // a failure shows at each file
+    return root;
+}
+
 // Most scripts are smaller.
 constexpr std::uint64_t kSmall = 32U << 10U;
 
@@ -20,7 +26,7 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const ArchiveReplacem
                                const Directory &directory, Scan &scan, std::vector<Task> &tasks,
                                Take take, std::function<void()> idle)
     : m_directory(directory), m_scan(scan),
-      m_folders(options.root), m_examination{options, target.old(),
+      m_folders(openedRoot(options.root)), m_examination{options, target.old(),
                                              target.exists() ? &target.oldInfo() : nullptr,
                                              directory, m_folders},
       m_take(std::move(take)), m_idle(std::move(idle)) {

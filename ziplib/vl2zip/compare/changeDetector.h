@@ -52,7 +52,7 @@ class ChangeDetector {
 
     const Directory &m_directory;
     Scan &m_scan;
-    FolderPool m_folders;
+    platform::FolderCache m_folders;
     const ComparisonContext m_examination;
     const Take m_take;
     const std::function<void()> m_idle;

@@ -123,10 +123,12 @@ void compareFile(const ComparisonContext &context, FoundFile &found, Task &task)
     if (task.folder)
         return;
     const PackOptions &options = context.options;
-    const FolderPool::Use lies(context.folders, folderOf(found.path));
+    std::shared_ptr<const platform::OpenFolder> lies;
+    // Opening the file by its whole path reports why the folder cannot be opened.
+    static_cast<void>(context.folders.get(folderOf(found.path), lies));
     SourceFile file(options.root, found.path, lineEndsOf(options));
-    if (lies.folder() != nullptr)
-        file.lieIn(*lies.folder());
+    if (lies)
+        file.lieIn(lies->folder);
     task.outcome = file.open();
     if (!task.outcome.ok())
         return;
@@ -164,11 +166,11 @@ void compareFile(const ComparisonContext &context, FoundFile &found, Task &task)
 
 bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Task &task) {
     const Entry &entry = context.directory.entries()[task.entry];
-    const FolderPool::Use lies(context.folders, folderOf(file.path));
+    std::shared_ptr<const platform::OpenFolder> lies;
     const std::string name(lastComponent(file.path));
     platform::FileInfo now;
-    if (lies.folder() == nullptr ||
-        !lies.folder()->info(name, now, platform::Folder::Links::Follow).ok())
+    if (!context.folders.get(folderOf(file.path), lies).ok() ||
+        !lies->folder.info(name, now, platform::Folder::Links::Follow).ok())
         return true;
     const bool sameSize = lineEndsOf(context.options) != LineEnds::Keep || now.size == entry.size;
     return !sameSize || !sameTime(context.directory, entry, now.modified);

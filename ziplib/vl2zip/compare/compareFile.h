@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ziplib/format/directory.h"
-#include "ziplib/vl2zip/compare/folderPool.h"
+#include "storage/folderCache.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 #include "ziplib/vl2zip/select/task.h"
@@ -14,7 +14,7 @@ struct ComparisonContext {
     const platform::InputFile &archive;
     const platform::FileInfo *archiveInfo; // null where there is no archive yet
     const Directory &directory;
-    FolderPool &folders; // of the files
+    platform::FolderCache &folders; // of the files
 };
 
 LineEnds lineEndsOf(const PackOptions &options);
