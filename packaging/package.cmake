@@ -19,7 +19,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Opening a folder asks the desktop's own opener; on Wayland, windows are sharp at every scale with
 # Qt's part for it.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, libglib2.0-bin, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS wine)
 # The companion libraries lie in a private folder and are no one else's to link with.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS OFF)
