@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+
 // Files and folders by path. Paths come in the program's form: "\" and, on POSIX, "/" separate;
 // doubled separators and blanks at the end are harmless; on POSIX `X:\` leads through the Wine
 // prefix's drives and a component that does not exist as written is looked up without regard to
@@ -22,6 +24,9 @@ enum Attribute : int {
 // The path as the system itself writes it: what a library, a process or Qt is given. A component
 // that does not exist keeps the text that it came with.
 QString nativePath(const QString &path);
+
+// The same in UTF-8, the form of storage/'s paths.
+std::string storagePath(const QString &path);
 
 // How much of a path names no file but where files are: its drive, or the machine and its share.
 qsizetype rootLength(const QString &path);

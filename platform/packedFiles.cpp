@@ -1,8 +1,5 @@
 #include "platform/packedFiles.h"
 
-#include "platform/files.h"
-#include "platform/narrow.h"
-
 #include <QVarLengthArray>
 
 #include <libdeflate.h>
@@ -52,17 +49,20 @@ struct Content {
     std::uint32_t crc = 0;
 };
 
-std::optional<Content> contentOf(const PackedFiles::Read &read) {
+std::optional<Content> contentOf(const OpenInput &open) {
+    InputFile file;
+    if (!open(file).ok())
+        return {};
     std::vector<char> bytes(kStep);
     Content content;
     for (;;) {
-        const std::int64_t got = read(bytes.data(), bytes.size(), content.size);
-        if (got < 0)
+        std::size_t got = 0;
+        if (!file.readAt(content.size, bytes.data(), bytes.size(), got).ok())
             return {};
         if (got == 0)
             return content;
-        content.crc = libdeflate_crc32(content.crc, bytes.data(), static_cast<std::size_t>(got));
-        content.size += static_cast<std::uint64_t>(got);
+        content.crc = libdeflate_crc32(content.crc, bytes.data(), got);
+        content.size += got;
     }
 }
 
@@ -77,15 +77,13 @@ void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc,
     m_began = std::max(m_began, began);
 }
 
-bool PackedFiles::isClockRunning(const QString &workFolder) const {
-    Folder folder;
+bool PackedFiles::isClockRunning(const Folder &workFolder) const {
     FileInfo now;
-    return folder.open(toNarrow(narrowPath(nativePath(workFolder))).toStdString()).ok() &&
-           folder.newFileInfo(now).ok() && now.changed >= m_began;
+    return workFolder.newFileInfo(now).ok() && now.changed >= m_began;
 }
 
 bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
-                       const Read &read) const {
+                       const OpenInput &open) const {
     const std::uint64_t first = keyOf(path);
     const std::uint64_t version = versionOf(now);
     bool sameSize = false;
@@ -97,7 +95,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
             return true;
         sameSize = true;
     }
-    const std::optional<Content> content = sameSize ? contentOf(read) : std::nullopt;
+    const std::optional<Content> content = sameSize ? contentOf(open) : std::nullopt;
     known = m_files.constFind(first);
     for (std::uint64_t key = first; content && known != m_files.cend();
          known = m_files.constFind(++key))

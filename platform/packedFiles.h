@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 
 namespace platform {
 
@@ -24,15 +23,13 @@ class PackedFiles {
 
     // Whether the disk's clock has not been set back since the files were read: from then on the
     // stamp of a later change may be one that was given before.
-    bool isClockRunning(const QString &workFolder) const;
+    bool isClockRunning(const Folder &workFolder) const;
 
-    // Reads bytes of a file from an offset on; 0 at its end, less than 0 where it fails.
-    using Read = std::function<std::int64_t(void *data, std::size_t size, std::uint64_t offset)>;
     // Whether the archive holds what lies at this path, which is known to be `now`. The file's
     // identity, size and times prove it where every change shows in them and `timesTell`. Else, and
-    // where they differ, its bytes do, if there are as many: `read` then reads the file. Letter
+    // where they differ, its bytes do, if there are as many: `open` then opens the file. Letter
     // case, separators and blanks at the ends of names make no difference to a path.
-    bool hold(QStringView path, const FileInfo &now, bool timesTell, const Read &read) const;
+    bool hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open) const;
 
   private:
     struct Packed {

@@ -36,7 +36,6 @@ class WorkFolderCleaner {
 
   private:
     struct State;
-    QString m_workFolder;
     std::unique_ptr<State> m_state;
 };
 

@@ -12,4 +12,13 @@ Status Folder::newFileInfo(FileInfo &info) const {
     return opened.info(info);
 }
 
+Status Folder::openSame(const std::string &name, Links links, const FileInfo &info,
+                        InputFile &file) const {
+    FileInfo found;
+    Status status = openFile(name, file, links, found);
+    if (status.ok() && !sameFile(found, info))
+        return {Failure::Busy, pathOf(name) + " was replaced meanwhile", pathOf(name)};
+    return status;
+}
+
 } // namespace platform

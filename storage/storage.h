@@ -53,6 +53,10 @@ struct Location {
 // Asked between the steps of long work: false ends it with Failure::Cancelled.
 using KeepGoing = std::function<bool()>;
 
+class InputFile;
+// Opens a certain file.
+using OpenInput = std::function<Status(InputFile &file)>;
+
 // A file opened to be read at any position, by several threads at once.
 class InputFile {
   public:
@@ -97,6 +101,7 @@ class InputFile {
 struct FolderItem {
     std::string name;
     FileInfo::Kind kind = FileInfo::Kind::Other;
+    std::uint8_t attributes = 0; // those that a listing gives, without further system calls
 };
 
 // A folder held open, so that what is done in it is done in this very folder, whatever happens to
@@ -137,8 +142,16 @@ class Folder {
     Status list(std::vector<FolderItem> &items) const;
     Status removeFile(const std::string &name) const;
     Status removeFolder(const std::string &name) const;
-    // Hidden and system as recorded for a file, and read-only.
-    Status attributes(const std::string &name, std::uint8_t &attributes) const;
+    // Decides whether a file is removed, by its information or that of a link's target. `open`
+    // opens this very file.
+    using RemoveCheck = std::function<bool(const FileInfo &info, const OpenInput &open)>;
+    // Removes a file if `mayRemove` is true; Busy if not. Where the system can prevent it, no other
+    // program writes to the file in between. `fresh`: asks as freshInfo does.
+    Status removeFileIf(const std::string &name, bool fresh, const RemoveCheck &mayRemove) const;
+    // Clears read-only, hidden, system and archive of a file. WrongKind for anything else.
+    Status clearAttributes(const std::string &name) const;
+    // Hidden and system of an item of list(); of a link itself.
+    std::uint8_t recordedAttributes(const FolderItem &item) const;
     // Bytes that may still be written on this folder's disk.
     Status freeSpace(std::uint64_t &bytes) const;
     // Makes the folder's names as durable as its device can.
@@ -154,6 +167,10 @@ class Folder {
   private:
     friend class NameLock;
     friend class NewFile;
+
+    // Opens a file for a RemoveCheck. Busy if it is not the one of `info`.
+    Status openSame(const std::string &name, Links links, const FileInfo &info,
+                    InputFile &file) const;
 
     std::intptr_t m_handle = -1;
     std::string m_path;

@@ -14,13 +14,6 @@ constexpr int kKeptBits = AttributeHidden | AttributeSystem | AttributeArchive;
 // What is worth an error where it cannot be kept; the archive bit means nothing to anybody here.
 constexpr int kNeededBits = AttributeHidden | AttributeSystem;
 
-using ReadAttribute = ssize_t (*)(const char *, const char *, void *, std::size_t);
-
-int readBits(ReadAttribute read, const char *path) {
-    return readDosBits(
-        [=](void *value, std::size_t size) { return read(path, kDosAttributeName, value, size); });
-}
-
 int storeBits(const char *path, int bits) {
     int result = 0;
     if (bits == 0) {
@@ -38,15 +31,9 @@ int storeBits(const char *path, int bits) {
 } // namespace
 
 int storedBits(const char *path) {
-    return readBits(::getxattr, path);
-}
-
-int storedBitsOfEntry(const char *path) {
-    return readBits(::lgetxattr, path);
-}
-
-bool dropStoredBits(const char *path) {
-    return ::lremovexattr(path, kDosAttributeName) == 0 || errno == ENODATA || errno == ENOTSUP;
+    return readDosBits([=](void *value, std::size_t size) {
+        return ::getxattr(path, kDosAttributeName, value, size);
+    });
 }
 
 int attributeBits(const char *path, const struct stat &info) {

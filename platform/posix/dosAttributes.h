@@ -8,12 +8,6 @@ namespace platform {
 // Hidden, system and archive bits of what the path leads to; 0 where nothing is kept.
 int storedBits(const char *path);
 
-// The same of an entry itself: a link, which can hold none, is not followed.
-int storedBitsOfEntry(const char *path);
-
-// Removes the bits kept for an entry, links not followed. True where none is left.
-bool dropStoredBits(const char *path);
-
 // All bits of what the path leads to, directory bit included. `info` is its stat.
 int attributeBits(const char *path, const struct stat &info);
 

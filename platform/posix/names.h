@@ -17,10 +17,8 @@ QString nameText(const QByteArray &stored);
 // The entries of one folder, without "." and "..".
 class FolderEntries {
   public:
-    // Takes the folder by path, or by a descriptor that stays the caller's. errno says why where
-    // isOpen() is false.
+    // errno holds the reason if isOpen() is false.
     explicit FolderEntries(const QByteArray &path);
-    explicit FolderEntries(int folder);
 
     bool isOpen() const { return m_stream != nullptr; }
     // The next entry, or null at the end.

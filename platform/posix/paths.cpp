@@ -169,4 +169,8 @@ QString nativePath(const QString &path) {
     return fromNarrow(resolve(path));
 }
 
+std::string storagePath(const QString &path) {
+    return resolve(path).toStdString();
+}
+
 } // namespace platform

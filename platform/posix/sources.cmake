@@ -4,14 +4,12 @@ target_sources(orvel_platform PRIVATE
   posix/detached.cpp posix/detached.h
   posix/dosAttributes.cpp posix/dosAttributes.h
   posix/files.cpp
-  posix/folderCache.cpp posix/folderCache.h
   posix/folders.cpp
   posix/library.cpp
   posix/names.cpp posix/names.h
   posix/narrow.cpp
   posix/paths.cpp posix/paths.h
-  posix/shell.cpp
-  posix/workFolderCleaner.cpp)
+  posix/shell.cpp)
 
 # Where the package's data and private libraries lie, seen from its programs: an installation can
 # be moved as a whole.

@@ -32,6 +32,10 @@ QString nativePath(const QString &path) {
     return result;
 }
 
+std::string storagePath(const QString &path) {
+    return nativePath(path).toStdString();
+}
+
 qsizetype rootLength(const QString &path) {
     const QString text = QString(path).replace(u'/', u'\\');
     if (!text.startsWith(QStringLiteral("\\\\")))

@@ -30,6 +30,10 @@ FileInfo::Kind kindOf(mode_t mode) {
 
 } // namespace
 
+std::string pathThrough(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
 FileInfo fileInfo(const struct stat &st) {
     FileInfo info;
     info.kind = kindOf(st.st_mode);
@@ -75,6 +79,20 @@ Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown)
     const int length = std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(bits));
     if (fsetxattr(descriptor, kDosAttributeName, text, static_cast<std::size_t>(length), 0) != 0)
         return errnoStatus(errno, "cannot record the attributes of", shown);
+    return {};
+}
+
+std::uint8_t readDosBitsAt(int folder, const std::string &name) {
+    const std::string path = pathThrough(folder) + "/" + name;
+    return readDosBits([&](void *value, std::size_t size) {
+        return lgetxattr(path.c_str(), kDosAttributeName, value, size);
+    });
+}
+
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown) {
+    const std::string path = pathThrough(folder) + "/" + name;
+    if (lremovexattr(path.c_str(), kDosAttributeName) != 0 && errno != ENODATA && errno != ENOTSUP)
+        return errnoStatus(errno, "cannot change the attributes of", shown);
     return {};
 }
 

@@ -6,6 +6,9 @@
 
 namespace platform {
 
+// The path to what a descriptor refers to, for calls that take no descriptor.
+std::string pathThrough(int descriptor);
+
 FileInfo fileInfo(const struct stat &st);
 
 // Has the system ask the disk anew for what it knows of a name. `flags` are those of fstatat.
@@ -18,6 +21,9 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
 // Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
 std::uint8_t readDosBits(int descriptor);
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);
+// The same for an item of a folder, without opening it; links are not followed.
+std::uint8_t readDosBitsAt(int folder, const std::string &name);
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown);
 // Copies every extended attribute that can be copied.
 void copyAttributes(int from, int to);
 

@@ -1,4 +1,6 @@
+#include "storage/posix/descriptor.h"
 #include "storage/posix/diskKind.h"
+#include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -170,12 +172,45 @@ Status Folder::removeFolder(const std::string &name) const {
     return {};
 }
 
-Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
-    attributes = 0;
-    InputFile file;
-    if (Status status = openFile(name, file); !status.ok())
+Status Folder::removeFileIf(const std::string &name, bool fresh,
+                            const RemoveCheck &mayRemove) const {
+    FileInfo info;
+    Links links = Links::Refuse;
+    const auto look = [&] {
+        return fresh ? freshInfo(name, info, links) : this->info(name, info, links);
+    };
+    if (Status status = look(); !status.ok())
         return status;
-    return file.attributes(attributes);
+    if (info.kind == FileInfo::Kind::Link)
+        links = Links::Follow;
+    if ((links == Links::Follow && !look().ok()) ||
+        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
+        return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
+    return removeFile(name);
+}
+
+Status Folder::clearAttributes(const std::string &name) const {
+    const int folder = static_cast<int>(m_handle);
+    const std::string path = pathOf(name);
+    struct stat st {};
+    if (fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errnoStatus(errno, "cannot examine", path);
+    if (S_ISREG(st.st_mode) && isReadOnly(st.st_mode)) {
+        // Through a descriptor: the name may lead to another file or a link by now. An extended
+        // attribute can be changed only while the file is writable.
+        const Descriptor file(openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        if (!file.isOpen() || fstat(file.get(), &st) != 0 ||
+            (S_ISREG(st.st_mode) &&
+             chmod(pathThrough(file.get()).c_str(), (st.st_mode & 07777U) | S_IWUSR) != 0))
+            return errnoStatus(errno, "cannot change the attributes of", path);
+    }
+    if (!S_ISREG(st.st_mode))
+        return {Failure::WrongKind, path + " is not an ordinary file", path};
+    return dropDosBitsAt(folder, name, path);
+}
+
+std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
+    return readDosBitsAt(static_cast<int>(m_handle), item.name);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {

@@ -180,9 +180,9 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
-    const DWORD error =
-        listOpened(handleOf(m_handle), [&](const std::string &name, DWORD, FileInfo::Kind kind) {
-            items.push_back({name, kind});
+    const DWORD error = listOpened(
+        handleOf(m_handle), [&](const std::string &name, DWORD attributes, FileInfo::Kind kind) {
+            items.push_back({name, kind, dosBits(attributes)});
         });
     return error != ERROR_SUCCESS ? errorStatus(error, "cannot list the folder", m_path) : Status();
 }
@@ -198,12 +198,48 @@ Status Folder::removeFolder(const std::string &name) const {
                       : Status();
 }
 
-Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
-    attributes = 0;
-    InputFile file;
-    if (Status status = openFile(name, file); !status.ok())
-        return status;
-    return file.attributes(attributes);
+// By one handle, which lets nobody write meanwhile: the times of a file that is being written to
+// may be those of before.
+Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
+                            const RemoveCheck &mayRemove) const {
+    Access access;
+    access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    access.share = FILE_SHARE_READ | FILE_SHARE_DELETE;
+    Handle opened;
+    NTSTATUS status = openAt(handleOf(m_handle), name, access, opened);
+    if (status < 0)
+        return errorStatus(errorOf(status), "cannot delete", pathOf(name));
+    FileInfo info;
+    const DWORD error = fileInfo(opened.get(), info);
+    const bool isLink = info.kind == FileInfo::Kind::Link;
+    const Links links = isLink ? Links::Follow : Links::Refuse;
+    if (error != ERROR_SUCCESS || (isLink && !this->info(name, info, links).ok()) ||
+        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
+        return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
+    status = deleteOpened(opened.get());
+    return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();
+}
+
+Status Folder::clearAttributes(const std::string &name) const {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    Handle file;
+    FileInfo info;
+    NTSTATUS status = openAt(handleOf(m_handle), name, access, file);
+    DWORD error = status < 0 ? errorOf(status) : fileInfo(file.get(), info);
+    if (error == ERROR_SUCCESS && info.kind != FileInfo::Kind::File)
+        return {Failure::WrongKind, pathOf(name) + " is not an ordinary file", pathOf(name)};
+    if (error == ERROR_SUCCESS && (status = setOpenedAttributes(file.get(), 0)) < 0)
+        error = errorOf(status);
+    return error != ERROR_SUCCESS
+               ? errorStatus(error, "cannot change the attributes of", pathOf(name))
+               : Status();
+}
+
+std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
+    return item.attributes;
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {
