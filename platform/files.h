@@ -25,7 +25,8 @@ enum Attribute : int {
 // that does not exist keeps the text that it came with.
 QString nativePath(const QString &path);
 
-// The same in UTF-8, the form of storage/'s paths.
+// The same in UTF-8, the form of storage/'s paths. Raises 52 where the path holds a NUL and 68 where
+// it names a drive that there is not.
 std::string storagePath(const QString &path);
 
 // How much of a path names no file but where files are: its drive, or the machine and its share.
@@ -63,7 +64,8 @@ int attributes(const QString &path);
 // missing, 75 where it may not be changed.
 void setAttributes(const QString &path, int value);
 
-// Copies a file, replacing one that is there. Raises 53, 70, 75 or 76.
+// Copies a file with its time, attributes and mode, replacing the target as a whole; a link is
+// written through. A copy that fails leaves the target as it was. Raises 53, 70, 75 or 76.
 void copyFile(const QString &source, const QString &target);
 
 // From now on a write beyond the size that the system allows for a file fails, as one on a full

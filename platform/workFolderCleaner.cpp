@@ -127,7 +127,11 @@ struct WorkFolderCleaner::State {
 
     void openRoot() {
         Folder root;
-        static_cast<void>(root.open(storagePath(workFolder))); // a failure shows at each step
+        try {
+            static_cast<void>(root.open(storagePath(workFolder)));
+        } catch (const RuntimeError &) {
+            // Each step fails.
+        }
         folders.emplace(std::move(root));
     }
 

@@ -239,6 +239,10 @@ class NewFile {
     Status setAttributes(std::uint8_t attributes);
     // Takes over permissions, owner and recorded attributes as far as the system permits.
     void takeOverFrom(const InputFile &other);
+    // Takes over time and attributes, on POSIX also mode and extended attributes.
+    Status copyProperties(const InputFile &other);
+    // A file that root creates in the folder of another user belongs to that user.
+    void giveToFolderOwner();
     // Makes the content as durable as the device can.
     Status sync();
     // Gives the file its name and closes it. Exists where the name is taken and is not to be
@@ -265,8 +269,10 @@ class NewFile {
     std::string m_temporary;
 };
 
-// Makes a folder and those above it that are missing.
-Status makeFolders(const std::string &path);
+// Makes a folder and those above it that are missing. Private: for the user alone, or for the owner
+// of the folder above if root makes it, on systems with such permissions.
+enum class Permissions { Default, Private };
+Status makeFolders(const std::string &path, Permissions permissions = Permissions::Default);
 // Where a path really leads: the folder without links, and the name in it. The file itself need
 // not exist, its folder must.
 Status resolvePath(const std::string &path, std::string &folder, std::string &name);

@@ -2,8 +2,8 @@
 #include "platform/narrow.h"
 #include "platform/posix/paths.h"
 #include "storage/posix/environment.h"
+#include "storage/storage.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,16 +20,6 @@ bool canBeWritten(const QByteArray &folder) {
            ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-void makeFolders(const QByteArray &folder) {
-    if (::mkdir(folder.constData(), 0700) == 0 || errno != ENOENT)
-        return;
-    const qsizetype slash = folder.lastIndexOf('/');
-    if (slash <= 0)
-        return;
-    makeFolders(folder.first(slash));
-    ::mkdir(folder.constData(), 0700);
-}
-
 } // namespace
 
 QString programFolder() {
@@ -37,7 +27,7 @@ QString programFolder() {
     if (isSystemFolder(folder.toStdString()) || !canBeWritten(folder)) {
         folder = QByteArray::fromStdString(userDataFolder());
         // The program makes one folder level at a time, and needs this one to be there.
-        makeFolders(folder);
+        static_cast<void>(makeFolders(folder.toStdString(), Permissions::Private));
     }
     return fromNarrow(folder);
 }

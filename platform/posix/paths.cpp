@@ -170,7 +170,7 @@ QString nativePath(const QString &path) {
 }
 
 std::string storagePath(const QString &path) {
-    return resolve(path).toStdString();
+    return resolveChecked(path).toStdString();
 }
 
 } // namespace platform

@@ -1,6 +1,5 @@
 target_sources(orvel_platform PRIVATE
   posix/commandLine.cpp posix/commandLine.h
-  posix/copyFile.cpp
   posix/detached.cpp posix/detached.h
   posix/dosAttributes.cpp posix/dosAttributes.h
   posix/files.cpp

@@ -32,10 +32,6 @@ QString nativePath(const QString &path) {
     return result;
 }
 
-std::string storagePath(const QString &path) {
-    return nativePath(path).toStdString();
-}
-
 qsizetype rootLength(const QString &path) {
     const QString text = QString(path).replace(u'/', u'\\');
     if (!text.startsWith(QStringLiteral("\\\\")))
@@ -72,6 +68,10 @@ QString checkedPath(const QString &path) {
             raise(ErrorNumber::DeviceUnavailable, path);
     }
     return longPath(text);
+}
+
+std::string storagePath(const QString &path) {
+    return checkedPath(path).toStdString();
 }
 
 ErrorNumber numberFor(DWORD error) {

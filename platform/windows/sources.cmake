@@ -1,5 +1,4 @@
 target_sources(orvel_platform PRIVATE
-  windows/copyFile.cpp
   windows/files.cpp
   windows/folders.cpp
   windows/library.cpp

@@ -1,8 +1,8 @@
 #include "registry/registry.h"
 
 #include "registry/posix/hiveFile.h"
-#include "registry/posix/registryFiles.h"
 #include "registry/posix/registryText.h"
+#include "storage/posix/environment.h"
 
 #include <QSet>
 
@@ -57,13 +57,22 @@ QString twinPath(const QString &path) {
     return QStringLiteral("Software\\Wow6432Node") + path.sliced(first);
 }
 
+QByteArray hiveIn(const std::string &folder) {
+    return folder.empty() ? QByteArray() : QByteArray::fromStdString(folder + "/system.reg");
+}
+
+// The program's own hive. Empty if the user has no home folder.
+QByteArray ownHivePath() {
+    return hiveIn(userConfigFolder());
+}
+
 // Shows `visit` the places in which a key is looked for, until it returns true: the program's own
 // hive, then the Wine prefix, which is only read where it comes to that.
 template<typename Visit>
 bool visitPlaces(const QString &path, Visit visit) {
     if (visit(*hive::readHive(ownHivePath()), path))
         return true;
-    const std::shared_ptr<const Hive> wine = hive::readHive(wineHivePath());
+    const std::shared_ptr<const Hive> wine = hive::readHive(hiveIn(winePrefix()));
     const QString twin = twinPath(path);
     return (!twin.isEmpty() && visit(*wine, twin)) || visit(*wine, path);
 }

@@ -18,6 +18,10 @@ void refreshInfo(int folder, const char *name, int flags);
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
                    int &descriptor, FileInfo &info);
 
+// What root creates in the folder of another user belongs to that user, who could not change it
+// otherwise.
+void giveToOwnerOf(int folder, int file);
+
 // Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
 std::uint8_t readDosBits(int descriptor);
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);

@@ -247,6 +247,19 @@ void NewFile::takeOverFrom(const InputFile &other) {
     copyAttributes(static_cast<int>(other.m_handle), descriptor);
 }
 
+Status NewFile::copyProperties(const InputFile &other) {
+    struct stat st {};
+    const int from = static_cast<int>(other.m_handle);
+    if (fstat(from, &st) != 0 || fchmod(static_cast<int>(m_handle), st.st_mode & 07777) != 0)
+        return errnoStatus(errno, "cannot set the mode of a file in", m_folder->path());
+    copyAttributes(from, static_cast<int>(m_handle));
+    return setModified(fileInfo(st).modified);
+}
+
+void NewFile::giveToFolderOwner() {
+    giveToOwnerOf(static_cast<int>(m_folder->m_handle), static_cast<int>(m_handle));
+}
+
 Status NewFile::sync() {
     if (fdatasync(static_cast<int>(m_handle)) != 0) {
         return writeStatus(errno, "cannot sync a file in", static_cast<int>(m_handle),

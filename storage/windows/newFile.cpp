@@ -174,6 +174,19 @@ void NewFile::takeOverFrom(const InputFile &other) {
     LocalFree(descriptor);
 }
 
+Status NewFile::copyProperties(const InputFile &other) {
+    FileInfo info;
+    std::uint8_t attributes = 0;
+    Status status = other.info(info);
+    if (status.ok())
+        status = other.attributes(attributes);
+    if (status.ok())
+        status = setAttributes(attributes);
+    return status.ok() ? setModified(info.modified) : status;
+}
+
+void NewFile::giveToFolderOwner() {} // the system does so by itself
+
 Status NewFile::sync() {
     if (!FlushFileBuffers(handleOf(m_handle)))
         return errorStatus(GetLastError(), "cannot sync a file in", m_folder->path());

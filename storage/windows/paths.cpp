@@ -53,7 +53,7 @@ std::wstring storedName(const std::string &path) {
 
 } // namespace
 
-Status makeFolders(const std::string &path) {
+Status makeFolders(const std::string &path, Permissions /*permissions*/) {
     // Behind the drive or the server's name and what it shares.
     std::size_t at = 0;
     if (path.size() > 1 && path[1] == ':') {
