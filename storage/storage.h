@@ -226,7 +226,6 @@ class NewFile {
     // begin to write meanwhile, and the other file's range need not stay in memory afterwards.
     Status copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                     const KeepGoing &keepGoing = {});
-    Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
     // Drops what lies behind `size` bytes.
     Status truncate(std::uint64_t size);
     // Opens what has been written so far to be read.

@@ -1,6 +1,7 @@
 #include "platform/posix/detached.h"
 
 #include "storage/posix/descriptor.h"
+#include "storage/posix/systemError.h"
 
 #include <cerrno>
 #include <csignal>
@@ -121,8 +122,11 @@ int highestDescriptor() {
 
 } // namespace
 
-int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
-                  StartedWhen started) {
+Status startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
+                     StartedWhen started) {
+    const auto failed = [&](int error) {
+        return errnoStatus(error, "cannot start", program.toStdString());
+    };
     Plan plan;
     QList<QByteArray> words = {program};
     words.append(arguments);
@@ -136,20 +140,20 @@ int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
 
     std::array<int, 2> ends = {-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        return errno;
+        return failed(errno);
     Descriptor read(ends[0]);
     Descriptor write(ends[1]);
     write = outOfTheWay(write.get());
     const Descriptor opened(::open("/dev/null", O_RDWR | O_CLOEXEC));
     const Descriptor null = outOfTheWay(opened.get());
     if (!write.isOpen() || !null.isOpen())
-        return EMFILE;
+        return failed(EMFILE);
     plan.report = write.get();
     plan.null = null.get();
 
     const pid_t middle = ::fork();
     if (middle < 0)
-        return errno;
+        return failed(errno);
     if (middle == 0) {
         // The process in the middle ends at once, so that the program is nobody's child here.
         ::setsid();
@@ -163,7 +167,8 @@ int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
     write = Descriptor();
     while (::waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return waitForReport(read.get(), started);
+    const int reason = waitForReport(read.get(), started);
+    return reason == 0 ? Status() : failed(reason);
 }
 
 } // namespace platform

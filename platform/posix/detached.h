@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/status.h"
+
 #include <QByteArray>
 #include <QList>
 
@@ -13,9 +15,8 @@ enum class StartedWhen {
 
 // Starts a program as a process of its own: in its own session, a child of nobody here, with
 // nothing open but /dev/null as input and outputs, and every signal as it is by default. The
-// current folder and the environment are the caller's. Returns 0, or an errno where it could not be
-// started.
-int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
-                  StartedWhen started = StartedWhen::Executed);
+// current folder and the environment are the caller's.
+Status startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
+                     StartedWhen started = StartedWhen::Executed);
 
 } // namespace platform

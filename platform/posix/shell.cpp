@@ -8,7 +8,6 @@
 #include "platform/posix/paths.h"
 #include "storage/posix/environment.h"
 
-#include <cerrno>
 #include <limits>
 
 namespace platform {
@@ -30,10 +29,11 @@ bool isLauncher(const QByteArray &program) {
 void start(const QByteArray &program, const QList<QByteArray> &arguments) {
     const StartedWhen when =
         isLauncher(program) ? StartedWhen::ReportedItself : StartedWhen::Executed;
-    const int failure = startDetached(program, arguments, when);
-    if (failure == 0)
+    const Status started = startDetached(program, arguments, when);
+    if (started.ok())
         return;
-    raise(failure == ENOENT ? ErrorNumber::FileNotFound : ErrorNumber::IllegalProcedureCall,
+    raise(started.is(Failure::NotFound) ? ErrorNumber::FileNotFound
+                                        : ErrorNumber::IllegalProcedureCall,
           fromNarrow(program));
 }
 
@@ -66,10 +66,10 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString & /*pa
     const QByteArray opener = QByteArray::fromStdString(findInPath("xdg-open"));
     if (opener.isEmpty())
         return kNoAssociation;
-    const int failure = startDetached(opener, {path});
-    if (failure == 0)
+    const Status started = startDetached(opener, {path});
+    if (started.ok())
         return kStarted;
-    return failure == ENOENT ? kFileNotFound : kAccessDenied;
+    return started.is(Failure::NotFound) ? kFileNotFound : kAccessDenied;
 }
 
 } // namespace platform

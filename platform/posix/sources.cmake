@@ -1,7 +1,6 @@
 target_sources(orvel_platform PRIVATE
   posix/commandLine.cpp posix/commandLine.h
   posix/detached.cpp posix/detached.h
-  posix/dosAttributes.cpp posix/dosAttributes.h
   posix/files.cpp
   posix/folders.cpp
   posix/library.cpp

@@ -42,18 +42,6 @@ int linkFlag(Folder::Links links) {
 
 } // namespace
 
-Folder::Folder(Folder &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-Folder &Folder::operator=(Folder &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
-
 void Folder::close() {
     if (m_handle != -1) {
         ::close(static_cast<int>(m_handle));
@@ -93,11 +81,6 @@ Status Folder::makeFolder(const std::string &name) const {
     if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0)
         return errnoStatus(errno, "cannot make the folder", pathOf(name));
     return {};
-}
-
-Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
-    FileInfo info;
-    return openFile(name, file, links, info);
 }
 
 Status Folder::openFile(const std::string &name, InputFile &file, Links links,

@@ -1,4 +1,4 @@
-#include "storage/posix/copyRange.h"
+#include "storage/posix/diskKind.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -10,8 +10,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <memory>
 #include <optional>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -28,12 +30,26 @@ constexpr std::size_t kCopyStep = 512U << 10;
 constexpr std::uint64_t kLongRange = 4U << 20;
 // A disk with less is full: no more than one piece of a large file.
 constexpr std::uint64_t kLittleRoom = 1U << 20;
+// Shared blocks are whole, of at most this size on the disks that can share.
+constexpr std::uint64_t kSharedBlock = 64U << 10;
 
 // A file that has no name until it is whole costs one entry of the folder instead of two, and is
 // gone by itself when the process dies. -1 where this system or this disk has no such files.
 int openNameless(int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
     return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
+}
+
+// Shares the whole blocks of a range of an open file with another one, from `target` on. Returns
+// how many bytes are shared: 0 if the disk cannot.
+std::uint64_t shareRange(int from, std::uint64_t offset, int to, std::uint64_t target,
+                         std::uint64_t size) {
+    struct file_clone_range range {};
+    range.src_fd = from;
+    range.src_offset = offset;
+    range.src_length = size - size % kSharedBlock;
+    range.dest_offset = target;
+    return range.src_length > 0 && ioctl(to, FICLONERANGE, &range) == 0 ? range.src_length : 0;
 }
 
 // What a failed write means. Some file servers have no word for a full disk.
@@ -81,10 +97,6 @@ Status NewFile::info(FileInfo &info) const {
     return {};
 }
 
-Status NewFile::write(const void *data, std::size_t size) {
-    return writeAt(m_size, data, size);
-}
-
 Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
@@ -129,7 +141,9 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     if (size >= 2 * kRangeStep)
         behind.emplace(target, m_size);
     const std::uint64_t start = m_size;
-    bool ranges = copiesElsewhere(target);
+    // A file server copies ranges by itself. A local file system does so page by page, which takes
+    // longer than to read and write large chunks.
+    bool ranges = !isOwnDevice(target);
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
         if (keepGoing && !keepGoing())
@@ -167,20 +181,6 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         size -= step;
         if (behind)
             behind->reached(m_size - start);
-    }
-    return {};
-}
-
-Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
-    got = 0;
-    while (got < size) {
-        const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
-                                size - got, static_cast<off_t>(offset + got));
-        if (n == 0)
-            break;
-        if (n < 0 && errno != EINTR)
-            return errnoStatus(errno, "cannot read back in", m_folder->path());
-        got += n > 0 ? static_cast<std::size_t>(n) : 0;
     }
     return {};
 }

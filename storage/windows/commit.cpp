@@ -63,8 +63,8 @@ bool isHeld(HANDLE folder, const std::string &name) {
     return errorOf(openAt(folder, name, access, file)) == ERROR_SHARING_VIOLATION;
 }
 
-// Clears read-only of a file that is to be replaced. True where that has changed it.
-bool makeWritable(HANDLE folder, const std::string &name) {
+// Sets or clears read-only of a file that is to be replaced. True if that has changed it.
+bool setReadOnly(HANDLE folder, const std::string &name, bool readOnly) {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
@@ -72,20 +72,8 @@ bool makeWritable(HANDLE folder, const std::string &name) {
     FILE_BASIC_INFO basic{};
     return openAt(folder, name, access, file) >= 0 &&
            GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic) &&
-           (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 &&
-           setOpenedAttributes(file.get(),
-                               basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) >= 0;
-}
-
-void makeReadOnly(HANDLE folder, const std::string &name) {
-    Access access;
-    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    Handle file;
-    FILE_BASIC_INFO basic{};
-    if (openAt(folder, name, access, file) >= 0 &&
-        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic))
-        setOpenedAttributes(file.get(), basic.FileAttributes | FILE_ATTRIBUTE_READONLY);
+           ((basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) != readOnly &&
+           setOpenedAttributes(file.get(), basic.FileAttributes ^ FILE_ATTRIBUTE_READONLY) >= 0;
 }
 
 } // namespace
@@ -131,7 +119,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         const Status failed(Failure::WrongKind, "cannot create " + path + ": a folder", path);
         return replaced != nullptr ? keep(name, failed) : failed;
     }
-    const bool madeWritable = isKept(status) && makeWritable(folder, name);
+    const bool madeWritable = isKept(status) && setReadOnly(folder, name, false);
     for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {
         Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
         // While its reader is waited for, another program may put its own file there.
@@ -142,7 +130,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     if (status >= 0)
         return {};
     if (madeWritable)
-        makeReadOnly(folder, name);
+        setReadOnly(folder, name, true);
     const Status failed = isKept(status) && isHeld(folder, name)
                               ? Status(Failure::Busy, path + " is in use by another program", path)
                               : errorStatus(errorOf(status), "cannot create", path);

@@ -75,18 +75,6 @@ DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
                                                                          : error;
 }
 
-Folder::Folder(Folder &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-Folder &Folder::operator=(Folder &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
-
 void Folder::close() {
     if (m_handle != -1)
         CloseHandle(handleOf(std::exchange(m_handle, -1)));
@@ -144,20 +132,15 @@ Status Folder::makeFolder(const std::string &name) const {
                       : Status();
 }
 
-Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
     file.close();
     file.m_path = pathOf(name);
     Handle opened;
     Status status =
-        openInputAt(handleOf(m_handle), name, file.m_path, links == Links::Follow, opened);
+        openInputAt(handleOf(m_handle), name, file.m_path, links == Links::Follow, opened, info);
     file.m_handle = numberOf(opened.release());
     return status;
-}
-
-Status Folder::openFile(const std::string &name, InputFile &file, Links links,
-                        FileInfo &info) const {
-    Status status = openFile(name, file, links);
-    return status.ok() ? file.info(info) : status;
 }
 
 Status Folder::info(const std::string &name, FileInfo &info, Links links) const {

@@ -21,7 +21,7 @@ Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &inf
 } // namespace
 
 Status openInputAt(HANDLE folder, const std::string &name, const std::string &shown,
-                   bool followLinks, Handle &file) {
+                   bool followLinks, Handle &file, FileInfo &info) {
     Access access;
     access.rights = kRead;
     access.options = FILE_NON_DIRECTORY_FILE | (followLinks ? 0U : FILE_OPEN_REPARSE_POINT);
@@ -29,7 +29,6 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
     const NTSTATUS status = openAt(folder, name, access, opened);
     if (status < 0)
         return errorStatus(errorOf(status), "cannot open", shown);
-    FileInfo info;
     if (Status checked = checkOrdinary(opened, shown, info); !checked.ok())
         return checked;
     if (!followLinks) {
@@ -37,7 +36,7 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
         FILE_ATTRIBUTE_TAG_INFO tag{};
         GetFileInformationByHandleEx(opened.get(), FileAttributeTagInfo, &tag, sizeof tag);
         if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
-            return openInputAt(folder, name, shown, true, file);
+            return openInputAt(folder, name, shown, true, file, info);
     }
     file = std::move(opened);
     return {};
@@ -63,25 +62,8 @@ DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t si
     return ERROR_SUCCESS;
 }
 
-InputFile::InputFile(InputFile &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-InputFile &InputFile::operator=(InputFile &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
-
 Status InputFile::open(const std::string &path, FileInfo &info) {
     return open(Location{path, {}}, info);
-}
-
-Status InputFile::open(const std::string &path) {
-    FileInfo info;
-    return open(path, info);
 }
 
 Status InputFile::open(const Location &place, FileInfo &info) {

@@ -47,10 +47,6 @@ Status NewFile::info(FileInfo &info) const {
                                   : Status();
 }
 
-Status NewFile::write(const void *data, std::size_t size) {
-    return writeAt(m_size, data, size);
-}
-
 Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
@@ -90,12 +86,6 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         offset += got;
         size -= got;
     }
-    return {};
-}
-
-Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
-    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got))
-        return errorStatus(error, "cannot read back in", m_folder->path());
     return {};
 }
 

@@ -105,7 +105,7 @@ bool isLink(DWORD attributes, DWORD tag);
 
 // Opens an ordinary file in a folder to be read.
 Status openInputAt(HANDLE folder, const std::string &name, const std::string &shown,
-                   bool followLinks, Handle &file);
+                   bool followLinks, Handle &file, FileInfo &info);
 // Reads at a position until `size` bytes are there or the file ends.
 DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t size,
                    std::size_t &got);

@@ -10,7 +10,7 @@ ReturnCode codeOf(platform::Failure kind, ReturnCode usual) {
         return ReturnCode::Done;
     case platform::Failure::Full:
         return ReturnCode::DiskFull;
-    case platform::Failure::NotArchive:
+    case platform::Failure::WrongFormat:
         return ReturnCode::SevereDamage;
     case platform::Failure::EndsEarly:
         return ReturnCode::EndsEarly;

@@ -34,7 +34,7 @@ ReturnCode codeOfEntry(const Status &status) {
     case Failure::EndsEarly:
         return ReturnCode::EndsEarly;
     case Failure::Damaged:
-    case Failure::NotArchive:
+    case Failure::WrongFormat:
         return ReturnCode::Damaged;
     case Failure::Unsupported:
         return ReturnCode::Unsupported;
@@ -51,7 +51,7 @@ ReturnCode codeOfArchive(const Status &status) {
     switch (status.kind) {
     case Failure::None:
         return ReturnCode::Done;
-    case Failure::NotArchive:
+    case Failure::WrongFormat:
     case Failure::Damaged:
     case Failure::Resources:
         return ReturnCode::SevereDamage;
