@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kStep = 128U << 10U;
 
-// The same for all ways of writing a path.
+// The same for all spellings of a path.
 std::uint64_t keyOf(QStringView path) {
     QVarLengthArray<char16_t, 256> text;
     bool ascii = true;
@@ -35,7 +35,7 @@ std::uint64_t keyOf(QStringView path) {
     }
     dropBlanks();
     const QStringView plain(text.constData(), text.size());
-    // Some disks take accented letters apart.
+    // Some disks decompose accented letters.
     return ascii ? qHash(plain)
                  : qHash(plain.toString().normalized(QString::NormalizationForm_C).toCaseFolded());
 }

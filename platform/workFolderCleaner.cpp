@@ -26,14 +26,10 @@ QString withoutTrailingBlanks(QString name) {
     return name;
 }
 
-QString withSlashes(QString path) {
-    return path.replace(u'\\', u'/');
-}
-
 // A folder's path as FolderCache takes it; nothing if it leads out of the work folder.
-std::optional<std::string> relativePath(const QString &folder) {
+std::optional<std::string> relativePath(QString folder) {
     QStringList components;
-    for (const QString &component : withSlashes(folder).split(u'/', Qt::SkipEmptyParts)) {
+    for (const QString &component : folder.replace(u'\\', u'/').split(u'/', Qt::SkipEmptyParts)) {
         if (component == u".")
             continue;
         if (!isUsableName(component))
@@ -41,22 +37,6 @@ std::optional<std::string> relativePath(const QString &folder) {
         components.append(component);
     }
     return components.join(u'/').toStdString();
-}
-
-// The path of a file or folder, split at its last separator.
-struct SplitName {
-    std::string folder;
-    QString name;
-};
-
-std::optional<SplitName> splitName(const QString &path) {
-    const QString text = withSlashes(path);
-    const qsizetype cut = text.lastIndexOf(u'/');
-    const QString name = text.sliced(cut + 1);
-    const auto folder = relativePath(text.first(std::max<qsizetype>(cut, 0)));
-    if (!folder || !isUsableName(name))
-        return {};
-    return SplitName{*folder, name};
 }
 
 Status notFound(const QString &name) {
@@ -135,15 +115,21 @@ struct WorkFolderCleaner::State {
         folders.emplace(std::move(root));
     }
 
-    // Takes a step on a file or folder, given the open folder that it is in.
+    // Calls `step` for a file or folder with the open folder that it is in.
     template<typename Step>
     bool onName(const QString &path, Step step) {
-        const auto parts = splitName(path);
+        const qsizetype cut = std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
+        const QString name = path.sliced(cut + 1);
+        const QStringView folder = QStringView(path).first(std::max<qsizetype>(cut, 0));
+        if (folder != lastFolder) { // files come folder by folder
+            lastFolder = folder.toString();
+            lastPath = relativePath(lastFolder);
+        }
         std::shared_ptr<const OpenFolder> opened;
-        return parts && folders->get(parts->folder, opened).ok() &&
+        return lastPath && isUsableName(name) && folders->get(*lastPath, opened).ok() &&
                folders
-                   ->tryNames(opened->folder, parts->folder, parts->name,
-                              [&](const std::string &name) { return step(opened->folder, name); })
+                   ->tryNames(opened->folder, *lastPath, name,
+                              [&](const std::string &tried) { return step(opened->folder, tried); })
                    .ok();
     }
 
@@ -160,6 +146,8 @@ struct WorkFolderCleaner::State {
 
     QString workFolder;
     std::optional<WorkFolders> folders;
+    QString lastFolder;
+    std::optional<std::string> lastPath = std::string(); // of lastFolder
     const PackedFiles *packed = nullptr;
     bool timesTell = false; // the disk's clock has not been set back since the save
     bool keepsInfo = false; // the system caches file information for a while

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view kStart = ".orvel-";
 constexpr std::string_view kEnd = ".part";
-// File systems take names of 255 bytes or letters; the number behind it needs some.
+// File systems allow names of 255 bytes or characters, including the suffix.
 constexpr std::size_t kLongName = 200;
 constexpr int kMostKept = 1000;
 
@@ -45,7 +45,7 @@ std::string temporaryName() {
     return reservedName(start + next++);
 }
 
-std::string claimName(std::string_view name) {
+std::string lockFileName(std::string_view name) {
     std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
     for (const char c : name) {
         const char folded = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -78,7 +78,7 @@ Status NewFile::keep(const std::string &name, const Status &failed) {
         (void)setAside(name);
     const std::string path = m_folder->pathOf(std::exchange(m_temporary, std::string()));
     discard();
-    // One that is about to go can still be listed.
+    // A file that is being deleted can still appear in a listing.
     InputFile there;
     const bool gone = m_folder->openFile(name, there).is(Failure::NotFound);
     return {failed.kind,

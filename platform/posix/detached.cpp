@@ -27,14 +27,14 @@ namespace platform {
 
 namespace {
 
-constexpr int kReport = 3; // where a program reports itself
+constexpr int kReport = 3; // the descriptor for a program's report
 constexpr const char *kReportVariable = "ORVEL_START_REPORT=";
-// A program that has not reported by then is at work on it; the user does not wait any longer.
+// A program without a report until then is running; the user does not wait any longer.
 constexpr int kPatienceMs = 5000;
 constexpr int kHighestClosed = 1 << 16;
 
-// All that the new process needs, made before there are two: in a copy of a process with threads
-// nothing may be allocated.
+// The data of the new process, prepared before the fork: a copy of a process with threads must not
+// allocate.
 struct Plan {
     std::vector<char *> arguments;
     std::vector<char *> variables;
@@ -44,7 +44,7 @@ struct Plan {
     int lastDescriptor = 0;
 };
 
-// A copy far from the numbers that the new process gives to its own files.
+// Duplicates a descriptor to a number that the new process does not use.
 Descriptor outOfTheWay(int descriptor) {
     return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 10));
 }
@@ -61,7 +61,7 @@ void closeAtExecution(int first, int last) {
 
 void resetSignals() {
     for (int number = 1; number < NSIG; ++number)
-        ::signal(number, SIG_DFL); // refused for the two that cannot be caught
+        ::signal(number, SIG_DFL); // fails for the two that cannot be caught
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -69,7 +69,7 @@ void resetSignals() {
 
 [[noreturn]] void giveUp(const Plan &plan) {
     const int reason = errno;
-    // Nobody is left to be told where this fails.
+    // A failure here cannot be reported.
     [[maybe_unused]] const ssize_t written = ::write(plan.report, &reason, sizeof reason);
     ::_exit(127);
 }
@@ -155,7 +155,8 @@ Status startDetached(const QByteArray &program, const QList<QByteArray> &argumen
     if (middle < 0)
         return failed(errno);
     if (middle == 0) {
-        // The process in the middle ends at once, so that the program is nobody's child here.
+        // The intermediate process ends at once, so that the program is not a child of this
+        // process.
         ::setsid();
         const pid_t child = ::fork();
         if (child == 0)

@@ -69,14 +69,14 @@ Status applyAttributes(const QByteArray &path, mode_t before, int value) {
     return changeMode(mode | S_IWUSR);
 }
 
-// The path of an entry of a folder.
+// The path of a folder's entry.
 QByteArray joined(const QByteArray &folder, const QByteArray &name) {
     if (folder.isEmpty())
         return name;
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }
 
-// A folder to search and what to search for in it.
+// A folder and the name or pattern to search for in it.
 struct Search {
     QByteArray folder; // as the system opens it
     QString name;
@@ -99,7 +99,7 @@ Status matchingNames(const QByteArray &folder, const QString &pattern, QList<QBy
     return {};
 }
 
-// Whether a directory search with that mask gives this file. A link counts as what it leads to.
+// Whether a directory search with that mask finds this file. A link counts as its target.
 bool isGiven(const QByteArray &path, int mask) {
     struct stat info = {};
     if (::stat(path.constData(), &info) != 0 ||
@@ -174,31 +174,6 @@ void removeFolder(const QString &path) {
         return;
     const bool missing = errno == ENOENT || errno == ENOTDIR;
     raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-void deleteFiles(const QString &pattern) {
-    const Search search = searchOf(pattern);
-    QList<QByteArray> paths;
-    if (NamePattern::isPattern(search.name)) {
-        static_cast<void>(matchingNames(search.folder, search.name, paths));
-        for (QByteArray &name : paths)
-            name = joined(search.folder, name);
-    } else if (!search.name.isEmpty()) {
-        paths.append(resolveChecked(pattern));
-    }
-    // A link that leads nowhere can be deleted, though no search gives it.
-    paths.removeIf([](const QByteArray &path) {
-        struct stat info = {};
-        const bool leadsNowhere = ::stat(path.constData(), &info) != 0 && isStored(path);
-        return !leadsNowhere && !isGiven(path, AttributeNormal);
-    });
-    if (paths.isEmpty())
-        raise(ErrorNumber::FileNotFound, pattern);
-    for (const QByteArray &path : paths) {
-        if (::unlink(path.constData()) != 0 && errno != ENOENT)
-            raise(errno == EBUSY ? ErrorNumber::PermissionDenied : ErrorNumber::PathFileAccess,
-                  nameText(path));
-    }
 }
 
 int attributes(const QString &path) {

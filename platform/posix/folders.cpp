@@ -12,7 +12,8 @@ namespace platform {
 
 namespace {
 
-// The mode counts too: root is let in everywhere, but who took the write bits away meant it.
+// The mode counts too: root may write everywhere, but a folder without write permission bits is
+// protected on purpose.
 bool canBeWritten(const QByteArray &folder) {
     struct stat info = {};
     return ::stat(folder.constData(), &info) == 0 &&
@@ -26,7 +27,7 @@ QString programFolder() {
     auto folder = QByteArray::fromStdString(executableFolder());
     if (isSystemFolder(folder.toStdString()) || !canBeWritten(folder)) {
         folder = QByteArray::fromStdString(userDataFolder());
-        // The program makes one folder level at a time, and needs this one to be there.
+        // The program creates one folder level at a time, and requires this one to exist.
         static_cast<void>(makeFolders(folder.toStdString(), Permissions::Private));
     }
     return fromNarrow(folder);
@@ -34,8 +35,8 @@ QString programFolder() {
 
 QString windowsFolder(int limit) {
     const auto executable = QByteArray::fromStdString(executableFolder());
-    for (const char *place : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
-        const QByteArray folder = executable + place;
+    for (const char *location : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
+        const QByteArray folder = executable + location;
         if (!isExecutableFile((folder + "/NOTEPAD.EXE").toStdString()))
             continue;
         QString path = fromNarrow(realPath(folder));

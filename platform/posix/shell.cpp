@@ -14,13 +14,13 @@ namespace platform {
 
 namespace {
 
-// What ShellExecuteA returns.
+// Results of ShellExecuteA.
 constexpr int kStarted = 42;
 constexpr int kFileNotFound = 2;
 constexpr int kAccessDenied = 5;
 constexpr int kNoAssociation = 31;
 
-// The text editor's launcher looks for an editor first, and says itself how that went.
+// The text editor's launcher searches for an editor first and reports the result itself.
 bool isLauncher(const QByteArray &program) {
     const QString folder = windowsFolder(std::numeric_limits<int>::max());
     return !folder.isEmpty() && realPath(program) == toNarrow(folder) + "/NOTEPAD.EXE";
@@ -57,7 +57,7 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString & /*pa
                        verb.compare(u"Explore", Qt::CaseInsensitive) == 0;
     if (!known)
         return kNoAssociation;
-    // A path that leads nowhere would make the desktop show an error of its own.
+    // For a missing path the desktop would show an error of its own.
     if (file.isEmpty() || file.contains(QChar(u'\0')))
         return kFileNotFound;
     const QByteArray path = realPath(resolve(file));

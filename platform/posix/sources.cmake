@@ -9,8 +9,8 @@ target_sources(orvel_platform PRIVATE
   posix/paths.cpp posix/paths.h
   posix/shell.cpp)
 
-# Where the package's data and private libraries lie, seen from its programs: an installation can
-# be moved as a whole.
+# The package's data and private libraries relative to its programs, so that an installation can be
+# moved as a whole.
 file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)
 file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel/modules)
 set_property(SOURCE posix/folders.cpp APPEND PROPERTY
@@ -18,6 +18,6 @@ set_property(SOURCE posix/folders.cpp APPEND PROPERTY
 set_property(SOURCE posix/library.cpp APPEND PROPERTY
   COMPILE_DEFINITIONS ORVEL_LIBRARIES_FROM_BIN="${libraries}")
 
-# The Windows folder of the build tree lies beside the programs.
+# In the build tree the Windows folder is beside the programs.
 configure_file(posix/windows/NOTEPAD.EXE
   ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/windows/NOTEPAD.EXE COPYONLY)

@@ -21,8 +21,8 @@ namespace platform::hive {
 
 namespace {
 
-// A file system may keep times in steps of up to two seconds. A file that changed so shortly before
-// it was read may change again without its times showing it.
+// A file system's times may have a resolution of up to two seconds. A file that changed within that
+// time before it was read may change again without a difference in its times.
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kCoarsestTime = 2 * kSecond;
 

@@ -119,7 +119,7 @@ void copyAttributes(int from, int to) {
         value.resize(static_cast<std::size_t>(wanted));
         const ssize_t got = fgetxattr(from, name, value.data(), value.size());
         if (got >= 0 && fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0)
-            continue; // not ours to give, such as a security label
+            continue; // may not be set, such as a security label
     }
 }
 

@@ -11,10 +11,10 @@ std::string pathThrough(int descriptor);
 
 FileInfo fileInfo(const struct stat &st);
 
-// Has the system ask the disk anew for what it knows of a name. `flags` are those of fstatat.
+// Makes the system refresh its cached information on a name. `flags` are those of fstatat.
 void refreshInfo(int folder, const char *name, int flags);
 
-// Opens an ordinary file below a folder's descriptor; `shown` is its path for messages.
+// Opens an ordinary file in a folder; `shown` is its path for messages.
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
                    int &descriptor, FileInfo &info);
 

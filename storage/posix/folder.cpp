@@ -62,8 +62,8 @@ Status Folder::open(const std::string &path) {
     return isOpen() ? Status() : errnoStatus(errno, "cannot open the folder", path);
 }
 
-Status Folder::open(const Location &place) {
-    return open(place.path());
+Status Folder::open(const Location &location) {
+    return open(location.path());
 }
 
 Status Folder::openFolder(const std::string &name, Folder &folder) const {
@@ -113,7 +113,7 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
-    // A handle of its own: the position in the folder is shared between duplicates.
+    // A separate handle, because duplicates share the position in the folder.
     const int descriptor =
         openat(static_cast<int>(m_handle), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)

@@ -21,8 +21,8 @@ Status InputFile::open(const std::string &path, FileInfo &info) {
     return status;
 }
 
-Status InputFile::open(const Location &place, FileInfo &info) {
-    return open(place.path(), info);
+Status InputFile::open(const Location &location, FileInfo &info) {
+    return open(location.path(), info);
 }
 
 void InputFile::close() {

@@ -22,7 +22,7 @@ struct Free {
     void operator()(char *text) const { std::free(text); }
 };
 
-// The folder and the name of a path; the folder of a bare name is ".".
+// Splits a path into folder and name; the folder of a bare name is ".".
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');
     const bool bare = slash == std::string::npos;

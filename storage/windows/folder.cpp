@@ -18,8 +18,6 @@ FileInfo::Kind kindOf(DWORD attributes, DWORD tag) {
                                                         : FileInfo::Kind::File;
 }
 
-} // namespace
-
 NTSTATUS deleteAt(HANDLE folder, const std::string &name, ULONG kind) {
     Access access;
     access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
@@ -44,36 +42,7 @@ NTSTATUS openFolderAt(HANDLE folder, const std::string &name, Handle &opened) {
     return status;
 }
 
-DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
-    // A handle of its own: the position in the folder is shared between duplicates.
-    Access access;
-    access.rights = FILE_LIST_DIRECTORY;
-    access.options = FILE_DIRECTORY_FILE;
-    Handle own;
-    const NTSTATUS status = openAt(folder, "", access, own);
-    if (status < 0)
-        return errorOf(status);
-    const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
-    while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
-                                        kListBuffer)) {
-        const std::byte *at = buffer.get();
-        while (true) {
-            const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
-            const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
-            if (name != L"." && name != L"..") {
-                // What a link leads to is told in place of the extended attributes' size.
-                visit(utf8FromWide(name), item->FileAttributes,
-                      kindOf(item->FileAttributes, item->EaSize));
-            }
-            if (item->NextEntryOffset == 0)
-                break;
-            at += item->NextEntryOffset;
-        }
-    }
-    const DWORD error = GetLastError();
-    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS}
-                                                                         : error;
-}
+} // namespace
 
 void Folder::close() {
     if (m_handle != -1)
@@ -86,16 +55,16 @@ std::string Folder::pathOf(const std::string &name) const {
     return m_path + "\\" + name;
 }
 
-// Other programs may rename or delete the folder meanwhile; what is done in it follows it.
+// Other programs may rename or delete the open folder.
 Status Folder::open(const std::string &path) {
     return open(Location{path, {}});
 }
 
-Status Folder::open(const Location &place) {
+Status Folder::open(const Location &location) {
     close();
-    const std::string path = shownPath(place);
+    const std::string path = shownPath(location);
     m_path = path;
-    const std::wstring whole = longPath(place);
+    const std::wstring whole = longPath(location);
     Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -154,7 +123,7 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
 }
 
 bool Folder::keepsInfo() const {
-    return false; // every look opens the file
+    return false; // each query opens the file
 }
 
 Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
@@ -163,11 +132,34 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
-    const DWORD error = listOpened(
-        handleOf(m_handle), [&](const std::string &name, DWORD attributes, FileInfo::Kind kind) {
-            items.push_back({name, kind, dosBits(attributes)});
-        });
-    return error != ERROR_SUCCESS ? errorStatus(error, "cannot list the folder", m_path) : Status();
+    // A separate handle, because duplicates share the position in the folder.
+    Access access;
+    access.rights = FILE_LIST_DIRECTORY;
+    access.options = FILE_DIRECTORY_FILE;
+    Handle own;
+    const NTSTATUS status = openAt(handleOf(m_handle), "", access, own);
+    if (status < 0)
+        return errorStatus(errorOf(status), "cannot list the folder", m_path);
+    const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
+    while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
+                                        kListBuffer)) {
+        const std::byte *at = buffer.get();
+        while (true) {
+            const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
+            const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
+            // The field for the size of extended attributes holds the reparse tag of a link.
+            if (name != L"." && name != L"..")
+                items.push_back({utf8FromWide(name), kindOf(item->FileAttributes, item->EaSize),
+                                 dosBits(item->FileAttributes)});
+            if (item->NextEntryOffset == 0)
+                break;
+            at += item->NextEntryOffset;
+        }
+    }
+    const DWORD error = GetLastError();
+    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND
+               ? Status()
+               : errorStatus(error, "cannot list the folder", m_path);
 }
 
 Status Folder::removeFile(const std::string &name) const {
@@ -181,8 +173,8 @@ Status Folder::removeFolder(const std::string &name) const {
                       : Status();
 }
 
-// By one handle, which lets nobody write meanwhile: the times of a file that is being written to
-// may be those of before.
+// One handle that denies write access to others: a file that is open for writing may still have its
+// old times.
 Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
                             const RemoveCheck &mayRemove) const {
     Access access;
@@ -238,7 +230,7 @@ Status Folder::sync() const {
     access.rights = FILE_ADD_FILE;
     access.options = FILE_DIRECTORY_FILE;
     Handle folder;
-    // Disks that cannot be asked for this write names through by themselves.
+    // Disks that do not support it write names through by themselves.
     if (openAt(handleOf(m_handle), "", access, folder) >= 0)
         FlushFileBuffers(folder.get());
     return {};
@@ -248,7 +240,7 @@ void Folder::removeStaleTemporaries() const {
     std::vector<FolderItem> items;
     if (!list(items).ok())
         return;
-    // Those that are being written are held without the right to delete them.
+    // Temporaries in use are open without delete sharing.
     for (const FolderItem &item : items)
         if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name))
             (void)removeFile(item.name);
