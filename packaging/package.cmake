@@ -17,8 +17,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${ORVEL_SITE})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# xdg-utils opens folders; qt6-wayland gives sharp windows at each scale on Wayland.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, qt6-wayland")
+# xdg-utils and gio (libglib2.0-bin) open folders and texts; qt6-wayland gives sharp windows at each
+# scale on Wayland.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xdg-utils, libglib2.0-bin, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS wine)
 # The zip libraries are private; other packages do not link to them.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS OFF)

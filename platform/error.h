@@ -23,15 +23,15 @@ enum class ErrorNumber : int {
     EntryPointNotFound = 453,
 };
 
-// A runtime error: passes up through every caller that does not catch it.
+// A runtime error.
 class RuntimeError : public std::exception {
   public:
     RuntimeError(ErrorNumber number, const QString &description, const QString &source = {});
 
     ErrorNumber number() const { return m_number; }
-    // What went wrong, as shown to the user.
+    // The text for the user.
     const QString &description() const { return m_description; }
-    // Who raised it; empty where nobody asked.
+    // The component that raised it; may be empty.
     const QString &source() const { return m_source; }
     const char *what() const noexcept override { return m_what.c_str(); }
 
@@ -45,7 +45,7 @@ class RuntimeError : public std::exception {
 // The usual text for a number ("Subscript out of range" for 9).
 QString describe(ErrorNumber number);
 
-// Raises the error with its usual text, followed by what it is about ("File not found: vl2uzip").
+// Raises the error with its usual text and a subject ("File not found: vl2uzip").
 [[noreturn]] void raise(ErrorNumber number, const QString &subject = {});
 
 } // namespace platform

@@ -26,8 +26,8 @@ std::optional<ChosenFile> OpenFileDialog::show(QWidget *owner, const QString &ti
     if (prompts().openFile)
         return prompts().openFile(title, filter);
 
-    // Windows' own dialog makes the folder of the chosen file the current one, which keeps that
-    // folder from being removed.
+    // The native dialog of Windows makes the folder of the chosen file the current one, which would
+    // prevent the removal of that folder.
     const auto giveBack =
         qScopeGuard([current = QDir::currentPath()] { QDir::setCurrent(current); });
     QFileDialog dialog(owner, title);

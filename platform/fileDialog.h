@@ -5,7 +5,7 @@
 
 class QFileDialog;
 
-// What an open-file dialog needs of the system, behind platform::OpenFileDialog.
+// The system-specific part of platform::OpenFileDialog.
 namespace platform {
 
 // One "Text | *.EXE;*.COM" pair of a filter string, without the blanks around its parts.
@@ -15,7 +15,7 @@ struct FileFilter {
 };
 QList<FileFilter> parseFileFilters(const QString &filter);
 
-// Makes the dialog offer the files of these filters, the first one at the beginning.
+// Sets the dialog's filters and selects the first one.
 void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters);
 
 } // namespace platform

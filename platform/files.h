@@ -3,13 +3,15 @@
 #include <QString>
 #include <QStringList>
 
-// Files and folders by path. Paths come in the program's form: "\" and, on POSIX, "/" separate;
-// doubled separators and blanks at the end are harmless; on POSIX `X:\` leads through the Wine
-// prefix's drives and a component that does not exist as written is looked up without regard to
-// case. A name that starts with a dot is an ordinary file.
+#include <string>
+
+// Files and folders by path. Paths are in the program's form: "\" and, on POSIX, "/" are
+// separators; repeated separators and trailing blanks are ignored; on POSIX `X:\` refers to the
+// Wine prefix's drives, and a component that does not exist is searched case-insensitively. A name
+// that starts with a dot is an ordinary file.
 namespace platform {
 
-// Attribute bits of a file, as DOS numbers them.
+// The attribute bits of DOS.
 enum Attribute : int {
     AttributeNormal = 0,
     AttributeReadOnly = 1,
@@ -19,60 +21,59 @@ enum Attribute : int {
     AttributeArchive = 32,
 };
 
-// The path as the system itself writes it: what a library, a process or Qt is given. A component
-// that does not exist keeps the text that it came with.
+// The path in the system's form, for libraries, processes and Qt. A component that does not exist
+// stays as it is.
 QString nativePath(const QString &path);
 
-// How much of a path names no file but where files are: its drive, or the machine and its share.
+// The same in UTF-8, the form of storage/'s paths. Raises 52 if the path contains a NUL and 68 if
+// its drive does not exist.
+std::string storagePath(const QString &path);
+
+// The length of a path's root: its drive, or server and share.
 qsizetype rootLength(const QString &path);
 
-// The first name that matches a path whose last component may hold wildcards (* and ?), or "".
-// Read-only and archive files always match; hidden, system and directory entries only where `mask`
-// holds their bit. Raises 52, 68 or 76 for a path that cannot be searched.
+// The first name that matches a path whose last component may contain wildcards (* and ?), or "".
+// Read-only and archive files always match; hidden, system and directory entries only if `mask`
+// contains their bit. Raises 52, 68 or 76 for a path that cannot be searched.
 QString findFirst(const QString &pattern, int mask);
 
-// The name under which the file system stores the last component of a path (a file or a folder,
-// hidden and system ones too), or "" where there is none. Raises nothing.
+// The stored name of the last component of a path (a file or a folder, also a hidden or system
+// one), or "" if there is none. Raises nothing.
 QString storedName(const QString &path);
 
 // The names of the files in a folder that match a pattern, without hidden and system ones, sorted
-// by name without regard to case. Raises 76 where the folder cannot be read.
+// case-insensitively. Raises 76 if the folder cannot be read.
 QStringList listFiles(const QString &folder, const QString &pattern);
 
-// Makes one folder. Raises 75 where it exists or may not be made, 76 where the parent is missing.
+// Makes one folder. Raises 75 if it exists or cannot be made, 76 if the parent is missing.
 void makeFolder(const QString &path);
 
-// Removes one empty folder. Raises 75 where it is not empty or may not be removed, 76 where it is
-// missing.
+// Removes one empty folder. Raises 75 if it is not empty or cannot be removed, 76 if it is missing.
 void removeFolder(const QString &path);
 
-// Deletes the file, or every file that matches the pattern in the last component; folders, hidden
-// and system files never match. Raises 53 where nothing matches, 70 or 75 at the first that cannot
-// be deleted.
-void deleteFiles(const QString &pattern);
-
-// Attribute bits of a file or folder. Raises 53 where it is missing.
+// Attribute bits of a file or folder. Raises 53 if it is missing.
 int attributes(const QString &path);
 
-// Sets read-only, hidden, system and archive to exactly `value`. Raises 53 where the file is
-// missing, 75 where it may not be changed.
+// Sets read-only, hidden, system and archive to exactly `value`. Raises 53 if the file is missing,
+// 75 if it cannot be changed.
 void setAttributes(const QString &path, int value);
 
-// Copies a file, replacing one that is there. Raises 53, 70, 75 or 76.
+// Copies a file with its time, attributes and mode, replacing the target as a whole; a link is
+// written through. A copy that fails leaves the target as it was. Raises 53, 70, 75 or 76.
 void copyFile(const QString &source, const QString &target);
 
-// From now on a write beyond the size that the system allows for a file fails, as one on a full
-// disk does, and does not end the program. For programs, once.
+// From now on a write beyond the process's file size limit fails, as on a full disk, instead of
+// ending the program. To be called once by each program.
 void surviveLargeWrites();
 
-// The program's own folder, without a trailing separator except at a root. On POSIX: the folder of
-// the executable where that can be written and is none of the system's, else orvel in the user's
+// The program's own folder, without a trailing separator except at a root. On POSIX: the
+// executable's folder if it is writable and does not belong to the system, else orvel in the user's
 // data folder.
 QString programFolder();
 
-// The system's Windows folder without a trailing separator, or "" where there is none or its path
-// is longer than `limit` characters. On POSIX: the folder that ships with the program and holds the
-// text editor's launcher.
+// The system's Windows folder without a trailing separator, or "" if there is none or its path is
+// longer than `limit` characters. On POSIX: the program's folder that contains the text editor's
+// launcher.
 QString windowsFolder(int limit);
 
 } // namespace platform

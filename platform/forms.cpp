@@ -18,7 +18,7 @@ namespace {
 constexpr int kHourglass = 11;
 constexpr int kRepaintInterval = 25; // ms
 
-// What a person does to a window.
+// Whether an event is user input.
 constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::MouseButtonRelease,
                                    QEvent::MouseButtonDblClick,
@@ -38,7 +38,7 @@ constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::Drop,
                                    QEvent::Close};
 
-// Swallows it in all windows of the program.
+// Discards user input in all windows of the program.
 class InputFilter : public QObject {
   public:
     bool eventFilter(QObject *, QEvent *event) override {
@@ -111,7 +111,7 @@ void fitCaptions(QWidget *window) {
         const QSize text = QFontMetrics(font).size(Qt::TextShowMnemonic, button->text());
         return text.width() + 2 * kMargin <= room;
     };
-    // All of them alike: one narrow caption among wide ones looks like a mistake.
+    // All buttons alike: one narrow caption among wide ones looks like an error.
     QFont font = window->font();
     int stretch = 100;
     for (const QPushButton *button : buttons) {
@@ -134,7 +134,7 @@ void centreOnScreen(QWidget *window) {
                      .topLeft());
 }
 
-// A disabled widget shows no pointer of its own, so the hourglass is the whole program's.
+// A disabled widget shows no cursor of its own, so the hourglass is set for the application.
 void setMousePointer(QWidget *, int value) {
     const bool shown = QGuiApplication::overrideCursor() != nullptr;
     if (value == kHourglass && !shown)
@@ -154,9 +154,9 @@ void repaintPending() {
 void discardInput() {
     withoutInput([] {
         QGuiApplication::sync();
-        QCoreApplication::sendPostedEvents(); // what the last events have queued
+        QCoreApplication::sendPostedEvents(); // queued by the last events
     });
-    // What these have queued in turn is not sent at once.
+    // Events that these queue are not sent at once.
     for (const QEvent::Type type : kInput)
         QCoreApplication::removePostedEvents(nullptr, type);
 }

@@ -8,7 +8,7 @@
 
 class QWidget;
 
-// Windows, boxes and dialogs, in the terms in which the program speaks of them.
+// Windows, message boxes and dialogs.
 namespace platform {
 
 // 15 twips are one pixel at 96 dots an inch.
@@ -34,47 +34,47 @@ struct ChosenFile {
     QString name; // without its folder
 };
 
-// An open-file dialog that keeps what it held between uses. The filter is "Text | *.EXE" pairs; on
+// An open-file dialog that starts with the file chosen last. The filter is "Text | *.EXE" pairs; on
 // POSIX the pattern *.EXE shows executable files too.
 class OpenFileDialog {
   public:
-    // Empty where the user cancels.
+    // Empty if the user cancels.
     std::optional<ChosenFile> show(QWidget *owner, const QString &title, const QString &filter);
 
   private:
     QString m_path; // the file chosen last, "" at first
 };
 
-// What a test answers in place of the user. Unset: the real box or dialog is shown.
+// A test's answers in place of the user's. Unset: the real box or dialog is shown.
 struct Prompts {
     std::function<int(const QString &text, int style, const QString &title)> messageBox;
     std::function<std::optional<ChosenFile>(const QString &title, const QString &filter)> openFile;
 };
 Prompts &prompts();
 
-// Sets the font that the windows are laid out for: the desktop's own family at 8.25 points, 11
-// pixels at 96 dots an inch.
+// Sets the font of the windows' layout: the desktop's own family at 8.25 points, 11 pixels at 96
+// dots an inch.
 void setLayoutFont(QWidget *window);
 
-// Makes the letters of a window's buttons narrower where a caption is too wide for its button.
+// Condenses the font of a window's buttons if a caption is too wide for its button.
 void fitCaptions(QWidget *window);
 
-// Puts a window in the middle of its screen.
+// Centres a window on its screen.
 void centreOnScreen(QWidget *window);
 
-// Pointer value 11 is the hourglass, 0 the default. Shown over disabled windows, too.
+// Pointer value 11 is the hourglass, 0 the default. Also works over disabled windows.
 void setMousePointer(QWidget *window, int value);
 
-// Removes the last two entries of a window's system menu (the separator and Close), which takes
-// the close button with them.
+// Removes the last two entries of a window's system menu (the separator and Close), and so the
+// close button.
 void trimSystemMenu(QWidget *window);
 
-// Paints what is waiting to be painted, at most every 25 ms; input that arrived meanwhile is
-// thrown away, as a disabled window does. To be called often from a long operation.
+// Repaints pending areas, at most every 25 ms, and discards user input, as a disabled window does.
+// To be called often during a long operation.
 void repaintPending();
 
-// Throws away all input that has arrived so far, and paints. To be called before a window that was
-// busy takes input again, so that nothing typed or clicked meanwhile happens afterwards.
+// Discards all pending user input, and repaints. To be called before a busy window accepts input
+// again, so that earlier keys and clicks have no effect.
 void discardInput();
 
 } // namespace platform

@@ -18,7 +18,7 @@ bool NamePattern::matches(const QString &given) const {
     if (m_pattern.endsWith(u'.') && name.contains(u'.'))
         return false;
     // reached[i]: the pattern so far matches the first i characters. One row for each pattern
-    // character keeps the cost at their product, whatever the pattern.
+    // character limits the cost to the product of both lengths.
     const auto size = static_cast<std::size_t>(name.size());
     std::vector<bool> reached(size + 1);
     reached[0] = true;
@@ -36,7 +36,7 @@ bool NamePattern::matches(const QString &given) const {
                 continue;
             if (!atEnd && (wanted == u'?' || wanted == character))
                 next[i + 1] = true;
-            // A dot before wildcards, or at the end of the pattern, need not be in the name.
+            // A dot before wildcards, or at the end of the pattern, is optional in the name.
             const bool optionalDot =
                 wanted == u'.' &&
                 (p + 1 == m_pattern.size() || m_pattern[p + 1] == u'*' || m_pattern[p + 1] == u'?');

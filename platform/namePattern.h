@@ -4,9 +4,9 @@
 
 namespace platform {
 
-// A pattern with * and ? as the directory search of DOS understands it: letter case does not
-// matter, "*.*" matches every name, a "?" at the end of a name or before its dot may match nothing,
-// and a pattern that ends in a dot matches names without one.
+// A pattern with * and ? in the manner of DOS: case-insensitive, "*.*" matches every name, a "?" at
+// the end of a name or before its dot may match nothing, and a pattern that ends in a dot matches
+// names without one.
 class NamePattern {
   public:
     explicit NamePattern(const QString &pattern);

@@ -9,16 +9,16 @@
 
 namespace platform {
 
-// Text in the system's narrow code page (UTF-8 on POSIX, the ANSI code page on Windows): the form
-// in which it crosses to the companion libraries and the registry.
+// Text in the system's narrow code page (UTF-8 on POSIX, the ANSI code page on Windows), the
+// encoding of the companion libraries' and the registry's interfaces.
 QByteArray toNarrow(const QString &text);
 QString fromNarrow(QByteArrayView bytes);
 
-// The same path in letters that the narrow code page has, where it lacks some and the system knows
-// the file by a second name; every other text as it is.
+// The path with short names if the narrow code page lacks some of its characters and the system has
+// short names; else the path itself.
 QString narrowPath(const QString &path);
 
-// What the program was started with, behind its own name; nothing where that is no text.
+// The program's arguments without its own name; nothing if they are no valid text.
 std::optional<QStringList> argumentsOf(int argc, char **argv);
 
 } // namespace platform

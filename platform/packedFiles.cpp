@@ -1,8 +1,5 @@
 #include "platform/packedFiles.h"
 
-#include "platform/files.h"
-#include "platform/narrow.h"
-
 #include <QVarLengthArray>
 
 #include <libdeflate.h>
@@ -17,7 +14,7 @@ namespace {
 
 constexpr std::size_t kStep = 128U << 10U;
 
-// The same for all ways of writing a path.
+// The same for all spellings of a path.
 std::uint64_t keyOf(QStringView path) {
     QVarLengthArray<char16_t, 256> text;
     bool ascii = true;
@@ -38,7 +35,7 @@ std::uint64_t keyOf(QStringView path) {
     }
     dropBlanks();
     const QStringView plain(text.constData(), text.size());
-    // Some disks take accented letters apart.
+    // Some disks decompose accented letters.
     return ascii ? qHash(plain)
                  : qHash(plain.toString().normalized(QString::NormalizationForm_C).toCaseFolded());
 }
@@ -52,17 +49,20 @@ struct Content {
     std::uint32_t crc = 0;
 };
 
-std::optional<Content> contentOf(const PackedFiles::Read &read) {
+std::optional<Content> contentOf(const OpenInput &open) {
+    InputFile file;
+    if (!open(file).ok())
+        return {};
     std::vector<char> bytes(kStep);
     Content content;
     for (;;) {
-        const std::int64_t got = read(bytes.data(), bytes.size(), content.size);
-        if (got < 0)
+        std::size_t got = 0;
+        if (!file.readAt(content.size, bytes.data(), bytes.size(), got).ok())
             return {};
         if (got == 0)
             return content;
-        content.crc = libdeflate_crc32(content.crc, bytes.data(), static_cast<std::size_t>(got));
-        content.size += static_cast<std::uint64_t>(got);
+        content.crc = libdeflate_crc32(content.crc, bytes.data(), got);
+        content.size += got;
     }
 }
 
@@ -77,15 +77,13 @@ void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc,
     m_began = std::max(m_began, began);
 }
 
-bool PackedFiles::isClockRunning(const QString &workFolder) const {
-    Folder folder;
+bool PackedFiles::isClockRunning(const Folder &workFolder) const {
     FileInfo now;
-    return folder.open(toNarrow(narrowPath(nativePath(workFolder))).toStdString()).ok() &&
-           folder.newFileInfo(now).ok() && now.changed >= m_began;
+    return workFolder.newFileInfo(now).ok() && now.changed >= m_began;
 }
 
 bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
-                       const Read &read) const {
+                       const OpenInput &open) const {
     const std::uint64_t first = keyOf(path);
     const std::uint64_t version = versionOf(now);
     bool sameSize = false;
@@ -97,7 +95,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
             return true;
         sameSize = true;
     }
-    const std::optional<Content> content = sameSize ? contentOf(read) : std::nullopt;
+    const std::optional<Content> content = sameSize ? contentOf(open) : std::nullopt;
     known = m_files.constFind(first);
     for (std::uint64_t key = first; content && known != m_files.cend();
          known = m_files.constFind(++key))

@@ -8,31 +8,28 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 
 namespace platform {
 
-// The files that a save has put into an archive, each in the version that is in it, for whoever
-// deletes them afterwards. Takes some 40 bytes a file.
+// The files that a save has written to an archive, and which version of each. The clean-up deletes
+// only these. Needs some 40 bytes a file.
 class PackedFiles {
   public:
-    // `path` is relative to the work folder. `seen` is the file as it was read, `crc` the CRC-32 of
-    // its bytes, `began` the time by its disk's clock before it was read (INT64_MIN: not known).
-    // With a size of `anySize`, files of every size are compared by their bytes.
+    // `path` is relative to the work folder. `seen` is the file's information at the time of
+    // reading, `crc` the CRC-32 of its content, `began` the time by its disk's clock before it was
+    // read (INT64_MIN: unknown). With the size kAnySize, files of any size are compared by content.
     static constexpr std::uint64_t kAnySize = UINT64_MAX;
     void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began);
 
-    // Whether the disk's clock has not been set back since the files were read: from then on the
-    // stamp of a later change may be one that was given before.
-    bool isClockRunning(const QString &workFolder) const;
+    // Whether the disk's clock has not been set back since the files were read. If it has, a later
+    // change may get an earlier time stamp.
+    bool isClockRunning(const Folder &workFolder) const;
 
-    // Reads bytes of a file from an offset on; 0 at its end, less than 0 where it fails.
-    using Read = std::function<std::int64_t(void *data, std::size_t size, std::uint64_t offset)>;
-    // Whether the archive holds what lies at this path, which is known to be `now`. The file's
-    // identity, size and times prove it where every change shows in them and `timesTell`. Else, and
-    // where they differ, its bytes do, if there are as many: `read` then reads the file. Letter
-    // case, separators and blanks at the ends of names make no difference to a path.
-    bool hold(QStringView path, const FileInfo &now, bool timesTell, const Read &read) const;
+    // Whether the archive holds the current version of a file, whose information is `now`.
+    // Identity, size and times prove it if every change shows in them and `timesTell`. Otherwise,
+    // or if they differ, files of the same size are compared by content, through `open`. Letter
+    // case, separators and trailing blanks of names are ignored in paths.
+    bool hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open) const;
 
   private:
     struct Packed {
@@ -41,8 +38,8 @@ class PackedFiles {
         std::uint32_t crc = 0;
         bool timesTell = false;
     };
-    // By the hash of the path. Paths that are alike, such as those that differ in case only, take
-    // the next free numbers.
+    // By the hash of the path. Equivalent paths, such as those that differ in case only, use the
+    // next free numbers.
     QHash<std::uint64_t, Packed> m_files;
     std::int64_t m_began = INT64_MIN;
 };

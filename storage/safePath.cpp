@@ -20,8 +20,8 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
                                                   [](char a, char b) { return lower(a) == b; });
 }
 
-// What every system can store, and a path that still leaves room for the folder that it is put in:
-// a file that can be written but not opened by its whole path could be neither saved nor deleted.
+// Limits that every system supports, and that leave room for the path of the folder: a file that
+// can be written but not opened by its whole path could be neither saved nor deleted.
 constexpr std::size_t kLongestComponent = 255;
 constexpr std::size_t kLongestPath = 3000;
 
@@ -56,7 +56,7 @@ bool isDeviceName(std::string_view component) {
     if (!equalsIgnoringCase(start, "com") && !equalsIgnoringCase(start, "lpt"))
         return false;
     const std::string_view number = stem.substr(std::min<std::size_t>(3, stem.size()));
-    // Superscript one, two and three count as digits there.
+    // Windows treats superscript one, two and three as digits.
     return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "\xC2\xB9" ||
            number == "\xC2\xB2" || number == "\xC2\xB3";
 }

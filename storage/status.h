@@ -5,34 +5,34 @@
 
 namespace platform {
 
-// Why something could not be done.
+// Kinds of errors.
 enum class Failure {
     None,
     NotFound,    // no such file or folder
-    Exists,      // the name is taken
-    WrongKind,   // a folder, a link or a device stands where a file should, or the reverse
+    Exists,      // a file or folder of that name exists
+    WrongKind,   // a folder, a link or a device instead of a file, or the reverse
     Denied,      // the system does not permit it
-    Full,        // no room on the disk, or the quota is used up
-    NameTooLong, // the file system takes no such name
-    Busy,        // another program holds it
-    Resources,   // no memory, threads or file handles to be had just now
-    Io,          // the device failed, or anything else that the system reports
-    NotArchive,  // not a zip archive
-    EndsEarly,   // the archive lacks its end
-    Damaged,     // the archive contradicts itself
-    Unsupported, // a method or encryption that is not handled
-    Password,    // the password is wrong or missing
-    Unsafe,      // a name that may not be written
-    Cancelled,   // the caller wanted it to end
+    Full,        // no space on the disk, or the quota is exhausted
+    NameTooLong, // the file system does not support such a name
+    Busy,        // in use by another program
+    Resources,   // memory, threads or file handles are exhausted
+    Io,          // the device failed, or any other error of the system
+    WrongFormat, // the content is of another format
+    EndsEarly,   // the content ends early
+    Damaged,     // the content contradicts itself
+    Unsupported, // the content needs a feature that is not supported
+    Password,    // a password is wrong or missing
+    Unsafe,      // a name that may lead outside of a folder
+    Cancelled,   // by the caller
     CannotOpen,  // a file cannot be opened or read, for a reason not listed above
     CannotCreate,
     CannotWrite,
-    NothingMatched, // no file or entry has a given name
-    NothingToDo     // everything is as it should be already
+    NothingMatched, // nothing has a given name
+    NothingToDo     // everything is in the wanted state already
 };
 
-// How a step ended. `message` is for a person and names what was being done; `path` is the file it
-// was about. Both are empty on success, which costs no memory.
+// The result of an operation. `message` is for the user: the operation, the file and the system's
+// error text. `path` is the file. Both are empty on success, which allocates no memory.
 struct [[nodiscard]] Status {
     Failure kind = Failure::None;
     std::string message;

@@ -3,18 +3,18 @@
 #include <string>
 #include <string_view>
 
-// Names of files that stand beside those that are written or replaced.
+// Names of files beside those that are written or replaced.
 namespace platform {
 
-// A new reserved name, one that isTemporaryName() knows. Differs from all that any process makes.
+// A new reserved name, unique across processes; see isTemporaryName().
 std::string temporaryName();
 
-// The reserved name of the file that claims `name` in a folder. The same for a name in any case of
-// its ASCII letters, and on every system, for those that share a disk of another machine.
-std::string claimName(std::string_view name);
+// The reserved name of the lock file for `name`. Independent of the case of ASCII letters, and the
+// same on every system, because several systems may share a disk.
+std::string lockFileName(std::string_view name);
 
-// The name under which a new file is kept that could not take the name `name`: one that a person
-// finds beside it, and that is never reserved. `number` tells several apart.
+// The name of a new file that is kept because it could not get the name `name`: similar to `name`
+// and not reserved. `number` makes it unique.
 std::string keptName(const std::string &name, int number);
 
 } // namespace platform

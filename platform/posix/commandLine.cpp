@@ -34,7 +34,7 @@ bool isFile(const QByteArray &path) {
     return ::stat(path.constData(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-// A file that starts with an MZ header which leads to a PE header.
+// Whether a file starts with an MZ header that refers to a PE header.
 bool isWindowsProgram(const QByteArray &path) {
     const Descriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     std::array<unsigned char, 64> header = {};
@@ -48,7 +48,7 @@ bool isWindowsProgram(const QByteArray &path) {
            QByteArrayView(signature.data(), 4) == QByteArrayView("PE\0\0", 4);
 }
 
-// The program at the beginning of a line, and where its text ends.
+// The program at the beginning of a line, and the end of its text.
 struct FoundProgram {
     QByteArray path;
     qsizetype end = 0;
@@ -57,7 +57,7 @@ struct FoundProgram {
 
 class ProgramSearch {
   public:
-    // True where `text` names a program.
+    // Whether `text` names a program.
     bool tryName(const QString &text, qsizetype end) {
         const bool isPath = std::any_of(text.begin(), text.end(), isSeparator);
         const QByteArray path =
@@ -89,7 +89,7 @@ FoundProgram findProgram(const QString &line) {
     const qsizetype start = skipBlanks(line, 0);
     ProgramSearch search;
     if (start < line.size() && line[start] == u'"') {
-        // The next quote ends the program, unless its path holds quotes itself.
+        // The next quote ends the program, unless its path contains quotes.
         for (qsizetype end = start; end < line.size();) {
             const qsizetype close = line.indexOf(u'"', end + 1);
             end = close < 0 ? line.size() : close;
@@ -107,9 +107,9 @@ FoundProgram findProgram(const QString &line) {
     search.fail(line);
 }
 
-// One argument from `at` on, which is moved behind it. Backslashes are ordinary but before a double
-// quote, where two of them stand for one and one makes the quote an ordinary character; two quotes
-// within quotes stand for one.
+// Reads one argument at `at` and advances it. Backslashes are literal except before a double quote,
+// where two of them stand for one and a single one makes the quote literal; two quotes within
+// quotes stand for one.
 QString nextArgument(const QString &text, qsizetype &at) {
     QString argument;
     bool quoted = false;
@@ -138,7 +138,7 @@ QString nextArgument(const QString &text, qsizetype &at) {
     return argument;
 }
 
-// Whether a word that starts like a path is meant as one: "/open" and "\n" are none.
+// Whether a word that starts like a path is a path: "/open" and "\n" are not.
 bool looksLikePath(const QString &text) {
     return isAbsolutePath(text) &&
            (!isSeparator(text[0]) || std::count_if(text.begin(), text.end(), isSeparator) > 1);
@@ -148,7 +148,7 @@ bool hasItsFolder(const QString &text) {
     return isStored(resolve(splitPath(text).folder));
 }
 
-// Whether some folder above a file is there, other than the root.
+// Whether any parent folder of a file exists, except the root.
 bool leadsSomewhere(const QString &text) {
     QString folder = splitPath(text).folder;
     while (std::count_if(folder.begin(), folder.end(), isSeparator) > 1) {
@@ -160,8 +160,7 @@ bool leadsSomewhere(const QString &text) {
     return false;
 }
 
-// The native path that a word means, or "". A file may be still to be made, or gone with its
-// folder.
+// The native path that a word refers to, or "". The file, or its folder, need not exist.
 QByteArray meantPath(const QString &text) {
     if (!looksLikePath(text))
         return {};
@@ -169,8 +168,9 @@ QByteArray meantPath(const QString &text) {
     return isStored(path) || hasItsFolder(text) || leadsSomewhere(text) ? path : QByteArray();
 }
 
-// Whether all of a text is the path of one file, rather than words of which this is the first. The
-// name of a file that is gone is not taken to pieces: a program would make files of them.
+// Whether a whole text is the path of one file, rather than a list of words that starts with
+// `firstWord`. The name of a missing file is not split, because a program would create files from
+// its parts.
 bool isOneFile(const QString &text, const QString &firstWord) {
     if (!isAbsolutePath(text))
         return false;

@@ -1,6 +1,7 @@
 #include "platform/posix/detached.h"
 
 #include "storage/posix/descriptor.h"
+#include "storage/posix/systemError.h"
 
 #include <cerrno>
 #include <csignal>
@@ -26,14 +27,14 @@ namespace platform {
 
 namespace {
 
-constexpr int kReport = 3; // where a program reports itself
+constexpr int kReport = 3; // the descriptor for a program's report
 constexpr const char *kReportVariable = "ORVEL_START_REPORT=";
-// A program that has not reported by then is at work on it; the user does not wait any longer.
+// A program without a report until then is running; the user does not wait any longer.
 constexpr int kPatienceMs = 5000;
 constexpr int kHighestClosed = 1 << 16;
 
-// All that the new process needs, made before there are two: in a copy of a process with threads
-// nothing may be allocated.
+// The data of the new process, prepared before the fork: a copy of a process with threads must not
+// allocate.
 struct Plan {
     std::vector<char *> arguments;
     std::vector<char *> variables;
@@ -43,7 +44,7 @@ struct Plan {
     int lastDescriptor = 0;
 };
 
-// A copy far from the numbers that the new process gives to its own files.
+// Duplicates a descriptor to a number that the new process does not use.
 Descriptor outOfTheWay(int descriptor) {
     return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 10));
 }
@@ -60,7 +61,7 @@ void closeAtExecution(int first, int last) {
 
 void resetSignals() {
     for (int number = 1; number < NSIG; ++number)
-        ::signal(number, SIG_DFL); // refused for the two that cannot be caught
+        ::signal(number, SIG_DFL); // fails for the two that cannot be caught
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -68,7 +69,7 @@ void resetSignals() {
 
 [[noreturn]] void giveUp(const Plan &plan) {
     const int reason = errno;
-    // Nobody is left to be told where this fails.
+    // A failure here cannot be reported.
     [[maybe_unused]] const ssize_t written = ::write(plan.report, &reason, sizeof reason);
     ::_exit(127);
 }
@@ -121,8 +122,11 @@ int highestDescriptor() {
 
 } // namespace
 
-int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
-                  StartedWhen started) {
+Status startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
+                     StartedWhen started) {
+    const auto failed = [&](int error) {
+        return errnoStatus(error, "cannot start", program.toStdString());
+    };
     Plan plan;
     QList<QByteArray> words = {program};
     words.append(arguments);
@@ -136,22 +140,23 @@ int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
 
     std::array<int, 2> ends = {-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        return errno;
+        return failed(errno);
     Descriptor read(ends[0]);
     Descriptor write(ends[1]);
     write = outOfTheWay(write.get());
     const Descriptor opened(::open("/dev/null", O_RDWR | O_CLOEXEC));
     const Descriptor null = outOfTheWay(opened.get());
     if (!write.isOpen() || !null.isOpen())
-        return EMFILE;
+        return failed(EMFILE);
     plan.report = write.get();
     plan.null = null.get();
 
     const pid_t middle = ::fork();
     if (middle < 0)
-        return errno;
+        return failed(errno);
     if (middle == 0) {
-        // The process in the middle ends at once, so that the program is nobody's child here.
+        // The intermediate process ends at once, so that the program is not a child of this
+        // process.
         ::setsid();
         const pid_t child = ::fork();
         if (child == 0)
@@ -163,7 +168,8 @@ int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
     write = Descriptor();
     while (::waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return waitForReport(read.get(), started);
+    const int reason = waitForReport(read.get(), started);
+    return reason == 0 ? Status() : failed(reason);
 }
 
 } // namespace platform

@@ -1,21 +1,22 @@
 #pragma once
 
+#include "storage/status.h"
+
 #include <QByteArray>
 #include <QList>
 
 namespace platform {
 
-// When a start counts as done.
+// When a start is complete.
 enum class StartedWhen {
-    Executed,       // once the program has replaced the starting process
-    ReportedItself, // once it has closed descriptor 3 with nothing written; see ORVEL_START_REPORT
+    Executed,       // once the program is executed
+    ReportedItself, // once it closes descriptor 3 without output; see ORVEL_START_REPORT
 };
 
-// Starts a program as a process of its own: in its own session, a child of nobody here, with
-// nothing open but /dev/null as input and outputs, and every signal as it is by default. The
-// current folder and the environment are the caller's. Returns 0, or an errno where it could not be
-// started.
-int startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
-                  StartedWhen started = StartedWhen::Executed);
+// Starts a program as a detached process: in its own session, not a child of this process, with
+// only /dev/null open as input and outputs, and default signal handlers. It inherits the current
+// folder and the environment.
+Status startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
+                     StartedWhen started = StartedWhen::Executed);
 
 } // namespace platform

@@ -12,8 +12,9 @@ bool isProgramPattern(const QString &pattern) {
     return pattern.compare(QStringLiteral("*.exe"), Qt::CaseInsensitive) == 0;
 }
 
-// Shows folders and the files that match one of the patterns; where *.EXE is among them, files with
-// an execute bit too, since programs here have no extension. The file system model keeps the order.
+// Shows folders and the files that match one of the patterns; if *.EXE is among them, also
+// executable files, because programs have no extension here. The file system model does the
+// sorting.
 class FilterModel : public QSortFilterProxyModel {
   public:
     FilterModel(const QList<FileFilter> &filters, QObject *parent)
@@ -47,9 +48,9 @@ class FilterModel : public QSortFilterProxyModel {
 } // namespace
 
 void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters) {
-    // The desktop's own dialog knows names only, not which file can be executed.
+    // The desktop's native dialog filters by name only, not by execute permission.
     dialog.setOption(QFileDialog::DontUseNativeDialog);
-    // The dialog itself lets every name through, and its list of filters shows the texts alone.
+    // The dialog itself accepts every name, and its list of filters shows the texts only.
     dialog.setOption(QFileDialog::HideNameFilterDetails);
     QStringList names;
     for (const FileFilter &filter : filters)

@@ -2,13 +2,15 @@
 
 #include "platform/error.h"
 #include "platform/namePattern.h"
-#include "platform/posix/dosAttributes.h"
 #include "platform/posix/names.h"
 #include "platform/posix/paths.h"
+#include "storage/posix/dosRecord.h"
+#include "storage/posix/systemError.h"
 
 #include <cerrno>
 #include <csignal>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,15 +21,62 @@ namespace platform {
 namespace {
 
 constexpr int kHiddenOrSystem = AttributeHidden | AttributeSystem;
+constexpr int kRecordedBits = kHiddenOrSystem | AttributeArchive;
 
-// The path of an entry of a folder.
+// Hidden, system and archive of what the path leads to; 0 if nothing is recorded.
+int recordedBits(const QByteArray &path) {
+    return readDosBits([&](void *value, std::size_t size) {
+        return ::getxattr(path.constData(), kDosAttributeName, value, size);
+    });
+}
+
+// Only hidden and system are worth an error: the archive bit has no meaning on this system.
+Status recordBits(const QByteArray &path, int bits) {
+    int result = 0;
+    if (bits == 0) {
+        result = ::removexattr(path.constData(), kDosAttributeName);
+    } else {
+        const QByteArray text = "0x" + QByteArray::number(bits, 16);
+        result = ::setxattr(path.constData(), kDosAttributeName, text.constData(),
+                            static_cast<std::size_t>(text.size()), 0);
+    }
+    if (result == 0 || (bits & kHiddenOrSystem) == 0)
+        return {};
+    return errnoStatus(errno, "cannot record the attributes of", path.toStdString());
+}
+
+Status applyAttributes(const QByteArray &path, mode_t before, int value) {
+    mode_t mode = before & 07777U;
+    const auto changeMode = [&](mode_t wanted) {
+        if (wanted == mode)
+            return Status();
+        mode = wanted;
+        return ::chmod(path.constData(), wanted) == 0
+                   ? Status()
+                   : errnoStatus(errno, "cannot change the mode of", path.toStdString());
+    };
+    const int recorded = value & kRecordedBits;
+    if (recordedBits(path) != recorded) {
+        // An extended attribute can be changed only while the file is writable.
+        Status status = changeMode(mode | S_IWUSR);
+        if (status.ok())
+            status = recordBits(path, recorded);
+        if (!status.ok())
+            return status;
+    }
+    if ((value & AttributeReadOnly) != 0)
+        return changeMode(mode & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH});
+    return changeMode(mode | S_IWUSR);
+}
+
+// The path of a folder's entry.
 QByteArray joined(const QByteArray &folder, const QByteArray &name) {
     if (folder.isEmpty())
         return name;
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }
 
-// A folder to search and what to search for in it.
+// A folder and the name or pattern to search for in it.
 struct Search {
     QByteArray folder; // as the system opens it
     QString name;
@@ -38,25 +87,25 @@ Search searchOf(const QString &path) {
     return {parts.folder.isEmpty() ? QByteArray(".") : resolveChecked(parts.folder), parts.name};
 }
 
-// The names in a folder that match a pattern. Returns 0 or an errno.
-int matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteArray> &names) {
+// The names in a folder that match a pattern.
+Status matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteArray> &names) {
     FolderEntries entries(folder);
     if (!entries.isOpen())
-        return errno;
+        return errnoStatus(errno, "cannot list the folder", folder.toStdString());
     const NamePattern matcher(pattern);
     while (const dirent *entry = entries.next())
         if (matcher.matches(nameText(entry->d_name)))
             names.append(entry->d_name);
-    return 0;
+    return {};
 }
 
-// Whether a directory search with that mask gives this file. A link counts as what it leads to.
+// Whether a directory search with that mask finds this file. A link counts as its target.
 bool isGiven(const QByteArray &path, int mask) {
     struct stat info = {};
     if (::stat(path.constData(), &info) != 0 ||
         (S_ISDIR(info.st_mode) && (mask & AttributeDirectory) == 0))
         return false;
-    return (storedBits(path.constData()) & kHiddenOrSystem & ~mask) == 0;
+    return (recordedBits(path) & kHiddenOrSystem & ~mask) == 0;
 }
 
 QStringList sortedTexts(const QList<QByteArray> &names) {
@@ -88,8 +137,8 @@ QString findFirst(const QString &pattern, int mask) {
     }
     const Search search = searchOf(pattern);
     QList<QByteArray> names;
-    const int failure = matchingNames(search.folder, search.name, names);
-    if (failure != 0 && failure != ENOENT && failure != ENOTDIR)
+    const Status listed = matchingNames(search.folder, search.name, names);
+    if (!listed.ok() && !listed.is(Failure::NotFound) && !listed.is(Failure::WrongKind))
         raise(ErrorNumber::PathNotFound, pattern);
     names.removeIf(
         [&](const QByteArray &name) { return !isGiven(joined(search.folder, name), mask); });
@@ -106,7 +155,7 @@ QString storedName(const QString &path) {
 QStringList listFiles(const QString &folder, const QString &pattern) {
     const QByteArray path = folder.isEmpty() ? QByteArray(".") : resolveChecked(folder);
     QList<QByteArray> names;
-    if (matchingNames(path, pattern, names) != 0)
+    if (!matchingNames(path, pattern, names).ok())
         raise(ErrorNumber::PathNotFound, folder);
     names.removeIf(
         [&](const QByteArray &name) { return !isGiven(joined(path, name), AttributeNormal); });
@@ -127,39 +176,17 @@ void removeFolder(const QString &path) {
     raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
 }
 
-void deleteFiles(const QString &pattern) {
-    const Search search = searchOf(pattern);
-    QList<QByteArray> paths;
-    if (NamePattern::isPattern(search.name)) {
-        matchingNames(search.folder, search.name, paths);
-        for (QByteArray &name : paths)
-            name = joined(search.folder, name);
-    } else if (!search.name.isEmpty()) {
-        paths.append(resolveChecked(pattern));
-    }
-    // A link that leads nowhere can be deleted, though no search gives it.
-    paths.removeIf([](const QByteArray &path) {
-        struct stat info = {};
-        const bool leadsNowhere = ::stat(path.constData(), &info) != 0 && isStored(path);
-        return !leadsNowhere && !isGiven(path, AttributeNormal);
-    });
-    if (paths.isEmpty())
-        raise(ErrorNumber::FileNotFound, pattern);
-    for (const QByteArray &path : paths) {
-        if (::unlink(path.constData()) != 0 && errno != ENOENT)
-            raise(errno == EBUSY ? ErrorNumber::PermissionDenied : ErrorNumber::PathFileAccess,
-                  nameText(path));
-    }
-}
-
 int attributes(const QString &path) {
     const QByteArray stored = resolveChecked(path);
-    return attributeBits(stored.constData(), statOf(stored, path));
+    const mode_t mode = statOf(stored, path).st_mode;
+    // access() reports to root that everything is writable.
+    return recordedBits(stored) | (S_ISDIR(mode) ? AttributeDirectory : 0) |
+           (isReadOnly(mode) ? AttributeReadOnly : 0);
 }
 
 void setAttributes(const QString &path, int value) {
     const QByteArray stored = resolveChecked(path);
-    if (applyAttributes(stored.constData(), statOf(stored, path), value) != 0)
+    if (!applyAttributes(stored, statOf(stored, path).st_mode, value).ok())
         raise(ErrorNumber::PathFileAccess, path);
 }
 

@@ -2,8 +2,8 @@
 #include "platform/narrow.h"
 #include "platform/posix/paths.h"
 #include "storage/posix/environment.h"
+#include "storage/storage.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,22 +12,13 @@ namespace platform {
 
 namespace {
 
-// The mode counts too: root is let in everywhere, but who took the write bits away meant it.
+// The mode counts too: root may write everywhere, but a folder without write permission bits is
+// protected on purpose.
 bool canBeWritten(const QByteArray &folder) {
     struct stat info = {};
     return ::stat(folder.constData(), &info) == 0 &&
            (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
            ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
-}
-
-void makeFolders(const QByteArray &folder) {
-    if (::mkdir(folder.constData(), 0700) == 0 || errno != ENOENT)
-        return;
-    const qsizetype slash = folder.lastIndexOf('/');
-    if (slash <= 0)
-        return;
-    makeFolders(folder.first(slash));
-    ::mkdir(folder.constData(), 0700);
 }
 
 } // namespace
@@ -36,16 +27,16 @@ QString programFolder() {
     auto folder = QByteArray::fromStdString(executableFolder());
     if (isSystemFolder(folder.toStdString()) || !canBeWritten(folder)) {
         folder = QByteArray::fromStdString(userDataFolder());
-        // The program makes one folder level at a time, and needs this one to be there.
-        makeFolders(folder);
+        // The program creates one folder level at a time, and requires this one to exist.
+        static_cast<void>(makeFolders(folder.toStdString(), Permissions::Private));
     }
     return fromNarrow(folder);
 }
 
 QString windowsFolder(int limit) {
     const auto executable = QByteArray::fromStdString(executableFolder());
-    for (const char *place : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
-        const QByteArray folder = executable + place;
+    for (const char *location : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {
+        const QByteArray folder = executable + location;
         if (!isExecutableFile((folder + "/NOTEPAD.EXE").toStdString()))
             continue;
         QString path = fromNarrow(realPath(folder));

@@ -1,8 +1,5 @@
 #include "platform/posix/names.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace platform {
 
 QString nameText(const QByteArray &stored) {
@@ -10,16 +7,6 @@ QString nameText(const QByteArray &stored) {
 }
 
 FolderEntries::FolderEntries(const QByteArray &path) : m_stream(::opendir(path.constData())) {}
-
-FolderEntries::FolderEntries(int folder) {
-    // Its own open file: the position in the folder is not shared with other readers.
-    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (own < 0)
-        return;
-    m_stream.reset(::fdopendir(own));
-    if (!m_stream)
-        ::close(own);
-}
 
 const dirent *FolderEntries::next() {
     while (const dirent *entry = ::readdir(m_stream.get())) {

@@ -7,20 +7,18 @@
 
 #include <memory>
 
-// Names of files: how they compare, match and are found in a folder.
+// File names: conversion, listing and search in a folder.
 namespace platform {
 
-// Text of a stored name. Bytes that are not UTF-8 become replacement characters, so that such a
-// file is still listed; findName finds it again by that text.
+// The text of a stored name. Invalid UTF-8 becomes replacement characters, so that such a file is
+// listed; findName finds it by that text.
 QString nameText(const QByteArray &stored);
 
 // The entries of one folder, without "." and "..".
 class FolderEntries {
   public:
-    // Takes the folder by path, or by a descriptor that stays the caller's. errno says why where
-    // isOpen() is false.
+    // errno holds the reason if isOpen() is false.
     explicit FolderEntries(const QByteArray &path);
-    explicit FolderEntries(int folder);
 
     bool isOpen() const { return m_stream != nullptr; }
     // The next entry, or null at the end.
@@ -33,12 +31,12 @@ class FolderEntries {
     std::unique_ptr<DIR, Close> m_stream;
 };
 
-// The stored name among the entries that a name means: the name itself, else the name without the
-// blanks at its end, else either without regard to letter case; "" where there is none. Of several
-// that differ in case only, the same one each time.
+// The stored name that matches a name: the name itself, else the name without trailing blanks, else
+// either case-insensitively; "" if there is none. Of several that differ in case only, always the
+// same one.
 QByteArray findName(FolderEntries entries, const QByteArray &name);
 
-// The name without the blanks at its end.
+// The name without trailing blanks.
 QByteArray withoutTrailingBlanks(const QByteArray &name);
 
 } // namespace platform

@@ -16,7 +16,7 @@ namespace platform {
 
 namespace {
 
-// A path taken apart: where it starts, and what follows from there.
+// A parsed path: its start and the components that follow.
 struct Steps {
     QByteArray start; // "" for a relative path, else ends in "/"
     QList<QByteArray> components;
@@ -63,7 +63,7 @@ Steps takeApart(const QString &path) {
     return steps;
 }
 
-// The stored name of a component of the path that `folder` (ending in "/", or "") leads to.
+// The stored name of a component in a folder (ending in "/", or "").
 QByteArray storedComponent(const QByteArray &folder, const QByteArray &name) {
     for (const QByteArray &candidate : {name, withoutTrailingBlanks(name)})
         if (!candidate.isEmpty() && isStored(folder + candidate))
@@ -90,7 +90,7 @@ QByteArray withBackslashes(QByteArray path) {
     return path.replace('/', '\\');
 }
 
-// The path without links as far as it is stored.
+// Resolves the links of the existing part of a path.
 QByteArray realAsFarAsStored(const QByteArray &path) {
     const QByteArray real = realPath(path);
     const qsizetype slash = path.lastIndexOf('/');
@@ -167,6 +167,10 @@ qsizetype rootLength(const QString &path) {
 
 QString nativePath(const QString &path) {
     return fromNarrow(resolve(path));
+}
+
+std::string storagePath(const QString &path) {
+    return resolveChecked(path).toStdString();
 }
 
 } // namespace platform

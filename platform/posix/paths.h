@@ -3,39 +3,39 @@
 #include <QByteArray>
 #include <QString>
 
-// Paths in the program's form and the stored paths that they lead to.
+// Paths in the program's form and the corresponding stored paths.
 namespace platform {
 
 inline bool isSeparator(QChar c) {
     return c == u'\\' || c == u'/';
 }
 
-// Whether the path starts at a root or a drive.
+// Whether the path starts with a root or a drive.
 bool isAbsolutePath(const QString &path);
 
-// What nativePath gives, as the bytes that the file system stores.
+// The native path as the bytes of the file system.
 QByteArray resolve(const QString &path);
 
-// As resolve. Raises 52 where the path holds a NUL and 68 where it names a drive that there is not:
-// for steps that must not be taken on another path than was meant.
+// Like resolve, but raises 52 if the path contains a NUL and 68 if its drive does not exist, so
+// that no other path is used by mistake.
 QByteArray resolveChecked(const QString &path);
 
-// The path by which a Windows program under Wine finds a native absolute path: on Z: where that
-// leads there, as in every new prefix, else on the drive that comes nearest, else in the form with
-// which Wine reaches what is on no drive.
+// The path of a native absolute path for a Windows program under Wine: on Z: if that is the root,
+// as in every new prefix, else on the drive with the longest common path, else in Wine's form for
+// files outside of all drives.
 QByteArray windowsPath(const QByteArray &path);
 
-// A path before and after its last separator: the folder keeps the separator.
+// A path split at its last separator, which belongs to the folder.
 struct SplitPath {
     QString folder;
     QString name;
 };
 SplitPath splitPath(const QString &path);
 
-// The path without links and ".." in it, or "" where it leads nowhere.
+// The path without links and "..", or "" if it does not exist.
 QByteArray realPath(const QByteArray &path);
 
-// Whether something is stored under that path, a link that leads nowhere included.
+// Whether the path exists; a dangling link does.
 bool isStored(const QByteArray &path);
 
 } // namespace platform

@@ -8,20 +8,19 @@
 #include "platform/posix/paths.h"
 #include "storage/posix/environment.h"
 
-#include <cerrno>
 #include <limits>
 
 namespace platform {
 
 namespace {
 
-// What ShellExecuteA returns.
+// Results of ShellExecuteA.
 constexpr int kStarted = 42;
 constexpr int kFileNotFound = 2;
 constexpr int kAccessDenied = 5;
 constexpr int kNoAssociation = 31;
 
-// The text editor's launcher looks for an editor first, and says itself how that went.
+// The text editor's launcher searches for an editor first and reports the result itself.
 bool isLauncher(const QByteArray &program) {
     const QString folder = windowsFolder(std::numeric_limits<int>::max());
     return !folder.isEmpty() && realPath(program) == toNarrow(folder) + "/NOTEPAD.EXE";
@@ -30,10 +29,11 @@ bool isLauncher(const QByteArray &program) {
 void start(const QByteArray &program, const QList<QByteArray> &arguments) {
     const StartedWhen when =
         isLauncher(program) ? StartedWhen::ReportedItself : StartedWhen::Executed;
-    const int failure = startDetached(program, arguments, when);
-    if (failure == 0)
+    const Status started = startDetached(program, arguments, when);
+    if (started.ok())
         return;
-    raise(failure == ENOENT ? ErrorNumber::FileNotFound : ErrorNumber::IllegalProcedureCall,
+    raise(started.is(Failure::NotFound) ? ErrorNumber::FileNotFound
+                                        : ErrorNumber::IllegalProcedureCall,
           fromNarrow(program));
 }
 
@@ -57,7 +57,7 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString & /*pa
                        verb.compare(u"Explore", Qt::CaseInsensitive) == 0;
     if (!known)
         return kNoAssociation;
-    // A path that leads nowhere would make the desktop show an error of its own.
+    // For a missing path the desktop would show an error of its own.
     if (file.isEmpty() || file.contains(QChar(u'\0')))
         return kFileNotFound;
     const QByteArray path = realPath(resolve(file));
@@ -66,10 +66,10 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString & /*pa
     const QByteArray opener = QByteArray::fromStdString(findInPath("xdg-open"));
     if (opener.isEmpty())
         return kNoAssociation;
-    const int failure = startDetached(opener, {path});
-    if (failure == 0)
+    const Status started = startDetached(opener, {path});
+    if (started.ok())
         return kStarted;
-    return failure == ENOENT ? kFileNotFound : kAccessDenied;
+    return started.is(Failure::NotFound) ? kFileNotFound : kAccessDenied;
 }
 
 } // namespace platform

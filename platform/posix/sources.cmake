@@ -1,20 +1,16 @@
 target_sources(orvel_platform PRIVATE
   posix/commandLine.cpp posix/commandLine.h
-  posix/copyFile.cpp
   posix/detached.cpp posix/detached.h
-  posix/dosAttributes.cpp posix/dosAttributes.h
   posix/files.cpp
-  posix/folderCache.cpp posix/folderCache.h
   posix/folders.cpp
   posix/library.cpp
   posix/names.cpp posix/names.h
   posix/narrow.cpp
   posix/paths.cpp posix/paths.h
-  posix/shell.cpp
-  posix/workFolderCleaner.cpp)
+  posix/shell.cpp)
 
-# Where the package's data and private libraries lie, seen from its programs: an installation can
-# be moved as a whole.
+# The package's data and private libraries relative to its programs, so that an installation can be
+# moved as a whole.
 file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)
 file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/orvel/modules)
 set_property(SOURCE posix/folders.cpp APPEND PROPERTY
@@ -22,6 +18,6 @@ set_property(SOURCE posix/folders.cpp APPEND PROPERTY
 set_property(SOURCE posix/library.cpp APPEND PROPERTY
   COMPILE_DEFINITIONS ORVEL_LIBRARIES_FROM_BIN="${libraries}")
 
-# The Windows folder of the build tree lies beside the programs.
+# In the build tree the Windows folder is beside the programs.
 configure_file(posix/windows/NOTEPAD.EXE
   ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/windows/NOTEPAD.EXE COPYONLY)

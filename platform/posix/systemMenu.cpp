@@ -4,9 +4,9 @@
 
 namespace platform {
 
-// The window manager draws the menu and the close button; a program can only ask it, before the
-// window is shown, to leave Close out. Some, openbox among them, draw the button whatever they are
-// asked; what is still offered, the window has to ignore.
+// The window manager draws the menu and the close button; before the window is shown, a program can
+// request that Close is omitted. Some, such as openbox, show the button regardless, and the window
+// has to ignore it.
 void trimSystemMenu(QWidget *window) {
     const bool visible = window->isVisible();
     Qt::WindowFlags flags = window->windowFlags();

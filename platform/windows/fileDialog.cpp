@@ -4,7 +4,7 @@
 
 namespace platform {
 
-// The system's own dialog does the filtering; programs are known by their names.
+// The native dialog filters by name, which is sufficient for programs.
 void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters) {
     dialog.setOption(QFileDialog::HideNameFilterDetails);
     QStringList names;

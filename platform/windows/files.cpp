@@ -24,7 +24,7 @@ bool isFolder(const QString &path) {
     return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// A folder to search and what to search for in it.
+// A folder and the name or pattern to search for in it.
 struct Search {
     QString folder; // in the long form
     QString name;
@@ -48,7 +48,7 @@ struct Found {
     DWORD attributes;
 };
 
-// What the system gives for a search. Returns its error.
+// Calls `visit` for each result of a search. Returns the system's error.
 DWORD eachMatch(const QString &longPattern, const std::function<void(const Found &)> &visit) {
     WIN32_FIND_DATAW found{};
     const HANDLE search = FindFirstFileExW(wide(longPattern), FindExInfoBasic, &found,
@@ -65,8 +65,8 @@ DWORD eachMatch(const QString &longPattern, const std::function<void(const Found
     return error == ERROR_NO_MORE_FILES ? DWORD{ERROR_SUCCESS} : error;
 }
 
-// The files of a folder that match, but for those with an attribute that is not wanted, sorted by
-// name. The system's own matching would also go by the short names.
+// The matching files of a folder without those that have an unwanted attribute, sorted by name. The
+// system's own matching would include short names.
 QStringList matching(const Search &search, DWORD unwanted, DWORD &error) {
     QStringList names;
     const bool isPattern = NamePattern::isPattern(search.name);
@@ -87,7 +87,7 @@ QStringList matching(const Search &search, DWORD unwanted, DWORD &error) {
 
 QString findFirst(const QString &pattern, int mask) {
     const Search search = searchOf(pattern);
-    // A path that ends in a separator names a folder, of which nothing is asked.
+    // A path that ends in a separator has no name to search for.
     if (search.name.isEmpty() || pattern.trimmed().endsWith(u'\\') ||
         pattern.trimmed().endsWith(u'/'))
         return {};
@@ -134,22 +134,6 @@ void removeFolder(const QString &path) {
     const DWORD error = GetLastError();
     const bool missing = error == ERROR_PATH_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
     raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-void deleteFiles(const QString &pattern) {
-    const Search search = searchOf(pattern);
-    DWORD error = ERROR_SUCCESS;
-    const QStringList names =
-        search.name.isEmpty() ? QStringList() : matching(search, kLeftOut, error);
-    if (names.isEmpty())
-        raise(ErrorNumber::FileNotFound, pattern);
-    for (const QString &name : names) {
-        if (DeleteFileW(wide(joined(search.folder, name))))
-            continue;
-        error = GetLastError();
-        if (error != ERROR_FILE_NOT_FOUND)
-            raise(numberFor(error), name);
-    }
 }
 
 int attributes(const QString &path) {

@@ -24,7 +24,7 @@ void *Library::resolve(const char *symbol) {
         const QString file = longPath(folder + u'\\' + m_name + QStringLiteral(".dll"));
         if (GetFileAttributesW(wide(file)) == INVALID_FILE_ATTRIBUTES)
             raise(ErrorNumber::FileNotFound, m_name);
-        // By its whole path: no library of that name elsewhere is ever taken.
+        // By its whole path, so that no library of that name elsewhere is loaded.
         m_handle = LoadLibraryExW(wide(file), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
         if (m_handle == nullptr)
             raise(ErrorNumber::LoadingLibrary, m_name);

@@ -13,7 +13,7 @@ bool fitsCodePage(const QString &text) {
     return fromNarrow(toNarrow(text)) == text;
 }
 
-// A path in the system's long form by the short names of what exists of it.
+// Replaces the existing part of a path in the long form by short names.
 QString withShortNames(const QString &path) {
     for (qsizetype end = path.size(); end > 0; end = path.lastIndexOf(u'\\', end - 1)) {
         QString found(32768, QChar(0));
@@ -49,7 +49,7 @@ QString narrowPath(const QString &path) {
     return fitsCodePage(other) ? other : path;
 }
 
-// `argv` has lost what the code page lacks.
+// `argv` lacks the characters that the code page does not have.
 std::optional<QStringList> argumentsOf(int, char **) {
     int count = 0;
     wchar_t **const words = CommandLineToArgvW(GetCommandLineW(), &count);

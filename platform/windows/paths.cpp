@@ -14,7 +14,7 @@ bool isDrive(const QString &path) {
 QString nativePath(const QString &path) {
     QString text = path;
     text.replace(u'/', u'\\');
-    // A doubled separator counts as one, but for the two in front of a server's name.
+    // Repeated separators count as one, except the two before a server's name.
     const bool server = text.startsWith(QStringLiteral("\\\\"));
     QString result;
     result.reserve(text.size());
@@ -26,7 +26,7 @@ QString nativePath(const QString &path) {
     }
     while (result.endsWith(u' '))
         result.chop(1);
-    // A folder is named without a separator behind it, but for the root of a drive.
+    // A folder has no trailing separator, except the root of a drive.
     if (result.size() > 1 && result.endsWith(u'\\') && !(isDrive(result) && result.size() == 3))
         result.chop(1);
     return result;
@@ -68,6 +68,10 @@ QString checkedPath(const QString &path) {
             raise(ErrorNumber::DeviceUnavailable, path);
     }
     return longPath(text);
+}
+
+std::string storagePath(const QString &path) {
+    return checkedPath(path).toStdString();
 }
 
 ErrorNumber numberFor(DWORD error) {

@@ -1,7 +1,7 @@
-# What the files of a Windows installation carry: icon, version and manifest.
+# Icon, version and manifest of the programs and libraries.
 enable_language(RC)
 
-# The icon file is made of the pictures that other systems use one by one.
+# The icon file combines the pictures of all sizes.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(ORVEL_ICON ${CMAKE_BINARY_DIR}/generated/orvel.ico)
 set(pictures)

@@ -9,11 +9,11 @@ namespace platform {
 
 namespace {
 
-constexpr DWORD kElevationRequired = 740; // not in every compiler's headers
+constexpr DWORD kElevationRequired = 740; // missing in some compilers' headers
 
-// A command line taken apart: the program's file and the argument string behind it.
+// A parsed command line: the program's file and the argument string after it.
 struct Command {
-    QString program; // "" where there is none
+    QString program; // "" if there is none
     QString rest;
 };
 
@@ -22,8 +22,8 @@ bool isFile(const QString &path) {
     return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-// The program's file: as it is, with the ending that may be left out, or, for a bare name, from the
-// folders in which the system looks for programs. "" where there is none.
+// The program's file: as given, with the default extension, or, for a bare name, from the system's
+// search path. "" if there is none.
 QString findProgram(const QString &given) {
     const QString path = nativePath(given);
     if (path.isEmpty())
@@ -48,7 +48,7 @@ Command takeApart(const QString &line) {
         const QString quoted = end < 0 ? text.sliced(1) : text.sliced(1, end - 1);
         return {findProgram(quoted), end < 0 ? QString() : text.sliced(end + 1)};
     }
-    // Of a path with blanks, the longest file that there is.
+    // Of a path with blanks, the longest existing file.
     for (qsizetype end = text.size(); end > 0; end = text.lastIndexOf(u' ', end - 1)) {
         const QString program = findProgram(text.first(end));
         if (!program.isEmpty())
@@ -83,7 +83,7 @@ void Shell(const QString &commandLine, int style) {
     const Command command = takeApart(commandLine);
     if (command.program.isEmpty())
         raise(ErrorNumber::FileNotFound, commandLine);
-    // In quotes, so that the program sees the same first argument however it was written.
+    // Quoted, so that the program gets the same first argument in all cases.
     QString line = u'"' + command.program + u'"' + command.rest;
     STARTUPINFOW start{};
     start.cb = sizeof start;
@@ -97,7 +97,7 @@ void Shell(const QString &commandLine, int style) {
         CloseHandle(process.hProcess);
         return;
     }
-    // A program that asks for more rights is started by the shell, which asks the user for them.
+    // A program that requires elevation is started by the shell, which asks the user for consent.
     if (GetLastError() == kElevationRequired && startElevated(command, style))
         return;
     raise(ErrorNumber::IllegalProcedureCall, command.program);

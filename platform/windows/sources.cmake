@@ -1,11 +1,9 @@
 target_sources(orvel_platform PRIVATE
-  windows/copyFile.cpp
   windows/files.cpp
   windows/folders.cpp
   windows/library.cpp
   windows/narrow.cpp
   windows/paths.cpp
   windows/shell.cpp
-  windows/system.h
-  windows/workFolderCleaner.cpp)
+  windows/system.h)
 target_link_libraries(orvel_platform PUBLIC advapi32 shell32 user32)

@@ -1,6 +1,6 @@
 #pragma once
 
-// windows.h as the sources of this folder need it.
+// windows.h for the sources of this folder.
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif
@@ -20,14 +20,14 @@ inline const wchar_t *wide(const QString &text) {
     return reinterpret_cast<const wchar_t *>(text.utf16());
 }
 
-// The system's own long form of a path ("\\?\..."), which is not limited to 260 characters.
+// The long form of a path ("\\?\..."), which is not limited to 260 characters.
 QString longPath(const QString &path);
 
-// As longPath. Raises 52 where the path holds a NUL and 68 where it names a drive that there is
-// not: for steps that must not be taken on another path than was meant.
+// Like longPath, but raises 52 if the path contains a NUL and 68 if its drive does not exist, so
+// that no other path is used by mistake.
 QString checkedPath(const QString &path);
 
-// The number of the error to raise for what the system says of a file.
+// The error number to raise for a system error on a file.
 ErrorNumber numberFor(DWORD error);
 
 } // namespace platform

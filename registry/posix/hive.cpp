@@ -10,7 +10,7 @@ namespace {
 
 constexpr QByteArrayView kHeader = "WINE REGISTRY Version 2";
 
-// Seconds from 1601, where the file times of a hive begin, to 1970.
+// Seconds from 1601, the epoch of a hive's file times, to 1970.
 constexpr std::int64_t kSecondsBefore1970 = 11'644'473'600;
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
@@ -22,7 +22,7 @@ bool endsInBackslash(QByteArrayView text, const Line &line) {
     return text.sliced(line.begin, line.end - line.begin).trimmed().endsWith('\\');
 }
 
-// The path in a key's line; nothing where the line is damaged.
+// The path in a key's line; nothing if the line is damaged.
 std::optional<QString> readHeader(QByteArrayView text, const Line &line) {
     const QByteArrayView part = text.first(line.end);
     qsizetype at = part.indexOf('[', line.begin) + 1;
@@ -39,8 +39,8 @@ Relation relationOf(QStringView header, QStringView path) {
     return isBelow ? Relation::Below : Relation::Other;
 }
 
-// How the key of a line stands to a folded path. Decides by the bytes as they are where it can, as
-// nearly all keys of a hive are others; an unusual key is read in full.
+// The relation of a line's key to a folded path. Compares the bytes directly if possible, because
+// nearly all keys of a hive are others; unusual keys are decoded.
 Relation relationOf(QByteArrayView text, const Line &line, QStringView path) {
     const auto readInFull = [&] {
         const std::optional<QString> header = readHeader(text, line);
@@ -86,8 +86,7 @@ bool Hive::isWritable() const {
     return !m_text.startsWith("\xFF\xFE") && !m_text.startsWith("\xFE\xFF");
 }
 
-// A line that begins a key but is damaged ends the key before it all the same: the values below it
-// belong to nobody that is known.
+// A damaged key line still ends the previous key: the values below it belong to no known key.
 void Hive::index() {
     const QByteArrayView text(m_text);
     for (Line line; line.next < text.size();) {
@@ -191,7 +190,7 @@ void Hive::appendKey(QByteArray &text, QStringView path, std::int64_t now) const
     }
     if (!text.endsWith('\n'))
         text += end;
-    // The empty line also keeps a list of bytes that was cut off from going on in what follows.
+    // The empty line also prevents that a truncated list of bytes continues in the next line.
     if (!isBlankLine(text, lastLine(text)))
         text += end;
     text += '[' + escaped(path, "[]") + "] " + QByteArray::number(now) + end;
@@ -205,23 +204,23 @@ QByteArray Hive::withKey(QStringView path, std::int64_t now) const {
     return text;
 }
 
-// Puts a line behind the last line of a section that says something, so that the comments and the
-// empty lines before the next key stay with that.
+// Inserts a line after the last meaningful line of a section, so that comments and empty lines
+// before the next key stay with that key.
 QByteArray Hive::inserted(const Section &section, const QByteArray &line) const {
     const QByteArrayView text = QByteArrayView(m_text).first(section.end);
-    Line place = section.header;
-    for (Line each = place; each.next < section.end;) {
+    Line last = section.header;
+    for (Line each = last; each.next < section.end;) {
         each = lineAt(text, each.next);
         if (!isBlankLine(text, each) && firstCharacter(text, each) != ';')
-            place = each;
+            last = each;
     }
     const QByteArray end = lineEnd();
     QByteArray added = end + line;
-    if (endsInBackslash(text, place))
-        added.prepend(end); // what was cut off must not go on in the new line
-    if (place.end == m_text.size())
+    if (endsInBackslash(text, last))
+        added.prepend(end); // a truncated value must not continue in the new line
+    if (last.end == m_text.size())
         added += end;
-    return QByteArray(m_text).insert(place.end, added);
+    return QByteArray(m_text).insert(last.end, added);
 }
 
 QByteArray Hive::withValue(QStringView path, QStringView name, const Value &value,

@@ -15,31 +15,31 @@
 namespace platform::hive {
 
 // The text of a hive file, in the format of Wine's registry files, with an index of its keys.
-// Values are read when they are asked for. Nothing in the text is an error: what cannot be
-// understood is passed over, and stays where it is in every text that is made from this one.
+// Values are decoded on demand. Nothing in the text is an error: lines that cannot be parsed are
+// skipped and stay in place in every text made from this one.
 class Hive {
   public:
     explicit Hive(const QByteArray &text = {});
 
     const QByteArray &text() const { return m_text; }
 
-    // False for a file in another encoding (UTF-16), to which nothing can be added.
+    // False for a file in another encoding (UTF-16), which cannot be changed.
     bool isWritable() const;
 
-    // Key paths have no separator at their ends; "" is the root, which is always there. A key is
-    // there as well where only a key below it is written.
+    // Key paths have no leading or trailing separator; "" is the root, which always exists. A key
+    // exists as well if only a subkey is stored.
     bool hasKey(QStringView path) const;
 
-    // Of a value that is written more than once, the last one.
+    // The last one if a value is stored several times.
     std::optional<Value> value(QStringView path, QStringView name) const;
-    // The names of the values that `value` finds, in the order of the file, each once.
+    // The names of the values that `value` finds, in file order, each once.
     QStringList valueNames(QStringView path) const;
 
-    // The text with the key added, or the same text where the key is there. `now` is its time of
-    // making in seconds since 1970.
+    // The text with the key added, or the same text if it exists. `now` is its creation time in
+    // seconds since 1970.
     QByteArray withKey(QStringView path, std::int64_t now) const;
-    // The text with the value set, the key added where it is missing. Everything else stays as it
-    // is, byte for byte.
+    // The text with the value set, and the key added if it is missing. Everything else stays
+    // unchanged, byte for byte.
     QByteArray withValue(QStringView path, QStringView name, const Value &value,
                          std::int64_t now) const;
 
@@ -49,7 +49,7 @@ class Hive {
         Line header;
         qsizetype end = 0;
     };
-    // What the text says about one key.
+    // The parts of the text that belong to one key.
     struct Key {
         std::vector<const Section *> sections; // in the order of the text; most keys have one
         bool isAboveOthers = false;
@@ -66,7 +66,7 @@ class Hive {
     QByteArray m_text;
     std::vector<Section> m_sections;
     mutable std::mutex m_mutex;
-    mutable QHash<QString, Key> m_keys; // those that were asked for, by folded path
+    mutable QHash<QString, Key> m_keys; // cache, by folded path
 };
 
 } // namespace platform::hive

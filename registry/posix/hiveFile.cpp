@@ -1,12 +1,18 @@
 #include "registry/posix/hiveFile.h"
 
-#include "registry/posix/replaceFile.h"
+#include "registry/posix/hiveLock.h"
 #include "registry/registry.h"
+#include "storage/posix/fileInfo.h"
+#include "storage/posix/systemError.h"
+#include "storage/storage.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <ctime>
 #include <map>
 #include <mutex>
@@ -15,14 +21,15 @@ namespace platform::hive {
 
 namespace {
 
-// A file system may keep times in steps of up to two seconds. A file that changed so shortly before
-// it was read may change again without its times showing it.
-constexpr std::int64_t kCoarsestTime = 2;
+// A file system's times may have a resolution of up to two seconds. A file that changed within that
+// time before it was read may change again without a difference in its times.
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kCoarsestTime = 2 * kSecond;
 
 struct Cached {
     std::shared_ptr<const Hive> hive;
-    struct stat info = {};
-    std::int64_t readAt = 0; // seconds since 1970
+    FileInfo info;
+    std::int64_t readAt = 0; // nanoseconds since 1970
 };
 
 std::mutex cacheMutex;
@@ -32,62 +39,85 @@ std::map<QByteArray, Cached> &cache() {
     return entries;
 }
 
-bool sameTime(const timespec &a, const timespec &b) {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+bool isUnchanged(const Cached &cached, const FileInfo &now) {
+    const FileInfo &then = cached.info;
+    return cached.hive && sameFile(then, now) && then.size == now.size &&
+           then.modified == now.modified && then.changed == now.changed &&
+           then.changed + kCoarsestTime < cached.readAt;
 }
 
-bool isUnchanged(const Cached &cached, const struct stat &now) {
-    const struct stat &then = cached.info;
-    return cached.hive && then.st_dev == now.st_dev && then.st_ino == now.st_ino &&
-           then.st_size == now.st_size && sameTime(then.st_mtim, now.st_mtim) &&
-           sameTime(then.st_ctim, now.st_ctim) &&
-           then.st_ctim.tv_sec + kCoarsestTime < cached.readAt;
-}
-
-// The file's bytes and what it was when they were read. Returns 0 or an errno.
-int readFile(const QByteArray &path, QByteArray &content, struct stat &info) {
-    // Without waiting: a pipe in the file's place must not hold the program up.
-    const Descriptor file(::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!file.isOpen())
-        return errno;
-    if (::fstat(file.get(), &info) != 0)
-        return errno;
-    if (!S_ISREG(info.st_mode))
-        return EISDIR;
-    qsizetype filled = 0;
-    content.resize(info.st_size + 1); // one more, so that the end is met without growing
-    for (;;) {
-        const ssize_t got = ::read(file.get(), content.data() + filled,
-                                   static_cast<size_t>(content.size() - filled));
-        if (got < 0 && errno != EINTR)
-            return errno;
-        if (got == 0)
+// Reads a file as a whole; `info` is its state before.
+Status readFile(const QByteArray &path, InputFile &file, QByteArray &content, FileInfo &info) {
+    content.clear();
+    Status status = file.open(path.toStdString(), info);
+    std::size_t got = 1;
+    while (status.ok() && got > 0) {
+        const qsizetype filled = content.size();
+        // One byte more than expected shows the end without another round.
+        content.resize(filled + static_cast<qsizetype>(info.size) + 1);
+        const auto room = static_cast<std::size_t>(content.size() - filled);
+        status =
+            file.readAt(static_cast<std::uint64_t>(filled), content.data() + filled, room, got);
+        content.truncate(filled + static_cast<qsizetype>(got));
+        if (got < room)
             break;
-        if (got > 0)
-            filled += got;
-        if (filled == content.size())
-            content.resize(filled * 2);
     }
-    content.truncate(filled);
-    return 0;
+    return status;
 }
 
-std::int32_t systemError(int reason) {
-    switch (reason) {
-    case 0:
+std::int32_t registryError(const Status &status) {
+    switch (status.kind) {
+    case Failure::None:
         return kSuccess;
-    case EACCES:
-    case EPERM:
-    case EROFS:
+    case Failure::Denied:
         return kAccessDenied;
-    case EAGAIN:
+    case Failure::Busy:
         return kLockViolation;
-    case ENOSPC:
-    case EDQUOT:
+    case Failure::Full:
         return kDiskFull;
     default:
         return kRegistryFault;
     }
+}
+
+// The file that a path leads to through links, the last of which may lead nowhere yet. Empty for
+// links in a circle.
+QByteArray followLinks(const QByteArray &path) {
+    constexpr int kMostLinks = 40;
+    QByteArray current = path;
+    for (int i = 0; i < kMostLinks; ++i) {
+        std::array<char, PATH_MAX> buffer; // NOLINT(*-member-init): the call below fills it
+        const ssize_t length = ::readlink(current.constData(), buffer.data(), buffer.size());
+        if (length < 0)
+            return current;
+        const QByteArray target(buffer.data(), length);
+        current =
+            target.startsWith('/') ? target : current.first(current.lastIndexOf('/') + 1) + target;
+    }
+    return {};
+}
+
+// `old` is the file to be replaced, if there is one. The caller holds the hive's lock.
+Status replaceFile(const Folder &folder, const std::string &name, const QByteArray &content,
+                   const InputFile &old) {
+    folder.removeStaleTemporaries();
+    NewFile file;
+    Status status = file.create(folder);
+    if (!status.ok())
+        return status;
+    if (old.isOpen())
+        file.takeOverFrom(old);
+    else
+        file.giveToFolderOwner();
+    status = file.write(content.constData(), static_cast<std::size_t>(content.size()));
+    if (status.ok())
+        status = file.sync();
+    if (status.ok())
+        status = file.commit(name, NewFile::Replace::Yes);
+    // The new file has its name; a folder that cannot be synced does not change that.
+    if (status.ok())
+        static_cast<void>(folder.sync());
+    return status;
 }
 
 } // namespace
@@ -99,10 +129,11 @@ std::shared_ptr<const Hive> readHive(const QByteArray &path) {
     if (path.isEmpty() || ::stat(path.constData(), &now) != 0)
         return kEmpty;
     Cached &cached = cache()[path];
-    if (!isUnchanged(cached, now)) {
-        cached.readAt = ::time(nullptr);
+    if (!isUnchanged(cached, fileInfo(now))) {
+        cached.readAt = ::time(nullptr) * kSecond;
         QByteArray content;
-        const bool isRead = readFile(path, content, cached.info) == 0;
+        InputFile file;
+        const bool isRead = readFile(path, file, content, cached.info).ok();
         cached.hive = isRead ? std::make_shared<const Hive>(content) : nullptr;
     }
     return cached.hive ? cached.hive : kEmpty;
@@ -113,23 +144,32 @@ std::int32_t changeHive(const QByteArray &path,
     const QByteArray target = followLinks(path);
     if (target.isEmpty())
         return kRegistryFault;
-    if (const int failed = makeFolders(target.first(qMax(target.lastIndexOf('/'), 1))))
-        return systemError(failed);
-    FileLock lock;
-    if (const int failed = lock.acquire(target + ".lock"))
-        return systemError(failed);
+    const qsizetype slash = target.lastIndexOf('/');
+    const std::string folderPath = target.first(qMax(slash, 1)).toStdString();
+    const std::string name = target.sliced(slash + 1).toStdString();
+    Status status = makeFolders(folderPath, Permissions::Private);
+    Folder folder;
+    if (status.ok())
+        status = folder.open(folderPath);
+    HiveLock lock;
+    if (status.ok())
+        status = lock.acquire(target + ".lock");
+    if (!status.ok())
+        return registryError(status);
     QByteArray content;
-    struct stat info = {};
-    if (const int failed = readFile(target, content, info); failed != 0 && failed != ENOENT)
-        return systemError(failed);
-    // A rename asks for no right to the file itself; somebody who write-protected it meant it.
+    FileInfo info;
+    InputFile old;
+    status = readFile(target, old, content, info);
+    if (!status.ok() && !status.is(Failure::NotFound))
+        return registryError(status);
+    // A rename needs no permission to the file itself; a write-protected file stays.
     if (::faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
-        return systemError(errno);
+        return registryError(errnoStatus(errno, "cannot write", target.toStdString()));
     const Hive hive(content);
     if (!hive.isWritable())
         return kBadHive;
     const QByteArray changed = change(hive);
-    return changed == content ? kSuccess : systemError(replaceFile(target, changed));
+    return changed == content ? kSuccess : registryError(replaceFile(folder, name, changed, old));
 }
 
 } // namespace platform::hive

@@ -27,7 +27,7 @@ int digit(char c, int base) {
     return value < base ? value : -1;
 }
 
-// Reads up to `most` digits. Nothing where there is none.
+// Reads up to `most` digits. Nothing if there are none.
 std::optional<std::uint32_t> readNumber(QByteArrayView text, qsizetype &at, int base, int most) {
     std::uint32_t number = 0;
     const qsizetype begin = at;
@@ -48,7 +48,7 @@ QByteArray wideData(QStringView text) {
     return data;
 }
 
-// A byte too many at the end is no text.
+// Text of an odd number of bytes ends in half a character.
 QString textOfData(const QByteArray &data) {
     QString text(data.size() / 2, Qt::Uninitialized);
     for (qsizetype i = 0; i < text.size(); ++i)
@@ -56,7 +56,7 @@ QString textOfData(const QByteArray &data) {
     return text;
 }
 
-// Reads what follows a backslash.
+// Reads the part of an escape after the backslash.
 QChar readEscape(QByteArrayView text, qsizetype &at) {
     static constexpr QByteArrayView kLetters = "abefnrtv";
     static constexpr std::array<char16_t, 8> kMeanings = {7, 8, 27, 12, 10, 13, 9, 11};
@@ -75,7 +75,7 @@ QChar readEscape(QByteArrayView text, qsizetype &at) {
                       : QChar(kMeanings.at(static_cast<std::size_t>(letter)));
 }
 
-// A run of bytes beyond ASCII.
+// A sequence of bytes that are not ASCII.
 QString readBytes(QByteArrayView text, qsizetype &at) {
     const qsizetype begin = at;
     while (at < text.size() && static_cast<unsigned char>(text[at]) >= 0x80)
@@ -90,7 +90,7 @@ QString readBytes(QByteArrayView text, qsizetype &at) {
     return wide;
 }
 
-// Whether a line can be the rest of a list of bytes.
+// Whether a line can continue a list of bytes.
 bool continuesBytes(QByteArrayView line) {
     bool hasByte = false;
     for (const char c : line) {
@@ -102,7 +102,7 @@ bool continuesBytes(QByteArrayView line) {
     return hasByte;
 }
 
-// The bytes of one line. `more` says whether the next line goes on.
+// The bytes of one line. `more` is set if the next line continues the list.
 bool readBytesOfLine(QByteArrayView line, QByteArray &data, bool &more) {
     more = false;
     for (qsizetype at = 0; at < line.size();) {
@@ -151,18 +151,18 @@ bool skip(QByteArrayView text, qsizetype &at, QByteArrayView word) {
 
 // Skips `word`, with a type in brackets behind it or none, and the colon.
 bool readTypeTag(QByteArrayView text, qsizetype &at, QByteArrayView word, std::uint32_t &type) {
-    qsizetype place = at;
-    if (!skip(text, place, word))
+    qsizetype position = at;
+    if (!skip(text, position, word))
         return false;
-    if (skip(text, place, "(")) {
-        const auto number = readNumber(text, place, 16, 8);
-        if (!number || !skip(text, place, ")"))
+    if (skip(text, position, "(")) {
+        const auto number = readNumber(text, position, 16, 8);
+        if (!number || !skip(text, position, ")"))
             return false;
         type = *number;
     }
-    if (!skip(text, place, ":"))
+    if (!skip(text, position, ":"))
         return false;
-    at = place;
+    at = position;
     return true;
 }
 

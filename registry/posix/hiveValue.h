@@ -11,7 +11,7 @@
 // The lines of a hive file: text with escapes, and values.
 namespace platform::hive {
 
-// Type codes that are treated in a way of their own.
+// Type codes with a special treatment.
 enum ValueType : std::uint32_t {
     TypeText = 1,
     TypeExpandText = 2,
@@ -20,8 +20,7 @@ enum ValueType : std::uint32_t {
     TypeTextList = 7,
 };
 
-// A value as the registry keeps it: the text types are UTF-16, lower byte first, every other type
-// is the bytes that were stored.
+// A stored value: the text types are UTF-16, little-endian, every other type is the plain bytes.
 struct Value {
     std::uint32_t type = 0;
     QByteArray data;
@@ -29,11 +28,11 @@ struct Value {
     bool operator==(const Value &) const = default;
 };
 
-// A value from and to the bytes that the narrow registry operations speak of.
+// Conversion between a value and the bytes of the narrow registry functions.
 Value valueFromNarrow(std::uint32_t type, const QByteArray &data);
 QByteArray narrowData(const Value &value);
 
-// One line of a text: [begin, end) without its line end; `next` is where the next one begins.
+// One line of a text: [begin, end) without its line end; `next` is the start of the next line.
 struct Line {
     qsizetype begin = 0;
     qsizetype end = 0;
@@ -41,32 +40,32 @@ struct Line {
 };
 Line lineAt(QByteArrayView text, qsizetype begin);
 
-// The first character of a line that is no blank, or 0.
+// The first character of a line that is not a blank, or 0.
 char firstCharacter(QByteArrayView text, const Line &line);
 
-// Reads text with escapes from `at` up to the closing character, and moves `at` behind that.
-// Nothing where the closing character is missing. Bytes beyond ASCII, which only people write, are
-// UTF-8 where they can be, else Latin-1.
+// Reads escaped text from `at` up to the closing character, and advances `at` past that. Nothing if
+// the closing character is missing. Bytes that are not ASCII, which only manual edits contain, are
+// decoded as UTF-8 if valid, else as Latin-1.
 std::optional<QString> readEscaped(QByteArrayView text, qsizetype &at, char close);
 
-// The way back: `special` characters and the backslash are escaped, as is all that is not ASCII.
+// The reverse: `special` characters, the backslash and all non-ASCII characters are escaped.
 QByteArray escaped(QStringView text, QByteArrayView special);
 
-// A value's place in the file, and what it says.
+// A value and its position in the file.
 struct ValueLine {
     QString name;               // empty: the key's default value
-    std::optional<Value> value; // nothing where the line is damaged
-    qsizetype dataBegin = 0;    // where the part behind "=" begins
+    std::optional<Value> value; // nothing if the line is damaged
+    qsizetype dataBegin = 0;    // start of the part after "="
     qsizetype end = 0;          // end of its last line, without the line end
-    qsizetype next = 0;         // where the line after it begins
+    qsizetype next = 0;         // start of the line after it
 };
 
-// Reads the value that begins at `line`, with the lines that continue it. A line that cannot be
-// understood takes up one line and has no value.
+// Reads the value that begins at `line`, including continuation lines. A line that cannot be parsed
+// is one line without a value.
 ValueLine readValue(QByteArrayView text, const Line &line);
 
-// What follows "=" for a value. A text that ends in a NUL is "...", as other programs store it; one
-// that does not is str:"...", which every reader takes for the same text.
+// The part after "=" for a value. A text that ends in a NUL is "...", as other programs store it;
+// any other text is str:"...", which every reader treats as the same text.
 QByteArray writeData(const Value &value, QByteArrayView lineEnd);
 
 // `"name"=` or, for the default value, `@=`.

@@ -1,8 +1,8 @@
 #include "registry/registry.h"
 
 #include "registry/posix/hiveFile.h"
-#include "registry/posix/registryFiles.h"
 #include "registry/posix/registryText.h"
+#include "storage/posix/environment.h"
 
 #include <QSet>
 
@@ -42,14 +42,14 @@ std::optional<QString> pathOf(RegKey key) {
     return found == openKeys().end() ? std::nullopt : std::optional(found->second);
 }
 
-// A name ends at its first NUL, as C text does.
+// A name ends at its first NUL.
 QString nameText(const QByteArray &name) {
     return hive::wideText(
         QByteArrayView(name).first(name.contains('\0') ? name.indexOf('\0') : name.size()));
 }
 
-// Under Wine a 32-bit program, such as the game's installer, sees this key in place of the one that
-// it names; in a prefix without 64-bit programs there is no such key.
+// Under Wine a 32-bit program, such as the game's installer, sees this key in location of the named
+// one; a prefix without 64-bit programs has no such key.
 QString twinPath(const QString &path) {
     const qsizetype first = path.indexOf(u'\\');
     if (first < 0 || path.first(first).compare(u"Software", Qt::CaseInsensitive) != 0)
@@ -57,27 +57,36 @@ QString twinPath(const QString &path) {
     return QStringLiteral("Software\\Wow6432Node") + path.sliced(first);
 }
 
-// Shows `visit` the places in which a key is looked for, until it returns true: the program's own
-// hive, then the Wine prefix, which is only read where it comes to that.
+QByteArray hiveIn(const std::string &folder) {
+    return folder.empty() ? QByteArray() : QByteArray::fromStdString(folder + "/system.reg");
+}
+
+// The program's own hive. Empty if the user has no home folder.
+QByteArray ownHivePath() {
+    return hiveIn(userConfigFolder());
+}
+
+// Calls `visit` for each location of a key until it returns true: the program's own hive, then the
+// Wine prefix, which is read only if necessary.
 template<typename Visit>
-bool visitPlaces(const QString &path, Visit visit) {
+bool visitLocations(const QString &path, Visit visit) {
     if (visit(*hive::readHive(ownHivePath()), path))
         return true;
-    const std::shared_ptr<const Hive> wine = hive::readHive(wineHivePath());
+    const std::shared_ptr<const Hive> wine = hive::readHive(hiveIn(winePrefix()));
     const QString twin = twinPath(path);
     return (!twin.isEmpty() && visit(*wine, twin)) || visit(*wine, path);
 }
 
 bool exists(const QString &path) {
-    return visitPlaces(
-        path, [](const Hive &hive, const QString &place) { return hive.hasKey(place); });
+    return visitLocations(
+        path, [](const Hive &hive, const QString &location) { return hive.hasKey(location); });
 }
 
-// The value in the first place that has it, whatever its type.
+// The value in the first location that has it, of any type.
 std::optional<Value> findValue(const QString &path, const QString &name) {
     std::optional<Value> value;
-    visitPlaces(path, [&](const Hive &hive, const QString &place) {
-        value = hive.value(place, name);
+    visitLocations(path, [&](const Hive &hive, const QString &location) {
+        value = hive.value(location, name);
         return value.has_value();
     });
     return value;
@@ -140,7 +149,7 @@ std::int32_t RegSetValueExA(RegKey key, const QByteArray &name, std::uint32_t ty
         return kInvalidHandle;
     const QString wide = nameText(name);
     const Value value = hive::valueFromNarrow(type, data);
-    // One that is stored already costs no write.
+    // An unchanged value is not written.
     if (hive::readHive(ownHivePath())->value(*path, wide) == value)
         return kSuccess;
     return change(
@@ -153,8 +162,8 @@ std::int32_t RegValueNames(RegKey key, QByteArrayList &names) {
     if (!path)
         return kInvalidHandle;
     QSet<QString> known;
-    visitPlaces(*path, [&](const Hive &hive, const QString &place) {
-        for (const QString &name : hive.valueNames(place)) {
+    visitLocations(*path, [&](const Hive &hive, const QString &location) {
+        for (const QString &name : hive.valueNames(location)) {
             const qsizetype before = known.size();
             known.insert(hive::foldCase(name));
             if (known.size() > before)

@@ -6,7 +6,7 @@ namespace platform::hive {
 
 namespace {
 
-// The length of the well-formed UTF-8 sequence at the start of `bytes`, which is not empty; 0 where
+// The length of the well-formed UTF-8 sequence at the start of `bytes`, which is not empty; 0 if
 // there is none.
 qsizetype readSequence(QByteArrayView bytes, char32_t &character) {
     static constexpr std::array<char32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
@@ -61,7 +61,7 @@ void appendUtf16(QString &text, char32_t character) {
     }
 }
 
-// The character at `at`, which moves behind it.
+// Reads the character at `at` and advances it.
 char32_t takeCharacter(QStringView text, qsizetype &at) {
     const QChar first = text[at++];
     if (first.isHighSurrogate() && at < text.size() && text[at].isLowSurrogate())

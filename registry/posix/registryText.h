@@ -5,22 +5,20 @@
 #include <QString>
 #include <QStringView>
 
-// Text on its way between the narrow form that the registry operations take and the UTF-16 that a
-// hive holds.
+// Conversion between the narrow text of the registry functions and the UTF-16 of a hive.
 namespace platform::hive {
 
-// UTF-8 to UTF-16 without a loss: a byte that is no part of well-formed UTF-8 becomes the lone
-// surrogate U+DC80 to U+DCFF, which narrowText turns back. A byte order mark is text like any
-// other.
+// Lossless conversion of UTF-8 to UTF-16: a byte of malformed UTF-8 becomes a lone surrogate U+DC80
+// to U+DCFF, which narrowText converts back. A byte order mark is ordinary text.
 QString wideText(QByteArrayView narrow);
 
-// UTF-16 to UTF-8, the way back. Any other lone surrogate has no narrow form and becomes U+FFFD.
+// UTF-16 to UTF-8. Any other lone surrogate becomes U+FFFD.
 QByteArray narrowText(QStringView wide);
 
-// The text in which names are compared: simple case folding, a character for a character.
+// The case-folded text for comparing names: simple folding, one character for each.
 QString foldCase(QStringView text);
 
-// A key path with single separators and none at its ends, cut off at a NUL as C text is.
+// A key path with single separators, without leading and trailing ones, cut off at a NUL.
 QString keyPath(QStringView path);
 
 } // namespace platform::hive

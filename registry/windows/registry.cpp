@@ -14,10 +14,10 @@
 
 namespace {
 
-// What a program of the 32-bit age sees of the machine root.
+// The view of the machine root for 32-bit programs.
 constexpr REGSAM kView = KEY_WOW64_32KEY;
 
-// Where Windows keeps what such a program may not write under the machine root.
+// Where Windows redirects writes of such a program under the machine root.
 constexpr char kVirtualStore[] = "Software\\Classes\\VirtualStore\\MACHINE\\";
 
 struct CloseKey {
@@ -26,7 +26,7 @@ struct CloseKey {
 };
 using Key = std::unique_ptr<HKEY, CloseKey>;
 
-// One open key: the real one, and its twin in the user's virtual store. Either may be missing.
+// An open key: the real one, and its copy in the user's virtual store. Either may be missing.
 struct OpenKey {
     Key real;
     Key twin;
@@ -34,7 +34,7 @@ struct OpenKey {
     QByteArray path;
 };
 
-// Virtual copies of the 32-bit view lie under the name that the view has in the whole registry.
+// Virtual copies of the 32-bit view use the view's name in the whole registry.
 QByteArray twinPath(const QByteArray &path) {
     constexpr char kSoftware[] = "software\\";
     constexpr qsizetype kLength = sizeof kSoftware - 1;
@@ -44,7 +44,7 @@ QByteArray twinPath(const QByteArray &path) {
     return QByteArray(kVirtualStore) + path;
 }
 
-// The path ends at a NUL, without separators that are too many.
+// The path up to a NUL, without redundant separators.
 QByteArray keyPath(const QByteArray &given) {
     QByteArrayList parts;
     for (const QByteArray &part : QByteArray(given.constData()).split('\\'))
@@ -83,7 +83,7 @@ LSTATUS createTwin(OpenKey &key) {
                : create(HKEY_CURRENT_USER, twinPath(key.path), KEY_READ | KEY_WRITE, key.twin);
 }
 
-// Opens what there is of a key, to be written where that is permitted.
+// Opens the existing parts of a key, for writing if permitted.
 LSTATUS openBoth(OpenKey &key) {
     if (key.root == platform::kLocalMachine)
         open(HKEY_CURRENT_USER, twinPath(key.path), KEY_READ | KEY_WRITE, key.twin);
@@ -160,11 +160,11 @@ std::int32_t RegQueryValueExA(RegKey key, const QByteArray &name, std::uint32_t 
                               std::uint32_t &size) {
     if (key == 0)
         return kInvalidHandle;
-    // The user's own copy comes first, as Windows reads it for such programs.
+    // The user's own copy has priority, as Windows reads it for such programs.
     LSTATUS result = ERROR_FILE_NOT_FOUND;
-    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
-        if (place != nullptr && result == ERROR_FILE_NOT_FOUND)
-            result = query(place, name, type, data, size);
+    for (HKEY location : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
+        if (location != nullptr && result == ERROR_FILE_NOT_FOUND)
+            result = query(location, name, type, data, size);
     return result;
 }
 
@@ -173,14 +173,14 @@ std::int32_t RegSetValueExA(RegKey key, const QByteArray &name, std::uint32_t ty
     if (key == 0)
         return kInvalidHandle;
     OpenKey &opened = *keyOf(key);
-    const auto set = [&](HKEY place) {
-        return ::RegSetValueExA(place, name.constData(), 0, type,
+    const auto set = [&](HKEY location) {
+        return ::RegSetValueExA(location, name.constData(), 0, type,
                                 reinterpret_cast<const BYTE *>(data.constData()),
                                 static_cast<DWORD>(data.size()));
     };
     LSTATUS result = opened.real != nullptr ? set(opened.real.get()) : ERROR_ACCESS_DENIED;
     if (result == ERROR_SUCCESS && opened.twin != nullptr) {
-        // A copy in the virtual store would hide what was just written.
+        // A copy in the virtual store would hide the new value.
         ::RegDeleteValueA(opened.twin.get(), name.constData());
     } else if (result == ERROR_ACCESS_DENIED && opened.root == kLocalMachine) {
         result = createTwin(opened);
@@ -196,9 +196,9 @@ std::int32_t RegValueNames(RegKey key, QByteArrayList &names) {
         return kInvalidHandle;
     QSet<QByteArray> known;
     LSTATUS result = ERROR_SUCCESS;
-    for (HKEY place : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
-        if (place != nullptr && result == ERROR_SUCCESS)
-            result = addNames(place, known, names);
+    for (HKEY location : {keyOf(key)->twin.get(), keyOf(key)->real.get()})
+        if (location != nullptr && result == ERROR_SUCCESS)
+            result = addNames(location, known, names);
     return result;
 }
 

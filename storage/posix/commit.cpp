@@ -14,20 +14,20 @@
 #include <thread>
 #include <unistd.h>
 
-// How a new file gets its name.
+// The commit of a new file.
 namespace platform {
 
 namespace {
 
-// On disks of other machines, programs there are given a second to let go of a file.
+// On file servers, other programs get a second to close the file.
 constexpr int kRenameRounds = 40;
 constexpr std::chrono::milliseconds kRenamePause{25};
 
-// Gives a file without a name one, which nothing else may have.
+// Links a file without a name to a name that must not exist.
 int linkNameless(int file, int folder, const char *name) {
     int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
     if (result != 0 && errno == ENOENT) {
-        // Older systems allow that to administrators only.
+        // Older kernels allow that to administrators only.
         char path[40];
         std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
         result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
@@ -35,8 +35,8 @@ int linkNameless(int file, int folder, const char *name) {
     return result;
 }
 
-// For file systems whose renaming cannot refuse to replace: most can still refuse a second link. On
-// the rest, such as a shared folder of a virtual machine, the name is looked for first.
+// For file systems without RENAME_NOREPLACE: most fail with EEXIST for a second link. On the
+// others, such as a shared folder of a virtual machine, the name is checked first.
 int renameByLink(int folder, const char *from, const char *to) {
     if (linkat(folder, from, folder, to, 0) == 0) {
         unlinkat(folder, from, 0);
@@ -50,8 +50,8 @@ int renameByLink(int folder, const char *from, const char *to) {
     return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
 }
 
-// The answers where a program holds what is to be replaced. A server that deletes the held file as
-// soon as it can says of its name that nothing is there.
+// The errors if a program has the file open that is to be replaced. A server that deletes the open
+// file as soon as possible may report that there is none.
 bool mayBeHeld(int error) {
     constexpr int kHeld[] = {EACCES, EPERM, EBUSY, ETXTBSY, ENOENT};
     return std::find(std::begin(kHeld), std::end(kHeld), error) != std::end(kHeld);
@@ -68,7 +68,7 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
     const int file = static_cast<int>(m_handle);
     Status status;
     if (m_temporary.empty()) {
-        // Only a file with a name can take the place of another.
+        // Only a file with a name can replace another.
         const std::string first = replace == Replace::No ? name : temporaryName();
         if (linkNameless(file, folder, first.c_str()) != 0)
             status = errnoStatus(errno, "cannot create", m_folder->pathOf(name));
@@ -83,7 +83,7 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         discard();
         return status;
     }
-    // The name is taken away from discard() by now: the file stays, whatever close says.
+    // From here on discard() must not remove the file, whatever close reports.
     m_temporary.clear();
     const bool closed = ::close(file) == 0;
     const int error = errno;
@@ -92,9 +92,9 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
                                     : errnoStatus(error, "cannot write", m_folder->pathOf(name));
 }
 
-// A file that the caller holds is whole until this one has its name. Where a refused renaming can
-// cost the held file, it is closed first, and this one gets a name that no run removes: should both
-// the renaming and the process fail, there is still a whole file to be found.
+// The old file, which the caller has open, stays complete until this one has its name. If a failed
+// rename can destroy an open file, it is closed first, and this one gets a name that later runs do
+// not remove: if both the rename and the process fail, a complete file exists.
 Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     const int folder = static_cast<int>(m_folder->m_handle);
     FileInfo old;
@@ -120,7 +120,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         if (round > 0)
             std::this_thread::sleep_for(kRenamePause);
         (void)letGo();
-        // Meanwhile another program may put its own file there.
+        // Another program may put its own file there in the meantime.
         if (known && isThere() && !sameContent(there, old)) {
             return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
                     m_folder->pathOf(name)};
@@ -131,7 +131,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         return {};
     struct stat own {};
     if (fstat(static_cast<int>(m_handle), &own) == 0 && isThere() && sameFile(there, fileInfo(own)))
-        return {}; // the server had done it, and its answer was lost
+        return {}; // the server renamed it, but its answer was lost
     Status failed = errnoStatus(error, "cannot create", m_folder->pathOf(name));
     InputFile whole;
     const bool oldIsWhole = known &&

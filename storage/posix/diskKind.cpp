@@ -9,10 +9,10 @@ namespace {
 
 struct FileSystem {
     unsigned long type;
-    bool onDevice; // of this machine
+    bool onDevice; // of this machine, not in memory
 };
 
-// Numbers without a name are not in the system's header.
+// The system's header has no names for the plain numbers.
 constexpr FileSystem kOwn[] = {
     {EXT4_SUPER_MAGIC, true},       {XFS_SUPER_MAGIC, true},
     {BTRFS_SUPER_MAGIC, true},      {F2FS_SUPER_MAGIC, true},

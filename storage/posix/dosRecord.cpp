@@ -13,13 +13,14 @@ namespace {
 
 constexpr std::uint8_t kKeptBits = kAttributeHidden | kAttributeSystem | kAttributeArchive;
 
-// Samba's record: a text, empty in all but the oldest ones, then little-endian numbers.
+// Samba's record: a text, which is empty in all but the oldest versions, then little-endian
+// numbers.
 constexpr std::size_t kRecordVersion = 2;
 constexpr std::size_t kRecordFirst = 8;
 constexpr std::size_t kRecordSecond = 12;
 constexpr std::uint32_t kCompatibleVersion = 0xFFFF;
 
-// 0 where the value ends before.
+// 0 if the value is too short.
 std::uint32_t numberAt(std::string_view value, std::size_t at, std::size_t size) {
     std::uint32_t number = 0;
     for (std::size_t i = size; at + size <= value.size() && i-- > 0;)

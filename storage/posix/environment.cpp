@@ -14,7 +14,7 @@ namespace platform {
 
 namespace {
 
-// A relative path in such a variable counts as none: it would mean another folder in each program.
+// A relative path is ignored: it would refer to another folder in each program.
 std::string absolutePathIn(const char *variable) {
     const char *value = std::getenv(variable);
     return value != nullptr && *value == '/' ? value : std::string();
@@ -87,7 +87,8 @@ std::string findInPath(const std::string &name) {
     while (!path.empty()) {
         const std::string_view folder = path.substr(0, path.find(':'));
         path.remove_prefix(std::min(path.size(), folder.size() + 1));
-        // An empty or relative entry is the current folder, which is no place for programs.
+        // An empty or relative entry refers to the current folder, from which no program is
+        // started.
         if (folder.empty() || folder.front() != '/')
             continue;
         std::string candidate = std::string(folder) + '/' + name;

@@ -3,34 +3,33 @@
 #include <string>
 #include <string_view>
 
-// Folders that the environment names, as absolute paths in the system's form.
+// Folders from the environment, as absolute paths of the system.
 namespace platform {
 
-// The user's home folder, or "" where nothing names one.
+// The user's home folder, or "" if unknown.
 std::string homeFolder();
 
-// The Wine prefix ($WINEPREFIX, else ~/.wine), whether it exists or not; "" where nothing names
-// one.
+// The Wine prefix ($WINEPREFIX, else ~/.wine), which need not exist; "" if unknown.
 std::string winePrefix();
 
-// The program's folder among the user's settings ($XDG_CONFIG_HOME/orvel, else ~/.config/orvel),
-// whether it exists or not; "" where nothing names one.
+// The program's folder in the user's settings ($XDG_CONFIG_HOME/orvel, else ~/.config/orvel), which
+// need not exist; "" if unknown.
 std::string userConfigFolder();
 
-// The program's folder among the user's data ($XDG_DATA_HOME/orvel, else ~/.local/share/orvel),
-// whether it exists or not.
+// The program's folder in the user's data ($XDG_DATA_HOME/orvel, else ~/.local/share/orvel), which
+// need not exist.
 std::string userDataFolder();
 
-// The folder that holds the running executable.
+// The folder of the running executable.
 std::string executableFolder();
-// Whether a folder is one where the system keeps what packages bring, for all users. Nothing of one
-// user's belongs there, root included, who may write there.
+// Whether a folder belongs to the system's packages, for all users. No files of a single user are
+// put there, not even root's.
 bool isSystemFolder(const std::string &folder);
 
-// The program of that name in the folders of $PATH, or "". A name that holds a "/" is no name.
+// The path of a program in the folders of $PATH, or "", also for a name with a "/".
 std::string findInPath(const std::string &name);
 
-// Whether this is a file that can be executed.
+// Whether this is an executable file.
 bool isExecutableFile(const std::string &path);
 
 } // namespace platform

@@ -30,6 +30,10 @@ FileInfo::Kind kindOf(mode_t mode) {
 
 } // namespace
 
+std::string pathThrough(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
 FileInfo fileInfo(const struct stat &st) {
     FileInfo info;
     info.kind = kindOf(st.st_mode);
@@ -63,6 +67,13 @@ Status openInputAt(int folder, const std::string &name, const std::string &shown
     return {};
 }
 
+void giveToOwnerOf(int folder, int file) {
+    struct stat st {};
+    if (geteuid() == 0 && fstat(folder, &st) == 0 && st.st_uid != 0 &&
+        fchown(file, st.st_uid, st.st_gid) != 0)
+        return; // some disks know no owners
+}
+
 std::uint8_t readDosBits(int descriptor) {
     const std::uint8_t bits = readDosBits([descriptor](void *value, std::size_t size) {
         return fgetxattr(descriptor, kDosAttributeName, value, size);
@@ -75,6 +86,20 @@ Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown)
     const int length = std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(bits));
     if (fsetxattr(descriptor, kDosAttributeName, text, static_cast<std::size_t>(length), 0) != 0)
         return errnoStatus(errno, "cannot record the attributes of", shown);
+    return {};
+}
+
+std::uint8_t readDosBitsAt(int folder, const std::string &name) {
+    const std::string path = pathThrough(folder) + "/" + name;
+    return readDosBits([&](void *value, std::size_t size) {
+        return lgetxattr(path.c_str(), kDosAttributeName, value, size);
+    });
+}
+
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown) {
+    const std::string path = pathThrough(folder) + "/" + name;
+    if (lremovexattr(path.c_str(), kDosAttributeName) != 0 && errno != ENODATA && errno != ENOTSUP)
+        return errnoStatus(errno, "cannot change the attributes of", shown);
     return {};
 }
 
@@ -94,7 +119,7 @@ void copyAttributes(int from, int to) {
         value.resize(static_cast<std::size_t>(wanted));
         const ssize_t got = fgetxattr(from, name, value.data(), value.size());
         if (got >= 0 && fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0)
-            continue; // not ours to give, such as a security label
+            continue; // may not be set, such as a security label
     }
 }
 

@@ -6,18 +6,28 @@
 
 namespace platform {
 
+// The path to what a descriptor refers to, for calls that take no descriptor.
+std::string pathThrough(int descriptor);
+
 FileInfo fileInfo(const struct stat &st);
 
-// Has the system ask the disk anew for what it knows of a name. `flags` are those of fstatat.
+// Makes the system refresh its cached information on a name. `flags` are those of fstatat.
 void refreshInfo(int folder, const char *name, int flags);
 
-// Opens an ordinary file below a folder's descriptor; `shown` is its path for messages.
+// Opens an ordinary file in a folder; `shown` is its path for messages.
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,
                    int &descriptor, FileInfo &info);
+
+// What root creates in the folder of another user belongs to that user, who could not change it
+// otherwise.
+void giveToOwnerOf(int folder, int file);
 
 // Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
 std::uint8_t readDosBits(int descriptor);
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);
+// The same for an item of a folder, without opening it; links are not followed.
+std::uint8_t readDosBitsAt(int folder, const std::string &name);
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown);
 // Copies every extended attribute that can be copied.
 void copyAttributes(int from, int to);
 

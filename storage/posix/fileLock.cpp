@@ -11,7 +11,7 @@ namespace platform {
 
 namespace {
 
-// The same file under the same number, opened once more to be written, too.
+// Reopens the file with write access under the same descriptor number.
 bool openForWriting(int descriptor) {
     char path[40];
     std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);

@@ -8,9 +8,9 @@ enum class Lock {
     None  // the disk has no locks
 };
 
-// Takes the lock that keeps all others out which ask for it, until the descriptor is closed,
-// without waiting. A disk that locks only what may be written gets the descriptor opened for
-// writing, too; where that is denied, the lock still shows whether another one holds it.
+// Takes an exclusive advisory lock without waiting; it ends when the descriptor is closed. If the
+// disk locks only writable files, the descriptor is reopened for writing; without write permission
+// the result still shows whether another process holds the lock.
 Lock tryLock(int descriptor);
 
 } // namespace platform

@@ -1,4 +1,6 @@
+#include "storage/posix/descriptor.h"
 #include "storage/posix/diskKind.h"
+#include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -40,18 +42,6 @@ int linkFlag(Folder::Links links) {
 
 } // namespace
 
-Folder::Folder(Folder &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-Folder &Folder::operator=(Folder &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
-
 void Folder::close() {
     if (m_handle != -1) {
         ::close(static_cast<int>(m_handle));
@@ -72,8 +62,8 @@ Status Folder::open(const std::string &path) {
     return isOpen() ? Status() : errnoStatus(errno, "cannot open the folder", path);
 }
 
-Status Folder::open(const Location &place) {
-    return open(place.path());
+Status Folder::open(const Location &location) {
+    return open(location.path());
 }
 
 Status Folder::openFolder(const std::string &name, Folder &folder) const {
@@ -91,11 +81,6 @@ Status Folder::makeFolder(const std::string &name) const {
     if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0)
         return errnoStatus(errno, "cannot make the folder", pathOf(name));
     return {};
-}
-
-Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
-    FileInfo info;
-    return openFile(name, file, links, info);
 }
 
 Status Folder::openFile(const std::string &name, InputFile &file, Links links,
@@ -128,7 +113,7 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
-    // A handle of its own: the position in the folder is shared between duplicates.
+    // A separate handle, because duplicates share the position in the folder.
     const int descriptor =
         openat(static_cast<int>(m_handle), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
@@ -170,12 +155,45 @@ Status Folder::removeFolder(const std::string &name) const {
     return {};
 }
 
-Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
-    attributes = 0;
-    InputFile file;
-    if (Status status = openFile(name, file); !status.ok())
+Status Folder::removeFileIf(const std::string &name, bool fresh,
+                            const RemoveCheck &mayRemove) const {
+    FileInfo info;
+    Links links = Links::Refuse;
+    const auto look = [&] {
+        return fresh ? freshInfo(name, info, links) : this->info(name, info, links);
+    };
+    if (Status status = look(); !status.ok())
         return status;
-    return file.attributes(attributes);
+    if (info.kind == FileInfo::Kind::Link)
+        links = Links::Follow;
+    if ((links == Links::Follow && !look().ok()) ||
+        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
+        return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
+    return removeFile(name);
+}
+
+Status Folder::clearAttributes(const std::string &name) const {
+    const int folder = static_cast<int>(m_handle);
+    const std::string path = pathOf(name);
+    struct stat st {};
+    if (fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return errnoStatus(errno, "cannot examine", path);
+    if (S_ISREG(st.st_mode) && isReadOnly(st.st_mode)) {
+        // Through a descriptor: the name may lead to another file or a link by now. An extended
+        // attribute can be changed only while the file is writable.
+        const Descriptor file(openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        if (!file.isOpen() || fstat(file.get(), &st) != 0 ||
+            (S_ISREG(st.st_mode) &&
+             chmod(pathThrough(file.get()).c_str(), (st.st_mode & 07777U) | S_IWUSR) != 0))
+            return errnoStatus(errno, "cannot change the attributes of", path);
+    }
+    if (!S_ISREG(st.st_mode))
+        return {Failure::WrongKind, path + " is not an ordinary file", path};
+    return dropDosBitsAt(folder, name, path);
+}
+
+std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
+    return readDosBitsAt(static_cast<int>(m_handle), item.name);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {

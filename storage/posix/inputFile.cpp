@@ -12,23 +12,6 @@
 
 namespace platform {
 
-InputFile::InputFile(InputFile &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-InputFile &InputFile::operator=(InputFile &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
-
-Status InputFile::open(const std::string &path) {
-    FileInfo info;
-    return open(path, info);
-}
-
 Status InputFile::open(const std::string &path, FileInfo &info) {
     close();
     int descriptor = -1;
@@ -38,8 +21,8 @@ Status InputFile::open(const std::string &path, FileInfo &info) {
     return status;
 }
 
-Status InputFile::open(const Location &place, FileInfo &info) {
-    return open(place.path(), info);
+Status InputFile::open(const Location &location, FileInfo &info) {
+    return open(location.path(), info);
 }
 
 void InputFile::close() {

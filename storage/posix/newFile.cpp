@@ -1,4 +1,4 @@
-#include "storage/posix/copyRange.h"
+#include "storage/posix/diskKind.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -10,8 +10,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <memory>
 #include <optional>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -22,21 +24,35 @@ namespace {
 
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 constexpr std::uint64_t kRangeStep = 8U << 20;
-// A save was fastest with it, of 64 KiB to 4 MiB: from 2 MiB on it took twice as long.
+// The fastest of 64 KiB to 4 MiB for a save: from 2 MiB on it took twice as long.
 constexpr std::size_t kCopyStep = 512U << 10;
-// From here on a range is worth a call that prepares it.
+// From this size on, a call that prepares the range pays off.
 constexpr std::uint64_t kLongRange = 4U << 20;
-// A disk with less is full: no more than one piece of a large file.
+// A disk with less free space counts as full: less than one chunk of a large file.
 constexpr std::uint64_t kLittleRoom = 1U << 20;
+// Shared blocks are whole, of at most this size on the disks that can share.
+constexpr std::uint64_t kSharedBlock = 64U << 10;
 
-// A file that has no name until it is whole costs one entry of the folder instead of two, and is
-// gone by itself when the process dies. -1 where this system or this disk has no such files.
+// A file without a name costs one change of the folder instead of two, and disappears if the
+// process is killed. -1 if this system or disk does not support it.
 int openNameless(int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
     return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
 }
 
-// What a failed write means. Some file servers have no word for a full disk.
+// Shares the whole blocks of a range of an open file with another one, from `target` on. Returns
+// how many bytes are shared: 0 if the disk cannot.
+std::uint64_t shareRange(int from, std::uint64_t offset, int to, std::uint64_t target,
+                         std::uint64_t size) {
+    struct file_clone_range range {};
+    range.src_fd = from;
+    range.src_offset = offset;
+    range.src_length = size - size % kSharedBlock;
+    range.dest_offset = target;
+    return range.src_length > 0 && ioctl(to, FICLONERANGE, &range) == 0 ? range.src_length : 0;
+}
+
+// The status for a failed write. Some file servers have no error code for a full disk.
 Status writeStatus(int error, const char *what, int file, const std::string &path) {
     struct statvfs disk {};
     if (error != EIO || fstatvfs(file, &disk) != 0 || disk.f_blocks == 0 ||
@@ -54,7 +70,7 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     m_folder = &folder;
     m_size = 0;
     m_temporary.clear();
-    // What must be found again after a crash, or be kept from others, has a name from the start.
+    // A file that must be found after a crash, or locked, needs a name from the start.
     m_handle = guard == Guard::None ? openNameless(static_cast<int>(folder.m_handle)) : -1;
     if (m_handle >= 0)
         return {};
@@ -66,7 +82,7 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     if (m_handle < 0)
         return errnoStatus(errno, "cannot create a file in", folder.path());
     if (guard == Guard::Locked && tryLock(static_cast<int>(m_handle)) == Lock::Held) {
-        // Somebody took it for a left-over between its creation and its lock.
+        // Another process took it for a stale temporary between its creation and its lock.
         discard();
         return {Failure::Busy, "cannot create a file in " + folder.path(), folder.path()};
     }
@@ -79,10 +95,6 @@ Status NewFile::info(FileInfo &info) const {
         return errnoStatus(errno, "cannot examine a file in", m_folder->path());
     info = fileInfo(st);
     return {};
-}
-
-Status NewFile::write(const void *data, std::size_t size) {
-    return writeAt(m_size, data, size);
 }
 
 Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size) {
@@ -106,7 +118,7 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
                          const KeepGoing &keepGoing) {
     const int target = static_cast<int>(m_handle);
     const bool prepared = size >= kLongRange;
-    // Of what was prepared only that stays which was written.
+    // Drops prepared space that was not written.
     const auto trimmed = [&](Status status) {
         if (prepared)
             static_cast<void>(truncate(m_size));
@@ -118,8 +130,8 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         m_size += shared;
         offset += shared;
         size -= shared;
-        // Blocks that are had in one go cost less than those that each write asks for, and a full
-        // disk is known before the work is done. Where the disk cannot, the writes ask.
+        // Allocating all blocks at once is cheaper than at each write, and a full disk shows at the
+        // start. If unsupported, each write allocates.
         if (size > 0 &&
             fallocate(target, 0, static_cast<off_t>(m_size), static_cast<off_t>(size)) != 0 &&
             (errno == ENOSPC || errno == EDQUOT))
@@ -129,7 +141,9 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     if (size >= 2 * kRangeStep)
         behind.emplace(target, m_size);
     const std::uint64_t start = m_size;
-    bool ranges = copiesElsewhere(target);
+    // A file server copies ranges by itself. A local file system does so page by page, which takes
+    // longer than to read and write large chunks.
+    bool ranges = !isOwnDevice(target);
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
         if (keepGoing && !keepGoing())
@@ -145,7 +159,7 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
                 continue;
             if (n < 0 && (errno == ENOSPC || errno == EDQUOT))
                 return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
-            // Some file systems cannot, and some answer 0 where a plain read gives bytes.
+            // Some file systems fail, and some return 0 although a plain read returns bytes.
             if (n <= 0) {
                 ranges = false;
                 continue;
@@ -171,20 +185,6 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     return {};
 }
 
-Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
-    got = 0;
-    while (got < size) {
-        const ssize_t n = pread(static_cast<int>(m_handle), static_cast<char *>(data) + got,
-                                size - got, static_cast<off_t>(offset + got));
-        if (n == 0)
-            break;
-        if (n < 0 && errno != EINTR)
-            return errnoStatus(errno, "cannot read back in", m_folder->path());
-        got += n > 0 ? static_cast<std::size_t>(n) : 0;
-    }
-    return {};
-}
-
 Status NewFile::truncate(std::uint64_t size) {
     if (ftruncate(static_cast<int>(m_handle), static_cast<off_t>(size)) != 0)
         return errnoStatus(errno, "cannot write in", m_folder->path());
@@ -206,7 +206,7 @@ Status NewFile::setModified(std::int64_t modified) {
         rest += 1'000'000'000;
         --seconds;
     }
-    // Both times: some disks drop a request for one.
+    // Both times, because some disks ignore a request for one.
     struct timespec times[2] = {};
     times[0].tv_nsec = UTIME_NOW;
     times[1].tv_sec = seconds;
@@ -238,13 +238,26 @@ void NewFile::takeOverFrom(const InputFile &other) {
     const int descriptor = static_cast<int>(m_handle);
     if (fstat(static_cast<int>(other.m_handle), &st) != 0)
         return;
-    // A group that cannot be kept must not gain what the old one was granted.
+    // If the group cannot be set, the new group must not get the setgid right of the old one.
     mode_t mode = st.st_mode & 07777;
     if (fchown(descriptor, st.st_uid, st.st_gid) != 0 && fchown(descriptor, -1U, st.st_gid) != 0)
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
     if (fchmod(descriptor, mode) != 0)
         return;
     copyAttributes(static_cast<int>(other.m_handle), descriptor);
+}
+
+Status NewFile::copyProperties(const InputFile &other) {
+    struct stat st {};
+    const int from = static_cast<int>(other.m_handle);
+    if (fstat(from, &st) != 0 || fchmod(static_cast<int>(m_handle), st.st_mode & 07777) != 0)
+        return errnoStatus(errno, "cannot set the mode of a file in", m_folder->path());
+    copyAttributes(from, static_cast<int>(m_handle));
+    return setModified(fileInfo(st).modified);
+}
+
+void NewFile::giveToFolderOwner() {
+    giveToOwnerOf(static_cast<int>(m_folder->m_handle), static_cast<int>(m_handle));
 }
 
 Status NewFile::sync() {

@@ -1,3 +1,5 @@
+#include "storage/posix/descriptor.h"
+#include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
 
@@ -6,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <memory>
 #include <sched.h>
 #include <sys/stat.h>
@@ -19,7 +22,7 @@ struct Free {
     void operator()(char *text) const { std::free(text); }
 };
 
-// The folder and the name of a path; the folder of a bare name is ".".
+// Splits a path into folder and name; the folder of a bare name is ".".
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');
     const bool bare = slash == std::string::npos;
@@ -29,13 +32,21 @@ void splitPath(const std::string &path, std::string &folder, std::string &name) 
 
 } // namespace
 
-Status makeFolders(const std::string &path) {
+Status makeFolders(const std::string &path, Permissions permissions) {
+    const bool isPrivate = permissions == Permissions::Private;
     std::size_t at = 0;
     while (at < path.size()) {
         at = path.find('/', at + 1);
         const std::string part = path.substr(0, at);
-        if (mkdir(part.c_str(), 0777) != 0 && errno != EEXIST) {
-            // A folder above that may not be written is no obstacle while it exists.
+        if (mkdir(part.c_str(), isPrivate ? 0700 : 0777) == 0) {
+            if (isPrivate) {
+                const Descriptor made(open(part.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+                const Descriptor parent(
+                    openat(made.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+                giveToOwnerOf(parent.get(), made.get());
+            }
+        } else if (errno != EEXIST) {
+            // A parent folder without write permission is no obstacle as long as it exists.
             const int error = errno;
             struct stat st {};
             if (stat(part.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))

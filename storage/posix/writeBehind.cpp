@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-// What a disk takes well in one go.
+// A size that a disk writes efficiently.
 constexpr std::uint64_t kStep = 8U << 20U;
 
 } // namespace
@@ -52,7 +52,7 @@ void WriteBehind::run() {
             return;
         lock.unlock();
         const auto size = static_cast<off_t>(copied - done);
-        // A hint: a disk that fails says so when the file is synced.
+        // Only a hint: write errors are reported by the sync.
         static_cast<void>(sync_file_range(m_file, static_cast<off_t>(m_start + done), size,
                                           SYNC_FILE_RANGE_WRITE));
         done = copied;

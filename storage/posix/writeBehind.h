@@ -7,19 +7,18 @@
 
 namespace platform {
 
-// Lets the disk write what is being copied into a file while the copying goes on, so that a sync
-// after it has little left to wait for. Works in a thread of its own; where none can be had,
-// nothing is begun early.
+// Starts writing a copied file to the disk while the copy continues, so that the final sync takes
+// less time. Works in a thread of its own; does nothing if no thread is available.
 class WriteBehind {
   public:
-    // The descriptor stays open, and belongs to others. The copy begins at `start`.
+    // The descriptor must stay open. The copy begins at `start`.
     WriteBehind(int file, std::uint64_t start);
-    // Waits for what is being handed to the disk.
+    // Waits for the write in progress.
     ~WriteBehind();
     WriteBehind(const WriteBehind &) = delete;
     WriteBehind &operator=(const WriteBehind &) = delete;
 
-    // Tells that so many bytes have been copied in all.
+    // Reports the total number of bytes copied so far.
     void reached(std::uint64_t bytes);
 
   private:

@@ -4,16 +4,16 @@
 #include <cstring>
 #include <vector>
 
-// How a new file gets its name.
+// The commit of a new file.
 namespace platform {
 
 namespace {
 
-// A scanner that looks into what was just written lets go of it within this time.
+// A virus scanner closes a newly written file within this time.
 constexpr int kRenameRounds = 25;
 constexpr DWORD kRenamePause = 20; // ms
 
-// Newer numbers of NtSetInformationFile than the compiler's headers know.
+// Newer information classes than those in the compiler's headers.
 constexpr auto kRenameEx = std::bit_cast<FILE_INFORMATION_CLASS>(65U);
 constexpr ULONG kReplaceIfExists = 0x1;
 constexpr ULONG kPosixSemantics = 0x2;
@@ -21,7 +21,7 @@ constexpr ULONG kIgnoreReadOnly = 0x40;
 
 constexpr auto kInvalidParameter = static_cast<NTSTATUS>(0xC000000D);
 constexpr auto kNotSupported = static_cast<NTSTATUS>(0xC00000BB);
-// Both forms of the system's request begin alike: the first has a byte where the second has flags.
+// Both versions of the request have the same layout: the older one has a byte instead of flags.
 struct RenameRequest {
     ULONG flags;
     HANDLE folder;
@@ -43,7 +43,7 @@ NTSTATUS rename(HANDLE file, HANDLE folder, const std::wstring &name, ULONG flag
         NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
     if (status != kInvalidParameter && status != kNotSupported)
         return status;
-    // Disks of other machines take no folder. A name alone stays in the one that the file is in.
+    // File servers do not support a folder handle. A bare name stays in the file's folder.
     request->folder = nullptr;
     return NtSetInformationFile(file, &block, request, static_cast<ULONG>(size), form);
 }
@@ -53,7 +53,7 @@ bool isKept(NTSTATUS status) {
     return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
 }
 
-// Whether anybody has the file open: renaming over it says no more than that it is denied.
+// Whether the file is open in another program: a rename over it reports only "access denied".
 bool isHeld(HANDLE folder, const std::string &name) {
     Access access;
     access.rights = FILE_READ_DATA;
@@ -63,8 +63,8 @@ bool isHeld(HANDLE folder, const std::string &name) {
     return errorOf(openAt(folder, name, access, file)) == ERROR_SHARING_VIOLATION;
 }
 
-// Clears read-only of a file that is to be replaced. True where that has changed it.
-bool makeWritable(HANDLE folder, const std::string &name) {
+// Sets or clears read-only of a file that is to be replaced. True if that has changed it.
+bool setReadOnly(HANDLE folder, const std::string &name, bool readOnly) {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
@@ -72,20 +72,8 @@ bool makeWritable(HANDLE folder, const std::string &name) {
     FILE_BASIC_INFO basic{};
     return openAt(folder, name, access, file) >= 0 &&
            GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic) &&
-           (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0 &&
-           setOpenedAttributes(file.get(),
-                               basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) >= 0;
-}
-
-void makeReadOnly(HANDLE folder, const std::string &name) {
-    Access access;
-    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
-    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
-    Handle file;
-    FILE_BASIC_INFO basic{};
-    if (openAt(folder, name, access, file) >= 0 &&
-        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic))
-        setOpenedAttributes(file.get(), basic.FileAttributes | FILE_ATTRIBUTE_READONLY);
+           ((basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) != readOnly &&
+           setOpenedAttributes(file.get(), basic.FileAttributes ^ FILE_ATTRIBUTE_READONLY) >= 0;
 }
 
 } // namespace
@@ -113,7 +101,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     const std::string path = m_folder->pathOf(name);
     FileInfo old;
     const bool known = replaced != nullptr && replaced->info(old).ok();
-    // The newer form replaces a file that somebody reads. Not every system and disk knows it.
+    // The newer version replaces a file that is open. Not every system and disk supports it.
     NTSTATUS status =
         rename(file, folder, wide, kReplaceIfExists | kPosixSemantics | kIgnoreReadOnly, kRenameEx);
     if (status >= 0)
@@ -131,10 +119,10 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         const Status failed(Failure::WrongKind, "cannot create " + path + ": a folder", path);
         return replaced != nullptr ? keep(name, failed) : failed;
     }
-    const bool madeWritable = isKept(status) && makeWritable(folder, name);
+    const bool madeWritable = isKept(status) && setReadOnly(folder, name, false);
     for (int round = 0; isKept(status) && round < kRenameRounds; ++round) {
         Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
-        // While its reader is waited for, another program may put its own file there.
+        // During the wait another program may put its own file there.
         if (known && isThere() && !isOld())
             return {Failure::Exists, path + " was replaced meanwhile", path};
         status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
@@ -142,7 +130,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     if (status >= 0)
         return {};
     if (madeWritable)
-        makeReadOnly(folder, name);
+        setReadOnly(folder, name, true);
     const Status failed = isKept(status) && isHeld(folder, name)
                               ? Status(Failure::Busy, path + " is in use by another program", path)
                               : errorStatus(errorOf(status), "cannot create", path);

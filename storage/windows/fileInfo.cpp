@@ -7,13 +7,13 @@ namespace platform {
 
 namespace {
 
-constexpr DWORD kTold = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+constexpr DWORD kReported = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
 std::int64_t nanoseconds(std::int64_t ticks) {
     return (ticks - kTicksTo1970) * 100;
 }
 
-// Newer numbers of NtSetInformationFile than the compiler's headers know.
+// Newer information classes than those in the compiler's headers.
 constexpr auto kDispositionEx = std::bit_cast<FILE_INFORMATION_CLASS>(64U);
 constexpr ULONG kDelete = 0x1;
 constexpr ULONG kPosixSemantics = 0x2;
@@ -22,13 +22,13 @@ constexpr ULONG kIgnoreReadOnly = 0x10;
 } // namespace
 
 bool isLink(DWORD attributes, DWORD tag) {
-    // A tag that is not told counts as a link: better one file too few than one outside.
+    // An unknown tag counts as a link, which is the safe side.
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
            (tag == 0 || IsReparseTagNameSurrogate(tag));
 }
 
 std::uint8_t dosBits(DWORD attributes) {
-    return static_cast<std::uint8_t>(attributes & kTold);
+    return static_cast<std::uint8_t>(attributes & kReported);
 }
 
 DWORD fileInfo(HANDLE file, FileInfo &info) {
@@ -51,7 +51,7 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
     info.modified = nanoseconds(times.LastWriteTime.QuadPart);
-    // A disk without it gives no proof that a file is unchanged.
+    // On a disk without change times nothing proves that a file is unchanged.
     info.changed = times.ChangeTime.QuadPart != 0 ? nanoseconds(times.ChangeTime.QuadPart)
                                                   : std::numeric_limits<std::int64_t>::max();
     info.device = known.dwVolumeSerialNumber;
@@ -67,13 +67,13 @@ NTSTATUS setOpenedAttributes(HANDLE file, DWORD attributes) {
 }
 
 NTSTATUS deleteOpened(HANDLE file) {
-    // The name is gone at once, even where somebody still reads the file.
+    // Removes the name at once, even if the file is open.
     IO_STATUS_BLOCK block{};
     ULONG flags = kDelete | kPosixSemantics | kIgnoreReadOnly;
     NTSTATUS status = NtSetInformationFile(file, &block, &flags, sizeof flags, kDispositionEx);
     if (status >= 0)
         return status;
-    // Systems and disks that do not know that: the mark that every one knows.
+    // Fallback for older systems and other disks.
     FILE_BASIC_INFO before{};
     GetFileInformationByHandleEx(file, FileBasicInfo, &before, sizeof before);
     const bool readOnly = (before.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0;

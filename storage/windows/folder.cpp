@@ -18,8 +18,6 @@ FileInfo::Kind kindOf(DWORD attributes, DWORD tag) {
                                                         : FileInfo::Kind::File;
 }
 
-} // namespace
-
 NTSTATUS deleteAt(HANDLE folder, const std::string &name, ULONG kind) {
     Access access;
     access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
@@ -44,48 +42,7 @@ NTSTATUS openFolderAt(HANDLE folder, const std::string &name, Handle &opened) {
     return status;
 }
 
-DWORD listOpened(HANDLE folder, const ItemVisitor &visit) {
-    // A handle of its own: the position in the folder is shared between duplicates.
-    Access access;
-    access.rights = FILE_LIST_DIRECTORY;
-    access.options = FILE_DIRECTORY_FILE;
-    Handle own;
-    const NTSTATUS status = openAt(folder, "", access, own);
-    if (status < 0)
-        return errorOf(status);
-    const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
-    while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
-                                        kListBuffer)) {
-        const std::byte *at = buffer.get();
-        while (true) {
-            const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
-            const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
-            if (name != L"." && name != L"..") {
-                // What a link leads to is told in place of the extended attributes' size.
-                visit(utf8FromWide(name), item->FileAttributes,
-                      kindOf(item->FileAttributes, item->EaSize));
-            }
-            if (item->NextEntryOffset == 0)
-                break;
-            at += item->NextEntryOffset;
-        }
-    }
-    const DWORD error = GetLastError();
-    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS}
-                                                                         : error;
-}
-
-Folder::Folder(Folder &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-Folder &Folder::operator=(Folder &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
-}
+} // namespace
 
 void Folder::close() {
     if (m_handle != -1)
@@ -98,16 +55,16 @@ std::string Folder::pathOf(const std::string &name) const {
     return m_path + "\\" + name;
 }
 
-// Other programs may rename or delete the folder meanwhile; what is done in it follows it.
+// Other programs may rename or delete the open folder.
 Status Folder::open(const std::string &path) {
     return open(Location{path, {}});
 }
 
-Status Folder::open(const Location &place) {
+Status Folder::open(const Location &location) {
     close();
-    const std::string path = shownPath(place);
+    const std::string path = shownPath(location);
     m_path = path;
-    const std::wstring whole = longPath(place);
+    const std::wstring whole = longPath(location);
     Handle folder(CreateFileW(whole.c_str(), kFolder | SYNCHRONIZE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -144,20 +101,15 @@ Status Folder::makeFolder(const std::string &name) const {
                       : Status();
 }
 
-Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+Status Folder::openFile(const std::string &name, InputFile &file, Links links,
+                        FileInfo &info) const {
     file.close();
     file.m_path = pathOf(name);
     Handle opened;
     Status status =
-        openInputAt(handleOf(m_handle), name, file.m_path, links == Links::Follow, opened);
+        openInputAt(handleOf(m_handle), name, file.m_path, links == Links::Follow, opened, info);
     file.m_handle = numberOf(opened.release());
     return status;
-}
-
-Status Folder::openFile(const std::string &name, InputFile &file, Links links,
-                        FileInfo &info) const {
-    Status status = openFile(name, file, links);
-    return status.ok() ? file.info(info) : status;
 }
 
 Status Folder::info(const std::string &name, FileInfo &info, Links links) const {
@@ -171,7 +123,7 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
 }
 
 bool Folder::keepsInfo() const {
-    return false; // every look opens the file
+    return false; // each query opens the file
 }
 
 Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
@@ -180,11 +132,34 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 
 Status Folder::list(std::vector<FolderItem> &items) const {
     items.clear();
-    const DWORD error =
-        listOpened(handleOf(m_handle), [&](const std::string &name, DWORD, FileInfo::Kind kind) {
-            items.push_back({name, kind});
-        });
-    return error != ERROR_SUCCESS ? errorStatus(error, "cannot list the folder", m_path) : Status();
+    // A separate handle, because duplicates share the position in the folder.
+    Access access;
+    access.rights = FILE_LIST_DIRECTORY;
+    access.options = FILE_DIRECTORY_FILE;
+    Handle own;
+    const NTSTATUS status = openAt(handleOf(m_handle), "", access, own);
+    if (status < 0)
+        return errorStatus(errorOf(status), "cannot list the folder", m_path);
+    const auto buffer = std::make_unique<std::byte[]>(kListBuffer);
+    while (GetFileInformationByHandleEx(own.get(), FileIdBothDirectoryInfo, buffer.get(),
+                                        kListBuffer)) {
+        const std::byte *at = buffer.get();
+        while (true) {
+            const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
+            const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
+            // The field for the size of extended attributes holds the reparse tag of a link.
+            if (name != L"." && name != L"..")
+                items.push_back({utf8FromWide(name), kindOf(item->FileAttributes, item->EaSize),
+                                 dosBits(item->FileAttributes)});
+            if (item->NextEntryOffset == 0)
+                break;
+            at += item->NextEntryOffset;
+        }
+    }
+    const DWORD error = GetLastError();
+    return error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND
+               ? Status()
+               : errorStatus(error, "cannot list the folder", m_path);
 }
 
 Status Folder::removeFile(const std::string &name) const {
@@ -198,12 +173,48 @@ Status Folder::removeFolder(const std::string &name) const {
                       : Status();
 }
 
-Status Folder::attributes(const std::string &name, std::uint8_t &attributes) const {
-    attributes = 0;
-    InputFile file;
-    if (Status status = openFile(name, file); !status.ok())
-        return status;
-    return file.attributes(attributes);
+// One handle that denies write access to others: a file that is open for writing may still have its
+// old times.
+Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
+                            const RemoveCheck &mayRemove) const {
+    Access access;
+    access.rights = DELETE | FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    access.share = FILE_SHARE_READ | FILE_SHARE_DELETE;
+    Handle opened;
+    NTSTATUS status = openAt(handleOf(m_handle), name, access, opened);
+    if (status < 0)
+        return errorStatus(errorOf(status), "cannot delete", pathOf(name));
+    FileInfo info;
+    const DWORD error = fileInfo(opened.get(), info);
+    const bool isLink = info.kind == FileInfo::Kind::Link;
+    const Links links = isLink ? Links::Follow : Links::Refuse;
+    if (error != ERROR_SUCCESS || (isLink && !this->info(name, info, links).ok()) ||
+        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
+        return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
+    status = deleteOpened(opened.get());
+    return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();
+}
+
+Status Folder::clearAttributes(const std::string &name) const {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
+    access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
+    Handle file;
+    FileInfo info;
+    NTSTATUS status = openAt(handleOf(m_handle), name, access, file);
+    DWORD error = status < 0 ? errorOf(status) : fileInfo(file.get(), info);
+    if (error == ERROR_SUCCESS && info.kind != FileInfo::Kind::File)
+        return {Failure::WrongKind, pathOf(name) + " is not an ordinary file", pathOf(name)};
+    if (error == ERROR_SUCCESS && (status = setOpenedAttributes(file.get(), 0)) < 0)
+        error = errorOf(status);
+    return error != ERROR_SUCCESS
+               ? errorStatus(error, "cannot change the attributes of", pathOf(name))
+               : Status();
+}
+
+std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
+    return item.attributes;
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {
@@ -219,7 +230,7 @@ Status Folder::sync() const {
     access.rights = FILE_ADD_FILE;
     access.options = FILE_DIRECTORY_FILE;
     Handle folder;
-    // Disks that cannot be asked for this write names through by themselves.
+    // Disks that do not support it write names through by themselves.
     if (openAt(handleOf(m_handle), "", access, folder) >= 0)
         FlushFileBuffers(folder.get());
     return {};
@@ -229,7 +240,7 @@ void Folder::removeStaleTemporaries() const {
     std::vector<FolderItem> items;
     if (!list(items).ok())
         return;
-    // Those that are being written are held without the right to delete them.
+    // Temporaries in use are open without delete sharing.
     for (const FolderItem &item : items)
         if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name))
             (void)removeFile(item.name);

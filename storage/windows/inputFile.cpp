@@ -21,7 +21,7 @@ Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &inf
 } // namespace
 
 Status openInputAt(HANDLE folder, const std::string &name, const std::string &shown,
-                   bool followLinks, Handle &file) {
+                   bool followLinks, Handle &file, FileInfo &info) {
     Access access;
     access.rights = kRead;
     access.options = FILE_NON_DIRECTORY_FILE | (followLinks ? 0U : FILE_OPEN_REPARSE_POINT);
@@ -29,66 +29,28 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
     const NTSTATUS status = openAt(folder, name, access, opened);
     if (status < 0)
         return errorStatus(errorOf(status), "cannot open", shown);
-    FileInfo info;
     if (Status checked = checkOrdinary(opened, shown, info); !checked.ok())
         return checked;
     if (!followLinks) {
-        // What a service brings on demand was opened as the mark that stands for it.
+        // A file that a service provides on demand was opened as its placeholder.
         FILE_ATTRIBUTE_TAG_INFO tag{};
         GetFileInformationByHandleEx(opened.get(), FileAttributeTagInfo, &tag, sizeof tag);
         if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
-            return openInputAt(folder, name, shown, true, file);
+            return openInputAt(folder, name, shown, true, file, info);
     }
     file = std::move(opened);
     return {};
-}
-
-DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t size,
-                   std::size_t &got) {
-    got = 0;
-    while (got < size && offset + got <= INT64_MAX) {
-        OVERLAPPED place{};
-        place.Offset = static_cast<DWORD>(offset + got);
-        place.OffsetHigh = static_cast<DWORD>((offset + got) >> 32U);
-        DWORD count = 0;
-        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size - got, kLargestRead));
-        if (!ReadFile(file, static_cast<char *>(data) + got, wanted, &count, &place)) {
-            const DWORD error = GetLastError();
-            return error == ERROR_HANDLE_EOF ? DWORD{ERROR_SUCCESS} : error;
-        }
-        if (count == 0)
-            break;
-        got += count;
-    }
-    return ERROR_SUCCESS;
-}
-
-InputFile::InputFile(InputFile &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
-
-InputFile &InputFile::operator=(InputFile &&other) noexcept {
-    if (this != &other) {
-        close();
-        m_handle = std::exchange(other.m_handle, -1);
-        m_path = std::move(other.m_path);
-    }
-    return *this;
 }
 
 Status InputFile::open(const std::string &path, FileInfo &info) {
     return open(Location{path, {}}, info);
 }
 
-Status InputFile::open(const std::string &path) {
-    FileInfo info;
-    return open(path, info);
-}
-
-Status InputFile::open(const Location &place, FileInfo &info) {
+Status InputFile::open(const Location &location, FileInfo &info) {
     close();
-    const std::string path = shownPath(place);
+    const std::string path = shownPath(location);
     m_path = path;
-    const std::wstring whole = longPath(place);
+    const std::wstring whole = longPath(location);
     const DWORD kind = GetFileAttributesW(whole.c_str());
     if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return {Failure::WrongKind, "cannot open " + path + ": not an ordinary file", path};
@@ -110,8 +72,22 @@ void InputFile::close() {
 
 Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
                          std::size_t &got) const {
-    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got))
-        return errorStatus(error, "cannot read", m_path);
+    got = 0;
+    while (got < size && offset + got <= INT64_MAX) {
+        OVERLAPPED position{};
+        position.Offset = static_cast<DWORD>(offset + got);
+        position.OffsetHigh = static_cast<DWORD>((offset + got) >> 32U);
+        DWORD count = 0;
+        const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size - got, kLargestRead));
+        if (!ReadFile(handleOf(m_handle), static_cast<char *>(data) + got, wanted, &count,
+                      &position)) {
+            const DWORD error = GetLastError();
+            return error == ERROR_HANDLE_EOF ? Status() : errorStatus(error, "cannot read", m_path);
+        }
+        if (count == 0)
+            break;
+        got += count;
+    }
     return {};
 }
 
@@ -121,7 +97,7 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
-// The system has no such call for a file that others may have open, too.
+// No call of the system does that for a file that may be open elsewhere.
 void InputFile::dropCache() const {}
 
 Status InputFile::attributes(std::uint8_t &attributes) const {
@@ -134,11 +110,11 @@ Status InputFile::attributes(std::uint8_t &attributes) const {
 
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     const auto end = std::chrono::steady_clock::now() + wait;
-    // A byte that no file has: locks keep others from reading and writing what they cover.
-    OVERLAPPED place{};
-    place.OffsetHigh = 0x7FFFFFFF;
+    // A byte beyond any file: locks prevent access to the range that they cover.
+    OVERLAPPED position{};
+    position.OffsetHigh = 0x7FFFFFFF;
     while (!LockFileEx(handleOf(m_handle), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0,
-                       1, 0, &place)) {
+                       1, 0, &position)) {
         const DWORD error = GetLastError();
         if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING)
             return errorStatus(error, "cannot lock", m_path);

@@ -4,8 +4,8 @@
 #include <map>
 #include <mutex>
 
-// By the rules that each year had. The C library knows those of today alone, and takes a variable
-// TZ, which other shells set in a form of theirs, for its own.
+// Uses the time zone rules of the given year. The C library knows only the current rules, and
+// interprets a variable TZ, which other shells set in another format.
 namespace platform {
 
 namespace {
@@ -16,7 +16,7 @@ class Zones {
         const std::lock_guard lock(m_mutex);
         m_years.clear();
     }
-    // False where the system tells nothing of that year.
+    // False if the system has no rules for that year.
     bool find(WORD year, TIME_ZONE_INFORMATION &zone) {
         const std::lock_guard lock(m_mutex);
         auto known = m_years.find(year);

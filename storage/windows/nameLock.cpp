@@ -10,7 +10,7 @@ namespace {
 constexpr auto kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
 constexpr auto kDeletePending = static_cast<NTSTATUS>(0xC0000056);
 
-// The same for a name in any case of its letters, not of the ASCII ones alone.
+// Folds the case of all letters, not only of ASCII letters.
 std::string foldedName(const std::string &name) {
     std::wstring folded = wideFromUtf8(name);
     CharLowerBuffW(folded.data(), static_cast<DWORD>(folded.size()));
@@ -19,11 +19,11 @@ std::string foldedName(const std::string &name) {
 
 } // namespace
 
-// A file that nobody else can open, and that goes with its handle, also when the process is killed.
+// A file without sharing, which the system deletes with its handle, even if the process is killed.
 Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
                       const KeepGoing &keepGoing) {
     release();
-    const std::string claim = claimName(foldedName(name));
+    const std::string lockFile = lockFileName(foldedName(name));
     const auto end = std::chrono::steady_clock::now() + wait;
     Access access;
     access.rights = DELETE;
@@ -32,7 +32,7 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
     access.share = 0;
     Handle file;
     for (;;) {
-        const NTSTATUS status = openAt(handleOf(folder.m_handle), claim, access, file);
+        const NTSTATUS status = openAt(handleOf(folder.m_handle), lockFile, access, file);
         if (status >= 0) {
             m_file.m_handle = numberOf(file.release());
             return {};
@@ -41,7 +41,7 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
         if (status != kSharingViolation && status != kDeletePending) {
             const bool takesNoFile = error == ERROR_ACCESS_DENIED || error == ERROR_WRITE_PROTECT;
             return takesNoFile ? Status()
-                               : errorStatus(error, "cannot claim a name in", folder.path());
+                               : errorStatus(error, "cannot lock a name in", folder.path());
         }
         if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", folder.pathOf(name)};

@@ -21,7 +21,7 @@ Status NewFile::create(const Folder &folder, Guard) {
     access.rights = FILE_GENERIC_READ | FILE_GENERIC_WRITE | DELETE | WRITE_DAC;
     access.disposition = FILE_CREATE;
     access.options = FILE_NON_DIRECTORY_FILE;
-    // Nobody else may delete or rename it: that is the guard, and every file has it here.
+    // Other programs cannot delete or rename it. That is the guard; every file has it here.
     access.share = FILE_SHARE_READ;
     NTSTATUS status = 0;
     Handle file;
@@ -29,7 +29,7 @@ Status NewFile::create(const Folder &folder, Guard) {
         m_temporary = temporaryName();
         status = openAt(handleOf(folder.m_handle), m_temporary, access, file);
         if (errorOf(status) == ERROR_ACCESS_DENIED && (access.rights & WRITE_DAC) != 0) {
-            access.rights &= ~ACCESS_MASK{WRITE_DAC}; // a disk that grants no more than needed
+            access.rights &= ~ACCESS_MASK{WRITE_DAC}; // some disks refuse that right
             status = openAt(handleOf(folder.m_handle), m_temporary, access, file);
         }
     } while (status < 0 && errorOf(status) == ERROR_ALREADY_EXISTS);
@@ -47,20 +47,16 @@ Status NewFile::info(FileInfo &info) const {
                                   : Status();
 }
 
-Status NewFile::write(const void *data, std::size_t size) {
-    return writeAt(m_size, data, size);
-}
-
 Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {
-        OVERLAPPED place{};
-        place.Offset = static_cast<DWORD>(offset + done);
-        place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32U);
+        OVERLAPPED position{};
+        position.Offset = static_cast<DWORD>(offset + done);
+        position.OffsetHigh = static_cast<DWORD>((offset + done) >> 32U);
         DWORD count = 0;
         const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size - done, kLargestWrite));
         if (!WriteFile(handleOf(m_handle), static_cast<const char *>(data) + done, wanted, &count,
-                       &place))
+                       &position))
             return errorStatus(GetLastError(), "cannot write in", m_folder->path());
         if (count == 0)
             return errorStatus(ERROR_DISK_FULL, "cannot write in", m_folder->path());
@@ -90,12 +86,6 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         offset += got;
         size -= got;
     }
-    return {};
-}
-
-Status NewFile::readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const {
-    if (const DWORD error = readHandleAt(handleOf(m_handle), offset, data, size, got))
-        return errorStatus(error, "cannot read back in", m_folder->path());
     return {};
 }
 
@@ -173,6 +163,19 @@ void NewFile::takeOverFrom(const InputFile &other) {
                     list, nullptr);
     LocalFree(descriptor);
 }
+
+Status NewFile::copyProperties(const InputFile &other) {
+    FileInfo info;
+    std::uint8_t attributes = 0;
+    Status status = other.info(info);
+    if (status.ok())
+        status = other.attributes(attributes);
+    if (status.ok())
+        status = setAttributes(attributes);
+    return status.ok() ? setModified(info.modified) : status;
+}
+
+void NewFile::giveToFolderOwner() {} // ownership is inherited
 
 Status NewFile::sync() {
     if (!FlushFileBuffers(handleOf(m_handle)))

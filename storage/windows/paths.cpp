@@ -10,13 +10,13 @@ constexpr bool isSeparator(char c) {
     return c == '\\' || c == '/';
 }
 
-// Where the name in a path starts.
+// The index of the file name in a path.
 std::size_t nameStart(const std::string &path) {
     const std::size_t cut = path.find_last_of("\\/:");
     return cut == std::string::npos ? 0 : cut + 1;
 }
 
-// Without the mark of the long form.
+// Removes the prefix of the long form.
 std::wstring plainForm(std::wstring path) {
     constexpr std::wstring_view kServer = L"\\\\?\\UNC\\";
     if (path.starts_with(kServer))
@@ -24,7 +24,7 @@ std::wstring plainForm(std::wstring path) {
     return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
 }
 
-// A path without links, as the system names it; "" where there is nothing.
+// The path without links; "" if it does not exist.
 std::wstring finalPath(const std::string &path) {
     const Handle opened(CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -41,7 +41,7 @@ std::wstring finalPath(const std::string &path) {
     return plainForm(whole);
 }
 
-// The name of a file as it is stored, where a path may have its short one.
+// The stored name of a file, in place of a short name.
 std::wstring storedName(const std::string &path) {
     WIN32_FIND_DATAW found{};
     const HANDLE search = FindFirstFileW(longPath(path).c_str(), &found);
@@ -53,8 +53,8 @@ std::wstring storedName(const std::string &path) {
 
 } // namespace
 
-Status makeFolders(const std::string &path) {
-    // Behind the drive or the server's name and what it shares.
+Status makeFolders(const std::string &path, Permissions /*permissions*/) {
+    // Skips the drive, or server and share.
     std::size_t at = 0;
     if (path.size() > 1 && path[1] == ':') {
         at = 2;
@@ -78,7 +78,7 @@ Status makeFolders(const std::string &path) {
 Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
     folder = path.substr(0, nameStart(path));
     std::wstring real;
-    // A file that exists tells where it is, behind any link.
+    // An existing file is resolved by its handle.
     if (const std::wstring whole = finalPath(path); !whole.empty()) {
         const std::size_t cut = whole.find_last_of(L"\\:") + 1;
         name = utf8FromWide(whole.substr(cut));

@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-// Errors that not every compiler's headers name.
+// Errors that are missing in some compilers' headers.
 constexpr DWORD kDirectoryNotSupported = 336;
 constexpr DWORD kStoppedOnSymlink = 681;
 constexpr DWORD kDiskQuotaExceeded = 1295;
@@ -103,7 +103,7 @@ std::string utf8FromWide(std::wstring_view text) {
 }
 
 std::string narrowFromUtf8(std::string_view text) {
-    // As a code page of its own, UTF-8 takes no such flag.
+    // The UTF-8 code page does not support that flag.
     return toBytes(CP_ACP, GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS, wideFromUtf8(text));
 }
 
@@ -124,19 +124,19 @@ std::wstring longPath(const std::string &utf8) {
     return L"\\\\?\\" + whole;
 }
 
-std::wstring longPath(const Location &place) {
-    std::wstring whole = longPath(place.folder);
-    if (place.below.empty())
+std::wstring longPath(const Location &location) {
+    std::wstring whole = longPath(location.folder);
+    if (location.below.empty())
         return whole;
     if (whole.back() != L'\\')
         whole += L'\\';
-    std::wstring below = wideFromUtf8(place.below);
+    std::wstring below = wideFromUtf8(location.below);
     std::replace(below.begin(), below.end(), L'/', L'\\');
     return whole + below;
 }
 
-std::string shownPath(const Location &place) {
-    std::string path = place.path();
+std::string shownPath(const Location &location) {
+    std::string path = location.path();
     std::replace(path.begin(), path.end(), '/', '\\');
     return path;
 }
@@ -148,7 +148,7 @@ Status errorStatus(DWORD error, const char *what, const std::string &path) {
 DWORD errorOf(NTSTATUS status) {
     constexpr auto kDeletePending = static_cast<NTSTATUS>(0xC0000056);
     constexpr auto kIsDirectory = static_cast<NTSTATUS>(0xC00000BA);
-    // The general translation says "access denied" for both, which is another failure here.
+    // The system translates both to "access denied".
     if (status == kDeletePending)
         return ERROR_DELETE_PENDING;
     return status == kIsDirectory ? kDirectoryNotSupported : RtlNtStatusToDosError(status);

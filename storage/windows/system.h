@@ -13,15 +13,14 @@
 #include "storage/storage.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-// What the storage calls share: text, errors, and opening a name inside a folder's handle.
+// Helpers: text, errors, and access to names in a folder's handle.
 namespace platform {
 
-// A handle of the system that closes itself.
+// Owns a system handle.
 class Handle {
   public:
     Handle() = default;
@@ -59,19 +58,19 @@ inline std::intptr_t numberOf(HANDLE handle) {
 
 std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
-// The whole path behind the system's long form ("\\?\"), which has no limit of 260 characters.
+// The absolute path in the long form ("\\?\"), which has no limit of 260 characters.
 std::wstring longPath(const std::string &path);
-std::wstring longPath(const Location &place);
-// The whole path for messages, all separators alike.
-std::string shownPath(const Location &place);
+std::wstring longPath(const Location &location);
+// The path for messages, with uniform separators.
+std::string shownPath(const Location &location);
 
 // The status for an error of the system: "<what> <path>: <the system's words>".
 Status errorStatus(DWORD error, const char *what, const std::string &path);
-// The error of the Win32 calls for one of the native ones.
+// Converts a native status to a Win32 error.
 DWORD errorOf(NTSTATUS status);
 
-// How a name is opened. The rest is the same for all: names of any letter case, links never
-// followed, calls that wait for their end.
+// How a name is opened. In all cases case is ignored, links are not followed and calls are
+// synchronous.
 struct Access {
     ACCESS_MASK rights = 0;
     ULONG disposition = FILE_OPEN;
@@ -79,38 +78,23 @@ struct Access {
     ULONG share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 };
 
-// Whether a name can only be that of something directly inside a folder: it holds no separator and
-// no stream, and is neither "." nor "..".
+// Whether a name is a single component: it has no separator and no stream, and is neither "." nor
+// "..".
 bool isComponent(std::wstring_view name);
-// Opens a name directly inside a folder, whatever path led to the folder; "" is the folder itself.
-// Names that would lead elsewhere (a separator, a stream, "..") are refused.
+// Opens a name in a folder; "" is the folder itself. Fails for anything but a single component.
 NTSTATUS openAt(HANDLE folder, const std::string &name, const Access &access, Handle &opened);
 
-// Opens a folder directly inside another one; a link is refused.
-NTSTATUS openFolderAt(HANDLE folder, const std::string &name, Handle &opened);
-// Deletes a file (FILE_NON_DIRECTORY_FILE) or an empty folder (FILE_DIRECTORY_FILE) of a folder.
-NTSTATUS deleteAt(HANDLE folder, const std::string &name, ULONG kind);
-
-// Shows everything in an open folder but "." and "..".
-using ItemVisitor =
-    std::function<void(const std::string &name, DWORD attributes, FileInfo::Kind kind)>;
-DWORD listOpened(HANDLE folder, const ItemVisitor &visit);
-
-// What is known of an open file. Fails with the system's error.
+// The information on an open file. Returns a Win32 error.
 DWORD fileInfo(HANDLE file, FileInfo &info);
-// The bits of FILE_ATTRIBUTE_* that are told of a file: DOS's own, but not archive.
+// The DOS attributes in FILE_ATTRIBUTE_* bits, without archive.
 std::uint8_t dosBits(DWORD attributes);
-// Whether it leads somewhere else. Files that a service brings on demand are no links.
+// Whether a reparse point is a link. Files that a service provides on demand are not.
 bool isLink(DWORD attributes, DWORD tag);
 
-// Opens an ordinary file in a folder to be read.
+// Opens an ordinary file of a folder for reading.
 Status openInputAt(HANDLE folder, const std::string &name, const std::string &shown,
-                   bool followLinks, Handle &file);
-// Reads at a position until `size` bytes are there or the file ends.
-DWORD readHandleAt(HANDLE file, std::uint64_t offset, void *data, std::size_t size,
-                   std::size_t &got);
-
-// Deletes the file or empty folder that was opened with the right to, a read-only file too.
+                   bool followLinks, Handle &file, FileInfo &info);
+// Deletes a file or empty folder that was opened with DELETE access, even if it is read-only.
 NTSTATUS deleteOpened(HANDLE file);
 // Sets all attributes of an open file; 0 is FILE_ATTRIBUTE_NORMAL.
 NTSTATUS setOpenedAttributes(HANDLE file, DWORD attributes);

@@ -77,23 +77,6 @@ TEST_F(FilesTest, FoldersAreMadeAndRemovedOneLevelAtATime) {
     EXPECT_FALSE(exists("One/Two"));
 }
 
-TEST_F(FilesTest, DeletingTakesOrdinaryFilesOnly) {
-    for (const char *name : {"a.txt", "B.TXT", "hidden.txt", "keep.cs", "folder.txt/inner.txt"})
-        makeFile(name);
-    platform::setAttributes(at("hidden.txt"), platform::AttributeHidden);
-    platform::deleteFiles(at("*.txt"));
-    EXPECT_FALSE(exists("a.txt") || exists("B.TXT"));
-    EXPECT_TRUE(exists("hidden.txt") && exists("keep.cs") && exists("folder.txt/inner.txt"));
-    platform::deleteFiles(at("KEEP.cs"));
-    EXPECT_FALSE(exists("keep.cs"));
-    for (const char *nothing : {"*.txt", "hidden.txt", "folder.txt", "missing", "missing\\*", ""})
-        expectError(
-            ErrorNumber::FileNotFound, [&] { platform::deleteFiles(at(nothing)); });
-    expectError(ErrorNumber::BadFileName,
-                [&] { platform::deleteFiles(at("folder.txt/inner.txt") + QChar(0)); });
-    EXPECT_TRUE(exists("folder.txt/inner.txt"));
-}
-
 TEST_F(FilesTest, AttributesAreSetExactly) {
     using namespace platform; // NOLINT(google-build-using-namespace): a table of its constants
     makeFile("x");

@@ -9,7 +9,8 @@
 #include <cstdio>
 #include <optional>
 
-// Shows and sets what the settings store holds, to register a game folder or to see what is set.
+// Queries and sets values of the settings store, to register a game folder or to inspect the
+// settings.
 
 namespace {
 
@@ -69,7 +70,7 @@ QString keyUnderRoot(QString key) {
 }
 
 std::optional<QString> readValue(const QString &key, const QString &name) {
-    // No stored text reads as this one, because a text ends at its first NUL.
+    // No stored text equals this one, because a text ends at its first NUL.
     const QString nothing = QChar(0);
     const QString text = RegGetString(kHkeyLocalMachine, key, name, nothing);
     return text == nothing ? std::nullopt : std::optional(text);
@@ -107,7 +108,7 @@ int queryKey(const QString &key) {
 
 int add(const QString &key, const QString &name, const QString &text) {
     const QString stored = platform::narrowPath(text);
-    // A text that would be stored as another one is worse than none.
+    // A text that would be stored differently is refused.
     if (platform::fromNarrow(platform::toNarrow(stored)) == stored) {
         RegSetString(kHkeyLocalMachine, key, name, stored);
         if (readValue(key, name) == stored)

@@ -10,7 +10,7 @@ ReturnCode returnCodeOf(const Status &status, ReturnCode otherwise) {
         return ReturnCode::Done;
     case Failure::Full:
         return ReturnCode::DiskFull;
-    case Failure::NotArchive:
+    case Failure::WrongFormat:
         return ReturnCode::SevereDamage;
     case Failure::EndsEarly:
         return ReturnCode::EndsEarly;

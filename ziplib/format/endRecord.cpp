@@ -153,7 +153,7 @@ Status findEndRecord(const InputFile &file, std::uint64_t fileSize, EndRecord &e
         return {Failure::EndsEarly, file.path() + " ends early: its directory is missing",
                 file.path()};
     }
-    return {Failure::NotArchive, file.path() + " is not a zip archive", file.path()};
+    return {Failure::WrongFormat, file.path() + " is not a zip archive", file.path()};
 }
 
 } // namespace ziplib

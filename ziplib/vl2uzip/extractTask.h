@@ -38,7 +38,7 @@ class ExtractTask : public ThreadPool::Task {
     int passwordTries = 0;
 
     // The target; only for Extract.
-    std::shared_ptr<OpenFolder> folder;
+    std::shared_ptr<const platform::OpenFolder> folder;
     std::string name;
     platform::NewFile::Replace replace = platform::NewFile::Replace::No;
     bool convertLineEnds = false;

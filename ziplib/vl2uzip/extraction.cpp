@@ -85,7 +85,7 @@ void Extraction::start(const PlanItem &item) {
         if (m_folders && m_request.makeFolders && task->path != kRootFolder) {
             std::string target = targetPath(task->path, m_request);
             target.pop_back();
-            std::shared_ptr<OpenFolder> folder;
+            std::shared_ptr<const platform::OpenFolder> folder;
             task->status = folderFor(target, folder);
         }
         break;
@@ -159,7 +159,7 @@ void Extraction::retry(ExtractTask &task) {
         std::this_thread::sleep_for(kWait);
         m_caller.tick();
         if (m_folders)
-            m_folders->release();
+            m_folders->closeAll();
         task.run(worker);
     }
     // One wrong password in 256 passes the check of the header; the data looks damaged then.

@@ -1,43 +1,29 @@
 #pragma once
 
-#include "storage/storage.h"
+#include "storage/folderCache.h"
 #include "ziplib/vl2uzip/ownFiles.h"
 
-#include <memory>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 
 namespace ziplib {
 
-// A folder below the target, held open.
-struct OpenFolder {
-    platform::Folder folder;
-    bool made = false; // by this call: all that is in it comes from this call
-};
-
-// The folders that entries go to. Each is made, where it is missing, and opened in the folder
-// above it, never through a path, so that a link on the disk is not followed. A number of them
-// stays open.
-class FolderTree {
+// The folders that entries are extracted to. A folder that is missing is created.
+class FolderTree : public platform::FolderCache {
   public:
-    explicit FolderTree(platform::Folder root);
+    explicit FolderTree(platform::Folder root) : FolderCache(std::move(root), kMostOpen) {}
 
-    // `path` is relative with "/" between components, "" for the root. WrongKind where something
-    // else than a folder stands there.
-    platform::Status get(std::string_view path, std::shared_ptr<OpenFolder> &folder);
-    // Closes what nobody uses just now.
-    void release();
+  protected:
+    // `opened.made`: created by this extraction, so that all files in it are of this extraction.
+    platform::Status openFolder(const platform::Folder &parent, const std::string &path,
+                                const std::string &name, platform::OpenFolder &opened) override;
 
   private:
-    std::shared_ptr<OpenFolder> m_root;
-    std::unordered_map<std::string, std::shared_ptr<OpenFolder>> m_open;
-    // Those that this call has made, open or not.
-    std::unordered_set<std::string> m_made;
+    // Half of the 64 files that a process may be limited to.
+    static constexpr std::size_t kMostOpen = 32;
+
+    std::unordered_set<std::string> m_made; // paths, open or not
     OwnFiles m_madeFolders;
-    // The last one asked for: entries come folder by folder.
-    std::string m_lastPath;
-    std::shared_ptr<OpenFolder> m_last;
 };
 
 } // namespace ziplib

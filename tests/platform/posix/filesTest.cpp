@@ -32,11 +32,9 @@ TEST_F(PosixFilesTest, NamesThatAreNoUtf8OrBeginWithADotAreNamesLikeOthers) {
     EXPECT_EQ(names[0], ".dot.txt");
     EXPECT_EQ(findFirst(at(".DOT.txt"), 0), ".dot.txt");
     EXPECT_EQ(findFirst(at(names[1]), 0), names[1]);
-    deleteFiles(at(names[1]));
-    EXPECT_EQ(namesIn(""), QStringList({".dot.txt"}));
 }
 
-TEST_F(PosixFilesTest, LinksCountAsWhatTheyLeadToAndAreDeletedThemselves) {
+TEST_F(PosixFilesTest, LinksCountAsWhatTheyLeadTo) {
     makeFile("real.txt", "old");
     makeFile("keep.cs");
     makeFolders("folder");
@@ -50,8 +48,6 @@ TEST_F(PosixFilesTest, LinksCountAsWhatTheyLeadToAndAreDeletedThemselves) {
     copyFile(at("keep.cs"), at("link.txt"));
     EXPECT_TRUE(QFileInfo(at("link.txt")).isSymLink());
     EXPECT_EQ(contentOf(at("real.txt")), QByteArray("content"));
-    deleteFiles(at("*in*.txt"));
-    EXPECT_EQ(namesIn(""), QStringList({"folder", "keep.cs", "linked", "real.txt"}));
 }
 
 TEST_F(PosixFilesTest, ACopyKeepsTimeAndMode) {
@@ -130,7 +126,8 @@ TEST_F(PosixFilesTest, TextsAndSambasRecordsMeanTheSameToWhoeverPacksAndWhoeverC
         Folder folder;
         std::uint8_t packed = 0;
         ASSERT_TRUE(folder.open(path.first(path.lastIndexOf('/')).toStdString()).ok());
-        if (folder.attributes("kept", packed).ok())
+        if (platform::InputFile kept;
+            folder.openFile("kept", kept).ok() && kept.attributes(packed).ok())
             EXPECT_EQ(packed, row.bits & ~AttributeArchive);
         else // only the superuser reads what its owner may not
             EXPECT_NE(::geteuid(), 0U);

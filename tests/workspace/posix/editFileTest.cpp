@@ -11,6 +11,9 @@ TEST_F(TextEditor, FallsBackToTheDesktopsOwn) {
     select("d", "a.txt");
     const QString editor = program("bin/gedit");
     qputenv("VISUAL", editor.toUtf8());
+    QDir().mkpath(inRoot("applications"));
+    writeFile(inRoot("applications/gedit.desktop"), "[Desktop Entry]\nExec=gedit %U\n");
+    qputenv("XDG_DATA_DIRS", inRoot("").toUtf8());
     click("cmdEditFile");
     EXPECT_EQ(startedAs(editor), commandLine(editor, "@", extracted("d/a.txt")));
     choose("Text", "");

@@ -12,6 +12,12 @@ namespace ziplib {
 
 namespace {
 
+platform::Folder openedRoot(const std::string &path) {
+    platform::Folder root;
+    static_cast<void>(root.open(path)); // a failure shows at each file
+    return root;
+}
+
 // Most scripts are smaller.
 constexpr std::uint64_t kSmall = 32U << 10U;
 
@@ -22,9 +28,9 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const ArchiveReplacem
                                const std::vector<Candidate> &candidates, Take take,
                                std::function<void()> idle)
     : m_directory(directory), m_scan(scan), m_candidates(candidates),
-      m_folders(options.root), m_context{options, target.old(),
-                                         target.exists() ? &target.oldInfo() : nullptr, directory,
-                                         m_folders},
+      m_folders(openedRoot(options.root)),
+      m_context{options, target.old(), target.exists() ? &target.oldInfo() : nullptr, directory,
+                m_folders},
       m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
       m_left(candidates.size()) {
     std::iota(m_left.begin(), m_left.end(), std::size_t{0});

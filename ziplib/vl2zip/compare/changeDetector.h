@@ -57,7 +57,7 @@ class ChangeDetector {
     const Directory &m_directory;
     Scan &m_scan;
     const std::vector<Candidate> &m_candidates;
-    FolderPool m_folders;
+    platform::FolderCache m_folders;
     const ComparisonContext m_context;
     const Take m_take;
     const std::function<void()> m_idle;

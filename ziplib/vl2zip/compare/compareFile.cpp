@@ -131,10 +131,12 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, c
 
 Status judge(const ComparisonContext &context, FoundFile &found, std::size_t index,
              Comparison &result) {
-    const FolderPool::Use folder(context.folders, folderOf(found.path));
+    std::shared_ptr<const platform::OpenFolder> open;
+    // Opening the file by its whole path reports why the folder cannot be opened.
+    static_cast<void>(context.folders.get(folderOf(found.path), open));
     SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
-    if (folder.folder() != nullptr)
-        file.setFolder(*folder.folder());
+    if (open)
+        file.setFolder(open->folder);
     if (auto opened = file.open(); !opened.ok())
         return opened;
     found.info = file.version();
@@ -185,11 +187,11 @@ Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::
 }
 
 bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry) {
-    const FolderPool::Use folder(context.folders, folderOf(file.path));
+    std::shared_ptr<const platform::OpenFolder> open;
     const std::string name(lastComponent(file.path));
     platform::FileInfo now;
-    if (folder.folder() == nullptr ||
-        !folder.folder()->info(name, now, platform::Folder::Links::Follow).ok())
+    if (!context.folders.get(folderOf(file.path), open).ok() ||
+        !open->folder.info(name, now, platform::Folder::Links::Follow).ok())
         return true;
     const bool sameSize = lineEndsOf(context.options) != LineEnds::Keep || now.size == entry.size;
     return !sameSize || !sameTime(context.directory, entry, now.modified);

@@ -3,7 +3,7 @@
 #include "ziplib/codec/lineEnds.h"
 #include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
-#include "ziplib/vl2zip/compare/folderPool.h"
+#include "storage/folderCache.h"
 #include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/scan.h"
@@ -16,7 +16,7 @@ struct ComparisonContext {
     const platform::InputFile &archive;
     const platform::FileInfo *archiveInfo; // null if there is no archive yet
     const Directory &directory;
-    FolderPool &folders; // of the files
+    platform::FolderCache &folders; // of the files
 };
 
 // What the comparison of a candidate with its entry found.

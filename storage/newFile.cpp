@@ -1,20 +1,22 @@
-#include "storage/temporary.h"
-
 #include "storage/storage.h"
+#include "storage/temporary.h"
 
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <random>
+#include <utility>
 
+// The parts of NewFile that are the same on all systems, and the names of files beside others.
 namespace platform {
 
 namespace {
 
 constexpr std::string_view kStart = ".orvel-";
 constexpr std::string_view kEnd = ".part";
-// File systems take names of 255 bytes or letters; the number behind it needs some.
+// File systems allow names of 255 bytes or characters, including the suffix.
 constexpr std::size_t kLongName = 200;
+constexpr int kMostKept = 1000;
 
 std::string reservedName(std::uint64_t number) {
     char digits[20];
@@ -43,7 +45,7 @@ std::string temporaryName() {
     return reservedName(start + next++);
 }
 
-std::string claimName(std::string_view name) {
+std::string lockFileName(std::string_view name) {
     std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
     for (const char c : name) {
         const char folded = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -55,6 +57,34 @@ std::string claimName(std::string_view name) {
 std::string keptName(const std::string &name, int number) {
     return (name.size() <= kLongName ? name : std::string("archive")) + ".new-" +
            std::to_string(number);
+}
+
+Status NewFile::write(const void *data, std::size_t size) {
+    return writeAt(m_size, data, size);
+}
+
+Status NewFile::setAside(const std::string &name) {
+    Status status;
+    for (int number = 1; number <= kMostKept; ++number) {
+        status = takeFreeName(keptName(name, number));
+        if (!status.is(Failure::Exists))
+            break;
+    }
+    return status;
+}
+
+Status NewFile::keep(const std::string &name, const Status &failed) {
+    if (isTemporaryName(m_temporary))
+        (void)setAside(name);
+    const std::string path = m_folder->pathOf(std::exchange(m_temporary, std::string()));
+    discard();
+    // A file that is being deleted can still appear in a listing.
+    InputFile there;
+    const bool gone = m_folder->openFile(name, there).is(Failure::NotFound);
+    return {failed.kind,
+            failed.message + (gone ? "; " + m_folder->pathOf(name) + " is gone" : "") +
+                "; the new file is whole and was kept as " + path,
+            path};
 }
 
 } // namespace platform

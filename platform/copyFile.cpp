@@ -1,0 +1,55 @@
+#include "platform/error.h"
+#include "platform/files.h"
+#include "storage/storage.h"
+
+namespace platform {
+
+namespace {
+
+ErrorNumber sourceError(const Status &status) {
+    switch (status.kind) {
+    case Failure::Denied:
+    case Failure::Busy:
+        return ErrorNumber::PermissionDenied;
+    case Failure::WrongKind:
+        return ErrorNumber::PathFileAccess;
+    default:
+        return ErrorNumber::FileNotFound;
+    }
+}
+
+// Writes the copy beside the target and renames it over the target.
+Status replaceByCopy(const InputFile &source, std::uint64_t size, const Folder &folder,
+                     const std::string &name) {
+    NewFile file;
+    Status status = file.create(folder);
+    if (status.ok())
+        status = file.copyFrom(source, 0, size);
+    if (status.ok())
+        status = file.copyProperties(source);
+    if (status.ok())
+        status = file.sync();
+    return status.ok() ? file.commit(name, NewFile::Replace::Yes) : status;
+}
+
+} // namespace
+
+void copyFile(const QString &source, const QString &target) {
+    InputFile input;
+    FileInfo info;
+    if (const Status opened = input.open(storagePath(source), info); !opened.ok())
+        raise(sourceError(opened), source);
+    Folder folder;
+    std::string path;
+    std::string name;
+    if (!resolvePath(storagePath(target), path, name).ok() || !folder.open(path).ok())
+        raise(ErrorNumber::PathNotFound, target);
+    FileInfo old;
+    if (folder.info(name, old).ok() && (old.kind != FileInfo::Kind::File || old.readOnly))
+        raise(ErrorNumber::PathFileAccess, target);
+    if (const Status done = replaceByCopy(input, info.size, folder, name); !done.ok())
+        raise(done.is(Failure::Busy) ? ErrorNumber::PermissionDenied : ErrorNumber::PathFileAccess,
+              target);
+}
+
+} // namespace platform

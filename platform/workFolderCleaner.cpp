@@ -1,0 +1,225 @@
+#include "platform/workFolderCleaner.h"
+
+#include "platform/error.h"
+#include "platform/files.h"
+#include "storage/folderCache.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+bool isUsableName(QStringView name) {
+    return !name.isEmpty() && name != u"." && name != u".." && !name.contains(QChar(u'\0'));
+}
+
+QString withoutTrailingBlanks(QString name) {
+    while (name.endsWith(u' '))
+        name.chop(1);
+    return name;
+}
+
+// A folder's path as FolderCache takes it; nothing if it leads out of the work folder.
+std::optional<std::string> relativePath(QString folder) {
+    QStringList components;
+    for (const QString &component : folder.replace(u'\\', u'/').split(u'/', Qt::SkipEmptyParts)) {
+        if (component == u".")
+            continue;
+        if (!isUsableName(component))
+            return {};
+        components.append(component);
+    }
+    return components.join(u'/').toStdString();
+}
+
+Status notFound(const QString &name) {
+    return {Failure::NotFound, "cannot find " + name.toStdString(), name.toStdString()};
+}
+
+// The work folder's folders, found without regard to letter case and trailing blanks.
+class WorkFolders : public FolderCache {
+  public:
+    using FolderCache::FolderCache;
+
+    // Calls `step` with the name as written and, as long as there is no such file, with the name
+    // without trailing blanks and with the stored name that differs in letter case only. `path` is
+    // the folder's.
+    template<typename Step>
+    Status tryNames(const Folder &folder, const std::string &path, const QString &name, Step step) {
+        Status status = step(name.toStdString());
+        if (!status.is(Failure::NotFound))
+            return status;
+        const QString trimmed = withoutTrailingBlanks(name);
+        if (!isUsableName(trimmed))
+            return status;
+        if (trimmed != name)
+            status = step(trimmed.toStdString());
+        if (!status.is(Failure::NotFound))
+            return status;
+        const std::string stored = otherSpelling(folder, path, name, trimmed);
+        return stored.empty() ? notFound(name) : step(stored);
+    }
+
+  protected:
+    Status openFolder(const Folder &parent, const std::string &path, const std::string &name,
+                      OpenFolder &opened) override {
+        const std::string above = path.substr(0, path.size() - name.size());
+        return tryNames(
+            parent, above.substr(0, above.rfind('/')), QString::fromStdString(name),
+            [&](const std::string &tried) { return parent.openFolder(tried, opened.folder); });
+    }
+
+  private:
+    // The first stored name, in order of bytes, by its case-folded text.
+    using Spellings = QHash<QString, std::string>;
+
+    // Lists a folder at its first use only: thousands of missing files need one listing.
+    std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name,
+                              const QString &trimmed) {
+        const auto [known, isNew] = m_spellings.try_emplace(path);
+        Spellings &spellings = known->second;
+        std::vector<FolderItem> items;
+        if (isNew && folder.list(items).ok()) {
+            for (FolderItem &item : items) {
+                std::string &kept = spellings[QString::fromStdString(item.name).toCaseFolded()];
+                if (kept.empty() || item.name < kept)
+                    kept = std::move(item.name);
+            }
+        }
+        const std::string found = spellings.value(name.toCaseFolded());
+        return found.empty() ? spellings.value(trimmed.toCaseFolded()) : found;
+    }
+
+    std::unordered_map<std::string, Spellings> m_spellings; // by the folder's path
+};
+
+} // namespace
+
+struct WorkFolderCleaner::State {
+    explicit State(QString path) : workFolder(std::move(path)) { openRoot(); }
+
+    void openRoot() {
+        Folder root;
+        try {
+            static_cast<void>(root.open(storagePath(workFolder)));
+        } catch (const RuntimeError &) {
+            // Each step fails.
+        }
+        folders.emplace(std::move(root));
+    }
+
+    // Calls `step` for a file or folder with the open folder that it is in.
+    template<typename Step>
+    bool onName(const QString &path, Step step) {
+        const qsizetype cut = std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
+        const QString name = path.sliced(cut + 1);
+        const QStringView folder = QStringView(path).first(std::max<qsizetype>(cut, 0));
+        if (folder != lastFolder) { // files come folder by folder
+            lastFolder = folder.toString();
+            lastPath = relativePath(lastFolder);
+        }
+        std::shared_ptr<const OpenFolder> opened;
+        return lastPath && isUsableName(name) && folders->get(*lastPath, opened).ok() &&
+               folders
+                   ->tryNames(opened->folder, *lastPath, name,
+                              [&](const std::string &tried) { return step(opened->folder, tried); })
+                   .ok();
+    }
+
+    // Deletes a file of an open folder; `file` is its path below the work folder.
+    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) const {
+        if (packed == nullptr)
+            return folder.removeFile(name);
+        return folder.removeFileIf(name, keepsInfo,
+                                   [&](const FileInfo &info, const OpenInput &open) {
+                                       return info.kind == FileInfo::Kind::File &&
+                                              packed->hold(file, info, timesTell, open);
+                                   });
+    }
+
+    QString workFolder;
+    std::optional<WorkFolders> folders;
+    QString lastFolder;
+    std::optional<std::string> lastPath = std::string(); // of lastFolder
+    const PackedFiles *packed = nullptr;
+    bool timesTell = false; // the disk's clock has not been set back since the save
+    bool keepsInfo = false; // the system caches file information for a while
+};
+
+WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
+    : m_state(std::make_unique<State>(workFolder)) {}
+
+WorkFolderCleaner::~WorkFolderCleaner() = default;
+
+void WorkFolderCleaner::deleteOnly(const PackedFiles &packed) {
+    m_state->packed = &packed;
+    std::shared_ptr<const OpenFolder> root;
+    const bool isOpen = m_state->folders->get({}, root).ok();
+    m_state->timesTell = isOpen && packed.isClockRunning(root->folder);
+    m_state->keepsInfo = isOpen && root->folder.keepsInfo();
+}
+
+bool WorkFolderCleaner::clearAttributes(const QString &file) {
+    return m_state->onName(
+        file,
+        [](const Folder &folder, const std::string &name) { return folder.clearAttributes(name); });
+}
+
+bool WorkFolderCleaner::deleteFile(const QString &file) {
+    return m_state->onName(
+        file, [&](const Folder &folder,
+                  const std::string &name) { return m_state->deleteIn(folder, name, file); });
+}
+
+bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
+    const auto path = relativePath(folder);
+    std::shared_ptr<const OpenFolder> opened;
+    // Listed to the end before anything is deleted: deleting during a listing is undefined.
+    std::vector<FolderItem> items;
+    if (!path || !m_state->folders->get(*path, opened).ok() || !opened->folder.list(items).ok())
+        return false;
+    bool noneLeft = true;
+    for (const FolderItem &item : items) {
+        if (item.kind == FileInfo::Kind::Folder)
+            continue;
+        constexpr std::uint8_t kKept = kAttributeHidden | kAttributeSystem;
+        if ((opened->folder.recordedAttributes(item) & kKept) != 0) {
+            noneLeft = false;
+            continue;
+        }
+        const Status deleted = m_state->deleteIn(opened->folder, item.name,
+                                                 folder + u'/' + QString::fromStdString(item.name));
+        // A link to a folder is a folder itself on Windows.
+        noneLeft = noneLeft && (deleted.ok() || deleted.is(Failure::NotFound) ||
+                                deleted.is(Failure::WrongKind));
+    }
+    return noneLeft;
+}
+
+bool WorkFolderCleaner::removeFolder(const QString &folder) {
+    if (folder.isEmpty()) {
+        // On some disks an open folder cannot be removed.
+        m_state->folders.emplace(Folder());
+        try {
+            platform::removeFolder(m_state->workFolder);
+            return true;
+        } catch (const RuntimeError &) {
+            m_state->openRoot();
+            return false;
+        }
+    }
+    if (const auto path = relativePath(folder))
+        m_state->folders->close(*path);
+    return m_state->onName(folder, [](const Folder &parent, const std::string &name) {
+        return parent.removeFolder(name);
+    });
+}
+
+} // namespace platform

@@ -1,0 +1,53 @@
+#include "storage/storage.h"
+
+#include <utility>
+
+// The parts of Folder that are the same on all systems.
+namespace platform {
+
+std::string Location::path() const {
+    if (below.empty())
+        return folder;
+    std::string whole = folder;
+    if (!whole.empty() && whole.back() != '/' && whole.back() != '\\')
+        whole += '/';
+    return whole + below;
+}
+
+Folder::Folder(Folder &&other) noexcept
+    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+
+Folder &Folder::operator=(Folder &&other) noexcept {
+    if (this != &other) {
+        close();
+        m_handle = std::exchange(other.m_handle, -1);
+        m_path = std::move(other.m_path);
+    }
+    return *this;
+}
+
+Status Folder::openFile(const std::string &name, InputFile &file, Links links) const {
+    FileInfo info;
+    return openFile(name, file, links, info);
+}
+
+Status Folder::newFileInfo(FileInfo &info) const {
+    NewFile file;
+    InputFile opened;
+    if (Status made = file.create(*this); !made.ok())
+        return made;
+    if (Status reopened = file.openWritten(opened); !reopened.ok())
+        return reopened;
+    return opened.info(info);
+}
+
+Status Folder::openSame(const std::string &name, Links links, const FileInfo &info,
+                        InputFile &file) const {
+    FileInfo found;
+    Status status = openFile(name, file, links, found);
+    if (status.ok() && !sameFile(found, info))
+        return {Failure::Busy, pathOf(name) + " was replaced meanwhile", pathOf(name)};
+    return status;
+}
+
+} // namespace platform
