@@ -1,6 +1,6 @@
 #include "workspace/frmMain.h"
 
-#include "archive/idle.h"
+#include "archive/libraryEvents.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
