@@ -1,101 +1,113 @@
 #pragma once
 
-#include "archive/tZipEntry.h"
+#include "archive/libraryEvents.h"
+#include "ziplib/vl2uzip.h"
 
+#include <QDateTime>
+#include <QString>
+
+#include <cstdint>
 #include <functional>
-#include <memory>
 #include <vector>
 
-struct tUnzipOptions;
+// One listed entry of an archive.
+struct tZipEntry {
+    QString sName;        // the file name, the last component of the entry's path
+    QString sFolder;      // its folder, separated by "\"; "" at the archive's root
+    std::int32_t lSize;   // compressed size in bytes, bit pattern of an unsigned number
+    std::int32_t lFactor; // compression factor as the library reports it
+    QString sMethod;      // name of the compression method
+    QDateTime dDate;      // modification time as stored, without a time zone; to the minute
+    std::int32_t lCRC;    // CRC-32, bit pattern of an unsigned number
+    bool bEncrypted;
+    bool bSelected; // initially true
+};
 
-// Lists the entries of one archive and extracts those that are selected, through the companion
-// library vl2uzip. Only one call of Directory or Unzip may be in progress in the whole program:
-// a handler of an event must not start another.
-class cUnzip {
+// Lists the entries of one archive and extracts the selected ones, through the companion library
+// vl2uzip. Only one call of Directory or Unzip may be in progress in the whole program: an event
+// handler must not start another.
+class cUnzip : public LibraryEvents {
   public:
-    cUnzip();
+    cUnzip() = default;
     ~cUnzip();
     cUnzip(const cUnzip &) = delete;
     cUnzip &operator=(const cUnzip &) = delete;
 
-    // Options of the calls that follow; all off at first.
-    bool ExtractOnlyNewer() const;
-    void setExtractOnlyNewer(bool bState);
-    bool SpaceToUnderScore() const;
-    void setSpaceToUnderScore(bool bState);
-    bool PromptToOverwrite() const;
-    void setPromptToOverwrite(bool bState);
+    // Options of the calls that follow; initially off.
+    bool ExtractOnlyNewer() const { return m_tOptions.ExtractOnlyNewer != 0; }
+    void setExtractOnlyNewer(bool bState) { m_tOptions.ExtractOnlyNewer = bState; }
+    bool SpaceToUnderScore() const { return m_tOptions.SpaceToUnderscore != 0; }
+    void setSpaceToUnderScore(bool bState) { m_tOptions.SpaceToUnderscore = bState; }
+    bool PromptToOverwrite() const { return m_tOptions.PromptToOverwrite != 0; }
+    void setPromptToOverwrite(bool bState) { m_tOptions.PromptToOverwrite = bState; }
     // 0 all messages, 1 fewer, 2 none.
-    std::int32_t MessageLevel() const;
-    void setMessageLevel(std::int32_t eLevel);
-    bool TestZip() const;
-    void setTestZip(bool bState);
-    bool UseFolderNames() const;
-    void setUseFolderNames(bool bState);
-    bool OverwriteExisting() const;
-    void setOverwriteExisting(bool bState);
-    bool ConvertCRToCRLF() const;
-    void setConvertCRToCRLF(bool bState);
-    // True asks the library to match names without regard to case: the field behind it means that.
-    bool CaseSensitiveFileNames() const;
-    void setCaseSensitiveFileNames(bool bState);
+    std::int32_t MessageLevel() const { return m_tOptions.fQuiet; }
+    void setMessageLevel(std::int32_t eLevel) { m_tOptions.fQuiet = eLevel; }
+    bool TestZip() const { return m_tOptions.ntflag != 0; }
+    void setTestZip(bool bState) { m_tOptions.ntflag = bState; }
+    bool UseFolderNames() const { return m_tOptions.ndflag != 0; }
+    void setUseFolderNames(bool bState) { m_tOptions.ndflag = bState; }
+    bool OverwriteExisting() const { return m_tOptions.noflag != 0; }
+    void setOverwriteExisting(bool bState) { m_tOptions.noflag = bState; }
+    bool ConvertCRToCRLF() const { return m_tOptions.naflag != 0; }
+    void setConvertCRToCRLF(bool bState) { m_tOptions.naflag = bState; }
+    // Despite its name, true makes the library match names without regard to case.
+    bool CaseSensitiveFileNames() const { return m_tOptions.C_flag != 0; }
+    void setCaseSensitiveFileNames(bool bState) { m_tOptions.C_flag = bState; }
 
     // The listed entries, in stored order. Indexes run from 1 to FileCount; any other raises 9.
-    std::int32_t FileCount() const;
-    const QString &Filename(std::int32_t lIndex) const;
-    const QString &FileDirectory(std::int32_t lIndex) const;
-    std::int32_t FileSize(std::int32_t lIndex) const;
-    // Size times factor in hundredths, toward zero. Raises 6 where the product leaves 32 bits.
+    std::int32_t FileCount() const { return static_cast<std::int32_t>(m_atEntries.size()); }
+    const QString &Filename(std::int32_t lIndex) const { return entry(lIndex).sName; }
+    const QString &FileDirectory(std::int32_t lIndex) const { return entry(lIndex).sFolder; }
+    std::int32_t FileSize(std::int32_t lIndex) const { return entry(lIndex).lSize; }
+    // Size times factor divided by 100, rounded toward zero. Raises 6 if the product exceeds 32
+    // bits.
     std::int32_t FilePackedSize(std::int32_t lIndex) const;
-    std::int32_t FileCompressionRatio(std::int32_t lIndex) const;
-    QDateTime FileDate(std::int32_t lIndex) const;
-    std::int32_t FileCRC(std::int32_t lIndex) const;
-    const QString &FileCompressionMethod(std::int32_t lIndex) const;
-    bool FileEncrypted(std::int32_t lIndex) const;
-    bool FileSelected(std::int32_t lIndex) const;
+    std::int32_t FileCompressionRatio(std::int32_t lIndex) const { return entry(lIndex).lFactor; }
+    QDateTime FileDate(std::int32_t lIndex) const { return entry(lIndex).dDate; }
+    std::int32_t FileCRC(std::int32_t lIndex) const { return entry(lIndex).lCRC; }
+    const QString &FileCompressionMethod(std::int32_t lIndex) const {
+        return entry(lIndex).sMethod;
+    }
+    bool FileEncrypted(std::int32_t lIndex) const { return entry(lIndex).bEncrypted; }
+    bool FileSelected(std::int32_t lIndex) const { return entry(lIndex).bSelected; }
     void setFileSelected(std::int32_t lIndex, bool bState);
 
-    // Appends the entries of ZipFile to the list and returns the library's code, 0 for success.
-    // Raises what the call of the library raised (53 where the library is missing), with the
-    // source "Orvel.VBUnzip"; entries that came before the failure stay listed.
+    // Appends the entries of ZipFile to the list and returns the library's return code, 0 for
+    // success. Raises the errors of the library call (53 if the library is missing) with the source
+    // "Orvel.VBUnzip"; entries reported before the failure stay listed.
     std::int32_t Directory();
 
-    // Extracts the selected entries of ZipFile into UnzipFolder, all where none is selected. True
-    // where the library reports a problem, false for success and where ZipFile is empty. Raises as
-    // Directory does, and 9 for more than 1023 names when some entries are left out.
+    // Extracts the selected entries of ZipFile into UnzipFolder, or all entries if none is
+    // selected. Returns true if the library reports a problem, false on success and if ZipFile is
+    // empty. Raises the errors of Directory, and 9 for more than 1023 names if some entries are
+    // not selected.
     bool Unzip();
 
     // The folder to extract into.
-    const QString &UnzipFolder() const;
-    void setUnzipFolder(const QString &sFolder);
+    const QString &UnzipFolder() const { return m_sUnzipFolder; }
+    void setUnzipFolder(const QString &sFolder) { m_sUnzipFolder = sFolder; }
     // The archive. Setting it empties the list.
-    const QString &ZipFile() const;
+    const QString &ZipFile() const { return m_sZipFile; }
     void setZipFile(const QString &sFile);
 
-    // The library's version. dDate is left as it is. Raises 53 where the library is missing.
+    // The library's version. dDate is not changed. Raises 53 if the library is missing.
     void GetVersion(std::int32_t &lMajor, std::int32_t &lMinor, std::int32_t &lRevision,
                     QDateTime &dDate, QString &sExtraInfo) const;
 
-    // How the last Directory or Unzip ended: the library's code (0 before any call, -1 where the
-    // call itself failed) and its last message text, or "".
-    std::int32_t LastCode() const;
-    const QString &LastMessage() const;
-    // Entries that the last Unzip was asked for and did not leave whole in the folder, or that the
-    // last Directory could not list; a file that was kept instead of being replaced is not one.
-    // With 0 every entry is there, whatever LastCode says. Where the number is not known, as for
-    // an archive that cannot be read, at least 1.
-    std::int32_t MissingCount() const;
+    // Result of the last Directory or Unzip: the library's return code (0 before any call, -1 if
+    // the call itself failed) and its last message text, or "".
+    std::int32_t LastCode() const { return m_lLastCode; }
+    const QString &LastMessage() const { return m_sLastMessage; }
+    // Number of requested entries that the last Unzip did not extract completely, or that the last
+    // Directory could not list; existing files that were kept do not count. If 0, every entry is
+    // there, whatever LastCode is. At least 1 if the number is unknown, as for an unreadable
+    // archive.
+    std::int32_t MissingCount() const { return m_lMissing; }
 
-    // Events; unset ones take the default told. Handlers run inside the library call, and an
-    // exception that leaves one is dropped.
-    // An entry is done; the call stops where bCancel is made true.
-    std::function<void(const QString &sMsg, bool &bCancel)> Cancel;
-    // A file exists: 100 keep it (default), 102 replace it, 103 replace all, 104 replace none.
+    // Event: a file exists. 100 keep it (default), 102 replace it, 103 replace all, 104 replace
+    // none.
     std::function<void(const QString &sFile, std::int32_t &eResponse)> OverwritePrompt;
-    // A password is wanted. An empty one, the default, declines for the rest of the call.
-    std::function<void(QString &sPassword, bool &bCancel)> PasswordRequest;
-    // A message text of the library; lCount is always 1.
-    std::function<void(std::int32_t lCount, const QString &sMsg)> Progress;
 
   private:
     friend class mUnzip;
@@ -103,10 +115,7 @@ class cUnzip {
     void AddListedEntry(const QString &sName, const QString &sFolder, const QDateTime &dDate,
                         std::int32_t lSize, std::int32_t lCRC, bool bEncrypted,
                         std::int32_t lFactor, const QString &sMethod);
-    void RaiseCancel(const QString &sMsg, bool &bCancel) const;
     void RaiseOverwritePrompt(const QString &sFile, std::int32_t &eResponse) const;
-    void RaisePasswordRequest(QString &sPassword, bool &bCancel) const;
-    void RaiseProgress(const QString &sMsg) const;
 
     static QString EntryPathForLibrary(const QString &sFolder, const QString &sName);
     const tZipEntry &entry(std::int32_t lIndex) const;
@@ -114,7 +123,7 @@ class cUnzip {
     QString m_sZipFile;
     QString m_sUnzipFolder;
     std::vector<tZipEntry> m_atEntries;
-    std::unique_ptr<tUnzipOptions> m_tOptions;
+    DCL m_tOptions{}; // its texts stay null
     std::int32_t m_lLastCode = 0;
     std::int32_t m_lMissing = 0;
     QString m_sLastMessage;

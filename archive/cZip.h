@@ -1,119 +1,109 @@
 #pragma once
 
+#include "archive/libraryEvents.h"
 #include "platform/packedFiles.h"
+#include "ziplib/common/returnCode.h"
+#include "ziplib/vl2zip.h"
 
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 
-struct tZipOptions;
-
-// How the last Zip or Delete ended.
+// Result of the last Zip or Delete.
 struct ZipResult {
-    std::int32_t code = 0; // the library's code; -1 where the call itself failed
+    std::int32_t code = 0; // the library's return code; -1 if the call itself failed
     QString message;       // the library's last message text, or ""
-    // Paths in the archive, "/" between folders, of files that were packed for the first time and
-    // plainly are an editor's or the system's leftovers. Empty at message level 1.
+    // Paths in the archive, with "/" separators, of newly packed files that are leftovers of an
+    // editor or the system by their names. Empty at message level 1.
     QStringList leftovers;
 
-    // True where every file asked for is in the archive: done (0) or nothing to do (12). Warnings
-    // (1) are not: something was skipped, and whoever deletes the sources now loses it.
-    bool ok() const { return code == 0 || code == 12; }
-    // True where the archive was written, but something was skipped.
-    bool partly() const { return code == 1; }
+    // True if every requested file is in the archive. False for warnings: some file was skipped, so
+    // the sources must not be deleted.
+    bool ok() const {
+        using ziplib::ReturnCode;
+        return ReturnCode{code} == ReturnCode::Done || ReturnCode{code} == ReturnCode::NothingToDo;
+    }
+    // True if the archive was written, but some file was skipped.
+    bool partly() const { return ziplib::ReturnCode{code} == ziplib::ReturnCode::Warnings; }
 };
 
 // Packs files into an archive or deletes entries from it, through the companion library vl2zip.
-// Only one call of Zip or Delete may be in progress in the whole program: a handler of an event
-// must not start another.
-class cZip {
+// Only one call of Zip or Delete may be in progress in the whole program: an event handler must not
+// start another.
+class cZip : public LibraryEvents {
   public:
     cZip();
     ~cZip();
     cZip(const cZip &) = delete;
     cZip &operator=(const cZip &) = delete;
 
-    // The archive to make, update or delete from.
-    const QString &ZipFile() const;
-    void setZipFile(const QString &sFileName);
+    // The archive to create, update or delete from.
+    const QString &ZipFile() const { return m_sZipFile; }
+    void setZipFile(const QString &sFileName) { m_sZipFile = sFileName; }
     // The folder that the file specs are relative to.
-    const QString &BasePath() const;
-    void setBasePath(const QString &sBasePath);
+    const QString &BasePath() const { return m_sBasePath; }
+    void setBasePath(const QString &sBasePath) { m_sBasePath = sBasePath; }
 
-    // Options; all off at first.
-    bool Encrpyt() const;
-    void setEncrypt(bool bState);
-    bool IncludeSystemAndHiddenFiles() const;
-    void setIncludeSystemAndHiddenFiles(bool bState);
+    // Options; initially off.
+    bool Encrpyt() const { return m_tOptions.fEncrypt != 0; }
+    void setEncrypt(bool bState) { m_tOptions.fEncrypt = bState; }
+    bool IncludeSystemAndHiddenFiles() const { return m_tOptions.fSystem != 0; }
+    void setIncludeSystemAndHiddenFiles(bool bState) { m_tOptions.fSystem = bState; }
     // Without effect: the library stores no volume label.
-    bool StoreVolumeLabel() const;
-    void setStoreVolumeLabel(bool bState);
-    bool StoreDirectories() const;
-    void setStoreDirectories(bool bState);
-    bool StoreFolderNames() const;
-    void setStoreFolderNames(bool bState);
-    bool RecurseSubDirs() const;
+    bool StoreVolumeLabel() const { return m_tOptions.fVolume != 0; }
+    void setStoreVolumeLabel(bool bState) { m_tOptions.fVolume = bState; }
+    bool StoreDirectories() const { return m_tOptions.fNoDirEntries == 0; }
+    void setStoreDirectories(bool bState) { m_tOptions.fNoDirEntries = !bState; }
+    bool StoreFolderNames() const { return m_tOptions.fJunkDir == 0; }
+    void setStoreFolderNames(bool bState) { m_tOptions.fJunkDir = !bState; }
+    bool RecurseSubDirs() const { return m_tOptions.fRecurse != 0; }
     void setRecurseSubDirs(bool bState);
-    bool UpdateOnlyIfNewer() const;
-    void setUpdateOnlyIfNewer(bool bState);
-    bool FreshenFiles() const;
-    void setFreshenFiles(bool bState);
-    // 0 more messages, 1 fewer, 2 (at first) the usual ones; any other value changes nothing.
+    bool UpdateOnlyIfNewer() const { return m_tOptions.fUpdate != 0; }
+    void setUpdateOnlyIfNewer(bool bState) { m_tOptions.fUpdate = bState; }
+    bool FreshenFiles() const { return m_tOptions.fFreshen != 0; }
+    void setFreshenFiles(bool bState) { m_tOptions.fFreshen = bState; }
+    // 0 more messages, 1 fewer, 2 (initially) the usual ones; any other value is ignored.
     std::int32_t MessageLevel() const;
     void setMessageLevel(std::int32_t eLevel);
-    bool ConvertCRLFToLF() const;
-    void setConvertCRLFToLF(bool bState);
-    bool ConvertLFToCRLF() const;
-    void setConvertLFToCRLF(bool bState);
+    bool ConvertCRLFToLF() const { return m_tOptions.fCRLF_LF != 0; }
+    void setConvertCRLFToLF(bool bState) { m_tOptions.fCRLF_LF = bState; }
+    bool ConvertLFToCRLF() const { return m_tOptions.fLF_CRLF != 0; }
+    void setConvertLFToCRLF(bool bState) { m_tOptions.fLF_CRLF = bState; }
 
     // Names or wildcard patterns to process, at most 1022 in one call.
-    void ClearFileSpecs();
+    void ClearFileSpecs() { m_asSpecs.clear(); }
     // Always returns 0.
     std::int32_t AddFileSpec(const QString &sSpec);
-    std::int32_t FileSpecCount() const;
+    std::int32_t FileSpecCount() const { return static_cast<std::int32_t>(m_asSpecs.size()); }
     // A string; indexes run from 1 to FileSpecCount, any other raises 9.
     QVariant FileSpec(std::int32_t nIndex) const;
 
-    // Without effect: an archive that exists is always added to.
-    bool AllowAppend() const;
-    void setAllowAppend(bool bState);
+    // Without effect: an existing archive is always updated.
+    bool AllowAppend() const { return m_tOptions.fGrow != 0; }
+    void setAllowAppend(bool bState) { m_tOptions.fGrow = bState; }
 
-    // Packs the files that match, replacing entries of the same path and keeping the others. What
-    // the library reports is in LastResult. Raises 53 where the library is missing, 76 where
-    // BasePath names no folder, 9 for more than 1022 specs.
+    // Packs the matching files, replaces entries of the same path and keeps the others. The
+    // library's report is in LastResult. Raises 53 if the library is missing, 76 if BasePath is not
+    // a folder, 9 for more than 1022 specs.
     void Zip();
-    // Deletes the entries that match. Raises as Zip does.
+    // Deletes the matching entries. Raises the errors of Zip.
     void Delete();
-    const ZipResult &LastResult() const;
-    // The files that the last Zip has put into the archive or found in it, in the versions that are
-    // in it; given away by the first call. None after a failure, or where the library does not
-    // report them.
+    const ZipResult &LastResult() const { return m_tLastResult; }
+    // The files that the last Zip packed or found unchanged, with the version of each that the
+    // archive contains. The first call after a Zip takes them; none after a failure, or if the
+    // library does not report them.
     std::optional<platform::PackedFiles> TakePacked();
-
-    // Events; unset ones take the default told. Handlers run inside the library call, and an
-    // exception that leaves one is dropped.
-    // A file is done; the call stops where bCancel is made true.
-    std::function<void(const QString &sMsg, bool &bCancel)> Cancel;
-    // A password is wanted. An empty one, the default, declines for the rest of the call.
-    std::function<void(QString &sPassword, bool &bCancel)> PasswordRequest;
-    // A message text of the library; lCount is always 1.
-    std::function<void(std::int32_t lCount, const QString &sMsg)> Progress;
 
   private:
     friend class mZip;
 
-    void RaiseCancel(const QString &sMsg, bool &bCancel) const;
-    void RaisePasswordRequest(QString &sPassword, bool &bCancel) const;
-    void RaiseProgress(const QString &sMsg) const;
-
     QString m_sZipFile;
+    QString m_sBasePath;
     QStringList m_asSpecs;
-    std::unique_ptr<tZipOptions> m_tOptions;
+    ZPOPT m_tOptions{}; // its texts stay null
     ZipResult m_tLastResult;
     std::optional<platform::PackedFiles> m_tPacked;
 };

@@ -1,21 +1,19 @@
 #include "archive/mUnzip.h"
 
 #include "archive/cUnzip.h"
-#include "archive/idle.h"
 #include "archive/marshalling.h"
 #include "platform/error.h"
 #include "platform/library.h"
 
-using crossing::attempt;
+using marshalling::attempt;
 
 cUnzip *mUnzip::m_cCurrentUnzip = nullptr;
-bool mUnzip::m_bPasswordCancelled = false;
 
 namespace {
 
-constexpr std::size_t kLongestEntryPath = 256;
-constexpr std::size_t kLongestMethod = 256;
-constexpr std::size_t kLongestReplacedName = 32801;
+constexpr std::size_t kMaxEntryPath = 256;
+constexpr std::size_t kMaxMethod = 256;
+constexpr std::size_t kMaxReplacedName = 32801;
 constexpr std::int32_t kDoNotReplace = 100;
 constexpr char kEncryptedBit = 0x40;
 
@@ -24,27 +22,14 @@ platform::Library &library() {
     return vl2uzip;
 }
 
-// Names from slot 0 on and an empty text behind them.
-void fillTable(crossing::NameTable &table, std::int32_t count, const QStringList &names) {
+// Puts the names from slot 0 on and an empty text after them.
+void fillTable(marshalling::NameTable &table, std::int32_t count, const QStringList &names) {
     for (std::int32_t index = 0; index < count; ++index)
         table.put(index, names.at(index));
     table.put(count, {});
 }
 
-// The library gets a record of the call: what a holder has set stays as it is.
-std::int32_t callLibrary(const tUnzipOptions &tOptions, std::int32_t includeCount,
-                         crossing::NameTable &include, std::int32_t excludeCount,
-                         crossing::NameTable &exclude, USERFUNCTIONS &functions) {
-    QByteArray zipFile = crossing::path(tOptions.sZipFN);
-    QByteArray folder = crossing::path(tOptions.sExtractDir);
-    DCL record = tOptions.tRecord;
-    record.lpszZipFN = zipFile.data();
-    record.lpszExtractDir = folder.data();
-    return library().function<decltype(&Wiz_SingleEntryUnzip)>("Wiz_SingleEntryUnzip")(
-        includeCount, include.table(), excludeCount, exclude.table(), &record, &functions);
-}
-
-// Another library under this name need not offer the count.
+// A library of the same name may lack this function.
 std::int32_t missingCount(std::int32_t code) {
     try {
         return library().function<decltype(&UzpMissingCount)>("UzpMissingCount")();
@@ -55,7 +40,7 @@ std::int32_t missingCount(std::int32_t code) {
 
 } // namespace
 
-std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const tUnzipOptions &tOptions,
+std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
                                       std::int32_t lIncludeCount, const QStringList &asInclude,
                                       std::int32_t lExcludeCount, const QStringList &asExclude) {
     oUnzip.m_lLastCode = -1;
@@ -71,14 +56,22 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const tUnzipOptions &tOpti
         functions.SendApplicationMessage = OnUnzipEntry;
         functions.ServCallBk = OnUnzipService;
 
-        crossing::NameTable include;
+        marshalling::NameTable include;
         fillTable(include, lIncludeCount, asInclude);
-        crossing::NameTable exclude;
+        marshalling::NameTable exclude;
         fillTable(exclude, lExcludeCount, asExclude);
 
-        m_bPasswordCancelled = false;
-        oUnzip.m_lLastCode =
-            callLibrary(tOptions, lIncludeCount, include, lExcludeCount, exclude, functions);
+        QByteArray zipFile = marshalling::path(oUnzip.m_sZipFile);
+        QByteArray folder =
+            tOptions.nvflag != 0 ? QByteArray() : marshalling::path(oUnzip.m_sUnzipFolder);
+        DCL options = tOptions;
+        options.lpszZipFN = zipFile.data();
+        options.lpszExtractDir = folder.data();
+
+        oUnzip.m_bPasswordCancelled = false;
+        oUnzip.m_lLastCode = library().function<decltype(&Wiz_SingleEntryUnzip)>(
+            "Wiz_SingleEntryUnzip")(lIncludeCount, include.table(), lExcludeCount, exclude.table(),
+                                    &options, &functions);
         oUnzip.m_lMissing = missingCount(oUnzip.m_lLastCode);
         return oUnzip.m_lLastCode;
     } catch (const platform::RuntimeError &error) {
@@ -95,21 +88,14 @@ void mUnzip::QueryVersion(UzpVer2 &tVersion) {
     library().function<decltype(&UzpVersion2)>("UzpVersion2")(&tVersion);
 }
 
-qsizetype mUnzip::SlashesToBackslashes(QString &sText) {
-    const qsizetype last = sText.lastIndexOf(u'/');
-    if (last >= 0)
-        sText.replace(u'/', u'\\');
-    return last < 0 ? 1 : last + 2;
-}
-
 void mUnzip::SplitEntryPath(QString &sPath, QString &sFolder) {
     const qsizetype nul = sPath.indexOf(QChar(0));
     if (nul >= 0)
         sPath.truncate(nul);
-    const qsizetype name = SlashesToBackslashes(sPath);
+    const qsizetype name = marshalling::SlashesToBackslashes(sPath);
     if (name > 1) {
         sFolder = sPath.left(name - 2);
-        sPath = sPath.mid(name - 1); // a text of its own size: the list keeps it
+        sPath = sPath.mid(name - 1); // a copy of its own size, since the list keeps it
     }
 }
 
@@ -122,9 +108,8 @@ QDateTime mUnzip::EntryDate(std::int32_t yr, std::int32_t mo, std::int32_t dy, s
         date = QDate(yr, 1, 1).addMonths(mo - 1).addDays(std::int64_t{dy} - 1);
     if (!date.isValid())
         return {};
-    // An archive tells the time on its maker's clock and no zone. Taken as local time it would
-    // shift or vanish where the clocks are put forward here. Counting from a time that is in UTC
-    // already is the fastest way to another one.
+    // Zip times have no time zone. As local times, those in the hour that daylight saving time
+    // skips would be invalid. Adding to an existing UTC time is the fastest way to construct one.
     static const QDateTime epoch = QDateTime::fromSecsSinceEpoch(0).toUTC();
     constexpr std::int64_t kMinutesADay = 24 * 60;
     const std::int64_t minutes =
@@ -141,10 +126,10 @@ void mUnzip::OnUnzipEntry(std::uint32_t /*ucsize*/, std::uint32_t csiz, std::int
     QString folder;
     QString method;
     QDateTime date;
-    attempt([&] { name = crossing::text(filename, kLongestEntryPath); });
+    attempt([&] { name = marshalling::text(filename, kMaxEntryPath); });
     attempt([&] { SplitEntryPath(name, folder); });
     attempt([&] { date = EntryDate(yr, mo, dy, hh, mm); });
-    attempt([&] { method = crossing::text(methbuf, kLongestMethod); });
+    attempt([&] { method = marshalling::text(methbuf, kMaxMethod); });
     attempt([&] {
         if (m_cCurrentUnzip != nullptr)
             m_cCurrentUnzip->AddListedEntry(name, folder, date, static_cast<std::int32_t>(csiz),
@@ -155,14 +140,8 @@ void mUnzip::OnUnzipEntry(std::uint32_t /*ucsize*/, std::uint32_t csiz, std::int
 
 std::int32_t mUnzip::OnUnzipPrint(char *buffer, std::uint32_t size) noexcept {
     callIdleHandler();
-    if (!crossing::isTextSize(size) || m_cCurrentUnzip == nullptr)
-        return 0;
-    QString message;
-    attempt([&] { message = crossing::text(buffer, size); });
-    // Kept as the library wrote it: a person is shown the path that the system knows.
-    attempt([&] { m_cCurrentUnzip->m_sLastMessage = message.trimmed(); });
-    attempt([&] { SlashesToBackslashes(message); });
-    attempt([&] { m_cCurrentUnzip->RaiseProgress(message); });
+    if (m_cCurrentUnzip != nullptr)
+        m_cCurrentUnzip->onPrint(buffer, size, m_cCurrentUnzip->m_sLastMessage);
     return 0;
 }
 
@@ -170,8 +149,8 @@ std::int32_t mUnzip::OnUnzipReplace(char *filename) noexcept {
     callIdleHandler();
     std::int32_t answer = kDoNotReplace;
     QString name;
-    attempt([&] { name = crossing::text(filename, kLongestReplacedName); });
-    attempt([&] { SlashesToBackslashes(name); });
+    attempt([&] { name = marshalling::text(filename, kMaxReplacedName); });
+    attempt([&] { marshalling::SlashesToBackslashes(name); });
     attempt([&] {
         if (m_cCurrentUnzip != nullptr)
             m_cCurrentUnzip->RaiseOverwritePrompt(name, answer);
@@ -182,24 +161,12 @@ std::int32_t mUnzip::OnUnzipReplace(char *filename) noexcept {
 std::int32_t mUnzip::OnUnzipPassword(char *p, std::int32_t n, char * /*m*/,
                                      char * /*name*/) noexcept {
     callIdleHandler();
-    const auto ask = [](QString &password, bool &cancel) {
-        if (m_cCurrentUnzip != nullptr)
-            m_cCurrentUnzip->RaisePasswordRequest(password, cancel);
-    };
-    return crossing::answerPassword(m_bPasswordCancelled, ask, p, n);
+    return m_cCurrentUnzip == nullptr ? 1 : m_cCurrentUnzip->onPassword(p, n);
 }
 
 std::int32_t mUnzip::OnUnzipService(char *filename, std::uint32_t size) noexcept {
     callIdleHandler();
-    if (!crossing::isTextSize(size))
+    if (m_cCurrentUnzip == nullptr)
         return 0;
-    bool cancel = false;
-    QString name;
-    attempt([&] { name = crossing::text(filename, size); });
-    attempt([&] { SlashesToBackslashes(name); });
-    attempt([&] {
-        if (m_cCurrentUnzip != nullptr)
-            m_cCurrentUnzip->RaiseCancel(name, cancel);
-    });
-    return cancel ? 1 : 0;
+    return m_cCurrentUnzip->onService(filename, size, LibraryEvents::Separators::Backslashes);
 }

@@ -1,7 +1,6 @@
 #include "archive/mZip.h"
 
 #include "archive/cZip.h"
-#include "archive/idle.h"
 #include "archive/marshalling.h"
 #include "platform/error.h"
 #include "platform/files.h"
@@ -9,12 +8,10 @@
 
 #include <QFileInfo>
 
-using crossing::attempt;
+using marshalling::attempt;
 using platform::ErrorNumber;
-using platform::RuntimeError;
 
 cZip *mZip::m_cCurrentZip = nullptr;
-bool mZip::m_bZipPasswordCancelled = false;
 
 namespace {
 
@@ -23,22 +20,20 @@ platform::Library &library() {
     return vl2zip;
 }
 
-// A base folder that is not there must stop the call: its specs would match nothing, or files
-// elsewhere.
+// Raises 76 if the base folder is missing: its specs would match nothing, or files elsewhere.
 void requireFolder(const QString &path) {
-    if (crossing::trimBlanks(path).isEmpty())
+    if (marshalling::trimBlanks(path).isEmpty())
         return;
     if (!QFileInfo(platform::nativePath(path)).isDir())
-        throw RuntimeError(ErrorNumber::PathNotFound,
-                           platform::describe(ErrorNumber::PathNotFound));
+        platform::raise(ErrorNumber::PathNotFound);
 }
 
-// False where the library is one that only packs.
+// Returns false if the library lacks this function.
 bool reportPackedTo(VL2ZIP_PACKED callback) {
     try {
         library().function<decltype(&ZpReportPacked)>("ZpReportPacked")(callback);
         return true;
-    } catch (const RuntimeError &error) {
+    } catch (const platform::RuntimeError &error) {
         if (error.number() != ErrorNumber::EntryPointNotFound)
             throw;
         return false;
@@ -47,14 +42,14 @@ bool reportPackedTo(VL2ZIP_PACKED callback) {
 
 } // namespace
 
-std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
-                                  const QStringList &asSpecs, std::int32_t lSpecCount) {
-    m_bZipPasswordCancelled = false;
+std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStringList &asSpecs,
+                                  std::int32_t lSpecCount) {
     m_cCurrentZip = &oZip;
+    oZip.m_bPasswordCancelled = false;
     oZip.m_tLastResult = {-1, {}, {}};
     oZip.m_tPacked.reset();
 
-    requireFolder(oZip.BasePath());
+    requireFolder(oZip.m_sBasePath);
 
     ZIPUSERFUNCTIONS functions{};
     functions.print = OnZipPrint;
@@ -63,21 +58,20 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
     functions.ServiceApplication = OnZipService;
     library().function<decltype(&ZpInit)>("ZpInit")(&functions);
 
-    // The library gets a record of the call, whose text lives as long as the call does.
-    QByteArray rootDir = crossing::path(tOptions.szRootDir);
-    ZPOPT record = tOptions.tRecord;
-    record.szRootDir = rootDir.data();
-    library().function<decltype(&ZpSetOptions)>("ZpSetOptions")(&record);
+    QByteArray rootDir = marshalling::path(oZip.m_sBasePath);
+    ZPOPT options = tOptions;
+    options.szRootDir = rootDir.data();
+    library().function<decltype(&ZpSetOptions)>("ZpSetOptions")(&options);
 
     if (reportPackedTo(OnZipPacked))
         oZip.m_tPacked.emplace();
 
-    crossing::NameTable names;
+    marshalling::NameTable names;
     for (std::int32_t index = 0; index < lSpecCount; ++index)
         names.put(index, asSpecs.at(index));
     names.put(lSpecCount + 1, {});
 
-    QByteArray zipFile = crossing::path(oZip.ZipFile());
+    QByteArray zipFile = marshalling::path(oZip.m_sZipFile);
     ZCL command{};
     command.argc = lSpecCount;
     command.lpszZipFN = zipFile.data();
@@ -88,35 +82,23 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const tZipOptions &tOptions,
     return oZip.m_tLastResult.code;
 }
 
-void mZip::SlashesToBackslashes(QString &sText) {
-    sText.replace(u'/', u'\\');
-}
-
 std::int32_t mZip::OnZipPrint(char *buffer, std::uint32_t size) noexcept {
     callIdleHandler();
-    if (!crossing::isTextSize(size) || m_cCurrentZip == nullptr)
-        return 0;
-    QString message;
-    attempt([&] { message = crossing::text(buffer, size); });
-    // Kept as the library wrote it: a person is shown the path that the system knows.
-    attempt([&] { m_cCurrentZip->m_tLastResult.message = message.trimmed(); });
     attempt([&] {
+        if (m_cCurrentZip == nullptr)
+            return;
+        ZipResult &result = m_cCurrentZip->m_tLastResult;
+        const QString message = m_cCurrentZip->onPrint(buffer, size, result.message);
         const QLatin1String leftover(VL2ZIP_LEFTOVER);
         if (message.startsWith(leftover))
-            m_cCurrentZip->m_tLastResult.leftovers.append(message.mid(leftover.size()));
+            result.leftovers.append(message.mid(leftover.size()));
     });
-    attempt([&] { SlashesToBackslashes(message); });
-    attempt([&] { m_cCurrentZip->RaiseProgress(message); });
     return 0;
 }
 
 std::int32_t mZip::OnZipPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) noexcept {
     callIdleHandler();
-    const auto ask = [](QString &password, bool &cancel) {
-        if (m_cCurrentZip != nullptr)
-            m_cCurrentZip->RaisePasswordRequest(password, cancel);
-    };
-    return crossing::answerPassword(m_bZipPasswordCancelled, ask, p, n);
+    return m_cCurrentZip == nullptr ? 1 : m_cCurrentZip->onPassword(p, n);
 }
 
 char *mZip::OnZipComment(char *comment) noexcept {
@@ -126,16 +108,9 @@ char *mZip::OnZipComment(char *comment) noexcept {
 
 std::int32_t mZip::OnZipService(char *filename, std::uint32_t size) noexcept {
     callIdleHandler();
-    if (!crossing::isTextSize(size))
+    if (m_cCurrentZip == nullptr)
         return 0;
-    bool cancel = false;
-    QString name;
-    attempt([&] { name = crossing::text(filename, size); });
-    attempt([&] {
-        if (m_cCurrentZip != nullptr)
-            m_cCurrentZip->RaiseCancel(name, cancel);
-    });
-    return cancel ? 1 : 0;
+    return m_cCurrentZip->onService(filename, size, LibraryEvents::Separators::AsWritten);
 }
 
 void mZip::OnZipPacked(const ZPPACKED *file) noexcept {

@@ -4,14 +4,9 @@
 #include "platform/files.h"
 #include "platform/narrow.h"
 
-#include <algorithm>
 #include <cstring>
 
-namespace crossing {
-
-namespace {
-constexpr qsizetype kLongestPassword = 254;
-}
+namespace marshalling {
 
 QByteArray path(const QString &sPath) {
     if (trimBlanks(sPath).isEmpty())
@@ -37,28 +32,24 @@ QString trimBlanks(const QString &sText) {
     return sText.mid(first, last - first);
 }
 
-bool copyPassword(const QString &sPassword, char *buffer, std::int32_t size) {
-    if (buffer == nullptr || size < 1)
-        return false;
-    const QByteArray bytes = platform::toNarrow(sPassword);
-    const qsizetype length = std::min({bytes.size(), kLongestPassword, qsizetype{size} - 1});
-    std::memcpy(buffer, bytes.constData(), static_cast<std::size_t>(length));
-    buffer[length] = '\0';
-    return true;
+qsizetype SlashesToBackslashes(QString &sText) {
+    const qsizetype last = sText.lastIndexOf(u'/');
+    if (last < 0)
+        return 1;
+    sText.replace(u'/', u'\\');
+    return last + 2;
 }
 
 void NameTable::put(std::int32_t slot, const QString &sName) {
     if (slot < 0 || static_cast<std::size_t>(slot) >= m_slots.size())
-        throw platform::RuntimeError(
-            platform::ErrorNumber::SubscriptOutOfRange,
-            platform::describe(platform::ErrorNumber::SubscriptOutOfRange));
+        platform::raise(platform::ErrorNumber::SubscriptOutOfRange);
     QByteArray name = platform::toNarrow(sName);
-    // A name with letters that the code page lacks means nothing that the library can find: it must
-    // not become a pattern that fits other names.
+    // Letters that the code page lacks become "?", a wildcard that could match other names. The
+    // substitute character matches none.
     if (platform::fromNarrow(name) != sName)
         name.replace('?', '\x1A');
-    // The bytes stay where they are when the list of their owners grows.
+    // A QByteArray's data does not move when the vector grows.
     m_slots[static_cast<std::size_t>(slot)] = m_names.emplace_back(std::move(name)).data();
 }
 
-} // namespace crossing
+} // namespace marshalling

@@ -11,102 +11,35 @@
 #include <QPushButton>
 
 #include <exception>
-#include <vector>
 
 namespace {
 
 enum class Group { Images, OtherFiles };
 
-// One row of the window. Within a group the rows stand in this order, which is also the tab order
-// and the order of writing.
+// One row of the window. Rows are in tab order and in the order of writing. The controls are named
+// txt..., cmd...browse, and the dialog is titled "... Editor...", with `name` in place of the dots.
 struct Row {
     Group group;
+    int top; // twips, within the group
     const char *label;
     const char *caption;
-    int top; // twips, within the group
-    const char *box;
-    const char *button;
-    const char *dialogTitle;
-    const char *shownValue;
-    std::vector<const char *> writtenValues;
+    const char *name;
+    const char *value;
+    const char *secondValue = nullptr; // written with the text of `value`
 };
 
-const std::array<Row, frmSettings::kRowCount> &rows() {
-    static const std::array<Row, frmSettings::kRowCount> table{{
-        {Group::Images,
-         "Label5",
-         "&PNG Image Editor",
-         420,
-         "txtPNG",
-         "cmdPNGbrowse",
-         "PNG Editor...",
-         "PNG",
-         {"PNG"}},
-        {Group::Images,
-         "Label3",
-         "&JPEG Image Editor",
-         1500,
-         "txtJPG",
-         "cmdJPGbrowse",
-         "JPG Editor...",
-         "JPG",
-         {"JPG"}},
-        {Group::Images,
-         "Label2",
-         "&GIF Image Editor",
-         2580,
-         "txtGIF",
-         "cmdGIFbrowse",
-         "GIF Editor...",
-         "GIF",
-         {"GIF"}},
-        {Group::Images,
-         "Label4",
-         "&BMP Image Editor",
-         3660,
-         "txtBMP",
-         "cmdBMPbrowse",
-         "BMP Editor...",
-         "BMP",
-         {"BMP"}},
-        {Group::OtherFiles,
-         "Label8",
-         "&Text Editor",
-         420,
-         "txtText",
-         "cmdTextbrowse",
-         "Text Editor...",
-         "Text",
-         {"Text"}},
-        {Group::OtherFiles,
-         "Label10",
-         "&Sound Editor",
-         1500,
-         "txtSound",
-         "cmdSoundbrowse",
-         "Sound Editor...",
-         "WAV",
-         {"WAV", "MP3"}},
-        {Group::OtherFiles,
-         "Label11",
-         "&Video Editor",
-         2580,
-         "txtVideo",
-         "cmdVideobrowse",
-         "Video Editor...",
-         "AVI",
-         {"AVI", "MPG"}},
-    }};
-    return table;
-}
+constexpr std::array<Row, frmSettings::kRowCount> kRows{
+    Row{Group::Images, 420, "Label5", "&PNG Image Editor", "PNG", "PNG"},
+    Row{Group::Images, 1500, "Label3", "&JPEG Image Editor", "JPG", "JPG"},
+    Row{Group::Images, 2580, "Label2", "&GIF Image Editor", "GIF", "GIF"},
+    Row{Group::Images, 3660, "Label4", "&BMP Image Editor", "BMP", "BMP"},
+    Row{Group::OtherFiles, 420, "Label8", "&Text Editor", "Text", "Text"},
+    Row{Group::OtherFiles, 1500, "Label10", "&Sound Editor", "Sound", "WAV", "MP3"},
+    Row{Group::OtherFiles, 2580, "Label11", "&Video Editor", "Video", "AVI", "MPG"},
+};
 
 constexpr int kPngRow = 0;
-constexpr char16_t kFilter[] = u"Programs (*.exe) | *.EXE";
-constexpr char16_t kPhotoshop[] = u"Photoshp.exe";
-
-QString text(const char *literal) {
-    return QString::fromLatin1(literal);
-}
+constexpr char kFilter[] = "Programs (*.exe) | *.EXE";
 
 QString programsKey() {
     return QString::fromUtf16(kProgramsKey);
@@ -116,22 +49,14 @@ QString withoutMnemonic(const QString &caption) {
     return QString(caption).remove(u'&');
 }
 
-// A tool tip that shows a text as it is, whatever it looks like.
-QString plainTip(const QString &shown) {
-    return shown.isEmpty() ? QString() : QStringLiteral("<qt>%1</qt>").arg(shown.toHtmlEscaped());
-}
-
-// Names a control for the program, for tests and for a screen reader, and puts it in its place.
+// Sets a control's object name, its position and its name for screen readers.
 template<typename Control>
-Control *place(Control *control, const char *name, QRect where, const QString &accessibleName) {
-    control->setObjectName(text(name));
-    control->setGeometry(where);
+Control *setUp(Control *control, const QString &name, QRect geometry,
+               const QString &accessibleName) {
+    control->setObjectName(name);
+    control->setGeometry(geometry);
     control->setAccessibleName(accessibleName);
     return control;
-}
-
-QGroupBox *createFrame(QWidget *window, const char *name, const char *caption, QRect where) {
-    return place(new QGroupBox(text(caption), window), name, where, text(caption));
 }
 
 } // namespace
@@ -142,10 +67,10 @@ frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
     platform::setLayoutFont(this);
     setFixedSize(platform::rectFromTwips(0, 0, 9840, 5085).size());
 
-    auto *images =
-        createFrame(this, "fraImages", "Images", platform::rectFromTwips(120, 120, 4695, 4815));
-    auto *otherFiles = createFrame(this, "fraOtherFiles", "Other Files",
-                                   platform::rectFromTwips(4980, 120, 4695, 3735));
+    auto *images = setUp(new QGroupBox("Images", this), "fraImages",
+                         platform::rectFromTwips(120, 120, 4695, 4815), "Images");
+    auto *otherFiles = setUp(new QGroupBox("Other Files", this), "fraOtherFiles",
+                             platform::rectFromTwips(4980, 120, 4695, 3735), "Other Files");
     createRows(images, otherFiles);
     createButtons();
     setTabOrders();
@@ -156,24 +81,25 @@ frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
 
 void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
     for (std::size_t i = 0; i < kRowCount; ++i) {
-        const Row &row = rows().at(i);
+        const Row &row = kRows.at(i);
         QWidget *frame = row.group == Group::Images ? images : otherFiles;
-        const QString name = withoutMnemonic(text(row.caption));
+        const QString caption = withoutMnemonic(row.caption);
+        const QString name = row.name;
 
-        auto *label = place(new QLabel(text(row.caption), frame), row.label,
-                            platform::rectFromTwips(120, row.top, 4395, 255), name);
-        auto *box = place(new QLineEdit(frame), row.box,
-                          platform::rectFromTwips(120, row.top + 240, 4395, 315), name);
+        auto *label = setUp(new QLabel(row.caption, frame), row.label,
+                            platform::rectFromTwips(120, row.top, 4395, 255), caption);
+        auto *box = setUp(new QLineEdit(frame), "txt" + name,
+                          platform::rectFromTwips(120, row.top + 240, 4395, 315), caption);
         label->setBuddy(box);
-        box->setAccessibleDescription("Path of a program"); // else its tool tip, with the markup
+        // If unset, screen readers read the markup of the tool tip.
+        box->setAccessibleDescription("Path of a program");
         // Most paths are wider than their box.
         connect(box, &QLineEdit::textChanged, box,
-                [box](const QString &path) { box->setToolTip(plainTip(path)); });
-        auto *browse = place(new QPushButton(QStringLiteral("Browse..."), frame), row.button,
-                             platform::rectFromTwips(3300, row.top + 600, 1215, 375),
-                             QStringLiteral("Browse..."));
-        // Seven buttons read alike: this tells them apart.
-        browse->setAccessibleDescription(name);
+                [box](const QString &path) { box->setToolTip(platform::plainTip(path)); });
+        auto *browse = setUp(new QPushButton("Browse...", frame), "cmd" + name + "browse",
+                             platform::rectFromTwips(3300, row.top + 600, 1215, 375), "Browse...");
+        // Distinguishes the seven buttons of the same name.
+        browse->setAccessibleDescription(caption);
         connect(browse, &QPushButton::clicked, this, [this, i] { Browse(i); });
         m_rows.at(i) = {box, browse};
     }
@@ -182,11 +108,11 @@ void frmSettings::createRows(QWidget *images, QWidget *otherFiles) {
 void frmSettings::createButtons() {
     const auto button = [this](const char *name, const char *caption, int left,
                                void (frmSettings::*handler)()) {
-        auto *made =
-            place(new QPushButton(text(caption), this), name,
-                  platform::rectFromTwips(left, 4080, 1215, 375), withoutMnemonic(text(caption)));
-        connect(made, &QPushButton::clicked, this, handler);
-        return made;
+        auto *control =
+            setUp(new QPushButton(caption, this), name,
+                  platform::rectFromTwips(left, 4080, 1215, 375), withoutMnemonic(caption));
+        connect(control, &QPushButton::clicked, this, handler);
+        return control;
     };
     m_cmdSaveSettings = button("cmdSaveSettings", "&OK", 5700, &frmSettings::cmdSaveSettings_Click);
     m_cmdCancelSettings =
@@ -196,11 +122,8 @@ void frmSettings::createButtons() {
     m_cmdSaveSettings->setDefault(true);
     m_cmdApplySettings->setEnabled(false);
 
-    const QString credits = QStringLiteral("Orvel %1.%2.%3 - free software, MIT License")
-                                .arg(kVersionMajor)
-                                .arg(kVersionMinor)
-                                .arg(kVersionRevision);
-    place(new QLabel(credits, this), "lblInfo", platform::rectFromTwips(4980, 4680, 4695, 255),
+    const QString credits = QString("Orvel %1 - free software, MIT License").arg(kVersion);
+    setUp(new QLabel(credits, this), "lblInfo", platform::rectFromTwips(4980, 4680, 4695, 255),
           credits);
 }
 
@@ -226,9 +149,9 @@ void frmSettings::Form_Load() {
     for (std::size_t i = 0; i < kRowCount; ++i) {
         try {
             m_rows.at(i).box->setText(
-                RegGetString(kHkeyLocalMachine, programsKey(), text(rows().at(i).shownValue)));
+                RegGetString(kHkeyLocalMachine, programsKey(), kRows.at(i).value));
         } catch (const std::exception &) {
-            // A value that cannot be read leaves its box empty and costs the others nothing.
+            // An unreadable value leaves its box empty; the other boxes are still filled.
         }
     }
 }
@@ -236,8 +159,7 @@ void frmSettings::Form_Load() {
 void frmSettings::Browse(std::size_t row) {
     std::optional<platform::ChosenFile> chosen;
     try {
-        chosen =
-            DlgBrowse.show(this, text(rows().at(row).dialogTitle), QString::fromUtf16(kFilter));
+        chosen = DlgBrowse.show(this, kRows.at(row).name + QString(" Editor..."), kFilter);
     } catch (const std::exception &) {
         return;
     }
@@ -245,14 +167,15 @@ void frmSettings::Browse(std::size_t row) {
         return;
     m_rows.at(row).box->setText(chosen->path);
     m_cmdApplySettings->setEnabled(true);
-    if (row == kPngRow && chosen->name.toUpper() == QString::fromUtf16(kPhotoshop).toUpper())
+    if (row == kPngRow && chosen->name.toUpper() == "PHOTOSHP.EXE")
         InstallPngPlugin();
 }
 
 void frmSettings::SaveSettings() {
     for (std::size_t i = 0; i < kRowCount; ++i)
-        for (const char *value : rows().at(i).writtenValues)
-            RegSetString(kHkeyLocalMachine, programsKey(), text(value), m_rows.at(i).box->text());
+        for (const char *value : {kRows.at(i).value, kRows.at(i).secondValue})
+            if (value != nullptr)
+                RegSetString(kHkeyLocalMachine, programsKey(), value, m_rows.at(i).box->text());
 }
 
 void frmSettings::CloseSettings() {
@@ -284,7 +207,7 @@ void frmSettings::reject() {
     m_cmdCancelSettings->click();
 }
 
-// The title bar, the system menu and Alt+F4 ask for this; the window closes by its buttons alone.
+// Ignores the title bar, the system menu and Alt+F4: only the buttons close the window.
 void frmSettings::closeEvent(QCloseEvent *event) {
     event->ignore();
 }

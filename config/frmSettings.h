@@ -11,23 +11,23 @@ class QLineEdit;
 class QPushButton;
 class QWidget;
 
-// The settings window: which program edits which type of file. It closes through OK and Cancel
-// only; the main window, disabled by whoever opens this one, comes back when it closes.
+// The settings window: the program that edits each type of file. Only OK and Cancel close it. The
+// caller disables the main window before opening it; closing enables the main window again.
 class frmSettings : public QDialog {
   public:
     static constexpr std::size_t kRowCount = 7;
 
-    // Makes the window's controls, trims its system menu and fills the boxes from the store.
-    // `main` is the window that is enabled and shown again at the end; it owns this one.
+    // Creates the controls, trims the system menu and fills the boxes from the settings store.
+    // `main` is the window that is enabled and shown on closing; it owns this one.
     explicit frmSettings(QWidget *main);
 
-    // Writes all nine values from the boxes, changed or not.
+    // Writes all nine values from the boxes, including unchanged ones.
     void SaveSettings();
-    // Destroys the window (once control is back in the event loop), enables the main window and
-    // brings it to the front.
+    // Destroys the window (when control returns to the event loop), enables the main window and
+    // raises it.
     void CloseSettings();
 
-    // What Esc does: the same as the Cancel button.
+    // Esc acts as the Cancel button.
     void reject() override;
 
   protected:
@@ -44,7 +44,7 @@ class frmSettings : public QDialog {
     void setTabOrders();
     void Form_Load();
 
-    // The seven Browse buttons; `row` counts from 0.
+    // Handles the seven Browse buttons; `row` counts from 0.
     void Browse(std::size_t row);
     void cmdSaveSettings_Click();
     void cmdCancelSettings_Click();

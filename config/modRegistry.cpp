@@ -7,9 +7,9 @@
 
 namespace {
 
-// The bytes of a value that held `size` bytes a moment ago. Another program may have replaced it
-// since: a longer one is read again, a shorter one leaves no blanks behind it, and nothing is read
-// of one that has gone.
+// The bytes of a value whose size was `size` when queried. Another program may have changed it
+// since: a longer value is read again, a shorter one is truncated to its new size, and a deleted
+// one yields nothing.
 std::optional<QByteArray> readData(platform::RegKey key, const QByteArray &name,
                                    std::uint32_t size) {
     QByteArray data;

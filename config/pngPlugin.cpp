@@ -13,7 +13,7 @@ void tryCopy(const QString &source, const QString &target) {
     try {
         platform::copyFile(source, target);
     } catch (const std::exception &) {
-        // A missing plug-in or one in use: the user's own stays.
+        // A plug-in is missing or in use: the existing one stays.
     }
 }
 
@@ -21,7 +21,7 @@ void tryCopy(const QString &source, const QString &target) {
 
 void InstallPngPlugin() {
     try {
-        // The registered folder ends in its separator.
+        // The registered path ends in a separator.
         const QString photoshop =
             RegGetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), QString());
         if (photoshop.isEmpty())
@@ -31,6 +31,6 @@ void InstallPngPlugin() {
         tryCopy(plugin, plugin + QStringLiteral(".bak"));
         tryCopy(platform::programFolder() + QStringLiteral("\\Png.8bi"), plugin);
     } catch (const std::exception &) {
-        // Without a readable registration or program folder there is nothing to copy.
+        // The registered path or the program's folder cannot be read: nothing to copy.
     }
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr int kHourglass = 11;
 constexpr int kRepaintInterval = 25; // ms
 
-// Whether an event is user input.
+// The user's input to a window.
 constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::MouseButtonRelease,
                                    QEvent::MouseButtonDblClick,
@@ -38,7 +38,7 @@ constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::Drop,
                                    QEvent::Close};
 
-// Discards user input in all windows of the program.
+// Discards input in all windows of the program.
 class InputFilter : public QObject {
   public:
     bool eventFilter(QObject *, QEvent *event) override {
@@ -99,8 +99,8 @@ void setLayoutFont(QWidget *window) {
 }
 
 void fitCaptions(QWidget *window) {
-    constexpr int kMargin = 4;     // pixels to each side
-    constexpr int kNarrowest = 70; // percent of the font's own width
+    constexpr int kMargin = 4;      // pixels to each side
+    constexpr int kMinStretch = 70; // percent of the font's normal width
     const QList<QPushButton *> buttons = window->findChildren<QPushButton *>();
     const auto fits = [](const QPushButton *button, const QFont &font) {
         QStyleOptionButton option;
@@ -111,11 +111,11 @@ void fitCaptions(QWidget *window) {
         const QSize text = QFontMetrics(font).size(Qt::TextShowMnemonic, button->text());
         return text.width() + 2 * kMargin <= room;
     };
-    // All buttons alike: one narrow caption among wide ones looks like an error.
+    // All buttons get the same font: a single condensed caption would look like a mistake.
     QFont font = window->font();
     int stretch = 100;
     for (const QPushButton *button : buttons) {
-        while (stretch > kNarrowest && !fits(button, font)) {
+        while (stretch > kMinStretch && !fits(button, font)) {
             stretch -= 5;
             font.setStretch(stretch);
         }
@@ -123,6 +123,10 @@ void fitCaptions(QWidget *window) {
     if (stretch != 100)
         for (QPushButton *button : buttons)
             button->setFont(font);
+}
+
+QString plainTip(const QString &text) {
+    return text.isEmpty() ? QString() : QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped());
 }
 
 void centreOnScreen(QWidget *window) {
@@ -134,7 +138,7 @@ void centreOnScreen(QWidget *window) {
                      .topLeft());
 }
 
-// A disabled widget shows no cursor of its own, so the hourglass is set for the application.
+// A disabled widget does not show its own pointer, so the hourglass is set for the application.
 void setMousePointer(QWidget *, int value) {
     const bool shown = QGuiApplication::overrideCursor() != nullptr;
     if (value == kHourglass && !shown)
@@ -154,9 +158,9 @@ void repaintPending() {
 void discardInput() {
     withoutInput([] {
         QGuiApplication::sync();
-        QCoreApplication::sendPostedEvents(); // queued by the last events
+        QCoreApplication::sendPostedEvents(); // events that the previous ones have queued
     });
-    // Events that these queue are not sent at once.
+    // Events queued by these in turn are still pending.
     for (const QEvent::Type type : kInput)
         QCoreApplication::removePostedEvents(nullptr, type);
 }

@@ -8,13 +8,12 @@
 
 class QWidget;
 
-// Windows, message boxes and dialogs.
+// Windows, message boxes and dialogs, with the program's units and numeric codes.
 namespace platform {
 
-// 15 twips are one pixel at 96 dots an inch.
-inline constexpr int kTwipsPerPixel = 15;
+// 15 twips are one pixel at 96 dpi.
 constexpr int pixels(int twips) {
-    return twips / kTwipsPerPixel;
+    return twips / 15;
 }
 QRect rectFromTwips(int left, int top, int width, int height);
 
@@ -30,51 +29,55 @@ int MsgBox(const QString &text, int style, const QString &title);
 
 // A file that the user chose.
 struct ChosenFile {
-    QString path; // whole path, in the system's form
-    QString name; // without its folder
+    QString path; // full path, in the system's form
+    QString name; // file name without the folder
 };
 
-// An open-file dialog that starts with the file chosen last. The filter is "Text | *.EXE" pairs; on
+// An open-file dialog that starts at the file chosen last. The filter is "Text | *.EXE" pairs; on
 // POSIX the pattern *.EXE shows executable files too.
 class OpenFileDialog {
   public:
-    // Empty if the user cancels.
+    // Returns nothing if the user cancels.
     std::optional<ChosenFile> show(QWidget *owner, const QString &title, const QString &filter);
 
   private:
     QString m_path; // the file chosen last, "" at first
 };
 
-// A test's answers in place of the user's. Unset: the real box or dialog is shown.
+// Functions that a test sets to answer in place of the user. If unset, the real box or dialog is
+// shown.
 struct Prompts {
     std::function<int(const QString &text, int style, const QString &title)> messageBox;
     std::function<std::optional<ChosenFile>(const QString &title, const QString &filter)> openFile;
 };
 Prompts &prompts();
 
-// Sets the font of the windows' layout: the desktop's own family at 8.25 points, 11 pixels at 96
-// dots an inch.
+// Sets the font that the layout of the windows is designed for: the desktop's font family at 8.25
+// points, 11 pixels at 96 dpi.
 void setLayoutFont(QWidget *window);
 
 // Condenses the font of a window's buttons if a caption is too wide for its button.
 void fitCaptions(QWidget *window);
 
-// Centres a window on its screen.
+// A tool tip that wraps its lines and shows the text literally, never as markup; "" for "".
+QString plainTip(const QString &text);
+
+// Centers a window on its screen.
 void centreOnScreen(QWidget *window);
 
-// Pointer value 11 is the hourglass, 0 the default. Also works over disabled windows.
+// Sets the pointer: 11 is the hourglass, 0 the default. Disabled windows show it too.
 void setMousePointer(QWidget *window, int value);
 
-// Removes the last two entries of a window's system menu (the separator and Close), and so the
-// close button.
+// Removes the last two entries of a window's system menu (the separator and Close), and with them
+// the close button.
 void trimSystemMenu(QWidget *window);
 
-// Repaints pending areas, at most every 25 ms, and discards user input, as a disabled window does.
-// To be called often during a long operation.
+// Processes pending paint events, at most every 25 ms, and discards pending input, as a disabled
+// window does. Long operations call it often.
 void repaintPending();
 
-// Discards all pending user input, and repaints. To be called before a busy window accepts input
-// again, so that earlier keys and clicks have no effect.
+// Discards all pending input and paints. Call it before a busy window accepts input again, so that
+// earlier clicks and key presses have no effect.
 void discardInput();
 
 } // namespace platform

@@ -1,11 +1,13 @@
 #include "workspace/archiveTree.h"
 
+#include "workspace/fileTypes.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace {
 
-// A node and the text that it is sorted by.
+// A node and its sort key.
 struct Key {
     QString folded;
     std::int32_t node;
@@ -30,11 +32,11 @@ int ArchiveNodes::add(const QString &text, int parent, int image, int number) {
 }
 
 void ArchiveNodes::AddFile(const QString &folder, const QString &name, int image, int entry) {
-    // Archives list a folder's files together, so the last folder is the likely one.
+    // The files of a folder are usually listed together, so the last folder is checked first.
     if (m_lastFolder == 0 || Text(m_lastFolder) != folder) {
         int &known = m_folders[folder];
         if (known == 0)
-            known = add(folder, 0, 1, 0);
+            known = add(folder, 0, FolderImage, 0);
         m_lastFolder = known;
     }
     const int file = add(name, m_lastFolder, image, entry);
@@ -56,7 +58,7 @@ void ArchiveTree::Clear() {
 }
 
 void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
-    // Painting goes on while the nodes are sorted, so the views keep the old ones until the end.
+    // The views paint during the sort and use the old nodes until it is complete.
     ArchiveTree arranged(nullptr, {}, {});
     arranged.m_nodes = std::move(nodes);
     arranged.Arrange(idle);
@@ -70,16 +72,17 @@ void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
 void ArchiveTree::Arrange(void (*idle)()) {
     std::vector<ArchiveNodes::Node> &all = m_nodes.m_nodes;
     std::vector<Key> folders;
-    std::vector<std::int32_t> place(all.size() + 1);
+    std::vector<std::int32_t> position(all.size() + 1);
     std::vector<std::vector<Key>> files;
     for (int node = 1; node <= m_nodes.Count(); ++node) {
         const int parent = m_nodes.Parent(node);
         if (parent == 0) {
-            place[static_cast<std::size_t>(node)] = static_cast<std::int32_t>(folders.size());
+            position[static_cast<std::size_t>(node)] = static_cast<std::int32_t>(folders.size());
             folders.push_back({m_nodes.Text(node).toCaseFolded(), node});
             files.emplace_back();
         } else {
-            const auto folder = static_cast<std::size_t>(place[static_cast<std::size_t>(parent)]);
+            const auto folder =
+                static_cast<std::size_t>(position[static_cast<std::size_t>(parent)]);
             files[folder].push_back({m_nodes.Text(node).toCaseFolded(), node});
         }
         if ((node & 0xFFF) == 0)
@@ -91,7 +94,7 @@ void ArchiveTree::Arrange(void (*idle)()) {
     int row = 0;
     for (const Key &folder : folders) {
         std::vector<Key> &keys =
-            files[static_cast<std::size_t>(place[static_cast<std::size_t>(folder.node)])];
+            files[static_cast<std::size_t>(position[static_cast<std::size_t>(folder.node)])];
         sortKeys(keys, idle);
         std::vector<std::int32_t> &children = m_children[static_cast<std::size_t>(row)];
         children.reserve(keys.size());
@@ -108,7 +111,7 @@ void ArchiveTree::Arrange(void (*idle)()) {
     }
 }
 
-// An index carries the number of its parent's node, 0 at the top.
+// The internal id of an index is the node number of its parent, 0 at the top level.
 int ArchiveTree::NodeOf(const QModelIndex &index) const {
     if (!index.isValid())
         return 0;
@@ -178,12 +181,12 @@ QVariant ArchiveTree::headerData(int section, Qt::Orientation orientation, int r
 
 int ArchiveTree::NodeAfter(int node) const {
     const int folder = m_nodes.HasChildren(node) ? node : m_nodes.Parent(node);
-    const auto place = static_cast<std::size_t>(m_nodes.at(folder).row);
+    const auto row = static_cast<std::size_t>(m_nodes.at(folder).row);
     const std::size_t child =
         folder == node ? 0 : static_cast<std::size_t>(m_nodes.at(node).row) + 1;
-    if (child < m_children[place].size())
-        return m_children[place][child];
-    return m_folders[(place + 1) % m_folders.size()];
+    if (child < m_children[row].size())
+        return m_children[row][child];
+    return m_folders[(row + 1) % m_folders.size()];
 }
 
 int ArchiveTree::Find(const QString &prefix, int start) const {

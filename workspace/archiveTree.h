@@ -5,23 +5,22 @@
 #include <QIcon>
 #include <QString>
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <vector>
 
-// The nodes of the archive tree: folders and the files under them. Nodes are numbered from 1 in
-// the order in which they were added; folders are told apart by their exact text.
+// The nodes of the archive tree: folders and the files in them. Nodes are numbered from 1 in the
+// order of adding. Folders are distinguished by their exact text.
 class ArchiveNodes {
   public:
-    // Adds a file under the folder of that text, making the folder node where there is none.
-    // `entry` is the entry's number in the archive, `image` its icon.
+    // Adds a file to the folder of that text and creates the folder node if it does not exist.
+    // `entry` is the entry's number in the archive, `image` its icon number.
     void AddFile(const QString &folder, const QString &name, int image, int entry);
 
     int Count() const { return static_cast<int>(m_nodes.size()); }
     const QString &Text(int node) const { return at(node).text; }
     int Image(int node) const { return at(node).image; }
-    // The folder node that holds a file; 0 for a folder.
+    // The folder node that contains a file; 0 for a folder.
     int Parent(int node) const { return at(node).parent; }
     bool HasChildren(int node) const { return at(node).parent == 0; }
     // The file that was added to the folder first.
@@ -36,7 +35,7 @@ class ArchiveNodes {
         QString text;
         std::int32_t parent = 0; // 0 for a folder
         std::int32_t number = 0; // a folder's first child, a file's entry
-        std::int32_t row = 0;    // its place among its siblings as shown
+        std::int32_t row = 0;    // its position among its siblings in display order
         std::int32_t image = 0;
     };
     const Node &at(int node) const { return m_nodes[static_cast<std::size_t>(node) - 1]; }
@@ -47,29 +46,28 @@ class ArchiveNodes {
     int m_lastFolder = 0;
 };
 
-// Shows the nodes sorted, folders by their text and files by their name without regard to case,
-// while they keep their numbers. Half a million nodes are filled in at once: nothing is made for a
-// node that is not looked at.
+// A model that shows the nodes sorted, folders by their text and files by their name without regard
+// to case. Nodes keep their numbers. Filling in half a million nodes is fast, because no object is
+// created for a node until a view requests its data.
 class ArchiveTree : public QAbstractItemModel {
   public:
-    static constexpr int kImages = 8;
-
-    // `image` gives the icon of an image number, `tip` the tool tip of an archive entry.
+    // `image` returns the icon of an image number, `tip` the tool tip of an archive entry.
     ArchiveTree(QObject *parent, std::function<QIcon(int image)> image,
                 std::function<QString(int entry)> tip);
 
     void Clear();
-    // Takes the nodes. `idle` is called every few thousand steps.
+    // Replaces the nodes. Calls `idle` every few thousand steps.
     void Fill(ArchiveNodes nodes, void (*idle)());
 
     const ArchiveNodes &Nodes() const { return m_nodes; }
-    // The node of an index, 0 for none, and the other way round.
+    // The node of an index, 0 for none, and the reverse.
     int NodeOf(const QModelIndex &index) const;
     QModelIndex IndexOf(int node) const;
-    // The first node at or after `start` whose text begins with `prefix` without regard to case, as
-    // shown from top to bottom and round again; 0 where there is none.
+    // The first node at or after `start`, in display order and wrapping at the end, whose text
+    // begins with `prefix` without regard to case; 0 if there is none.
     int Find(const QString &prefix, int start) const;
-    // The node shown below a node, files of closed folders included; the first after the last.
+    // The next node in display order, including files of collapsed folders; the last node is
+    // followed by the first.
     int NodeAfter(int node) const;
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
@@ -78,15 +76,15 @@ class ArchiveTree : public QAbstractItemModel {
     int columnCount(const QModelIndex &parent = {}) const override;
     bool hasChildren(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
-    // What a screen reader calls the one column; no header is shown.
+    // The name of the single column for screen readers; no header is shown.
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
   private:
     void Arrange(void (*idle)());
 
     ArchiveNodes m_nodes;
-    std::vector<std::int32_t> m_folders;               // folder nodes as shown
-    std::vector<std::vector<std::int32_t>> m_children; // by the folder's place as shown
+    std::vector<std::int32_t> m_folders;               // folder nodes in display order
+    std::vector<std::vector<std::int32_t>> m_children; // by the row of the folder
     std::function<QIcon(int)> m_image;
     std::function<QString(int)> m_tip;
 };

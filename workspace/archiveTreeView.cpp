@@ -20,7 +20,7 @@ ArchiveTreeView::ArchiveTreeView(QWidget *parent) : QTreeView(parent) {
 void ArchiveTreeView::ShowTree(ArchiveTree *tree) {
     m_tree = tree;
     setModel(tree);
-    // A long name makes the tree wider, as far as the rows on screen need it.
+    // Adapts the column's width to the longest name among the visible rows.
     header()->setStretchLastSection(false);
     header()->setResizeContentsPrecision(0);
     header()->setSectionResizeMode(QHeaderView::ResizeToContents);
@@ -32,7 +32,7 @@ void ArchiveTreeView::keyboardSearch(const QString &search) {
     if (m_typed.isEmpty() || m_sinceTyped.elapsed() > QApplication::keyboardInputInterval())
         m_typed.clear();
     m_sinceTyped.start();
-    // The same letter again goes on to the next name that begins with it.
+    // Repeating a letter moves to the next name that begins with it.
     const bool again = m_typed == search;
     if (!again)
         m_typed += search;

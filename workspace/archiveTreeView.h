@@ -6,8 +6,8 @@
 
 class ArchiveTree;
 
-// The archive tree on screen. Enter does what a double-click does; a double-click beside the nodes
-// is one on the selected node, if any. Typing finds names, those in closed folders, too.
+// The view of the archive tree. Enter acts as a double-click; a double-click on empty space acts on
+// the selected node, if any. Typing finds names, including those in collapsed folders.
 class ArchiveTreeView : public QTreeView {
   public:
     explicit ArchiveTreeView(QWidget *parent);
@@ -18,7 +18,7 @@ class ArchiveTreeView : public QTreeView {
   protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
-    // A click beside the nodes leaves the selection as it is.
+    // A click on empty space does not change the selection.
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index,
                                                          const QEvent *event) const override;
 

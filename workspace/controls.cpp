@@ -1,20 +1,17 @@
 #include "workspace/controls.h"
 
 #include "platform/files.h"
+#include "platform/forms.h"
 
 #include <QPainter>
 
 #include <utility>
 
-QString PlainTip(const QString &text) {
-    return QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped());
-}
-
 ImageList::ImageList(QObject *parent, int count) : QObject(parent) {
     for (int number = 1; number <= count; ++number) {
         const QString file = QStringLiteral(":/assets/icons/%1.png").arg(number);
         QIcon image(file);
-        image.addFile(file, {}, QIcon::Selected); // the same, not a tinted one
+        image.addFile(file, {}, QIcon::Selected); // prevents tinting of the selected node
         m_images.push_back(image);
     }
 }
@@ -66,8 +63,9 @@ void StatusLabel::SetText(const QString &text) {
     setText(text);
     setAccessibleName(text);
     const bool fits = fontMetrics().horizontalAdvance(text) <= width();
-    setToolTip(fits ? QString() : PlainTip(text));
-    setAccessibleDescription(fits ? QString() : text); // else the tool tip, with its markup
+    setToolTip(fits ? QString() : platform::plainTip(text));
+    // If unset, screen readers read the markup of the tool tip.
+    setAccessibleDescription(fits ? QString() : text);
 }
 
 void StatusLabel::paintEvent(QPaintEvent *) {

@@ -9,12 +9,9 @@
 
 #include <vector>
 
-// The small controls of the main window that the toolkit has no exact counterpart of.
+// Small controls of the main window that Qt does not provide in this form.
 
-// A tool tip of that text, broken into lines, whatever characters a file name brings with it.
-QString PlainTip(const QString &text);
-
-// Icons under numbers from 1.
+// Icons, numbered from 1.
 class ImageList : public QObject {
   public:
     ImageList(QObject *parent, int count);
@@ -24,17 +21,17 @@ class ImageList : public QObject {
     std::vector<QIcon> m_images;
 };
 
-// A folder's files that match a pattern, sorted by name, without hidden and system files.
+// The files of a folder that match a pattern, sorted by name, without hidden and system files.
 class FileList : public QListWidget {
   public:
     explicit FileList(QWidget *parent);
-    // Reads the folder. Raises 76 where it cannot be read.
+    // Reads the folder. Raises 76 if it cannot be read.
     void SetPath(const QString &folder, const QString &pattern);
     QStringList Files() const;
 };
 
-// One line for each entry of an archive: folder, "\" and name. The texts are shared with the
-// archive's list, so that a line costs two pointers until it is looked at.
+// One line for each entry of an archive: folder, "\" and name. The strings are shared with the
+// entries of cUnzip; a line is composed when it is read.
 class ArchiveLines : public QAbstractListModel {
   public:
     explicit ArchiveLines(QObject *parent);
@@ -53,7 +50,7 @@ class ArchiveLines : public QAbstractListModel {
     std::vector<Line> m_lines;
 };
 
-// A line of text that shows as much as fits, and the whole of it as a tool tip where it does not.
+// A label of one line. A text that does not fit is elided and shown in full as a tool tip.
 class StatusLabel : public QLabel {
   public:
     explicit StatusLabel(QWidget *parent);

@@ -8,26 +8,18 @@ namespace {
 
 struct Category {
     const char16_t *type;
-    int image;
+    TreeImage image;
 };
 
-constexpr int kListOnly = 0;
-constexpr int kDocument = 2;
-constexpr int kPicture = 4;
-constexpr int kPhoto = 5;
-constexpr int kBitmap = 6;
-constexpr int kMedia = 7;
-constexpr int kText = 8;
-
 constexpr std::array kCategories{
-    Category{u"NAV", kListOnly}, Category{u"BM8", kListOnly}, Category{u"SPN", kListOnly},
-    Category{u"TER", kListOnly}, Category{u"DSO", kListOnly}, Category{u"DSQ", kListOnly},
-    Category{u"DTS", kListOnly}, Category{u"DIF", kListOnly}, Category{u"PNG", kPicture},
-    Category{u"GIF", kPicture},  Category{u"JPG", kPhoto},    Category{u"BMP", kBitmap},
-    Category{u"WAV", kMedia},    Category{u"MP3", kMedia},    Category{u"MPG", kMedia},
-    Category{u"AVI", kMedia},    Category{u"TXT", kText},     Category{u"MIS", kText},
-    Category{u".CS", kText},     Category{u"DML", kText},     Category{u"GUI", kText},
-    Category{u"IFL", kText},
+    Category{u"NAV", NoImage},      Category{u"BM8", NoImage},    Category{u"SPN", NoImage},
+    Category{u"TER", NoImage},      Category{u"DSO", NoImage},    Category{u"DSQ", NoImage},
+    Category{u"DTS", NoImage},      Category{u"DIF", NoImage},    Category{u"PNG", PictureImage},
+    Category{u"GIF", PictureImage}, Category{u"JPG", PhotoImage}, Category{u"BMP", BitmapImage},
+    Category{u"WAV", MediaImage},   Category{u"MP3", MediaImage}, Category{u"MPG", MediaImage},
+    Category{u"AVI", MediaImage},   Category{u"TXT", TextImage},  Category{u"MIS", TextImage},
+    Category{u".CS", TextImage},    Category{u"DML", TextImage},  Category{u"GUI", TextImage},
+    Category{u"IFL", TextImage},
 };
 
 } // namespace
@@ -37,5 +29,5 @@ int ImageOfFile(const QString &fileName) {
     for (const Category &category : kCategories)
         if (type == QStringView(category.type))
             return category.image;
-    return kDocument;
+    return DocumentImage;
 }

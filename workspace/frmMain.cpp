@@ -1,6 +1,6 @@
 #include "workspace/frmMain.h"
 
-#include "archive/idle.h"
+#include "archive/libraryEvents.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -8,6 +8,7 @@
 #include "storage/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
+#include "workspace/fileTypes.h"
 
 #include <QAbstractItemView>
 #include <QCloseEvent>
@@ -22,16 +23,16 @@
 
 namespace {
 
-// Outer size 4095 x 7500 twips under the frame that the layout was drawn for (4 pixels at the
-// sides and the bottom, 23 at the top): the controls keep 180 twips to each edge.
+// Twips. The outer size is 4095 x 7500 with a frame of 4 pixels at the sides and the bottom and 23
+// at the top, so that the controls have a margin of 180 twips.
 constexpr int kClientWidth = 3975;
 constexpr int kClientHeight = 7095;
 
-struct Place {
+struct Layout {
     QWidget *control;
     const char *name;
-    const char *caption; // "&" before the accelerator's letter
-    int left, top, width, height;
+    const char *caption;          // "&" precedes the accelerator key
+    int left, top, width, height; // twips
 };
 
 } // namespace
@@ -39,7 +40,7 @@ struct Place {
 frmMain::frmMain()
     : QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                            Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
-      imgIcons16(new ImageList(this, ArchiveTree::kImages)), Label1(new QLabel(this)),
+      imgIcons16(new ImageList(this, kImages)), Label1(new QLabel(this)),
       drpVL2File(new QComboBox(this)), cmdExtract(new QPushButton(this)),
       cmdSaveChanges(new QPushButton(this)), cmdCancel(new QPushButton(this)),
       Label2(new QLabel(this)), treArchive(new ArchiveTreeView(this)),
@@ -63,33 +64,32 @@ frmMain::frmMain()
 frmMain::~frmMain() = default;
 
 void frmMain::PlaceControls() {
-    const std::array places{
-        Place{Label1, "Label1", "Select a category", 180, 180, 3615, 255},
-        Place{drpVL2File, "drpVL2File", "", 180, 420, 3615, 315},
-        Place{cmdExtract, "cmdExtract", "&Extract", 180, 840, 1215, 375},
-        Place{cmdSaveChanges, "cmdSaveChanges", "&Save Changes", 1380, 840, 1215, 375},
-        Place{cmdCancel, "cmdCancel", "&Cancel", 2580, 840, 1215, 375},
-        Place{Label2, "Label2", "Select a file to edit", 180, 1320, 3615, 255},
-        Place{treArchive, "treArchive", "", 180, 1560, 3615, 4515},
-        Place{cmdEditFile, "cmdEditFile", "&Edit File", 180, 6180, 1215, 375},
-        Place{cmdOpenFolder, "cmdOpenFolder", "&Open Folder", 1380, 6180, 1215, 375},
-        Place{cmdSettings, "cmdSettings", "&Settings...", 2580, 6180, 1215, 375},
-        Place{lblStatus, "lblStatus", "", 180, 6660, 3615, 255},
-        Place{ProgressBar, "ProgressBar", "", 180, 6600, 3615, 315},
-        Place{lstArchive, "lstArchive", "", 4080, 720, 1695, 2985},
-        Place{filVL2, "filVL2", "", 4080, 180, 1695, 480},
+    const std::array layouts{
+        Layout{Label1, "Label1", "Select a category", 180, 180, 3615, 255},
+        Layout{drpVL2File, "drpVL2File", "", 180, 420, 3615, 315},
+        Layout{cmdExtract, "cmdExtract", "&Extract", 180, 840, 1215, 375},
+        Layout{cmdSaveChanges, "cmdSaveChanges", "&Save Changes", 1380, 840, 1215, 375},
+        Layout{cmdCancel, "cmdCancel", "&Cancel", 2580, 840, 1215, 375},
+        Layout{Label2, "Label2", "Select a file to edit", 180, 1320, 3615, 255},
+        Layout{treArchive, "treArchive", "", 180, 1560, 3615, 4515},
+        Layout{cmdEditFile, "cmdEditFile", "&Edit File", 180, 6180, 1215, 375},
+        Layout{cmdOpenFolder, "cmdOpenFolder", "&Open Folder", 1380, 6180, 1215, 375},
+        Layout{cmdSettings, "cmdSettings", "&Settings...", 2580, 6180, 1215, 375},
+        Layout{lblStatus, "lblStatus", "", 180, 6660, 3615, 255},
+        Layout{ProgressBar, "ProgressBar", "", 180, 6600, 3615, 315},
+        Layout{lstArchive, "lstArchive", "", 4080, 720, 1695, 2985},
+        Layout{filVL2, "filVL2", "", 4080, 180, 1695, 480},
     };
     QWidget *before = nullptr;
-    for (const Place &place : places) {
-        place.control->setObjectName(place.name);
-        place.control->setGeometry(
-            platform::rectFromTwips(place.left, place.top, place.width, place.height));
-        if (*place.caption != '\0')
-            place.control->setProperty("text", place.caption);
-        place.control->setAccessibleName(QString(place.caption).remove('&'));
+    for (const Layout &row : layouts) {
+        row.control->setObjectName(row.name);
+        row.control->setGeometry(platform::rectFromTwips(row.left, row.top, row.width, row.height));
+        if (*row.caption != '\0')
+            row.control->setProperty("text", row.caption);
+        row.control->setAccessibleName(QString(row.caption).remove('&'));
         if (before != nullptr)
-            setTabOrder(before, place.control);
-        before = place.control;
+            setTabOrder(before, row.control);
+        before = row.control;
     }
     Label1->setBuddy(drpVL2File);
     drpVL2File->setAccessibleName(Label1->text());
@@ -125,16 +125,12 @@ void frmMain::ConnectHandlers() {
 
 void frmMain::Load() {
     platform::surviveLargeWrites();
-    setWindowTitle(QStringLiteral("%1 v%2.%3.%4")
-                       .arg(windowTitle())
-                       .arg(kVersionMajor)
-                       .arg(kVersionMinor)
-                       .arg(kVersionRevision));
+    setWindowTitle(QStringLiteral("%1 v%2").arg(windowTitle(), kVersion));
     setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
     platform::centreOnScreen(this);
     m_cUnzip = std::make_unique<cUnzip>();
     m_cZ = std::make_unique<cZip>();
-    // It paints whatever windows there are, so it outlives this one.
+    // Not reset when this window is destroyed: it repaints every window of the program.
     setIdleHandler(platform::repaintPending);
     LocateGame();
     UpdateButtons();
@@ -162,23 +158,22 @@ void frmMain::AddArchive(const QString &file) {
     const QString name = ProperCase(file.chopped(4));
     if (name == QLatin1String("Interiors"))
         return;
-    // Names that differ in case only read the same here, and folders cannot end in blanks or
-    // dots: two archives must never share one work folder.
+    // Archives whose names differ only in case have the same `name` here, but must not share a work
+    // folder. Folder names must not end in blanks or dots or be a Windows device name, as in
+    // "Con.old"; the rules are the same on all systems, so that work folders can be moved.
     QString folder = name;
-    // Nor can they have the name of a device on Windows, "Con.old" included. A work folder has one
-    // name everywhere, so that it can be moved.
     if (platform::isDeviceName(name.toStdString()))
         folder.insert(name.contains('.') ? name.indexOf('.') : name.size(), '~');
     while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
         folder.chop(1);
-    QString own = folder;
-    for (int copy = 2; own.isEmpty() || drpVL2File->findData(own, kWorkFolderRole) >= 0; ++copy)
-        own = folder + '~' + QString::number(copy);
+    QString unique = folder;
+    for (int n = 2; unique.isEmpty() || drpVL2File->findData(unique, kWorkFolderRole) >= 0; ++n)
+        unique = folder + '~' + QString::number(n);
     drpVL2File->addItem(name, file);
-    drpVL2File->setItemData(drpVL2File->count() - 1, own, kWorkFolderRole);
+    drpVL2File->setItemData(drpVL2File->count() - 1, unique, kWorkFolderRole);
 }
 
-// Closing ends the program; in the middle of something it waits for the end.
+// The window cannot be closed during a long operation.
 void frmMain::closeEvent(QCloseEvent *event) {
     event->setAccepted(isEnabled());
 }

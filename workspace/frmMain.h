@@ -24,34 +24,35 @@ class QProgressBar;
 class QPushButton;
 class StatusLabel;
 
-// The main window: one archive of the game from choice to saving. Each verb of the user lives in a
-// source file of its own, frmMainBrowse, frmMainExtract, frmMainSave, ...
+// The main window, which works on one archive of the game from selection to saving. Each task has a
+// source file: frmMainBrowse.cpp, frmMainExtract.cpp, frmMainSave.cpp ...
 class frmMain : public QWidget {
   public:
-    // Makes the controls. Load does the rest.
+    // Creates the controls. Load completes the window.
     frmMain();
     ~frmMain() override;
 
     // The load step, run once before the window is shown: caption, size, archive objects, game
-    // folder, button states, drop-down. Raises an error where the game's folder is gone.
+    // folder, button states, drop-down. Raises 76 if the folder of the game or that of its archives
+    // is missing or unreadable.
     void Load();
 
-    // Picks the archive at a path of the system's form, as a person does in the drop-down; says so
-    // in a box where it is none of those.
+    // Selects the archive at a path in the system's form, as a selection in the drop-down does.
+    // Shows a message box if the drop-down does not list it.
     void ChooseArchive(const QString &sFile);
 
-    // The path with each component as the file system stores it; "" where a component does not
-    // exist, "\" for an empty path. Raises 6 for a path of more than 32767 characters.
+    // The path with each component as the file system stores it; "" if a component does not exist,
+    // "\" for an empty path. Raises 6 for a path of more than 32767 characters.
     QString GetLongFileName(const QString &ShortFileName) const;
-    // The Windows folder without a trailing separator, or "" where there is none.
+    // The Windows folder without a trailing separator, or "" if there is none.
     QString GetWinPath() const;
-    // 1 where a file that is neither hidden nor a system file exists at the path (wildcards may
-    // match any), else 0. Raises nothing.
+    // 1 if a file that is neither hidden nor a system file exists at the path, which may contain
+    // wildcards, else 0. Raises no error.
     std::int16_t FileExists(const QString &strPath) const;
-    // The program that is set for a file type, or "".
+    // The program set for a file type, or "".
     QString GetProgram(const QString &FileType) const;
 
-    // The words of the archive's file name as the drop-down shows them.
+    // The text with the first letter of each word in upper case and the others in lower case.
     static QString ProperCase(const QString &text);
 
   protected:
@@ -59,8 +60,8 @@ class frmMain : public QWidget {
     void keyPressEvent(QKeyEvent *event) override;
 
   private:
-    // What an entry of the drop-down knows beside its text: the archive's file name as stored, and
-    // the name of its work folder, which is the text unless that could be no folder or another's.
+    // Data of a drop-down entry: the archive's file name as stored, and the name of its work
+    // folder, which differs from the text if that is not a valid folder name or already in use.
     static constexpr int kArchiveFileRole = Qt::UserRole;
     static constexpr int kWorkFolderRole = Qt::UserRole + 1;
 
@@ -70,45 +71,45 @@ class frmMain : public QWidget {
     void FillArchiveList();
     void AddArchive(const QString &file);
 
-    // frmMainLocate.cpp: where the game and the work folders are
+    // frmMainLocate.cpp: paths of the game and of the work folders
     void LocateGame();
     void SetDefaultWorkFolder();
-    // The "tempdir" setting, read afresh; "" where there is none.
+    // The current value of the "tempdir" setting; "" if there is none.
     static QString WorkFolderSetting();
-    // The folder above every work folder: the setting, or its default where the store took none.
+    // The parent folder of all work folders: the setting, or the default if it cannot be stored.
     static QString WorkFolders();
-    // The chosen archive's path, by the name under which the file system stores it.
+    // The path of the selected archive, with its file name as stored.
     QString ArchivePath() const;
-    // The folder above, "\" and the chosen archive's name, without a trailing separator.
+    // The work folder of the selected archive, without a trailing separator.
     QString WorkFolder() const;
-    // Whether a line of the list can be a file below the work folder. Extraction keeps to the same
-    // rule, so that any other line is no file of this program's.
+    // True if a line of the entry list is a safe path below the work folder. Extraction applies the
+    // same rule, so other lines have no extracted file.
     static bool StaysBelow(const QString &line);
-    // An extracted file, or the folder itself where there is no name; "" where that would lead out
-    // of the work folder, by its text or through a link to a folder.
+    // The path of an extracted file, or of the folder if `name` is ""; "" if it is outside the work
+    // folder, by its text or through a symbolic link.
     QString ExtractedPath(const QString &folder, const QString &name) const;
-    // The file whose existence says that the archive is extracted: the tree's first. "" where it
-    // cannot be in the work folder.
+    // The file whose existence shows that the archive is extracted: the first one of the tree. ""
+    // if its path is not in the work folder.
     QString ProbeFile() const;
 
     // frmMainBusy.cpp: long operations
-    // Runs a handler; an error that leaves it gives window and pointer back and is shown in a box.
+    // Runs a handler. On an error, restores window and pointer and shows it in a message box.
     void Guarded(const std::function<void()> &handler);
-    // Takes the window away from the user, and gives it back without what was typed meanwhile.
+    // Disable the window, and enable it again after discarding the input of that time.
     void DisableWindow();
     void EnableWindow();
     void ShowProgressBar(int maximum);
     void SetProgress(int value);
-    // Tells what the status line has no words for: its tool tip, popped up.
+    // Shows a text as a tool tip of the status line, in addition to the line's text.
     void ShowNote(const QString &text);
 
-    // frmMainBrowse.cpp: choosing and listing an archive
+    // frmMainBrowse.cpp: selecting and listing an archive
     void drpVL2File_Change();
     void drpVL2File_Click();
     void ArchiveChosen();
     void OpenSelectedArchive();
     void ListArchive(const QString &path);
-    // What is to be known of the archive's list beside the status line's text; "" for nothing.
+    // The note about the listing, in addition to the status text; "" for none.
     QString ListingNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
@@ -117,17 +118,17 @@ class frmMain : public QWidget {
     void cmdExtract_Click();
     QString PrepareWorkFolder();
     void ClearFileAttributes();
-    // What is to be known of an extraction that did not go well.
+    // The note about an extraction that reported a problem.
     QString ExtractionNote() const;
-    // Removes what was extracted just now, but for what is in `before`, and says why.
+    // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
     QString UndoExtraction(const QSet<QString> &before);
 
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
     void cmdCancel_Click();
-    // Packs the work folder. "" where every file is in the archive, else what went wrong.
+    // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Empties the work folder and removes it; after a save only of what was `packed`.
+    // Empties and removes the work folder. If `packed` is given, deletes only the files in it.
     void CleanUpWorkFolder(const platform::PackedFiles *packed);
 
     // frmMainEdit.cpp
@@ -137,12 +138,10 @@ class frmMain : public QWidget {
     void EditNode(int node, const QString &textEditor);
     void cmdSettings_Click();
     void ShowSettings();
-
-    // frmMainFolder.cpp
     void cmdOpenFolder_Click();
     void OpenWorkFolder();
 
-    // The tree's selected node, 1 for the first one added; 0 where none is selected.
+    // The selected node of the tree, 0 if none is selected.
     int SelectedNode() const;
 
     QString m_strGamePath; // the game's folder and "\"
@@ -166,8 +165,8 @@ class frmMain : public QWidget {
     QListView *lstArchive;
     FileList *filVL2;
 
-    ArchiveTree *m_tree;   // what treArchive shows
-    ArchiveLines *m_lines; // what lstArchive holds
+    ArchiveTree *m_tree;   // the model of treArchive
+    ArchiveLines *m_lines; // the model of lstArchive
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

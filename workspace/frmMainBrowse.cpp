@@ -5,6 +5,7 @@
 #include "workspace/fileTypes.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
+#include "ziplib/common/returnCode.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -17,14 +18,10 @@
 #include <filesystem>
 #include <system_error>
 
-namespace {
+using ziplib::ReturnCode;
 
-constexpr std::int32_t kWarnings = 1; // a code that leaves a whole list
-
-} // namespace
-
-// A pick notifies of the change and then of the click, another pick of the same entry of the click
-// alone: the steps run once for each.
+// Selecting another entry sends the change and then the click, selecting the same entry again only
+// the click. The archive is opened once in both cases.
 void frmMain::drpVL2File_Change() {
     Guarded([this] { ArchiveChosen(); });
     m_changeHandled = true;
@@ -40,10 +37,10 @@ void frmMain::ChooseArchive(const QString &sFile) {
     const std::filesystem::path wanted = QFileInfo(sFile).filesystemAbsoluteFilePath();
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
-        const QFileInfo offered(platform::nativePath(m_strBasePath + file));
-        // By the file, whatever the way to it: a link, a short name, another letter case.
-        std::error_code none;
-        if (!std::filesystem::equivalent(offered.filesystemFilePath(), wanted, none))
+        const QFileInfo listed(platform::nativePath(m_strBasePath + file));
+        // Compares the files, as the paths may differ by a link, a short name or the letter case.
+        std::error_code ignored;
+        if (!std::filesystem::equivalent(listed.filesystemFilePath(), wanted, ignored))
             continue;
         drpVL2File->setCurrentIndex(entry);
         return;
@@ -97,7 +94,7 @@ void frmMain::ListArchive(const QString &path) {
     EnableWindow();
     if (count > 0)
         lblStatus->SetText("Click Extract to begin editing files");
-    else if (code == 0 || code == kWarnings)
+    else if (ReturnCode{code} == ReturnCode::Done || ReturnCode{code} == ReturnCode::Warnings)
         lblStatus->SetText("The archive holds no files.");
     else
         lblStatus->SetText("Cannot read the archive: " + Reason(code, m_cUnzip->LastMessage()));
@@ -107,7 +104,7 @@ void frmMain::ListArchive(const QString &path) {
 QString frmMain::ListingNote() const {
     const std::int32_t code = m_cUnzip->LastCode();
     const QString reason = Reason(code, m_cUnzip->LastMessage());
-    if (code == kWarnings)
+    if (ReturnCode{code} == ReturnCode::Warnings) // the list is complete
         return OddArchiveNote(reason);
     if (m_cUnzip->FileCount() == 0)
         return {};
@@ -137,20 +134,20 @@ void frmMain::UpdateButtons() {
         lblStatus->SetText("Please select a category.");
 }
 
-// The archive's list knows the packed size and how many percent that saves; the size itself is
-// that of the file once it is extracted.
+// The listing has the compressed size and the percentage saved, but not the size: it is estimated
+// from these until the file is extracted.
 QString frmMain::EntryTip(int entry) const {
     const QLocale locale;
-    const qint64 packed = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
+    const qint64 compressedSize = static_cast<std::uint32_t>(m_cUnzip->FileSize(entry));
     const int saved = m_cUnzip->FileCompressionRatio(entry);
     const QFileInfo extracted(platform::nativePath(
         ExtractedPath(m_cUnzip->FileDirectory(entry), m_cUnzip->Filename(entry))));
     QString size = QStringLiteral("about ") +
-                   locale.formattedDataSize(packed * 100 / (100 - qBound(0, saved, 99)), 0);
+                   locale.formattedDataSize(compressedSize * 100 / (100 - qBound(0, saved, 99)), 0);
     if (extracted.isFile() || saved == 0)
         size = QStringLiteral("%1 bytes")
-                   .arg(locale.toString(extracted.isFile() ? extracted.size() : packed));
+                   .arg(locale.toString(extracted.isFile() ? extracted.size() : compressedSize));
     return QStringLiteral("Size: %1\nPacked: %2 bytes\nDate: %3")
-        .arg(size, locale.toString(packed),
+        .arg(size, locale.toString(compressedSize),
              locale.toString(m_cUnzip->FileDate(entry), QLocale::ShortFormat));
 }

@@ -1,8 +1,8 @@
-#include "platform/error.h"
 #include "platform/forms.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
+#include "workspace/reasons.h"
 
 #include <QApplication>
 #include <QProgressBar>
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kNoteTime = 20000; // ms that a note stays up
+constexpr int kNoteTime = 20000; // ms, display time of a note
 
 } // namespace
 
@@ -21,10 +21,8 @@ void frmMain::Guarded(const std::function<void()> &handler) {
     try {
         handler();
         return;
-    } catch (const platform::RuntimeError &error) {
-        description = error.description();
     } catch (const std::exception &error) {
-        description = QString::fromLocal8Bit(error.what());
+        description = Reason(error);
     }
     ProgressBar->hide();
     platform::setMousePointer(this, 0);
@@ -44,7 +42,7 @@ void frmMain::EnableWindow() {
         return;
     platform::discardInput();
     setEnabled(true);
-    // Disabling took the focus. A control that stays disabled leaves it to the tree.
+    // Disabling the window removed the focus. If the control is still disabled, the tree gets it.
     if (m_focus != nullptr && m_focus->isEnabled())
         m_focus->setFocus();
     else
@@ -52,7 +50,7 @@ void frmMain::EnableWindow() {
 }
 
 void frmMain::ShowProgressBar(int maximum) {
-    // A bar without a range would run to and fro for ever.
+    // A bar with an empty range shows a busy animation.
     ProgressBar->setRange(0, qMax(1, maximum));
     ProgressBar->setValue(0);
     ProgressBar->raise();
@@ -61,7 +59,7 @@ void frmMain::ShowProgressBar(int maximum) {
 }
 
 void frmMain::SetProgress(int value) {
-    // One step in 64 is less than a pixel of any archive that takes a while.
+    // For large archives, 64 steps are less than a pixel.
     if ((value & 0x3F) != 0 && value != ProgressBar->maximum())
         return;
     ProgressBar->setValue(value);
@@ -69,7 +67,7 @@ void frmMain::SetProgress(int value) {
 }
 
 void frmMain::ShowNote(const QString &text) {
-    const QString tip = PlainTip(text);
+    const QString tip = platform::plainTip(text);
     lblStatus->setToolTip(tip);
     lblStatus->setAccessibleDescription(text);
     QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), tip, lblStatus, {}, kNoteTime);

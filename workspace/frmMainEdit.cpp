@@ -3,9 +3,12 @@
 #include "config/frmSettings.h"
 #include "config/modRegistry.h"
 #include "platform/error.h"
+#include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/shell.h"
 #include "workspace/archiveTree.h"
+#include "workspace/fileTypes.h"
+#include "workspace/modOther.h"
 
 #include <QPushButton>
 #include <QScopeGuard>
@@ -14,15 +17,14 @@
 
 namespace {
 
-constexpr int kTextImage = 8;
-constexpr int kTypeLength = 3;
+constexpr int kTypeLength = 3; // characters
 
 QString quoted(const QString &path) {
     return u'"' + path + u'"';
 }
 
-// An argument in quotes. Where names may hold quotes themselves, these are marked by a backslash,
-// and backslashes before them doubled, as programs take their arguments apart.
+// An argument in quotes. Quotes inside, which POSIX allows in file names, are escaped by a
+// backslash and backslashes before them are doubled, as programs parse their command line.
 QString quotedArgument(const QString &path) {
     QString text;
     qsizetype backslashes = 0;
@@ -35,11 +37,11 @@ QString quotedArgument(const QString &path) {
     return quoted(text);
 }
 
-// Programs that want their arguments in a form of their own, by a part of their path in upper case.
-// The first that matches is taken.
+// Programs that need a special command line, identified by a part of their path in upper case. The
+// first match applies.
 struct SpecialForm {
     const char16_t *part;
-    const char16_t *between; // the program and the file
+    const char16_t *between; // text between the program and the file
 };
 constexpr SpecialForm kSpecialForms[] = {
     {u"PHOTOSHP.EXE", u" "},
@@ -54,22 +56,29 @@ QString commandLine(const QString &program, const QString &file) {
     return program + u' ' + file;
 }
 
-// Looking for the desktop's editor takes seconds where the desktop does not answer. A click in that
-// time must not start another one.
+// Finding the desktop's editor takes seconds if the desktop does not respond. Clicks in that time
+// are discarded, so that they do not start another editor.
 void start(QWidget *window, const QString &line) {
     platform::setMousePointer(window, 11);
-    const auto giveBack = qScopeGuard([window] {
+    const auto restore = qScopeGuard([window] {
         platform::discardInput();
         platform::setMousePointer(window, 0);
     });
     platform::Shell(line, platform::kShowNormal);
 }
 
-// True where the user wants to see the settings.
+// Returns true if the user chooses to open the settings.
 bool offerSettings() {
     return platform::MsgBox(QStringLiteral("Cannot edit file. Try changing your Orvel settings."),
                             platform::kExclamationOkCancel,
                             QStringLiteral("Orvel")) == platform::kAnswerOk;
+}
+
+// The system's form of a folder's path without trailing separators.
+QString folderForShell(QString folder) {
+    while (folder.endsWith(u'\\') || folder.endsWith(u'/'))
+        folder.chop(1);
+    return platform::nativePath(folder);
 }
 
 } // namespace
@@ -88,7 +97,7 @@ void frmMain::treArchive_DblClick() {
 }
 
 void frmMain::EditSelectedFile() {
-    // The blank that ends it separates it from the file; looking for the program, it does no harm.
+    // The trailing blank separates the program from the file; FileExists ignores it.
     QString textEditor = GetProgram(QStringLiteral("Text")) + u' ';
     if (textEditor == u" ")
         textEditor = GetWinPath() + QStringLiteral("\\NOTEPAD.EXE ");
@@ -100,20 +109,18 @@ void frmMain::EditSelectedFile() {
     }
 }
 
-// Raises an error where no node is selected, its file would not lie in the work folder or the
-// program cannot be started.
+// Raises 9 if no node is selected, 52 if the file's path is outside the work folder, and the errors
+// of platform::Shell.
 void frmMain::EditNode(int node, const QString &textEditor) {
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (node < 1 || node > nodes.Count())
-        throw platform::RuntimeError(
-            platform::ErrorNumber::SubscriptOutOfRange,
-            platform::describe(platform::ErrorNumber::SubscriptOutOfRange));
+        platform::raise(platform::ErrorNumber::SubscriptOutOfRange);
     if (nodes.HasChildren(node))
         return;
     const QString file = ExtractedPath(nodes.Text(nodes.Parent(node)), nodes.Text(node));
     if (file.isEmpty())
         platform::raise(platform::ErrorNumber::BadFileName, nodes.Text(node));
-    const bool isText = nodes.Image(node) == kTextImage;
+    const bool isText = nodes.Image(node) == TextImage;
     const QString program = isText ? textEditor : GetProgram(nodes.Text(node).right(kTypeLength));
     if (program.isEmpty() || !FileExists(program)) {
         if (offerSettings())
@@ -128,15 +135,34 @@ void frmMain::cmdSettings_Click() {
 }
 
 void frmMain::ShowSettings() {
-    // The tab stop is lost to a window that is disabled; it comes back with the window.
+    // A disabled window loses its focus widget; it is restored when the settings close.
     const QPointer<QWidget> focus = focusWidget();
     setEnabled(false);
-    auto giveBack = qScopeGuard([this] { setEnabled(true); });
+    auto enable = qScopeGuard([this] { setEnabled(true); });
     auto *settings = new frmSettings(this);
     connect(settings, &QObject::destroyed, this, [focus] {
         if (focus)
             focus->setFocus();
     });
     settings->show();
-    giveBack.dismiss(); // its end does that
+    enable.dismiss(); // closing the settings enables this window
+}
+
+void frmMain::cmdOpenFolder_Click() {
+    OpenWorkFolder();
+}
+
+void frmMain::OpenWorkFolder() {
+    try {
+        const ArchiveNodes &nodes = m_tree->Nodes();
+        const int node = SelectedNode();
+        if (node < 1 || node > nodes.Count())
+            return;
+        const int folder = nodes.HasChildren(node) ? node : nodes.Parent(node);
+        const QString path = ExtractedPath(nodes.Text(folder), {});
+        if (!path.isEmpty())
+            ShellOpen(folderForShell(path));
+    } catch (const std::exception &) {
+        // Every failure ends the command without a message.
+    }
 }

@@ -5,6 +5,7 @@
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
+#include "ziplib/common/returnCode.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -14,23 +15,26 @@
 #include <array>
 #include <utility>
 
+using ziplib::ReturnCode;
+
 namespace {
 
-// Makes one folder; one that is there already, or cannot be made, is no reason to stop.
-void makeFolderQuietly(const QString &path) {
+// Creates one folder and ignores errors: it may exist.
+void tryMakeFolder(const QString &path) {
     try {
         platform::makeFolder(path);
-    } catch (const platform::RuntimeError &) { // NOLINT(bugprone-empty-catch): told above
+    } catch (const platform::RuntimeError &) { // NOLINT(bugprone-empty-catch)
     }
 }
 
-// A name for comparison where disks take names of other letter case, or other forms of the same
-// letters, for the same.
+// The path in a form for comparison, since some file systems ignore the letter case and the Unicode
+// normalization form of names.
 QString comparable(const QString &path) {
     return path.normalized(QString::NormalizationForm_KC).toCaseFolded();
 }
 
-// The paths of all that lies below a folder, links not followed, in the form for comparison.
+// The paths of all files and folders below a folder, in the form for comparison. Does not follow
+// links.
 QSet<QString> namesBelow(const QString &folder) {
     QSet<QString> names;
     const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
@@ -43,7 +47,7 @@ QSet<QString> namesBelow(const QString &folder) {
     return names;
 }
 
-// Removes a work folder and the folders below it that are empty, but for those in `before`.
+// Removes a work folder and its subfolders as far as they are empty, except those in `before`.
 void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
                         platform::WorkFolderCleaner &cleaner) {
     const QString top = platform::nativePath(workFolder);
@@ -52,7 +56,7 @@ void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
                        QDirIterator::Subdirectories);
     while (below.hasNext())
         folders.append(below.next().mid(top.size() + 1).replace('/', '\\'));
-    // What is in a folder has the longer path.
+    // Subfolders first: their paths are longer.
     std::sort(folders.begin(), folders.end(),
               [](const QString &left, const QString &right) { return left.size() > right.size(); });
     for (const QString &folder : std::as_const(folders))
@@ -72,9 +76,9 @@ void frmMain::cmdExtract_Click() {
         m_cUnzip->setFileSelected(i, true);
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
-    const bool odd = m_cUnzip->Unzip();
+    const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
-    QString note = odd ? ExtractionNote() : QString();
+    QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
     platform::setMousePointer(this, 0);
@@ -89,8 +93,8 @@ QString frmMain::PrepareWorkFolder() {
     if (WorkFolderSetting().isEmpty())
         SetDefaultWorkFolder();
     QString folder = WorkFolder();
-    makeFolderQuietly(WorkFolders());
-    makeFolderQuietly(folder);
+    tryMakeFolder(WorkFolders());
+    tryMakeFolder(folder);
     m_cUnzip->setPromptToOverwrite(false);
     m_cUnzip->setUseFolderNames(true);
     return folder;
@@ -98,7 +102,7 @@ QString frmMain::PrepareWorkFolder() {
 
 void frmMain::ClearFileAttributes() {
     platform::WorkFolderCleaner cleaner(WorkFolder());
-    // A hidden file is not found, and the tree's first may be one.
+    // FileExists ignores hidden files, and the probe file may be one.
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (nodes.Count() > 0)
         cleaner.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
@@ -119,12 +123,12 @@ QString frmMain::ExtractionNote() const {
         .arg(reason);
 }
 
-// The window takes such an archive for not extracted and has no way to work on it or to clean it
-// up. Left behind, its files would be kept by the next extraction and be packed over a newer
-// archive's.
+// Without its probe file, an archive counts as not extracted: its work folder can be neither edited
+// nor cleaned up. Files left in it would be kept by the next extraction and then replace the
+// entries of a newer archive.
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
-    // A file that somebody has saved there since is not the archive's.
+    // Keeps files whose contents differ from the archive's: another program has changed them.
     platform::PackedFiles extracted;
     platform::FileInfo anyVersion;
     anyVersion.size = platform::PackedFiles::kAnySize;
@@ -145,14 +149,17 @@ QString frmMain::UndoExtraction(const QSet<QString> &before) {
     const ArchiveNodes &nodes = m_tree->Nodes();
     const QString folder = nodes.Text(1).isEmpty() ? QString() : nodes.Text(1) + '\\';
     const QString first = folder + nodes.Text(nodes.FirstChild(1));
-    // What is said of entries may be about another one.
+    // The last message may concern another entry than the first.
     QString reason = Reason(m_cUnzip->LastCode(), m_cUnzip->LastMessage());
-    const std::array ofEntries{0, 1, 2, 51, 81, 82};
-    const bool other =
-        std::find(ofEntries.begin(), ofEntries.end(), m_cUnzip->LastCode()) != ofEntries.end();
+    const ReturnCode code{m_cUnzip->LastCode()};
+    const std::array codesOfEntries{ReturnCode::Done,        ReturnCode::Warnings,
+                                    ReturnCode::Damaged,     ReturnCode::EndsEarly,
+                                    ReturnCode::Unsupported, ReturnCode::NoPassword};
+    const bool ofEntry =
+        std::find(codesOfEntries.begin(), codesOfEntries.end(), code) != codesOfEntries.end();
     const bool none = m_cUnzip->MissingCount() >= m_cUnzip->FileCount();
-    if (m_cUnzip->LastCode() == 0 || (other && !none && !reason.contains(first) &&
-                                      !reason.contains(QString(first).replace('\\', '/'))))
+    if (code == ReturnCode::Done || (ofEntry && !none && !reason.contains(first) &&
+                                     !reason.contains(QString(first).replace('\\', '/'))))
         reason = "it is not there after the extraction";
     QString note = QStringLiteral("%1.vl2 cannot be edited, because its first file cannot be "
                                   "extracted (%2): %3. Nothing was left in the work folder.")

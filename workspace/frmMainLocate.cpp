@@ -36,7 +36,7 @@ void frmMain::LocateGame() {
     m_strBasePath = m_strGamePath + "GameData\\base\\";
     if (WorkFolderSetting().isEmpty())
         SetDefaultWorkFolder();
-    // A recorded game that is gone reads as an empty long name, and the game's folder as "\".
+    // If the recorded folder does not exist, its long name is "" and m_strGamePath is "\".
     if (m_strGamePath.size() == 1 || platform::storedName(m_strBasePath.chopped(1)).isEmpty())
         throw platform::RuntimeError(platform::ErrorNumber::PathNotFound,
                                      "Orvel could not detect Tribes 2 on your computer.", "Orvel");
@@ -58,11 +58,10 @@ QString frmMain::WorkFolders() {
 
 QString frmMain::GetLongFileName(const QString &ShortFileName) const {
     if (ShortFileName.size() > std::numeric_limits<std::int16_t>::max())
-        throw platform::RuntimeError(platform::ErrorNumber::Overflow,
-                                     platform::describe(platform::ErrorNumber::Overflow), "Orvel");
+        platform::raise(platform::ErrorNumber::Overflow);
     if (ShortFileName.isEmpty())
         return "\\";
-    // Components follow a drive or a share, or stand from the root on where there are none.
+    // The components follow the drive or share, if there is one.
     const qsizetype root = platform::rootLength(ShortFileName);
     const bool rooted = root > 0 || isSeparator(ShortFileName[0]);
     const QChar separator = root > 0 ? '\\' : '/';
@@ -117,7 +116,7 @@ QString frmMain::WorkFolder() const {
 bool frmMain::StaysBelow(const QString &line) {
     QString path = line;
     path.replace('\\', '/');
-    // The lines of files at the top begin with their separator.
+    // The lines of top-level files begin with a separator.
     if (path.startsWith('/'))
         path.remove(0, 1);
     return platform::unsafeReason(path.toStdString()) == nullptr;
@@ -128,13 +127,13 @@ QString frmMain::ExtractedPath(const QString &folder, const QString &name) const
     const bool isWorkFolder = line.isEmpty();
     if (folder.startsWith('\\') || (!isWorkFolder && !StaysBelow(line)))
         return {};
-    // Saving follows no link to a folder either: what lies behind one is not this archive's.
+    // Saving does not follow links to folders either: their files do not belong to the archive.
     const auto real = [](const QString &path) { return QFileInfo(path).canonicalFilePath(); };
     const QString top = real(platform::nativePath(WorkFolder()));
-    QString known = platform::nativePath(WorkFolder() + '\\' + folder);
-    while (!top.isEmpty() && real(known).isEmpty() && QFileInfo(known).path() != known)
-        known = QFileInfo(known).path();
-    if (!top.isEmpty() && !(real(known) + '/').startsWith(top + '/'))
+    QString existing = platform::nativePath(WorkFolder() + '\\' + folder);
+    while (!top.isEmpty() && real(existing).isEmpty() && QFileInfo(existing).path() != existing)
+        existing = QFileInfo(existing).path();
+    if (!top.isEmpty() && !(real(existing) + '/').startsWith(top + '/'))
         return {};
     return WorkFolder() + '\\' + line;
 }

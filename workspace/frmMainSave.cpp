@@ -5,6 +5,7 @@
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
+#include "ziplib/common/returnCode.h"
 
 #include <QComboBox>
 #include <QDirIterator>
@@ -12,11 +13,9 @@
 
 namespace {
 
-constexpr std::int32_t kNothingMatched = 11; // a code of the library
-
 constexpr const char *kPartly = "was saved, but not all of it";
 
-bool HoldsNoFile(const QString &folder) {
+bool containsNoFile(const QString &folder) {
     const QDir::Filters files = QDir::Files | QDir::Hidden | QDir::System;
     return !QDirIterator(folder, files, QDirIterator::Subdirectories).hasNext();
 }
@@ -58,7 +57,7 @@ QString frmMain::PackWorkFolder() {
     QString outcome = "was not saved";
     bool noFile = false;
     try {
-        // Packed into a new archive, the entries that were never extracted would be missing.
+        // A new archive would lack the entries that were not extracted.
         if (platform::storedName(ArchivePath()).isEmpty())
             throw platform::RuntimeError(platform::ErrorNumber::FileNotFound,
                                          "the archive is no longer there", "Orvel");
@@ -77,7 +76,8 @@ QString frmMain::PackWorkFolder() {
         if (m_cZ->LastResult().partly())
             outcome = kPartly;
         const std::int32_t code = m_cZ->LastResult().code;
-        noFile = code == kNothingMatched && HoldsNoFile(folder);
+        noFile = ziplib::ReturnCode{code} == ziplib::ReturnCode::NothingMatched &&
+                 containsNoFile(folder);
         reason =
             noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
@@ -89,18 +89,18 @@ QString frmMain::PackWorkFolder() {
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
 }
 
-// Every step that fails is skipped: what cannot be deleted stays.
+// A step that fails is skipped: files that cannot be deleted stay.
 void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
     if (FileExists(ProbeFile()) != 0) {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
         platform::WorkFolderCleaner cleaner(WorkFolder());
-        // What an editor wrote while the archive was being saved may not be in it.
+        // Files that were changed during the save may not be in the archive.
         if (packed != nullptr)
             cleaner.deleteOnly(*packed);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
-            // A read-only file goes as well; only one that stays needs its attributes cleared.
+            // deleteFile deletes read-only files too, so only files that stay need this.
             if (!cleaner.deleteFile(file))
                 cleaner.clearAttributes(file);
             SetProgress(line);

@@ -1,9 +1,9 @@
 #include "workspace/frmSplash.h"
 
 #include "config/modRegistry.h"
-#include "platform/error.h"
 #include "platform/forms.h"
 #include "workspace/frmMain.h"
+#include "workspace/reasons.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -12,6 +12,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -19,19 +20,6 @@ constexpr std::chrono::milliseconds kShown(800);
 constexpr int kClientWidth = 5970; // twips
 constexpr int kClientHeight = 3720;
 constexpr QSize kPictureSize(400, 250); // pixels
-
-// Loads the main window. False where it cannot be, with the reason in `failure`.
-bool load(frmMain &window, QString &failure) {
-    try {
-        window.Load();
-        return true;
-    } catch (const platform::RuntimeError &error) {
-        failure = error.description();
-    } catch (const std::exception &error) {
-        failure = QString::fromLocal8Bit(error.what());
-    }
-    return false;
-}
 
 } // namespace
 
@@ -44,7 +32,7 @@ frmSplash::frmSplash(const QString &sArchive)
     platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
     tmrSplash.setInterval(kShown);
-    tmrSplash.setTimerType(Qt::PreciseTimer); // a coarse one may tick 40 ms early
+    tmrSplash.setTimerType(Qt::PreciseTimer); // a coarse timer may fire 40 ms early
     connect(&tmrSplash, &QTimer::timeout, this, &frmSplash::tmrSplash_Timer);
 }
 
@@ -56,7 +44,7 @@ bool frmSplash::Load() {
     try {
         folder = RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
     } catch (const std::exception &) {
-        return true; // start-up goes on, and what is wrong comes out when the game is located
+        return true; // frmMain::Load reports the error
     }
     if (!folder.isEmpty())
         return true;
@@ -69,12 +57,16 @@ bool frmSplash::Load() {
 void frmSplash::tmrSplash_Timer() {
     tmrSplash.stop();
     PrepareMainWindow();
-    QString failure;
-    const bool loaded = load(*m_main, failure);
+    std::optional<QString> failure;
+    try {
+        m_main->Load();
+    } catch (const std::exception &error) {
+        failure = Reason(error);
+    }
     hide();
     deleteLater();
-    if (!loaded) {
-        platform::MsgBox(failure, platform::kCritical, "Orvel");
+    if (failure) {
+        platform::MsgBox(*failure, platform::kCritical, "Orvel");
         QCoreApplication::exit(1);
         return;
     }
@@ -90,27 +82,27 @@ void frmSplash::PrepareMainWindow() {
         return;
     m_main = std::make_unique<frmMain>();
     m_main->ensurePolished();
-    m_main->winId(); // the system's window, not shown yet
+    m_main->winId(); // creates the system's window without showing it
 }
 
-// What takes time waits until the splash stands: nobody waits for it then.
+// Slow steps of the start run after the first paint, while the splash is shown anyway.
 void frmSplash::paintEvent(QPaintEvent *) {
     if (m_picture.isNull()) {
         m_picture.load(devicePixelRatioF() > 1 ? ":/assets/splash@2x.jpg" : ":/assets/splash.jpg");
-        // A first paint that comes as late as the tick finds the window made and handed over.
+        // If the first paint is later than the timer, the main window already exists.
         QTimer::singleShot(0, this, [this] {
             if (tmrSplash.isActive())
                 PrepareMainWindow();
         });
     }
     QPainter painter(this);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform); // at scales between 1 and 2
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for scales between 1 and 2
     QRect target({}, kPictureSize);
     target.moveCenter(rect().center());
     painter.drawPixmap(target, m_picture);
 }
 
-// The timer alone ends the splash.
+// Only the timer closes the splash.
 void frmSplash::closeEvent(QCloseEvent *event) {
     event->ignore();
 }

@@ -9,16 +9,16 @@
 
 class frmMain;
 
-// The splash window: checks that the game is installed, and opens the main window when its one
-// timer ticks.
+// The splash window: checks that the game is installed and opens the main window when its timer
+// fires.
 class frmSplash : public QWidget {
   public:
-    // The main window begins with the archive at that path, where there is one.
+    // The main window starts with the archive at that path, unless it is "".
     explicit frmSplash(const QString &sArchive = {});
     ~frmSplash() override;
 
-    // The load step. False where the game is not installed: the user has been told, and the
-    // program must end.
+    // The load step. Returns false if the game is not installed: a message box has reported it, and
+    // the program must exit.
     bool Load();
 
   protected:
@@ -27,7 +27,7 @@ class frmSplash : public QWidget {
 
   private:
     void tmrSplash_Timer();
-    // Makes the main window's controls, where that has not been done.
+    // Creates the main window and its controls, if not done yet.
     void PrepareMainWindow();
 
     QString m_archive;

@@ -1,16 +1,16 @@
 #include "platform/forms.h"
 #include "platform/version.h"
-#include "workspace/accessibleWindow.h"
 #include "workspace/frmSplash.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
 
 namespace {
 
-// What the program was started with; --help and --version end it.
-QStringList archivesGiven(const QCoreApplication &program) {
+// Returns the archives of the command line. Exits after --help and --version.
+QStringList archiveArguments(const QCoreApplication &program) {
     QCommandLineParser parser;
     parser.setApplicationDescription("Edits the archives of the game Tribes 2.");
     parser.addHelpOption();
@@ -21,32 +21,42 @@ QStringList archivesGiven(const QCoreApplication &program) {
     return parser.positionalArguments();
 }
 
-// Whether only a text is asked for, which needs no display.
-bool asksForText(int argc, char **argv) {
+// True for options that only print a text, which needs no display.
+bool printsOnly(int argc, char **argv) {
     return argc == 2 && QStringList{"-h", "--help", "-v", "--version"}.contains(argv[1]);
+}
+
+// Gives a plain QWidget that is a window the role of one, so that screen readers announce it as a
+// window. Dialogs and message boxes have classes and roles of their own.
+QAccessibleInterface *windowInterface(const QString &, QObject *object) {
+    if (object == nullptr || object->metaObject() != &QWidget::staticMetaObject)
+        return nullptr;
+    auto *window = static_cast<QWidget *>(object);
+    if (!window->isWindow())
+        return nullptr;
+    return new QAccessibleWidget(window, QAccessible::Window); // NOLINT(*-owning-memory): Qt's
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
     QCoreApplication::setApplicationName("Orvel");
-    QCoreApplication::setApplicationVersion(
-        QStringLiteral("%1.%2.%3").arg(kVersionMajor).arg(kVersionMinor).arg(kVersionRevision));
-    if (asksForText(argc, argv))
-        archivesGiven(QCoreApplication(argc, argv));
+    QCoreApplication::setApplicationVersion(kVersion);
+    if (printsOnly(argc, argv))
+        archiveArguments(QCoreApplication(argc, argv));
 
     QApplication program(argc, argv);
     QApplication::setDesktopFileName("org.orvel.Orvel");
     QApplication::setWindowIcon(QIcon(":/assets/orvel.png"));
-    InstallAccessibleWindows();
+    QAccessible::installFactory(windowInterface);
 
-    const QStringList archives = archivesGiven(program);
+    const QStringList archives = archiveArguments(program);
     if (archives.size() > 1) {
         platform::MsgBox("Orvel opens one archive at a time.", platform::kCritical, "Orvel");
         return 1;
     }
 
-    // Destroys itself when it has opened the main window.
+    // Deletes itself after it has opened the main window.
     auto *splash = new frmSplash(archives.value(0)); // NOLINT(cppcoreguidelines-owning-memory)
     if (!splash->Load()) {
         delete splash; // NOLINT(cppcoreguidelines-owning-memory)

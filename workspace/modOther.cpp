@@ -2,18 +2,10 @@
 
 #include "platform/shell.h"
 
-namespace {
-
-void request(const QString &verb, const QString &path) {
-    platform::ShellExecuteA(verb, path, {}, {}, platform::kShowNormal);
-}
-
-} // namespace
-
 void ShellOpen(const QString &sPath) {
-    request(QStringLiteral("Open"), sPath);
+    platform::ShellExecuteA("Open", sPath, {}, {}, platform::kShowNormal);
 }
 
 void ShellExplore(const QString &sPath) {
-    request(QStringLiteral("Explore"), sPath);
+    platform::ShellExecuteA("Explore", sPath, {}, {}, platform::kShowNormal);
 }

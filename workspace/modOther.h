@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// Ask the desktop's shell to show a folder. `sPath` is the path as the system writes it; what comes
+// Request the desktop to open or to explore a folder. `sPath` is in the system's form. The result
 // of the request is ignored.
 void ShellOpen(const QString &sPath);
 void ShellExplore(const QString &sPath);

@@ -1,45 +1,54 @@
 #include "workspace/reasons.h"
 
+#include "platform/error.h"
+#include "ziplib/common/returnCode.h"
+
 #include <array>
+
+using ziplib::ReturnCode;
 
 namespace {
 
 struct Meaning {
-    std::int32_t code;
+    ReturnCode code;
     const char *text;
 };
 
-constexpr std::int32_t kDiskFull = 50;
-
 constexpr std::array kMeanings{
-    Meaning{1, "some files were skipped"},
-    Meaning{2, "the archive is damaged"},
-    Meaning{3, "the archive is badly damaged or no zip archive"},
-    Meaning{9, "the archive was not found"},
-    Meaning{11, "no file matched"},
-    Meaning{12, "there is nothing to do"},
-    Meaning{14, "the archive could not be written"},
-    Meaning{15, "the archive could not be created"},
-    Meaning{18, "a file could not be opened"},
-    Meaning{kDiskFull, "the disk has no room for it"},
-    Meaning{51, "the archive ends early"},
-    Meaning{80, "it was cancelled"},
-    Meaning{81, "its compression or encryption is not supported"},
-    Meaning{82, "it needs a password"},
+    Meaning{ReturnCode::Warnings, "some files were skipped"},
+    Meaning{ReturnCode::Damaged, "the archive is damaged"},
+    Meaning{ReturnCode::SevereDamage, "the archive is badly damaged or no zip archive"},
+    Meaning{ReturnCode::NoArchive, "the archive was not found"},
+    Meaning{ReturnCode::NothingMatched, "no file matched"},
+    Meaning{ReturnCode::NothingToDo, "there is nothing to do"},
+    Meaning{ReturnCode::CannotWrite, "the archive could not be written"},
+    Meaning{ReturnCode::CannotCreate, "the archive could not be created"},
+    Meaning{ReturnCode::CannotOpen, "a file could not be opened"},
+    Meaning{ReturnCode::DiskFull, "the disk has no room for it"},
+    Meaning{ReturnCode::EndsEarly, "the archive ends early"},
+    Meaning{ReturnCode::Cancelled, "it was cancelled"},
+    Meaning{ReturnCode::Unsupported, "its compression or encryption is not supported"},
+    Meaning{ReturnCode::NoPassword, "it needs a password"},
 };
 
 } // namespace
 
 QString Reason(std::int32_t code, const QString &message) {
-    QString said = message.simplified();
-    if (code == kDiskFull && !said.isEmpty())
-        return QStringLiteral("the disk has no room for it: ") + said;
-    if (!said.isEmpty())
-        return said;
+    const QString text = message.simplified();
+    if (ReturnCode{code} == ReturnCode::DiskFull && !text.isEmpty())
+        return "the disk has no room for it: " + text;
+    if (!text.isEmpty())
+        return text;
     for (const Meaning &meaning : kMeanings)
-        if (meaning.code == code)
+        if (meaning.code == ReturnCode{code})
             return meaning.text;
     return QStringLiteral("error %1").arg(code);
+}
+
+QString Reason(const std::exception &error) {
+    const auto *runtimeError = dynamic_cast<const platform::RuntimeError *>(&error);
+    return runtimeError != nullptr ? runtimeError->description()
+                                   : QString::fromLocal8Bit(error.what());
 }
 
 QString OddArchiveNote(const QString &reason) {
@@ -47,10 +56,10 @@ QString OddArchiveNote(const QString &reason) {
 }
 
 QString LeftoversNote(const QStringList &paths) {
-    constexpr qsizetype kNamed = 10;
-    QString names = paths.mid(0, kNamed).join(", ");
-    if (paths.size() > kNamed)
-        names += QStringLiteral(" and %1 more").arg(paths.size() - kNamed);
+    constexpr qsizetype kMaxNames = 10;
+    QString names = paths.mid(0, kMaxNames).join(", ");
+    if (paths.size() > kMaxNames)
+        names += QStringLiteral(" and %1 more").arg(paths.size() - kMaxNames);
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
         .arg(names);

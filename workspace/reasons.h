@@ -4,15 +4,19 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <exception>
 
-// What an unsuccessful code of the companion libraries means, as a clause that goes on from "...
-// could not be saved: ". The library's own message text, where there is one, is the better reason;
-// that a disk is full, which anybody can do something about, is said in plain words before it.
+// The reason for a return code of the companion libraries other than 0, as the end of a sentence
+// such as "... was not saved: ". Prefers the library's message, if there is one, to the general
+// text of the code; for a full disk it gives both.
 QString Reason(std::int32_t code, const QString &message);
 
-// What is said of an archive that can be worked with as a whole, and for which reason it is said.
+// The description of a caught error.
+QString Reason(const std::exception &error);
+
+// The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
 
-// What is said after a save that gave an archive new entries for what editors and systems leave
-// behind. Not empty.
+// The note after a save that added entries for leftovers of editors and systems. `paths` is not
+// empty.
 QString LeftoversNote(const QStringList &paths);

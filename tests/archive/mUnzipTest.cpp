@@ -1,4 +1,4 @@
-#include "archive/idle.h"
+#include "archive/libraryEvents.h"
 #include "platform/error.h"
 #include "tests/archive/fixtures.h"
 #include "tests/archive/narrowText.h"

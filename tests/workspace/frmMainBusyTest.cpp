@@ -1,4 +1,4 @@
-#include "archive/idle.h"
+#include "archive/libraryEvents.h"
 #include "tests/support/answers.h"
 #include "tests/support/archives.h"
 #include "tests/support/game.h"

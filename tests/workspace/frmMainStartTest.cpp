@@ -90,9 +90,7 @@ TEST(frmMainStart, shows_the_version_and_offers_the_archives_in_proper_case) {
          {"base.vl2", "Z_DMP.vl2", "my mod.vl2", "INTERIORS.vl2", "a-b.VL2", "notes.txt"})
         writeFile(game.archive(name), "");
     MainWindow window;
-    EXPECT_EQ(
-        window.form().windowTitle(),
-        QString("Orvel v%1.%2.%3").arg(kVersionMajor).arg(kVersionMinor).arg(kVersionRevision));
+    EXPECT_EQ(window.form().windowTitle(), QString("Orvel v%1").arg(kVersion));
     EXPECT_EQ(joined(window.entries()), "A-b|Base|My Mod|Z_dmp");
     EXPECT_EQ(window.dropDown()->currentText(), "");
     EXPECT_EQ(window.status(), "Please select a category.");
