@@ -20,20 +20,9 @@ TEST_F(WindowsFiles, APathGetsTheSystemsForm) {
         EXPECT_EQ(platform::nativePath(row.given), QString(row.native)) << row.given;
 }
 
-TEST_F(WindowsFiles, DeletingSaysWhatIsHeldAndWhatIsReadOnly) {
-    const QString file = makeFile("keep.cs");
-    const HANDLE held = CreateFileA(bytesAt("keep.cs").constData(), GENERIC_READ, FILE_SHARE_READ,
-                                    nullptr, OPEN_EXISTING, 0, nullptr);
-    expectError(ErrorNumber::PermissionDenied, [&] { platform::deleteFiles(file); });
-    CloseHandle(held);
-    platform::setAttributes(file, platform::AttributeReadOnly);
-    expectError(ErrorNumber::PathFileAccess, [&] { platform::deleteFiles(file); });
-    EXPECT_TRUE(exists("keep.cs"));
-}
-
 TEST_F(WindowsFiles, TheFoldersOfProgramAndSystemHaveNoSeparatorBehindThem) {
     const QString program = platform::programFolder();
-    EXPECT_NE(platform::storedName(program + "\\windows_files_test.exe"), QString());
+    EXPECT_NE(platform::storedName(program + "\\platformTest.exe"), QString());
     EXPECT_EQ(platform::windowsFolder(260).toUpper(), QString("C:\\WINDOWS"));
     EXPECT_EQ(platform::windowsFolder(3), QString());
     EXPECT_NE(platform::findFirst(platform::windowsFolder(260) + "\\NOTEPAD.EXE ", 0), QString());
