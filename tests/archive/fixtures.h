@@ -4,13 +4,34 @@
 #include "archive/cZip.h"
 #include "archive/mUnzip.h"
 #include "archive/mZip.h"
+#include "platform/files.h"
 #include "platform/library.h"
-#include "tests/archive/fake/fakeUnzip.h"
-#include "tests/archive/fake/fakeZip.h"
+#include "platform/narrow.h"
+#include "tests/archive/fake/fakeLibraries.h"
+#include "tests/support/expectError.h"
 
 #include <gtest/gtest.h>
 
-// What a stand-in library keeps, as new.
+#include <cstring>
+#include <string>
+
+// Text and paths as they are passed to the libraries, on either system.
+inline std::string narrowText(const QString &text) {
+    return platform::toNarrow(text).toStdString();
+}
+inline std::string narrowPath(const QString &path) {
+    return narrowText(platform::nativePath(path));
+}
+
+// The fields of an options record from `first` on, in its order.
+template<typename Fields>
+Fields fieldsFrom(const void *first) {
+    Fields values{};
+    std::memcpy(values.data(), first, sizeof values);
+    return values;
+}
+
+// The state of a stand-in library, as new.
 template<typename Fake>
 Fake &standIn(const QString &library, const char *state) {
     platform::Library::setFolder(ORVEL_FAKE_LIBRARIES);
@@ -21,7 +42,7 @@ Fake &standIn(const QString &library, const char *state) {
 // One entry as the library reports it.
 struct Reported {
     std::string path = "a.txt";
-    std::uint32_t packed = 0;
+    std::uint32_t size = 0;
     std::int32_t factor = 0;
     std::int32_t month = 1, day = 1, year = 2001, hour = 0, minute = 0;
     std::string method = "Deflated";
@@ -35,12 +56,12 @@ class UnzipTest : public testing::Test {
     UnzipTest() { unzip.setZipFile("/game/base/x.vl2"); }
 
     static void report(const USERFUNCTIONS &library, Reported entry) {
-        library.SendApplicationMessage(7, entry.packed, entry.factor, entry.month, entry.day,
+        library.SendApplicationMessage(7, entry.size, entry.factor, entry.month, entry.day,
                                        entry.year, entry.hour, entry.minute, '+', entry.path.data(),
                                        entry.method.data(), entry.crc, entry.crypt);
     }
 
-    // Makes a library call that does this and ends with a code, which is returned.
+    // Makes a library call that runs this step and ends with a code, which is returned.
     std::int32_t during(const std::function<void(const USERFUNCTIONS &)> &step,
                         std::int32_t code = 0) {
         fake.script = [&](const USERFUNCTIONS &library) {
@@ -78,11 +99,11 @@ class ZipTest : public testing::Test {
   protected:
     ZipTest() { zip.setZipFile("/game/base/x.vl2"); }
 
-    // Makes a library call that does this.
-    void during(const std::function<void(const ZIPUSERFUNCTIONS &)> &step) {
+    // Makes a library call that runs this step and ends with a code.
+    void during(const std::function<void(const ZIPUSERFUNCTIONS &)> &step, std::int32_t code = 0) {
         fake.script = [&](const ZIPUSERFUNCTIONS &library) {
             step(library);
-            return 0;
+            return code;
         };
         zip.Zip();
         fake.script = nullptr;

@@ -1,76 +1,40 @@
-#include "archive/cUnzip.h"
-#include "archive/cZip.h"
-#include "archive/mUnzip.h"
-#include "archive/mZip.h"
-#include "platform/library.h"
-#include "tests/archive/expectError.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "tests/archive/fixtures.h"
+#include "tests/support/files.h"
 
 using platform::ErrorNumber;
 
 namespace {
 
-class MissingLibraryTest : public testing::Test {
-  protected:
-    MissingLibraryTest() {
-        platform::Library::setFolder(folder.path());
-        unzip.setZipFile("/game/base/x.vl2");
-        zip.setZipFile("/game/base/x.vl2");
-    }
-
-    // Puts something there that is no library, under the names of every system.
-    void spoil() const {
-        for (const char *name : {"libvl2uzip.so", "libvl2zip.so", "vl2uzip.dll", "vl2zip.dll"}) {
-            QFile file(folder.filePath(QString::fromLatin1(name)));
-            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-            file.write("not a library");
-        }
-    }
-
-    void expectUnzipErrors(ErrorNumber number) {
-        const QString source = "Orvel.VBUnzip";
-        expectError(number, source, [&] { unzip.Directory(); });
-        EXPECT_EQ(mUnzip::m_cCurrentUnzip, nullptr);
-        expectError(number, source, [&] { unzip.Unzip(); });
-        EXPECT_EQ(unzip.LastCode(), -1);
-        expectError(number, {}, [&] {
-            std::int32_t part = 0;
-            QDateTime date;
-            QString extra;
-            unzip.GetVersion(part, part, part, date, extra);
-        });
-    }
-
-    void expectZipErrors(ErrorNumber number) {
-        expectError(number, {}, [&] { zip.Zip(); });
-        EXPECT_EQ(mZip::m_cCurrentZip, &zip);
-        expectError(number, {}, [&] { zip.Delete(); });
-        EXPECT_FALSE(zip.LastResult().ok());
-    }
-
-    QTemporaryDir folder;
+// First in its program: a library that was loaded once stays loaded.
+TEST(MissingLibraryTest, ALibraryThatCannotBeLoadedIsAnErrorOfTheCallAndNotOfTheStart) {
+    const TestFolder folder;
+    platform::Library::setFolder(QString::fromStdString(folder.path().string()));
     cUnzip unzip;
+    unzip.setZipFile("/game/base/x.vl2");
     cZip zip;
-};
-
-TEST_F(MissingLibraryTest, WhatCannotBeLoadedIsAnErrorOfTheCallAndNotOfTheStart) {
-    expectUnzipErrors(ErrorNumber::FileNotFound);
-    expectZipErrors(ErrorNumber::FileNotFound);
-    try {
-        unzip.Directory();
-    } catch (const platform::RuntimeError &error) {
-        EXPECT_EQ(error.description(), "File not found: vl2uzip");
-    }
-    spoil(); // a file may come later
-    expectUnzipErrors(ErrorNumber::LoadingLibrary);
-    expectZipErrors(ErrorNumber::LoadingLibrary);
-}
-
-TEST_F(MissingLibraryTest, AMissingBaseFolderIsToldBeforeTheLibraryIsLookedFor) {
+    const auto expectErrors = [&](ErrorNumber number) {
+        const char *source = "Orvel.VBUnzip";
+        expectError(
+            number, [&] { unzip.Directory(); }, source);
+        EXPECT_EQ(mUnzip::m_cCurrentUnzip, nullptr);
+        expectError(
+            number, [&] { unzip.Unzip(); }, source);
+        EXPECT_EQ(unzip.LastCode(), -1);
+        expectError(number, [&] { zip.Zip(); });
+        EXPECT_EQ(mZip::m_cCurrentZip, &zip);
+        EXPECT_FALSE(zip.LastResult().ok());
+    };
+    expectErrors(ErrorNumber::FileNotFound);
+    // A file may come later; it is no library, under the name that either system looks for.
+    for (const char *name : {"libvl2uzip.so", "libvl2zip.so", "vl2uzip.dll", "vl2zip.dll"})
+        writeFile(folder / name, "not a library");
+    expectErrors(ErrorNumber::LoadingLibrary);
+    // A missing base folder is found before the library is looked for.
     zip.setBasePath("/no such folder");
-    expectZipErrors(ErrorNumber::PathNotFound);
+    expectError(ErrorNumber::PathNotFound, [&] { zip.Zip(); });
+    platform::Library::setFolder(ORVEL_FAKE_LIBRARIES);
+    expectError(ErrorNumber::EntryPointNotFound,
+                [] { platform::Library("vl2uzip").function<void (*)()>("missing"); });
 }
 
 } // namespace

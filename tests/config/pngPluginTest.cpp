@@ -2,111 +2,59 @@
 
 #include "config/modRegistry.h"
 #include "platform/files.h"
-#include "tests/support/game.h"
-#include "tests/support/settings.h"
+#include "tests/registry/registryHome.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-namespace {
-
-class PngPlugin : public testing::Test {
-  protected:
-    void SetUp() override {
-        photoshop = home.filePath("Photoshop 6.0/");
-        ASSERT_TRUE(QDir().mkpath(formats()));
-        own = QDir::fromNativeSeparators(platform::nativePath(platform::programFolder())) +
-              "/Png.8bi";
-        target = formats() + "Png.8bi";
-        backup = target + ".bak";
-    }
-    void TearDown() override { QFile::remove(own); }
-
-    QString formats() const { return photoshop + "Plug-Ins/Adobe Photoshop Only/File Formats/"; }
-    void registerPhotoshop(const QString &folder) {
-        RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), QString(), folder);
-    }
-    static QByteArray read(const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<absent>");
-    }
-
-    QTemporaryDir home;
-    OwnSettings settings{home.path().toStdString()};
-    QString photoshop;
-    QString own;
-    QString target;
-    QString backup;
-};
-
-TEST_F(PngPlugin, ReplacesPhotoshopsFileAndKeepsTheOneThere) {
-    registerPhotoshop(photoshop);
-    writeFile(own, "ours");
-    writeFile(target, "theirs");
-    writeFile(backup, "an old backup");
-    InstallPngPlugin();
-    EXPECT_EQ(read(target), "ours");
-    EXPECT_EQ(read(backup), "theirs");
-    // Once more: what is backed up is what is in place by now.
-    InstallPngPlugin();
-    EXPECT_EQ(read(target), "ours");
-    EXPECT_EQ(read(backup), "ours");
-}
-
-TEST_F(PngPlugin, TriesEachCopyWhateverBecameOfTheOther) {
+// One case, as every test program has its plug-in in one folder: that of the programs.
+TEST(PngPlugin, ReplacesPhotoshopsFileAndKeepsTheOneThere) {
+    const RegistryHome home;
+    const QString photoshop = home.path("Photoshop 6.0/");
+    const QString target = photoshop + "Plug-Ins/Adobe Photoshop Only/File Formats/Png.8bi";
+    const QString backup = target + ".bak";
+    const QString own =
+        QDir::fromNativeSeparators(platform::nativePath(platform::programFolder())) + "/Png.8bi";
     const struct {
         const char *what;
+        QString registered;
         const char *ours;   // "" is missing
         const char *theirs; // "" is missing
         const char *targetAfter;
-        const char *backupAfter;
-    } cases[] = {
-        {"no plug-in of our own", "", "theirs", "theirs", "theirs"},
-        {"none there yet", "ours", "", "ours", "<absent>"},
-        {"neither", "", "", "<absent>", "<absent>"},
+        const char *backupAfter; // "" is missing
+    } rows[] = {
+        {"both", photoshop, "ours", "theirs", "ours", "theirs"},
+        {"a second time", photoshop, "ours", "ours", "ours", "ours"},
+        {"no plug-in of ours", photoshop, "", "theirs", "theirs", "theirs"},
+        {"none there", photoshop, "ours", "", "ours", "theirs"},
+        {"no Photoshop", "", "ours", "2nd", "2nd", "theirs"},
+        {"removed Photoshop", home.path("gone/"), "ours", "2nd", "2nd", "theirs"},
     };
-    registerPhotoshop(photoshop);
-    for (const auto &row : cases) {
-        for (const QString &path : {own, target, backup})
-            QFile::remove(path);
-        if (*row.ours)
-            writeFile(own, row.ours);
-        if (*row.theirs)
-            writeFile(target, row.theirs);
-        InstallPngPlugin();
-        EXPECT_EQ(read(target), row.targetAfter) << row.what;
-        EXPECT_EQ(read(backup), row.backupAfter) << row.what;
-    }
-}
-
-TEST_F(PngPlugin, CopiesThePlugInThoughTheBackupCannotBeWritten) {
-    registerPhotoshop(photoshop);
-    writeFile(own, "ours");
-    writeFile(target, "theirs");
-    ASSERT_TRUE(QDir().mkdir(backup)); // a folder in the backup's place
-    InstallPngPlugin();
-    EXPECT_EQ(read(target), "ours");
-}
-
-TEST_F(PngPlugin, DoesNothingWithoutARegisteredPhotoshop) {
-    writeFile(own, "ours");
-    writeFile(target, "theirs");
-    InstallPngPlugin();
-    EXPECT_EQ(read(target), "theirs");
+    const auto put = [](const QString &path, const char *bytes) {
+        QFile::remove(path);
+        if (*bytes != 0)
+            writeFile(path, bytes);
+    };
+    put(backup, "an old backup");
     // An empty registration does not mean the current folder.
     const QString before = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(photoshop));
-    registerPhotoshop(QString());
-    InstallPngPlugin();
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), {}, row.registered);
+        put(own, row.ours);
+        put(target, row.theirs);
+        InstallPngPlugin();
+        EXPECT_EQ(readFile(target), row.targetAfter);
+        EXPECT_EQ(readFile(backup), row.backupAfter);
+    }
     QDir::setCurrent(before);
-    EXPECT_EQ(read(target), "theirs");
-    registerPhotoshop(home.filePath("uninstalled long ago/"));
+    // The second copy is made if the first one fails: a folder has the name of the backup.
+    ASSERT_TRUE(QFile::remove(backup) && QDir().mkdir(backup));
+    RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), {}, photoshop);
     InstallPngPlugin();
-    EXPECT_EQ(read(target), "theirs");
-    EXPECT_FALSE(QFile::exists(backup));
+    EXPECT_EQ(readFile(target), "ours");
+    QFile::remove(own);
 }
-
-} // namespace

@@ -1,5 +1,6 @@
-"""Installs the build into a folder of its own, chooses programs in the settings window, and does the
-whole job with what was installed.
+"""Installs the build into a folder, chooses programs in the settings window and does the whole job
+with the installed program: by keyboard alone, on file names in any script, with every control's name
+and role on the accessibility bus.
 
 usage: installed_program.py BUILD FOLDER
 """
@@ -8,15 +9,43 @@ import os
 import shutil
 import subprocess
 import sys
+import zipfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "scripts" / "drive"))
-from archive_check import Snapshot  # noqa: E402
-from job import MAIN, SETTINGS  # noqa: E402
+from accessibility import Bus, Person, role_of  # noqa: E402
+from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
+from job import BOX, MAIN, SETTINGS, Job  # noqa: E402
 from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Screen  # noqa: E402
-from tour import FILE, SHOWN, Job, save_changes, throw_away  # noqa: E402
+
+SHOWN, FILE = "Names", "names.vl2"
+NAMES = {
+    "Cyrillic and Japanese": "Карта 地図.txt",
+    "emoji": "🗺️ map 🧭.png",
+    "combining and composed marks": "e\u0301te\u0301 \u00e9t\u00e9.txt",
+    "mixed directions": "map מפה 1.txt",
+}
+
+# The stops of the Tab key, in order: a control's role, name and description.
+BUTTONS = ["Edit File", "Open Folder", "Settings..."]
+MAIN_STOPS = [
+    ("combo box", SHOWN, ""),  # named by its choice; its label has its purpose
+    ("push button", "Save Changes", ""),
+    ("push button", "Cancel", ""),
+    ("tree", "Select a file to edit", ""),
+] + [("push button", name, "") for name in BUTTONS]
+MAIN_LABELS = {
+    "Select a category": ("combo box", SHOWN),
+    "Select a file to edit": ("tree", "Select a file to edit"),
+}
+KINDS = [f"{kind} Image Editor" for kind in ("PNG", "JPEG", "GIF", "BMP")]
+KINDS += [f"{kind} Editor" for kind in ("Text", "Sound", "Video")]
+ROWS = [("text", kind, "Path of a program") for kind in KINDS]
+SETTINGS_STOPS = [
+    stop for row in ROWS for stop in (row, ("push button", "Browse...", row[1]))
+] + [("push button", name, "") for name in ("OK", "Cancel")]
 
 
 def install(build, prefix):
@@ -25,20 +54,24 @@ def install(build, prefix):
     subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
 
 
-def companion_libraries(process):
-    """The companion libraries that a process has loaded."""
-    lines = Path(f"/proc/{process.pid}/maps").read_text().splitlines()
-    return {Path(line.split(maxsplit=5)[5]) for line in lines if "/libvl2" in line}
+def make_archive(base):
+    with zipfile.ZipFile(base / FILE, "w", zipfile.ZIP_DEFLATED) as archive:
+        for script, name in NAMES.items():
+            archive.writestr(f"names/{name}", f"{script}\r\n")
+        archive.writestr("shapes/box.dts", "not shown in the tree")
+    return base / FILE
 
 
 def check_libraries(process, prefix):
-    loaded = companion_libraries(process)
+    """The companion libraries that are loaded are the installed ones."""
+    lines = Path(f"/proc/{process.pid}/maps").read_text().splitlines()
+    loaded = {Path(line.split(maxsplit=5)[5]) for line in lines if "/libvl2" in line}
     assert {path.name for path in loaded} == {"libvl2uzip.so", "libvl2zip.so"}, loaded
     assert all(path.is_relative_to(prefix / "lib") for path in loaded), loaded
 
 
 def check_work_folders(sandbox, prefix):
-    """Beside a program that may write there, else among the user's data."""
+    """They are in the program's folder if that is writable, else in the user's data."""
     data = Path(sandbox.environment["XDG_DATA_HOME"]) / "orvel"
     own = prefix / "bin" if os.access(prefix / "bin", os.W_OK) else data
     assert sandbox.work_folders() == own / "temp", sandbox.work_folders()
@@ -58,18 +91,27 @@ def choose(job, letter, kind):
     screen.settle()
 
 
-def choose_programs(job):
-    """The window manager's request closes neither the settings nor the main window behind them."""
-    screen = job.screen
+def choose_programs(person, job):
+    """Through the settings by Tab and by each box's letter. A request of the window manager closes
+    neither the settings nor the main window behind them."""
+    screen, bus = job.screen, person.bus
     screen.key("alt+s")
-    window = screen.window(SETTINGS)
+    shown = screen.window(SETTINGS)
+    window = person.window("Orvel Settings", "dialog")
+    bus.check_names(window)
+    expected = {kind: ("text", kind) for kind in KINDS}
+    assert bus.labels(window) == expected, bus.labels(window)
+    person.walk(window, SETTINGS_STOPS)
+    for row in reversed(ROWS):
+        screen.key(f"alt+{row[1][0].lower()}")
+        person.reach(window, row)
     screen.key("alt+F4")
     screen.settle()
-    assert screen.find(SETTINGS) == window, "the settings window was closed"
+    assert screen.find(SETTINGS) == shown, "the settings window was closed"
     assert screen.find(MAIN) == job.window, "the main window was closed"
     choose(job, "p", "PNG")
     choose(job, "t", "Text")
-    job.picture("chosen", window)
+    job.picture("chosen", shown)
     screen.key("alt+o")
     screen.wait("the end of the settings", lambda: not screen.find(SETTINGS))
     screen.window(MAIN)
@@ -78,8 +120,58 @@ def choose_programs(job):
         assert stored == (str(job.sandbox.editor) if value in ("PNG", "Text") else ""), value
 
 
+def check_main(person):
+    window = person.window("Orvel v", "frame")
+    person.bus.check_names(window)
+    assert person.bus.labels(window) == MAIN_LABELS, person.bus.labels(window)
+    texts = [item.get_name() for item in person.bus.below(window) if role_of(item) == "label"]
+    assert "Select a file to edit." in texts, f"the status is not on the bus: {texts}"
+    person.walk(window, MAIN_STOPS)
+
+
+def check_box(person, job):
+    """The message box for a file without a program."""
+    job.sandbox.set(OWN_KEY + r"\Programs", "Text", job.sandbox.folder / "gone")
+    person.screen.key("alt+e")
+    person.screen.window(BOX)
+    box = person.window("Orvel", "alert")
+    found = {person.bus.described(item)[:2] for item in person.bus.below(box)}
+    text = "Cannot edit file. Try changing your Orvel settings."
+    expected = {("label", text), ("push button", "OK"), ("push button", "Cancel")}
+    assert expected <= found, found
+    person.screen.key("Escape")
+    person.screen.window(MAIN)
+    job.sandbox.set(OWN_KEY + r"\Programs", "Text", job.sandbox.editor)
+
+
+def selected(person, known):
+    for item in person.bus.below(person.bus.window("Orvel v")):
+        is_file = role_of(item) == "table cell" and item.get_name() in NAMES.values()
+        if is_file and person.bus.has(item, "SELECTED") and item.get_name() not in known:
+            return item.get_name()
+    return None
+
+
+def save_changes(person, job, archive):
+    """Edits every file, from the tree's first to its last as the tree shows them, and saves."""
+    before, edited, shown = Snapshot(archive), {}, []
+    job.go_to_tree()
+    person.screen.key("Home", "Right")
+    for number in range(len(NAMES)):
+        person.screen.key("Down")
+        item = person.screen.wait("a selected file", lambda: selected(person, shown))
+        shown.append(item)
+        if number == 0:
+            check_box(person, job)
+        keys = "Return" if number % 2 else "alt+e"
+        edited[f"names/{item}"] = job.edit(SHOWN, f"names/{item}", [keys], f"file-{number}")
+    assert shown == sorted(NAMES.values(), key=str.casefold), shown
+    job.save(SHOWN, archive)
+    return compare(before, Snapshot(archive), edited) + [judge_with_7z(archive)]
+
+
 class OpenedJob(Job):
-    """The program as the desktop starts it, by an archive that a person opens."""
+    """The program as the desktop starts it for an archive that the user opens."""
 
     def open(self, archive, share):
         self.screen.environment["XDG_DATA_DIRS"] = f"{share}:/usr/local/share:/usr/share"
@@ -95,33 +187,56 @@ class OpenedJob(Job):
         self.screen.wait("the program's end", lambda: not self.screen.find(MAIN))
 
 
-def main():
-    build, folder = Path(sys.argv[1]), Path(sys.argv[2]).resolve()
+def throw_away(screen, sandbox, prefix, archive):
+    """Opens the archive from the desktop, extracts it, edits a file and cancels."""
+    before = archive.read_bytes()
+    job = OpenedJob(screen, sandbox)
+    job.open(archive, prefix / "share")
+    job.extract(SHOWN, Snapshot(archive))
+    (job.work_folder(SHOWN) / "names" / NAMES["emoji"]).write_text("edited")
+    job.cancel(SHOWN)
+    job.close()
+    assert archive.read_bytes() == before, "the archive changed though Cancel was pressed"
+
+
+def main(build, folder):
+    if not shutil.which("dbus-run-session"):
+        print("Skipped: dbus-run-session is not installed (scripts/setup display)")
+        return 77
+    if "ORVEL_OWN_BUS" not in os.environ:
+        os.environ["ORVEL_OWN_BUS"] = "1"
+        command = ["dbus-run-session", "--", sys.executable, *sys.argv]
+        return subprocess.run(command, check=False).returncode
     prefix = folder / "prefix"
     install(build, prefix)
     sandbox = Sandbox(folder / "sandbox", prefix / "bin")
-    # A program's path may hold blanks, and the one that the game's files get does.
+    sandbox.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
+    # A program's path may hold blanks.
     sandbox.editor = sandbox.editor.rename(sandbox.editor.parent / "my editor")
     with Screen(sandbox.environment, folder / "pictures") as screen:
+        # The registry of the accessibility bus needs a display from its first call on.
+        os.environ["DISPLAY"] = screen.environment["DISPLAY"]
+        pointer = screen.pointer()
         job = Job(screen, sandbox)
+        person = Person(screen, Bus())
         try:
             job.see_no_game_message()
-            archive = sandbox.install_game() / FILE
+            archive = make_archive(sandbox.install_game())
             job.see_splash()
             check_work_folders(sandbox, prefix)
-            choose_programs(job)
-            found = save_changes(job, archive)
+            choose_programs(person, job)
+            job.pick(SHOWN)
+            job.extract(SHOWN, Snapshot(archive))
+            check_main(person)
+            found = save_changes(person, job, archive)
             check_libraries(job.process, prefix)
-            found += throw_away(job, archive)
             job.close()
         finally:
             job.stop()
-        opened = OpenedJob(screen, sandbox)
-        opened.open(archive, prefix / "share")
-        opened.extract(SHOWN, Snapshot(archive))
-        opened.cancel(SHOWN)
-        opened.close()
+        throw_away(screen, sandbox, prefix, archive)
+        assert screen.pointer() == pointer, "the mouse was moved"
     print("\n".join(found))
+    return 0
 
 
-main()
+sys.exit(main(*(Path(os.path.abspath(argument)) for argument in sys.argv[1:])))

@@ -45,7 +45,7 @@ class WineSandbox:
         ).stdout.decode()
 
     def on_screen(self, program):
-        """What a test program says that shows windows of the system."""
+        """Runs a test program that shows windows."""
         told = subprocess.run(
             ["wine", program, "-platform", "windows"],
             env=self.environment,
@@ -111,7 +111,7 @@ class WineJob(Job):
 
 
     def edit_in_notepad(self, file, text):
-        """What every Windows opens a text with, where nothing else is chosen."""
+        """Windows' own editor of texts, the default."""
         before = file.read_bytes()
         self.select(file.name)
         self.screen.key("alt+e")
@@ -133,7 +133,7 @@ def main(build, run):
     sandbox = WineSandbox(run)
     try:
         with Screen(sandbox.environment, run / "pictures") as screen:
-            # The prefix is made with a screen at hand.
+            # The prefix is made with a screen available.
             sandbox.environment["DISPLAY"] = screen.environment["DISPLAY"]
             installation = sandbox.installation()
             installation.install(packages, packages.unpack())

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "platform/error.h"
 #include "tests/registry/printBytes.h"
-#include "tests/support/files.h"
+#include "tests/support/disk.h"
+#include "tests/support/expectError.h"
+#include "tests/support/qtFiles.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -11,9 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
-// A folder of its own for each test, with files made by bytes.
+// A folder for each test, with files made by bytes.
 class FilesFixture : public testing::Test {
   protected:
     // The path of a name in the folder.
@@ -23,34 +22,24 @@ class FilesFixture : public testing::Test {
     }
 
     void makeFolders(const QString &name) const { ASSERT_TRUE(QDir().mkpath(at(name))); }
-    // Makes a file and the folders above it; the name may hold bytes that are no UTF-8.
+    // Makes a file and the folders above it; the name need not be UTF-8.
     QString makeFile(const QByteArray &name, const QByteArray &content = "content") const {
         const QByteArray path = bytesAt(name);
         writeFile(path.toStdString(), content.toStdString());
         return QFile::decodeName(path);
     }
+    void setDos(const QByteArray &name, int attributes) const {
+        ASSERT_TRUE(setDosAttributes(pathOf(at(QString::fromUtf8(name))), attributes));
+    }
     bool exists(const QByteArray &name) const {
         return std::filesystem::exists(
             std::filesystem::symlink_status(bytesAt(name).toStdString()));
     }
-    static QByteArray contentOf(const QString &path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(cannot be read)");
-    }
     QString folder() const { return m_folder.path(); }
-    // All that a folder holds, whatever its attributes.
+    // Everything in a folder, whatever its attributes.
     QStringList namesIn(const QString &name) const {
         return QDir(at(name)).entryList(
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
-    }
-
-    static void expectError(platform::ErrorNumber number, const std::function<void()> &step) {
-        try {
-            step();
-            ADD_FAILURE() << "no error was raised";
-        } catch (const platform::RuntimeError &error) {
-            EXPECT_EQ(static_cast<int>(error.number()), static_cast<int>(number)) << error.what();
-        }
     }
 
   private:

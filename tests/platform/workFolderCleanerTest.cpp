@@ -9,19 +9,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class SweepTest : public FilesFixture {
+class WorkFolderCleanerTest : public FilesFixture {
   protected:
     QString work() const { return at("temp\\Classic"); }
 };
 
-TEST_F(SweepTest, ListedFilesAreDeletedHoweverTheyAreWritten) {
+TEST_F(WorkFolderCleanerTest, ListedFilesAreDeletedInEverySpelling) {
     struct Row {
         const char *listed;
         const char *stored;
     };
     const Row rows[] = {
         {"\\readme.txt", "readme.txt"},
-        {"textures\\sky.png", "textures/sky.png"},
         {"textures/deep\\a.png", "textures/deep/a.png"},
         {"scripts\\MAIN.cs", "Scripts/main.CS"},
         {"scripts\\\\double.cs", "Scripts/double.cs"},
@@ -29,8 +28,7 @@ TEST_F(SweepTest, ListedFilesAreDeletedHoweverTheyAreWritten) {
     };
     for (const Row &row : rows)
         makeFile(QByteArray("temp/Classic/") + row.stored);
-    platform::setAttributes(at("temp/Classic/textures/sky.png"),
-                            platform::AttributeReadOnly | platform::AttributeHidden);
+    setDos("temp/Classic/readme.txt", platform::AttributeReadOnly | platform::AttributeHidden);
     platform::WorkFolderCleaner cleaner(work());
     for (const Row &row : rows) {
         EXPECT_TRUE(cleaner.deleteFile(row.listed)) << row.listed;
@@ -39,7 +37,7 @@ TEST_F(SweepTest, ListedFilesAreDeletedHoweverTheyAreWritten) {
     }
 }
 
-TEST_F(SweepTest, NoNameLeavesTheWorkFolder) {
+TEST_F(WorkFolderCleanerTest, NoNameLeavesTheWorkFolder) {
     const QString outside = makeFile("temp/neighbour.txt");
     makeFile("temp/Classic/sub/x.txt");
     platform::WorkFolderCleaner cleaner(work());
@@ -56,17 +54,17 @@ TEST_F(SweepTest, NoNameLeavesTheWorkFolder) {
     EXPECT_TRUE(exists("temp/Classic/sub/x.txt"));
 }
 
-TEST_F(SweepTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
+TEST_F(WorkFolderCleanerTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
     for (const char *name : {"a.txt", "Sub/b.txt", "Sub/hidden.txt", "Sub/Deep/c.txt"})
         makeFile(QByteArray("temp/Classic/") + name);
-    platform::setAttributes(at("temp/Classic/a.txt"), platform::AttributeReadOnly);
+    setDos("temp/Classic/a.txt", platform::AttributeReadOnly);
 
     platform::WorkFolderCleaner cleaner(work());
     EXPECT_TRUE(cleaner.deleteFilesIn({}));
     for (const int kept : std::initializer_list<int>{
              platform::AttributeSystem, platform::AttributeHidden,
              platform::AttributeHidden | platform::AttributeSystem | platform::AttributeReadOnly}) {
-        platform::setAttributes(at("temp/Classic/Sub/hidden.txt"), kept);
+        setDos("temp/Classic/Sub/hidden.txt", kept);
         EXPECT_FALSE(cleaner.deleteFilesIn("sub")) << "it stays with " << kept;
     }
     EXPECT_FALSE(cleaner.removeFolder("sub"));
@@ -83,17 +81,14 @@ TEST_F(SweepTest, AFolderIsEmptiedOfFilesAndRemovedWhenNothingIsLeft) {
     EXPECT_TRUE(cleaner.removeFolder("Sub"));
     EXPECT_TRUE(cleaner.removeFolder({}));
     EXPECT_EQ(namesIn("temp"), QStringList());
-    // Nothing to work on any more.
-    EXPECT_FALSE(cleaner.clearAttributes("a.txt") || cleaner.deleteFile("a.txt") ||
-                 cleaner.deleteFilesIn({}) || cleaner.removeFolder({}));
+    EXPECT_FALSE(cleaner.deleteFile("a.txt") || cleaner.removeFolder({})) << "they are gone";
 }
 
 constexpr std::uint32_t kContentCrc = 0xFEC530A9; // of "content"
 constexpr std::int64_t kHour = 3'600'000'000'000;
 
-// A save reads "content" in sub/a.png and sub/b.png. Then something happens, and the clean-up
-// comes.
-TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
+// A save reads "content" in sub/a.png and sub/b.png; then something happens before the clean-up.
+TEST_F(WorkFolderCleanerTest, AfterASaveOnlyPackedFilesAreDeleted) {
     const QString path = "sub\\a.png";
     const auto file = [&](const char *name) { return fs::path(bytesAt(name).toStdString()); };
     const fs::path a = file("temp/Classic/sub/a.png");
@@ -134,7 +129,7 @@ TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
          false},
     };
     for (const auto &row : rows) {
-        // The disk's clock before the save: known, not known, and set back an hour since.
+        // The disk's clock before the save: known, not known, and set back by an hour since.
         for (const std::int64_t ahead : {std::int64_t{0}, INT64_MIN, kHour}) {
             SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(ahead));
             platform::PackedFiles packed;
@@ -171,8 +166,8 @@ TEST_F(SweepTest, AfterASaveOnlyWhatIsInTheArchiveIsDeleted) {
     EXPECT_FALSE(cleaner.deleteFilesIn("sub"));
 }
 
-// An edit in the step of the disk's clock in which the file was read leaves its times as they were.
-TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
+// An edit in the same tick of the disk's clock as the read leaves the times equal.
+TEST_F(WorkFolderCleanerTest, BytesAreComparedIfTimesDoNotTell) {
     makeFile("temp/Classic/a.cs", "EDITED!"); // as long as "content"
     platform::Folder folder;
     platform::FileInfo seen;
@@ -196,7 +191,7 @@ TEST_F(SweepTest, BytesAreComparedWhereTimesDoNotTell) {
         cleaner.deleteOnly(packed);
         EXPECT_EQ(cleaner.deleteFile("A.cs"), row.deleted);
     }
-    // What an extraction wrote is known by its entry's CRC-32 alone.
+    // Extracted files are recognised by their entry's CRC-32 alone.
     makeFile("temp/Classic/own.cs", "saved by an editor since");
     makeFile("temp/Classic/extracted.cs", "content");
     platform::PackedFiles entries;

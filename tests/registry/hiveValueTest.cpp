@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 namespace {
 
 using namespace platform::hive; // NOLINT(google-build-using-namespace): the subject
@@ -20,38 +18,33 @@ ValueLine parse(const QByteArray &text) {
     return readValue(text, lineAt(text, 0));
 }
 
-struct Readable {
-    QByteArray text;
-    QString name;
-    std::uint32_t type;
-    QByteArray narrow;
-};
-
 TEST(HiveValue, EveryFormOfAValueIsRead) {
-    const Readable rows[] = {
+    const struct {
+        QByteArray text;
+        QString name;
+        std::uint32_t type;
+        QByteArray narrow;
+    } rows[] = {
         {R"(@="default")", "", 1, BYTES("default\0")},
         {R"("a"=str(7):"one\0two\0")", "a", 7, BYTES("one\0two\0\0")},
         {R"("a"=dword:FEDCBA98)", "a", 4, BYTES("\x98\xba\xdc\xfe")},
         {R"("a"=hex:01,ff,00)", "a", 3, BYTES("\x01\xff\0")},
-        {R"("a"=hex(0):1,2)", "a", 0, BYTES("\x01\x02")},
         {R"("a"=hex(80000001):61)", "a", 0x80000001U, "a"},
-        {R"("a"=hex(1):61,00,62,00)", "a", 1, "ab"},
         {R"("a"=hex(1):61,00,62)", "a", 1, "a"},
         {"\"a\"=hex:01,02,\\\n  03,\\\r\n\t04", "a", 3, BYTES("\1\2\3\4")},
-        {"\"a\"=hex(7):61,00,\\\n  00,00", "a", 7, BYTES("a\0")},
-        {"  \"a\" = \"text\" ; said by hand", "a", 1, BYTES("text\0")},
+        {"  \"a\" = \"text\" ; a comment", "a", 1, BYTES("text\0")},
         {R"("C:\\x=\"y\""="z")", "C:\\x=\"y\"", 1, BYTES("z\0")},
         {R"("a"=str:"\n\r\t\\\"\[\q")", "a", 1, "\n\r\t\\\"[q"},
-        {R"("a"=str:"\a\b\e\f\v")", "a", 1, "\a\b\x1b\f\v"},
-        {R"("a"=str:"\101\7\0012")", "a", 1, "A\7\0012"},
+        {R"("a"=str:"\a\e\101\7\0012")", "a", 1,
+         "\a\x1b"
+         "A\7\0012"},
         {R"("a"=str:"\x41\xe9\x00e9e\x20ac.\x9z\xg")", "a", 1, "A\u00e9\u00e9e\u20ac.\tzxg"},
         {R"("a"=str:"\xd83d!")", "a", 1, "\uFFFD!"},
-        {"\"a\"=str:\"h\xc3\xa9\"", "a", 1, "h\u00e9"},
         {"\"a\"=str:\"\xf0\x9f\x98\x80\"", "a", 1, "\U0001F600"},
         {"\"a\"=str:\"h\xe9\"", "a", 1, "h\u00e9"},
-        {R"("\x00c9"=str:"")", QString::fromUtf8("\u00c9"), 1, ""},
+        {R"("\x00c9"=str:"")", "\u00c9", 1, ""},
     };
-    for (const Readable &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.text.toStdString());
         const ValueLine line = parse(row.text);
         ASSERT_TRUE(line.value);
@@ -63,30 +56,11 @@ TEST(HiveValue, EveryFormOfAValueIsRead) {
 }
 
 TEST(HiveValue, ADamagedLineHasNoValueAndTakesUpOneLine) {
-    for (const char *row : {R"("a)",
-                            R"("a")",
-                            R"("a"text)",
-                            R"("a"=)",
-                            R"("a"=text)",
-                            R"("a"="text)",
-                            R"("a"="text\")",
-                            R"("a"="text\)",
-                            R"("a"=dword:)",
-                            R"("a"=dword:123456789)",
-                            R"("a"=hex:1g)",
-                            R"("a"=hex:123)",
-                            R"("a"=hex:01,\02)",
-                            R"("a"=hex(:01)",
-                            R"("a"=hex(7)01)",
-                            R"("a"=str(2):text)",
-                            R"("a"=str(2:"text")",
-                            R"("a"=hex:01,02,\)",
-                            "\"a\"=hex:01,\\\n",
-                            "\"a\"=hex:01,\\\n\n",
-                            "\"a\"=hex:01,\\\n\"b\"=\"c\"\n",
-                            "\"a\"=hex:01,\\\n  zz\n",
-                            "@",
-                            "@\"a\""}) {
+    for (const char *row :
+         {R"("a)", R"("a"text)", R"("a"=)", R"("a"="text\")", R"("a"="text\)", R"("a"=dword:)",
+          R"("a"=dword:123456789)", R"("a"=hex:1g)", R"("a"=hex:123)", R"("a"=hex(:01)",
+          R"("a"=str(2:"text")", R"("a"=hex:01,02,\)", "\"a\"=hex:01,\\\n",
+          "\"a\"=hex:01,\\\n\"b\"=\"c\"\n", "@"}) {
         SCOPED_TRACE(row);
         const ValueLine line = parse(row);
         EXPECT_FALSE(line.value);
@@ -94,20 +68,16 @@ TEST(HiveValue, ADamagedLineHasNoValueAndTakesUpOneLine) {
     }
 }
 
-struct Writable {
-    std::uint32_t type;
-    QByteArray narrow;
-    QByteArray text;
-};
-
-TEST(HiveValue, WhatIsWrittenReadsBackByteForByte) {
-    const Writable rows[] = {
+TEST(HiveValue, AWrittenValueReadsBackByteForByte) {
+    const struct {
+        std::uint32_t type;
+        QByteArray narrow;
+        QByteArray text;
+    } rows[] = {
         {1, "bare", R"(str:"bare")"},
         {1, BYTES("closed\0"), R"("closed")"},
         {1, "", R"(str:"")"},
-        {1, BYTES("\0"), R"("")"},
         {1, BYTES("\0\0"), R"("\000")"},
-        {1, BYTES("a\0b"), R"(str:"a\000b")"},
         {1,
          BYTES("a\0"
                "7\0"),
@@ -117,20 +87,18 @@ TEST(HiveValue, WhatIsWrittenReadsBackByteForByte) {
         {1, "\u00e9e", R"(str:"\x00e9e")"},
         {1, "\U0001F600", R"(str:"\xd83d\xde00")"},
         {1, "\xEF\xBB\xBF", R"(str:"\xfeff")"},
-        {1, "\xed\xa0\xbd\xed\xb8\x80", R"(str:"\xdced\xdca0\xdcbd\xdced\xdcb8\xdc80")"},
         {1, "\xc0\x80\xf4\x90\x80\x80", R"(str:"\xdcc0\xdc80\xdcf4\xdc90\xdc80\xdc80")"},
         {2, BYTES("%X%\0"), R"(str(2):"%X%")"},
         {2, "%", "hex(2):25,00"},
         {7, BYTES("a\0b\0\0"), R"(str(7):"a\000b\000")"},
-        {7, "", "hex(7):"},
         {3, BYTES("\0\xff"), "hex:00,ff"},
-        {3, "", "hex:"},
+        {3, QByteArray(26, 'x'), // long ones span several lines
+         "hex:" + QByteArray("78,").repeated(25) + "\\\n  78"},
         {4, BYTES("\x2a\0\0\0"), "dword:0000002a"},
         {4, "abc", "hex(4):61,62,63"},
-        {11, "12345678", "hex(b):31,32,33,34,35,36,37,38"},
-        {0, "x", "hex(0):78"},
+        {11, "12", "hex(b):31,32"},
     };
-    for (const Writable &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.text.toStdString());
         const Value value = valueFromNarrow(row.type, row.narrow);
         EXPECT_EQ(writeData(value, "\n"), row.text);
@@ -138,23 +106,6 @@ TEST(HiveValue, WhatIsWrittenReadsBackByteForByte) {
         ASSERT_TRUE(line.value);
         EXPECT_EQ(*line.value, value);
         EXPECT_EQ(narrowData(*line.value), row.narrow);
-    }
-}
-
-TEST(HiveValue, LongBytesGoOverSeveralLines) {
-    for (const QByteArray lineEnd : {"\n", "\r\n"}) {
-        for (qsizetype size = 20; size < 120; ++size) {
-            Value value{3, QByteArray(size, '\0')};
-            for (qsizetype i = 0; i < size; ++i)
-                value.data[i] = static_cast<char>(i * 7);
-            const QByteArray text = "\"n\"=" + writeData(value, lineEnd) + lineEnd;
-            for (const QByteArray &line : text.split('\n'))
-                EXPECT_LE(line.size(), 88);
-            const ValueLine read = parse(text);
-            ASSERT_TRUE(read.value);
-            EXPECT_EQ(*read.value, value);
-            EXPECT_EQ(read.next, text.size());
-        }
     }
 }
 
@@ -169,19 +120,6 @@ TEST(HiveValue, EveryShortRunOfBytesSurvivesAsText) {
             }
         }
     }
-}
-
-TEST(HiveValue, NamesFoldByCharacterBeyondAscii) {
-    const std::pair<const char16_t *, const char16_t *> rows[] = {
-        {u"SOFTWARE", u"software"},
-        {u"[\\]^_`{", u"[\\]^_`{"},
-        {u"\u00c9\u0416\u03a9", u"\u00e9\u0436\u03c9"},
-        {u"stra\u00dfe", u"stra\u00dfe"}, // one character stays one
-        {u"\U00010400", u"\U00010428"},   // a pair of surrogates
-        {u"\xd800X", u"\xd800x"},         // half a pair
-    };
-    for (const auto &[text, folded] : rows)
-        EXPECT_EQ(foldCase(QString::fromUtf16(text)), QString::fromUtf16(folded));
 }
 
 } // namespace

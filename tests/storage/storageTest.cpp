@@ -4,6 +4,11 @@
 namespace {
 
 TEST_F(Storage, ANewFileHasItsNameOnlyOnceItIsWhole) {
+    {
+        NewFile dropped;
+        ASSERT_TRUE(dropped.create(folder).ok());
+    }
+    EXPECT_EQ(filesIn(root.path()), Files());
     NewFile file;
     ASSERT_TRUE(file.create(folder).ok());
     ASSERT_TRUE(file.write("abcdef", 6).ok());
@@ -27,16 +32,7 @@ TEST_F(Storage, ANewFileHasItsNameOnlyOnceItIsWhole) {
     EXPECT_EQ(info.size, 3U);
 }
 
-TEST_F(Storage, AFileThatWasNeverCommittedLeavesNothing) {
-    {
-        NewFile file;
-        ASSERT_TRUE(file.create(folder).ok());
-        ASSERT_TRUE(file.write("abc", 3).ok());
-    }
-    EXPECT_EQ(filesIn(root.path()), Files());
-}
-
-TEST_F(Storage, ATakenNameIsReplacedOnlyWhereThatIsWanted) {
+TEST_F(Storage, ATakenNameIsReplacedOnlyOnRequest) {
     writeFile(root / "a.txt", "old");
     writeFile(root / "locked.txt", "old");
     std::filesystem::create_directory(root / "dir");
@@ -59,7 +55,7 @@ TEST_F(Storage, ATakenNameIsReplacedOnlyWhereThatIsWanted) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"a.txt", "new"}, {"dir/", ""}, {"locked.txt", "new"}}));
 }
 
-TEST_F(Storage, AFileThatTheCallerHoldsAndLocksIsReplaced) {
+TEST_F(Storage, AFileThatTheCallerHasOpenAndLockedIsReplaced) {
     writeFile(root / "x.vl2", "old");
     InputFile old;
     ASSERT_TRUE(folder.openFile("x.vl2", old).ok());
@@ -69,7 +65,7 @@ TEST_F(Storage, AFileThatTheCallerHoldsAndLocksIsReplaced) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"x.vl2", "new"}}));
 }
 
-TEST_F(Storage, AFileThatTheHeldOnesPlaceIsLostToIsKeptBesideIt) {
+TEST_F(Storage, ANewFileIsKeptUnderAnotherNameIfItsNameWasTakenSince) {
     writeFile(root / "x.vl2", "old");
     writeFile(root / "x.vl2.new-1", "earlier");
     InputFile old;
@@ -102,7 +98,7 @@ TEST_F(Storage, ALockKeepsOutOthersUntilItsFileIsClosed) {
     EXPECT_TRUE(second.lock(std::chrono::milliseconds(500)).ok());
 }
 
-TEST_F(Storage, LeftOversGoButNoneThatIsBeingWritten) {
+TEST_F(Storage, StaleTemporariesAreRemovedExceptThoseInUse) {
     writeFile(root / ".orvel-0123abcd.part", "half");
     writeFile(root / "user.part", "whole");
     NewFile running;
@@ -112,7 +108,7 @@ TEST_F(Storage, LeftOversGoButNoneThatIsBeingWritten) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"done", ""}, {"user.part", "whole"}}));
 }
 
-TEST_F(Storage, KindsAreToldApartAndFoldersStayOpen) {
+TEST_F(Storage, FilesAndFoldersAreToldApartAndFoldersStayOpen) {
     writeFile(root / "file", "x");
     ASSERT_TRUE(folder.makeFolder("dir").ok());
     EXPECT_EQ(folder.makeFolder("dir").kind, Failure::Exists);
@@ -123,7 +119,7 @@ TEST_F(Storage, KindsAreToldApartAndFoldersStayOpen) {
     EXPECT_EQ(folder.openFolder("none", below).kind, Failure::NotFound);
     EXPECT_EQ(folder.openFile("none", file).kind, Failure::NotFound);
     ASSERT_TRUE(folder.openFolder("dir", below).ok());
-    // What is done in a folder is done in it, wherever it is by now.
+    // An open folder is the same one after it was moved.
     std::filesystem::rename(root / "dir", root / "moved");
     ASSERT_TRUE(below.makeFolder("inner").ok());
     EXPECT_EQ(filesIn(root.path()), (Files{{"file", "x"}, {"moved/", ""}, {"moved/inner/", ""}}));
@@ -140,21 +136,6 @@ TEST_F(Storage, KindsAreToldApartAndFoldersStayOpen) {
     EXPECT_FALSE(std::filesystem::exists(root / "file"));
 }
 
-TEST_F(Storage, AttributesButForArchiveComeBackAsTheyWereSet) {
-    for (const int attributes : {0, 1, 2, 6, 7, 0x22, 0x27}) {
-        SCOPED_TRACE(attributes);
-        NewFile file;
-        ASSERT_TRUE(file.create(folder).ok());
-        if (!file.setAttributes(static_cast<std::uint8_t>(attributes)).ok())
-            GTEST_SKIP() << "no extended attributes here";
-        ASSERT_TRUE(file.commit("a", Replace::Yes).ok());
-        std::uint8_t found = 0;
-        InputFile opened;
-        ASSERT_TRUE(folder.openFile("a", opened).ok() && opened.attributes(found).ok());
-        EXPECT_EQ(found, attributes & ~platform::kAttributeArchive);
-    }
-}
-
 TEST_F(Storage, RangesOfAnotherFileAreCopied) {
     std::string bytes;
     bytes.resize(9'000'000);
@@ -169,7 +150,7 @@ TEST_F(Storage, RangesOfAnotherFileAreCopied) {
     ASSERT_TRUE(file.copyFrom(source, 17, 8'500'000).ok());
     ASSERT_TRUE(file.write("tail", 4).ok());
     EXPECT_EQ(file.copyFrom(source, 8'999'990, 20).kind, Failure::EndsEarly);
-    // A long range is prepared before it is copied; nothing of that stays.
+    // Space is allocated before a long range is copied, and released again.
     EXPECT_EQ(file.copyFrom(source, 8'999'990, 5'000'000).kind, Failure::EndsEarly);
     EXPECT_EQ(file.copyFrom(source, 0, 100, [] { return false; }).kind, Failure::Cancelled);
     ASSERT_TRUE(file.commit("copy", Replace::No).ok());

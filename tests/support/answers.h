@@ -6,7 +6,7 @@
 
 #include <vector>
 
-// Answers message boxes in place of the user as long as it lives, and keeps what they said.
+// Answers message boxes in place of the user during its lifetime, and records their texts.
 class Answers {
   public:
     struct Box {
@@ -15,8 +15,14 @@ class Answers {
         QString title;
     };
 
-    explicit Answers(int answer = platform::kAnswerOk);
-    ~Answers();
+    explicit Answers(int answer = platform::kAnswerOk) {
+        platform::prompts().messageBox = [this, answer](const QString &text, int style,
+                                                        const QString &title) {
+            m_boxes.push_back({text, style, title});
+            return answer;
+        };
+    }
+    ~Answers() { platform::prompts() = m_before; }
     Answers(const Answers &) = delete;
     Answers &operator=(const Answers &) = delete;
 
@@ -24,5 +30,5 @@ class Answers {
 
   private:
     std::vector<Box> m_boxes;
-    platform::Prompts m_before;
+    platform::Prompts m_before = platform::prompts();
 };

@@ -12,16 +12,12 @@
 namespace {
 
 QByteArray runScript(const QStringList &arguments) {
-    std::vector<std::string> words{"python3", ORVEL_ARCHIVE_SCRIPT};
+    std::vector<std::string> words{"python3", "-IS", ORVEL_ARCHIVE_SCRIPT};
     for (const QString &argument : arguments)
         words.push_back(argument.toStdString());
     const ToolRun run = runTool(words);
     EXPECT_EQ(run.code, 0) << run.output;
     return QByteArray::fromStdString(run.output);
-}
-
-QJsonArray entriesOf(const QString &path) {
-    return QJsonDocument::fromJson(runScript({"read", path})).array();
 }
 
 } // namespace
@@ -32,10 +28,10 @@ void makeArchive(const QString &path, const std::vector<ArchiveFile> &files) {
         list.append(QJsonObject{{"name", file.name},
                                 {"bytes", QString::fromLatin1(file.bytes.toBase64())},
                                 {"attributes", file.attributes}});
-    QTemporaryFile told;
-    EXPECT_TRUE(told.open() && told.write(QJsonDocument(list).toJson()) > 0);
-    told.close();
-    runScript({"make", path, told.fileName()});
+    QTemporaryFile input;
+    EXPECT_TRUE(input.open() && input.write(QJsonDocument(list).toJson()) > 0);
+    input.close();
+    runScript({"make", path, input.fileName()});
 }
 
 void makeLargeArchive(const QString &path, int count, int folders) {
@@ -48,17 +44,9 @@ void makeBigArchive(const QString &path, int megabytes) {
 
 std::map<QString, QByteArray> readArchive(const QString &path) {
     std::map<QString, QByteArray> files;
-    const QJsonArray list = entriesOf(path);
+    const QJsonArray list = QJsonDocument::fromJson(runScript({"read", path})).array();
     for (const QJsonValue entry : list)
         files[entry["name"].toString()] =
             QByteArray::fromBase64(entry["bytes"].toString().toLatin1());
     return files;
-}
-
-std::vector<QString> namesInArchive(const QString &path) {
-    std::vector<QString> names;
-    const QJsonArray list = entriesOf(path);
-    for (const QJsonValue entry : list)
-        names.push_back(entry["name"].toString());
-    return names;
 }

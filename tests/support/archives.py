@@ -1,5 +1,4 @@
-"""Makes and reads archives for the tests: archives.py VERB ARCHIVE [ARGUMENTS]; data as JSON, to be
-made from a file."""
+"""Makes and reads archives for the tests: archives.py VERB ARCHIVE [ARGUMENTS]; entries as JSON."""
 
 import base64
 import json
@@ -47,8 +46,8 @@ def read(path):
 
 verb, target, *rest = sys.argv[1:]
 if verb == "make":
-    with open(rest[0], encoding="utf-8") as told:
-        make(target, json.load(told))
+    with open(rest[0], encoding="utf-8") as entries:
+        make(target, json.load(entries))
 elif verb == "large":
     large(target, int(rest[0]), int(rest[1]))
 elif verb == "big":

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -10,9 +11,23 @@
 
 #include <gtest/gtest.h>
 
-void expectNothingCutOff(const QWidget &window) {
+void expectCaptionsFit(const QWidget &window) {
+    const QMargins frame(1, 1, 1, 1); // neighbours share a pixel
+    for (const auto *control : window.findChildren<QWidget *>()) {
+        const auto *parent = control->parentWidget();
+        if (control->objectName().startsWith("qt_") || !control->isVisible())
+            continue;
+        if (parent != &window && parent->metaObject() != &QGroupBox::staticMetaObject)
+            continue; // a part of a control
+        const std::string name = control->objectName().toStdString();
+        EXPECT_TRUE(parent->rect().contains(control->geometry())) << name;
+        for (const auto *other : parent->findChildren<QWidget *>(Qt::FindDirectChildrenOnly))
+            EXPECT_TRUE(other == control || !other->isVisible() ||
+                        !other->geometry().intersects(control->geometry() - frame))
+                << name << " and " << other->objectName().toStdString();
+    }
     if (QFontDatabase::families().isEmpty())
-        GTEST_SKIP() << "no letters to measure";
+        GTEST_SKIP() << "no fonts to measure";
     const std::string style = QApplication::style()->objectName().toStdString();
     const auto expectRoom = [&](const QWidget *control, QSize text, QSize room) {
         EXPECT_TRUE(text.width() <= room.width() && text.height() <= room.height())

@@ -2,6 +2,6 @@
 
 class QWidget;
 
-// Fails the test where a window in the style of this moment cuts a text of its own off, and skips
-// it where there are no letters to measure.
-void expectNothingCutOff(const QWidget &window);
+// Expects, in the current style, that every caption of a window fits into its control, that no
+// visible controls overlap, and that each lies within its parent.
+void expectCaptionsFit(const QWidget &window);

@@ -4,27 +4,27 @@
 #include <cstdint>
 #include <filesystem>
 
-// What tests ask of files and of their own process beyond the standard library.
+// Files and the test process, beyond the standard library.
 
-// A new folder among the temporary ones.
+// Makes a new temporary folder.
 std::filesystem::path makeScratchFolder();
-// Removes a folder with all that is in it, read-only files too.
+// Removes a folder and everything in it, read-only files too.
 void removeTree(const std::filesystem::path &folder);
 
-// Makes a link to a file or folder. False where the system or the disk has none.
+// Makes a link to a file or folder. False if the system or the disk supports none.
 bool makeLink(const std::filesystem::path &target, const std::filesystem::path &link);
 
-// When a file, or the link itself, was changed last: nanoseconds since 1970; -1 where it is
+// The modification time of a file, or of the link itself: nanoseconds since 1970; -1 if it is
 // missing.
 std::int64_t fileTime(const std::filesystem::path &file);
 void setFileTime(const std::filesystem::path &file, std::int64_t seconds);
 
-// Read-only, hidden and system as DOS numbers them.
+// The read-only, hidden and system attributes, with their DOS numbers.
 int dosAttributes(const std::filesystem::path &file);
-// False where the disk has no place for them.
+// False if the disk cannot store them.
 bool setDosAttributes(const std::filesystem::path &file, int attributes);
 
-// Files and other things that this process holds open.
+// The number of files and other handles that this process has open.
 std::size_t openHandles();
-// The most memory that this process ever used, in bytes.
+// The peak memory of this process, in bytes.
 std::uint64_t peakMemory();

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// A folder that is gone at the end of a test.
+// A temporary folder, removed at the end of a test.
 class TestFolder {
   public:
     TestFolder();
@@ -24,8 +24,8 @@ class TestFolder {
 void writeFile(const std::filesystem::path &file, const std::string &bytes);
 std::string readFile(const std::filesystem::path &file);
 
-// Path and content of all that is below a folder, nothing where there is none; folders end in "/",
-// links in "@".
+// Path and content of everything below a folder; empty if it is missing. Folders end in "/", links
+// in "@".
 std::map<std::string, std::string> filesIn(const std::filesystem::path &folder);
 // The paths alone, in order.
 std::vector<std::string> namesIn(const std::filesystem::path &folder);

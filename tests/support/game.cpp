@@ -3,7 +3,6 @@
 #include "config/modRegistry.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -24,16 +23,4 @@ void TempGame::setTempFolder(const QString &text) {
 
 QString TempGame::tempFolderSetting() {
     return RegGetString(kHkeyLocalMachine, QString::fromUtf16(kProgramKey), "tempdir");
-}
-
-QByteArray readFile(const QString &path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
-    EXPECT_EQ(file.write(bytes), bytes.size());
 }

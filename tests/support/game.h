@@ -1,13 +1,13 @@
 #pragma once
 
+#include "tests/support/qtFiles.h"
 #include "tests/support/settings.h"
 
-#include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
 
-// A game in a temporary folder, registered in a settings store of its own, with a temporary
-// folder for work folders.
+// A game in a temporary folder, registered in its own settings store, with a temporary folder for
+// work folders.
 class TempGame {
   public:
     TempGame();
@@ -19,7 +19,7 @@ class TempGame {
     QString temp() const { return root() + "/temp"; }
     QString root() const { return m_root.path(); }
 
-    // Sets or removes (by an empty text) what start-up reads.
+    // Set or remove (by an empty text) a setting that start-up reads.
     static void setGameFolder(const QString &text);
     static void setTempFolder(const QString &text);
     static QString tempFolderSetting();
@@ -28,6 +28,3 @@ class TempGame {
     QTemporaryDir m_root;
     OwnSettings m_settings;
 };
-
-QByteArray readFile(const QString &path);
-void writeFile(const QString &path, const QByteArray &bytes);

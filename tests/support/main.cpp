@@ -7,16 +7,16 @@
 
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
-    // Nothing appears on the screen of whoever runs one by hand, or lists the tests, either.
+    // Run by hand or to list the tests, it shows nothing on the screen either.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication program(argc, argv);
-    // Where the platform finds no letters by itself.
+    // For platforms without fonts of their own.
     if (const QString font = qEnvironmentVariable("ORVEL_TEST_FONT"); !font.isEmpty())
         QFontDatabase::addApplicationFont(font);
     // Windows come and go between the tests.
     QApplication::setQuitOnLastWindowClosed(false);
-    // A box that no test answers would wait for ever.
+    // A box without an answer would block the test.
     platform::prompts().messageBox = [](const QString &text, int, const QString &) {
         ADD_FAILURE() << "unexpected message box: " << text.toStdString();
         return platform::kAnswerOk;

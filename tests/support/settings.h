@@ -2,8 +2,9 @@
 
 #include <string>
 
-// Settings of a test's own, empty at first. On POSIX they lie in a folder, with a Wine prefix
-// beside them; on Windows in a key of the user's registry that stands for the machine's meanwhile.
+// A settings store for one test, empty at first. On POSIX it lies in a folder, with a Wine prefix
+// beside it; on Windows in a key of the user's registry that replaces the machine's for this
+// process.
 class OwnSettings {
   public:
     explicit OwnSettings(const std::string &folder);
@@ -11,7 +12,7 @@ class OwnSettings {
     OwnSettings(const OwnSettings &) = delete;
     OwnSettings &operator=(const OwnSettings &) = delete;
 
-    // As if nothing had ever been set.
+    // Removes every setting.
     void clear();
 
   private:

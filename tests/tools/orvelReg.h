@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-// What the command left behind, its line ends the same on every system.
+// The result of the command, with the same line ends on every system.
 struct Outcome {
     int code = -1;
     QByteArray out;
@@ -21,7 +21,7 @@ class OrvelReg : public testing::Test {
     static Outcome run(const QStringList &arguments);
 
   private:
-    // A key that no other program has, in the store that the command works on.
+    // A key that only this test uses, in the store of the command.
     static QString ownKey();
     static void dropCache(const QString &key);
     QString m_own;

@@ -1,15 +1,13 @@
 #include "workspace/archiveTree.h"
+#include "workspace/archiveTreeView.h"
 
 #include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-int idleCalls = 0;
-void countIdle() {
-    ++idleCalls;
-}
 
 class Tree : public ArchiveTree {
   public:
@@ -46,7 +44,8 @@ ArchiveNodes mixedNodes() {
 TEST(ArchiveTree, numbers_nodes_as_they_were_added_and_shows_them_sorted_without_regard_to_case) {
     Tree tree;
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::Fatal);
-    tree.Fill(mixedNodes(), &countIdle);
+    tree.Fill(
+        mixedNodes(), +[] {});
     const ArchiveNodes &nodes = tree.Nodes();
 
     EXPECT_EQ(tree.shown(), (std::vector<std::string>{"", "  readme.txt", "scripts", "  alpha.cs",
@@ -69,35 +68,43 @@ TEST(ArchiveTree, numbers_nodes_as_they_were_added_and_shows_them_sorted_without
     EXPECT_FALSE(tree.IndexOf(1).data(Qt::ToolTipRole).isValid());
 }
 
-TEST(ArchiveTree, finds_names_downwards_and_round_again_in_closed_folders_too) {
-    Tree tree;
-    tree.Fill(mixedNodes(), &countIdle);
-    const auto found = [&](const char *prefix, const char *start) {
-        int from = 0;
-        for (int node = 1; node <= tree.Nodes().Count(); ++node)
-            if (tree.Nodes().Text(node) == start)
-                from = node;
-        const int node = tree.Find(prefix, from);
-        return node == 0 ? std::string("none") : tree.Nodes().Text(node).toStdString();
-    };
-    EXPECT_EQ(found("zet", "textures"), "Zeta.cs");
-    EXPECT_EQ(found("a", "readme.txt"), "alpha.cs");
-    EXPECT_EQ(found("a", "Zeta.cs"), "A.png");
-    EXPECT_EQ(found("scripts", "Zeta.cs"), "Scripts");
-    EXPECT_EQ(found("nothing", "scripts"), "none");
-    tree.Clear();
-    EXPECT_EQ(tree.Find("a", 0), 0);
-}
+namespace {
 
-TEST(ArchiveTree, takes_a_large_archive_and_lets_the_windows_paint_meanwhile) {
-    ArchiveNodes nodes;
-    for (int entry = 1; entry <= 100000; ++entry)
-        nodes.AddFile("folder" + QString::number(entry % 50000), QString::number(entry), 2, entry);
-    Tree tree;
-    idleCalls = 0;
-    tree.Fill(std::move(nodes), &countIdle);
-    EXPECT_EQ(tree.rowCount(), 50000);
-    EXPECT_GT(idleCalls, 30);
-    EXPECT_EQ(tree.index(0, 0).data().toString(), "folder0");
-    EXPECT_EQ(tree.rowCount(tree.index(0, 0)), 2);
+struct TreeWindow {
+    ArchiveTree tree{nullptr, [](int) { return QIcon(); }, [](int) { return QString(); }};
+    ArchiveTreeView view{nullptr};
+
+    TreeWindow() {
+        ArchiveNodes nodes;
+        nodes.AddFile("skins", "base.png", 4, 1);
+        nodes.AddFile("skins", "blood.png", 4, 2);
+        nodes.AddFile("vehicles", "bomber.cs", 8, 3);
+        tree.Fill(
+            std::move(nodes), +[] {});
+        view.ShowTree(&tree);
+        QApplication::setKeyboardInputInterval(30); // milliseconds until a typed name is over
+        view.resize(200, 200);
+        view.show();
+    }
+
+    std::string current() const { return view.currentIndex().data().toString().toStdString(); }
+};
+
+} // namespace
+
+TEST(ArchiveTreeView, goes_to_the_name_that_is_typed_and_opens_its_folder) {
+    TreeWindow window;
+    std::vector<std::string> seen;
+    for (int press = 0; press < 4; ++press) {
+        QTest::keyClick(&window.view, Qt::Key_B);
+        seen.push_back(window.current());
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"base.png", "blood.png", "bomber.cs", "base.png"}));
+    QTest::qWait(50);
+    QTest::keyClicks(&window.view, "bom");
+    EXPECT_EQ(window.current(), "bomber.cs");
+    EXPECT_TRUE(window.view.isExpanded(window.view.currentIndex().parent()));
+    QTest::qWait(50);
+    QTest::keyClicks(&window.view, "vx");
+    EXPECT_EQ(window.current(), "vehicles") << "no name begins with vx";
 }

@@ -28,7 +28,7 @@ void EditWindow::choose(const QString &value, const QString &path) {
 }
 
 std::string EditWindow::startedAs(const QString &program) {
-    // It may have its name before others are let at it.
+    // The file may exist before it can be opened.
     QFile written(program + ".started");
     if (!QTest::qWaitFor([&] { return written.exists() && written.open(QIODevice::ReadOnly); },
                          kPatience)) {
@@ -42,9 +42,9 @@ std::string EditWindow::startedAs(const QString &program) {
 }
 
 bool EditWindow::started(const QString &program) {
-    // What a start takes at most on a busy machine, as against never.
+    // Longer than a start takes.
     QTest::qWait(200);
-    return QFile::exists(program + ".part") || QFile::exists(program + ".started");
+    return QFile::exists(program + ".started.part") || QFile::exists(program + ".started");
 }
 
 QModelIndex EditWindow::node(const QString &folder, const QString &name) {

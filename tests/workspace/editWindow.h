@@ -24,14 +24,14 @@ class EditWindow : public testing::Test {
     // Makes the archive "my mod.vl2", opens the window, chooses the archive and extracts it.
     void extract(const std::vector<ArchiveFile> &files);
 
-    // Makes a program that saves the file that it is given in one of these manners, if any, and
-    // then writes down its command line: "in place", "by rename", "with a backup", "later".
+    // Makes a program that saves the file that it is given, if `manner` says how ("by rename",
+    // "with a backup", "later"), and then records its command line.
     QString program(const QString &name, const QByteArray &manner = {});
     // Sets a value of the table of programs.
     static void choose(const QString &value, const QString &path);
-    // The command line that a program was started with, once it has been; fails after a while.
+    // Waits for a program's start and returns its command line.
     static std::string startedAs(const QString &program);
-    // What the system makes of a program and what stands behind it, with @ for the file.
+    // The system's form of the command line of a program, with @ for the file.
     static std::string commandLine(const QString &program, std::string form,
                                    const std::string &file);
     static bool started(const QString &program);
@@ -41,13 +41,13 @@ class EditWindow : public testing::Test {
     QModelIndex node(const QString &folder, const QString &name);
     void click(const char *button) { window->click(button); }
 
-    // What the message boxes said since the last call, a line of "style title: text" each.
+    // The message boxes since the last call, a line of "style title: text" each.
     std::string boxes();
-    // What the user answers to message boxes from here on.
+    // Answers message boxes so from here on.
     void answer(int value);
 
     QString archive() const { return game.archive("my mod.vl2"); }
-    // Where an entry was extracted, as a program is told: in the system's form.
+    // The path of an extracted entry, in the system's form.
     std::string extracted(const QString &entry) const {
         const QString path = QDir::cleanPath(game.temp() + "/My Mod/" + entry);
         return QDir::toNativeSeparators(path).toStdString();
@@ -56,9 +56,9 @@ class EditWindow : public testing::Test {
         return QDir::toNativeSeparators(game.root() + '/' + path);
     }
 
-    // Names that the system has, and that are easily mistaken for something else.
+    // Names that the system allows and that are easily mistaken for something else.
     static const char *const kOddFolder;
-    static const std::vector<const char *> kOddNames;
+    static const char *const kOddName;
 
     TempGame game;
     std::optional<Answers> answers{std::in_place, platform::kAnswerCancel};
@@ -66,7 +66,7 @@ class EditWindow : public testing::Test {
     std::unique_ptr<MainWindow> window;
 };
 
-// A program of the test's that stands for the desktop's file browser as long as this lives.
+// Makes a program the desktop's file browser during its lifetime.
 class FileBrowser {
   public:
     explicit FileBrowser(const QString &program);

@@ -38,7 +38,7 @@ TEST(frmMainBrowse, lists_an_archive_into_tree_and_list) {
     EXPECT_EQ(window.form().focusWidget(), window.dropDown()) << "the keyboard stays where it was";
 }
 
-TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_holds_it) {
+TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_if_the_list_holds_it) {
     const TempGame game;
     for (const char *name : {"My Mod.vl2", "other.vl2", "Interiors.vl2"})
         makeArchive(game.archive(name), {{"a.cs", "a"}});
@@ -47,16 +47,14 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_where_the_list_hold
                                  (game.root() + "/link.vl2").toStdString());
     const struct {
         QString path;
-        const char *chosen; // "" where a box says that it is none
+        const char *chosen; // "" if a box says that there is none
     } rows[] = {
-        {game.archive("My Mod.vl2"), "My Mod"},
         {game.folder() + "/GameData/./base/../base//My Mod.vl2", "My Mod"},
         {QDir().relativeFilePath(game.archive("My Mod.vl2")), "My Mod"},
         {game.archive("MY MOD.VL2"), QDir::rootPath() == "/" ? "" : "My Mod"},
         {game.root() + "/link.vl2", linked ? "Other" : ""},
         {game.root() + "/my mod.vl2", ""},
         {game.archive("Interiors.vl2"), ""},
-        {game.archive("gone.vl2"), ""},
     };
     for (const auto &row : rows) {
         const Answers answers;
@@ -75,11 +73,11 @@ TEST(frmMainBrowse, gives_each_type_its_icon_and_leaves_out_the_types_of_the_eng
         const char *name;
         int image; // 0: in the list only
     } rows[] = {
-        {"x.nav", 0}, {"x.bm8", 0}, {"x.spn", 0}, {"x.ter", 0}, {"x.dso", 0},  {"x.dsq", 0},
-        {"x.dts", 0}, {"x.DIF", 0}, {"x.png", 4}, {"x.Gif", 4}, {"x.jpg", 5},  {"x.BMP", 6},
-        {"x.wav", 7}, {"x.mp3", 7}, {"x.mpg", 7}, {"x.avi", 7}, {"x.txt", 8},  {"x.mis", 8},
-        {"x.Cs", 8},  {"x.dml", 8}, {"x.gui", 8}, {"x.ifl", 8}, {"x.jpeg", 2}, {"readme", 2},
-        {"ab", 2},    {"dts", 0},   {"x.vl2", 2}, {"mydif", 0},
+        {"x.nav", 0}, {"x.bm8", 0}, {"x.spn", 0},  {"x.ter", 0}, {"x.dso", 0},
+        {"x.dsq", 0}, {"x.dts", 0}, {"x.DIF", 0},  {"x.png", 4}, {"x.Gif", 4},
+        {"x.jpg", 5}, {"x.BMP", 6}, {"x.wav", 7},  {"x.mp3", 7}, {"x.mpg", 7},
+        {"x.avi", 7}, {"x.txt", 8}, {"x.mis", 8},  {"x.Cs", 8},  {"x.dml", 8},
+        {"x.gui", 8}, {"x.ifl", 8}, {"x.jpeg", 2}, {"ab", 2},    {"dts", 0},
     };
     std::vector<ArchiveFile> files;
     QStringList expected;
@@ -99,17 +97,7 @@ TEST(frmMainBrowse, gives_each_type_its_icon_and_leaves_out_the_types_of_the_eng
     EXPECT_EQ(window.lines().size(), static_cast<qsizetype>(files.size()));
 }
 
-TEST(frmMainBrowse, keeps_folders_that_differ_in_case_and_files_named_like_folders_apart) {
-    const TempGame game;
-    makeArchive(game.archive("odd.vl2"),
-                {{"Scripts/a.cs", "a"}, {"scripts/b.cs", "b"}, {"maps", "m"}, {"maps/c.mis", "c"}});
-    MainWindow window;
-    window.pick("Odd");
-    EXPECT_EQ(joined(window.shownTree()),
-              "|  maps#2|maps|  c.mis#8|Scripts|  a.cs#8|scripts|  b.cs#8");
-}
-
-TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree_and_says_so) {
+TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree_with_a_note) {
     const TempGame game;
     makeArchive(game.archive("shapes.vl2"), {{"shapes/a.dts", "a"}, {"b.dif", "b"}});
     makeArchive(game.archive("empty.vl2"), {});
@@ -127,13 +115,13 @@ TEST(frmMainBrowse, offers_nothing_for_an_archive_without_a_file_for_the_tree_an
     EXPECT_EQ(window.note(), "");
 }
 
-TEST(frmMainBrowse, says_beside_the_prescribed_status_what_is_wrong_with_an_archive) {
+TEST(frmMainBrowse, notes_beside_the_prescribed_status_what_is_wrong_with_an_archive) {
     const struct {
         const char *what;
         const char *said;
         std::function<QByteArray(QByteArray)> injure;
     } rows[] = {
-        {"the directory tells of an entry more", "The archive is damaged: ",
+        {"the directory declares a missing entry", "The archive is damaged: ",
          [](QByteArray bytes) {
              const qsizetype end = bytes.size() - 22;
              return bytes.replace(end + 8, 4, QByteArray("\3\0\3\0", 4));
@@ -151,14 +139,12 @@ TEST(frmMainBrowse, says_beside_the_prescribed_status_what_is_wrong_with_an_arch
         writeFile(game.archive("base.vl2"), row.injure(whole));
         MainWindow window;
         for (const bool extracted : {false, true}) {
-            if (extracted) {
-                QDir().mkpath(game.temp() + "/Base");
+            if (extracted) // by an earlier run
                 writeFile(game.temp() + "/Base/a.txt", "a");
-            }
             window.pick("Base");
             EXPECT_EQ(joined(window.shownTree()), "|  a.txt#8|  b.txt#8");
             EXPECT_EQ(window.status(), extracted ? "Select a file to edit." : kListed);
-            EXPECT_EQ(window.button("cmdExtract")->isEnabled(), !extracted);
+            EXPECT_EQ(joined(window.enabledButtons()), extracted ? kExtracted : "Extract");
             EXPECT_EQ(window.note().isEmpty(), *row.said == '\0');
             EXPECT_EQ(window.note().left(static_cast<qsizetype>(qstrlen(row.said))), row.said);
         }
@@ -168,80 +154,56 @@ TEST(frmMainBrowse, says_beside_the_prescribed_status_what_is_wrong_with_an_arch
 
 TEST(frmMainBrowse, gives_an_archive_named_like_a_device_a_work_folder_with_another_name) {
     const TempGame game;
-    const std::pair<const char *, const char *> rows[] = {{"con", "Con~"},
-                                                          {"AUX.old", "Aux~.old"},
-                                                          {"com1 .x", "Com1 ~.x"},
-                                                          {"con~", "Con~~2"},
-                                                          {"console", "Console"}};
-    for (const auto &[name, folder] : rows) {
-        makeArchive(game.archive("made"), {{"a.txt", name}});
-        if (!QFile::rename(game.archive("made"), game.archive(QString(name) + ".vl2")))
+    const std::pair<const char *, const char *> rows[] = {
+        {"con", "Con~"}, {"com1 .x", "Com1 ~.x"}, {"con~", "Con~~2"}, {"console", "Console"}};
+    makeArchive(game.archive("made"), {{"a.txt", "a"}});
+    for (const auto &[name, folder] : rows)
+        if (!QFile::copy(game.archive("made"), game.archive(QString(name) + ".vl2")))
             GTEST_SKIP() << "files cannot have such names here";
-    }
     MainWindow window;
     for (const auto &[name, folder] : rows) {
         window.pick(frmMain::ProperCase(name));
         window.click("cmdExtract");
-        EXPECT_EQ(readFile(game.temp() + '/' + folder + "/a.txt"), name);
+        EXPECT_EQ(readFile(game.temp() + '/' + folder + "/a.txt"), "a");
     }
 }
 
-TEST(frmMainBrowse, takes_no_file_outside_the_work_folder_for_the_archives_own) {
-    const struct {
-        const char *first;
-        bool needsLink;
-    } rows[] = {{"../Other/a.txt", false},       {"..\\Other\\a.txt", false},
-                {"d/../../Other/a.txt", false},  {".. /Other/a.txt", false},
-                {"a/../../Other/a.txt ", false}, {"link/a.txt", true}};
-    for (const auto &row : rows) {
+TEST(frmMainBrowse, takes_no_file_outside_the_work_folder_for_an_entry_of_the_archive) {
+    for (const char *first :
+         {"..\\Other\\a.txt", "d/../../Other/a.txt ", ".. /Other/a.txt", "link/a.txt"}) {
         const TempGame game;
-        makeArchive(game.archive("base.vl2"), {{row.first, "a"}, {"b.txt", "b"}});
-        for (const char *folder : {"/Other", "/Base/d", "/Base/a"})
-            QDir().mkpath(game.temp() + folder);
+        makeArchive(game.archive("base.vl2"), {{first, "a"}, {"b.txt", "b"}});
+        QDir().mkpath(game.temp() + "/Base/d");
         writeFile(game.temp() + "/Other/a.txt", QByteArray(12345, 'o'));
-        if (row.needsLink && !makeLink((game.temp() + "/Other").toStdString(),
-                                       (game.temp() + "/Base/link").toStdString()))
-            continue;
+        makeLink((game.temp() + "/Other").toStdString(),
+                 (game.temp() + "/Base/link").toStdString());
         MainWindow window;
         window.pick("Base");
-        EXPECT_EQ(joined(window.enabledButtons()), "Extract") << row.first;
+        EXPECT_EQ(joined(window.enabledButtons()), "Extract") << first;
         const QAbstractItemModel *model = window.tree()->model();
         for (int folder = 0; folder < model->rowCount(); ++folder) {
             const QModelIndex file = model->index(0, 0, model->index(folder, 0));
             EXPECT_FALSE(file.data(Qt::ToolTipRole).toString().contains(QLocale().toString(12345)))
-                << row.first;
+                << first;
         }
     }
-}
-
-TEST(frmMainBrowse, recognises_an_archive_that_was_extracted_earlier) {
-    const TempGame game;
-    makeArchive(game.archive("classic.vl2"), {{"readme.txt", "r"}, {"scripts/a.cs", "a"}});
-    QDir().mkpath(game.temp() + "/Classic");
-    writeFile(game.temp() + "/Classic/readme.txt", "mine");
-    MainWindow window;
-    window.pick("Classic");
-    EXPECT_EQ(joined(window.enabledButtons()), "SaveChanges|Cancel|EditFile|OpenFolder");
-    EXPECT_EQ(window.status(), "Select a file to edit.");
 }
 
 TEST(frmMainBrowse, says_in_the_status_line_why_an_archive_cannot_be_listed) {
     const TempGame game;
     const Answers answers;
-    writeFile(game.archive("empty.vl2"), "");
-    writeFile(game.archive("text.vl2"), "no archive at all, whatever its name says");
+    writeFile(game.archive("text.vl2"), "no archive at all");
     writeFile(game.archive("gone.vl2"), "");
     makeArchive(game.archive("good.vl2"), {{"a.txt", "a"}});
     MainWindow window;
     QFile::remove(game.archive("gone.vl2"));
-    for (const char *name : {"Empty", "Text", "Gone"}) {
+    for (const char *name : {"Text", "Gone"}) {
         window.pick("Good");
         window.pick(name);
         EXPECT_TRUE(window.status().startsWith("Cannot read the archive: ")) << name;
         EXPECT_GT(window.status().size(), 26) << name;
-        EXPECT_EQ(joined(window.shownTree()), "") << name;
-        EXPECT_EQ(joined(window.lines()), "") << name;
-        EXPECT_EQ(joined(window.enabledButtons()), "") << name;
+        EXPECT_EQ(joined(window.shownTree() + window.lines() + window.enabledButtons()), "")
+            << name;
         EXPECT_TRUE(window.isReady()) << name;
     }
     EXPECT_TRUE(answers.boxes().empty());
@@ -266,7 +228,7 @@ TEST(frmMainBrowse, tells_archives_apart_whose_names_differ_in_case_and_their_wo
     EXPECT_EQ(joined(seen), "\\lower.txt|\\mixed.txt|\\upper.txt");
 }
 
-TEST(frmMainBrowse, disables_everything_when_no_archive_is_chosen_any_more) {
+TEST(frmMainBrowse, disables_every_action_when_no_archive_is_chosen_any_more) {
     const TempGame game;
     makeArchive(game.archive("classic.vl2"), {{"a.txt", "a"}});
     MainWindow window;

@@ -52,7 +52,7 @@ TEST(frmSplash, shows_the_picture_for_800_ms_and_then_the_main_window) {
     EXPECT_FALSE(QPixmap(":/assets/splash.jpg").isNull());
     EXPECT_FALSE(splash->grab().toImage().allGray());
     splash->close();
-    EXPECT_TRUE(splash->isVisible()) << "nobody closes it but the timer";
+    EXPECT_TRUE(splash->isVisible()) << "only the timer closes it";
 
     ASSERT_TRUE(QTest::qWaitFor([] { return mainWindow() != nullptr; }, 5000));
     EXPECT_GE(sinceLoad.elapsed(), 790);
@@ -65,7 +65,7 @@ TEST(frmSplash, shows_the_picture_for_800_ms_and_then_the_main_window) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return main == nullptr; }, 1000));
 }
 
-TEST(frmSplash, makes_one_main_window_where_its_first_paint_and_the_tick_come_together) {
+TEST(frmSplash, makes_one_main_window_if_its_first_paint_and_the_timer_coincide) {
     const TempGame game;
     const Answers answers;
     const MadeWindows made;
@@ -73,7 +73,7 @@ TEST(frmSplash, makes_one_main_window_where_its_first_paint_and_the_tick_come_to
     ASSERT_TRUE(splash->Load());
     QTimer::singleShot(100, Qt::PreciseTimer, splash, [&] { static_cast<void>(splash->grab()); });
     QTest::qSleep(900); // both are due
-    // What the paint has queued comes before the splash's end, as in a loop of its own.
+    // The events that the paint has queued come before the splash's end.
     for (int pass = 0; pass < 2; ++pass)
         QCoreApplication::processEvents();
     ASSERT_TRUE(QTest::qWaitFor([&] { return splash == nullptr; }, 5000));
@@ -84,33 +84,27 @@ TEST(frmSplash, makes_one_main_window_where_its_first_paint_and_the_tick_come_to
     EXPECT_TRUE(QTest::qWaitFor([&] { return main == nullptr; }, 1000));
 }
 
-TEST(frmSplash, says_that_the_game_is_missing_and_opens_nothing) {
+TEST(frmSplash, ends_the_program_with_a_message_if_there_is_no_game) {
     const TempGame game;
-    const Answers answers;
-    TempGame::setGameFolder("");
-    TempGame::setTempFolder("");
-    frmSplash splash;
-    EXPECT_FALSE(splash.Load());
-    ASSERT_EQ(answers.boxes().size(), 1U);
-    EXPECT_EQ(answers.boxes()[0].text, "Orvel could not detect Tribes 2 on your computer.");
-    EXPECT_EQ(answers.boxes()[0].style, 16);
-    EXPECT_EQ(answers.boxes()[0].title, "Orvel");
-    QTest::qWait(1000);
-    EXPECT_EQ(mainWindow(), nullptr);
-    EXPECT_EQ(TempGame::tempFolderSetting(), "") << "nothing is written";
-}
-
-TEST(frmSplash, ends_the_program_with_the_same_message_where_the_game_is_gone) {
-    const TempGame game;
-    const Answers answers;
-    TempGame::setGameFolder(game.root() + "/gone");
-    QPointer<frmSplash> splash = new frmSplash;
-    ASSERT_TRUE(splash->Load());
-    splash->show();
-    EXPECT_EQ(QApplication::exec(), 1);
-    ASSERT_EQ(answers.boxes().size(), 1U);
-    EXPECT_EQ(answers.boxes()[0].text, "Orvel could not detect Tribes 2 on your computer.");
-    EXPECT_EQ(mainWindow(), nullptr);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(splash, nullptr);
+    for (const QString &folder : {QString(), game.root() + "/gone"}) {
+        const Answers answers;
+        TempGame::setGameFolder(folder);
+        TempGame::setTempFolder("");
+        QPointer<frmSplash> splash = new frmSplash;
+        EXPECT_EQ(splash->Load(), !folder.isEmpty());
+        if (folder.isEmpty()) {
+            delete splash;
+        } else {
+            splash->show();
+            EXPECT_EQ(QApplication::exec(), 1);
+        }
+        ASSERT_EQ(answers.boxes().size(), 1U);
+        EXPECT_EQ(answers.boxes()[0].text, "Orvel could not detect Tribes 2 on your computer.");
+        EXPECT_EQ(answers.boxes()[0].style, 16);
+        EXPECT_EQ(answers.boxes()[0].title, "Orvel");
+        EXPECT_EQ(mainWindow(), nullptr);
+        EXPECT_EQ(TempGame::tempFolderSetting().isEmpty(), folder.isEmpty());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(splash, nullptr);
+    }
 }

@@ -9,12 +9,15 @@
 #include <QStringList>
 #include <QTreeView>
 
-// For lists that a test compares as a whole.
+// The action buttons that are enabled while an archive is extracted.
+constexpr char kExtracted[] = "SaveChanges|Cancel|EditFile|OpenFolder";
+
+// A list as one text for comparison.
 inline std::string joined(const QStringList &texts) {
     return texts.join('|').toStdString();
 }
 
-// The main window as a person has it before them: shown, and worked by mouse and keyboard.
+// The main window on the screen, used by mouse and keyboard.
 class MainWindow {
   public:
     // Loads and shows the window.
@@ -25,23 +28,23 @@ class MainWindow {
     QComboBox *dropDown() const { return control<QComboBox>("drpVL2File"); }
     QTreeView *tree() const { return control<QTreeView>("treArchive"); }
     QString status() const;
-    // What the status line has for a tool tip and for a screen reader besides its text.
+    // The note beside the status line's text: its tool tip and its text for a screen reader.
     QString note() const;
-    // Takes input and shows so: no hourglass, no progress bar.
+    // Enabled, without hourglass and progress bar.
     bool isReady() const;
     QStringList entries() const;
     // The lines of the hidden list.
     QStringList lines() const;
     // The tree as shown: "folder", then "  file#icon" for each file.
     QStringList shownTree() const;
-    // The enabled ones of the five action buttons, by their accelerator's words.
+    // The names of the enabled action buttons, without "cmd".
     QStringList enabledButtons() const;
 
     // Picks an entry of the drop-down by keyboard.
     void pick(int entry);
     void pick(const QString &text);
     void click(const char *button) const;
-    // Put a click or a key into the window's queue, where the window system puts them.
+    // Put a click or a key into the window's queue as the window system does.
     void clickFromOutside(const char *button) const;
     void typeFromOutside(int key) const;
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-class PosixSweepTest : public FilesFixture {
+class PosixCleanerTest : public FilesFixture {
   protected:
     QString work() const { return at("temp\\Classic"); }
     void makeLink(const QByteArray &name, const QByteArray &target) const {
@@ -17,7 +17,7 @@ class PosixSweepTest : public FilesFixture {
     }
 };
 
-TEST_F(PosixSweepTest, NamesAreTakenAsTheyAreBeforeTheyAreTakenInAnotherCase) {
+TEST_F(PosixCleanerTest, ExactNamesComeBeforeOtherCasesAndPatternsAreNames) {
     for (const char *name : {"a.cs", "A.cs", "*.cs", "\xc3\x84.cs", "caf\xe9.txt", ".dot"})
         makeFile(QByteArray("temp/Classic/") + name);
     platform::WorkFolderCleaner cleaner(work());
@@ -29,9 +29,9 @@ TEST_F(PosixSweepTest, NamesAreTakenAsTheyAreBeforeTheyAreTakenInAnotherCase) {
     EXPECT_TRUE(cleaner.removeFolder({}));
 }
 
-TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
+TEST_F(PosixCleanerTest, LinksAreDeletedAndNotFollowed) {
     const QString outside = makeFile("outside/keep.txt");
-    platform::setAttributes(outside, platform::AttributeReadOnly | platform::AttributeSystem);
+    setDos("outside/keep.txt", platform::AttributeReadOnly | platform::AttributeSystem);
     makeFolders("temp/Classic/sub");
     makeLink("temp/Classic/link", "../../outside");
     makeLink("temp/Classic/sub/inner", "../../../outside");
@@ -49,7 +49,7 @@ TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
     EXPECT_TRUE(cleaner.removeFolder("sub"));
     EXPECT_EQ(platform::attributes(outside),
               platform::AttributeReadOnly | platform::AttributeSystem);
-    // After a save a link goes where the archive holds what it leads to.
+    // After a save a link is deleted if the archive holds its target.
     platform::Folder folder;
     platform::FileInfo seen;
     ASSERT_TRUE(folder.open(bytesAt("outside").toStdString()).ok());
@@ -63,7 +63,7 @@ TEST_F(PosixSweepTest, LinksAreNotFollowedAndAreFilesOfTheFolderThemselves) {
     EXPECT_TRUE(exists("outside/keep.txt"));
 }
 
-TEST_F(PosixSweepTest, HundredsOfFoldersNeedFewOpenFiles) {
+TEST_F(PosixCleanerTest, HundredsOfFoldersNeedFewOpenFiles) {
     constexpr int kFolders = 100;
     for (int i = 0; i < kFolders; ++i)
         makeFile("temp/Classic/f" + QByteArray::number(i) + "/g/h/x.txt");
@@ -84,8 +84,8 @@ TEST_F(PosixSweepTest, HundredsOfFoldersNeedFewOpenFiles) {
     EXPECT_EQ(done, kFolders);
 }
 
-TEST_F(PosixSweepTest, ThousandsOfMissingFilesDoNotCostAReadingOfTheFolderEach) {
-    constexpr int kFiles = 8'000;
+TEST_F(PosixCleanerTest, ThousandsOfMissingFilesDoNotReadTheFolderEach) {
+    constexpr int kFiles = 2'000;
     for (int i = 0; i < kFiles; ++i)
         makeFile("temp/Classic/x" + QByteArray::number(i), "");
     platform::WorkFolderCleaner cleaner(work());
@@ -93,8 +93,8 @@ TEST_F(PosixSweepTest, ThousandsOfMissingFilesDoNotCostAReadingOfTheFolderEach) 
     timer.start();
     for (int i = 0; i < kFiles; ++i)
         EXPECT_FALSE(cleaner.deleteFile(QString("missing%1").arg(i)));
-    // Read each time, this takes much longer.
-    EXPECT_LT(timer.elapsed(), 5000);
+    // It takes many times this with a read for each.
+    EXPECT_LT(timer.elapsed(), 1500);
 }
 
 } // namespace

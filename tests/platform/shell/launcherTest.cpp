@@ -7,7 +7,7 @@ namespace {
 using platform::ErrorNumber;
 using platform::Shell;
 
-// The launcher as the program starts it, with the tools that it is written with and no editor.
+// The launcher as the program starts it, with the tools that it uses and no editor.
 class LauncherTest : public ShellFixture {
   protected:
     LauncherTest() {
@@ -23,7 +23,7 @@ class LauncherTest : public ShellFixture {
     QString file() const { return at("work\\my \"file\" $1 `id`.txt"); }
     QByteArray nativeFile() const { return bytesAt("work/my \"file\" $1 `id`.txt"); }
     void open() const { Shell(platform::windowsFolder(260) + "\\NOTEPAD.EXE " + file(), 1); }
-    // What ran, by its name, and its arguments.
+    // The name and the arguments of the program that was started.
     QList<QByteArray> opened() const {
         open();
         QList<QByteArray> arguments = recorded();

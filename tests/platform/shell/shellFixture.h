@@ -7,8 +7,7 @@
 
 #include <unistd.h>
 
-// A folder for programs that is the whole $PATH, and stand-ins that write down how they were
-// started.
+// A folder for programs that is the whole $PATH, and stand-ins that record their start.
 class ShellFixture : public FilesFixture {
   protected:
     ShellFixture()
@@ -18,17 +17,17 @@ class ShellFixture : public FilesFixture {
         makeFolders("bin");
     }
 
-    // Puts the recorder there under this name.
+    // Makes a program that records its start.
     QString makeRecorder(const QString &name) const {
         QDir().mkpath(QFileInfo(at(name)).path());
-        EXPECT_TRUE(QFile::copy(ORVEL_RECORDER, at(name)));
+        EXPECT_TRUE(QFile::copy(ORVEL_STAND_IN, at(name)));
         return at(name);
     }
     void makeExecutable(const QByteArray &name, const QByteArray &content) const {
         makeFile(name, content);
         ASSERT_EQ(::chmod(bytesAt(name).constData(), 0755), 0);
     }
-    // A program as Windows knows them, without the execute bit that only POSIX asks for.
+    // A Windows program, without the execute bit of POSIX.
     QString makeWindowsProgram(const QByteArray &name) const {
         QByteArray header(128, '\0');
         header.replace(0, 2, "MZ");
@@ -37,7 +36,7 @@ class ShellFixture : public FilesFixture {
         return makeFile(name, header);
     }
 
-    // The arguments that a stand-in got, itself first; empty where none was started.
+    // The arguments of a stand-in, itself first; empty if none was started.
     QList<QByteArray> recorded(int patienceMs = 10'000) const {
         QElapsedTimer timer;
         timer.start();
@@ -45,7 +44,7 @@ class ShellFixture : public FilesFixture {
             QThread::msleep(5);
         if (!exists("record"))
             return {};
-        QList<QByteArray> arguments = contentOf(at("record")).split('\0');
+        QList<QByteArray> arguments = readFile(at("record")).split('\0');
         arguments.removeLast();
         ::unlink(bytesAt("record").constData());
         return arguments;

@@ -22,7 +22,7 @@ TEST_F(WindowsFiles, APathGetsTheSystemsForm) {
 
 TEST_F(WindowsFiles, TheFoldersOfProgramAndSystemHaveNoSeparatorBehindThem) {
     const QString program = platform::programFolder();
-    EXPECT_NE(platform::storedName(program + "\\windows_files_test.exe"), QString());
+    EXPECT_NE(platform::storedName(program + "\\platformTest.exe"), QString());
     EXPECT_EQ(platform::windowsFolder(260).toUpper(), QString("C:\\WINDOWS"));
     EXPECT_EQ(platform::windowsFolder(3), QString());
     EXPECT_NE(platform::findFirst(platform::windowsFolder(260) + "\\NOTEPAD.EXE ", 0), QString());

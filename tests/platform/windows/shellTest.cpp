@@ -1,8 +1,7 @@
 #include "platform/shell.h"
 
-#include "platform/error.h"
-#include "platform/files.h"
 #include "tests/support/environment.h"
+#include "tests/support/expectError.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
@@ -18,15 +17,14 @@ class WindowsShell : public testing::Test {
   protected:
     WindowsShell() {
         setVariable("ORVEL_RECORD", (root / "record").string().c_str());
-        const fs::path recorder =
-            fs::path(platform::programFolder().toStdWString()) / "command_recorder.exe";
+        const fs::path recorder = ORVEL_STAND_IN;
         fs::create_directories(root / "Program Files");
         fs::copy_file(recorder, root / "tool.exe");
         fs::copy_file(recorder, root / "Program Files" / "My Tool.exe");
     }
     ~WindowsShell() override { setVariable("ORVEL_RECORD", ""); }
 
-    // Starts a command line, with @ for the folder, and returns what the program saw.
+    // Starts a command line, with @ for the folder, and returns that of the program.
     std::string started(std::string line) const {
         fs::remove(root / "record");
         platform::Shell(QString::fromStdString(filled(std::move(line))), platform::kShowNormal);
@@ -70,14 +68,10 @@ TEST_F(WindowsShell, AProgramThatIsMissingOrNoneIsAnError) {
     for (const Row &row : {Row{"@\\none.exe x", platform::ErrorNumber::FileNotFound},
                            Row{"\"@\\Program Files\" x", platform::ErrorNumber::FileNotFound},
                            Row{"", platform::ErrorNumber::FileNotFound},
-                           Row{"@\\text.exe", platform::ErrorNumber::IllegalProcedureCall}}) {
-        try {
+                           Row{"@\\text.exe", platform::ErrorNumber::IllegalProcedureCall}})
+        expectError(row.number, [&] {
             platform::Shell(QString::fromStdString(filled(row.line)), platform::kShowNormal);
-            ADD_FAILURE() << row.line;
-        } catch (const platform::RuntimeError &error) {
-            EXPECT_EQ(static_cast<int>(error.number()), static_cast<int>(row.number)) << row.line;
-        }
-    }
+        });
 }
 
 } // namespace

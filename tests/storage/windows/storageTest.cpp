@@ -17,7 +17,7 @@ TEST_F(WindowsStorage, NamesAreTheSameInEveryLetterCase) {
     EXPECT_TRUE(folder.openFile("cASE.txt", file).ok());
 }
 
-TEST_F(WindowsStorage, AFileThatAnotherProgramHoldsStaysWhole) {
+TEST_F(WindowsStorage, AFileThatAnotherProgramHasOpenStaysWhole) {
     writeFile(root / "x.vl2", "old");
     const platform::Handle game(CreateFileW((root / "x.vl2").c_str(), GENERIC_READ, FILE_SHARE_READ,
                                             nullptr, OPEN_EXISTING, 0, nullptr));
@@ -27,7 +27,7 @@ TEST_F(WindowsStorage, AFileThatAnotherProgramHoldsStaysWhole) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"x.vl2", "old"}}));
 }
 
-TEST_F(WindowsStorage, AClaimedNameIsWaitedForInAnyCaseOfItsLetters) {
+TEST_F(WindowsStorage, ALockedNameIsWaitedForInAnyLetterCase) {
     platform::NameLock second;
     {
         platform::NameLock first;
@@ -41,8 +41,8 @@ TEST_F(WindowsStorage, AClaimedNameIsWaitedForInAnyCaseOfItsLetters) {
     EXPECT_EQ(namesIn(root.path()).size(), 1U);
 }
 
-// Its reader is waited for, and meanwhile another program puts its own archive there.
-TEST_F(WindowsStorage, AFileThatWasReplacedMeanwhileIsNotReplacedAgain) {
+// Another program puts its archive there while a reader of the old one is waited for.
+TEST_F(WindowsStorage, AFileReplacedByAnotherProgramIsNotReplacedAgain) {
     writeFile(root / "x.vl2", "old");
     InputFile old;
     ASSERT_TRUE(folder.openFile("x.vl2", old).ok());
@@ -60,7 +60,7 @@ TEST_F(WindowsStorage, AFileThatWasReplacedMeanwhileIsNotReplacedAgain) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"moved", "old"}, {"x.vl2", "another's"}}));
 }
 
-TEST_F(WindowsStorage, NamesThatLeadElsewhereAreRefused) {
+TEST_F(WindowsStorage, NamesThatLeaveTheFolderAreRefused) {
     writeFile(root / "file", "x");
     std::filesystem::create_directory(root / "dir");
     for (const char *name : {"..", ".", "dir\\x", "dir/x", "file:stream", "C:x", "a?b", "a|b"}) {
@@ -115,7 +115,7 @@ TEST_F(WindowsStorage, APathIsResolvedToItsFolderAndName) {
     }
     EXPECT_EQ(platform::resolvePath((root / "none\\x.vl2").string(), where, name).kind,
               Failure::NotFound);
-    // A short name leads to letters that the code page lacks.
+    // A short name resolves to letters that the code page lacks.
     const std::filesystem::path longNames =
         root.path() / L"J\u0101nis \u65e5" / L"\u65e5\u672c.vl2";
     std::filesystem::create_directory(longNames.parent_path());

@@ -1,6 +1,5 @@
 #include "tests/tools/orvelReg.h"
 
-#include "tests/registry/printBytes.h"
 #include "tests/registry/registryHome.h"
 
 #include <memory>
@@ -20,16 +19,8 @@ void OrvelReg::dropCache(const QString & /*key*/) {
     home.reset();
 }
 
-TEST_F(OrvelReg, AQueryWithoutANamePrintsWhatTheWinePrefixHoldsToo) {
-    home->setHive("[A]\n@=\"default\"\n\"n\"=dword:1\n\"t\"=str:\"own\"\n");
-    home->setWine("[A]\n\"T\"=\"hidden\"\n\"N\"=\"hidden\"\n\"w\"=\"wine\"\n");
-    const Outcome found = run({"query", "HKLM\\a"});
-    EXPECT_EQ(found.code, 0);
-    EXPECT_EQ(found.out, "=default\nt=own\nw=wine\n");
-}
-
-TEST_F(OrvelReg, ARefusedWriteIsSaidAndFails) {
-    RegistryHome::write(home->path("config"), "a file where the folder should be");
+TEST_F(OrvelReg, ARefusedWriteFailsWithAMessage) {
+    writeFile(home->path("config"), "a file in place of the folder");
     for (const QString text : {"text", ""}) {
         const Outcome refused = run({"add", key, "directory", text});
         EXPECT_EQ(refused.code, 1);

@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-// In the machine's real store: nothing else stands for it in the processes that are started.
+// In the machine's real store, which cannot be replaced for other processes.
 QString OrvelReg::ownKey() {
     return "SOFTWARE\\Orvel-reg test " + QString::number(GetCurrentProcessId());
 }
@@ -19,7 +19,7 @@ void OrvelReg::dropCache(const QString &key) {
     RegCloseKey(software);
 }
 
-TEST_F(OrvelReg, WhatTheCodePageLacksIsStoredAsAnotherNameOfTheFolderOrNotAtAll) {
+TEST_F(OrvelReg, APathOutsideTheCodePageIsStoredAsAShortNameOrNotAtAll) {
     const QTemporaryDir folder;
     const QString odd = QDir::toNativeSeparators(folder.path() + "/J\u0101nis \u65e5");
     ASSERT_TRUE(QDir().mkdir(odd));

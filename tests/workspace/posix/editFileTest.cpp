@@ -1,12 +1,15 @@
 #include "tests/workspace/editWindow.h"
 
+#include <QElapsedTimer>
+#include <QFile>
+
 namespace {
 
 const char kSelectPrompt[] = "64 Orvel: You must select a file to edit.\n";
 
-using TextEditor = EditWindow;
+using Desktop = EditWindow;
 
-TEST_F(TextEditor, FallsBackToTheDesktopsOwn) {
+TEST_F(Desktop, GivesTheTextEditorIfNoneIsChosen) {
     extract({{"d/a.txt", "text"}});
     select("d", "a.txt");
     const QString editor = program("bin/gedit");
@@ -21,12 +24,34 @@ TEST_F(TextEditor, FallsBackToTheDesktopsOwn) {
     EXPECT_EQ(startedAs(editor), commandLine(editor, "@", extracted("d/a.txt")));
     EXPECT_EQ(boxes(), "");
 
-    // Where the desktop has none, the start fails and the user is told.
+    // If the desktop has none, the start fails with a message.
     qunsetenv("VISUAL");
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", "/nonexistent");
     click("cmdEditFile");
     EXPECT_EQ(boxes(), kSelectPrompt);
+    qputenv("PATH", path);
+}
+
+TEST_F(Desktop, WithoutAWorkingFileBrowserIsNotWaitedFor) {
+    extract({{"a folder/pic.png", "png"}});
+    select("a folder", QString());
+    const QByteArray path = qgetenv("PATH");
+    QElapsedTimer timer;
+    qputenv("PATH", "/nonexistent");
+    timer.start();
+    click("cmdOpenFolder");
+    EXPECT_LT(timer.elapsed(), 6000); // half the time of the one below
+    EXPECT_EQ(boxes(), "");
+
+    const QString hangs = inRoot("xdg-open");
+    writeFile(hangs, "#!/bin/sh\nsleep 12\n");
+    ASSERT_TRUE(QFile::setPermissions(hangs, QFile::ReadOwner | QFile::ExeOwner));
+    qputenv("PATH", QFile::encodeName(game.root()) + ":/usr/bin:/bin");
+    timer.start();
+    click("cmdOpenFolder");
+    EXPECT_LT(timer.elapsed(), 6000);
+    EXPECT_TRUE(window->form().isEnabled());
     qputenv("PATH", path);
 }
 

@@ -1,6 +1,7 @@
-#include "tests/workspace/standIn.h"
+#include "tests/support/standIn.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -14,7 +15,7 @@ void put(const fs::path &file, const std::string &bytes) {
     std::ofstream(file, std::ios::binary) << bytes;
 }
 
-// What editors do to a file when their user saves it.
+// Saves a file as an editor would.
 void save(const std::string &manner, const fs::path &file) {
     const fs::path other = file.string() + ".other";
     if (manner == "by rename") {
@@ -31,19 +32,22 @@ void save(const std::string &manner, const fs::path &file) {
 
 } // namespace
 
-// Stands for a program of the user's: saves the file that it was given, in the manner that a file
-// beside it names, and writes down the command line that it was started with. Renamed when whole:
-// who waits for the record reads it at once.
+// Stands in for a program of the user: saves the file that it is given, in the manner that a file
+// beside it names, and records its command line beside itself or in the file that ORVEL_RECORD
+// names. The record gets its name when it is complete.
 int main(int, char **arguments) {
     const std::string self = arguments[0];
     const std::string line = ownCommandLine();
+    const char *named = std::getenv("ORVEL_RECORD");
+    const std::string record = named != nullptr ? named : self + ".started";
     std::string manner;
     std::getline(std::ifstream(self + ".manner"), manner);
     const bool later = manner == "later";
     if (!later)
         save(manner, fileOf(line));
-    put(self + ".part", line);
-    fs::rename(self + ".part", self + ".started");
+    put(record + ".state", inheritedState());
+    put(record + ".part", line);
+    fs::rename(record + ".part", record);
     if (later) {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         save(manner, fileOf(line));

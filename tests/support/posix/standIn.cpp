@@ -1,9 +1,11 @@
+#include "tests/support/standIn.h"
+
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <string>
+#include <iterator>
+#include <sstream>
+
 #include <unistd.h>
 
 namespace {
@@ -21,35 +23,30 @@ int ignoredOrBlockedSignals() {
     return count;
 }
 
-void recordState(const std::string &path) {
-    std::ofstream state(path);
+} // namespace
+
+// The arguments, the program first, each ended by a NUL.
+std::string ownCommandLine() {
+    std::ifstream stream("/proc/self/cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::filesystem::path fileOf(const std::string &commandLine) {
+    const std::string text = commandLine.substr(0, commandLine.size() - 1);
+    return text.substr(text.rfind('\0') + 1);
+}
+
+std::string inheritedState() {
+    std::ostringstream state;
     for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code error;
         const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
-        // The reading itself and the state file are its own.
-        if (!error && target.find("/fd") == std::string::npos && target != path)
+        if (!error && target.find("/fd") == std::string::npos) // the iterator's own
             state << "open " << target << '\n';
     }
     state << "signals " << ignoredOrBlockedSignals() << '\n'
           << "session " << getsid(0) << '\n'
           << "folder " << std::filesystem::current_path().string() << '\n'
           << "report " << (std::getenv("ORVEL_START_REPORT") != nullptr) << '\n';
-}
-
-} // namespace
-
-// Writes down what it was started as: the arguments, program included, each ended by a NUL, in the
-// file that ORVEL_RECORD names, which comes to be when all is written.
-int main(int count, char **arguments) {
-    const char *record = std::getenv("ORVEL_RECORD");
-    if (record == nullptr)
-        return 1;
-    const std::string path = record;
-    recordState(path + ".state");
-    {
-        std::ofstream out(path + ".part", std::ios::binary);
-        for (int i = 0; i < count; ++i)
-            out << arguments[i] << '\0';
-    }
-    return std::rename((path + ".part").c_str(), path.c_str());
+    return state.str();
 }

@@ -4,15 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 // Runs a step that must raise a runtime error of this number and source.
 template<typename Step>
-void expectError(platform::ErrorNumber number, const QString &source, const Step &step) {
+void expectError(platform::ErrorNumber number, const Step &step, const std::string &source = {}) {
     try {
         step();
         ADD_FAILURE() << "no error was raised";
     } catch (const platform::RuntimeError &error) {
-        EXPECT_EQ(error.number(), number);
-        EXPECT_EQ(error.source().toStdString(), source.toStdString());
+        EXPECT_EQ(static_cast<int>(error.number()), static_cast<int>(number)) << error.what();
+        EXPECT_EQ(error.source().toStdString(), source);
         EXPECT_FALSE(error.description().isEmpty());
     }
 }

@@ -1,4 +1,4 @@
-#include "tests/workspace/standIn.h"
+#include "tests/support/standIn.h"
 
 #include <windows.h>
 
@@ -11,10 +11,14 @@ std::string ownCommandLine() {
     return text;
 }
 
-// From its drive to the end: programs that take one file do not part it at its blanks.
+// From its drive to the end: programs that take one file do not split it at blanks.
 std::filesystem::path fileOf(const std::string &commandLine) {
     std::string text = commandLine.substr(commandLine.rfind(":\\") - 1);
     if (text.back() == '"')
         text.pop_back();
     return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+std::string inheritedState() {
+    return {};
 }

@@ -1,5 +1,0 @@
-set(own)
-if(ORVEL_SYSTEM STREQUAL posix)
-  set(own posix/modRegistryTest.cpp)
-endif()
-orvel_test(modRegistryTest SOURCES modRegistryTest.cpp ${own} LIBRARIES orvel_core)

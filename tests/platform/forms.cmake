@@ -1,1 +1,0 @@
-orvel_test(platformFormsTest SOURCES formsTest.cpp LIBRARIES orvel_forms orvel_test_main)
