@@ -324,7 +324,7 @@ def seconds(binaries, disk, scratch):
     and no edit in the same second is lost: the tests of that, run there."""
     environment = {**os.environ, "HOME": scratch, "TMPDIR": disk.path, "QT_QPA_PLATFORM": "offscreen"}
     os.makedirs(scratch)
-    for program, tests in (("files_test", "SweepTest.*"), ("packFaultsTest", "*Meanwhile*"),
+    for program, tests in (("files_test", "SweepTest.*"), ("vl2zip_test", "PackFaults.*DuringTheSave*"),
                            ("frmMainSaveTest", "*")):
         done = subprocess.run([os.path.join(binaries, program), "--gtest_filter=" + tests], check=False,
                               env=environment, stdout=subprocess.PIPE,

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "tests/support/files.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <map>
 #include <vector>
 
-// Archives as another tool, Python's zipfile, makes and reads them.
+// Archives written and read by Python's zipfile.
 
 struct ArchiveFile {
     QString name; // as stored, "/" between components; a folder ends in "/"
@@ -22,8 +24,7 @@ void makeLargeArchive(const QString &path, int count, int folders);
 // One file of incompressible bytes.
 void makeBigArchive(const QString &path, int megabytes);
 
-// What another tool reads: name and content, every CRC checked. A failure of the test where the
-// archive is not whole.
+// Name and content of each entry, every CRC checked. A damaged archive fails the test.
 std::map<QString, QByteArray> readArchive(const QString &path);
 
 // The names in stored order.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 
-// What tests ask of files and of their own process beyond the standard library.
+// Functions for files and for the own process that the standard library lacks.
 
 // A new folder among the temporary ones.
 std::filesystem::path makeScratchFolder();
@@ -26,5 +26,5 @@ bool setDosAttributes(const std::filesystem::path &file, int attributes);
 
 // Files and other things that this process holds open.
 std::size_t openHandles();
-// The most memory that this process ever used, in bytes.
+// The peak memory of this process, in bytes.
 std::uint64_t peakMemory();

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// A folder that is gone at the end of a test.
+// A folder that is removed at the end of a test.
 class TestFolder {
   public:
     TestFolder();
@@ -24,11 +24,13 @@ class TestFolder {
 void writeFile(const std::filesystem::path &file, const std::string &bytes);
 std::string readFile(const std::filesystem::path &file);
 
-// Path and content of all that is below a folder, nothing where there is none; folders end in "/",
-// links in "@".
+// Path and content of everything below a folder, if it exists; folders end in "/", links in "@".
 std::map<std::string, std::string> filesIn(const std::filesystem::path &folder);
 // The paths alone, in order.
 std::vector<std::string> namesIn(const std::filesystem::path &folder);
 
 // A file below tests/data.
 std::string dataFile(const std::string &name);
+
+// Name and content of each entry, from the output of "archives.py read".
+std::vector<std::pair<std::string, std::string>> filesOfListing(const std::string &output);

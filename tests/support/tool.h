@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-// What a program left behind: the exit code, and all that it printed.
+// The exit code and the output of a program.
 struct ToolRun {
     int code = -1;
     std::string output;
 };
 
-// Runs a program, found as the shell finds it, to its end. In a test that runs under Wine it is one
-// of the system outside, and whole paths among the arguments are told as that system names them.
+// Runs a program of the search path to its end. Under Wine it is a program of the host system, and
+// absolute paths among the arguments are translated to its names.
 ToolRun runTool(const std::vector<std::string> &words);

@@ -1,4 +1,6 @@
 #include "ziplib/common/orderedParallelFor.h"
+#include "tests/support/environment.h"
+#include "ziplib/common/threadPool.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +14,7 @@ using namespace ziplib; // NOLINT: the tests speak this language
 
 namespace {
 
-TEST(OrderedParallelFor, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
+TEST(OrderedParallelFor, ResultsAreTakenInOrderWithinTheMemoryBudget) {
     constexpr std::size_t kCount = 2000;
     constexpr std::uint64_t kBudget = 5000;
     // Threads, and the largest cost of an item.
@@ -56,6 +58,21 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
     EXPECT_THROW(orderedParallelFor(job, 4, 100), std::runtime_error);
     job.count = 0;
     EXPECT_TRUE(orderedParallelFor(job, 4, 100));
+}
+
+TEST(WorkerCount, ComesFromTheSettingOrTheEnvironmentOrTheMachine) {
+    setVariable("ORVEL_WORKERS", "");
+    const unsigned own = workerCount();
+    EXPECT_TRUE(own >= 1 && own <= 8) << own;
+    const std::pair<const char *, unsigned> rows[] = {{"3", 3}, {"99", 8}, {"nonsense", own}};
+    for (const auto &[text, expected] : rows) {
+        setVariable("ORVEL_WORKERS", text);
+        EXPECT_EQ(workerCount(), expected) << text;
+    }
+    setWorkerCount(2);
+    EXPECT_EQ(workerCount(), 2U);
+    setWorkerCount(0);
+    setVariable("ORVEL_WORKERS", "");
 }
 
 } // namespace
