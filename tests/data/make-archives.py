@@ -191,7 +191,7 @@ def one_entry(folder, name, entry, start=0, data=None):
     """An archive of one entry, with a hole of `start` bytes before it. `data` writes its data."""
     with open(os.path.join(folder, name + ".vl2"), "wb") as file:
         file.seek(start)
-        file.write(entry.stored)
+        file.write(entry.stored if data is None else entry.header())
         if data is not None:
             data(file)
         at, record = file.tell(), entry.record(0)

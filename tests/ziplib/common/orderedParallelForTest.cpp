@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -73,6 +74,23 @@ TEST(WorkerCount, ComesFromTheSettingOrTheEnvironmentOrTheMachine) {
     EXPECT_EQ(workerCount(), 2U);
     setWorkerCount(0);
     setVariable("ORVEL_WORKERS", "");
+}
+
+TEST(MemoryBudgets, AreNeverExceeded) {
+    MemoryBudget budget(100);
+    std::atomic<int> held{0};
+    std::vector<std::jthread> threads(8);
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        // One of them takes more than there is.
+        threads[i] = std::jthread([&, size = i == 0 ? 1000 : 30] {
+            for (int round = 0; round < 200; ++round) {
+                const MemoryBudget::Share share(budget, static_cast<std::size_t>(size));
+                EXPECT_LE(held += std::min(size, 100), 100);
+                std::this_thread::sleep_for(std::chrono::microseconds(20));
+                held -= std::min(size, 100);
+            }
+        });
+    }
 }
 
 } // namespace
