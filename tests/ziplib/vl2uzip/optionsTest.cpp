@@ -55,23 +55,20 @@ TEST(Names, ChooseEntriesThemselvesOrByWildcard) {
 TEST(Names, ArePatternsOnlyIfNoEntryHasThem) {
     // In the narrow code page, which may have "?" in place of these letters.
     const std::string cyrillic = platform::narrowFromUtf8("Юя.txt");
-    const std::pair<std::string, Paths> rows[] = {
-        {"a?.txt", {"a?.txt"}},
-        {"?b.txt", {"ab.txt"}},
-        {"a?.tx?", {"a?.txt", "ab.txt"}},
-        {cyrillic, {cyrillic}},
-        {"*", {"a?.txt", "ab.txt", cyrillic}},
-    };
+    const std::pair<std::string, Paths> rows[] = {{"a?.txt", {"a?.txt"}},
+                                                  {"?b.txt", {"ab.txt"}},
+                                                  {"a?.tx?", {"a?.txt", "ab.txt"}},
+                                                  {cyrillic, {cyrillic}},
+                                                  {"*", {"a?.txt", "ab.txt", cyrillic}}};
     for (const auto &[name, entries] : rows) {
-        SCOPED_TRACE(name);
         UnzipCall call;
         call.wanted = {name};
         EXPECT_EQ(call.list("archives/wildcards"), 0);
-        EXPECT_EQ(call.listedPaths(), entries);
+        EXPECT_EQ(call.listedPaths(), entries) << name;
         UnzipCall others;
         others.unwanted = {name};
         EXPECT_EQ(others.list("archives/wildcards"), 0);
-        EXPECT_EQ(others.listed.size(), 3 - entries.size());
+        EXPECT_EQ(others.listed.size(), 3 - entries.size()) << name;
     }
 }
 
