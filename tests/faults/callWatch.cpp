@@ -1,24 +1,24 @@
-// Loaded before the C library: counts the calls of a process that change a watched folder, writes
-// them down, and ends or holds the process in front of one of them.
+// Preloaded before the C library: counts and logs the calls of a process that change a watched
+// folder, and kills or stops the process before one of them, or makes it fail.
 //
 //   WATCH_FOLDER   calls on paths and descriptors below this folder count
-//   WATCH_LOG      a file that gets one line a call: number, name, path
-//   WATCH_KILL     the number (from 1) of the call that never happens: SIGKILL comes before it, in
-//                  a write after half of it
+//   WATCH_LOG      a file that gets one line for each call: number, name, path
+//   WATCH_KILL     the number (from 1) of the call before which the process is killed; a write is
+//                  done by half
 //   WATCH_STOP     the number of the call before which the process stops until SIGCONT
 //   WATCH_FAIL     the number of the call that fails instead, with the error number of WATCH_ERRNO
-//   WATCH_LACKS    what the disk cannot do: " nameless " files, " linkat ", " renameat2 ", and
-//                  " local ": it is one of another machine
+//   WATCH_LACKS    features that the disk lacks: " nameless " files, " linkat ", " renameat2 ", and
+//                  " local ": it is a network share
 //                  " locks ", or " read-locks ": of files that are open for reading only
-//                  " times ", or " one-time " without the other: they are dropped without a word
-//                  " room ": writes are lost, and only a sync says so, with EIO
+//                  " times ", or " one-time " without the other: they are dropped without an error
+//                  " room ": writes are lost, and only a sync fails, with EIO
 //                  " open-rename ": a renaming over an archive that this process has open fails and
 //                  takes the archive with it when it is closed
 //                  " held-rename ": the first renaming over an archive fails and takes it at
 //                  once; " any-rename ": all others to its name fail, too
 //                  Each between blanks.
-//   WATCH_THREADS  where it is "none", no thread can be started, but for those of Qt: it waits for
-//                  threads that it never got
+//   WATCH_THREADS  "none": no thread can be started, except by Qt, which waits for its threads
+//                  whether they started or not
 
 #include <atomic>
 #include <cerrno>
@@ -93,7 +93,7 @@ std::string pathOf(int folder, const char *name) {
     return name[0] == '/' ? std::string(name) : pathOf(folder) + "/" + name;
 }
 
-// Counts one call. True where it shall fail; where it shall be the last one, `half` is done first.
+// Counts one call. True if it must fail; before a kill, `half` is done.
 template<typename Half>
 bool counted(const char *name, const std::string &path, Half half) {
     const Settings &wanted = settings();
@@ -124,14 +124,14 @@ bool counted(const char *name, const std::string &path) {
 
 bool lacking(const char *what) {
     static const char *const list = getenv("WATCH_LACKS");
-    // In blanks: one call's name may be the beginning of another's.
+    // With blanks around it: the name of a call may be the start of another one's.
     if (list == nullptr || std::strstr(list, (std::string(" ") + what + ' ').c_str()) == nullptr)
         return false;
     errno = EINVAL;
     return true;
 }
 
-// The file that a refused renaming took, and whether it is still to go.
+// The file that a refused rename deleted, or is to delete when it is closed (`doomed`).
 std::string taken;
 std::atomic<bool> doomed{false};
 
@@ -142,7 +142,7 @@ bool isOpenHere(const std::string &path) {
     return false;
 }
 
-// True where a renaming to this path, an archive's, is refused.
+// True if a rename to this path, of an archive, is refused.
 bool refused(const char *name, const std::string &path) {
     constexpr std::string_view kEnd = ".vl2";
     if (std::strncmp(name, "rename", 6) != 0 || path.size() < kEnd.size() ||
@@ -171,7 +171,7 @@ Function next(const char *name) {
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the parameters are lists with parentheses of their own
 
-// One line a call: its parameters, the path that it changes, how it goes on.
+// One line for each call: its parameters, the path that it changes, the arguments passed on.
 #define WATCHED(result, name, parameters, path, arguments)                                         \
     extern "C" result name parameters {                                                            \
         static const auto real = next<result(*) parameters>(#name);                                \

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Stops the program in front of each of its file calls, or makes each of them fail, and looks at
-what is on the disk.
+"""Kills the program before each of its file calls, or makes each of them fail, and checks what is
+on the disk.
 
     faults.py TEST BINARIES SCRATCH
     TEST: kill-save, kill-save-large, kill-save-share, kill-save-held, kill-extract,
           kill-extract-poor, kill-settings, fail-save, fail-extract, disks, order, watched
 
-Ends with 0 where every point held; says how many points were tried.
+Exits with 0 if every point passed; prints how many points were tried.
 """
 
 import errno
@@ -20,69 +20,90 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,  # noqa: E402
                  main, read_tree, was_killed, write_files)
 
-# Something before the archive, and a file that is too large to be packed in memory.
+# Data before the archive, and a file of more than 16 MiB, which is not packed in memory.
 LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
-         "more": {"scripts/large.cs": b"echo(\"one of very many lines\");\r\n" * 600_000}}
+         "more": {"scripts/large.cs": b"echo(\"%060d\");\r\n" % 0 * 250_000}}
 
-# A disk that can do no more than the simplest.
+# A file system without unnamed files, hard links and exclusive renames.
 POOR = {"lacks": " nameless linkat renameat2 "}
-# A disk of another machine, on which a program may have the archive open, too.
+# A network share, on which another program may have the archive open.
 SHARE = {"lacks": " local open-rename read-locks "}
 HELD = {"lacks": " local held-rename renameat2 "}
 
 
 def prepared(binaries, scratch, **options):
+    """A job to save; the archive's bytes before and after an undisturbed save, and its calls."""
     job = Job(binaries, scratch, **options)
     job.extract_and_edit()
     job.freeze()
     old = job.bytes_of_archive()
     calls = job.calls_of("save")
-    new = job.bytes_of_archive()
     check(archive_content(job.archive) == job.wanted, "an undisturbed save left another content")
-    check(old != new, "the save changed nothing")
-    return job, old, new, calls
+    check(old != job.bytes_of_archive(), "the save changed nothing")
+    return job, old, job.bytes_of_archive(), calls
 
 
-def kill_save(binaries, scratch, before=lambda: None, after=lambda: None, **options):
-    """`before` and `after` are what happens to the disk around each run."""
+def kills(number):
+    return {"kill": number}
+
+
+def failures(error):
+    return lambda number: {"fail": number, "errno": error}
+
+
+def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lambda: None, **options):
+    """A save with each fault at each call: the archive is the old or the new one, every edit is in it
+    or in the work folder, the user is told which, and the next save succeeds. `before` and `after`
+    are what happens to the disk around each run."""
     job, old, new, calls = prepared(binaries, scratch, **options)
-    outcomes = {"old": 0, "new": 0}
-    # Behind the last call the program comes to its end.
-    for number, where in job.points([*calls, ("end", "")]):
-        before()
-        done = job.steps("save", watch={"kill": number}, must=False)
-        check(was_killed(done) or done.returncode == 0, where, done.stdout, done.stderr)
-        after()
-        job.name_kept()
-        now = job.bytes_of_archive()
-        check(now in (old, new), where, "the archive is neither the old nor the new one")
-        outcomes["old" if now == old else "new"] += 1
-        job.edits_are_somewhere(where)
-        check(now == new or job.is_extracted(), where, "work folder not recognised")
-        job.save_again(where)
-    check(outcomes["old"] > 3 and outcomes["new"] > 3, "too few points reached:", outcomes)
+    outcomes = {old: 0, new: 0}
+    for fault in faults or [kills]:
+        # After the last call the program comes to its end.
+        for number, where in job.points([*calls, ("end", "")]):
+            watch = fault(number)
+            where = "%s %s" % (watch, where)
+            before()
+            done = job.steps("save", watch=watch, must=False)
+            after()
+            job.name_kept()
+            now = job.bytes_of_archive()
+            check(now in outcomes, where, "the archive is neither the old nor the new one")
+            outcomes[now] += 1
+            job.edits_are_somewhere(where)
+            if not was_killed(done):
+                check(done.returncode == 0, where, done.stdout, done.stderr)
+                success = "was created successfully" in done.stdout
+                check(success != ("error:" in done.stdout), where, "unclear outcome:", done.stdout)
+                check(now == new or not success, where, "reported a success, archive is the old one")
+                check(success or job.edits.items() <= read_tree(job.work).items(), where,
+                      "reported a failure, work folder not kept")
+            recognised = job.save_again(where)
+            check(now == new or recognised, where, "work folder not recognised")
+    check(min(outcomes.values()) > 3, "too few points reached:", outcomes.values())
     print("%d points, archive old after %d, new after %d" % (len(calls) + 1, *outcomes.values()))
 
 
-def kill_extract(binaries, scratch, **disk):
+def interrupted_extractions(binaries, scratch, *faults, **disk):
+    """An extraction with each fault at each call: each file is whole or not there, the archive as it
+    was, and the next extraction is whole."""
     job = Job(binaries, scratch, **disk)
     job.freeze()
     calls = job.calls_of("extract")
     check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
     killed = 0
-    for number, where in job.points(calls):
-        killed += was_killed(job.steps("extract", watch={"kill": number}, must=False))
-        for name, content in job.extracted().items():
-            check(content == ENTRIES.get(name), where, "half a file:", name)
-        if "state: listed" in job.steps("state").stdout:
-            job.steps("extract")
-            check(job.extracted() == ENTRIES, where, "the next extraction is not whole")
-        job.steps("save")
-        check(archive_content(job.archive) == ENTRIES, where, "the archive changed")
-        job.nothing_left(where)
-    check(killed > len(ENTRIES), "too few points reached:", killed)
-    print("%d points, %d reached" % (len(calls), killed))
+    for fault in faults:
+        for number, where in job.points(calls):
+            watch = fault(number)
+            where = "%s %s" % (watch, where)
+            done = job.steps("extract", watch=watch, must=False)
+            killed += was_killed(done)
+            check(was_killed(done) or done.returncode == 0, where, done.stdout, done.stderr)
+            for name, content in job.extracted().items():
+                check(content == ENTRIES.get(name), where, "half a file:", name)
+            job.extract_again(where)
+    check(killed > len(ENTRIES) or kills not in faults, "too few points reached:", killed)
+    print("%d points, %d faults each" % (len(calls), len(faults)))
 
 
 def kill_settings(binaries, scratch):
@@ -105,74 +126,36 @@ def kill_settings(binaries, scratch):
     print("%d points" % len(calls))
 
 
-def fail_save(binaries, scratch):
-    job, old, new, calls = prepared(binaries, scratch)
-    told = 0
-    for error in (errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES):
-        for number, where in job.points(calls):
-            where = errno.errorcode[error] + " " + where
-            said = job.steps("save", watch={"fail": number, "errno": error}).stdout
-            now = job.bytes_of_archive()
-            check(now in (old, new), where, "the archive is neither the old nor the new one")
-            job.edits_are_somewhere(where)
-            success = "was created successfully" in said
-            check(success != ("error:" in said), where, "unclear outcome:", said)
-            check(now == new or not success, where, "success told, archive is the old one")
-            check(success or job.edits.items() <= read_tree(job.work).items(), where,
-                  "failure told, work folder not kept")
-            told += not success
-            job.save_again(where)
-    check(told > 3, "too few failures reached the user:", told)
-    print("%d calls, four errors each, %d told to the user" % (len(calls), told))
-
-
-def fail_extract(binaries, scratch):
-    job = Job(binaries, scratch)
-    job.freeze()
-    calls = job.calls_of("extract")
-    for error in (errno.EIO, errno.ENOSPC):
-        for number, where in job.points(calls):
-            where = errno.errorcode[error] + " " + where
-            job.steps("extract", watch={"fail": number, "errno": error})
-            for name, content in job.extracted().items():
-                check(content == ENTRIES.get(name), where, "half a file:", name)
-            if job.is_extracted():
-                job.steps("save")
-            check(archive_content(job.archive) == ENTRIES, where, "the archive changed")
-    print("%d calls, two errors each" % len(calls))
-
-
 def disks(binaries, scratch):
-    """A save on disks that lack something: it succeeds all the same, or else says what the user
-    must know, and the archive is whole under its name or under the one that is told. An extracted
-    file has its entry's time."""
+    """A save on disks that lack a feature succeeds, or reports the cause, and the archive is whole
+    under its name or under the reported one. An extracted file has its entry's time."""
     saved, kept, full = "was created successfully", "was kept as ", "the disk has no room for it: "
     rows = [
         ("no locks", " locks ", saved),
         ("no locks, of another machine", " local locks ", saved),
         ("no locks without the right to write", " read-locks ", saved),
-        ("a name that is lost and given back", " open-rename ", saved),
-        ("a name that is lost for good", " held-rename any-rename ", kept),
+        ("an archive lost by a refused rename", " open-rename ", saved),
+        ("an archive that cannot be renamed back", " held-rename any-rename ", kept),
         ("the same, of another machine", " local held-rename any-rename ", kept),
-        ("room that is not there", " room ", full),
+        ("room that was promised but is missing", " room ", full),
     ]
     job = Job(binaries, scratch)
     job.extract_and_edit()
     write_files(job.base, {"other.vl2": job.bytes_of_archive()})
     job.freeze()
-    for where, lacks, told in rows:
+    for where, lacks, outcome in rows:
         job.reset()
         before = archive_content(job.archive)
         said = job.steps("save", watch={"lacks": lacks}).stdout
-        check(told in said, where, "not told:", said)
-        if told == kept:
+        check(outcome in said, where, "not reported:", said)
+        if outcome == kept:
             found, = job.kept()
-            check(not os.path.exists(job.archive) and found in said, where, "not told where:", said)
-            # Nor does a save of another archive remove it.
+            check(not os.path.exists(job.archive) and found in said, where, "not reported where:", said)
+            # A save of another archive does not remove it.
             job.run("jobDriver", "Other", "extract", "save")
             job.name_kept()
         check(not job.kept(), where, "left", job.kept())
-        check(archive_content(job.archive) == (before if told == full else job.wanted), where,
+        check(archive_content(job.archive) == (before if outcome == full else job.wanted), where,
               "the archive holds something else")
         job.edits_are_somewhere(where)
         job.save_again(where)
@@ -184,8 +167,8 @@ def disks(binaries, scratch):
 
 
 def order(binaries, scratch):
-    """The new archive's data is durable before it gets the name, the name is durable before the
-    first file of the work folder goes."""
+    """The new archive is synced before it is renamed, and its folder before the first file of the work
+    folder is deleted."""
     job, _, _, calls = prepared(binaries, scratch)
 
     def places(names, wanted):
@@ -212,7 +195,7 @@ CHANGING = ("write pwrite64 writev pwritev copy_file_range sendfile ftruncate tr
 
 
 def watched(binaries, scratch):
-    """Every call that changes something on the disk is one that the other tests stop at."""
+    """Every call that changes something on the disk is one that the other tests interrupt."""
     log = os.path.join(scratch, "strace.log")
     for step in ("extract", "save"):
         job = Job(binaries, scratch)
@@ -236,13 +219,16 @@ def watched(binaries, scratch):
 
 
 if __name__ == "__main__":
-    main(__doc__, {"kill-save": kill_save,
-                   "kill-save-large": lambda *where: kill_save(*where, **LARGE),
-                   "kill-save-share": lambda *where: kill_save(*where, **SHARE),
-                   "kill-save-held": lambda *where: kill_save(*where, **HELD),
-                   "kill-extract": kill_extract,
-                   "kill-extract-poor": lambda *where: kill_extract(*where, **POOR),
-                   "kill-settings": kill_settings,
-                   "fail-save": fail_save, "fail-extract": fail_extract,
-                   "disks": disks, "order": order,
-                   "watched": watched})
+    save, extract = interrupted_saves, interrupted_extractions
+    main(__doc__, {
+        "kill-save": save,
+        "kill-save-large": lambda *where: save(*where, **LARGE),
+        "kill-save-share": lambda *where: save(*where, **SHARE),
+        "kill-save-held": lambda *where: save(*where, **HELD),
+        "kill-extract": lambda *where: extract(*where, kills),
+        "kill-extract-poor": lambda *where: extract(*where, kills, **POOR),
+        "kill-settings": kill_settings,
+        "fail-save": lambda *where: save(*where, *map(failures, (
+            errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES))),
+        "fail-extract": lambda *where: extract(*where, *map(failures, (errno.EIO, errno.ENOSPC))),
+        "disks": disks, "order": order, "watched": watched})

@@ -7,9 +7,9 @@ import subprocess
 import sys
 import zipfile
 
-SKIPPED = 77  # what a test ends with where the machine cannot make its fault
+SKIPPED = 77  # exit code if the machine cannot make a fault
 
-# Where mkfs and others like it are, which is not on every user's path.
+# For mkfs and others, which are not on every user's path.
 os.environ["PATH"] += ":/usr/sbin:/sbin"
 
 PROGRAM_KEY = r"SOFTWARE\Voxhollow\Game Editors\Tribes2\Orvel"
@@ -36,7 +36,7 @@ def check(condition, *text):
 
 
 def not_made(faults):
-    """Says which faults could not be made. scripts/test repeats the line at its end."""
+    """Prints which faults could not be made, for the list at the end of scripts/test."""
     if faults:
         print("refused by this machine:" if os.geteuid() == 0 else "needs root:", ", ".join(faults))
     return SKIPPED if faults else 0
@@ -58,7 +58,7 @@ def write_files(root, files):
 
 
 def read_tree(root):
-    """Every file below a folder by its relative path; none where there is no folder."""
+    """Every file below a folder by its relative path; none if the folder is missing."""
     found = {}
     for parent, _, names in os.walk(root):
         for name in names:
@@ -69,17 +69,15 @@ def read_tree(root):
 
 
 def archive_content(path):
+    """The entries of an archive by name; raises where a checksum is wrong."""
     with zipfile.ZipFile(path) as archive:
-        bad = archive.testzip()
-        if bad:
-            raise AssertionError("damaged entry %s in %s" % (bad, path))
         return {info.filename: archive.read(info) for info in archive.infolist()}
 
 
 class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
     `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
-    `more` are edits beside the usual ones, `lacks` is what the disk cannot do."""
+    `more` are edits beside the usual ones, `lacks` are features that the disk lacks."""
 
     def __init__(self, binaries, root, front=b"", more=None, lacks=None):
         self.binaries, self.root = binaries, root
@@ -96,7 +94,7 @@ class Job:
         shutil.rmtree(root, ignore_errors=True)
         os.makedirs(self.base)
         os.makedirs(self.config)
-        # What the font library keeps is none of the program's files.
+        # The cache of the font library is outside of the watched folder.
         self.env = dict(os.environ, XDG_CONFIG_HOME=self.config, HOME=self.live,
                         XDG_CACHE_HOME=os.path.join(root, "cache"),
                         XDG_DATA_HOME=os.path.join(self.live, "data"),
@@ -129,7 +127,7 @@ class Job:
                                 stderr=subprocess.PIPE, text=True, **options)
 
     def run(self, program, *arguments, must=True, **options):
-        """Runs a program to its end, which must be a good one."""
+        """Runs a program to its end; its exit code must be 0 if `must`."""
         with self.start(program, *arguments, **options) as process:
             try:
                 out, errors = process.communicate(timeout=120)
@@ -161,11 +159,11 @@ class Job:
 
     def freeze(self):
         shutil.rmtree(self.frozen, ignore_errors=True)
-        subprocess.run(["cp", "-a", self.live, self.frozen], check=True)
+        shutil.copytree(self.live, self.frozen)
 
     def reset(self):
         shutil.rmtree(self.live)
-        subprocess.run(["cp", "-a", self.frozen, self.live], check=True)
+        shutil.copytree(self.frozen, self.live)
 
     def calls_of(self, run, **watch):
         """The watched calls of one undisturbed run, a step or a function: (name, path) pairs."""
@@ -178,18 +176,18 @@ class Job:
             return [tuple(line.rstrip("\n").split(" ", 2)[1:]) for line in file]
 
     def points(self, calls):
-        """The number of each call and what to say about it, each time with the disk put back."""
+        """The number and a description of each call, each time with the disk reset."""
         for number, (name, path) in enumerate(calls, 1):
             self.reset()
             yield number, "at call %d (%s %s):" % (number, name, path)
 
     def kept(self):
-        """The new archives that are kept beside the one whose name they did not get."""
+        """New archives that could not be renamed to the name of the old one."""
         return [os.path.join(self.base, name) for name in sorted(os.listdir(self.base))
                 if name.startswith("job.vl2.")]
 
     def name_kept(self):
-        """What a person does who finds no archive under its name."""
+        """Renames the kept archive as a user would, if there is no archive under its name."""
         if not os.path.exists(self.archive):
             kept, = self.kept()
             os.rename(kept, self.archive)
@@ -212,17 +210,28 @@ class Job:
         for name, content in ENTRIES.items():
             check(name in self.edits or packed.get(name) == content, where, "damaged", name)
 
-    def is_extracted(self):
-        """What a new start says about the work folder."""
-        return "state: extracted" in self.steps("state").stdout
-
     def save_again(self, where):
-        """What a person does after a fault: start, pick, extract where nothing is, save."""
-        done = self.steps(*([] if self.is_extracted() else ["extract"]), "save")
-        check("error:" not in done.stdout, where, "second save failed:", done.stdout)
+        """What a user does after a fault: start, select the archive, extract if it is not
+        extracted, save. Returns whether the work folder was recognised as extracted."""
+        done = self.steps("ready", "save").stdout
+        check("error:" not in done, where, "second save failed:", done)
         check(archive_content(self.archive) == self.wanted, where,
               "second save left another content")
         self.nothing_left(where)
+        return "state: extracted" in done
+
+    def extract_again(self, where, whole=True):
+        """The same for an extraction: if nothing was extracted, all is (`whole`: to the last byte),
+        and a save without an edit leaves every entry as it was. Returns its output."""
+        process = self.start("jobDriver", "Job", "ready", "pause", "save")
+        said = until_pause(process)
+        check("state: extracted\n" in said or not whole or self.extracted() == ENTRIES, where,
+              "the next extraction is not whole")
+        go(process)
+        done = ended(process, where)
+        check(archive_content(self.archive) == ENTRIES, where, "the archive changed:", done)
+        self.nothing_left(where)
+        return done
 
     def nothing_left(self, where):
         left = [name for name in read_tree(self.live)
@@ -231,7 +240,7 @@ class Job:
 
 
 def until_pause(process):
-    """What the driver says up to its next pause."""
+    """The lines that the driver prints up to its next pause."""
     said = []
     while (line := process.stdout.readline()) and not line.startswith("pause:"):
         said.append(line)
@@ -246,7 +255,7 @@ def go(process):
 
 
 def ended(process, where):
-    """What the driver says up to its end, which must be a good one."""
+    """The output of the driver, which must end with 0."""
     out, errors = process.communicate(timeout=120)
     check(process.returncode == 0, where, "ended with", process.returncode, out, errors)
     return out

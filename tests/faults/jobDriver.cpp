@@ -1,11 +1,12 @@
 // Drives the real main window through steps given as words, without a display: for tests that stop
 // the program or make its calls fail.
 //
-//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, state, pause
+//   jobDriver ARCHIVE STEP...   STEP: extract, save, ready, pause
 //
-// A pause lasts until a line is read from the standard input. ARCHIVE is the name as the drop-down
-// shows it. Message boxes are answered with OK and printed, as is the status line after each step.
-// Ends with 3 where a step's button is disabled.
+// The step "ready" prints whether the archive is extracted, and extracts it if not. A pause lasts
+// until a line is read from the standard input. ARCHIVE is the name as the drop-down shows it.
+// Message boxes are answered with OK and printed, as is the status line after each step. Ends with
+// 3 where a step's button is disabled.
 
 #include "platform/forms.h"
 #include "workspace/frmMain.h"
@@ -26,25 +27,18 @@ void say(const char *what, const QString &text) {
 }
 
 bool take(QWidget &window, const QString &step) {
-    static const QHash<QString, QString> buttons{
-        {QStringLiteral("extract"), QStringLiteral("cmdExtract")},
-        {QStringLiteral("save"), QStringLiteral("cmdSaveChanges")},
-        {QStringLiteral("cancel"), QStringLiteral("cmdCancel")}};
     if (step == QStringLiteral("pause")) {
         say("pause", QString());
         return std::getchar() != EOF;
     }
-    if (step == QStringLiteral("state")) {
-        const bool extracted =
-            window.findChild<QPushButton *>(QStringLiteral("cmdSaveChanges"))->isEnabled();
-        const bool listed =
-            window.findChild<QPushButton *>(QStringLiteral("cmdExtract"))->isEnabled();
-        say("state", extracted ? QStringLiteral("extracted")
-                     : listed  ? QStringLiteral("listed")
-                               : QStringLiteral("nothing"));
-        return true;
+    if (step == QStringLiteral("ready")) {
+        const auto *save = window.findChild<QPushButton *>(QStringLiteral("cmdSaveChanges"));
+        say("state", save->isEnabled() ? QStringLiteral("extracted") : QStringLiteral("listed"));
+        return save->isEnabled() || take(window, QStringLiteral("extract"));
     }
-    auto *button = window.findChild<QPushButton *>(buttons.value(step));
+    auto *button = window.findChild<QPushButton *>(step == QStringLiteral("save")
+                                                       ? QStringLiteral("cmdSaveChanges")
+                                                       : QStringLiteral("cmdExtract"));
     if (button == nullptr || !button->isEnabled())
         return false;
     QTest::mouseClick(button, Qt::LeftButton);

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Takes the power from a disk in front of each of the program's file calls: the process is killed
-and the file system shut down at once, with what was not synced lost.
+"""Simulates a power cut before each of the program's file calls: the process is killed and the file
+system shut down at once, which loses what was not synced.
 
     powercut.py save | extract | extract-timeless BINARIES SCRATCH
 
-Ends with 0 where every point held, with 77 where this machine has no such disk; says how many points
+Exits with 0 if every point passed, with 77 if this machine has no such disk; prints how many points
 were tried.
 """
 
@@ -16,12 +16,12 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from faults import kill_save  # noqa: E402
-from job import ENTRIES, Job, archive_content, check, main, not_made, read_tree  # noqa: E402
+from faults import interrupted_saves  # noqa: E402
+from job import ENTRIES, Job, check, main, not_made, read_tree  # noqa: E402
 
 SHUT_DOWN = 0x8004587D
-# With the journal written to the end, names are there whose data is not; without, all since the last
-# sync is gone.
+# If the journal is written to its end, names exist whose data was not written; otherwise all since the
+# last sync is lost.
 WITH_JOURNAL, WITHOUT_JOURNAL = 1, 2
 
 
@@ -54,7 +54,7 @@ class Disk:
         self.command("sync", "-f", self.path)
 
     def cut(self, how):
-        """The power goes, and comes back."""
+        """A power cut and a restart."""
         folder = os.open(self.path, os.O_RDONLY)
         try:
             fcntl.ioctl(folder, SHUT_DOWN, struct.pack("I", how))
@@ -83,7 +83,7 @@ def on_disk(*options):
 @on_disk()
 def save(binaries, disk, scratch):
     for how in (WITH_JOURNAL, WITHOUT_JOURNAL):
-        kill_save(binaries, scratch, before=disk.sync, after=lambda how=how: disk.cut(how))
+        interrupted_saves(binaries, scratch, before=disk.sync, after=lambda how=how: disk.cut(how))
 
 
 def cut_extraction(binaries, disk, scratch, lacks=None):
@@ -96,25 +96,21 @@ def cut_extraction(binaries, disk, scratch, lacks=None):
         job.steps("extract", watch={"kill": number}, must=False)
         disk.cut(WITH_JOURNAL)
         cut_off += sum(content != ENTRIES.get(name) for name, content in read_tree(job.work).items())
-        if not job.is_extracted():
-            job.steps("extract")
-        done = job.steps("save").stdout
-        check(archive_content(job.archive) == ENTRIES, where, "the archive changed:", done)
-        check("error:" in done or not read_tree(job.work), where, "files stay unsaid:", done)
-        job.nothing_left(where)
+        done = job.extract_again(where, whole=False)
+        check("error:" in done or not read_tree(job.work), where, "files stay unreported:", done)
     print("%d points, %d files cut off" % (len(calls), cut_off))
     return cut_off
 
 
 @on_disk()
 def extract(*where):
-    """Files that were not on the disk yet do not get into the archive as what is left of them."""
+    """Files that were cut off, since they were not synced, do not replace their entries."""
     check(cut_extraction(*where) > len(ENTRIES), "no file was ever cut off, nothing was tested")
 
 
 @on_disk()
 def extract_timeless(*where):
-    """On a disk that loses the times by which such files are known, there are none."""
+    """On a disk that loses the times by which cut files are recognised, no file is cut off."""
     check(cut_extraction(*where, lacks=" times ") == 0, "a file was cut off")
 
 

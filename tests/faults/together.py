@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
-"""Two programs work on the same archive at once: the second one starts its step while the first
-stands still in front of each of its file calls; before a save's, a file is edited meanwhile.
+"""Two programs work on the same archive at once: the second one starts its step while the first is
+stopped before each of its file calls; before a save by the second, a file is edited.
 
     together.py save | save-share | extract BINARIES SCRATCH
 
-Ends with 0 where every point held; says how many points were tried.
+Exits with 0 if every point passed; prints how many points were tried.
 """
 
+import collections
+import contextlib
+import glob
 import os
 import signal
 import sys
@@ -18,39 +21,50 @@ from job import (ENTRIES, Job, archive_content, check, ended, go, main,  # noqa:
                  read_tree, write_files)
 
 LATE = {"scripts/client.cs": b"// edited while the first one saved\r\n" * 33}
-PATIENCE = 0.3  # seconds that the second one gets before the first goes on
+PATIENCE = 1.0  # seconds in which the second one must have ended or be waiting for the first
 
 
-def until(condition, where):
-    end = time.monotonic() + 60
+def until(condition, seconds):
+    """Whether the condition becomes true in time."""
+    end = time.monotonic() + seconds
     while not condition():
-        check(time.monotonic() < end, where, "waited in vain")
+        if time.monotonic() > end:
+            return False
         time.sleep(0.002)
+    return True
 
 
-def stands_still(process):
-    with open("/proc/%d/stat" % process.pid, encoding="utf-8") as file:
-        return file.read().rsplit(")", 1)[1].split()[0] == "T"
+def states(process):
+    """The states of all threads of a process, as letters; "" once it has ended."""
+    found = ""
+    for thread in glob.glob("/proc/%d/task/*/stat" % process.pid):
+        with contextlib.suppress(OSError), open(thread, encoding="utf-8") as file:
+            found += file.read().rsplit(")", 1)[1].split()[0]
+    return found
 
 
-def both(job, step, number, where, meanwhile=lambda: None):
-    """What the first and the second one say in the end."""
+def both(job, step, number, where, edit=lambda: None):
+    """The output of the first and of the second one."""
     first = job.paused(step, watch={"stop": number})
     second = job.paused(step)
     go(first)
-    until(lambda: stands_still(first), where)
-    meanwhile()
+    check(until(lambda: "T" in states(first), 60), where, "did not stop")
+    edit()
+    looks = collections.deque(maxlen=15)
     go(second)
-    end = time.monotonic() + PATIENCE
-    while second.poll() is None and time.monotonic() < end:
-        time.sleep(0.002)
+
+    def waits():
+        looks.append(set(states(second)) <= {"S"})
+        return second.poll() is not None or (all(looks) and len(looks) == looks.maxlen)
+
+    until(waits, PATIENCE)
     os.kill(first.pid, signal.SIGCONT)
     return ended(first, where), ended(second, where)
 
 
 def save(binaries, scratch, **options):
-    """Every edit is in the archive or in the work folder, each one hears what became of its save,
-    and nothing is mixed."""
+    """Every edit is in the archive or in the work folder, each program reports the outcome of its
+    save, and nothing is mixed."""
     job = Job(binaries, scratch, **options)
     job.extract_and_edit()
     job.freeze()
@@ -58,24 +72,24 @@ def save(binaries, scratch, **options):
     check(len(calls) > len(ENTRIES), "too few calls seen:", calls)
     job.edits.update(LATE)
     job.wanted.update(LATE)
-    told = {(True, True): 0, (True, False): 0, (False, True): 0}
+    seen = {(True, True): 0, (True, False): 0, (False, True): 0}
     for number, where in job.points(calls):
         where = "second save " + where
         results = []
-        for said in both(job, "save", number, where, lambda: write_files(job.work, LATE)):
-            results.append("was created successfully" in said)
-            check(results[-1] != ("error: Job.vl2 was not saved" in said), where, "unclear:", said)
+        for output in both(job, "save", number, where, lambda: write_files(job.work, LATE)):
+            results.append("was created successfully" in output)
+            check(results[-1] != ("error: Job.vl2 was not saved" in output), where, "unclear:", output)
         check(any(results), where, "neither saved")
-        told[tuple(results)] += 1
+        seen[tuple(results)] += 1
         job.edits_are_somewhere(where)
         check(set(ENTRIES) <= set(archive_content(job.archive)), where, "an entry is gone")
         job.save_again(where)
     print("%d points: both saved at %d, the first alone at %d, the second alone at %d" % (
-        len(calls), *told.values()))
+        len(calls), *seen.values()))
 
 
 def extract(binaries, scratch):
-    """The work folder is whole, whoever wrote which file of it."""
+    """The work folder is whole, whichever program wrote a file."""
     job = Job(binaries, scratch)
     job.freeze()
     calls = job.calls_of("extract")
@@ -86,7 +100,7 @@ def extract(binaries, scratch):
 
 
 if __name__ == "__main__":
-    # There the archive's own lock is lost with the archive that is replaced.
+    # On a share, the lock on the archive is lost with the archive that is replaced.
     share = {"lacks": " local open-rename read-locks "}
     main(__doc__, {"save": save, "save-share": lambda *where: save(*where, **share),
                    "extract": extract})

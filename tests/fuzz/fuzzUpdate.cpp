@@ -37,8 +37,8 @@ std::string fill(std::uint8_t seed) {
 
 } // namespace
 
-// A file that was just written is given time to age before it is packed, so that another change
-// would show in its time. Here nobody changes it.
+// The save waits until a file that was just written is old enough for another change to change its
+// time. Here no file changes.
 extern "C" int nanosleep(const timespec * /*wanted*/, timespec * /*left*/) {
     return 0;
 }
@@ -83,13 +83,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                                      after.listed.end(),
                      entry.path + " is listed as it was");
     }
-    constexpr std::int32_t kDoesNotFit = 50; // told sizes beyond any disk: nothing is extracted
+    constexpr std::int32_t kDoesNotFit = 50; // declared sizes beyond any disk: nothing is extracted
     if (fuzz::extract(archive, folder / "after") == kDoesNotFit)
         return 0;
     const auto found = filesIn(folder / "after");
     for (const auto &[path, content] : filesIn(folder / "before")) {
-        // What the two files replace, names in another case included, and what they stand in the
-        // way of.
+        // Replaced by the two files, under a name in another case, too, or blocked by them.
         const std::string plain = folded(path);
         const bool replaced = plain == name || plain.starts_with(name + "/") || plain == "sub" ||
                               plain == "sub/other.cs" || plain.starts_with("sub/other.cs/");

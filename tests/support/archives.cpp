@@ -2,51 +2,45 @@
 
 #include "tests/support/tool.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryFile>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-QByteArray runScript(const QStringList &arguments) {
+std::string runScript(const QStringList &arguments) {
     std::vector<std::string> words{"python3", "-IS", ORVEL_ARCHIVE_SCRIPT};
     for (const QString &argument : arguments)
         words.push_back(argument.toStdString());
     const ToolRun run = runTool(words);
     EXPECT_EQ(run.code, 0) << run.output;
-    return QByteArray::fromStdString(run.output);
+    return run.output;
 }
 
 } // namespace
 
 void makeArchive(const QString &path, const std::vector<ArchiveFile> &files) {
-    QJsonArray list;
+    QByteArray list;
     for (const ArchiveFile &file : files)
-        list.append(QJsonObject{{"name", file.name},
-                                {"bytes", QString::fromLatin1(file.bytes.toBase64())},
-                                {"attributes", file.attributes}});
-    QTemporaryFile input;
-    EXPECT_TRUE(input.open() && input.write(QJsonDocument(list).toJson()) > 0);
-    input.close();
-    runScript({"make", path, input.fileName()});
+        list += file.name.toUtf8() + '\n' + QByteArray::number(file.attributes) + '\n' +
+                QByteArray::number(file.bytes.size()) + '\n' + file.bytes;
+    QTemporaryFile source;
+    EXPECT_TRUE(source.open() && source.write(list) == list.size());
+    source.close();
+    runScript({"pack", source.fileName(), path});
 }
 
 void makeLargeArchive(const QString &path, int count, int folders) {
-    runScript({"large", path, QString::number(count), QString::number(folders)});
+    runScript({"many", QString::number(count), QString::number(folders), path});
 }
 
 void makeBigArchive(const QString &path, int megabytes) {
-    runScript({"big", path, QString::number(megabytes)});
+    runScript({"noise", QString::number(megabytes), path});
 }
 
 std::map<QString, QByteArray> readArchive(const QString &path) {
     std::map<QString, QByteArray> files;
-    const QJsonArray list = QJsonDocument::fromJson(runScript({"read", path})).array();
-    for (const QJsonValue entry : list)
-        files[entry["name"].toString()] =
-            QByteArray::fromBase64(entry["bytes"].toString().toLatin1());
+    for (const auto &[name, bytes] : filesOfListing(runScript({"read", path})))
+        files[QString::fromStdString(name)] = QByteArray::fromStdString(bytes);
     return files;
 }

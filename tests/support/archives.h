@@ -1,12 +1,14 @@
 #pragma once
 
+#include "tests/support/files.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <map>
 #include <vector>
 
-// Archives as another tool, Python's zipfile, makes and reads them.
+// Archives written and read by Python's zipfile.
 
 struct ArchiveFile {
     QString name; // as stored, "/" between components; a folder ends in "/"

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -49,4 +50,16 @@ std::vector<std::string> namesIn(const fs::path &folder) {
 std::string dataFile(const std::string &name) {
     const char *folder = std::getenv("ORVEL_TEST_DATA");
     return std::string(folder != nullptr ? folder : "tests/data") + "/" + name;
+}
+
+std::vector<std::pair<std::string, std::string>> filesOfListing(const std::string &output) {
+    std::istringstream text(output);
+    std::vector<std::pair<std::string, std::string>> found;
+    std::string size;
+    for (std::string name; std::getline(text, name) && std::getline(text, size);) {
+        found.emplace_back(name, std::string(std::strtoul(size.c_str(), nullptr, 10), '\0'));
+        text.read(found.back().second.data(),
+                  static_cast<std::streamsize>(found.back().second.size()));
+    }
+    return found;
 }

@@ -32,3 +32,6 @@ std::vector<std::string> namesIn(const std::filesystem::path &folder);
 
 // A file below tests/data.
 std::string dataFile(const std::string &name);
+
+// Name and content of each entry, from the output of "archives.py read".
+std::vector<std::pair<std::string, std::string>> filesOfListing(const std::string &output);

@@ -1,13 +1,13 @@
 if(ORVEL_SYSTEM STREQUAL posix)
-  set(zones format/dosTimeTest.cpp)   # names time zones in the POSIX way
+  set(zones format/dosTimeTest.cpp)   # names time zones in the POSIX form
   set(disks vl2uzip/posix/diskTest.cpp)  # links, pipes, small disks and low limits
 endif()
 orvel_test(ziplib_shared_test
   SOURCES codec/checksumTest.cpp codec/lineEndsTest.cpp format/namesTest.cpp
-          common/patternTest.cpp common/threadPoolTest.cpp ${zones}
+          common/orderedParallelForTest.cpp common/patternTest.cpp ${zones}
   LIBRARIES ziplib_shared Threads::Threads)
 
-# Fixed time zone: times in archives are local. Large archives are made by the script.
+# Fixed time zone: times in archives are local.
 orvel_test(vl2uzip_test
   SOURCES vl2uzip/archivesTest.cpp vl2uzip/callbacksTest.cpp vl2uzip/diskTest.cpp
           vl2uzip/hostileTest.cpp vl2uzip/largeTest.cpp vl2uzip/optionsTest.cpp

@@ -1,29 +1,28 @@
-# Tests of vl2zip. Each calls the library itself and asks Python, 7-Zip and bsdtar about the result.
+# Tests of vl2zip. Each calls the library itself; Python, 7-Zip and bsdtar check the result.
 add_library(zip_packer STATIC vl2zip/packer.cpp)
-target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip)
-target_compile_definitions(zip_packer PRIVATE ORVEL_JUDGE="${CMAKE_CURRENT_SOURCE_DIR}/judge.py")
+target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip GTest::gtest)
+target_compile_definitions(zip_packer PRIVATE
+  ORVEL_ARCHIVE_SCRIPT="${CMAKE_SOURCE_DIR}/tests/support/archives.py")
 
-foreach(unit pack packFaults packOptions records)
-  # What only one system has: links, pipes, other users; files that a program keeps to itself.
-  set(own vl2zip/${ORVEL_SYSTEM}/${unit}Test.cpp)
-  if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${own})
-    set(own)
-  endif()
-  orvel_test(${unit}Test SOURCES vl2zip/${unit}Test.cpp ${own} LIBRARIES zip_packer vl2zip_parts)
-endforeach()
+orvel_test(vl2zip_test
+  SOURCES vl2zip/packTest.cpp vl2zip/packFaultsTest.cpp vl2zip/packOptionsTest.cpp
+          vl2zip/recordsTest.cpp vl2zip/${ORVEL_SYSTEM}/packFaultsTest.cpp
+  LIBRARIES zip_packer vl2zip_parts)
 
-orvel_test(orderedParallelForTest SOURCES common/orderedParallelForTest.cpp LIBRARIES ziplib_shared Threads::Threads)
-
+# Saves by several processes, and by both systems.
 add_executable(saveDriver vl2zip/saveDriver.cpp)
 target_link_libraries(saveDriver PRIVATE zip_packer)
 set_target_properties(saveDriver PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(runs together)
 if(CMAKE_CROSSCOMPILING)
-  find_package(Python3 REQUIRED COMPONENTS Interpreter)
-  foreach(script same_bytes save_together)
-    add_test(NAME ziplib.${script}
-      COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/${script}.py
-              $<TARGET_FILE:saveDriver> ${CMAKE_CURRENT_BINARY_DIR}/${script})
-    set_tests_properties(ziplib.${script} PROPERTIES
-      TIMEOUT 600 ENVIRONMENT "${ORVEL_TEST_ENVIRONMENT}")
-  endforeach()
+  list(APPEND runs same-bytes)
 endif()
+foreach(run IN LISTS runs)
+  add_test(NAME saves.${run}
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/saves.py ${run}
+            ${CMAKE_CURRENT_BINARY_DIR}/saves-${run} ${CMAKE_CROSSCOMPILING_EMULATOR}
+            $<TARGET_FILE:saveDriver>)
+  set_tests_properties(saves.${run} PROPERTIES
+    TIMEOUT 600 ENVIRONMENT "${ORVEL_TEST_ENVIRONMENT}")
+endforeach()

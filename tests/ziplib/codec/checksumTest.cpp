@@ -4,8 +4,8 @@
 
 #include <vector>
 
-// Of every length, from any place in memory, and in two pieces.
-TEST(Checksums, AreTheUsualOnes) {
+// Of every length, at any alignment, and in two chunks.
+TEST(Checksums, AreThoseOfABitwiseCrc32) {
     EXPECT_EQ(ziplib::crc32(0, "123456789", 9), 0xCBF43926U);
     std::vector<std::uint8_t> data(3000);
     for (std::size_t i = 0; i < data.size(); ++i)

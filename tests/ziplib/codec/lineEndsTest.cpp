@@ -9,7 +9,7 @@ using ziplib::LineEnds;
 
 namespace {
 
-// Converts a text that comes in two pieces.
+// Converts a text in two chunks.
 std::string converted(const std::string &text, std::size_t cut, LineEnds want) {
     LineEndConverter lineEnds(want);
     std::string all;
@@ -26,7 +26,7 @@ std::string converted(const std::string &text, std::size_t cut, LineEnds want) {
 
 } // namespace
 
-TEST(LineEnds, AreConvertedWhereverThePiecesEnd) {
+TEST(LineEnds, AreConvertedWhereverAChunkEnds) {
     const struct {
         const char *text;
         const char *lf;
@@ -43,17 +43,5 @@ TEST(LineEnds, AreConvertedWhereverThePiecesEnd) {
             EXPECT_EQ(converted(text, cut, LineEnds::CrLf), row.crLf) << cut;
             EXPECT_EQ(converted(text, cut, LineEnds::Keep), text) << cut;
         }
-    }
-}
-
-TEST(LineEnds, TextIsToldFromOtherData) {
-    const std::pair<std::string, bool> rows[] = {
-        {"plain\r\n\ttext\f", true},     {"Grüße", true},           {"", true},
-        {std::string("a\0b", 3), false}, {"rubbed out\x7F", false}, {"ring\a", false},
-        {"\x89PNG\r\n\x1A\n\x01", false}};
-    for (const auto &[text, expected] : rows) {
-        EXPECT_EQ(
-            ziplib::looksLikeText(reinterpret_cast<const std::uint8_t *>(text.data()), text.size()),
-            expected);
     }
 }

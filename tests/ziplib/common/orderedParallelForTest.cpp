@@ -1,10 +1,13 @@
 #include "ziplib/common/orderedParallelFor.h"
+#include "tests/support/environment.h"
+#include "ziplib/common/threadPool.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -12,7 +15,7 @@ using namespace ziplib; // NOLINT: the tests speak this language
 
 namespace {
 
-TEST(OrderedParallelFor, ResultsAreTakenInOrderAndMemoryStaysInBounds) {
+TEST(OrderedParallelFor, ResultsAreTakenInOrderWithinTheMemoryBudget) {
     constexpr std::size_t kCount = 2000;
     constexpr std::uint64_t kBudget = 5000;
     // Threads, and the largest cost of an item.
@@ -56,6 +59,38 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
     EXPECT_THROW(orderedParallelFor(job, 4, 100), std::runtime_error);
     job.count = 0;
     EXPECT_TRUE(orderedParallelFor(job, 4, 100));
+}
+
+TEST(WorkerCount, ComesFromTheSettingOrTheEnvironmentOrTheMachine) {
+    setVariable("ORVEL_WORKERS", "");
+    const unsigned own = workerCount();
+    EXPECT_TRUE(own >= 1 && own <= 8) << own;
+    const std::pair<const char *, unsigned> rows[] = {{"3", 3}, {"99", 8}, {"nonsense", own}};
+    for (const auto &[text, expected] : rows) {
+        setVariable("ORVEL_WORKERS", text);
+        EXPECT_EQ(workerCount(), expected) << text;
+    }
+    setWorkerCount(2);
+    EXPECT_EQ(workerCount(), 2U);
+    setWorkerCount(0);
+    setVariable("ORVEL_WORKERS", "");
+}
+
+TEST(MemoryBudgets, AreNeverExceeded) {
+    MemoryBudget budget(100);
+    std::atomic<int> held{0};
+    std::vector<std::jthread> threads(8);
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        // One of them takes more than there is.
+        threads[i] = std::jthread([&, size = i == 0 ? 1000 : 30] {
+            for (int round = 0; round < 200; ++round) {
+                const MemoryBudget::Share share(budget, static_cast<std::size_t>(size));
+                EXPECT_LE(held += std::min(size, 100), 100);
+                std::this_thread::sleep_for(std::chrono::microseconds(20));
+                held -= std::min(size, 100);
+            }
+        });
+    }
 }
 
 } // namespace

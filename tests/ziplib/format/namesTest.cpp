@@ -51,14 +51,10 @@ TEST(Names, AreSafeOrAreNot) {
                                 "lpt/com.cs", "a..b",    ".orvel-x.part"};
     for (const char *path : safe)
         EXPECT_EQ(ziplib::unsafeReason(path), nullptr) << path;
-    const char *const unsafe[] = {
-        "",         "/",       "/a",      "..",
-        "a/..",     "../a",    ".",       "a/./b",
-        "a//b",     "a//",     "C:a",     "a:b",
-        "con",      "CON.txt", "a/Nul/b", "com0",
-        "LPT9.x",   "conin$",  "a.",      "a ",
-        "a /b",     "a./b",    "a\tb",    "a\x7F",
-        "CLOCK$.x", "aux .c",  "... ",    "a/.orvel-0123456789abcdef.part"};
+    // More of them are among the hostile archives.
+    const char *const unsafe[] = {"/",     "..",     "a/..",     "../a",   ".",    "a//",
+                                  "a:b",   "com0",   "LPT9.x",   "a ",     "a./b", "a\tb",
+                                  "a\x7F", "conin$", "CLOCK$.x", "aux .c", "... "};
     for (const char *path : unsafe)
         EXPECT_NE(ziplib::unsafeReason(path), nullptr) << path;
     std::string deep;

@@ -33,25 +33,28 @@ TEST(ArchivesOfOtherTools, GiveTheSameFiles) {
     }
 }
 
-TEST(Listing, TellsEveryEntryInStoredOrderWithItsFolders) {
+TEST(Listing, ReportsEveryEntryInStoredOrder) {
     UnzipCall call;
     ASSERT_EQ(call.list("archives/python-zipfile"), 0);
     ASSERT_EQ(call.listedPaths(),
               (Paths{"maps/", "maps/base/", "maps/base/a.png", "maps/base/b.mis", "readme.txt",
                      "scripts/deep/er/x.cs", "sound/w.wav"}));
-    const UnzipCall::Listed &readme = call.listed[4];
-    EXPECT_EQ(readme.method, "Deflated");
-    EXPECT_EQ(readme.date, "2001-04-17 13:37");
-    EXPECT_EQ(readme.size, 2440U);
+    UnzipCall::Listed readme = call.listed[4];
     EXPECT_LT(readme.compressedSize, 200U);
     EXPECT_EQ(readme.factor, 100 - static_cast<int>(readme.compressedSize * 100 / readme.size));
-    EXPECT_EQ(readme.encrypted, ' ');
+    readme.compressedSize = readme.crc = 0;
+    readme.factor = 0;
+    EXPECT_EQ(readme, (UnzipCall::Listed{"readme.txt", "Deflated", "2001-04-17 13:37", 2440, 0, 0,
+                                         0, ' ', ' '}));
     EXPECT_EQ(call.functions.NumMembers, 7);
     EXPECT_EQ(call.functions.cchComment, 0);
     EXPECT_TRUE(call.processed.empty());
+    UnzipCall backslashes;
+    EXPECT_EQ(backslashes.list("archives/backslashes"), 0);
+    EXPECT_EQ(backslashes.listedPaths(), (Paths{"maps/base/a.png", "maps/b.txt", "empty/"}));
 }
 
-TEST(Listing, TellsWhatItCannotExtract) {
+TEST(Listing, IncludesEntriesThatCannotBeExtracted) {
     const struct {
         const char *archive;
         const char *method;
@@ -121,27 +124,6 @@ TEST(UnusualArchives, ExtractCompletely) {
     }
 }
 
-TEST(UnusualArchives, ListBackslashesAsSeparatorsAndTakeThemInNames) {
-    UnzipCall listing;
-    EXPECT_EQ(listing.list("archives/backslashes"), 0);
-    EXPECT_EQ(listing.listedPaths(), (Paths{"maps/base/a.png", "maps/b.txt", "empty/"}));
-    for (const char *name : {"maps/b.txt", "maps\\b.txt"}) {
-        const TestFolder folder;
-        UnzipCall call;
-        call.wanted = {name};
-        EXPECT_EQ(call.extract("archives/backslashes", folder.path()), 0);
-        EXPECT_EQ(filesIn(folder.path()), (Files{{"maps/", ""}, {"maps/b.txt", "b"}}));
-    }
-}
-
-TEST(UnusualArchives, TheLastOfSeveralEntriesOfOnePathWins) {
-    const TestFolder folder;
-    UnzipCall call;
-    EXPECT_EQ(call.extract("archives/duplicates", folder.path()), 0);
-    EXPECT_EQ(filesIn(folder.path()), (Files{{"a.txt", "new"}, {"b.txt", "b"}}));
-    EXPECT_EQ(call.processed, (Paths{"a.txt", "b.txt", "a.txt"}));
-}
-
 TEST(Extraction, RestoresTheMostExactTimeThatIsStored) {
     const TestFolder folder;
     UnzipCall call;
@@ -166,15 +148,12 @@ TEST(Extraction, RestoresReadOnlyHiddenAndSystem) {
         EXPECT_EQ(dosAttributes(folder / name), attributes & held) << name;
 }
 
-TEST(Version, TellsThatOfTheProject) {
-    UzpVer2 version{};
-    version.structlen = 64;
-    UzpVersion2(&version);
-    EXPECT_EQ(sizeof version, 64U);
-    EXPECT_EQ(version.windll.major, 1);
-    EXPECT_GT(std::string(version.zlib_version).size(), 2U);
-    UzpVer2 small{};
-    small.structlen = 12;
-    UzpVersion2(&small);
-    EXPECT_EQ(small.windll.major, 0);
+TEST(Version, IsWrittenAsFarAsTheCallersStructureReaches) {
+    for (const std::uint32_t length : {12U, 64U}) {
+        UzpVer2 version{};
+        version.structlen = length;
+        UzpVersion2(&version);
+        EXPECT_EQ(version.windll.major, length == 64 ? 1 : 0);
+    }
+    EXPECT_EQ(sizeof(UzpVer2), 64U);
 }

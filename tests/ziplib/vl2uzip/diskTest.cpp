@@ -22,21 +22,16 @@ TEST(Disk, ATargetThatCannotBeMadeIsReported) {
     EXPECT_TRUE(call.processed.empty());
 }
 
-TEST(Disk, RoomIsNeededForEachFileThatIsNotThereInWhateverFolder) {
+TEST(Disk, AFileThatStaysNeedsNoRoomInWhateverFolder) {
     const TestFolder folder;
     std::string bytes = readFile(dataFile("hostile/bomb-size-zip64.vl2"));
     // "a.txt" becomes a file in a folder.
     for (std::size_t at = bytes.find("a.txt"); at != std::string::npos; at = bytes.find("a.txt"))
         bytes[at + 1] = '/';
     writeFile(folder / "large.vl2", bytes);
-    for (const bool isThere : {false, true}) {
-        SCOPED_TRACE(isThere);
-        if (isThere)
-            writeFile(folder / "target/a/txt", "mine");
-        UnzipCall call;
-        call.options.ExtractOnlyNewer = 1;
-        const auto code = call.extract((folder / "large.vl2").string(), folder / "target");
-        EXPECT_EQ(code == 50, !isThere) << code;
-        EXPECT_EQ(std::filesystem::exists(folder / "target/good.txt"), isThere);
-    }
+    writeFile(folder / "target/a/txt", "mine");
+    UnzipCall call;
+    call.options.ExtractOnlyNewer = 1;
+    EXPECT_EQ(call.extract((folder / "large.vl2").string(), folder / "target"), 0);
+    EXPECT_EQ(readFile(folder / "target/good.txt"), "good");
 }

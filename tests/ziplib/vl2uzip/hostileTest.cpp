@@ -15,13 +15,13 @@ struct Verdict {
     std::int32_t listing;
     unsigned entries;
     std::int32_t extraction;
-    std::set<std::string> files; // all that is there afterwards, folders left out
-    std::int32_t missing = 1;    // entries that are not
+    std::set<std::string> files; // in the target afterwards, without folders
+    std::int32_t missing = 1;    // entries that were not extracted
 };
 
 const std::set<std::string> good = {"good.txt"};
 
-// Entries that may not be written; the other one is.
+// Entries with unsafe names; the other one is written.
 const char *const refused =
     "name-dotdot name-dotdot-inside name-absolute name-drive name-drive-relative name-unc "
     "name-backslash-dotdot name-backslash-absolute name-backslash-unc name-mixed-dotdot "
@@ -30,7 +30,7 @@ const char *const refused =
     "name-trailing-blank name-folder-trailing-dot name-dot name-double-separator name-empty "
     "name-reserved name-folder-dotdot name-too-long path-too-long link device-node";
 
-// Entries whose data is not what it should be; the other one is written.
+// Entries with damaged data; the other one is written.
 const char *const damaged =
     "overlap-directory overlap-extra bomb-more-than-told bomb-less-than-told bomb-size-forged "
     "checksum-wrong data-damaged stored-sizes-differ local-name-differs local-method-differs "
@@ -88,16 +88,16 @@ std::set<std::string> names(const fs::path &folder) {
 } // namespace
 
 TEST(HostileArchives, ListAndExtractAsTheTableSays) {
-    std::set<std::string> told;
+    std::set<std::string> seen;
     for (const Verdict &verdict : detector()) {
         SCOPED_TRACE(verdict.archive);
-        told.insert(verdict.archive + ".vl2");
+        seen.insert(verdict.archive + ".vl2");
         const std::string archive = "hostile/" + verdict.archive;
         UnzipCall listing;
         EXPECT_EQ(listing.list(archive), verdict.listing);
         EXPECT_EQ(listing.listed.size(), verdict.entries);
 
-        // The target lies two folders down, so that whatever climbs out of it is seen.
+        // The target is two folders down, so that a file outside of it is found.
         const TestFolder folder;
         const fs::path target = folder / "work" / "target";
         fs::create_directories(target);
@@ -112,7 +112,7 @@ TEST(HostileArchives, ListAndExtractAsTheTableSays) {
         EXPECT_EQ(readFile(target / "good.txt"),
                   verdict.files.count("good.txt") != 0 ? "good" : "");
     }
-    EXPECT_EQ(told, names(dataFile("hostile"))) << "the table has no row for a file, or too many";
+    EXPECT_EQ(seen, names(dataFile("hostile"))) << "the table has no row for a file, or too many";
 }
 
 TEST(HostileArchives, EveryTruncationAndEveryFlippedByteGivesRightFilesOrNone) {

@@ -1,11 +1,9 @@
 #include "storage/storage.h"
 #include "tests/support/disk.h"
-#include "tests/support/environment.h"
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 
 using Files = std::map<std::string, std::string>;
@@ -16,15 +14,10 @@ namespace {
 const char *const sample = "archives/python-zipfile";
 const char *const duplicates = "archives/duplicates"; // a.txt "new", b.txt "b"
 
-// A call that extracts into an empty folder.
-class Options : public testing::Test {
-  protected:
-    TestFolder folder;
-    UnzipCall call;
-    std::int32_t extract(const std::string &archive) {
-        return call.extract(archive, folder.path());
-    }
-};
+constexpr std::int32_t kNo = 100;
+constexpr std::int32_t kYes = 102;
+constexpr std::int32_t kAll = 103;
+constexpr std::int32_t kNone = 104;
 
 } // namespace
 
@@ -59,78 +52,82 @@ TEST(Names, ChooseEntriesThemselvesOrByWildcard) {
     }
 }
 
-TEST(Names, MeanTheirOwnEntryFirstAndArePatternsOnlyWithoutOne) {
-    // As a program sees the name, whose code page may have "?" in place of these letters.
+TEST(Names, ArePatternsOnlyIfNoEntryHasThem) {
+    // In the narrow code page, which may have "?" in place of these letters.
     const std::string cyrillic = platform::narrowFromUtf8("Юя.txt");
-    const std::pair<std::string, Paths> rows[] = {
-        {"a?.txt", {"a?.txt"}},
-        {"?b.txt", {"ab.txt"}},
-        {"a?.tx?", {"a?.txt", "ab.txt"}},
-        {cyrillic, {cyrillic}},
-        {"*", {"a?.txt", "ab.txt", cyrillic}},
-    };
+    const std::pair<std::string, Paths> rows[] = {{"a?.txt", {"a?.txt"}},
+                                                  {"?b.txt", {"ab.txt"}},
+                                                  {"a?.tx?", {"a?.txt", "ab.txt"}},
+                                                  {cyrillic, {cyrillic}},
+                                                  {"*", {"a?.txt", "ab.txt", cyrillic}}};
     for (const auto &[name, entries] : rows) {
-        SCOPED_TRACE(name);
         UnzipCall call;
         call.wanted = {name};
         EXPECT_EQ(call.list("archives/wildcards"), 0);
-        EXPECT_EQ(call.listedPaths(), entries);
+        EXPECT_EQ(call.listedPaths(), entries) << name;
         UnzipCall others;
         others.unwanted = {name};
         EXPECT_EQ(others.list("archives/wildcards"), 0);
-        EXPECT_EQ(others.listed.size(), 3 - entries.size());
+        EXPECT_EQ(others.listed.size(), 3 - entries.size()) << name;
     }
 }
 
-TEST_F(Options, ANameWithBracketsMeansTheFileOfThatName) {
-    call.wanted = {"map[1].mis"};
-    EXPECT_EQ(extract("archives/brackets"), 0);
-    EXPECT_EQ(filesIn(folder.path()), (Files{{"map[1].mis", "1"}}));
+TEST(Options, ChangeTheFilesThatAreWritten) {
+    using std::string_literals::operator""s;
+    const std::string end = platform::linesEndInCrLf() ? "\r\n" : "\n";
+    const struct {
+        const char *archive;
+        Paths wanted;
+        std::int32_t DCL::*option;
+        std::int32_t value;
+        Files files;
+    } rows[] = {
+        // Not the file that the name would match as a pattern.
+        {"brackets", {"map[1].mis"}, &DCL::noflag, 1, {{"map[1].mis", "1"}}},
+        {"backslashes", {"maps/b.txt"}, &DCL::ndflag, 1, {{"maps/", ""}, {"maps/b.txt", "b"}}},
+        {"backslashes", {"maps\\b.txt"}, &DCL::ndflag, 0, {{"b.txt", "b"}}},
+        {"blanks",
+         {},
+         &DCL::SpaceToUnderscore,
+         1,
+         {{"my_maps/", ""}, {"my_maps/the_map.mis", "m"}}},
+        // Of several entries with one path the last one wins.
+        {"duplicates", {}, &DCL::noflag, 1, {{"a.txt", "new"}, {"b.txt", "b"}}},
+        {"lines",
+         {},
+         &DCL::naflag,
+         1,
+         {{"crlf.txt", "a" + end + "b" + end + "\rc\r"},
+          {"bytes.bin", "\0\r\n\1"s},
+          {"marked.bin", "\0"s + end}}},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.archive);
+        const TestFolder folder;
+        UnzipCall call;
+        call.wanted = row.wanted;
+        call.options.*row.option = row.value;
+        EXPECT_EQ(call.extract("archives/"s + row.archive, folder / "new" / "folder"), 0);
+        EXPECT_EQ(filesIn(folder / "new" / "folder"), row.files);
+    }
 }
 
-TEST_F(Options, WithoutFolderNamesAllFilesLieInTheTarget) {
-    call.options.ndflag = 0;
-    EXPECT_EQ(extract("archives/backslashes"), 0);
-    EXPECT_EQ(namesIn(folder.path()), (Paths{"a.png", "b.txt"}));
-}
-
-TEST_F(Options, BlanksBecomeUnderscoresOnDiskOnly) {
-    call.options.SpaceToUnderscore = 1;
-    call.wanted = {"my maps/the map.mis"};
-    EXPECT_EQ(extract("archives/blanks"), 0);
-    EXPECT_EQ(filesIn(folder.path()), (Files{{"my_maps/", ""}, {"my_maps/the_map.mis", "m"}}));
-}
-
-TEST_F(Options, MissingTargetFoldersAreMade) {
-    EXPECT_EQ(call.extract(duplicates, folder / "x" / "y"), 0);
-    EXPECT_EQ(readFile(folder / "x" / "y" / "a.txt"), "new");
-}
-
-TEST(ExistingFiles, FollowTheAnswers) {
-    constexpr std::int32_t kNo = 100;
-    constexpr std::int32_t kYes = 102;
-    constexpr std::int32_t kAll = 103;
-    constexpr std::int32_t kNone = 104;
+TEST(ExistingFiles, AreKeptOrReplacedByTheAnswers) {
     const struct {
         const char *title;
-        bool prompt;
         bool overwrite;
-        std::int32_t answer; // 0 for no callback at all
+        std::int32_t answer; // 0 for no callback
         int asked;
         bool replaced;
     } rows[] = {
-        {"neither asks and keeps", false, false, kNo, 2, false},
-        {"neither, without callback", false, false, 0, 0, false},
-        {"neither, answered yes", false, false, kYes, 2, true},
-        {"overwrite does not ask", false, true, kNo, 0, true},
-        {"prompt asks", true, false, kYes, 2, true},
-        {"overwrite goes before prompt", true, true, kNo, 0, true},
-        {"all is asked once", true, false, kAll, 1, true},
-        {"none is asked once", true, false, kNone, 1, false},
-        {"an unknown answer keeps", true, false, 7, 2, false},
+        {"no", false, kNo, 2, false},
+        {"without a callback", false, 0, 0, false},
+        {"yes", false, kYes, 2, true},
+        {"overwrite does not ask", true, kNo, 0, true},
+        {"all is asked once", false, kAll, 1, true},
+        {"none is asked once", false, kNone, 1, false},
+        {"an unknown answer keeps", false, 7, 2, false},
     };
-    const Files mine = {{"a.txt", "mine"}, {"b.txt", "mine"}};
-    const Files kStored = {{"a.txt", "new"}, {"b.txt", "b"}};
     for (const auto &row : rows) {
         SCOPED_TRACE(row.title);
         const TestFolder folder;
@@ -139,25 +136,26 @@ TEST(ExistingFiles, FollowTheAnswers) {
         std::filesystem::create_hard_link(folder / "a.txt", folder / "b.txt");
         int asked = 0;
         UnzipCall call;
-        call.options.PromptToOverwrite = row.prompt ? 1 : 0;
         call.options.noflag = row.overwrite ? 1 : 0;
         if (row.answer != 0)
             call.replace = [&](const std::string & /*name*/) { return ++asked, row.answer; };
         EXPECT_EQ(call.extract(duplicates, folder.path()), 0);
         EXPECT_EQ(asked, row.asked);
-        EXPECT_EQ(filesIn(folder.path()), row.replaced ? kStored : mine);
+        EXPECT_EQ(filesIn(folder.path()),
+                  (row.replaced ? Files{{"a.txt", "new"}, {"b.txt", "b"}}
+                                : Files{{"a.txt", "mine"}, {"b.txt", "mine"}}));
         EXPECT_EQ(call.processed.size(), 3U);
     }
 }
 
-// Of entries that go to one file the first has it; the others are asked about or skipped and told.
-TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
-    constexpr std::int32_t kNo = 100;
-    constexpr std::int32_t kYes = 102;
-    constexpr std::int32_t kAll = 103;
-    constexpr std::int32_t kNone = 104;
+// Of several entries for one file the first is written; the others are asked about, or skipped and
+// reported.
+TEST(SecondEntries, ForOneFileAreTreatedLikeEntriesOfAnExistingFile) {
     const Files first = {{"x y.txt", "first"}, {"x_y.txt", "second"}};
     const Files last = {{"x y.txt", "third"}, {"x_y.txt", "fourth"}};
+    const Files underscored = {{"a/", ""}, {"a/x_y.txt", "first"},
+                               {"b/", ""}, {"b/x_y.txt", "second"},
+                               {"c/", ""}, {"c/x_y.txt", "third"}};
     const struct {
         const char *title;
         bool folders;
@@ -173,18 +171,7 @@ TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
         {"asked, all", false, false, kAll, 1, 0, last},
         {"asked, none", false, false, kNone, 1, 2, first},
         {"by underscores, too", false, true, 0, 0, 3, {{"x_y.txt", "first"}}},
-        {"by underscores alone",
-         true,
-         true,
-         0,
-         0,
-         1,
-         {{"a/", ""},
-          {"a/x_y.txt", "first"},
-          {"b/", ""},
-          {"b/x_y.txt", "second"},
-          {"c/", ""},
-          {"c/x_y.txt", "third"}}},
+        {"by underscores alone", true, true, 0, 0, 1, underscored},
     };
     for (const auto &row : rows) {
         for (const char *before : {"", "there before"}) {
@@ -207,36 +194,29 @@ TEST(SecondEntries, OfOneFileAreTreatedAsThoseOfAnExistingFile) {
     }
 }
 
+// Names that differ in case only are one file on some disks.
 TEST(SecondEntries, AreThoseThatTheDiskTakesForTheSame) {
-    for (const char *workers : {"1", "8"}) {
-        SCOPED_TRACE(workers);
-        setVariable("ORVEL_WORKERS", workers);
-        const TestFolder folder;
-        writeFile(folder / "probe", "");
-        const bool ignoresCase = std::filesystem::exists(folder / "PROBE");
-        const Files files = ignoresCase ? Files{{"Dir/", ""}, {"Dir/b.txt", "b"}, {"a.txt", "a"}}
-                                        : Files{{"A.txt", "A"}, {"Dir/", ""}, {"Dir/b.txt", "b"},
-                                                {"a.txt", "a"}, {"dir/", ""}, {"dir/B.txt", "B"}};
-        // Into a new folder, then over what is there.
-        for (const char *time : {"first", "second"}) {
-            SCOPED_TRACE(time);
-            UnzipCall call;
-            EXPECT_EQ(call.extract("archives/case-only", folder / "x"), ignoresCase ? 1 : 0);
-            EXPECT_EQ(UzpMissingCount(), ignoresCase ? 2 : 0);
-            Files found = filesIn(folder / "x");
-            for (auto &[name, content] : found)
-                content.resize(std::min<std::size_t>(content.size(), 1)); // the rest is the same
-            EXPECT_EQ(found, files);
-        }
-        UnzipCall asking;
-        asking.options.noflag = 0;
-        asking.replace = [](const std::string &) { return 103; };
-        EXPECT_EQ(asking.extract("archives/case-only", folder / "y"), 0);
-        EXPECT_EQ(filesIn(folder / "y").size(), files.size());
-        EXPECT_EQ(readFile(folder / "y" / "A.txt"), "A");
-        EXPECT_EQ(readFile(folder / "y" / "dir/B.txt"), "B");
+    const TestFolder folder;
+    writeFile(folder / "probe", "");
+    const bool ignoresCase = std::filesystem::exists(folder / "PROBE");
+    const Paths names = ignoresCase
+                            ? Paths{"Dir/", "Dir/b.txt", "a.txt"}
+                            : Paths{"A.txt", "Dir/", "Dir/b.txt", "a.txt", "dir/", "dir/B.txt"};
+    // Into a new folder, then over the extracted files.
+    for (const char *time : {"first", "second"}) {
+        SCOPED_TRACE(time);
+        UnzipCall call;
+        EXPECT_EQ(call.extract("archives/case-only", folder / "x"), ignoresCase ? 1 : 0);
+        EXPECT_EQ(UzpMissingCount(), ignoresCase ? 2 : 0);
+        EXPECT_EQ(namesIn(folder / "x"), names);
+        EXPECT_EQ(readFile(folder / "x" / "a.txt").front(), 'a'); // the first of the two
     }
-    setVariable("ORVEL_WORKERS", "");
+    UnzipCall replacing;
+    replacing.options.noflag = 0;
+    replacing.replace = [](const std::string &) { return kAll; };
+    EXPECT_EQ(replacing.extract("archives/case-only", folder / "y"), 0);
+    EXPECT_EQ(namesIn(folder / "y").size(), names.size());
+    EXPECT_EQ(readFile(folder / "y" / "dir/B.txt"), "B");
 }
 
 TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {
@@ -257,33 +237,23 @@ TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {
     }
 }
 
-TEST_F(Options, LineEndsOfTextBecomeTheSystemsOwn) {
-    call.options.naflag = 1;
-    EXPECT_EQ(extract("archives/lines"), 0);
-    using std::string_literals::operator""s;
-    const std::string end = platform::linesEndInCrLf() ? "\r\n" : "\n";
-    EXPECT_EQ(filesIn(folder.path()), (Files{{"crlf.txt", "a" + end + "b" + end + "\rc\r"},
-                                             {"bytes.bin", "\0\r\n\1"s},
-                                             {"marked.bin", "\0"s + end}}));
-}
-
-TEST_F(Options, TestingWritesNothingAndFindsDamage) {
+TEST(Options, TestingWritesNothingAndFindsDamage) {
     const std::pair<const char *, std::int32_t> rows[] = {{sample, 0},
                                                           {"hostile/checksum-wrong", 2},
                                                           {"hostile/name-dotdot", 0},
                                                           {"hostile/overlap-quoted", 2}};
+    const TestFolder folder;
     for (const auto &[archive, code] : rows) {
-        SCOPED_TRACE(archive);
-        UnzipCall testing;
-        testing.options.ntflag = 1;
-        EXPECT_EQ(testing.run(archive, folder.path().string()), code);
+        UnzipCall call;
+        call.options.ntflag = 1;
+        EXPECT_EQ(call.run(archive, folder.path().string()), code) << archive;
         EXPECT_TRUE(filesIn(folder.path()).empty());
-        EXPECT_FALSE(testing.processed.empty());
+        EXPECT_FALSE(call.processed.empty());
     }
 }
 
-TEST(Messages, AreAsManyAsWereAskedFor) {
-    // Damage first, then what went well, then once more what went wrong.
+TEST(Options, QuietLevelsChooseTheMessages) {
+    // The damage, then the files without an error, then the damage again.
     const std::size_t messages[] = {3, 1, 0};
     for (const std::int32_t quiet : {0, 1, 2}) {
         const TestFolder folder;

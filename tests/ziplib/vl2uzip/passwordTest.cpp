@@ -8,7 +8,7 @@ using Paths = std::vector<std::string>;
 
 namespace {
 
-// Answers with one password after the other, then declines.
+// Answers with each password in turn, then declines.
 auto answering(Paths passwords, int *asked = nullptr) {
     return [passwords, asked, at = std::size_t{0}](char *p, std::int32_t n,
                                                    const std::string &) mutable {
@@ -53,7 +53,7 @@ TEST(Passwords, DecideWhatIsExtracted) {
     }
 }
 
-TEST(Passwords, GiveWhatAnotherToolEncrypted) {
+TEST(Passwords, OpenAnArchiveOfAnotherTool) {
     const TestFolder folder;
     UnzipCall plain;
     plain.wanted = {"readme.txt", "maps/base/a.png"};
@@ -64,8 +64,8 @@ TEST(Passwords, GiveWhatAnotherToolEncrypted) {
     EXPECT_EQ(filesIn(folder / "x"), filesIn(folder / "plain"));
 }
 
-TEST(Passwords, AWrongOneThatPassesTheQuickCheckIsFoundOut) {
-    // One password of 256 passes the check byte: try enough to meet some.
+TEST(Passwords, AWrongOneThatPassesTheCheckByteIsRefused) {
+    // One password in 256 passes the check byte: try enough of them.
     const TestFolder folder;
     for (int i = 0; i < 1500; ++i) {
         UnzipCall call;

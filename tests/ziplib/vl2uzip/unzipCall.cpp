@@ -7,7 +7,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The library knows no user data: the call in progress is found here.
+// The call in progress: the library passes no data of the caller to the callbacks.
 UnzipCall *current = nullptr;
 
 int32_t onPrint(char *buffer, uint32_t size) {

@@ -8,8 +8,8 @@
 #include <functional>
 #include <thread>
 
-// One call of the library, with everything that it told. Archives are files below tests/data, as
-// "hostile/link", or have whole paths.
+// One call of the library, with everything that it reported. Archives are files below tests/data
+// ("hostile/link"), or absolute paths.
 struct UnzipCall {
     struct Listed {
         std::string path;
@@ -29,20 +29,20 @@ struct UnzipCall {
     DCL options{};
     std::vector<std::string> wanted;
     std::vector<std::string> unwanted;
-    // What the program answers; unset ones are given to the library as null.
+    // The answers of the program; unset ones are null pointers for the library.
     std::function<std::int32_t(const std::string &)> replace;
     std::function<std::int32_t(char *p, std::int32_t n, const std::string &name)> password;
     std::function<std::int32_t(const std::string &)> service;
     bool withCallbacks = true;
 
-    // What came of it.
+    // The results.
     bool otherThread = false;
     int heartbeats = 0;
     std::chrono::milliseconds longestSilence{0};
     std::vector<std::string> messages;
     std::vector<Listed> listed;
     std::vector<std::string> processed;
-    std::vector<std::string> events; // names of all callbacks but heartbeats, as they came
+    std::vector<std::string> events; // all callbacks but heartbeats, in order
     USERFUNCTIONS functions{};
 
     std::int32_t list(const std::string &archive);

@@ -2,15 +2,12 @@
 
 #include "tests/ziplib/vl2zip/packer.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <thread>
 
-// Moves a file or folder. Some systems refuse that for as long as somebody reads what is moved or
-// replaced: then it is tried again, as whoever wants it moved would.
+// Moves a file or folder. Windows refuses that while a file of it is open: then it is tried again.
 inline void moveTo(const std::filesystem::path &from, const std::filesystem::path &to) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     std::error_code error;
@@ -22,23 +19,17 @@ inline void moveTo(const std::filesystem::path &from, const std::filesystem::pat
 }
 
 // An archive, and a work folder with one edited file.
-class PackFaults : public testing::Test {
+class PackFaults : public packer::Pack {
   protected:
-    TestFolder folder;
-    packer::fs::path base = folder / "base";
-    packer::fs::path archive = base / "classic.vl2";
-    packer::fs::path work = folder / "work";
-
     void SetUp() override {
-        packer::fs::create_directories(base);
+        Pack::SetUp();
         writeFile(work / "a.txt", "before");
         ASSERT_EQ(packer::run(call()).code, 0);
         writeFile(work / "a.txt", "after");
         before = readFile(archive);
     }
-    packer::Call call() { return {archive, work}; }
 
-    // What comes of the call where this happens at its first file.
+    // The result of the call if this happens at its first file.
     packer::Result runWhile(const std::function<void()> &happens) {
         return runWhile(call(), happens);
     }
@@ -56,7 +47,7 @@ class PackFaults : public testing::Test {
         return result;
     }
 
-    // The call fails, says so last, and nothing is lost or left behind.
+    // The call failed, its last message has this text, and nothing is lost or left behind.
     void expectRefused(const packer::Result &result, std::vector<int> codes,
                        const std::string &text) {
         EXPECT_NE(std::find(codes.begin(), codes.end(), result.code), codes.end())

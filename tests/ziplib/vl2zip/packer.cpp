@@ -3,7 +3,6 @@
 #include "tests/support/tool.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <random>
 #include <sstream>
@@ -12,33 +11,20 @@ namespace packer {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// The call in progress.
+// The call in progress: the library passes no data of the caller to the callbacks.
 struct State {
     Call *call = nullptr;
     Result result;
-    Clock::time_point last;
 };
 State *current = nullptr;
 
-void heard() {
-    const auto now = Clock::now();
-    const auto gap = std::chrono::duration_cast<std::chrono::milliseconds>(now - current->last);
-    current->result.longestGap = std::max<std::int64_t>(current->result.longestGap, gap.count());
-    current->result.took += gap.count();
-    current->last = now;
-}
-
 std::int32_t onPrint(char *buffer, std::uint32_t size) {
-    heard();
     if (size > 0)
         current->result.messages.emplace_back(buffer, size);
     return 0;
 }
 
 std::int32_t onPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) {
-    heard();
     ++current->result.passwordsAsked;
     if (current->call->password.empty())
         return 1;
@@ -47,7 +33,6 @@ std::int32_t onPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) 
 }
 
 std::int32_t onService(char *name, std::uint32_t size) {
-    heard();
     current->result.files.emplace_back(name, size - 1);
     return current->call->onFile ? current->call->onFile(name) : 0;
 }
@@ -73,7 +58,6 @@ std::string Result::all() const {
 Result run(Call call) {
     State state;
     state.call = &call;
-    state.last = Clock::now();
     current = &state;
     ZIPUSERFUNCTIONS callbacks{onPrint, onPassword, nullptr, onService};
     ZpInit(&callbacks);
@@ -86,7 +70,6 @@ Result run(Call call) {
     std::string archive = call.archive.string();
     state.result.code =
         ZpArchive({static_cast<std::int32_t>(table.size()), archive.data(), table.data()});
-    heard();
     current = nullptr;
     return state.result;
 }
@@ -99,7 +82,7 @@ std::string noise(std::size_t size, unsigned seed) {
 }
 
 Judgement judge(const std::vector<fs::path> &arguments) {
-    std::vector<std::string> words{"python3", ORVEL_JUDGE};
+    std::vector<std::string> words{"python3", ORVEL_ARCHIVE_SCRIPT};
     for (const auto &argument : arguments) {
         const auto text = argument.u8string();
         words.emplace_back(text.begin(), text.end());
@@ -108,27 +91,34 @@ Judgement judge(const std::vector<fs::path> &arguments) {
     return {run.code == 0, run.output};
 }
 
-std::vector<std::string> entries(const fs::path &archive) {
+Names entries(const fs::path &archive) {
     std::istringstream text(judge({"list", archive}).output);
-    std::vector<std::string> lines;
+    Names lines;
     for (std::string line; std::getline(text, line);)
         lines.push_back(line);
     return lines;
 }
 
-std::vector<std::string> names(const fs::path &archive) {
+Names names(const fs::path &archive) {
     auto lines = entries(archive);
     for (auto &line : lines)
         line.erase(line.find('|'));
     return lines;
 }
 
-std::string content(const fs::path &archive, const fs::path &name) {
-    return judge({"read", archive, name}).output;
+Files files(const fs::path &archive) {
+    return filesOfListing(judge({"read", archive}).output);
 }
 
-std::vector<std::string> temporaries(const fs::path &folder) {
-    std::vector<std::string> found;
+std::string content(const fs::path &archive, const std::string &name) {
+    for (const auto &[stored, bytes] : files(archive))
+        if (stored == name)
+            return bytes;
+    return "no such entry";
+}
+
+Names temporaries(const fs::path &folder) {
+    Names found;
     for (const auto &item : fs::recursive_directory_iterator(folder))
         if (item.path().filename().string().starts_with(".orvel-"))
             found.push_back(item.path().filename().string());

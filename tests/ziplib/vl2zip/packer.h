@@ -3,22 +3,26 @@
 #include "tests/support/files.h"
 #include "ziplib/vl2zip.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
 
-// Calls the library as the program does, and asks other tools about what comes of it.
+// Calls the library as the program does, and reads the archives with other tools.
 namespace packer {
 
 namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+using Files = std::vector<std::pair<std::string, std::string>>; // name and content, in order
 
-// One call, with what the program sets by default.
+// One call, with the program's defaults.
 struct Call {
     fs::path archive;
     std::string root;
-    std::vector<std::string> patterns{"*"};
+    Names patterns{"*"};
     ZPOPT options{};
-    std::string password; // "" is declined
+    std::string password; // "" declines
     // Non-zero stops the call at this file.
     std::function<std::int32_t(const std::string &name)> onFile;
 
@@ -27,11 +31,9 @@ struct Call {
 
 struct Result {
     std::int32_t code = -1;
-    std::vector<std::string> messages;
-    std::vector<std::string> files;         // as given to the service callback
-    std::map<std::string, ZPPACKED> packed; // by path; the paths in the records are gone
-    std::int64_t longestGap = 0;            // milliseconds between two callbacks
-    std::int64_t took = 0;                  // milliseconds
+    Names messages;
+    Names files;                            // as passed to the service callback
+    std::map<std::string, ZPPACKED> packed; // by path; the path pointers in the records are invalid
     int passwordsAsked = 0;
 
     std::string last() const { return messages.empty() ? "" : messages.back(); }
@@ -40,22 +42,42 @@ struct Result {
 
 Result run(Call call);
 
-// Bytes that do not compress, always the same.
+// Bytes that do not compress, the same for the same seed.
 std::string noise(std::size_t size, unsigned seed = 1);
 
+// Runs tests/support/archives.py with these arguments.
 struct Judgement {
     bool ok = false;
     std::string output;
     explicit operator bool() const { return ok; }
 };
-// Runs the judge with these arguments.
 Judgement judge(const std::vector<fs::path> &arguments);
-// The lines of the judge's list.
-std::vector<std::string> entries(const fs::path &archive);
-// Names of the entries, in order.
-std::vector<std::string> names(const fs::path &archive);
-std::string content(const fs::path &archive, const fs::path &name);
-// Names in a folder of reserved temporaries.
-std::vector<std::string> temporaries(const fs::path &folder);
+// Whether zipfile, 7-Zip and bsdtar read every entry.
+inline Judgement check(const fs::path &archive) {
+    return judge({"check", archive});
+}
+// One line for each entry; see archives.py.
+Names entries(const fs::path &archive);
+Names names(const fs::path &archive);
+Files files(const fs::path &archive);
+std::string content(const fs::path &archive, const std::string &name);
+// Names of temporary files in a folder and below.
+Names temporaries(const fs::path &folder);
+
+// A work folder and the name of an archive, in a folder that exists.
+class Pack : public testing::Test {
+  protected:
+    TestFolder folder;
+    fs::path base = folder / "base";
+    fs::path archive = base / "classic.vl2";
+    fs::path work = folder / "work";
+
+    void SetUp() override { fs::create_directories(base); }
+    Call call() const { return {archive, work}; }
+    void make(const std::string &recipe) {
+        ASSERT_TRUE(judge({"make", recipe, archive}));
+        fs::copy_file(archive, folder / "old.vl2", fs::copy_options::overwrite_existing);
+    }
+};
 
 } // namespace packer

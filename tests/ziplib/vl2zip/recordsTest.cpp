@@ -1,6 +1,7 @@
 #include "ziplib/format/records.h"
 #include "ziplib/format/bytes.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace ziplib; // NOLINT: the tests speak this language
@@ -23,12 +24,13 @@ std::string number16(std::size_t value) {
     return number(value).substr(0, 2);
 }
 
-// A record as other tools write it, with another extra field behind the 64-bit one.
+// A central record of another tool, with another extra field after the 64-bit one.
 std::string keptRecord(std::uint32_t size, std::uint32_t packed, std::uint32_t offset,
-                       const std::string &wideFields, std::uint16_t version = 20) {
+                       const std::string &zip64Fields, std::uint16_t version = 20) {
     const std::string other("\x55\x54\x01\x00\x00", 5);
     const std::string extra =
-        (wideFields.empty() ? "" : number16(1) + number16(wideFields.size()) + wideFields) + other;
+        (zip64Fields.empty() ? "" : number16(1) + number16(zip64Fields.size()) + zip64Fields) +
+        other;
     std::string record(46, '\0');
     auto *at = reinterpret_cast<std::uint8_t *>(record.data());
     put32(at, 0x02014b50U);
@@ -42,50 +44,44 @@ std::string keptRecord(std::uint32_t size, std::uint32_t packed, std::uint32_t o
     return record + "n" + extra + "cc";
 }
 
-TEST(Records, AKeptRecordTellsItsNewOffsetInWhicheverFieldHoldsIt) {
-    struct Row {
+TEST(Records, AKeptRecordHasItsNewOffsetInTheFieldThatHoldsIt) {
+    const std::uint32_t full = kZip64Sentinel;
+    const struct {
         const char *title;
         std::string before;
         std::uint64_t offset;
         std::string after;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"in 32 bits", keptRecord(5, 5, 7, ""), 99, keptRecord(5, 5, 99, "")},
         {"moved beyond 32 bits", keptRecord(5, 5, 7, ""), kFour,
-         keptRecord(5, 5, kZip64Sentinel, number(kFour), 45)},
-        {"in 64 bits already", keptRecord(5, 5, kZip64Sentinel, number(kFour)), kFour + 5,
-         keptRecord(5, 5, kZip64Sentinel, number(kFour + 5))},
-        {"behind a 64-bit size",
-         keptRecord(kZip64Sentinel, 5, kZip64Sentinel, number(kFour) + number(1)), kFour + 5,
-         keptRecord(kZip64Sentinel, 5, kZip64Sentinel, number(kFour) + number(kFour + 5))},
-        {"joining 64-bit sizes",
-         keptRecord(kZip64Sentinel, kZip64Sentinel, 7, number(kFour) + number(kFour + 1)),
+         keptRecord(5, 5, full, number(kFour), 45)},
+        {"after a 64-bit size", keptRecord(full, 5, full, number(kFour) + number(1)), kFour + 5,
+         keptRecord(full, 5, full, number(kFour) + number(kFour + 5))},
+        {"added to 64-bit sizes", keptRecord(full, full, 7, number(kFour) + number(kFour + 1)),
          kFour + 5,
-         keptRecord(kZip64Sentinel, kZip64Sentinel, kZip64Sentinel,
-                    number(kFour) + number(kFour + 1) + number(kFour + 5), 45)},
+         keptRecord(full, full, full, number(kFour) + number(kFour + 1) + number(kFour + 5), 45)},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.title);
+    for (const auto &row : rows) {
         std::string out = "before";
         appendKept(out, row.before, row.offset);
-        EXPECT_EQ(out, "before" + row.after);
+        EXPECT_EQ(out, "before" + row.after) << row.title;
     }
 }
 
-TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
-    struct Row {
+TEST(Records, SixtyFourBitFieldsAppearExactlyIfNumbersNeedThem) {
+    const std::uint64_t full = kZip64Sentinel;
+    const struct {
         std::uint64_t size;
         std::uint64_t packed;
         std::uint64_t offset;
         std::string fields;
-    };
-    const Row rows[] = {
-        {kZip64Sentinel - 1, kZip64Sentinel - 1, kZip64Sentinel - 1, ""},
-        {kZip64Sentinel, 5, 5, number(kZip64Sentinel)},
+    } rows[] = {
+        {full - 1, full - 1, full - 1, ""},
+        {full, 5, 5, number(full)},
         {kFour, kFour - 1, 5, number(kFour) + number(kFour - 1)},
         {5, 5, kFour, number(kFour)},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         WrittenEntry entry;
         entry.name = "n";
         entry.size = row.size;
@@ -97,37 +93,26 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyWhereNumbersNeedThem) {
         EXPECT_EQ(extra, row.fields.empty() ? 0 : row.fields.size() + 4);
         EXPECT_EQ(out.substr(47 + (extra == 0 ? 0 : 4)), row.fields);
         EXPECT_EQ(get16(bytes(out) + 6), row.fields.empty() ? 10 : 45);
-        EXPECT_EQ(get32(bytes(out) + 24), row.size >= kZip64Sentinel ? kZip64Sentinel : row.size);
-        // Of what is streamed into the archive the local record holds both sizes, whatever they
-        // are.
+        EXPECT_EQ(get32(bytes(out) + 24), std::min<std::uint64_t>(row.size, kZip64Sentinel));
+        // The local header of a streamed entry holds both sizes in 64 bits.
         entry.zip64 = true;
         std::string local;
         appendLocal(local, entry);
         EXPECT_EQ(local.size(), entry.localSize());
         EXPECT_EQ(local.substr(35), number(row.size) + number(row.packed));
     }
-}
-
-TEST(Records, TheEndRecordGrowsWithWhatItCounts) {
-    struct Row {
-        CentralDirectory directory;
-        std::size_t size;
-    };
-    const Row rows[] = {
-        {{0, 0, 0}, 22},
-        {{65534, kZip64Sentinel - 1, kZip64Sentinel - 1}, 22},
-        {{65535, 5, 5}, 22 + 56 + 20},
-        {{1, kFour, 5}, 22 + 56 + 20},
-    };
-    for (const Row &row : rows) {
+    const CentralDirectory directories[] = {{0, 0, 0},
+                                            {65534, kZip64Sentinel - 1, kZip64Sentinel - 1},
+                                            {65535, 5, 5},
+                                            {1, kFour, 5}};
+    for (const auto &[entries, offset, size] : directories) {
         std::string out;
-        appendEnd(out, row.directory, "");
-        ASSERT_EQ(out.size(), row.size);
-        if (row.size > 22) {
-            EXPECT_EQ(get64(bytes(out) + 32), row.directory.entries);
-            EXPECT_EQ(get64(bytes(out) + 48), row.directory.offset);
-            EXPECT_EQ(get64(bytes(out) + 56 + 8), row.directory.offset + row.directory.size);
-        }
+        appendEnd(out, {entries, offset, size}, "");
+        const bool zip64 = entries == 65535 || offset == kFour;
+        ASSERT_EQ(out.size(), zip64 ? 22 + 56 + 20 : 22);
+        EXPECT_EQ(zip64 ? get64(bytes(out) + 32) : entries, entries);
+        EXPECT_EQ(zip64 ? get64(bytes(out) + 48) : offset, offset);
+        EXPECT_EQ(zip64 ? get64(bytes(out) + 56 + 8) : offset + size, offset + size);
     }
 }
 

@@ -1,5 +1,5 @@
 // Saves work folders into archives, as the program does: saveDriver (ARCHIVE FOLDER)...
-// Prints what the library says. Ends with the number of calls that did not fully succeed.
+// Prints the messages. Exits with the number of calls that did not fully succeed.
 #include "tests/ziplib/vl2zip/packer.h"
 
 #include <cstdio>

@@ -12,7 +12,7 @@ namespace {
 
 const char *const sample = "archives/python-zipfile";
 
-// A target, and a folder beside it that no extraction may write to.
+// A target folder, and another one that no extraction may write to.
 class Links : public testing::Test {
   protected:
     Links() {
@@ -38,8 +38,8 @@ TEST_F(Links, BelowTheTargetAreNeverFollowed) {
     EXPECT_TRUE(fs::exists(target / "sound" / "w.wav"));
 }
 
-TEST_F(Links, ThatTakeAFoldersPlaceMeanwhileLeadNowhere) {
-    // Somebody swaps a folder for a link all the time while the archive is extracted.
+TEST_F(Links, ThatReplaceAFolderDuringAnExtractionAreNotFollowed) {
+    // Another thread replaces a folder by a link, and back, during the extractions.
     fs::create_directory_symlink(outside, folder / "link");
     std::atomic<bool> end{false};
     std::thread attacker([&] {
@@ -60,7 +60,7 @@ TEST_F(Links, ThatTakeAFoldersPlaceMeanwhileLeadNowhere) {
     EXPECT_TRUE(filesIn(outside).empty());
 }
 
-TEST(Disk, APipeIsNoArchiveAndNeverWaitedFor) {
+TEST(Disk, APipeIsNoArchiveAndIsNotWaitedFor) {
     const TestFolder folder;
     const std::string pipe = folder / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

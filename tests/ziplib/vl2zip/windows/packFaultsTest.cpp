@@ -6,7 +6,7 @@ using namespace packer; // NOLINT: the tests speak this language
 
 namespace {
 
-// A file as another program holds it open.
+// A file that another program has open.
 class Held {
   public:
     Held(const fs::path &file, DWORD share)
@@ -22,7 +22,7 @@ class Held {
     HANDLE m_handle;
 };
 
-TEST_F(PackFaults, AFileThatItsEditorKeepsToItselfStopsTheSaveAndIsNamed) {
+TEST_F(PackFaults, AFileOpenInAnEditorWithoutSharingStopsTheSaveAndIsNamed) {
     writeFile(work / "held.txt", "mine");
     {
         const Held editor(work / "held.txt", 0);
@@ -32,7 +32,7 @@ TEST_F(PackFaults, AFileThatItsEditorKeepsToItselfStopsTheSaveAndIsNamed) {
     EXPECT_EQ(content(archive, "held.txt"), "mine");
 }
 
-TEST_F(PackFaults, AnArchiveThatAProgramReadsStaysWholeAndIsSavedOnceItIsLetGo) {
+TEST_F(PackFaults, AnArchiveOpenInAnotherProgramStaysWholeAndIsSavedOnceItIsClosed) {
     {
         const Held game(archive, FILE_SHARE_READ | FILE_SHARE_WRITE);
         expectRefused(run(call()), {14, 15}, archive.string());
@@ -41,7 +41,7 @@ TEST_F(PackFaults, AnArchiveThatAProgramReadsStaysWholeAndIsSavedOnceItIsLetGo) 
     EXPECT_EQ(content(archive, "a.txt"), "after");
 }
 
-TEST_F(PackFaults, NoFolderIsHeldOrGoneIntoAfterwards) {
+TEST_F(PackFaults, NoFolderIsOpenOrCurrentAfterwards) {
     const fs::path current = fs::current_path();
     ASSERT_EQ(run(call()).code, 0);
     EXPECT_EQ(fs::current_path(), current);
