@@ -61,7 +61,7 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
     zip.setBasePath("   ");
     zip.Zip();
     EXPECT_EQ(fake.calls.back().rootDir, "   ");
-    zip.setBasePath(folder.path() + "\\PACK\\a b\\"); // with a separator, as a work folder's
+    zip.setBasePath(folder.path() + "\\pack\\a b\\"); // with a separator, as a work folder's
     zip.Zip();
     EXPECT_EQ(QDir::cleanPath(platform::fromNarrow(*fake.calls.back().rootDir)),
               QDir::cleanPath(platform::nativePath(folder.path() + "/pack/a b")));

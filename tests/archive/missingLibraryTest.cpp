@@ -5,7 +5,7 @@ using platform::ErrorNumber;
 
 namespace {
 
-// First in its program: a library that was loaded once stays loaded.
+// In a process of its own, as ctest runs each test: a library that was loaded once stays loaded.
 TEST(MissingLibraryTest, ALibraryThatCannotBeLoadedIsAnErrorOfTheCallAndNotOfTheStart) {
     const TestFolder folder;
     platform::Library::setFolder(QString::fromStdString(folder.path().string()));
