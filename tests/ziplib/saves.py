@@ -35,7 +35,7 @@ def start(driver, pairs, zone="UTC"):
     prefix = "Z:" if len(driver) > 1 else ""
     return subprocess.Popen(
         [*driver, *(prefix + str(path) for pair in pairs for path in pair)],
-        env={**os.environ, "TZ": zone}, stdout=subprocess.PIPE, text=True)
+        env={**os.environ, "TZ": zone}, stdout=subprocess.PIPE, text=True, errors="replace")
 
 
 def together(driver, folder):

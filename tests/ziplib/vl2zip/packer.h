@@ -76,7 +76,7 @@ class Pack : public testing::Test {
     Call call() const { return {archive, work}; }
     void make(const std::string &recipe) {
         ASSERT_TRUE(judge({"make", recipe, archive}));
-        fs::copy_file(archive, folder / "old.vl2", fs::copy_options::overwrite_existing);
+        writeFile(folder / "old.vl2", readFile(archive));
     }
 };
 
