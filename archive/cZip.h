@@ -2,7 +2,7 @@
 
 #include "archive/libraryEvents.h"
 #include "platform/packedFiles.h"
-#include "ziplib/common/returnCode.h"
+#include "ziplib/returnCode.h"
 #include "ziplib/vl2zip.h"
 
 #include <QString>

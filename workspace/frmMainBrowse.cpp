@@ -5,7 +5,7 @@
 #include "workspace/fileTypes.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
-#include "ziplib/common/returnCode.h"
+#include "ziplib/returnCode.h"
 
 #include <QComboBox>
 #include <QDir>

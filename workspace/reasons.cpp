@@ -1,7 +1,7 @@
 #include "workspace/reasons.h"
 
 #include "platform/error.h"
-#include "ziplib/common/returnCode.h"
+#include "ziplib/returnCode.h"
 
 #include <array>
 

@@ -107,7 +107,7 @@ TEST_F(HiveFile, ALinkIsWrittenThrough) {
 
 TEST_F(HiveFile, AStaleTemporaryIsRemoved) {
     home.setHive("[Key]\n");
-    RegistryHome::write(home.path("config/orvel/.orvel-0123456789abcdef.part"), "half a hi");
+    writeFile(home.path("config/orvel/.orvel-0123456789abcdef.part"), "half a hi");
     ASSERT_EQ(set(path, "a", "1"), 0);
     EXPECT_EQ(files(), QStringList({"system.reg", "system.reg.lock"}));
 }

@@ -3,7 +3,7 @@ if(ORVEL_SYSTEM STREQUAL posix)
   set(disks vl2uzip/posix/diskTest.cpp)  # links, pipes, small disks and low limits
 endif()
 orvel_test(ziplib_shared_test
-  SOURCES codec/checksumTest.cpp codec/lineEndsTest.cpp format/namesTest.cpp
+  SOURCES codec/checksumTest.cpp codec/lineEndsTest.cpp format/namesTest.cpp format/recordsTest.cpp
           common/orderedParallelForTest.cpp common/patternTest.cpp ${zones}
   LIBRARIES ziplib_shared Threads::Threads)
 

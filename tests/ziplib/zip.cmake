@@ -6,7 +6,7 @@ target_compile_definitions(zip_packer PRIVATE
 
 orvel_test(vl2zip_test
   SOURCES vl2zip/packTest.cpp vl2zip/packFaultsTest.cpp vl2zip/packOptionsTest.cpp
-          vl2zip/recordsTest.cpp vl2zip/${ORVEL_SYSTEM}/packFaultsTest.cpp
+          vl2zip/${ORVEL_SYSTEM}/packFaultsTest.cpp
   LIBRARIES zip_packer vl2zip_parts)
 
 # Saves by several processes, and by both systems.

@@ -72,7 +72,7 @@ class EntryReader {
     const std::uint64_t m_limit; // where the next thing in the file starts
     std::optional<Cipher> m_cipher;
     Scratch &m_scratch;
-    std::optional<MemoryBudget::Share> m_memory;
+    std::optional<MemoryBudget::Reservation> m_memory;
     platform::Status m_status;
     bool m_started = false;
     bool m_whole = false;

@@ -28,6 +28,8 @@ std::int32_t percentSaved(std::uint64_t size, std::uint64_t compressedSize) {
     return static_cast<std::int32_t>(std::lround(100.0 * saved));
 }
 
+} // namespace
+
 Caller::Answer Caller::replace(const std::string &path) {
     if (m_functions.replace == nullptr)
         return Answer::Keep;

@@ -35,7 +35,8 @@ class Extraction {
     bool askReplace(const std::string &path);
     void resolveTakenName(ExtractTask &task);
     ExtractTask *laterTaskWithFile(const platform::FileInfo &file);
-    platform::Status folderFor(std::string_view path, std::shared_ptr<const platform::OpenFolder> &folder);
+    platform::Status folderFor(std::string_view path,
+                               std::shared_ptr<const platform::OpenFolder> &folder);
     void collect(std::unique_ptr<ExtractTask> task);
     void collectNext();
     std::unique_ptr<ExtractTask> nextTask();

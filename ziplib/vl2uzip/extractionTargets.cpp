@@ -224,7 +224,8 @@ ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {
     return nullptr;
 }
 
-Status Extraction::folderFor(std::string_view path, std::shared_ptr<const platform::OpenFolder> &folder) {
+Status Extraction::folderFor(std::string_view path,
+                             std::shared_ptr<const platform::OpenFolder> &folder) {
     Status status = m_folders->get(path, folder);
     if (status.is(Failure::Resources)) {
         // Too many open handles: close those of finished entries and try again.

@@ -1,10 +1,10 @@
 #include "ziplib/vl2zip/update.h"
 
 #include "ziplib/common/backgroundTask.h"
-#include "ziplib/common/leftovers.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/changeDetector.h"
 #include "ziplib/vl2zip/compare/detectChanges.h"
+#include "ziplib/vl2zip/select/leftovers.h"
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/select/selection.h"
 #include "ziplib/vl2zip/write/archiveWriter.h"
@@ -256,7 +256,8 @@ Status Update::run(bool &again) {
     for (const auto &line : m_scan.leftOut)
         m_report.defer(line);
     ChangeDetector detector(
-        m_options, m_target, m_directory, m_scan, m_candidates,
+        m_options, m_target.old(), m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
+        m_scan, m_candidates,
         [this](const auto &candidate, const auto &comparison) {
             return take(candidate, comparison);
         },

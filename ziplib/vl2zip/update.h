@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ziplib/common/returnCode.h"
-#include "ziplib/vl2zip/options.h"
-#include "ziplib/vl2zip/report.h"
+#include "ziplib/vl2zip/select/options.h"
+#include "ziplib/vl2zip/write/report.h"
 
 namespace ziplib {
 

@@ -120,7 +120,7 @@ TEST_F(LauncherTest, TheEditorDoesNotSeeHowItWasStarted) {
     makeEntry("data/applications/kate.desktop", "Exec=kate %U");
     const ScopedVariable visual("VISUAL", "kate");
     EXPECT_EQ(opened(), (QList<QByteArray>{"kate", nativeFile()}));
-    const QByteArray state = contentOf(at("record.state"));
+    const QByteArray state = readFile(at("record.state"));
     EXPECT_TRUE(state.contains("report 0\n")) << state.constData();
     EXPECT_TRUE(state.startsWith("open /dev/null\nopen /dev/null\nopen /dev/null\nsignals 0\n"))
         << state.constData();

@@ -1,6 +1,5 @@
 #include "ziplib/format/names.h"
 #include "ziplib/common/interfaceText.h"
-#include "ziplib/common/leftovers.h"
 #include "ziplib/common/utf8.h"
 
 #include <gtest/gtest.h>
@@ -79,19 +78,4 @@ TEST(Names, FoldTheirCaseForComparison) {
     }
     for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"})
         EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
-}
-
-TEST(Names, AreThoseOfLeftoversOrAreNot) {
-    const char *const leftovers[] = {"a/x.cs~",      "#x#",         ".#x",         "a/.x.cs.swp",
-                                     "THUMBS.DB",    "desktop.ini", "a/.DS_Store", "._sky.png",
-                                     "~$notes.doc",  ".directory",  "a.bak",       "~wrl0001.tmp",
-                                     ".~lock.a.odt#"};
-    for (const char *path : leftovers)
-        EXPECT_TRUE(ziplib::isLeftover(path)) << path;
-    const char *const others[] = {"a.cs",  "~",     "a~b",          "##",         "x#",
-                                  "#x",    "a.swp", ".x.swf",       "._",         "thumbs.db.cs",
-                                  "bak",   ".bak",  "x~/a.cs",      "desktop.in", "a.tmp.cs",
-                                  "a.nfs", "~a.cs", "mydesktop.ini"};
-    for (const char *path : others)
-        EXPECT_FALSE(ziplib::isLeftover(path)) << path;
 }

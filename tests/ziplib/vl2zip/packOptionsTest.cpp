@@ -1,5 +1,6 @@
 #include "tests/support/disk.h"
 #include "tests/ziplib/vl2zip/packer.h"
+#include "ziplib/vl2zip/select/leftovers.h"
 
 #include <sstream>
 
@@ -266,6 +267,21 @@ TEST_F(PackOptions, ADeclinedPasswordOrAStopLeavesTheArchiveAsItWas) {
     }
     EXPECT_EQ(readFile(archive), before);
     EXPECT_TRUE(temporaries(folder.path()).empty());
+}
+
+TEST(Names, AreThoseOfLeftoversOrAreNot) {
+    const char *const leftovers[] = {"a/x.cs~",      "#x#",         ".#x",         "a/.x.cs.swp",
+                                     "THUMBS.DB",    "desktop.ini", "a/.DS_Store", "._sky.png",
+                                     "~$notes.doc",  ".directory",  "a.bak",       "~wrl0001.tmp",
+                                     ".~lock.a.odt#"};
+    for (const char *path : leftovers)
+        EXPECT_TRUE(ziplib::isLeftover(path)) << path;
+    const char *const others[] = {"a.cs",  "~",     "a~b",          "##",         "x#",
+                                  "#x",    "a.swp", ".x.swf",       "._",         "thumbs.db.cs",
+                                  "bak",   ".bak",  "x~/a.cs",      "desktop.in", "a.tmp.cs",
+                                  "a.nfs", "~a.cs", "mydesktop.ini"};
+    for (const char *path : others)
+        EXPECT_FALSE(ziplib::isLeftover(path)) << path;
 }
 
 } // namespace

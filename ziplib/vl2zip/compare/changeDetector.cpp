@@ -23,14 +23,13 @@ constexpr std::uint64_t kSmall = 32U << 10U;
 
 } // namespace
 
-ChangeDetector::ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
-                               const Directory &directory, Scan &scan,
-                               const std::vector<Candidate> &candidates, Take take,
+ChangeDetector::ChangeDetector(const PackOptions &options, const platform::InputFile &archive,
+                               const platform::FileInfo *archiveInfo, const Directory &directory,
+                               Scan &scan, const std::vector<Candidate> &candidates, Take take,
                                std::function<void()> idle)
     : m_directory(directory), m_scan(scan), m_candidates(candidates),
-      m_folders(openedRoot(options.root)),
-      m_context{options, target.old(), target.exists() ? &target.oldInfo() : nullptr, directory,
-                m_folders},
+      m_folders(openedRoot(options.root)), m_context{options, archive, archiveInfo, directory,
+                                                     m_folders},
       m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
       m_left(candidates.size()) {
     std::iota(m_left.begin(), m_left.end(), std::size_t{0});

@@ -3,7 +3,6 @@
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/select/candidate.h"
-#include "ziplib/vl2zip/write/archiveReplacement.h"
 
 #include <atomic>
 #include <functional>
@@ -21,9 +20,9 @@ class ChangeDetector {
     // All arguments must outlive this. Each candidate is passed to `take` on the caller's thread
     // once it was compared; a failure returned by `take` ends the comparison.
     using Take = std::function<Status(const Candidate &candidate, const Comparison &comparison)>;
-    ChangeDetector(const PackOptions &options, const ArchiveReplacement &target,
-                   const Directory &directory, Scan &scan, const std::vector<Candidate> &candidates,
-                   Take take, std::function<void()> idle);
+    ChangeDetector(const PackOptions &options, const platform::InputFile &archive,
+                   const platform::FileInfo *archiveInfo, const Directory &directory, Scan &scan,
+                   const std::vector<Candidate> &candidates, Take take, std::function<void()> idle);
     // Waits for the background thread.
     ~ChangeDetector() { m_stopped = true; }
     ChangeDetector(const ChangeDetector &) = delete;

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "storage/folderCache.h"
 #include "ziplib/codec/lineEnds.h"
 #include "ziplib/common/returnCode.h"
 #include "ziplib/format/directory.h"
-#include "storage/folderCache.h"
-#include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/select/candidate.h"
+#include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 namespace ziplib {

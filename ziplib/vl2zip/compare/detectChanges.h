@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ziplib/vl2zip/options.h"
+#include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 namespace ziplib {

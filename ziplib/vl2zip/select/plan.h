@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ziplib/vl2zip/options.h"
 #include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/entryPaths.h"
+#include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <functional>

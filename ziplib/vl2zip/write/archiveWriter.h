@@ -2,14 +2,14 @@
 
 #include "ziplib/format/directory.h"
 #include "ziplib/format/records.h"
-#include "ziplib/vl2zip/options.h"
-#include "ziplib/vl2zip/report.h"
 #include "ziplib/vl2zip/select/candidate.h"
+#include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 #include "ziplib/vl2zip/write/archiveReplacement.h"
 #include "ziplib/vl2zip/write/layout.h"
 #include "ziplib/vl2zip/write/output.h"
 #include "ziplib/vl2zip/write/pack.h"
+#include "ziplib/vl2zip/write/report.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "ziplib/common/leftovers.h"
+#include "ziplib/vl2zip/select/leftovers.h"
 
 #include "ziplib/common/pattern.h"
 #include "ziplib/format/names.h"

@@ -101,10 +101,8 @@ TEST(Records, SixtyFourBitFieldsAppearExactlyIfNumbersNeedThem) {
         EXPECT_EQ(local.size(), entry.localSize());
         EXPECT_EQ(local.substr(35), number(row.size) + number(row.packed));
     }
-    const CentralDirectory directories[] = {{0, 0, 0},
-                                            {65534, kZip64Sentinel - 1, kZip64Sentinel - 1},
-                                            {65535, 5, 5},
-                                            {1, kFour, 5}};
+    const CentralDirectory directories[] = {
+        {0, 0, 0}, {65534, kZip64Sentinel - 1, kZip64Sentinel - 1}, {65535, 5, 5}, {1, kFour, 5}};
     for (const auto &[entries, offset, size] : directories) {
         std::string out;
         appendEnd(out, {entries, offset, size}, "");
