@@ -1,29 +1,11 @@
 #include "tests/support/standIn.h"
 
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 
 #include <unistd.h>
-
-namespace {
-
-int ignoredOrBlockedSignals() {
-    int count = 0;
-    sigset_t blocked;
-    sigprocmask(SIG_SETMASK, nullptr, &blocked);
-    for (int number = 1; number < NSIG; ++number) {
-        struct sigaction action = {};
-        const bool ignored =
-            sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-        count += ignored || sigismember(&blocked, number) == 1;
-    }
-    return count;
-}
-
-} // namespace
 
 // The arguments, the program first, each ended by a NUL.
 std::string ownCommandLine() {
@@ -44,7 +26,12 @@ std::string inheritedState() {
         if (!error && target.find("/fd") == std::string::npos) // the iterator's own
             state << "open " << target << '\n';
     }
-    state << "signals " << ignoredOrBlockedSignals() << '\n'
+    int signals = 0; // masks of ignored or blocked ones
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("SigBlk:") || line.starts_with("SigIgn:"))
+            signals += line.find_first_not_of("0", 8) != std::string::npos;
+    state << "signals " << signals << '\n'
           << "session " << getsid(0) << '\n'
           << "folder " << std::filesystem::current_path().string() << '\n'
           << "report " << (std::getenv("ORVEL_START_REPORT") != nullptr) << '\n';

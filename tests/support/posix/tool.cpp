@@ -4,21 +4,10 @@
 #include <cstdio>
 #include <sys/wait.h>
 
-namespace {
-
-std::string quoted(const std::string &text) {
-    std::string out = "'";
-    for (const char c : text)
-        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-} // namespace
-
 ToolRun runTool(const std::vector<std::string> &words) {
     std::string command;
     for (const auto &word : words)
-        command += quoted(word) + ' ';
+        command += quotedWord(word) + ' ';
     ToolRun run;
     FILE *pipe = ::popen((command + "2>&1").c_str(), "r");
     if (pipe == nullptr)

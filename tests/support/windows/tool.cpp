@@ -1,10 +1,10 @@
 #include "tests/support/tool.h"
 
-#include <cctype>
+#include "tests/support/files.h"
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <windows.h>
@@ -27,39 +27,22 @@ std::string outside(const std::string &text) {
     return result;
 }
 
-std::string quoted(const std::string &text) {
-    std::string out = "'";
-    for (const char c : text)
-        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-std::string contentOf(const fs::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-fs::path scratchName() {
-    static int count = 0;
-    return fs::temp_directory_path() /
-           ("orvel-tool-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count));
-}
-
 } // namespace
 
 // A process outside has no handle here: a shell there writes down how it ended.
 ToolRun runTool(const std::vector<std::string> &words) {
-    const fs::path script = scratchName();
-    const fs::path output = script.string() + ".out";
-    const fs::path code = script.string() + ".code";
+    const TestFolder folder;
+    const fs::path script = folder / "script";
+    const fs::path output = folder / "output";
+    const fs::path code = folder / "code";
     std::string text;
     for (const auto &word : words)
-        text += quoted(outside(word)) + ' ';
+        text += quotedWord(outside(word)) + ' ';
     // Renamed when whole: it is read as soon as it is there.
-    const std::string ready = quoted(outside(code.string()));
-    const std::string unready = quoted(outside(code.string() + ".new"));
+    const std::string ready = quotedWord(outside(code.string()));
+    const std::string unready = quotedWord(outside(code.string() + ".new"));
     std::ofstream(script, std::ios::binary)
-        << text << "</dev/null >" << quoted(outside(output.string())) << " 2>&1\necho $? >"
+        << text << "</dev/null >" << quotedWord(outside(output.string())) << " 2>&1\necho $? >"
         << unready << "\nmv " << unready << ' ' << ready << '\n';
     std::wstring command = L"\\\\?\\unix\\bin\\sh " + fs::path(outside(script.string())).wstring();
     STARTUPINFOW start{};
@@ -76,12 +59,8 @@ ToolRun runTool(const std::vector<std::string> &words) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     while (!fs::exists(code) && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    run.output = contentOf(output);
-    const std::string told = contentOf(code);
+    run.output = readFile(output);
+    const std::string told = readFile(code);
     run.code = told.empty() ? -1 : std::stoi(told);
-    for (const fs::path &file : {script, output, code}) {
-        std::error_code ignored;
-        fs::remove(file, ignored);
-    }
     return run;
 }

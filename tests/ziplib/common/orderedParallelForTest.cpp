@@ -51,24 +51,16 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
     job.take = [](std::size_t i) { return i < 500; };
     job.idle = [] {};
     EXPECT_FALSE(orderedParallelFor(job, 4, 100));
-    job.work = [](std::size_t i) {
-        if (i == 700)
-            throw std::runtime_error("no memory");
-    };
-    job.take = [](std::size_t) { return true; };
-    EXPECT_THROW(orderedParallelFor(job, 4, 100), std::runtime_error);
+    job.work = [](std::size_t i) { std::vector<int>(1000).at(i < 300 ? 0 : 1000); };
+    EXPECT_THROW(orderedParallelFor(job, 4, 100), std::out_of_range);
     job.count = 0;
     EXPECT_TRUE(orderedParallelFor(job, 4, 100));
 }
 
-TEST(WorkerCount, ComesFromTheEnvironmentOrTheMachine) {
-    setVariable("ORVEL_WORKERS", "");
-    const unsigned own = workerCount();
-    EXPECT_TRUE(own >= 1 && own <= 8) << own;
-    const std::pair<const char *, unsigned> rows[] = {{"3", 3}, {"99", 8}, {"nonsense", own}};
-    for (const auto &[text, expected] : rows) {
-        setVariable("ORVEL_WORKERS", text);
-        EXPECT_EQ(workerCount(), expected) << text;
+TEST(WorkerCount, ComesFromTheEnvironmentUpToEight) {
+    for (const unsigned wanted : {3U, 99U}) {
+        setVariable("ORVEL_WORKERS", std::to_string(wanted).c_str());
+        EXPECT_EQ(workerCount(), std::min(wanted, 8U));
     }
     setVariable("ORVEL_WORKERS", "");
 }

@@ -4,25 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <tuple>
 
-namespace {
-
-const char *const archives[] = {
-    "archives/python-zipfile", "archives/duplicates",    "archives/attributes",
-    "archives/encrypted",      "hostile/file-is-folder", "hostile/overlap-quoted",
-    "hostile/checksum-wrong",  "hostile/name-dotdot",    "archives/case-only"};
-
-std::int32_t secret(char *p, std::int32_t, const std::string &) {
-    std::snprintf(p, 8, "secret");
-    return 0;
-}
-
-} // namespace
+using Paths = std::vector<std::string>;
 
 TEST(Callbacks, ComeInArchiveOrderOnTheCallersThreadWithAnyNumberOfWorkersAndMayBeMissing) {
     const std::size_t before = openHandles();
-    for (const char *archive : archives) {
+    for (const std::string archive :
+         {"archives/python-zipfile", "archives/duplicates", "archives/attributes",
+          "archives/encrypted", "hostile/file-is-folder", "hostile/overlap-quoted",
+          "hostile/checksum-wrong", "hostile/names", "archives/case-only"}) {
         SCOPED_TRACE(archive);
         const TestFolder folder;
         UnzipCall calls[3];
@@ -30,17 +21,15 @@ TEST(Callbacks, ComeInArchiveOrderOnTheCallersThreadWithAnyNumberOfWorkersAndMay
         for (const int i : {0, 1, 2}) {
             setVariable("ORVEL_WORKERS", i == 0 ? "1" : "8");
             calls[i].withCallbacks = i != 2;
-            calls[i].password = secret;
+            calls[i].passwords = {"secret"};
             codes[i] = calls[i].extract(archive, folder / std::to_string(i));
             EXPECT_FALSE(calls[i].otherThread);
         }
-        EXPECT_EQ(codes[0], codes[1]);
         EXPECT_EQ(calls[0].events, calls[1].events);
         EXPECT_EQ(calls[0].messages, calls[1].messages);
-        EXPECT_EQ(filesIn(folder / "0"), filesIn(folder / "1"));
-        if (archive != std::string("archives/encrypted")) {
-            EXPECT_EQ(codes[0], codes[2]);
-            EXPECT_EQ(filesIn(folder / "0"), filesIn(folder / "2"));
+        for (const int i : {1, archive == "archives/encrypted" ? 1 : 2}) {
+            EXPECT_EQ(codes[0], codes[i]);
+            EXPECT_EQ(filesIn(folder / "0"), filesIn(folder / std::to_string(i)));
         }
     }
     setVariable("ORVEL_WORKERS", "");
@@ -48,26 +37,59 @@ TEST(Callbacks, ComeInArchiveOrderOnTheCallersThreadWithAnyNumberOfWorkersAndMay
 }
 
 TEST(Callbacks, TheServiceCallbackStopsTheCall) {
-    const TestFolder folder;
     UnzipCall call;
-    call.service = [](const std::string &name) { return name == "maps/base/a.png" ? 1 : 0; };
-    EXPECT_EQ(call.extract("archives/python-zipfile", folder.path()), 80);
+    call.stopAt = "maps/base/a.png";
+    EXPECT_EQ(call.extract("archives/python-zipfile"), 80);
     EXPECT_EQ(call.processed.back(), "maps/base/a.png");
-    for (const std::string &name : namesIn(folder.path()))
+    for (const std::string &name : namesIn(call.folder.path()))
         EXPECT_EQ(name.find(".part"), std::string::npos);
 }
 
 TEST(Callbacks, AQuestionIsAskedAfterAllEarlierEntriesAreReported) {
-    const TestFolder folder;
-    writeFile(folder / "readme.txt", "mine");
     UnzipCall call;
+    writeFile(call.folder / "readme.txt", "mine");
     call.options.noflag = 0;
     call.options.fQuiet = 2;
-    call.replace = [](const std::string &) { return 102; };
-    EXPECT_EQ(call.extract("archives/python-zipfile", folder.path()), 0);
-    EXPECT_EQ(call.events,
-              (std::vector<std::string>{"service maps/", "service maps/base/",
-                                        "service maps/base/a.png", "service maps/base/b.mis",
-                                        "replace readme.txt", "service readme.txt",
-                                        "service scripts/deep/er/x.cs", "service sound/w.wav"}));
+    call.answer = 102;
+    EXPECT_EQ(call.extract("archives/python-zipfile"), 0);
+    ASSERT_EQ(call.events.size(), 8U);
+    EXPECT_EQ(call.events[4], "replace readme.txt");
+    EXPECT_EQ(call.events[5], "service readme.txt");
+}
+
+TEST(Passwords, DecideWhatIsExtracted) {
+    const Paths all = {"a.txt", "b.txt", "good.txt"};
+    // The archive, the answers, the code, the number of requests and the extracted files.
+    const std::tuple<std::string, Paths, int, std::size_t, Paths> rows[] = {
+        {"encrypted", {"secret"}, 0, 1, all},
+        {"encrypted", {"x", "y", "secret"}, 0, 3, all},
+        {"encrypted", {"x", "y", "z", "x", "y", "z"}, 82, 6, {"good.txt"}},
+        {"encrypted", {}, 82, 2, {"good.txt"}},
+        {"encrypted-two", {"one", "two"}, 0, 2, {"a.txt", "b.txt"}},
+        {"7zip-encrypted",
+         {"secret"},
+         0,
+         1,
+         {"maps/", "maps/base/", "maps/base/a.png", "readme.txt"}},
+    };
+    for (const auto &[archive, answers, code, asked, files] : rows) {
+        SCOPED_TRACE(archive + std::to_string(answers.size()));
+        UnzipCall call;
+        call.passwords = answers;
+        EXPECT_EQ(call.extract("archives/" + archive), code);
+        EXPECT_EQ(call.asked, asked);
+        EXPECT_EQ(namesIn(call.folder.path()), files);
+    }
+}
+
+// One password in 256 passes the check byte: enough of them are tried.
+TEST(Passwords, AWrongOneThatPassesTheCheckByteIsRefused) {
+    const TestFolder folder;
+    for (int i = 0; i < 1500; ++i) {
+        UnzipCall call;
+        call.wanted = {"a.txt"};
+        call.passwords = {"wrong" + std::to_string(i)};
+        ASSERT_EQ(call.extract("archives/encrypted", folder.path()), 82) << i;
+        ASSERT_TRUE(filesIn(folder.path()).empty());
+    }
 }

@@ -11,49 +11,49 @@ namespace {
 UnzipCall *current = nullptr;
 
 int32_t onPrint(char *buffer, uint32_t size) {
-    current->heard();
-    if (size == 0) {
+    current->heard(size == 0 ? "" : "print");
+    if (size == 0)
         ++current->heartbeats;
-    } else {
+    else
         current->messages.emplace_back(buffer, size);
-        current->events.push_back("print");
-    }
     return 0;
 }
 
 int32_t onReplace(char *name) {
-    current->heard();
-    current->events.push_back(std::string("replace ") + name);
-    return current->replace(name);
+    current->heard(std::string("replace ") + name);
+    ++current->asked;
+    return current->answer;
 }
 
 int32_t onPassword(char *p, int32_t n, char *, char *name) {
-    current->heard();
-    current->events.push_back(std::string("password ") + name);
-    return current->password(p, n, name);
+    current->heard(std::string("password ") + name);
+    if (current->asked++ >= current->passwords.size() || n < 255)
+        return 1;
+    std::snprintf(p, static_cast<std::size_t>(n), "%s",
+                  current->passwords[current->asked - 1].c_str());
+    return 0;
 }
 
 void onEntry(uint32_t size, uint32_t packed, int32_t factor, int32_t month, int32_t day,
              int32_t year, int32_t hour, int32_t minute, char c, char *name, char *method,
              uint32_t crc, char encrypted) {
     current->heard();
-    char date[64];
-    std::snprintf(date, sizeof date, "%04d-%02d-%02d %02d:%02d", year, month, day, hour, minute);
-    current->listed.push_back({name, method, date, size, packed, factor, crc, encrypted, c});
+    char text[128];
+    std::snprintf(text, sizeof text, "|%04d-%02d-%02d %02d:%02d|%u|%u|%d|%08X|%c%c", year, month,
+                  day, hour, minute, size, packed, factor, crc, encrypted, c);
+    current->paths.push_back(name);
+    current->listed.push_back(name + std::string("|") + method + text);
 }
 
 int32_t onService(char *name, uint32_t size) {
-    current->heard();
-    if (size != std::string(name).size() + 1)
-        current->events.push_back("wrong size for " + std::string(name));
-    current->processed.emplace_back(name);
-    current->events.push_back(std::string("service ") + name);
-    return current->service ? current->service(name) : 0;
+    const std::string text(name);
+    current->heard((size == text.size() + 1 ? "service " : "wrong size for ") + text);
+    current->processed.push_back(text);
+    return text == current->stopAt && !text.empty() ? 1 : 0;
 }
 
 std::vector<char *> table(std::vector<std::string> &names) {
     std::vector<char *> slots;
-    slots.reserve(names.size() + 1);
     for (std::string &name : names)
         slots.push_back(name.data());
     slots.push_back(nullptr);
@@ -62,17 +62,14 @@ std::vector<char *> table(std::vector<std::string> &names) {
 
 } // namespace
 
-UnzipCall::UnzipCall() {
-    options.ndflag = 1;
-    options.noflag = 1;
-}
-
-void UnzipCall::heard() {
+void UnzipCall::heard(const std::string &event) {
     const auto now = std::chrono::steady_clock::now();
     longestSilence =
         std::max(longestSilence, std::chrono::duration_cast<std::chrono::milliseconds>(now - last));
     last = now;
     otherThread = otherThread || std::this_thread::get_id() != thread;
+    if (!event.empty())
+        events.push_back(event);
 }
 
 std::int32_t UnzipCall::run(const std::string &archive, std::string target) {
@@ -82,8 +79,8 @@ std::int32_t UnzipCall::run(const std::string &archive, std::string target) {
     options.lpszExtractDir = target.data();
     if (withCallbacks) {
         functions.print = onPrint;
-        functions.replace = replace ? onReplace : nullptr;
-        functions.password = password ? onPassword : nullptr;
+        functions.replace = answer != 0 ? onReplace : nullptr;
+        functions.password = onPassword;
         functions.SendApplicationMessage = onEntry;
         functions.ServCallBk = onService;
     }
@@ -107,16 +104,4 @@ std::int32_t UnzipCall::list(const std::string &archive) {
 std::int32_t UnzipCall::extract(const std::string &archive, const fs::path &target) {
     options.nvflag = 0;
     return run(archive, target.string());
-}
-
-std::int32_t UnzipCall::test(const std::string &archive) {
-    options.ntflag = 1;
-    return run(archive, "");
-}
-
-std::vector<std::string> UnzipCall::listedPaths() const {
-    std::vector<std::string> paths;
-    for (const Listed &entry : listed)
-        paths.push_back(entry.path);
-    return paths;
 }

@@ -30,10 +30,9 @@ class PackFaults : public packer::Pack {
     }
 
     // The result of the call if this happens at its first file.
-    packer::Result runWhile(const std::function<void()> &happens) {
-        return runWhile(call(), happens);
-    }
-    static packer::Result runWhile(packer::Call pack, const std::function<void()> &happens) {
+    packer::Result runWhile(const std::function<void()> &happens, packer::Names patterns = {"*"}) {
+        auto pack = call();
+        pack.patterns = std::move(patterns);
         bool happened = false;
         pack.onFile = [&](const std::string & /*name*/) {
             if (!happened) {

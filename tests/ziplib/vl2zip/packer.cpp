@@ -12,41 +12,33 @@ namespace packer {
 namespace {
 
 // The call in progress: the library passes no data of the caller to the callbacks.
-struct State {
-    Call *call = nullptr;
-    Result result;
-};
-State *current = nullptr;
+Call *current = nullptr;
+Result report;
 
 std::int32_t onPrint(char *buffer, std::uint32_t size) {
     if (size > 0)
-        current->result.messages.emplace_back(buffer, size);
+        report.messages.emplace_back(buffer, size);
     return 0;
 }
 
 std::int32_t onPassword(char *p, std::int32_t n, char * /*m*/, char * /*name*/) {
-    ++current->result.passwordsAsked;
-    if (current->call->password.empty())
+    ++report.passwordsAsked;
+    if (current->password.empty())
         return 1;
-    std::snprintf(p, static_cast<std::size_t>(n), "%s", current->call->password.c_str());
+    std::snprintf(p, static_cast<std::size_t>(n), "%s", current->password.c_str());
     return 0;
 }
 
 std::int32_t onService(char *name, std::uint32_t size) {
-    current->result.files.emplace_back(name, size - 1);
-    return current->call->onFile ? current->call->onFile(name) : 0;
+    report.files.emplace_back(name, size - 1);
+    return current->onFile ? current->onFile(name) : 0;
 }
 
 void onPacked(const ZPPACKED *file) {
-    current->result.packed[file->path] = *file;
+    report.packed[file->path] = *file;
 }
 
 } // namespace
-
-Call::Call(fs::path zip, const fs::path &folder) : archive(std::move(zip)), root(folder.string()) {
-    options.fNoDirEntries = 1;
-    options.fRecurse = 2;
-}
 
 std::string Result::all() const {
     std::string text;
@@ -56,9 +48,8 @@ std::string Result::all() const {
 }
 
 Result run(Call call) {
-    State state;
-    state.call = &call;
-    current = &state;
+    current = &call;
+    report = {};
     ZIPUSERFUNCTIONS callbacks{onPrint, onPassword, nullptr, onService};
     ZpInit(&callbacks);
     ZpReportPacked(onPacked);
@@ -68,10 +59,9 @@ Result run(Call call) {
     for (auto &pattern : call.patterns)
         table.push_back(pattern.data());
     std::string archive = call.archive.string();
-    state.result.code =
+    report.code =
         ZpArchive({static_cast<std::int32_t>(table.size()), archive.data(), table.data()});
-    current = nullptr;
-    return state.result;
+    return report;
 }
 
 std::string noise(std::size_t size, unsigned seed) {
@@ -81,18 +71,19 @@ std::string noise(std::size_t size, unsigned seed) {
     return bytes;
 }
 
-Judgement judge(const std::vector<fs::path> &arguments) {
+std::string judge(const std::vector<fs::path> &arguments, int code) {
     std::vector<std::string> words{"python3", ORVEL_ARCHIVE_SCRIPT};
     for (const auto &argument : arguments) {
         const auto text = argument.u8string();
         words.emplace_back(text.begin(), text.end());
     }
     const auto run = runTool(words);
-    return {run.code == 0, run.output};
+    EXPECT_EQ(run.code, code) << run.output;
+    return run.output;
 }
 
 Names entries(const fs::path &archive) {
-    std::istringstream text(judge({"list", archive}).output);
+    std::istringstream text(judge({"list", archive}));
     Names lines;
     for (std::string line; std::getline(text, line);)
         lines.push_back(line);
@@ -107,7 +98,7 @@ Names names(const fs::path &archive) {
 }
 
 Files files(const fs::path &archive) {
-    return filesOfListing(judge({"read", archive}).output);
+    return filesOfListing(judge({"read", archive}));
 }
 
 std::string content(const fs::path &archive, const std::string &name) {

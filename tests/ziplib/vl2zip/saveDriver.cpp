@@ -10,7 +10,7 @@ int main(int argc, char **argv) {
         packer::Call call(argv[i], argv[i + 1]);
         call.options.fSystem = 1;
         const packer::Result result = packer::run(call);
-        std::printf("%s: %d\n%s", argv[i], static_cast<int>(result.code), result.all().c_str());
+        std::printf("%ssaved: %d\n", result.all().c_str(), static_cast<int>(result.code));
         failed += result.code != 0 ? 1 : 0;
     }
     return failed;

@@ -1,7 +1,5 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,18 +37,6 @@ TEST_F(PackFaults, ALinkToTheArchiveIsWrittenThroughAndModeAndOwnerStay) {
     ASSERT_EQ(::stat((folder / "real.vl2").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 0640U);
     EXPECT_EQ(info.st_uid, root ? 1234U : ::getuid());
-}
-
-TEST_F(PackFaults, TemporariesOfKilledRunsAreRemovedButNotThoseInUse) {
-    writeFile(base / ".orvel-0123456789abcdef.part", "left");
-    writeFile(work / ".orvel-fedcba9876543210.part", "left");
-    writeFile(base / ".orvel-1111111111111111.part", "held");
-    const int held = ::open((base / ".orvel-1111111111111111.part").c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(held, LOCK_EX), 0);
-    ASSERT_EQ(run(call()).code, 0);
-    ::close(held);
-    EXPECT_EQ(names(archive), (Names{"a.txt"}));
-    EXPECT_EQ(temporaries(folder.path()), (Names{".orvel-1111111111111111.part"}));
 }
 
 TEST_F(PackFaults, NewFilesWithNamesThatReadersCannotTakeAreLeftOutAndReported) {

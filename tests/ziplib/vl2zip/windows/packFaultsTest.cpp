@@ -1,31 +1,20 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
-
-#include <windows.h>
+#include "storage/windows/system.h"
 
 using namespace packer; // NOLINT: the tests speak this language
 
 namespace {
 
 // A file that another program has open.
-class Held {
-  public:
-    Held(const fs::path &file, DWORD share)
-        : m_handle(CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
-                               OPEN_EXISTING, 0, nullptr)) {
-        EXPECT_NE(m_handle, INVALID_HANDLE_VALUE);
-    }
-    ~Held() { CloseHandle(m_handle); }
-    Held(const Held &) = delete;
-    Held &operator=(const Held &) = delete;
-
-  private:
-    HANDLE m_handle;
-};
+platform::Handle held(const fs::path &file, DWORD share) {
+    return platform::Handle(CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, share, nullptr,
+                                        OPEN_EXISTING, 0, nullptr));
+}
 
 TEST_F(PackFaults, AFileOpenInAnEditorWithoutSharingStopsTheSaveAndIsNamed) {
     writeFile(work / "held.txt", "mine");
     {
-        const Held editor(work / "held.txt", 0);
+        const auto editor = held(work / "held.txt", 0);
         expectRefused(run(call()), {18}, "held.txt");
     }
     EXPECT_EQ(run(call()).code, 0);
@@ -34,7 +23,7 @@ TEST_F(PackFaults, AFileOpenInAnEditorWithoutSharingStopsTheSaveAndIsNamed) {
 
 TEST_F(PackFaults, AnArchiveOpenInAnotherProgramStaysWholeAndIsSavedOnceItIsClosed) {
     {
-        const Held game(archive, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        const auto game = held(archive, FILE_SHARE_READ | FILE_SHARE_WRITE);
         expectRefused(run(call()), {14, 15}, archive.string());
     }
     EXPECT_EQ(run(call()).code, 0);
