@@ -59,7 +59,7 @@ def unusual():
                                                       *[126321279215000000] * 3)),
             Entry("never.txt", b"0", date=0, time=0)]),
         "encrypted": archive([Entry("a.txt", TEXT, method=8, password=b"secret"),
-                              Entry("b.txt", b"stored", password=b"secret"), GOOD]),
+                              Entry("b.txt", b"stored", password=b"secret", descriptor="signed"), GOOD]),
         "encrypted-two": archive([Entry("a.txt", TEXT, method=8, password=b"one"),
                                   Entry("b.txt", TEXT, method=8, password=b"two")]),
         "lines": archive([Entry("crlf.txt", b"a\r\nb\r\n\rc\r"), Entry("bytes.bin", b"\0\r\n\1"),

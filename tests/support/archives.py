@@ -56,7 +56,8 @@ class Entry:
         crc = zlib.crc32(data)
         if password is not None:
             flags |= 1
-            packed = encrypt(password, b"elevenbytes" + bytes([crc >> 24]) + packed)
+            check = crc >> 24 if descriptor is None else time >> 8
+            packed = encrypt(password, b"elevenbytes" + bytes([check]) + packed)
         fields = dict(name=self.name, flags=flags, method=method, time=time, date=date,
                       crc=crc, packed=len(packed), size=len(data))
         self.local = dict(fields, extra=local_extra)
