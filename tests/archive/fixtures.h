@@ -23,12 +23,14 @@ inline std::string narrowPath(const QString &path) {
     return narrowText(platform::nativePath(path));
 }
 
-// The fields of an options record from `first` on, in its order.
-template<typename Fields>
-Fields fieldsFrom(const void *first) {
-    Fields values{};
-    std::memcpy(values.data(), first, sizeof values);
-    return values;
+// The fields of an options record from `first` on, in its order, one digit each.
+inline std::string digits(const void *first, std::size_t count) {
+    std::vector<std::int32_t> values(count);
+    std::memcpy(values.data(), first, count * sizeof values[0]);
+    std::string text;
+    for (const std::int32_t value : values)
+        text += std::to_string(value);
+    return text;
 }
 
 // The state of a stand-in library, as new.

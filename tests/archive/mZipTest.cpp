@@ -71,7 +71,6 @@ TEST_F(mZipTest, TheBaseFolderMustExistUnlessItIsBlank) {
 // Exceptions of the handlers are dropped and their answers count.
 TEST_F(mZipTest, CallbacksRaiseTheEventsOfTheObject) {
     QStringList seen;
-    int asked = 0;
     zip.Progress = [&](std::int32_t, const QString &message) {
         seen.append(message);
         throw std::bad_alloc();
@@ -81,17 +80,14 @@ TEST_F(mZipTest, CallbacksRaiseTheEventsOfTheObject) {
         cancel = true;
         throw std::runtime_error("handler");
     };
-    zip.PasswordRequest = [&](QString &, bool &) { ++asked; };
     during([&](const ZIPUSERFUNCTIONS &library) {
         std::string text("a/b\0c", 5);
         EXPECT_EQ(library.print(text.data(), 5), 0);
         EXPECT_EQ(library.ServiceApplication(text.data(), 1), 0);
         EXPECT_EQ(library.ServiceApplication(text.data(), 5), 1);
         EXPECT_EQ(library.comment(text.data()), text.data());
-        for (int request = 0; request < 2; ++request)
-            EXPECT_EQ(library.password(text.data(), 5, nullptr, nullptr), 1);
+        EXPECT_EQ(library.password(text.data(), 5, nullptr, nullptr), 1);
     });
-    EXPECT_EQ(asked, 1);
     EXPECT_EQ(seen, QStringList({"a\\b", "a/b"})); // names with separators as written
     EXPECT_EQ(zip.LastResult().message, "a/b");
 }
@@ -100,23 +96,15 @@ TEST_F(mZipTest, PackedFilesAreKnownAfterACallThatEndsWell) {
     const auto never = [](platform::InputFile &) {
         return platform::Status(platform::Failure::NotFound, {});
     };
+    platform::FileInfo seen;
+    seen.device = 1, seen.id = 2, seen.size = 3, seen.modified = 4, seen.changed = 5;
+    platform::FileInfo other = seen;
+    ++other.id;
+    const ZPPACKED file{"sub/\xc3\xbc.cs", 1, 2, 3, 4, 5, 6, 7};
     for (const std::int32_t code : {0, 12, 1}) {
-        SCOPED_TRACE(code);
-        platform::FileInfo seen;
-        seen.device = 1;
-        seen.id = 2;
-        seen.size = 3;
-        seen.modified = 4;
-        seen.changed = 5;
-        platform::FileInfo other = seen;
-        ++other.id;
-        const auto reports = [&](const ZIPUSERFUNCTIONS &) {
-            const ZPPACKED file{"sub/\xc3\xbc.cs", 1, 2, 3, 4, 5, 6, 7};
-            fake.packed(&file);
-        };
-        during(reports, code);
+        during([&](const ZIPUSERFUNCTIONS &) { fake.packed(&file); }, code);
         const auto packed = zip.TakePacked();
-        ASSERT_EQ(packed.has_value(), code != 1);
+        ASSERT_EQ(packed.has_value(), code != 1) << code;
         EXPECT_FALSE(zip.TakePacked().has_value());
         if (!packed)
             continue;
