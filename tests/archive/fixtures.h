@@ -92,6 +92,9 @@ class UnzipTest : public testing::Test {
         list(entries);
     }
 
+    // The numbers of the last call's options.
+    std::string options() const { return digits(&fake.calls.back().options, 15); }
+
     FakeUnzip &fake = standIn<FakeUnzip>("vl2uzip", "fakeUnzipState");
     cUnzip unzip;
 };
@@ -110,6 +113,9 @@ class ZipTest : public testing::Test {
         zip.Zip();
         fake.script = nullptr;
     }
+
+    // The numbers of the last call's options, which follow three texts.
+    std::string options() const { return digits(&fake.calls.back().options.fTemp, 29); }
 
     FakeZip &fake = standIn<FakeZip>("vl2zip", "fakeZipState");
     cZip zip;
