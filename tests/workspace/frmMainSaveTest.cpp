@@ -1,4 +1,3 @@
-#include "platform/files.h"
 #include "tests/workspace/window.h"
 
 #include <memory>
