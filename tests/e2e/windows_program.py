@@ -30,8 +30,8 @@ class WineSandbox:
         quiet = {"WINEDEBUG": "-all", "WINEDLLOVERRIDES": "winemenubuilder.exe=d"}
         self.environment = {**os.environ, "WINEPREFIX": str(folder / "wine"), **quiet}
 
-    def wine(self, *command, must=True):
-        """The output of a Windows program."""
+    def wine(self, *command, fails=False):
+        """The output of a Windows program, which must fail if `fails`."""
         told = subprocess.run(
             ["wine", *map(str, command)],
             env=self.environment,
@@ -40,7 +40,7 @@ class WineSandbox:
             text=True,
             timeout=120,
         )
-        assert told.returncode == 0 or not must, f"{command} ended with {told}"
+        assert (told.returncode != 0) == fails, f"{command} ended with {told}"
         return told.stdout
 
     def installation(self):
