@@ -1,5 +1,6 @@
 # Compiles the headers that most sources of a kind include once for each kind. Sources include what they
-# use all the same: the clang preset builds without precompiled headers.
+# use all the same: the presets clang and windows
+# build without precompiled headers.
 set(standard_headers
   <algorithm> <array> <chrono> <cstddef> <cstdint> <cstring> <functional> <limits> <memory> <mutex>
   <optional> <string> <string_view> <utility> <vector>)

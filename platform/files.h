@@ -54,10 +54,6 @@ void removeFolder(const QString &path);
 // Attribute bits of a file or folder. Raises 53 if it is missing.
 int attributes(const QString &path);
 
-// Sets read-only, hidden, system and archive to exactly `value`. Raises 53 if the file is missing,
-// 75 if it cannot be changed.
-void setAttributes(const QString &path, int value);
-
 // Copies a file with its time, attributes and mode, replacing the target as a whole; a link is
 // written through. A copy that fails leaves the target as it was. Raises 53, 70, 75 or 76.
 void copyFile(const QString &source, const QString &target);

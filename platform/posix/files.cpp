@@ -14,59 +14,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <functional>
 
 namespace platform {
 
 namespace {
 
 constexpr int kHiddenOrSystem = AttributeHidden | AttributeSystem;
-constexpr int kRecordedBits = kHiddenOrSystem | AttributeArchive;
 
 // Hidden, system and archive of what the path leads to; 0 if nothing is recorded.
 int recordedBits(const QByteArray &path) {
     return readDosBits([&](void *value, std::size_t size) {
         return ::getxattr(path.constData(), kDosAttributeName, value, size);
     });
-}
-
-// Only hidden and system are worth an error: the archive bit has no meaning on this system.
-Status recordBits(const QByteArray &path, int bits) {
-    int result = 0;
-    if (bits == 0) {
-        result = ::removexattr(path.constData(), kDosAttributeName);
-    } else {
-        const QByteArray text = "0x" + QByteArray::number(bits, 16);
-        result = ::setxattr(path.constData(), kDosAttributeName, text.constData(),
-                            static_cast<std::size_t>(text.size()), 0);
-    }
-    if (result == 0 || (bits & kHiddenOrSystem) == 0)
-        return {};
-    return errnoStatus(errno, "cannot record the attributes of", path.toStdString());
-}
-
-Status applyAttributes(const QByteArray &path, mode_t before, int value) {
-    mode_t mode = before & 07777U;
-    const auto changeMode = [&](mode_t wanted) {
-        if (wanted == mode)
-            return Status();
-        mode = wanted;
-        return ::chmod(path.constData(), wanted) == 0
-                   ? Status()
-                   : errnoStatus(errno, "cannot change the mode of", path.toStdString());
-    };
-    const int recorded = value & kRecordedBits;
-    if (recordedBits(path) != recorded) {
-        // An extended attribute can be changed only while the file is writable.
-        Status status = changeMode(mode | S_IWUSR);
-        if (status.ok())
-            status = recordBits(path, recorded);
-        if (!status.ok())
-            return status;
-    }
-    if ((value & AttributeReadOnly) != 0)
-        return changeMode(mode & ~mode_t{S_IWUSR | S_IWGRP | S_IWOTH});
-    return changeMode(mode | S_IWUSR);
 }
 
 // The path of a folder's entry.
@@ -182,12 +141,6 @@ int attributes(const QString &path) {
     // access() reports to root that everything is writable.
     return recordedBits(stored) | (S_ISDIR(mode) ? AttributeDirectory : 0) |
            (isReadOnly(mode) ? AttributeReadOnly : 0);
-}
-
-void setAttributes(const QString &path, int value) {
-    const QByteArray stored = resolveChecked(path);
-    if (!applyAttributes(stored, statOf(stored, path).st_mode, value).ok())
-        raise(ErrorNumber::PathFileAccess, path);
 }
 
 void surviveLargeWrites() {

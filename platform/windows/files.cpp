@@ -11,8 +11,8 @@ namespace platform {
 namespace {
 
 constexpr DWORD kLeftOut = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DIRECTORY;
-constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
-                            FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
+constexpr DWORD kDosBits = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                           FILE_ATTRIBUTE_ARCHIVE;
 
 bool isMissing(DWORD error) {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
@@ -140,15 +140,7 @@ int attributes(const QString &path) {
     const DWORD value = GetFileAttributesW(wide(checkedPath(path)));
     if (value == INVALID_FILE_ATTRIBUTES)
         raise(numberFor(GetLastError()), path);
-    return static_cast<int>(value & (kSettable | FILE_ATTRIBUTE_DIRECTORY));
-}
-
-void setAttributes(const QString &path, int value) {
-    const DWORD wanted = static_cast<DWORD>(value) & kSettable;
-    if (SetFileAttributesW(wide(checkedPath(path)), wanted == 0 ? FILE_ATTRIBUTE_NORMAL : wanted))
-        return;
-    const ErrorNumber number = numberFor(GetLastError());
-    raise(number == ErrorNumber::FileNotFound ? number : ErrorNumber::PathFileAccess, path);
+    return static_cast<int>(value & (kDosBits | FILE_ATTRIBUTE_DIRECTORY));
 }
 
 void surviveLargeWrites() {}

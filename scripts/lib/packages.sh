@@ -17,7 +17,7 @@ packages_of() {
         echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev nsis wine wine64
         ;;
     wine) echo wine wine64 gcc-mingw-w64-x86-64-posix ;;
-    lint) echo clang-format clang-tidy shellcheck ;;
+    lint) echo clang clang-format clang-tidy shellcheck ;;
     assets) echo librsvg2-bin imagemagick fonts-dejavu-core ;;
     memcheck) echo valgrind ;;
     clang) echo clang ;;

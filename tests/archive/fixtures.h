@@ -23,12 +23,14 @@ inline std::string narrowPath(const QString &path) {
     return narrowText(platform::nativePath(path));
 }
 
-// The fields of an options record from `first` on, in its order.
-template<typename Fields>
-Fields fieldsFrom(const void *first) {
-    Fields values{};
-    std::memcpy(values.data(), first, sizeof values);
-    return values;
+// The fields of an options record from `first` on, in its order, one digit each.
+inline std::string digits(const void *first, std::size_t count) {
+    std::vector<std::int32_t> values(count);
+    std::memcpy(values.data(), first, count * sizeof values[0]);
+    std::string text;
+    for (const std::int32_t value : values)
+        text += std::to_string(value);
+    return text;
 }
 
 // The state of a stand-in library, as new.
@@ -90,6 +92,9 @@ class UnzipTest : public testing::Test {
         list(entries);
     }
 
+    // The numbers of the last call's options.
+    std::string options() const { return digits(&fake.calls.back().options, 15); }
+
     FakeUnzip &fake = standIn<FakeUnzip>("vl2uzip", "fakeUnzipState");
     cUnzip unzip;
 };
@@ -108,6 +113,9 @@ class ZipTest : public testing::Test {
         zip.Zip();
         fake.script = nullptr;
     }
+
+    // The numbers of the last call's options, which follow three texts.
+    std::string options() const { return digits(&fake.calls.back().options.fTemp, 29); }
 
     FakeZip &fake = standIn<FakeZip>("vl2zip", "fakeZipState");
     cZip zip;

@@ -19,21 +19,13 @@ namespace {
 
 const QStringList kValues{"PNG", "JPG", "GIF", "BMP", "Text", "WAV", "MP3", "AVI", "MPG"};
 
-struct RowNames {
-    const char *box;
-    const char *button;
-    const char *title;
-    const char *shown; // the value that the box shows
-    const char *twin;  // the second value that it writes, or ""
-};
-const RowNames kRows[] = {
-    {"txtPNG", "cmdPNGbrowse", "PNG Editor...", "PNG", ""},
-    {"txtJPG", "cmdJPGbrowse", "JPG Editor...", "JPG", ""},
-    {"txtGIF", "cmdGIFbrowse", "GIF Editor...", "GIF", ""},
-    {"txtBMP", "cmdBMPbrowse", "BMP Editor...", "BMP", ""},
-    {"txtText", "cmdTextbrowse", "Text Editor...", "Text", ""},
-    {"txtSound", "cmdSoundbrowse", "Sound Editor...", "WAV", "MP3"},
-    {"txtVideo", "cmdVideobrowse", "Video Editor...", "AVI", "MPG"},
+// The rows by the name in those of their controls, with the value that the box shows and the
+// second one that it writes.
+const struct {
+    QString name, shown, twin;
+} kRows[] = {
+    {"PNG", "PNG", ""},   {"JPG", "JPG", ""},      {"GIF", "GIF", ""},      {"BMP", "BMP", ""},
+    {"Text", "Text", ""}, {"Sound", "WAV", "MP3"}, {"Video", "AVI", "MPG"},
 };
 
 QString stored(const QString &value) {
@@ -59,16 +51,20 @@ class SettingsWindow : public testing::Test {
         window->show();
         ASSERT_TRUE(QTest::qWaitForWindowActive(window));
     }
-    template<typename Control = QPushButton>
-    Control *control(const char *name) {
+    template<typename Control>
+    Control *control(const QString &name) {
         auto *found = window->findChild<Control *>(name);
-        EXPECT_TRUE(found) << name;
+        EXPECT_TRUE(found) << name.toStdString();
         return found;
     }
-    QLineEdit *box(const char *name) { return control<QLineEdit>(name); }
-    void click(const char *name) { QTest::mouseClick(control(name), Qt::LeftButton); }
-    void choose(const QString &path) {
+    QLineEdit *box(const QString &row) { return control<QLineEdit>("txt" + row); }
+    bool canApply() { return control<QPushButton>("cmdApplySettings")->isEnabled(); }
+    void click(const QString &button) {
+        QTest::mouseClick(control<QPushButton>("cmd" + button), Qt::LeftButton);
+    }
+    void browse(const QString &row, const QString &path) {
         answer = platform::ChosenFile{path, path.section(u'/', -1)};
+        click(row + "browse");
     }
     bool closed() {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -89,126 +85,96 @@ TEST_F(SettingsWindow, HasItsSizeAndRoomForEveryCaptionInAnyStyle) {
         EXPECT_EQ(window->windowTitle(), "Orvel Settings");
         EXPECT_EQ(window->size(), QSize(656, 339));
         EXPECT_EQ(window->minimumSize(), window->maximumSize());
-        EXPECT_EQ(box("txtVideo")->geometry(), QRect(8, 188, 293, 21));
+        EXPECT_EQ(box("Video")->geometry(), QRect(8, 188, 293, 21));
         expectCaptionsFit(*window);
         delete window;
     }
 }
 
-TEST_F(SettingsWindow, ShowsOneStoredValueARow) {
-    open();
-    for (const RowNames &row : kRows)
-        EXPECT_EQ(box(row.box)->text(), "") << row.box;
-    EXPECT_FALSE(control("cmdApplySettings")->isEnabled());
-    EXPECT_FALSE(main.isEnabled());
-    delete window;
+TEST_F(SettingsWindow, ShowsOneStoredValueARowAndWritesAllNineOnOk) {
     for (const QString &value : kValues)
-        store(value, "/programs/for " + value);
+        store(value, "/for " + value);
     open();
-    for (const RowNames &row : kRows)
-        EXPECT_EQ(box(row.box)->text(), QString("/programs/for ") + row.shown) << row.box;
-}
-
-TEST_F(SettingsWindow, WritesAllNineValuesOnOkEvenUnchangedTypedAndEmptyOnes) {
-    store("WAV", "/sound");
-    store("MP3", "/another sound");
-    store("AVI", "/video");
-    open();
-    QTest::keyClicks(box("txtText"), "/usr/bin/my editor");
-    EXPECT_FALSE(control("cmdApplySettings")->isEnabled()) << "typing enables nothing";
-    click("cmdSaveSettings");
+    for (const auto &row : kRows)
+        EXPECT_EQ(box(row.name)->text(), "/for " + row.shown);
+    box("BMP")->clear();
+    QTest::keyClicks(box("Text"), " typed");
+    EXPECT_FALSE(canApply()) << "typing enables nothing";
+    click("SaveSettings");
     EXPECT_TRUE(closed());
     QStringList written;
     for (const QString &value : kValues)
         written.append(stored(value));
-    EXPECT_EQ(written, QStringList({"", "", "", "", "/usr/bin/my editor", "/sound", "/sound",
-                                    "/video", "/video"}));
+    EXPECT_EQ(written, QStringList({"/for PNG", "/for JPG", "/for GIF", "", "/for Text typed",
+                                    "/for WAV", "/for WAV", "/for AVI", "/for AVI"}));
 }
 
 TEST_F(SettingsWindow, BrowseFillsItsOwnBoxAndEnablesApply) {
-    for (const RowNames &row : kRows) {
+    const QString chosen = "/opt/my programs/editor";
+    for (const auto &row : kRows) {
         open();
-        choose("/opt/my programs/editor");
-        click(row.button);
-        EXPECT_EQ(asked.takeLast(), QString(row.title) + "|Programs (*.exe) | *.EXE");
-        EXPECT_TRUE(control("cmdApplySettings")->isEnabled()) << row.button;
-        for (const RowNames &other : kRows)
-            EXPECT_EQ(box(other.box)->text(), other.box == row.box ? "/opt/my programs/editor" : "")
-                << row.button << " " << other.box;
+        browse(row.name, chosen);
+        EXPECT_EQ(asked.takeLast(), row.name + " Editor...|Programs (*.exe) | *.EXE");
+        EXPECT_TRUE(canApply());
+        for (const auto &other : kRows)
+            EXPECT_EQ(box(other.name)->text(), other.name == row.name ? chosen : "");
         EXPECT_EQ(stored(row.shown), "<absent>");
-        click("cmdApplySettings");
-        EXPECT_FALSE(control("cmdApplySettings")->isEnabled());
+        click("ApplySettings");
+        EXPECT_FALSE(canApply());
         EXPECT_TRUE(window->isVisible());
         for (const QString &value : kValues)
-            EXPECT_EQ(stored(value),
-                      value == row.shown || value == row.twin ? "/opt/my programs/editor" : "")
-                << row.button << " " << qPrintable(value);
+            EXPECT_EQ(stored(value), value == row.shown || value == row.twin ? chosen : "")
+                << row.name.toStdString() << " " << value.toStdString();
         delete window;
         home.clear();
     }
 }
 
 TEST_F(SettingsWindow, BrowseThatIsCancelledOrFailsLeavesBoxAndApplyAsTheyWere) {
-    store("GIF", "/gif");
+    store("GIF", "/opt/<b>R&D</b>/edit");
     open();
-    click("cmdGIFbrowse");
+    click("GIFbrowse");
     const auto answerOfUser = platform::prompts().openFile;
     platform::prompts().openFile = [](auto &&...) -> std::optional<platform::ChosenFile> {
         platform::raise(platform::ErrorNumber::PathFileAccess, "/gif");
     };
-    click("cmdGIFbrowse");
+    click("GIFbrowse");
     platform::prompts().openFile = answerOfUser;
-    EXPECT_EQ(box("txtGIF")->text(), "/gif");
-    EXPECT_FALSE(control("cmdApplySettings")->isEnabled());
-
-    choose("/other");
-    click("cmdGIFbrowse");
+    EXPECT_EQ(box("GIF")->text(), "/opt/<b>R&D</b>/edit");
+    // It may be wider than its box.
+    EXPECT_EQ(box("GIF")->toolTip(), "<qt>/opt/&lt;b&gt;R&amp;D&lt;/b&gt;/edit</qt>");
+    EXPECT_EQ(box("PNG")->toolTip(), QString());
+    EXPECT_FALSE(canApply());
+    browse("GIF", "/other");
     answer.reset();
-    click("cmdGIFbrowse");
-    EXPECT_EQ(box("txtGIF")->text(), "/other");
-    EXPECT_TRUE(control("cmdApplySettings")->isEnabled());
-}
-
-TEST_F(SettingsWindow, ShowsAPathThatIsWiderThanItsBoxAsATipToo) {
-    open();
-    box("txtGIF")->setText("/opt/<b>R&D</b>/edit");
-    EXPECT_EQ(box("txtGIF")->toolTip(), "<qt>/opt/&lt;b&gt;R&amp;D&lt;/b&gt;/edit</qt>");
-    box("txtGIF")->clear();
-    EXPECT_EQ(box("txtGIF")->toolTip(), QString());
+    click("GIFbrowse");
+    EXPECT_EQ(box("GIF")->text(), "/other");
+    EXPECT_TRUE(canApply());
 }
 
 TEST_F(SettingsWindow, ClosesByItsButtonsAloneAndGivesTheMainWindowBack) {
-    for (const char *button : {"cmdSaveSettings", "cmdCancelSettings"}) {
+    const struct {
+        const char *focus;
+        Qt::Key key; // Enter is OK and Esc Cancel, except on another button
+        bool closes;
+        QString written;
+    } rows[] = {
+        {"txtPNG", Qt::Key_Return, true, "typed"},
+        {"txtPNG", Qt::Key_Escape, true, "<absent>"},
+        {"cmdCancelSettings", Qt::Key_Space, true, "<absent>"},
+        {"cmdVideobrowse", Qt::Key_Return, false, "<absent>"},
+    };
+    for (const auto &row : rows) {
+        home.clear();
         open();
+        box("PNG")->setText("typed");
         EXPECT_FALSE(window->close());
         QTest::keyClick(window, Qt::Key_F4, Qt::AltModifier);
         EXPECT_TRUE(window->isVisible());
-        EXPECT_FALSE(main.isEnabled());
-        click(button);
-        EXPECT_TRUE(main.isEnabled()) << button;
-        EXPECT_TRUE(main.isVisible()) << button;
-        EXPECT_TRUE(closed()) << button;
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&main)) << button;
-    }
-}
-
-TEST_F(SettingsWindow, TakesEnterForOkAndEscForCancel) {
-    const struct {
-        const char *focus;
-        Qt::Key key;
-        bool closes;
-        QString written;
-    } cases[] = {
-        {"txtPNG", Qt::Key_Return, true, "typed"},
-        {"txtPNG", Qt::Key_Escape, true, "<absent>"},
-        {"cmdVideobrowse", Qt::Key_Return, false, "<absent>"},
-    };
-    for (const auto &row : cases) {
-        home.clear();
-        open();
-        box("txtPNG")->setText("typed");
         control<QWidget>(row.focus)->setFocus();
         QTest::keyClick(QApplication::focusWidget(), row.key);
+        EXPECT_EQ(main.isEnabled(), row.closes) << row.focus << " " << row.key;
+        EXPECT_TRUE(!row.closes || QTest::qWaitForWindowActive(&main)) << row.focus;
         EXPECT_EQ(closed(), row.closes) << row.focus << " " << row.key;
         EXPECT_EQ(stored("PNG"), row.written) << row.focus << " " << row.key;
         delete window;
@@ -219,31 +185,24 @@ TEST_F(SettingsWindow, TakesEnterForOkAndEscForCancel) {
 // The backup of the plug-in in a registered Photoshop shows that the step ran.
 TEST_F(SettingsWindow, InstallsThePlugInAtOnceForPhotoshopInThePngRowOnly) {
     const QString photoshop = home.path("Photoshop 6.0/");
-    const QString formats = photoshop + "Plug-Ins/Adobe Photoshop Only/File Formats/";
+    const QString file = photoshop + "Plug-Ins/Adobe Photoshop Only/File Formats/Png.8bi";
     RegSetString(kHkeyLocalMachine, QString::fromUtf16(kPhotoshopKey), QString(), photoshop);
-    writeFile(formats + "Png.8bi", "there first");
-    const QString backup = formats + "Png.8bi.bak";
-
+    writeFile(file, "there first");
     const struct {
-        const char *button;
-        const char *chosen;
+        const char *row, *chosen;
         bool installs;
-    } cases[] = {
-        {"cmdPNGbrowse", "/ps/pHOTOSHP.eXE", true},
-        {"cmdPNGbrowse", "/Photoshp.exe/gimp", false},
-        {"cmdPNGbrowse", "/ps/MyPhotoshp.exe", false},
-        {"cmdJPGbrowse", "/ps/Photoshp.exe", false},
+    } rows[] = {
+        {"PNG", "/ps/pHOTOSHP.eXE", true},
+        {"PNG", "/Photoshp.exe/gimp", false},
+        {"PNG", "/ps/MyPhotoshp.exe", false},
+        {"JPG", "/ps/Photoshp.exe", false},
     };
-    for (const auto &row : cases) {
-        open();
-        choose(row.chosen);
-        click(row.button);
-        EXPECT_EQ(QFile::exists(backup), row.installs) << row.button << " " << row.chosen;
-        click("cmdCancelSettings");
-        EXPECT_EQ(stored("PNG"), "<absent>");
-        QFile::remove(backup);
-        closed();
+    open();
+    for (const auto &row : rows) {
+        browse(row.row, row.chosen);
+        EXPECT_EQ(QFile::remove(file + ".bak"), row.installs) << row.row << " " << row.chosen;
     }
+    EXPECT_EQ(stored("PNG"), "<absent>");
 }
 
 } // namespace

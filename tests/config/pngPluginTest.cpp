@@ -20,10 +20,7 @@ TEST(PngPlugin, ReplacesPhotoshopsFileAndKeepsTheOneThere) {
     const struct {
         const char *what;
         QString registered;
-        const char *ours;   // "" is missing
-        const char *theirs; // "" is missing
-        const char *targetAfter;
-        const char *backupAfter; // "" is missing
+        const char *ours, *theirs, *targetAfter, *backupAfter; // "" is missing
     } rows[] = {
         {"both", photoshop, "ours", "theirs", "ours", "theirs"},
         {"a second time", photoshop, "ours", "ours", "ours", "ours"},

@@ -43,11 +43,9 @@ class Bus:
 
     def window(self, title, role=None):
         """A window of the program by the beginning of its title."""
-        for program in self.children(self.desktop):
-            for window in self.children(program):
-                if window.get_name().startswith(title) and role in (None, role_of(window)):
-                    return window
-        return None
+        windows = (item for program in self.children(self.desktop) for item in self.children(program))
+        found = (item for item in windows if item.get_name().startswith(title))
+        return next((item for item in found if role in (None, role_of(item))), None)
 
     def has(self, item, state):
         return item.get_state_set().contains(getattr(self.states, state))
@@ -65,23 +63,18 @@ class Bus:
 
     def labels(self, window):
         """Role and name of the control that each label belongs to, by the label's name."""
-        found = {}
-        for item in self.below(window):
-            for relation in item.get_relation_set():
-                is_label = role_of(item) == "label"
-                if is_label and relation.get_relation_type() == self.relations.LABEL_FOR:
-                    target = relation.get_target(0)
-                    found[item.get_name()] = (role_of(target), target.get_name())
-        return found
+        return {
+            item.get_name(): self.described(relation.get_target(0))[:2]
+            for item in self.below(window)
+            for relation in item.get_relation_set()
+            if role_of(item) == "label" and relation.get_relation_type() == self.relations.LABEL_FOR
+        }
 
     def check_names(self, window):
         """Every control has a name and a role."""
-        nameless = [
-            self.described(item)
-            for item in [window, *self.below(window)]
-            if not item.get_name() or role_of(item) in ("filler", "unknown", "invalid")
-        ]
-        assert not nameless, f"{window.get_name()}: without a name or a role: {nameless}"
+        for item in [window, *self.below(window)]:
+            role = role_of(item)
+            assert item.get_name() and role not in ("filler", "unknown", "invalid"), self.described(item)
 
 
 class Person:

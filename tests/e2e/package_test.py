@@ -16,29 +16,17 @@ ROOT = Path(__file__).resolve().parent.parent.parent
 BUILD, FOLDER = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
 ID = "org.orvel.Orvel"
 
-# Path below usr, and its mode.
-FILES = {
-    "bin/orvel": 0o755,
-    "bin/orvel-reg": 0o755,
-    "lib/orvel/modules/libvl2uzip.so": 0o644,
-    "lib/orvel/modules/libvl2zip.so": 0o644,
-    "share/orvel/windows/NOTEPAD.EXE": 0o755,
-    f"share/applications/{ID}.desktop": 0o644,
-    f"share/metainfo/{ID}.metainfo.xml": 0o644,
-    f"share/mime/packages/{ID}.xml": 0o644,
-    f"share/icons/hicolor/scalable/apps/{ID}.svg": 0o644,
-    f"share/icons/hicolor/16x16/apps/{ID}.png": 0o644,
-    f"share/icons/hicolor/256x256/apps/{ID}.png": 0o644,
-    "share/doc/orvel/copyright": 0o644,
-    "share/man/man1/orvel.1*": 0o644,
-    "share/man/man1/orvel-reg.1*": 0o644,
-}
+# Paths below usr: of programs, which may be executed, and of other files.
+PROGRAMS = "bin/orvel bin/orvel-reg share/orvel/windows/NOTEPAD.EXE"
+FILES = f"""lib/orvel/modules/libvl2uzip.so lib/orvel/modules/libvl2zip.so
+    share/applications/{ID}.desktop share/metainfo/{ID}.metainfo.xml share/mime/packages/{ID}.xml
+    share/icons/hicolor/scalable/apps/{ID}.svg share/icons/hicolor/16x16/apps/{ID}.png
+    share/icons/hicolor/256x256/apps/{ID}.png share/doc/orvel/copyright
+    share/man/man1/orvel.1* share/man/man1/orvel-reg.1*"""
 
 
 def run(*command, **options):
-    answer = subprocess.run(
-        [str(part) for part in command], capture_output=True, text=True, check=False, **options
-    )
+    answer = subprocess.run(command, capture_output=True, text=True, check=False, **options)
     assert answer.returncode == 0, f"{command}: {answer.stdout}{answer.stderr}"
     return answer.stdout
 
@@ -55,12 +43,12 @@ class Package(unittest.TestCase):
         cls.usr = FOLDER / "root" / "usr"
 
     def test_every_file_has_its_path_and_mode(self):
-        for pattern, mode in FILES.items():
-            found = list(self.usr.glob(pattern))
-            self.assertEqual(len(found), 1, pattern)
-            self.assertEqual(found[0].stat().st_mode & 0o777, mode, pattern)
-        for folder in filter(Path.is_dir, self.usr.rglob("*")):
-            self.assertEqual(folder.stat().st_mode & 0o777, 0o755, folder)
+        for patterns, mode in ((PROGRAMS, 0o755), (FILES, 0o644), ("**/", 0o755)):
+            for pattern in patterns.split():
+                found = list(self.usr.glob(pattern))
+                self.assertTrue(found, pattern)
+                for path in found:
+                    self.assertEqual(path.stat().st_mode & 0o777, mode, path)
 
     def test_it_depends_on_the_libraries_that_it_loads(self):
         depends = run("dpkg-deb", "-f", self.package, "Depends")
@@ -76,10 +64,6 @@ class Package(unittest.TestCase):
     @unittest.skipUnless(shutil.which("lintian"), "lintian is not installed")
     def test_lintian_reports_nothing(self):
         run("lintian", "--fail-on", "error,warning", "--allow-root", self.package)
-
-    def test_it_runs_from_another_prefix(self):
-        answer = run(self.usr / "bin" / "orvel-reg", "--version")
-        self.assertIn("orvel-reg ", answer)
 
     def test_the_desktop_knows_the_program_and_its_archives(self):
         share = self.usr / "share"

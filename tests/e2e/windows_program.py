@@ -26,46 +26,25 @@ class WineSandbox:
     def __init__(self, folder):
         self.folder = folder
         self.programs = folder / "wine/drive_c/Editors/Orvel"
-        self.environment = {
-            **os.environ,
-            "WINEPREFIX": str(folder / "wine"),
-            "WINEDEBUG": "-all",
-            # Wine copies the Start menu into the home folder of whoever runs this.
-            "WINEDLLOVERRIDES": "winemenubuilder.exe=d",
-        }
+        # Wine copies the Start menu into the home folder of whoever runs this.
+        quiet = {"WINEDEBUG": "-all", "WINEDLLOVERRIDES": "winemenubuilder.exe=d"}
+        self.environment = {**os.environ, "WINEPREFIX": str(folder / "wine"), **quiet}
 
-    def wine(self, *command):
-        return subprocess.run(
+    def wine(self, *command, fails=False):
+        """The output of a Windows program, which must fail if `fails`."""
+        told = subprocess.run(
             ["wine", *map(str, command)],
             env=self.environment,
-            check=True,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL,
-            timeout=120,
-        ).stdout.decode()
-
-    def on_screen(self, program):
-        """Runs a test program that shows windows."""
-        told = subprocess.run(
-            ["wine", program, "-platform", "windows"],
-            env=self.environment,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
+            check=False,
+            capture_output=True,
             text=True,
             timeout=120,
-            check=False,
         )
-        if told.returncode:
-            raise AssertionError(f"{program.name} ended with {told.returncode}:\n{told.stdout}")
-        return f"{program.name} passes"
-
-    def has_key(self, key):
-        command = ["wine", "reg", "query", key]
-        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-        return subprocess.run(command, env=self.environment, check=False, **quiet).returncode == 0
+        assert (told.returncode != 0) == fails, f"{command} ended with {told}"
+        return told.stdout
 
     def installation(self):
-        return Installation(self.wine, self.has_key, self.programs, "C:\\Editors\\Orvel")
+        return Installation(self.wine, self.programs, "C:\\Editors\\Orvel")
 
     def install_game(self):
         base = make_game(self.folder / "game")
@@ -73,20 +52,12 @@ class WineSandbox:
         key = "HKLM\\" + GAME_KEY
         self.wine("reg", "add", key, "/v", "directory", "/d", game, "/f", "/reg:32")
         seen = self.wine(self.programs / "orvel-reg.exe", "query", GAME_KEY, "directory").strip()
-        if seen != game:
-            raise AssertionError(f"orvel-reg.exe tells {seen}, not {game}")
+        assert seen == game, seen
         return base
 
     def work_folders(self):
         told = self.wine(self.programs / "orvel-reg.exe", "query", OWN_KEY, "tempdir").strip()
-        path = subprocess.run(
-            ["winepath", "-u", told],
-            env=self.environment,
-            check=True,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL,
-        ).stdout.decode()
-        return Path(path.strip())
+        return Path(self.wine("winepath", "-u", told).strip())
 
     def end(self):
         subprocess.run(["wineserver", "-k"], env=self.environment, check=False)
@@ -98,13 +69,8 @@ class WineJob(Job):
         environment = dict(self.screen.environment)
         environment.pop("QT_QPA_PLATFORM")
         with open(self.sandbox.folder / "orvel.log", "ab") as log:
-            self.process = subprocess.Popen(
-                ["wine", *map(str, command)],
-                env=environment,
-                stdin=subprocess.DEVNULL,
-                stdout=log,
-                stderr=log,
-            )
+            streams = {"stdin": subprocess.DEVNULL, "stdout": log, "stderr": log}
+            self.process = subprocess.Popen(["wine", *map(str, command)], env=environment, **streams)
         self.window = self.screen.window(MAIN, 60)
         self.screen.settle()
         self.picture("main", self.window)
@@ -138,7 +104,7 @@ def main(build, run):
             installation = sandbox.installation()
             installation.install(packages, packages.unpack())
             base = sandbox.install_game()
-            print(sandbox.on_screen(build / "bin/systemMenuTest.exe"))
+            sandbox.wine(build / "bin/systemMenuTest.exe", "-platform", "windows")
             job = WineJob(screen, sandbox)
             archive = base / "scripts.vl2"
             before = Snapshot(archive)
@@ -161,8 +127,7 @@ def main(build, run):
             found = compare(before, Snapshot(archive), {name: changed})
             found.append(judge_with_7z(archive))
             left = [file.name for file in base.iterdir() if file.name.startswith(".")]
-            if left:
-                raise AssertionError(f"left beside the archive: {left}")
+            assert not left, left
             installation.remove(screen.wait)
             print("\n".join(found))
     finally:

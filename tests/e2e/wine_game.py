@@ -4,6 +4,7 @@ usage: wine_game.py PROGRAMS FOLDER
 """
 
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -24,42 +25,28 @@ UMLAUTS = "scripts/autoexec/lesen/äöü größe.cs"
 
 
 class Prefix(Sandbox):
-    """A home folder with a new Wine prefix in it. `drive` is the start of the next path that the
-    Windows editor must get."""
-
-    drive = "Z:"
+    """A home folder with a new Wine prefix in it."""
 
     def __init__(self, folder, programs):
         super().__init__(folder, programs)
-        quiet = {"WINEDEBUG": "-all", "WINEDLLOVERRIDES": "mscoree,mshtml="}
-        self.environment.update(quiet)
+        self.environment.update(WINEDEBUG="-all", WINEDLLOVERRIDES="mscoree,mshtml=")
         self.environment.pop("DISPLAY", None)
         self.prefix = Path(self.environment["WINEPREFIX"])
-        self.devices = self.prefix / "dosdevices"
         self.make()
 
     def make(self):
-        """Makes the prefix. Wine's start-up fails now and then for no reason, so it gets three tries."""
-        for last in (False, False, True):
-            try:
-                self.call("wineboot", "-i")
-                return
-            except subprocess.CalledProcessError as error:
-                print(f"wineboot gave {error.returncode}: {error.stdout} {error.stderr}", flush=True)
-                if last:
-                    raise
-                self.end()
-                shutil.rmtree(self.prefix, ignore_errors=True)
+        """Wine's start-up fails now and then for no reason, so it gets a second try."""
+        try:
+            self.call("wineboot", "-i")
+        except subprocess.CalledProcessError as error:
+            print(f"wineboot gave {error.returncode}: {error.stdout} {error.stderr}", flush=True)
+            self.end()
+            shutil.rmtree(self.prefix, ignore_errors=True)
+            self.call("wineboot", "-i")
 
     def call(self, *command):
-        subprocess.run(
-            command, env=self.environment, check=True, capture_output=True, timeout=120
-        )
-
-    def register(self, game, view):
-        """Sets the game's "directory" with Wine's own program."""
-        value = ["/v", "directory", "/d", game, "/f", f"/reg:{view}"]
-        self.call("wine", "reg", "add", f"HKLM\\{GAME_KEY}", *value)
+        options = {"env": self.environment, "capture_output": True, "timeout": 120}
+        subprocess.run(command, check=True, **options)
 
     def end(self):
         """Ends Wine's processes, which writes the registry."""
@@ -71,8 +58,7 @@ class Prefix(Sandbox):
         folder = self.prefix / "drive_c" / "Tools" / "My Editor"
         folder.mkdir(parents=True)
         target = folder / "windows_editor.exe"
-        options = ["-municode", "-mwindows", "-o", str(target)]
-        self.call(COMPILER, *options, str(HERE / "windows_editor.c"))
+        self.call(COMPILER, "-municode", "-mwindows", "-o", target, HERE / "windows_editor.c")
         self.log = target.with_suffix(".log")
         for kind in ("Text", "PNG"):
             self.set(OWN_KEY + r"\Programs", kind, r"C:\tools\MY EDITOR\Windows_Editor.EXE")
@@ -81,26 +67,14 @@ class Prefix(Sandbox):
         if not hasattr(self, "log"):
             return super().edited_files()
         lines = self.log.read_text("utf-8").splitlines() if self.log.exists() else []
-        if lines[self.seen :] and not lines[-1].startswith(self.drive):
-            raise AssertionError(f"{lines[-1]} is not on {self.drive}")
-        return [Path(line[len(self.drive) :].replace("\\", "/")) for line in lines]
-
-    seen = 0
-
-    def use_drive(self, drive):
-        """Gives the prefix no drive but C: and this."""
-        self.seen = len(self.log.read_text().splitlines()) if self.log.exists() else 0
-        for link in self.devices.glob("[abd-z]:"):
-            link.unlink()
-        if drive == "Z:":
-            (self.devices / "z:").symlink_to("/")
-        self.drive = drive
+        return [Path(re.sub(r"^Z:|^\\\\\?\\unix", "", line).replace("\\", "/")) for line in lines]
 
 
 def check_registry(prefix):
     """Both views of the registry hold a game; that of 32-bit programs comes first."""
     for view, game in ((64, "C:\\Other"), (32, RECORDED)):
-        prefix.register(game, view)
+        value = ["/v", "directory", "/d", game, "/f", f"/reg:{view}"]
+        prefix.call("wine", "reg", "add", f"HKLM\\{GAME_KEY}", *value)
     prefix.end()
     found = prefix.get(GAME_KEY, "directory")
     assert found == RECORDED, found
@@ -118,21 +92,20 @@ def place_game(prefix):
 def edit_under_wine(screen, job, archive):
     """In the Windows editor, with a drive for the files and without one."""
     prefix = job.sandbox
-    prefix.add_editor()
     before, edited = Snapshot(archive), {}
     names = before.names_on_disk()
     job.see_splash()
     job.pick(SHOWN)
     job.extract(SHOWN, before)
     job.go_to_tree()
-    for name, drive in ((UMLAUTS, "Z:"), (PICTURE, "\\\\?\\unix")):
-        prefix.use_drive(drive)
-        path = Path(names[name])
-        if path.name.isascii():
-            job.select(path.name)
-        else:
-            job.select_first_in(str(path.parent).replace("/", "\\"))
-        edited[name] = job.edit(SHOWN, names[name], ["Return"], "windows-editor")
+    job.select_first_in(str(Path(names[UMLAUTS]).parent).replace("/", "\\"))
+    edited[UMLAUTS] = job.edit(SHOWN, names[UMLAUTS], ["Return"], "windows-editor")
+    for drive in (prefix.prefix / "dosdevices").glob("[abd-z]:"):
+        drive.unlink()
+    job.select(Path(names[PICTURE]).name)
+    edited[PICTURE] = job.edit(SHOWN, names[PICTURE], ["Return"], "windows-editor")
+    log = prefix.log.read_text("utf-8").splitlines()
+    assert log[0].startswith("Z:") and log[1].startswith("\\\\?\\unix"), log
     job.save(SHOWN, archive)
     job.close()
     return compare(before, Snapshot(archive), edited) + [judge_with_7z(archive)]
@@ -149,6 +122,7 @@ def main(programs, folder):
         check_registry(prefix)
         archive = place_game(prefix) / FILE
         with Screen(prefix.environment, folder / "pictures") as screen:
+            prefix.add_editor()
             job = Job(screen, prefix)
             try:
                 found = edit_under_wine(screen, job, archive)

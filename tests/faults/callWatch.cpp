@@ -30,11 +30,11 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <functional>
 #include <linux/fs.h>
 #include <linux/magic.h>
 #include <pthread.h>
 #include <string>
-#include <string_view>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -77,11 +77,8 @@ const Settings &settings() {
 std::atomic<long> calls{0};
 
 std::string pathOf(int fd) {
-    if (fd == AT_FDCWD) {
-        char buffer[PATH_MAX];
-        return getcwd(buffer, sizeof buffer) == nullptr ? std::string() : std::string(buffer);
-    }
-    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    const std::string link =
+        fd == AT_FDCWD ? "/proc/self/cwd" : "/proc/self/fd/" + std::to_string(fd);
     char buffer[PATH_MAX];
     const ssize_t size = readlink(link.c_str(), buffer, sizeof buffer);
     return size <= 0 ? std::string() : std::string(buffer, static_cast<std::size_t>(size));
@@ -94,10 +91,10 @@ std::string pathOf(int folder, const char *name) {
 }
 
 // Counts one call. True if it must fail; before a kill, `half` is done.
-template<typename Half>
-bool counted(const char *name, const std::string &path, Half half) {
+bool counted(
+    const char *name, const std::string &path, const std::function<void()> &half = [] {}) {
     const Settings &wanted = settings();
-    if (wanted.folder.empty() || path.compare(0, wanted.folder.size(), wanted.folder) != 0)
+    if (wanted.folder.empty() || !path.starts_with(wanted.folder))
         return false;
     const long call = ++calls;
     if (wanted.log >= 0) {
@@ -115,11 +112,6 @@ bool counted(const char *name, const std::string &path, Half half) {
         return false;
     errno = wanted.error;
     return true;
-}
-
-bool counted(const char *name, const std::string &path) {
-    return counted(
-        name, path, [] {});
 }
 
 bool lacking(const char *what) {
@@ -144,9 +136,7 @@ bool isOpenHere(const std::string &path) {
 
 // True if a rename to this path, of an archive, is refused.
 bool refused(const char *name, const std::string &path) {
-    constexpr std::string_view kEnd = ".vl2";
-    if (std::strncmp(name, "rename", 6) != 0 || path.size() < kEnd.size() ||
-        path.compare(path.size() - kEnd.size(), kEnd.size(), kEnd) != 0)
+    if (std::strncmp(name, "rename", 6) != 0 || !path.ends_with(".vl2"))
         return false;
     const bool isThere = syscall(SYS_faccessat, AT_FDCWD, path.c_str(), F_OK) == 0;
     const bool first = taken.empty() && isThere;
@@ -194,13 +184,10 @@ Function next(const char *name) {
 WATCHED_WRITE(write, (int fd, const void *p, size_t n), pathOf(fd), (fd, p, n), (fd, p, n / 2))
 WATCHED_WRITE(pwrite, (int fd, const void *p, size_t n, off_t o), pathOf(fd), (fd, p, n, o),
               (fd, p, n / 2, o))
-WATCHED_WRITE(pwrite64, (int fd, const void *p, size_t n, off64_t o), pathOf(fd), (fd, p, n, o),
-              (fd, p, n / 2, o))
 WATCHED_WRITE(copy_file_range,
               (int in, off64_t *inAt, int out, off64_t *outAt, size_t n, unsigned flags),
               pathOf(out), (in, inAt, out, outAt, n, flags), (in, inAt, out, outAt, n / 2, flags))
 WATCHED(int, ftruncate, (int fd, off_t size), pathOf(fd), (fd, size))
-WATCHED(int, ftruncate64, (int fd, off64_t size), pathOf(fd), (fd, size))
 WATCHED(int, fallocate, (int fd, int mode, off_t at, off_t n), pathOf(fd), (fd, mode, at, n))
 WATCHED(int, fsync, (int fd), pathOf(fd), (fd))
 WATCHED(int, rename, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
@@ -208,28 +195,18 @@ WATCHED(int, renameat, (int a, const char *from, int b, const char *to), pathOf(
         (a, from, b, to))
 WATCHED(int, renameat2, (int a, const char *from, int b, const char *to, unsigned flags),
         pathOf(b, to), (a, from, b, to, flags))
-WATCHED(int, link, (const char *from, const char *to), pathOf(AT_FDCWD, to), (from, to))
 WATCHED(int, linkat, (int a, const char *from, int b, const char *to, int flags), pathOf(b, to),
         (a, from, b, to, flags))
-WATCHED(int, unlink, (const char *path), pathOf(AT_FDCWD, path), (path))
 WATCHED(int, unlinkat, (int fd, const char *path, int flags), pathOf(fd, path), (fd, path, flags))
 WATCHED(int, rmdir, (const char *path), pathOf(AT_FDCWD, path), (path))
 WATCHED(int, mkdir, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
 WATCHED(int, mkdirat, (int fd, const char *path, mode_t mode), pathOf(fd, path), (fd, path, mode))
 WATCHED(int, fchmod, (int fd, mode_t mode), pathOf(fd), (fd, mode))
 WATCHED(int, fchown, (int fd, uid_t user, gid_t group), pathOf(fd), (fd, user, group))
-WATCHED(int, fchmodat, (int fd, const char *path, mode_t mode, int flags), pathOf(fd, path),
-        (fd, path, mode, flags))
 WATCHED(int, chmod, (const char *path, mode_t mode), pathOf(AT_FDCWD, path), (path, mode))
-WATCHED(int, utimensat, (int fd, const char *path, const timespec *times, int flags),
-        pathOf(fd, path), (fd, path, times, flags))
 WATCHED(int, fsetxattr, (int fd, const char *n, const void *p, size_t size, int flags), pathOf(fd),
         (fd, n, p, size, flags))
-WATCHED(int, setxattr, (const char *path, const char *n, const void *p, size_t size, int flags),
-        pathOf(AT_FDCWD, path), (path, n, p, size, flags))
-WATCHED(int, removexattr, (const char *path, const char *n), pathOf(AT_FDCWD, path), (path, n))
 WATCHED(int, lremovexattr, (const char *path, const char *n), pathOf(AT_FDCWD, path), (path, n))
-WATCHED(int, fremovexattr, (int fd, const char *n), pathOf(fd), (fd, n))
 
 namespace {
 
@@ -259,9 +236,7 @@ mode_t modeOf(int flags, va_list arguments) {
     }
 
 WATCHED_OPEN(open, (const char *path, int flags, ...), AT_FDCWD)
-WATCHED_OPEN(open64, (const char *path, int flags, ...), AT_FDCWD)
 WATCHED_OPEN(openat, (int folder, const char *path, int flags, ...), folder)
-WATCHED_OPEN(openat64, (int folder, const char *path, int flags, ...), folder)
 
 extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
                               void *(*start)(void *), void *argument) {
@@ -315,14 +290,10 @@ extern "C" int flock(int fd, int operation) {
     return static_cast<int>(syscall(SYS_flock, fd, operation));
 }
 
-extern "C" ssize_t pread64(int fd, void *p, size_t n, off64_t at) {
-    static const auto real = next<ssize_t (*)(int, void *, size_t, off64_t)>("pread64");
+extern "C" ssize_t pread(int fd, void *p, size_t n, off_t at) {
+    static const auto real = next<ssize_t (*)(int, void *, size_t, off_t)>("pread");
     return lacking("room") && pathOf(fd).find("/.orvel-") != std::string::npos ? 0
                                                                                : real(fd, p, n, at);
-}
-
-extern "C" ssize_t pread(int fd, void *p, size_t n, off_t at) {
-    return pread64(fd, p, n, at);
 }
 
 extern "C" int fstatvfs(int fd, struct statvfs *disk) {

@@ -1,23 +1,13 @@
 #!/usr/bin/env python3
 """Kills the program before each of its file calls, or makes each of them fail, and checks what is
-on the disk.
-
-    faults.py TEST BINARIES SCRATCH
-    TEST: kill-save, kill-save-large, kill-save-share, kill-save-held, kill-extract,
-          kill-extract-poor, kill-settings, fail-save, fail-extract, disks, order, watched
-
-Exits with 0 if every point passed; prints how many points were tried.
-"""
+on the disk."""
 
 import errno
 import os
 import re
 import subprocess
-import sys
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-
-from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,  # noqa: E402
+from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,
                  main, read_tree, was_killed, write_files)
 
 # Data before the archive, and a file of more than 16 MiB, which is not packed in memory.
@@ -71,7 +61,7 @@ def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lam
             outcomes[now] += 1
             job.edits_are_somewhere(where)
             if not was_killed(done):
-                check(done.returncode == 0, where, done.stdout, done.stderr)
+                check(done.returncode == 0, where, done.stdout)
                 success = "was created successfully" in done.stdout
                 check(success != ("error:" in done.stdout), where, "unclear outcome:", done.stdout)
                 check(now == new or not success, where, "reported a success, archive is the old one")
@@ -98,7 +88,7 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
             where = "%s %s" % (watch, where)
             done = job.steps("extract", watch=watch, must=False)
             killed += was_killed(done)
-            check(was_killed(done) or done.returncode == 0, where, done.stdout, done.stderr)
+            check(was_killed(done) or done.returncode == 0, where, done.stdout)
             for name, content in job.extracted().items():
                 check(content == ENTRIES.get(name), where, "half a file:", name)
             job.extract_again(where)
@@ -106,7 +96,8 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
     print("%d points, %d faults each" % (len(calls), len(faults)))
 
 
-def kill_settings(binaries, scratch):
+def settings(binaries, scratch):
+    """A write of a setting with each fault at each call is done or reported, and loses no other."""
     job = Job(binaries, scratch)
     job.freeze()
 
@@ -115,14 +106,19 @@ def kill_settings(binaries, scratch):
         return job.register(PROGRAM_KEY, "other", "new text", watch=watch, **options)
 
     def value(name):
-        return job.run("orvel-reg", "query", PROGRAM_KEY, name).stdout.strip()
+        return job.run("orvel-reg", "query", PROGRAM_KEY, name, must=False).stdout.strip()
 
     calls = job.calls_of(add)
-    for number, where in job.points(calls):
-        check(was_killed(add(watch={"kill": number}, must=False)), where, "was not reached")
-        check(value("tempdir") == job.temp, where, "another value was lost")
-        add()
-        check(value("other") == "new text", where, "the next write is not there")
+    for fault in (kills, failures(errno.ENOSPC)):
+        for number, where in job.points(calls):
+            done = add(watch=fault(number), must=False)
+            check(value("tempdir") == job.temp, where, "another value was lost")
+            if fault == kills:
+                check(was_killed(done), where, "was not reached")
+            else:
+                check((done.returncode == 0) == (value("other") == "new text"), where, "unclear")
+            add()
+            check(value("other") == "new text", where, "the next write is not there")
     print("%d points" % len(calls))
 
 
@@ -171,16 +167,14 @@ def order(binaries, scratch):
     folder is deleted."""
     job, _, _, calls = prepared(binaries, scratch)
 
-    def places(names, wanted):
-        return [i for i, (name, path) in enumerate(calls) if name in names and wanted(path)]
+    def places(names, path):
+        return [i for i, call in enumerate(calls) if re.fullmatch("(%s) %s" % (names, path), " ".join(call))]
 
-    inside = lambda path: path.startswith(job.base + "/.orvel-")  # noqa: E731
-    writes = places("write pwrite pwrite64 copy_file_range ioctl".split(),
-                    inside)
-    data_syncs = places(("fsync", "fdatasync"), inside)
-    rename, = places(("rename", "renameat", "renameat2"), lambda path: path == job.archive)
-    folder_syncs = [i for i in places(("fsync",), lambda path: path == job.base) if i > rename]
-    removals = places(("unlink", "unlinkat", "rmdir"), lambda path: path.startswith(job.work))
+    writes = places("p?write|copy_file_range|ioctl", job.base + "/.orvel-.*")
+    data_syncs = places("fsync|fdatasync", job.base + "/.orvel-.*")
+    rename, = places("rename(at2?)?", job.archive)
+    folder_syncs = [i for i in places("fsync", job.base) if i > rename]
+    removals = places("unlinkat|rmdir", job.work + ".*")
     check(writes and data_syncs and folder_syncs and removals, "not all steps were seen:", calls)
     check(max(writes) < max(data_syncs) < rename, "renamed before the data was durable")
     check(folder_syncs[0] < min(removals), "cleaned up before the name was durable")
@@ -188,10 +182,9 @@ def order(binaries, scratch):
         len(writes), len(removals)))
 
 
-CHANGING = ("write pwrite64 writev pwritev copy_file_range sendfile ftruncate truncate fallocate fsync "
-            "fdatasync syncfs sync_file_range rename renameat renameat2 link linkat symlink symlinkat "
-            "unlink unlinkat rmdir mkdir mkdirat fchmod chmod fchmodat fchown chown fchownat utimensat "
-            "setxattr lsetxattr fsetxattr removexattr lremovexattr fremovexattr openat open creat")
+# As strace has it: system calls whose names match.
+CHANGING = ("/write|copy_file|sendfile|truncate|fallocate|sync|rename|^(un|sym)?link|(mk|rm)dir|ch(mod|own)|"
+            "utime|(set|remove)xattr|^open|^creat")
 
 
 def watched(binaries, scratch):
@@ -204,9 +197,9 @@ def watched(binaries, scratch):
         job.freeze()
         calls = job.calls_of(step)
         job.reset()
-        done = subprocess.run(["strace", "-f", "-y", "-o", log, "-e", "trace=" + ",".join(CHANGING.split()),
-                               os.path.join(binaries, "jobDriver"), "Job", step], env=job.env,
-                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        done = subprocess.run(["strace", "-f", "-y", "-o", log, "-e", "trace=" + CHANGING,
+                               os.path.join(binaries, "jobDriver"), "Job", step],
+                              env=job.env, capture_output=True, check=False)
         if done.returncode != 0:
             print("no right to trace")
             return SKIPPED
@@ -220,14 +213,14 @@ def watched(binaries, scratch):
 
 if __name__ == "__main__":
     save, extract = interrupted_saves, interrupted_extractions
-    main(__doc__, {
+    main({
         "kill-save": save,
         "kill-save-large": lambda *where: save(*where, **LARGE),
         "kill-save-share": lambda *where: save(*where, **SHARE),
         "kill-save-held": lambda *where: save(*where, **HELD),
         "kill-extract": lambda *where: extract(*where, kills),
         "kill-extract-poor": lambda *where: extract(*where, kills, **POOR),
-        "kill-settings": kill_settings,
+        "settings": settings,
         "fail-save": lambda *where: save(*where, *map(failures, (
             errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES))),
         "fail-extract": lambda *where: extract(*where, *map(failures, (errno.EIO, errno.ENOSPC))),

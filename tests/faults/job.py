@@ -1,11 +1,13 @@
 """A game folder, an archive in it, and the program's steps on them, for fault tests."""
 
+import glob
 import os
 import shutil
 import signal
 import subprocess
 import sys
 import zipfile
+from pathlib import Path
 
 SKIPPED = 77  # exit code if the machine cannot make a fault
 
@@ -42,36 +44,31 @@ def not_made(faults):
     return SKIPPED if faults else 0
 
 
-def main(usage, tests):
-    """Runs the test that the command line names: TEST BINARIES SCRATCH."""
+def main(tests):
+    """Runs the test that the command line names: TEST BINARIES SCRATCH. Tests print how many points
+    or faults they tried."""
     if len(sys.argv) != 4 or sys.argv[1] not in tests:
-        sys.exit(usage)
+        sys.exit("usage: %s %s BINARIES SCRATCH" % (sys.argv[0], "|".join(tests)))
     sys.exit(tests[sys.argv[1]](sys.argv[2], os.path.abspath(sys.argv[3])))
 
 
 def write_files(root, files):
     for name, content in files.items():
-        path = os.path.join(root, name)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(content)
+        path = Path(root, name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
 
 
 def read_tree(root):
     """Every file below a folder by its relative path; none if the folder is missing."""
-    found = {}
-    for parent, _, names in os.walk(root):
-        for name in names:
-            path = os.path.join(parent, name)
-            with open(path, "rb") as file:
-                found[os.path.relpath(path, root)] = file.read()
-    return found
+    return {str(path.relative_to(root)): path.read_bytes()
+            for path in Path(root).rglob("*") if not path.is_dir()}
 
 
 def archive_content(path):
     """The entries of an archive by name; raises where a checksum is wrong."""
     with zipfile.ZipFile(path) as archive:
-        return {info.filename: archive.read(info) for info in archive.infolist()}
+        return {name: archive.read(name) for name in archive.namelist()}
 
 
 class Job:
@@ -93,7 +90,7 @@ class Job:
         self.config = os.path.join(self.live, "config")
         shutil.rmtree(root, ignore_errors=True)
         os.makedirs(self.base)
-        os.makedirs(self.config)
+        os.mkdir(self.config)
         # The cache of the font library is outside of the watched folder.
         self.env = dict(os.environ, XDG_CONFIG_HOME=self.config, HOME=self.live,
                         XDG_CACHE_HOME=os.path.join(root, "cache"),
@@ -119,8 +116,7 @@ class Job:
             watch = {"folder": self.live, **self.disk, **(watch or {})}
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
             # By bare name: in a list of paths, blanks separate.
-            preload = [os.environ.get("LD_PRELOAD"), "libcallWatch.so"]
-            env["LD_PRELOAD"] = " ".join(filter(None, preload))
+            env["LD_PRELOAD"] = env.get("LD_PRELOAD", "") + " libcallWatch.so"
             env["LD_LIBRARY_PATH"] = self.binaries
         return subprocess.Popen([os.path.join(self.binaries, program), *arguments], env=env,
                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -128,15 +124,9 @@ class Job:
 
     def run(self, program, *arguments, must=True, **options):
         """Runs a program to its end; its exit code must be 0 if `must`."""
-        with self.start(program, *arguments, **options) as process:
-            try:
-                out, errors = process.communicate(timeout=120)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                raise
-        check(process.returncode == 0 or not must, program, *arguments, "ended with",
-              process.returncode, out, errors)
-        return subprocess.CompletedProcess(arguments, process.returncode, out, errors)
+        process = self.start(program, *arguments, **options)
+        out = ended(process, (program, *arguments), must)
+        return subprocess.CompletedProcess(arguments, process.returncode, out)
 
     def steps(self, *steps, **options):
         return self.run("jobDriver", "Job", *steps, **options)
@@ -153,10 +143,6 @@ class Job:
         for name in self.edits:
             os.utime(os.path.join(self.work, name), (1_000_000_000, 1_000_000_000))
 
-    def give_to_all(self):
-        """Lets everybody read and write everything."""
-        subprocess.run(["chmod", "-R", "a+rwX", self.live], check=True)
-
     def freeze(self):
         shutil.rmtree(self.frozen, ignore_errors=True)
         shutil.copytree(self.live, self.frozen)
@@ -167,13 +153,11 @@ class Job:
 
     def calls_of(self, run, **watch):
         """The watched calls of one undisturbed run, a step or a function: (name, path) pairs."""
-        log = os.path.join(self.root, "calls.log")
-        if os.path.exists(log):
-            os.remove(log)
+        log = Path(self.root, "calls.log")
+        log.unlink(missing_ok=True)
         watch["log"] = log
         run(watch=watch) if callable(run) else self.steps(run, watch=watch)
-        with open(log, encoding="utf-8") as file:
-            return [tuple(line.rstrip("\n").split(" ", 2)[1:]) for line in file]
+        return [tuple(line.split(" ", 2)[1:]) for line in log.read_text().splitlines()]
 
     def points(self, calls):
         """The number and a description of each call, each time with the disk reset."""
@@ -183,8 +167,7 @@ class Job:
 
     def kept(self):
         """New archives that could not be renamed to the name of the old one."""
-        return [os.path.join(self.base, name) for name in sorted(os.listdir(self.base))
-                if name.startswith("job.vl2.")]
+        return glob.glob(self.archive + ".*")
 
     def name_kept(self):
         """Renames the kept archive as a user would, if there is no archive under its name."""
@@ -193,8 +176,7 @@ class Job:
             os.rename(kept, self.archive)
 
     def bytes_of_archive(self):
-        with open(self.archive, "rb") as file:
-            return file.read()
+        return Path(self.archive).read_bytes()
 
     def extracted(self):
         """The work folder's files but for temporaries."""
@@ -254,10 +236,13 @@ def go(process):
     process.stdin.flush()
 
 
-def ended(process, where):
-    """The output of the driver, which must end with 0."""
-    out, errors = process.communicate(timeout=120)
-    check(process.returncode == 0, where, "ended with", process.returncode, out, errors)
+def ended(process, where, must=True):
+    """The output of a program; its exit code must be 0 if `must`."""
+    try:
+        out, errors = process.communicate(timeout=120)
+    finally:
+        process.kill()
+    check(process.returncode == 0 or not must, where, "ended with", process.returncode, out, errors)
     return out
 
 

@@ -27,19 +27,18 @@ void say(const char *what, const QString &text) {
 }
 
 bool take(QWidget &window, const QString &step) {
-    if (step == QStringLiteral("pause")) {
+    if (step == "pause") {
         say("pause", QString());
         return std::getchar() != EOF;
     }
-    if (step == QStringLiteral("ready")) {
-        const auto *save = window.findChild<QPushButton *>(QStringLiteral("cmdSaveChanges"));
-        say("state", save->isEnabled() ? QStringLiteral("extracted") : QStringLiteral("listed"));
-        return save->isEnabled() || take(window, QStringLiteral("extract"));
+    if (step == "ready") {
+        const auto *save = window.findChild<QPushButton *>("cmdSaveChanges");
+        say("state", save->isEnabled() ? "extracted" : "listed");
+        return save->isEnabled() || take(window, "extract");
     }
-    auto *button = window.findChild<QPushButton *>(step == QStringLiteral("save")
-                                                       ? QStringLiteral("cmdSaveChanges")
-                                                       : QStringLiteral("cmdExtract"));
-    if (button == nullptr || !button->isEnabled())
+    auto *button =
+        window.findChild<QPushButton *>(step == "save" ? "cmdSaveChanges" : "cmdExtract");
+    if (!button->isEnabled())
         return false;
     QTest::mouseClick(button, Qt::LeftButton);
     return true;
@@ -50,10 +49,6 @@ bool take(QWidget &window, const QString &step) {
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() < 3) {
-        std::fputs("usage: jobDriver ARCHIVE STEP...\n", stderr);
-        return 64;
-    }
     platform::prompts().messageBox = [](const QString &text, int style, const QString &) {
         say(style == platform::kCritical ? "error" : "box", text);
         return platform::kAnswerOk;
@@ -61,12 +56,10 @@ int main(int argc, char **argv) {
     frmMain window;
     window.Load();
     window.show();
-    auto *archives = window.findChild<QComboBox *>(QStringLiteral("drpVL2File"));
+    auto *archives = window.findChild<QComboBox *>("drpVL2File");
     const int place = archives->findText(arguments[1]);
-    if (place < 0) {
-        std::fputs("no such archive\n", stderr);
+    if (place < 0)
         return 2;
-    }
     archives->setFocus();
     archives->setCurrentIndex(place);
     QTest::keyClick(archives, Qt::Key_Home);
@@ -76,7 +69,7 @@ int main(int argc, char **argv) {
             say("disabled", step);
             return 3;
         }
-        const auto *label = window.findChild<QLabel *>(QStringLiteral("lblStatus"));
+        const auto *label = window.findChild<QLabel *>("lblStatus");
         say("status", label->text());
         const QString note = label->accessibleDescription();
         if (!note.isEmpty() && note != label->text())

@@ -1,23 +1,15 @@
 #!/usr/bin/env python3
 """Simulates a power cut before each of the program's file calls: the process is killed and the file
-system shut down at once, which loses what was not synced.
-
-    powercut.py save | extract | extract-timeless BINARIES SCRATCH
-
-Exits with 0 if every point passed, with 77 if this machine has no such disk; prints how many points
-were tried.
-"""
+system shut down at once, which loses what was not synced. The exit code is 77 if this machine has no
+such disk."""
 
 import fcntl
 import os
 import struct
 import subprocess
-import sys
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-
-from faults import interrupted_saves  # noqa: E402
-from job import ENTRIES, Job, check, main, not_made, read_tree  # noqa: E402
+from faults import interrupted_saves
+from job import ENTRIES, Job, check, main, not_made, read_tree
 
 SHUT_DOWN = 0x8004587D
 # If the journal is written to its end, names exist whose data was not written; otherwise all since the
@@ -115,4 +107,4 @@ def extract_timeless(*where):
 
 
 if __name__ == "__main__":
-    main(__doc__, {"save": save, "extract": extract, "extract-timeless": extract_timeless})
+    main({"save": save, "extract": extract, "extract-timeless": extract_timeless})

@@ -1,24 +1,15 @@
 #!/usr/bin/env python3
 """Two programs work on the same archive at once: the second one starts its step while the first is
-stopped before each of its file calls; before a save by the second, a file is edited.
-
-    together.py save | save-share | extract BINARIES SCRATCH
-
-Exits with 0 if every point passed; prints how many points were tried.
-"""
+stopped before each of its file calls; before a save by the second, a file is edited."""
 
 import collections
 import contextlib
 import glob
 import os
 import signal
-import sys
 import time
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-
-from job import (ENTRIES, Job, archive_content, check, ended, go, main,  # noqa: E402
-                 read_tree, write_files)
+from job import ENTRIES, Job, archive_content, check, ended, go, main, read_tree, write_files
 
 LATE = {"scripts/client.cs": b"// edited while the first one saved\r\n" * 33}
 PATIENCE = 1.0  # seconds in which the second one must have ended or be waiting for the first
@@ -102,5 +93,4 @@ def extract(binaries, scratch):
 if __name__ == "__main__":
     # On a share, the lock on the archive is lost with the archive that is replaced.
     share = {"lacks": " local open-rename read-locks "}
-    main(__doc__, {"save": save, "save-share": lambda *where: save(*where, **share),
-                   "extract": extract})
+    main({"save": save, "save-share": lambda *where: save(*where, **share), "extract": extract})

@@ -44,13 +44,6 @@ class OpenFileDialog : public testing::Test {
     static QLineEdit *nameBox(QFileDialog &open) {
         return open.findChild<QLineEdit *>("fileNameEdit");
     }
-    static void enter(QFileDialog &open, const QString &name) {
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&open));
-        nameBox(open)->setFocus();
-        nameBox(open)->selectAll();
-        QTest::keyClicks(nameBox(open), name);
-        QTest::keyClick(nameBox(open), Qt::Key_Return);
-    }
     static QStringList shownNames(QFileDialog &open) {
         auto *view = open.findChild<QAbstractItemView *>("treeView");
         QStringList names;
@@ -75,7 +68,12 @@ TEST_F(OpenFileDialog, OffersFoldersAndPrograms) {
 }
 
 TEST_F(OpenFileDialog, ReportsTheChosenFileAndKeepsItThroughACancelledUse) {
-    const auto chosen = show([&](QFileDialog &open) { enter(open, folder.filePath("my tool")); });
+    const auto chosen = show([&](QFileDialog &open) {
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&open));
+        nameBox(open)->setFocus();
+        QTest::keyClicks(nameBox(open), folder.filePath("my tool"));
+        QTest::keyClick(nameBox(open), Qt::Key_Return);
+    });
     ASSERT_TRUE(chosen);
     EXPECT_EQ(chosen->path, QDir::toNativeSeparators(folder.filePath("my tool")));
     EXPECT_EQ(chosen->name, "my tool");

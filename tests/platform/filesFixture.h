@@ -50,20 +50,14 @@ class FilesFixture : public testing::Test {
 class ScopedVariable {
   public:
     ScopedVariable(const char *name, const QByteArray &value)
-        : m_name(name), m_wasSet(qEnvironmentVariableIsSet(name)), m_before(qgetenv(name)) {
+        : m_name(name), m_before(qgetenv(name)) { // null if it is not set
         qputenv(name, value);
     }
-    ~ScopedVariable() {
-        if (m_wasSet)
-            qputenv(m_name, m_before);
-        else
-            qunsetenv(m_name);
-    }
+    ~ScopedVariable() { m_before.isNull() ? qunsetenv(m_name) : qputenv(m_name, m_before); }
     ScopedVariable(const ScopedVariable &) = delete;
     ScopedVariable &operator=(const ScopedVariable &) = delete;
 
   private:
     const char *m_name;
-    bool m_wasSet;
     QByteArray m_before;
 };

@@ -51,12 +51,7 @@ TEST_F(FilesTest, ASearchFindsFilesThatItsMaskAllows) {
 }
 
 TEST_F(FilesTest, WildcardsWorkAsInADosSearch) {
-    const struct {
-        const char *pattern;
-        const char *matches;
-        const char *other;
-    } rows[] = {
-        {"*.*", "readme", "none"},
+    const std::tuple<const char *, const char *, const char *> rows[] = {
         {"*.vl2", "Base.VL2", "base.vl2x"},
         {"*.", "readme", "a.txt"},
         {"a*c*e", "ABACE", "abcd"},
@@ -65,11 +60,12 @@ TEST_F(FilesTest, WildcardsWorkAsInADosSearch) {
         {"caf?.txt", "caf\xe9.txt", "c.txt"},
         {"[a]*", "[a]b", "a"},
     };
-    for (const auto &row : rows) {
-        const platform::NamePattern pattern(QString::fromUtf8(row.pattern));
-        EXPECT_TRUE(pattern.matches(row.matches)) << row.pattern;
-        EXPECT_EQ(pattern.matches(row.other), row.pattern == QString("*.*")) << row.pattern;
+    for (const auto &[text, match, other] : rows) {
+        const platform::NamePattern pattern(QString::fromUtf8(text));
+        EXPECT_TRUE(pattern.matches(match)) << text;
+        EXPECT_FALSE(pattern.matches(other)) << text;
     }
+    EXPECT_TRUE(platform::NamePattern("*.*").matches("readme"));
     // Many stars do not take exponential time.
     const QString stars = QString("a*").repeated(100) + "b";
     EXPECT_FALSE(platform::NamePattern(stars).matches(QByteArray(250, 'a')));
@@ -99,6 +95,7 @@ TEST_F(FilesTest, ACopyIsWholeOrTheTargetStaysAsItWas) {
     makeFile("in/Png.8bi", content);
     makeFile("out/Old.8bi", "old");
     makeFile("out/fixed.8bi", "old");
+    setFileTime(pathOf(at("in/Png.8bi")), 1'000'000'000);
     setDos("in/Png.8bi", platform::AttributeReadOnly);
     setDos("out/fixed.8bi", platform::AttributeReadOnly);
     for (const char *target : {"out\\OLD.8bi", "out\\new.8bi"}) {
@@ -106,18 +103,16 @@ TEST_F(FilesTest, ACopyIsWholeOrTheTargetStaysAsItWas) {
         EXPECT_EQ(readFile(platform::nativePath(at(target))), content);
         EXPECT_EQ(platform::attributes(at(target)) & ~platform::AttributeArchive,
                   platform::AttributeReadOnly);
+        EXPECT_EQ(fileTime(pathOf(platform::nativePath(at(target)))), 1'000'000'000'000'000'000);
     }
-    struct Row {
-        const char *source;
-        const char *target;
-        ErrorNumber number;
+    const auto copy = [&](const char *from, const char *to) {
+        return [this, from, to] { platform::copyFile(at(from), at(to)); };
     };
-    for (const Row &row : {Row{"missing", "out/x", ErrorNumber::FileNotFound},
-                           Row{"in", "out/x", ErrorNumber::PathFileAccess},
-                           Row{"in/Png.8bi", "missing/x", ErrorNumber::PathNotFound},
-                           Row{"in/Png.8bi", "out", ErrorNumber::PathFileAccess},
-                           Row{"in/Png.8bi", "out/fixed.8bi", ErrorNumber::PathFileAccess}})
-        expectError(row.number, [&] { platform::copyFile(at(row.source), at(row.target)); });
+    expectError(ErrorNumber::FileNotFound, copy("missing", "out/x"));
+    expectError(ErrorNumber::PathFileAccess, copy("in", "out/x"));
+    expectError(ErrorNumber::PathNotFound, copy("in/Png.8bi", "missing/x"));
+    expectError(ErrorNumber::PathFileAccess, copy("in/Png.8bi", "out"));
+    expectError(ErrorNumber::PathFileAccess, copy("in/Png.8bi", "out/fixed.8bi"));
     EXPECT_EQ(readFile(at("out/fixed.8bi")), QByteArray("old"));
     EXPECT_EQ(namesIn("out"), QStringList({"Old.8bi", "fixed.8bi", "new.8bi"}));
 }

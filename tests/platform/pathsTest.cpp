@@ -14,11 +14,8 @@ TEST_F(PathsTest, APathOfTheProgramLeadsToTheStoredFile) {
     makeFile("Game/base/ends in blank ");
     makeFile("Game/base/\xc3\x84ther.cs");
     makeFile("Game/base/.hidden.cs");
-    struct Row {
-        const char *given;
-        const char *stored;
-    };
-    for (const Row &row : {
+    using Row = std::pair<const char *, const char *>;
+    for (const auto &[given, stored] : {
              Row{"game/BASE\\textures.VL2", "Game/base/Textures.vl2"},
              Row{"Game\\\\base//Textures.vl2", "Game/base/Textures.vl2"},
              Row{"game \\base\\TEXTURES.vl2 ", "Game/base/Textures.vl2"},
@@ -33,20 +30,16 @@ TEST_F(PathsTest, APathOfTheProgramLeadsToTheStoredFile) {
              // Missing components keep their text.
              Row{"game\\Base\\New Folder\\x.cs ", "Game/base/New Folder/x.cs "},
          })
-        EXPECT_EQ(platform::nativePath(at(QString::fromUtf8(row.given))),
-                  at(QString::fromUtf8(row.stored)))
-            << row.given;
+        EXPECT_EQ(platform::nativePath(at(QString::fromUtf8(given))), at(QString::fromUtf8(stored)))
+            << given;
 }
 
 TEST_F(PathsTest, RootsAndRelativePathsStayWhatTheyAre) {
-    struct Row {
-        const char *given;
-        const char *native;
-    };
-    for (const Row &row :
+    using Row = std::pair<const char *, const char *>;
+    for (const auto &[given, native] :
          {Row{"/", "/"}, Row{"\\", "/"}, Row{"\\TMP\\", "/tmp"}, Row{"", ""}, Row{".", "."},
           Row{"no such\\thing", "no such/thing"}, Row{"c:no-drive", "c:no-drive"}})
-        EXPECT_EQ(platform::nativePath(row.given), QString(row.native)) << row.given;
+        EXPECT_EQ(platform::nativePath(given), QString(native)) << given;
 }
 
 TEST_F(PathsTest, DrivesLeadThroughTheWinePrefix) {

@@ -19,6 +19,9 @@ class OrvelReg : public testing::Test {
     ~OrvelReg() override { dropCache(m_own); }
 
     static Outcome run(const QStringList &arguments);
+    // Runs the command and checks its code and output; its error text contains `error`, or is "".
+    static void expect(const QStringList &arguments, int code, const QByteArray &out,
+                       const QByteArray &error = {});
 
   private:
     // A key that only this test uses, in the store of the command.

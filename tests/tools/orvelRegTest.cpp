@@ -15,82 +15,63 @@ Outcome OrvelReg::run(const QStringList &arguments) {
             process.readAllStandardError().replace("\r\n", "\n")};
 }
 
+void OrvelReg::expect(const QStringList &arguments, int code, const QByteArray &out,
+                      const QByteArray &error) {
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.code, code) << arguments.join(' ').toStdString();
+    EXPECT_EQ(outcome.out, out) << arguments.join(' ').toStdString();
+    EXPECT_EQ(outcome.error.isEmpty(), error.isEmpty()) << outcome.error.toStdString();
+    EXPECT_TRUE(outcome.error.contains(error)) << outcome.error.toStdString();
+}
+
 namespace {
 
 TEST_F(OrvelReg, AnAddedValueIsFoundUnderEachSpellingOfItsKey) {
     const QString folder = QString::fromUtf8("/home/Zo\u00eb/[my] \"games\" = \\x");
-    const Outcome added = run({"add", "HKLM\\" + key, "directory", folder});
-    EXPECT_EQ(added.code, 0);
-    EXPECT_EQ(added.out + added.error, "");
+    expect({"add", "HKLM\\" + key, "directory", folder}, 0, "");
     EXPECT_EQ(RegGetString(kHkeyLocalMachine, key, "directory"), folder);
-    for (const QString prefix : {"", "hklm\\", "\\HKEY_LOCAL_MACHINE\\\\"}) {
-        const Outcome found = run({"query", prefix + key.toLower() + '\\', "DIRECTORY"});
-        EXPECT_EQ(found.code, 0) << prefix.toStdString();
-        EXPECT_EQ(found.out, platform::toNarrow(folder) + '\n');
-    }
+    for (const QString prefix : {"", "hklm\\", "\\HKEY_LOCAL_MACHINE\\\\"})
+        expect({"query", prefix + key.toLower() + '\\', "DIRECTORY"}, 0,
+               platform::toNarrow(folder) + '\n');
 }
 
-TEST_F(OrvelReg, AQueryWithoutANamePrintsTheTextValues) {
+TEST_F(OrvelReg, AQueryPrintsTheTextValuesAndDistinguishesMissingFromEmpty) {
+    expect({"query", key}, 1, "", key.toUtf8());
     for (const QString name : {"", "t"})
-        EXPECT_EQ(run({"add", key, name, "text " + name}).code, 0);
+        expect({"add", key, name, "text " + name}, 0, "");
     platform::RegKey opened = 0;
     ASSERT_EQ(platform::RegOpenKeyA(kHkeyLocalMachine, key.toLatin1(), opened), platform::kSuccess);
     EXPECT_EQ(platform::RegSetValueExA(opened, "number", 4, QByteArray("\1\0\0\0", 4)),
               platform::kSuccess);
     platform::RegCloseKey(opened);
-    const Outcome found = run({"query", "HKLM\\" + key});
-    EXPECT_EQ(found.code, 0);
-    EXPECT_EQ(found.out, "=text \nt=text t\n");
-    EXPECT_EQ(run({"query", key, ""}).out, "text \n");
-    const Outcome root = run({"query", "HKLM"});
-    EXPECT_EQ(root.code, 0);
-    EXPECT_EQ(root.out, "");
-}
-
-TEST_F(OrvelReg, TheExitCodeDistinguishesMissingFromEmpty) {
-    EXPECT_EQ(run({"query", key}).code, 1);
-    EXPECT_EQ(run({"add", key, "empty", ""}).code, 0);
-    const Outcome empty = run({"query", key, "empty"});
-    EXPECT_EQ(empty.code, 0);
-    EXPECT_EQ(empty.out, "\n");
-    const Outcome missing = run({"query", key, "directory"});
-    EXPECT_EQ(missing.code, 1);
-    EXPECT_EQ(missing.out, "");
-    EXPECT_TRUE(missing.error.contains("directory"));
+    expect({"query", "HKLM\\" + key}, 0, "=text \nt=text t\n");
+    expect({"query", key, ""}, 0, "text \n");
+    expect({"query", "HKLM"}, 0, "");
+    expect({"add", key, "empty", ""}, 0, "");
+    expect({"query", key, "empty"}, 0, "\n");
+    expect({"query", key, "directory"}, 1, "", "directory");
 }
 
 TEST_F(OrvelReg, HelpAndVersionArePrintedAndMisuseIsReported) {
-    const Outcome help = run({"--help"});
-    EXPECT_EQ(help.code, 0);
-    EXPECT_TRUE(help.out.contains("orvel-reg add KEY NAME TEXT"));
-    EXPECT_EQ(run({"--version"}).out, "orvel-reg " ORVEL_VERSION "\n");
-    for (const QStringList &row : {QStringList{}, {"query"}, {"add", "a", "b"}, {"delete", "a"}}) {
-        const Outcome misused = run(row);
-        EXPECT_EQ(misused.code, 2) << row.join(' ').toStdString();
-        EXPECT_EQ(misused.out, "");
-        EXPECT_TRUE(misused.error.contains("--help"));
-    }
+    EXPECT_TRUE(run({"--help"}).out.contains("orvel-reg add KEY NAME TEXT"));
+    expect({"--version"}, 0, "orvel-reg " ORVEL_VERSION "\n");
+    for (const QStringList &row : {QStringList{}, {"query"}, {"add", "a", "b"}, {"delete", "a"}})
+        expect(row, 2, "", "--help");
 }
 
 TEST_F(OrvelReg, TwoProgramsThatWriteAtTheSameTimeLoseNothing) {
-    constexpr int kValues = 15;
-    for (int i = 0; i < kValues; ++i) {
+    QStringList names;
+    for (int i = 0; i < 15; ++i) {
         QProcess writers[2];
-        for (int writer = 0; writer < 2; ++writer) {
-            const QString name = QString("%1-%2").arg(writer).arg(i);
-            writers[writer].start(ORVEL_REG, {"add", key, name, name});
-        }
         for (QProcess &writer : writers) {
-            ASSERT_TRUE(writer.waitForFinished());
-            ASSERT_EQ(writer.exitCode(), 0) << writer.readAllStandardError().toStdString();
+            names.append(QString::number(names.size()));
+            writer.start(ORVEL_REG, {"add", key, names.last(), names.last()});
         }
+        for (QProcess &writer : writers)
+            ASSERT_TRUE(writer.waitForFinished() && writer.exitCode() == 0);
     }
-    for (int writer = 0; writer < 2; ++writer) {
-        for (int i = 0; i < kValues; ++i) {
-            const QString name = QString("%1-%2").arg(writer).arg(i);
-            ASSERT_EQ(RegGetString(kHkeyLocalMachine, key, name), name);
-        }
-    }
+    for (const QString &name : names)
+        ASSERT_EQ(RegGetString(kHkeyLocalMachine, key, name), name);
 }
 
 } // namespace

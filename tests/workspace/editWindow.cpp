@@ -2,10 +2,7 @@
 
 #include "config/modRegistry.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QTest>
 
 void EditWindow::extract(const std::vector<ArchiveFile> &files) {
     makeArchive(archive(), files);
@@ -48,17 +45,12 @@ bool EditWindow::started(const QString &program) {
 }
 
 QModelIndex EditWindow::node(const QString &folder, const QString &name) {
-    const QAbstractItemModel *model = window->tree()->model();
-    for (int i = 0; i < model->rowCount(); ++i) {
-        const QModelIndex parent = model->index(i, 0);
-        if (parent.data().toString() != folder)
-            continue;
-        if (name.isEmpty())
-            return parent;
-        for (int j = 0; j < model->rowCount(parent); ++j)
-            if (const QModelIndex file = model->index(j, 0, parent); file.data() == name)
-                return file;
-    }
+    const auto *tree = static_cast<const ArchiveTree *>(window->tree()->model());
+    const ArchiveNodes &nodes = tree->Nodes();
+    for (int i = 1; i <= nodes.Count(); ++i)
+        if (nodes.HasChildren(i) ? name.isEmpty() && nodes.Text(i) == folder
+                                 : nodes.Text(i) == name && nodes.Text(nodes.Parent(i)) == folder)
+            return tree->IndexOf(i);
     ADD_FAILURE() << "no node " << qPrintable(folder) << " " << qPrintable(name);
     return {};
 }
@@ -67,18 +59,9 @@ void EditWindow::select(const QString &folder, const QString &name) {
     window->tree()->setCurrentIndex(node(folder, name));
 }
 
-std::string EditWindow::boxes() {
-    std::string said;
-    for (; boxesSeen < answers->boxes().size(); ++boxesSeen) {
-        const Answers::Box &box = answers->boxes()[boxesSeen];
-        said += std::to_string(box.style) + ' ' + box.title.toStdString() + ": " +
-                box.text.toStdString() + '\n';
-    }
-    return said;
-}
-
-void EditWindow::answer(int value) {
+std::string EditWindow::boxes(int next) {
+    const std::string lines = said(*answers);
     answers.reset();
-    answers.emplace(value);
-    boxesSeen = 0;
+    answers.emplace(next);
+    return lines;
 }

@@ -1,14 +1,6 @@
 #pragma once
 
-#include "tests/support/answers.h"
-#include "tests/support/archives.h"
-#include "tests/support/game.h"
 #include "tests/workspace/window.h"
-
-#include <QByteArray>
-#include <QDir>
-
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <optional>
@@ -18,8 +10,9 @@
 // The main window on a game of its own with one archive, and the programs that it starts.
 class EditWindow : public testing::Test {
   protected:
-    static constexpr int kPatience =
-        30'000; // milliseconds: a busy machine takes long to start things
+    static constexpr int kPatience = 30'000; // ms: a busy machine takes long to start things
+
+    static constexpr char kSelectPrompt[] = "64 Orvel: You must select a file to edit.\n";
 
     // Makes the archive "my mod.vl2", opens the window, chooses the archive and extracts it.
     void extract(const std::vector<ArchiveFile> &files);
@@ -41,10 +34,8 @@ class EditWindow : public testing::Test {
     QModelIndex node(const QString &folder, const QString &name);
     void click(const char *button) { window->click(button); }
 
-    // The message boxes since the last call, a line of "style title: text" each.
-    std::string boxes();
-    // Answers message boxes so from here on.
-    void answer(int value);
+    // The message boxes since the last call, as `said` has them; later ones get the answer `next`.
+    std::string boxes(int next = platform::kAnswerCancel);
 
     QString archive() const { return game.archive("my mod.vl2"); }
     // The path of an extracted entry, in the system's form.
@@ -62,7 +53,6 @@ class EditWindow : public testing::Test {
 
     TempGame game;
     std::optional<Answers> answers{std::in_place, platform::kAnswerCancel};
-    std::size_t boxesSeen = 0;
     std::unique_ptr<MainWindow> window;
 };
 

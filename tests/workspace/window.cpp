@@ -1,16 +1,10 @@
 #include "tests/workspace/window.h"
 
-#include "workspace/archiveTree.h"
-
 #include <QAbstractItemView>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QListView>
 #include <QMouseEvent>
-#include <QTest>
 #include <QWindow>
-
-#include <gtest/gtest.h>
 
 MainWindow::MainWindow() {
     m_form.Load();
@@ -31,34 +25,30 @@ bool MainWindow::isReady() const {
            !control<QProgressBar>("ProgressBar")->isVisible();
 }
 
-QStringList MainWindow::entries() const {
+QStringList MainWindow::texts(const QAbstractItemModel &model) {
     QStringList texts;
-    for (int entry = 0; entry < dropDown()->count(); ++entry)
-        texts.append(dropDown()->itemText(entry));
+    for (int row = 0; row < model.rowCount(); ++row)
+        texts.append(model.index(row, 0).data().toString());
     return texts;
 }
 
-QStringList MainWindow::lines() const {
+QStringList shownTree(const ArchiveTree &tree) {
     QStringList texts;
-    const QAbstractItemModel *model = control<QListView>("lstArchive")->model();
-    for (int line = 0; line < model->rowCount(); ++line)
-        texts.append(model->index(line, 0).data().toString());
-    return texts;
-}
-
-QStringList MainWindow::shownTree() const {
-    QStringList texts;
-    const auto *model = static_cast<const ArchiveTree *>(tree()->model());
-    for (int row = 0; row < model->rowCount(); ++row) {
-        const QModelIndex folder = model->index(row, 0);
+    for (int row = 0; row < tree.rowCount(); ++row) {
+        const QModelIndex folder = tree.index(row, 0);
         texts.append(folder.data().toString());
-        for (int child = 0; child < model->rowCount(folder); ++child) {
-            const QModelIndex file = model->index(child, 0, folder);
-            texts.append("  " + file.data().toString() + '#' +
-                         QString::number(model->Nodes().Image(model->NodeOf(file))));
+        for (int child = 0; child < tree.rowCount(folder); ++child) {
+            const int file = tree.NodeOf(tree.index(child, 0, folder));
+            texts.append(
+                QString("  %1#%2").arg(tree.Nodes().Text(file)).arg(tree.Nodes().Image(file)));
         }
     }
     return texts;
+}
+
+QString MainWindow::tip(int folder) const {
+    const QAbstractItemModel *model = tree()->model();
+    return model->index(0, 0, model->index(folder, 0)).data(Qt::ToolTipRole).toString();
 }
 
 QStringList MainWindow::enabledButtons() const {

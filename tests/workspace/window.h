@@ -1,13 +1,22 @@
 #pragma once
 
+#include "tests/support/answers.h"
+#include "tests/support/archives.h"
+#include "tests/support/disk.h"
+#include "tests/support/game.h"
+#include "workspace/archiveTree.h"
 #include "workspace/frmMain.h"
 
 #include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QListView>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QString>
-#include <QStringList>
+#include <QTest>
 #include <QTreeView>
+
+#include <gtest/gtest.h>
 
 // The action buttons that are enabled while an archive is extracted.
 constexpr char kExtracted[] = "SaveChanges|Cancel|EditFile|OpenFolder";
@@ -15,6 +24,17 @@ constexpr char kExtracted[] = "SaveChanges|Cancel|EditFile|OpenFolder";
 // A list as one text for comparison.
 inline std::string joined(const QStringList &texts) {
     return texts.join('|').toStdString();
+}
+
+// The tree as shown: "folder", then "  file#icon" for each file.
+QStringList shownTree(const ArchiveTree &tree);
+
+// The message boxes, a line of "style title: text" each.
+inline std::string said(const Answers &answers) {
+    std::string lines;
+    for (const Answers::Box &box : answers.boxes())
+        lines += QString("%1 %2: %3\n").arg(box.style).arg(box.title, box.text).toStdString();
+    return lines;
 }
 
 // The main window on the screen, used by mouse and keyboard.
@@ -32,11 +52,14 @@ class MainWindow {
     QString note() const;
     // Enabled, without hourglass and progress bar.
     bool isReady() const;
-    QStringList entries() const;
-    // The lines of the hidden list.
-    QStringList lines() const;
-    // The tree as shown: "folder", then "  file#icon" for each file.
-    QStringList shownTree() const;
+    // The archives to choose from, and the lines of the hidden list.
+    QStringList entries() const { return texts(*dropDown()->model()); }
+    QStringList lines() const { return texts(*control<QListView>("lstArchive")->model()); }
+    QStringList shownTree() const {
+        return ::shownTree(*static_cast<const ArchiveTree *>(tree()->model()));
+    }
+    // The tool tip of the first file of a folder.
+    QString tip(int folder) const;
     // The names of the enabled action buttons, without "cmd".
     QStringList enabledButtons() const;
 
@@ -54,5 +77,7 @@ class MainWindow {
     }
 
   private:
+    static QStringList texts(const QAbstractItemModel &model);
+
     frmMain m_form;
 };

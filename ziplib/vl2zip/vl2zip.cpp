@@ -104,6 +104,6 @@ std::int32_t ZpArchive(ZCL C) {
         ziplib::Report report(callbacks, packed, options.verbose, options.quiet);
         return run(options, report);
     } catch (...) {
-        return static_cast<std::int32_t>(ziplib::Failure::CannotWrite);
+        return static_cast<std::int32_t>(ziplib::ReturnCode::CannotWrite);
     }
 }

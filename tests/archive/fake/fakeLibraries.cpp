@@ -33,7 +33,7 @@ FakeZip *fakeZipState() {
 VL2UZIP_API int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfnv,
                                          DCL *lpDCL, USERFUNCTIONS *lpUserFunctions) {
     unzip.calls.push_back({ifnc, xfnc, copyTable(ifnv), copyTable(xfnv), *lpDCL,
-                           copy(lpDCL->lpszZipFN), copy(lpDCL->lpszExtractDir), *lpUserFunctions});
+                           copy(lpDCL->lpszZipFN), copy(lpDCL->lpszExtractDir)});
     return unzip.script ? unzip.script(*lpUserFunctions) : 0;
 }
 
@@ -65,9 +65,8 @@ VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
 // Reads the options only now: they must still be at their address.
 VL2ZIP_API int32_t ZpArchive(ZCL C) {
     zip.order.emplace_back("ZpArchive");
-    zip.calls.push_back({*zip.options, copy(zip.options->Date), copy(zip.options->szRootDir),
-                         copy(zip.options->szTempDir), C.argc, copy(C.lpszZipFN),
-                         copyTable(C.FNV)});
+    zip.calls.push_back(
+        {*zip.options, copy(zip.options->szRootDir), C.argc, copy(C.lpszZipFN), copyTable(C.FNV)});
     return zip.script ? zip.script(*zip.functions) : 0;
 }
 }

@@ -22,7 +22,6 @@ struct FakeUnzip {
         DCL options{}; // its texts are in the two that follow
         Text zipFile;
         Text folder;
-        USERFUNCTIONS functions{};
     };
     std::vector<Call> calls;
     // Runs inside the call and returns its code; unset: 0.
@@ -34,9 +33,7 @@ struct FakeUnzip {
 struct FakeZip {
     struct Call {
         ZPOPT options{};
-        Text date;
         Text rootDir;
-        Text tempDir;
         std::int32_t count = 0;
         Text zipFile;
         std::vector<Text> names; // all 1024 slots

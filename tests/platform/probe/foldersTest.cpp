@@ -10,11 +10,6 @@ namespace {
 // Each test installs the probe and runs it.
 class FoldersTest : public FilesFixture {
   protected:
-    ~FoldersTest() override {
-        if (exists("bin"))
-            setMode("bin", 0755);
-    }
-
     void install() {
         makeFolders("bin");
         ASSERT_TRUE(QFile::copy(ORVEL_FOLDERS_PROBE, at("bin/probe")));
@@ -48,6 +43,7 @@ TEST_F(FoldersTest, TheProgramFolderIsTheExecutablesIfWritableElseOneInTheUsersD
     const ScopedVariable home("HOME", bytesAt("home"));
     EXPECT_EQ(ask()[0], at("home/.local/share/orvel"));
     EXPECT_TRUE(exists("home/.local/share/orvel"));
+    setMode("bin", 0755);
 }
 
 // Even root must not write there.

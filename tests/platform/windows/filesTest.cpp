@@ -10,14 +10,11 @@ using platform::ErrorNumber;
 class WindowsFiles : public FilesFixture {};
 
 TEST_F(WindowsFiles, APathGetsTheSystemsForm) {
-    struct Row {
-        const char *given;
-        const char *native;
-    };
-    for (const Row &row :
+    using Row = std::pair<const char *, const char *>;
+    for (const auto &[given, native] :
          {Row{"C:/Games\\\\Tribes 2/", "C:\\Games\\Tribes 2"}, Row{"C:\\x.vl2  ", "C:\\x.vl2"},
           Row{"C:\\", "C:\\"}, Row{"", ""}, Row{"\\\\server\\share\\\\x", "\\\\server\\share\\x"}})
-        EXPECT_EQ(platform::nativePath(row.given), QString(row.native)) << row.given;
+        EXPECT_EQ(platform::nativePath(given), QString(native)) << given;
 }
 
 TEST_F(WindowsFiles, TheFoldersOfProgramAndSystemHaveNoSeparatorBehindThem) {

@@ -42,11 +42,8 @@ class WindowsShell : public testing::Test {
 };
 
 TEST_F(WindowsShell, AProgramGetsTheRestOfItsCommandLineAsItIs) {
-    struct Row {
-        const char *given;
-        const char *seen;
-    };
-    for (const Row &row : {
+    using Row = std::pair<const char *, const char *>;
+    for (const auto &[given, seen] : {
              Row{"@\\tool.exe @\\a b.png", "\"@\\tool.exe\" @\\a b.png"},
              Row{"\"@\\Program Files\\My Tool.exe\" \"@\\x.png\"",
                  "\"@\\Program Files\\My Tool.exe\" \"@\\x.png\""},
@@ -56,22 +53,15 @@ TEST_F(WindowsShell, AProgramGetsTheRestOfItsCommandLineAsItIs) {
                  "\"@\\Program Files\\My Tool.exe\" x & y > z"},
              Row{"@/tool.exe", "\"@\\tool.exe\""},
          })
-        EXPECT_EQ(started(row.given), filled(row.seen)) << row.given;
+        EXPECT_EQ(started(given), filled(seen)) << given;
 }
 
 TEST_F(WindowsShell, AProgramThatIsMissingOrNoneIsAnError) {
     writeFile(root / "text.exe", "no program");
-    struct Row {
-        const char *line;
-        platform::ErrorNumber number;
-    };
-    for (const Row &row : {Row{"@\\none.exe x", platform::ErrorNumber::FileNotFound},
-                           Row{"\"@\\Program Files\" x", platform::ErrorNumber::FileNotFound},
-                           Row{"", platform::ErrorNumber::FileNotFound},
-                           Row{"@\\text.exe", platform::ErrorNumber::IllegalProcedureCall}})
-        expectError(row.number, [&] {
-            platform::Shell(QString::fromStdString(filled(row.line)), platform::kShowNormal);
-        });
+    for (const char *none : {"@\\none.exe x", "\"@\\Program Files\" x", ""})
+        expectError(
+            platform::ErrorNumber::FileNotFound, [&] { started(none); });
+    expectError(platform::ErrorNumber::IllegalProcedureCall, [&] { started("@\\text.exe"); });
 }
 
 } // namespace

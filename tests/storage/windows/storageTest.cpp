@@ -81,24 +81,21 @@ TEST_F(WindowsStorage, PathsMayBeLongerThan260CharactersAndNamesMayBeInAnyScript
     while (path.size() < 600)
         path += "\\" + std::string(60, 'd');
     ASSERT_TRUE(platform::makeFolders(path).ok());
-    Folder deep;
-    ASSERT_TRUE(deep.open(path).ok());
+    folder.close();
+    ASSERT_TRUE(folder.open(path).ok());
     const std::string name = "\xD0\x96\xE6\xBC\xA2.cs"; // in no code page of the system
-    NewFile file;
-    ASSERT_TRUE(file.create(deep).ok());
-    ASSERT_TRUE(file.write("x", 1).ok());
-    ASSERT_TRUE(file.commit(name, Replace::No).ok());
+    ASSERT_TRUE(commit(name, "x", Replace::No).ok());
     std::vector<platform::FolderItem> items;
-    ASSERT_TRUE(deep.list(items).ok());
+    ASSERT_TRUE(folder.list(items).ok());
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].name, name);
     std::uint64_t bytes = 0;
-    EXPECT_TRUE(deep.freeSpace(bytes).ok());
+    EXPECT_TRUE(folder.freeSpace(bytes).ok());
     EXPECT_GT(bytes, 0U);
+    ASSERT_TRUE(folder.removeFile(name).ok());
     InputFile plain;
-    ASSERT_TRUE(deep.removeFile(name).ok());
     EXPECT_EQ(plain.open(path + "\\none").kind, Failure::NotFound);
-    deep.close();
+    folder.close();
     for (; path.size() > root.path().string().size(); path.resize(path.rfind('\\')))
         EXPECT_TRUE(RemoveDirectoryW(platform::longPath(path).c_str()));
 }

@@ -1,11 +1,9 @@
 #include "tests/workspace/editWindow.h"
 
+#include <QDialog>
 #include <QElapsedTimer>
-#include <QFile>
 
 namespace {
-
-const char kSelectPrompt[] = "64 Orvel: You must select a file to edit.\n";
 
 using Desktop = EditWindow;
 
@@ -33,7 +31,7 @@ TEST_F(Desktop, GivesTheTextEditorIfNoneIsChosen) {
     qputenv("PATH", path);
 }
 
-TEST_F(Desktop, WithoutAWorkingFileBrowserIsNotWaitedFor) {
+TEST_F(Desktop, WithoutAWorkingFileBrowserIsNotWaitedForAndTheSettingsHaveNoCloseButton) {
     extract({{"a folder/pic.png", "png"}});
     select("a folder", QString());
     const QByteArray path = qgetenv("PATH");
@@ -53,6 +51,9 @@ TEST_F(Desktop, WithoutAWorkingFileBrowserIsNotWaitedFor) {
     EXPECT_LT(timer.elapsed(), 6000);
     EXPECT_TRUE(window->form().isEnabled());
     qputenv("PATH", path);
+    click("cmdSettings");
+    const auto *settings = window->form().findChild<QDialog *>("frmSettings");
+    EXPECT_FALSE(settings->windowFlags() & Qt::WindowCloseButtonHint);
 }
 
 } // namespace
