@@ -27,9 +27,10 @@ class LibraryEvents {
     // A message text of the library; lCount is always 1.
     std::function<void(std::int32_t lCount, const QString &sMsg)> Progress;
 
-  protected:
+    // How a callback's names are passed on.
     enum class Separators { AsWritten, Backslashes };
 
+  protected:
     // Answers a message callback: stores the trimmed text in `lastMessage` and raises Progress with
     // its "/" turned into "\". Returns the text as the library wrote it, or "" if `size` is not the
     // size of a text.
