@@ -134,9 +134,9 @@ def where_all_may_enter(test):
     return run
 
 
-def obstructed(job, step, where, fault, options):
+def obstructed(job, step, where, fault, options, left=lambda: None):
     """Runs the step with the fault, which begins after the program has listed the archive. Returns
-    its output and the files of the work folder, both from before the fault ended."""
+    its output and the result of `left`, called before the fault ends."""
     job.reset()
     os.makedirs(job.temp, exist_ok=True)
     if options:
@@ -144,7 +144,7 @@ def obstructed(job, step, where, fault, options):
     process = job.paused(step, **options)
     with made(fault, process):
         go(process)
-        return ended(process, where), read_tree(job.work)
+        return ended(process, where), left()
 
 
 @where_all_may_enter
@@ -198,7 +198,8 @@ def extract(binaries, scratch):
     ]
 
     def one(where, fault, options, reason):
-        out, files = obstructed(job, "extract", where, fault, options)
+        out, files = obstructed(job, "extract", where, fault, options,
+                                 lambda: read_tree(job.work))
         lines = [line for line in out.splitlines()
                  if "Not every file was extracted" in line or "cannot be edited" in line]
         check(lines and reason in lines[0], where, "not reported:", out)
@@ -220,7 +221,8 @@ def clean_up(binaries, scratch):
     ]
 
     def one(where, path, left):
-        out, files = obstructed(job, "save", where, lambda: immutable(path), {})
+        out, files = obstructed(job, "save", where, lambda: immutable(path), {},
+                                lambda: read_tree(job.work))
         check("was created successfully" in out, where, "not saved:", out)
         check(sorted(files) == left, where, "left", sorted(files))
         job.save_again(where)
