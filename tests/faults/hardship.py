@@ -96,16 +96,16 @@ def where_all_may_enter(test):
     return run
 
 
-def obstructed(job, step, where, fault, options):
+def obstructed(job, step, where, fault, options, left=lambda: None):
     """Runs the step with the fault, which begins after the program has listed the archive. Returns
-    its output and the files of the work folder, both from before the fault ended."""
+    its output and the result of `left`, called before the fault ends."""
     job.reset()
     os.makedirs(job.temp, exist_ok=True)
     if options:
         command("chmod", "-R", "a+rwX", job.live)
     with job.paused(step, **options) as process, fault():
         go(process)
-        return ended(process, where), read_tree(job.work)
+        return ended(process, where), left()
 
 
 @where_all_may_enter
@@ -158,7 +158,8 @@ def extract(binaries, scratch):
     ]
 
     def one(where, fault, options, reason):
-        out, files = obstructed(job, "extract", where, fault, options)
+        out, files = obstructed(job, "extract", where, fault, options,
+                                 lambda: read_tree(job.work))
         lines = [line for line in out.splitlines()
                  if "Not every file was extracted" in line or "cannot be edited" in line]
         check(lines and reason in lines[0], where, "not reported:", out)
