@@ -176,9 +176,9 @@ class Folder {
     std::string m_path;
 };
 
-// An exclusive lock on a name of a folder, independent of the file of that name. If a lock on the
-// file itself is sufficient, because a rename can safely replace an open file on this disk, this
-// lock is not taken. A disk without locks supports neither.
+// An exclusive lock on a name of a folder, independent of the file of that name: a lock file. The
+// system releases it when the process ends. A disk without locks supports none, and in a folder
+// without write permission nothing is locked: then nothing is held, without an error.
 class NameLock {
   public:
     NameLock() = default;
@@ -186,14 +186,27 @@ class NameLock {
     NameLock(const NameLock &) = delete;
     NameLock &operator=(const NameLock &) = delete;
 
-    // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
-    // without write permission nothing can be replaced and nothing is locked. `folder` must outlive
-    // the lock.
+    // The lock of a program that replaces the file of that name. If a lock on the file itself is
+    // sufficient, because a rename can safely replace an open file on this disk, this lock is not
+    // taken. Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
+    // `folder` must outlive the lock.
     Status take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
                 const KeepGoing &keepGoing = {});
+    // The lock of a program that works on what the name stands for, on every disk, without waiting.
+    // `note` says who holds it. If another program holds it, the result is Busy and `holder` its
+    // note, or "" if unknown. `folder` must outlive the lock.
+    Status hold(const Folder &folder, const std::string &name, const std::string &note,
+                std::string &holder);
+    bool isHeld() const { return m_file.isOpen(); }
     void release();
 
   private:
+    // Whether others may read the lock file.
+    enum class Content { Empty, Note };
+    Status acquire(const Folder &folder, const std::string &name, Content content,
+                   std::chrono::milliseconds wait, const KeepGoing &keepGoing);
+    void writeNote(const std::string &note);
+
     const Folder *m_folder = nullptr;
     std::string m_lockFile;
     InputFile m_file;

@@ -2,6 +2,7 @@
 
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
+#include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
 
 #include <QPointer>
@@ -82,6 +83,9 @@ class frmMain : public QWidget {
     QString ArchivePath() const;
     // The work folder of the selected archive, without a trailing separator.
     QString WorkFolder() const;
+    // Whether no other window works on the selected archive's work folder. If so, none can until
+    // this one releases the lock.
+    bool OwnsWorkFolder();
     // True if a line of the entry list is a safe path below the work folder. Extraction applies the
     // same rule, so other lines have no extracted file.
     static bool StaysBelow(const QString &line);
@@ -113,9 +117,13 @@ class frmMain : public QWidget {
     QString ListingNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
+    // Disables the action buttons and says which other window works on the archive.
+    void ShowOwner();
 
     // frmMainExtract.cpp
     void cmdExtract_Click();
+    // Extracts every entry into the work folder and returns a note about it, "" for none.
+    QString ExtractAll();
     QString PrepareWorkFolder();
     void ClearFileAttributes();
     // The note about an extraction that reported a problem.
@@ -148,6 +156,7 @@ class frmMain : public QWidget {
     QString m_strBasePath; // the folder of its archives and "\"
     std::unique_ptr<cUnzip> m_cUnzip;
     std::unique_ptr<cZip> m_cZ;
+    platform::WorkFolderLock m_lock; // of the extracted archive that is shown
 
     ImageList *imgIcons16;
     QLabel *Label1;

@@ -58,7 +58,7 @@ void frmMain::ArchiveChosen() {
     OpenSelectedArchive();
     UpdateButtons();
     const QString note = ListingNote();
-    if (!note.isEmpty())
+    if (!note.isEmpty() && !m_lock.isRefused())
         ShowNote(note);
 }
 
@@ -121,17 +121,31 @@ void frmMain::UpdateButtons() {
     const bool chosen = !drpVL2File->currentText().isEmpty();
     const bool listed = m_tree->Nodes().Count() > 0;
     const bool extracted = listed && FileExists(ProbeFile()) != 0;
+    if (!chosen || !extracted)
+        m_lock.release();
+    const bool owned = chosen && extracted && OwnsWorkFolder();
 
     cmdExtract->setEnabled(chosen && listed && !extracted);
-    cmdSaveChanges->setEnabled(chosen && extracted);
-    cmdCancel->setEnabled(chosen && extracted);
-    cmdEditFile->setEnabled(chosen && extracted);
-    cmdOpenFolder->setEnabled(chosen && extracted);
+    cmdSaveChanges->setEnabled(owned);
+    cmdCancel->setEnabled(owned);
+    cmdEditFile->setEnabled(owned);
+    cmdOpenFolder->setEnabled(owned);
 
     if (extracted)
         lblStatus->SetText("Select a file to edit.");
     if (!chosen)
         lblStatus->SetText("Please select a category.");
+    if (m_lock.isRefused())
+        ShowOwner();
+}
+
+void frmMain::ShowOwner() {
+    for (QPushButton *button : {cmdExtract, cmdSaveChanges, cmdCancel, cmdEditFile, cmdOpenFolder})
+        button->setEnabled(false);
+    const QString holder = m_lock.holder();
+    ShowNote(QStringLiteral("Another Orvel%1 works on this archive. When it has saved or cancelled "
+                            "or shows another archive, select this one again.")
+                 .arg(holder.isEmpty() ? holder : " (" + holder + ")"));
 }
 
 // The listing has the compressed size and the percentage saved, but not the size: it is estimated

@@ -75,18 +75,26 @@ void frmMain::cmdExtract_Click() {
     for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
         m_cUnzip->setFileSelected(i, true);
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
+    const bool owned = OwnsWorkFolder();
+    const QString note = owned ? ExtractAll() : QString();
+    platform::setMousePointer(this, 0);
+    EnableWindow();
+    lblStatus->SetText("Select a file to edit.");
+    UpdateButtons();
+    if (!owned)
+        ShowOwner(); // even if it has extracted nothing yet
+    else if (!note.isEmpty())
+        ShowNote(note);
+}
+
+QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
-    platform::setMousePointer(this, 0);
-    EnableWindow();
-    lblStatus->SetText("Select a file to edit.");
-    UpdateButtons();
-    if (!note.isEmpty())
-        ShowNote(note);
+    return note;
 }
 
 QString frmMain::PrepareWorkFolder() {

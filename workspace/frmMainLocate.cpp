@@ -113,6 +113,10 @@ QString frmMain::WorkFolder() const {
     return WorkFolders() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
+bool frmMain::OwnsWorkFolder() {
+    return m_lock.take(WorkFolders(), drpVL2File->currentData(kWorkFolderRole).toString());
+}
+
 bool frmMain::StaysBelow(const QString &line) {
     QString path = line;
     path.replace('\\', '/');

@@ -19,20 +19,21 @@ std::string foldedName(const std::string &name) {
 
 } // namespace
 
-// A file without sharing, which the system deletes with its handle, even if the process is killed.
-Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
-                      const KeepGoing &keepGoing) {
+// A file that no other program may open for deletion, as a lock needs it. The system deletes it
+// with its handle, even if the process is killed.
+Status NameLock::acquire(const Folder &folder, const std::string &name, Content content,
+                         std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     release();
-    const std::string lockFile = lockFileName(foldedName(name));
+    m_lockFile = lockFileName(foldedName(name));
     const auto end = std::chrono::steady_clock::now() + wait;
     Access access;
-    access.rights = DELETE;
+    access.rights = content == Content::Note ? DELETE | FILE_WRITE_DATA : DELETE;
     access.disposition = FILE_OPEN_IF;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_DELETE_ON_CLOSE;
-    access.share = 0;
+    access.share = content == Content::Note ? FILE_SHARE_READ : 0;
     Handle file;
     for (;;) {
-        const NTSTATUS status = openAt(handleOf(folder.m_handle), lockFile, access, file);
+        const NTSTATUS status = openAt(handleOf(folder.m_handle), m_lockFile, access, file);
         if (status >= 0) {
             m_file.m_handle = numberOf(file.release());
             return {};
@@ -51,6 +52,18 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+}
+
+Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                      const KeepGoing &keepGoing) {
+    return acquire(folder, name, Content::Empty, wait, keepGoing);
+}
+
+void NameLock::writeNote(const std::string &note) {
+    OVERLAPPED start{};
+    DWORD written = 0;
+    WriteFile(handleOf(m_file.m_handle), note.data(), static_cast<DWORD>(note.size()), &written,
+              &start);
 }
 
 void NameLock::release() {

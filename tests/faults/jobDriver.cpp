@@ -26,6 +26,14 @@ void say(const char *what, const QString &text) {
     std::fflush(stdout);
 }
 
+void sayStatus(const QWidget &window) {
+    const auto *label = window.findChild<QLabel *>("lblStatus");
+    say("status", label->text());
+    const QString note = label->accessibleDescription();
+    if (!note.isEmpty() && note != label->text())
+        say("note", note);
+}
+
 bool take(QWidget &window, const QString &step) {
     if (step == "pause") {
         say("pause", QString());
@@ -67,13 +75,10 @@ int main(int argc, char **argv) {
     for (const QString &step : arguments.sliced(2)) {
         if (!take(window, step)) {
             say("disabled", step);
+            sayStatus(window);
             return 3;
         }
-        const auto *label = window.findChild<QLabel *>("lblStatus");
-        say("status", label->text());
-        const QString note = label->accessibleDescription();
-        if (!note.isEmpty() && note != label->text())
-            say("note", note);
+        sayStatus(window);
     }
     return 0;
 }

@@ -79,6 +79,43 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     EXPECT_TRUE(QFile::exists(job.folder + "mine/own.txt"));
 }
 
+TEST(frmMainSave, lets_one_window_at_a_time_work_on_an_archive) {
+    Extracted job;
+    makeArchive(job.game.archive("other.vl2"), kFiles);
+    // Another spelling of the same folder.
+    TempGame::setTempFolder(job.game.temp() + "/../temp");
+    MainWindow second;
+    const auto isRefused = [](const MainWindow &window) {
+        const QString process = QString("process %1 ").arg(QCoreApplication::applicationPid());
+        EXPECT_TRUE(window.note().contains(process)) << window.note().toStdString();
+        EXPECT_EQ(joined(window.enabledButtons()), "");
+        EXPECT_TRUE(window.isReady());
+    };
+    second.pick("Classic");
+    EXPECT_EQ(second.status(), "Select a file to edit.");
+    EXPECT_EQ(second.shownTree(), job.window->shownTree());
+    isRefused(second);
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "edited");
+    second.pick("Classic");
+    EXPECT_EQ(joined(second.enabledButtons()), "Extract");
+    EXPECT_EQ(second.note(), "");
+    second.click("cmdExtract");
+    EXPECT_EQ(joined(second.enabledButtons()), kExtracted);
+    // The first window still shows it as it was before.
+    job.window->click("cmdExtract");
+    isRefused(*job.window);
+    second.pick("Other");
+    job.window->pick("Classic");
+    EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    // What is left of a lock does not stop the window that shows the archive next.
+    job.window.reset();
+    second.pick("Classic");
+    second.click("cmdCancel");
+    EXPECT_TRUE(QDir(job.game.temp()).entryList({".orvel*"}, QDir::Files | QDir::Hidden).isEmpty());
+}
+
 TEST(frmMainSave, throws_changes_away_on_Cancel) {
     Extracted job;
     const QByteArray before = readFile(job.archive);
