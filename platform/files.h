@@ -67,6 +67,9 @@ void surviveLargeWrites();
 // data folder.
 QString programFolder();
 
+// Whether other programs can rename and remove a folder while it is watched for changes.
+bool canWatchFolders();
+
 // The system's Windows folder without a trailing separator, or "" if there is none or its path is
 // longer than `limit` characters. On POSIX: the program's folder that contains the text editor's
 // launcher.

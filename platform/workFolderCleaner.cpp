@@ -4,6 +4,7 @@
 #include "platform/files.h"
 #include "storage/folderCache.h"
 
+#include <QFile>
 #include <QHash>
 #include <QStringList>
 
@@ -134,14 +135,30 @@ struct WorkFolderCleaner::State {
     }
 
     // Deletes a file of an open folder; `file` is its path below the work folder.
-    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) const {
+    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) {
         if (packed == nullptr)
             return folder.removeFile(name);
-        return folder.removeFileIf(name, keepsInfo,
-                                   [&](const FileInfo &info, const OpenInput &open) {
-                                       return info.kind == FileInfo::Kind::File &&
-                                              packed->hold(file, info, timesTell, open);
-                                   });
+        bool isEdited = false;
+        Status status =
+            folder.removeFileIf(name, keepsInfo, [&](const FileInfo &info, const OpenInput &open) {
+                const bool isFile = info.kind == FileInfo::Kind::File;
+                const bool isHeld = isFile && packed->hold(file, info, timesTell, open);
+                isEdited = isFile && !isHeld;
+                return isHeld;
+            });
+        if (!trashes || status.ok() || status.is(Failure::NotFound))
+            return status;
+        QString shown = file.toString().replace(u'\\', u'/');
+        if (shown.startsWith(u'/'))
+            shown.remove(0, 1);
+        if (isEdited && QFile::moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
+            trashed.append(shown);
+            return {};
+        }
+        status = folder.removeFile(name);
+        if (isEdited && status.ok())
+            deleted.append(shown);
+        return status;
     }
 
     QString workFolder;
@@ -151,6 +168,9 @@ struct WorkFolderCleaner::State {
     const PackedFiles *packed = nullptr;
     bool timesTell = false; // the disk's clock has not been set back since the save
     bool keepsInfo = false; // the system caches file information for a while
+    bool trashes = false;   // what `packed` does not hold; else it stays
+    QStringList trashed;
+    QStringList deleted;
 };
 
 WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
@@ -164,6 +184,19 @@ void WorkFolderCleaner::deleteOnly(const PackedFiles &packed) {
     const bool isOpen = m_state->folders->get({}, root).ok();
     m_state->timesTell = isOpen && packed.isClockRunning(root->folder);
     m_state->keepsInfo = isOpen && root->folder.keepsInfo();
+}
+
+void WorkFolderCleaner::trashOthers(const PackedFiles &packed) {
+    deleteOnly(packed);
+    m_state->trashes = true;
+}
+
+const QStringList &WorkFolderCleaner::trashed() const {
+    return m_state->trashed;
+}
+
+const QStringList &WorkFolderCleaner::deleted() const {
+    return m_state->deleted;
 }
 
 bool WorkFolderCleaner::clearAttributes(const QString &file) {

@@ -4,6 +4,7 @@
 #include "archive/cZip.h"
 #include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
+#include "workspace/changedFiles.h"
 
 #include <QPointer>
 #include <QSet>
@@ -57,6 +58,7 @@ class frmMain : public QWidget {
     static QString ProperCase(const QString &text);
 
   protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
@@ -70,7 +72,6 @@ class frmMain : public QWidget {
     void PlaceControls();
     void ConnectHandlers();
     void FillArchiveList();
-    void AddArchive(const QString &file);
 
     // frmMainLocate.cpp: paths of the game and of the work folders
     void LocateGame();
@@ -83,6 +84,14 @@ class frmMain : public QWidget {
     QString ArchivePath() const;
     // The work folder of the selected archive, without a trailing separator.
     QString WorkFolder() const;
+    // Gives each archive of the drop-down its work folder's name: that of the folder whose record
+    // names the archive, else the first free one for its text. Marks archives with work in
+    // progress.
+    void AssignWorkFolders() const;
+    // Marks an entry of the drop-down whose work folder holds files, by its font.
+    void MarkWork(int entry) const;
+    // Deletes the record of the selected archive if its work folder is gone.
+    void RemoveRecord() const;
     // Whether no other window works on the selected archive's work folder. If so, none can until
     // this one releases the lock.
     bool OwnsWorkFolder();
@@ -120,6 +129,13 @@ class frmMain : public QWidget {
     // Disables the action buttons and says which other window works on the archive.
     void ShowOwner();
 
+    // frmMainChanges.cpp: what differs from the archive
+    // Starts a look at the work folder if this window works on it.
+    void LookForChanges();
+    void ShowChanges(const FolderChanges &changes);
+    // Ends the looks, as the work folder is about to change.
+    void StopLooking();
+
     // frmMainExtract.cpp
     void cmdExtract_Click();
     // Extracts every entry into the work folder and returns a note about it, "" for none.
@@ -136,8 +152,14 @@ class frmMain : public QWidget {
     void cmdCancel_Click();
     // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Empties and removes the work folder. If `packed` is given, deletes only the files in it.
-    void CleanUpWorkFolder(const platform::PackedFiles *packed);
+    // Empties and removes the work folder. Keep: deletes only the files in `known`. Trash: moves
+    // the others to the desktop's trash. Returns a note about these, "" if there are none.
+    enum class Others { Keep, Trash };
+    QString CleanUpWorkFolder(const platform::PackedFiles *known, Others others);
+    // The files of the work folder in the versions that the archive holds.
+    platform::PackedFiles KnownFiles() const;
+    // What the last save did.
+    QString SaveNote() const;
 
     // frmMainEdit.cpp
     void cmdEditFile_Click();
@@ -174,8 +196,11 @@ class frmMain : public QWidget {
     QListView *lstArchive;
     FileList *filVL2;
 
-    ArchiveTree *m_tree;   // the model of treArchive
-    ArchiveLines *m_lines; // the model of lstArchive
+    ArchiveTree *m_tree;          // the model of treArchive
+    ArchiveLines *m_lines;        // the model of lstArchive
+    mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
+    ChangedFiles *m_changes;
+    ChangedFiles::Listing m_listing; // of the archive listed last
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

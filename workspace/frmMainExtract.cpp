@@ -74,6 +74,7 @@ void frmMain::cmdExtract_Click() {
     platform::repaintPending();
     for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
         m_cUnzip->setFileSelected(i, true);
+    AssignWorkFolders();
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
     const bool owned = OwnsWorkFolder();
     const QString note = owned ? ExtractAll() : QString();
@@ -137,12 +138,7 @@ QString frmMain::ExtractionNote() const {
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
     // Keeps files whose contents differ from the archive's: another program has changed them.
-    platform::PackedFiles extracted;
-    platform::FileInfo anyVersion;
-    anyVersion.size = platform::PackedFiles::kAnySize;
-    for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
-        extracted.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
-                      static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
+    const platform::PackedFiles extracted = KnownFiles();
     cleaner.deleteOnly(extracted);
     for (int line = 0; line < m_lines->Count(); ++line) {
         const QString file = m_lines->Text(line);

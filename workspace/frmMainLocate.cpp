@@ -109,14 +109,6 @@ QString frmMain::ArchivePath() const {
     return m_strBasePath + drpVL2File->currentData(kArchiveFileRole).toString();
 }
 
-QString frmMain::WorkFolder() const {
-    return WorkFolders() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
-}
-
-bool frmMain::OwnsWorkFolder() {
-    return m_lock.take(WorkFolders(), drpVL2File->currentData(kWorkFolderRole).toString());
-}
-
 bool frmMain::StaysBelow(const QString &line) {
     QString path = line;
     path.replace('\\', '/');

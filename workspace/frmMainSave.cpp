@@ -1,3 +1,4 @@
+#include "archive/workRecord.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -25,10 +26,11 @@ bool containsNoFile(const QString &folder) {
 void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
+    StopLooking();
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
-        CleanUpWorkFolder(packed ? &*packed : nullptr);
+        CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
     } else {
         UpdateButtons();
@@ -46,9 +48,26 @@ void frmMain::cmdSaveChanges_Click() {
 void frmMain::cmdCancel_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
-    CleanUpWorkFolder(nullptr);
+    StopLooking();
+    const platform::PackedFiles known = KnownFiles();
+    const QString note = CleanUpWorkFolder(&known, Others::Trash);
     platform::setMousePointer(this, 0);
     EnableWindow();
+    if (!note.isEmpty())
+        ShowNote(note);
+}
+
+platform::PackedFiles frmMain::KnownFiles() const {
+    const QString name = drpVL2File->currentData(kWorkFolderRole).toString();
+    if (const auto record = WorkRecord::read(WorkFolders(), name))
+        return record->knownFiles();
+    platform::PackedFiles known;
+    platform::FileInfo anyVersion;
+    anyVersion.size = platform::PackedFiles::kAnySize;
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
+        known.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
+                  static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
+    return known;
 }
 
 QString frmMain::PackWorkFolder() {
@@ -90,14 +109,17 @@ QString frmMain::PackWorkFolder() {
 }
 
 // A step that fails is skipped: files that cannot be deleted stay.
-void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
+QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others others) {
+    QString note;
     if (FileExists(ProbeFile()) != 0) {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
         platform::WorkFolderCleaner cleaner(WorkFolder());
         // Files that were changed during the save may not be in the archive.
-        if (packed != nullptr)
-            cleaner.deleteOnly(*packed);
+        if (known != nullptr && others == Others::Keep)
+            cleaner.deleteOnly(*known);
+        else if (known != nullptr)
+            cleaner.trashOthers(*known);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
             // deleteFile deletes read-only files too, so only files that stay need this.
@@ -114,7 +136,10 @@ void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
             platform::repaintPending();
         }
         cleaner.removeFolder({});
+        RemoveRecord();
         ProgressBar->hide();
+        note = TrashNote(cleaner.trashed(), cleaner.deleted());
     }
     UpdateButtons();
+    return note;
 }

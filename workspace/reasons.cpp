@@ -55,12 +55,42 @@ QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
 
-QString LeftoversNote(const QStringList &paths) {
+QString ListOfNames(const QStringList &names) {
     constexpr qsizetype kMaxNames = 10;
-    QString names = paths.mid(0, kMaxNames).join(", ");
-    if (paths.size() > kMaxNames)
-        names += QStringLiteral(" and %1 more").arg(paths.size() - kMaxNames);
+    QString text = names.mid(0, kMaxNames).join(", ");
+    if (names.size() > kMaxNames)
+        text += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
+    return text;
+}
+
+QString ChangesNote(const QStringList &changed, const QStringList &added) {
+    const auto files = [](qsizetype count) {
+        return QStringLiteral("%1 file%2 ").arg(count).arg(count == 1 ? "" : "s");
+    };
+    QString text;
+    if (!changed.isEmpty())
+        text = files(changed.size()) + "changed";
+    if (!added.isEmpty())
+        text += text.isEmpty() ? files(added.size()) + "added"
+                               : QStringLiteral(", %1 added").arg(added.size());
+    return text.isEmpty() ? text : text + ": " + ListOfNames(changed + added);
+}
+
+QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
+    const auto line = [](const QStringList &paths, const char *what) {
+        return paths.isEmpty()
+                   ? QString()
+                   : QStringLiteral("%1 edited file%2 %3: %4")
+                         .arg(paths.size())
+                         .arg(paths.size() == 1 ? " was" : "s were", what, ListOfNames(paths));
+    };
+    const QString moved = line(trashed, "moved to the trash");
+    const QString gone = line(deleted, "deleted, as there is no trash for this disk");
+    return moved.isEmpty() || gone.isEmpty() ? moved + gone : moved + '\n' + gone;
+}
+
+QString LeftoversNote(const QStringList &paths) {
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
-        .arg(names);
+        .arg(ListOfNames(paths));
 }

@@ -17,6 +17,16 @@ QString Reason(const std::exception &error);
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
 
+// The first names of a list, and how many more there are.
+QString ListOfNames(const QStringList &names);
+
+// What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
+QString ChangesNote(const QStringList &changed, const QStringList &added);
+
+// The note about edited files that Cancel moved to the trash or, for lack of one, deleted; "" for
+// none.
+QString TrashNote(const QStringList &trashed, const QStringList &deleted);
+
 // The note after a save that added entries for leftovers of editors and systems. `paths` is not
 // empty.
 QString LeftoversNote(const QStringList &paths);

@@ -62,7 +62,23 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
         writeFile(job.folder + leftover, "left behind");
     writeFile(job.folder + "mine/own.txt", "own");
     QFile::remove(job.folder + "textures/sky.png");
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    // The same content again, in another file.
+    QFile::remove(job.folder + "readme.txt");
+    writeFile(job.folder + "readme.txt", "r");
+    job.window->returnTo({"", "scripts", "a.cs"});
+    const QModelIndex folder = job.window->tree()->model()->index(1, 0);
+    EXPECT_TRUE(job.window->tip(1).endsWith("\nchanged since extraction"));
+    EXPECT_EQ(folder.data(Qt::ToolTipRole).toString(),
+              "holds files that were changed since extraction\nNew files: a.cs~, new.cs");
+    EXPECT_EQ(folder.data(Qt::AccessibleDescriptionRole), folder.data(Qt::ToolTipRole));
+    EXPECT_EQ(job.window->note(), "1 file changed, 5 added: scripts/a.cs, Thumbs.db, mine/own.txt, "
+                                  "scripts/a.cs~, scripts/new.cs, top.txt");
+    // An edit that is taken back.
+    writeFile(job.folder + "scripts/a.cs", "a");
+    job.window->returnTo({"", "scripts"});
     job.window->click("cmdSaveChanges");
+    EXPECT_EQ(joined(job.window->bold()), "");
     const std::map<QString, QByteArray> saved = readArchive(job.archive);
     EXPECT_EQ(saved.at("scripts/new.cs"), "new");
     EXPECT_EQ(saved.at("top.txt"), "top");
@@ -123,6 +139,19 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     writeFile(job.folder + "scripts/new.cs", "new");
     QFile::setPermissions(job.folder + "scripts/a.cs", QFile::ReadOwner);
     job.window->click("cmdCancel");
+    EXPECT_FALSE(QFile::exists(job.folder + "readme.txt"));
+    // What differed from the archive can be restored, where there is a trash.
+    const QString files = job.game.root() + "/data/Trash/";
+    EXPECT_TRUE(job.window->note().startsWith("2 edited files were "));
+    EXPECT_TRUE(job.window->note().endsWith(": readme.txt, scripts/new.cs"))
+        << job.window->note().toStdString();
+    if (QDir::rootPath() == "/") {
+        EXPECT_EQ(joined(QDir(files + "files").entryList(QDir::Files)), "new.cs|readme.txt");
+        EXPECT_EQ(readFile(files + "files/readme.txt"), "edited");
+        const QByteArray info = readFile(files + "info/readme.txt.trashinfo");
+        EXPECT_TRUE(info.contains("\nPath=" + QFile::encodeName(job.folder + "readme.txt") + '\n'))
+            << info.toStdString();
+    }
     EXPECT_EQ(readFile(job.archive), before);
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
     // The folder of a type that the tree does not show stays, empty, and the work folder with it.

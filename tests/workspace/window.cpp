@@ -51,6 +51,32 @@ QString MainWindow::tip(int folder) const {
     return model->index(0, 0, model->index(folder, 0)).data(Qt::ToolTipRole).toString();
 }
 
+QStringList MainWindow::bold() const {
+    QStringList texts;
+    const QAbstractItemModel *model = tree()->model();
+    const auto add = [&](const QModelIndex &node) {
+        if (node.data(Qt::FontRole).value<QFont>().bold())
+            texts.append(node.data().toString());
+    };
+    for (int folder = 0; folder < model->rowCount(); ++folder) {
+        const QModelIndex parent = model->index(folder, 0);
+        add(parent);
+        for (int file = 0; file < model->rowCount(parent); ++file)
+            add(model->index(file, 0, parent));
+    }
+    return texts;
+}
+
+void MainWindow::returnTo(const QStringList &bold) {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&other));
+    m_form.activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return this->bold() == bold; }))
+        << joined(this->bold()) << " instead of " << joined(bold);
+}
+
 QStringList MainWindow::enabledButtons() const {
     QStringList names;
     for (const char *name :
