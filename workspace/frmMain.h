@@ -2,6 +2,7 @@
 
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
+#include "archive/workRecord.h"
 #include "workspace/archiveTree.h"
 
 #include <QPointer>
@@ -11,6 +12,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 class ArchiveLines;
 class ArchiveTreeView;
@@ -123,12 +126,31 @@ class frmMain : public QWidget {
     // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
     QString UndoExtraction(const QSet<QString> &before);
 
+    // frmMainRecord.cpp: what the archive held when the work folder was extracted
+    // The name of the selected archive's work folder in WorkFolders().
+    QString WorkFolderName() const;
+    // Writes the record after an extraction of `archive`, as it was before the extraction.
+    void WriteRecord(const std::optional<WorkRecord::Archive> &archive);
+    // The record of the work folder; none if there is none of the selected archive.
+    std::optional<WorkRecord> ReadRecord() const;
+    // What a save has to compare folder and archive with; none without a record.
+    std::optional<std::vector<EntryVersion>> SaveBase() const;
+    // Notes in the record, if there is one, what the last save has packed.
+    void UpdateRecord();
+    // The folder for the archive's versions of files that were changed on both sides.
+    QString TheirsFolder() const;
+    // Extracts these versions there, as NAME.theirs. Returns "" or why some are missing.
+    QString ExtractTheirs(const std::vector<EntryVersion> &conflicts);
+
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
     void cmdCancel_Click();
     // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Empties and removes the work folder. If `packed` is given, deletes only the files in it.
+    // Remembers the conflicts of the last save and returns the text about them.
+    QString ConflictText();
+    // Empties and removes the work folder, and its record once it holds no file. If `packed` is
+    // given, deletes only the files in it.
     void CleanUpWorkFolder(const platform::PackedFiles *packed);
 
     // frmMainEdit.cpp
@@ -167,6 +189,9 @@ class frmMain : public QWidget {
 
     ArchiveTree *m_tree;   // the model of treArchive
     ArchiveLines *m_lines; // the model of lstArchive
+    // The archive's versions that the user was told about: the next save replaces them.
+    std::vector<EntryVersion> m_conflicts;
+    QString m_conflictArchive;
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

@@ -76,11 +76,15 @@ void frmMain::cmdExtract_Click() {
         m_cUnzip->setFileSelected(i, true);
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
+    else
+        WriteRecord(archive);
+    m_conflicts.clear();
     platform::setMousePointer(this, 0);
     EnableWindow();
     lblStatus->SetText("Select a file to edit.");

@@ -8,6 +8,7 @@
 #include "ziplib/returnCode.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QDirIterator>
 #include <QProgressBar>
 
@@ -29,11 +30,13 @@ void frmMain::cmdSaveChanges_Click() {
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
         CleanUpWorkFolder(packed ? &*packed : nullptr);
+        m_conflicts.clear();
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
     } else {
         UpdateButtons();
         lblStatus->SetText(failure);
     }
+    UpdateRecord();
     EnableWindow();
     platform::setMousePointer(this, 0);
     if (!failure.isEmpty())
@@ -70,6 +73,7 @@ QString frmMain::PackWorkFolder() {
         m_cZ->AddFileSpec("*");
         m_cZ->setStoreFolderNames(true);
         m_cZ->setRecurseSubDirs(true);
+        m_cZ->setBase(SaveBase());
         m_cZ->Zip();
         if (m_cZ->LastResult().ok())
             return {};
@@ -78,8 +82,11 @@ QString frmMain::PackWorkFolder() {
         const std::int32_t code = m_cZ->LastResult().code;
         noFile = ziplib::ReturnCode{code} == ziplib::ReturnCode::NothingMatched &&
                  containsNoFile(folder);
-        reason =
-            noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
+        if (m_cZ->LastResult().conflict())
+            reason = ConflictText();
+        else
+            reason =
+                noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
@@ -87,6 +94,28 @@ QString frmMain::PackWorkFolder() {
         QStringLiteral("%1.vl2 %2: %3").arg(drpVL2File->currentText(), outcome, reason);
     const bool filesLeft = !noFile && !platform::storedName(WorkFolder()).isEmpty();
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
+}
+
+QString frmMain::ConflictText() {
+    const std::vector<EntryVersion> &conflicts = m_cZ->LastResult().conflicts;
+    if (m_conflictArchive != ArchivePath())
+        m_conflicts.clear();
+    m_conflictArchive = ArchivePath();
+    m_conflicts.insert(m_conflicts.end(), conflicts.begin(), conflicts.end());
+    QStringList names;
+    for (const EntryVersion &entry : conflicts)
+        names.append(QString::fromStdString(entry.path));
+    const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
+    const QString missing = ExtractTheirs(conflicts);
+    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
+                                  "archive too. ")
+                       .arg(ShortList(names));
+    if (missing.isEmpty())
+        text += QStringLiteral("The archive's versions are in %1. ").arg(theirs);
+    else
+        text += QStringLiteral("The archive's versions cannot all be put into %1 (%2). ")
+                    .arg(theirs, missing);
+    return text + "Press Save Changes again to pack yours over them";
 }
 
 // A step that fails is skipped: files that cannot be deleted stay.
@@ -114,6 +143,8 @@ void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
             platform::repaintPending();
         }
         cleaner.removeFolder({});
+        if (containsNoFile(platform::nativePath(WorkFolder())))
+            WorkRecord::remove(WorkFolders(), WorkFolderName());
         ProgressBar->hide();
     }
     UpdateButtons();

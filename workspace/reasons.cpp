@@ -29,6 +29,7 @@ constexpr std::array kMeanings{
     Meaning{ReturnCode::Cancelled, "it was cancelled"},
     Meaning{ReturnCode::Unsupported, "its compression or encryption is not supported"},
     Meaning{ReturnCode::NoPassword, "it needs a password"},
+    Meaning{ReturnCode::Conflict, "it was changed by another program too"},
 };
 
 } // namespace
@@ -55,12 +56,16 @@ QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
 
-QString LeftoversNote(const QStringList &paths) {
+QString ShortList(const QStringList &names) {
     constexpr qsizetype kMaxNames = 10;
-    QString names = paths.mid(0, kMaxNames).join(", ");
-    if (paths.size() > kMaxNames)
-        names += QStringLiteral(" and %1 more").arg(paths.size() - kMaxNames);
+    QString list = names.mid(0, kMaxNames).join(", ");
+    if (names.size() > kMaxNames)
+        list += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
+    return list;
+}
+
+QString LeftoversNote(const QStringList &paths) {
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
-        .arg(names);
+        .arg(ShortList(paths));
 }

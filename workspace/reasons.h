@@ -14,6 +14,9 @@ QString Reason(std::int32_t code, const QString &message);
 // The description of a caught error.
 QString Reason(const std::exception &error);
 
+// The first ten names, separated by commas, and the number of the others.
+QString ShortList(const QStringList &names);
+
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
 
