@@ -2,9 +2,9 @@
 
 #include "platform/error.h"
 #include "platform/files.h"
+#include "platform/trash.h"
 #include "storage/folderCache.h"
 
-#include <QFile>
 #include <QHash>
 #include <QStringList>
 
@@ -151,7 +151,7 @@ struct WorkFolderCleaner::State {
         QString shown = file.toString().replace(u'\\', u'/');
         if (shown.startsWith(u'/'))
             shown.remove(0, 1);
-        if (isEdited && QFile::moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
+        if (isEdited && moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
             trashed.append(shown);
             return {};
         }

@@ -260,8 +260,10 @@ class NewFile {
     // `replaced` is the replaced file if the caller has it open: it is closed if the disk cannot
     // safely replace an open file. Exists as well if another file has been put in its location. If
     // the disk has lost the replaced file and refuses the rename, the new file is kept beside it,
-    // under the name in the message.
-    Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr);
+    // under the name in the message. `named` receives the information on the file under its name,
+    // or none of the kind File if unavailable.
+    Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr,
+                  FileInfo *named = nullptr);
     void discard();
 
   private:

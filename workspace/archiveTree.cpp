@@ -235,7 +235,7 @@ QString ArchiveTree::ChangeText(int node) const {
         lines.append(QStringLiteral("holds files that were changed since extraction"));
     const QStringList added = m_changes.added.value(text);
     if (!added.isEmpty())
-        lines.append("New files: " + ListOfNames(added));
+        lines.append("New files: " + ShortList(added));
     return lines.join('\n');
 }
 

@@ -2,6 +2,7 @@
 
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
+#include "archive/workRecord.h"
 #include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
 #include "workspace/changedFiles.h"
@@ -13,6 +14,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 class ArchiveLines;
 class ArchiveTreeView;
@@ -90,8 +93,6 @@ class frmMain : public QWidget {
     void AssignWorkFolders() const;
     // Marks an entry of the drop-down whose work folder holds files, by its font.
     void MarkWork(int entry) const;
-    // Deletes the record of the selected archive if its work folder is gone.
-    void RemoveRecord() const;
     // Whether no other window works on the selected archive's work folder. If so, none can until
     // this one releases the lock.
     bool OwnsWorkFolder();
@@ -147,17 +148,38 @@ class frmMain : public QWidget {
     // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
     QString UndoExtraction(const QSet<QString> &before);
 
+    // frmMainRecord.cpp: what the archive held when the work folder was extracted
+    // The name of the selected archive's work folder in WorkFolders().
+    QString WorkFolderName() const;
+    // Writes the record after an extraction of `archive`, as it was before the extraction.
+    void WriteRecord(const std::optional<WorkRecord::Archive> &archive);
+    // The record of the work folder; none if there is none of the selected archive.
+    std::optional<WorkRecord> ReadRecord() const;
+    // What a save has to compare folder and archive with; none without a record.
+    std::optional<std::vector<EntryVersion>> SaveBase() const;
+    // Notes in the record, if there is one, what the last save has packed.
+    void UpdateRecord();
+    // The folder for the archive's versions of files that were changed on both sides.
+    QString TheirsFolder() const;
+    // Extracts these versions there, as NAME.theirs. Returns "" or why some are missing.
+    QString ExtractTheirs(const std::vector<EntryVersion> &conflicts);
+
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
     void cmdCancel_Click();
     // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Empties and removes the work folder. Keep: deletes only the files in `known`. Trash: moves
-    // the others to the desktop's trash. Returns a note about these, "" if there are none.
+    // Remembers the conflicts of the last save and returns the text about them.
+    QString ConflictText();
+    // Empties and removes the work folder, and its record once it holds no file. Keep: deletes only
+    // the files in `known`. Trash: moves the others to the desktop's trash. Returns a note about
+    // these, "" if there are none.
     enum class Others { Keep, Trash };
     QString CleanUpWorkFolder(const platform::PackedFiles *known, Others others);
     // The files of the work folder in the versions that the archive holds.
     platform::PackedFiles KnownFiles() const;
+    // The listed entries, by their content alone.
+    platform::PackedFiles ListedFiles() const;
     // What the last save did.
     QString SaveNote() const;
 
@@ -201,6 +223,9 @@ class frmMain : public QWidget {
     mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
     ChangedFiles *m_changes;
     ChangedFiles::Listing m_listing; // of the archive listed last
+    // The archive's versions that the user was told about: the next save replaces them.
+    std::vector<EntryVersion> m_conflicts;
+    QString m_conflictArchive;
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

@@ -16,8 +16,7 @@ constexpr qsizetype kMostListed = 10'000; // paths of new files for the tips
 void frmMain::LookForChanges() {
     // The button shows that the archive is extracted and that this window works on it.
     if (cmdSaveChanges->isEnabled())
-        m_changes->Look(WorkFolders(), drpVL2File->currentData(kWorkFolderRole).toString(),
-                        m_listing);
+        m_changes->Look(WorkFolders(), WorkFolderName(), m_listing);
 }
 
 void frmMain::ShowChanges(const FolderChanges &changes) {

@@ -90,11 +90,15 @@ void frmMain::cmdExtract_Click() {
 
 QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
+    else
+        WriteRecord(archive);
+    m_conflicts.clear();
     return note;
 }
 
@@ -138,7 +142,7 @@ QString frmMain::ExtractionNote() const {
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
     // Keeps files whose contents differ from the archive's: another program has changed them.
-    const platform::PackedFiles extracted = KnownFiles();
+    const platform::PackedFiles extracted = ListedFiles();
     cleaner.deleteOnly(extracted);
     for (int line = 0; line < m_lines->Count(); ++line) {
         const QString file = m_lines->Text(line);

@@ -95,14 +95,9 @@ void frmMain::MarkWork(int entry) const {
 QString frmMain::WorkFolder() const {
     if (WorkFolders() != m_assignedIn)
         AssignWorkFolders();
-    return m_assignedIn + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
+    return m_assignedIn + '\\' + WorkFolderName();
 }
 
 bool frmMain::OwnsWorkFolder() {
-    return m_lock.take(WorkFolders(), drpVL2File->currentData(kWorkFolderRole).toString());
-}
-
-void frmMain::RemoveRecord() const {
-    if (platform::storedName(WorkFolder()).isEmpty())
-        WorkRecord::remove(m_assignedIn, drpVL2File->currentData(kWorkFolderRole).toString());
+    return m_lock.take(WorkFolders(), WorkFolderName());
 }

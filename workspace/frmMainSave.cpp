@@ -9,8 +9,12 @@
 #include "ziplib/returnCode.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QDirIterator>
 #include <QProgressBar>
+
+#include <algorithm>
+#include <initializer_list>
 
 namespace {
 
@@ -31,8 +35,11 @@ void frmMain::cmdSaveChanges_Click() {
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
         CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
+        m_conflicts.clear();
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
+        UpdateRecord();
     } else {
+        UpdateRecord();
         UpdateButtons();
         lblStatus->SetText(failure);
     }
@@ -41,8 +48,35 @@ void frmMain::cmdSaveChanges_Click() {
     if (!failure.isEmpty())
         platform::MsgBox(failure, platform::kCritical, "Orvel");
     const bool saved = failure.isEmpty() || failure.contains(kPartly);
-    if (saved && !m_cZ->LastResult().leftovers.isEmpty())
-        ShowNote(LeftoversNote(m_cZ->LastResult().leftovers));
+    if (saved)
+        ShowNote(SaveNote());
+}
+
+QString frmMain::SaveNote() const {
+    using Outcome = SavedFile::Outcome;
+    const ZipResult &result = m_cZ->LastResult();
+    const auto withOutcome = [&](std::initializer_list<Outcome> outcomes) {
+        QStringList paths;
+        for (const SavedFile &file : result.saved)
+            if (std::find(outcomes.begin(), outcomes.end(), file.outcome) != outcomes.end())
+                paths.append(QString::fromStdString(file.path));
+        return paths;
+    };
+    QStringList lines(ChangesNote(withOutcome({Outcome::Changed}),
+                                  withOutcome({Outcome::Added, Outcome::Restored})));
+    if (lines.first().isEmpty())
+        lines.first() = "Nothing was changed, and the archive was left alone.";
+    const auto add = [&](const char *what, Outcome outcome) {
+        const QStringList paths = withOutcome({outcome});
+        if (!paths.isEmpty())
+            lines.append(what + ShortList(paths));
+    };
+    add("Removed from the archive since the extraction, and added again: ", Outcome::Restored);
+    add("Newer in the archive, and left so: ", Outcome::Kept);
+    add("Removed from the archive since the extraction, and left so: ", Outcome::Removed);
+    if (!result.leftovers.isEmpty())
+        lines.append(LeftoversNote(result.leftovers));
+    return lines.join('\n');
 }
 
 void frmMain::cmdCancel_Click() {
@@ -58,9 +92,11 @@ void frmMain::cmdCancel_Click() {
 }
 
 platform::PackedFiles frmMain::KnownFiles() const {
-    const QString name = drpVL2File->currentData(kWorkFolderRole).toString();
-    if (const auto record = WorkRecord::read(WorkFolders(), name))
-        return record->knownFiles();
+    const auto record = ReadRecord();
+    return record ? record->knownFiles() : ListedFiles();
+}
+
+platform::PackedFiles frmMain::ListedFiles() const {
     platform::PackedFiles known;
     platform::FileInfo anyVersion;
     anyVersion.size = platform::PackedFiles::kAnySize;
@@ -89,6 +125,7 @@ QString frmMain::PackWorkFolder() {
         m_cZ->AddFileSpec("*");
         m_cZ->setStoreFolderNames(true);
         m_cZ->setRecurseSubDirs(true);
+        m_cZ->setBase(SaveBase());
         m_cZ->Zip();
         if (m_cZ->LastResult().ok())
             return {};
@@ -97,8 +134,11 @@ QString frmMain::PackWorkFolder() {
         const std::int32_t code = m_cZ->LastResult().code;
         noFile = ziplib::ReturnCode{code} == ziplib::ReturnCode::NothingMatched &&
                  containsNoFile(folder);
-        reason =
-            noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
+        if (m_cZ->LastResult().conflict())
+            reason = ConflictText();
+        else
+            reason =
+                noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
@@ -106,6 +146,28 @@ QString frmMain::PackWorkFolder() {
         QStringLiteral("%1.vl2 %2: %3").arg(drpVL2File->currentText(), outcome, reason);
     const bool filesLeft = !noFile && !platform::storedName(WorkFolder()).isEmpty();
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
+}
+
+QString frmMain::ConflictText() {
+    const std::vector<EntryVersion> &conflicts = m_cZ->LastResult().conflicts;
+    if (m_conflictArchive != ArchivePath())
+        m_conflicts.clear();
+    m_conflictArchive = ArchivePath();
+    m_conflicts.insert(m_conflicts.end(), conflicts.begin(), conflicts.end());
+    QStringList names;
+    for (const EntryVersion &entry : conflicts)
+        names.append(QString::fromStdString(entry.path));
+    const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
+    const QString missing = ExtractTheirs(conflicts);
+    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
+                                  "archive too. ")
+                       .arg(ShortList(names));
+    if (missing.isEmpty())
+        text += QStringLiteral("The archive's versions are in %1. ").arg(theirs);
+    else
+        text += QStringLiteral("The archive's versions cannot all be put into %1 (%2). ")
+                    .arg(theirs, missing);
+    return text + "Press Save Changes again to pack yours over them";
 }
 
 // A step that fails is skipped: files that cannot be deleted stay.
@@ -136,7 +198,8 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             platform::repaintPending();
         }
         cleaner.removeFolder({});
-        RemoveRecord();
+        if (containsNoFile(platform::nativePath(WorkFolder())))
+            WorkRecord::remove(WorkFolders(), WorkFolderName());
         ProgressBar->hide();
         note = TrashNote(cleaner.trashed(), cleaner.deleted());
     }

@@ -29,6 +29,7 @@ constexpr std::array kMeanings{
     Meaning{ReturnCode::Cancelled, "it was cancelled"},
     Meaning{ReturnCode::Unsupported, "its compression or encryption is not supported"},
     Meaning{ReturnCode::NoPassword, "it needs a password"},
+    Meaning{ReturnCode::Conflict, "it was changed by another program too"},
 };
 
 } // namespace
@@ -55,12 +56,12 @@ QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
 
-QString ListOfNames(const QStringList &names) {
+QString ShortList(const QStringList &names) {
     constexpr qsizetype kMaxNames = 10;
-    QString text = names.mid(0, kMaxNames).join(", ");
+    QString list = names.mid(0, kMaxNames).join(", ");
     if (names.size() > kMaxNames)
-        text += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
-    return text;
+        list += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
+    return list;
 }
 
 QString ChangesNote(const QStringList &changed, const QStringList &added) {
@@ -73,7 +74,7 @@ QString ChangesNote(const QStringList &changed, const QStringList &added) {
     if (!added.isEmpty())
         text += text.isEmpty() ? files(added.size()) + "added"
                                : QStringLiteral(", %1 added").arg(added.size());
-    return text.isEmpty() ? text : text + ": " + ListOfNames(changed + added);
+    return text.isEmpty() ? text : text + ": " + ShortList(changed + added);
 }
 
 QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
@@ -82,7 +83,7 @@ QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
                    ? QString()
                    : QStringLiteral("%1 edited file%2 %3: %4")
                          .arg(paths.size())
-                         .arg(paths.size() == 1 ? " was" : "s were", what, ListOfNames(paths));
+                         .arg(paths.size() == 1 ? " was" : "s were", what, ShortList(paths));
     };
     const QString moved = line(trashed, "moved to the trash");
     const QString gone = line(deleted, "deleted, as there is no trash for this disk");
@@ -92,5 +93,5 @@ QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
 QString LeftoversNote(const QStringList &paths) {
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
-        .arg(ListOfNames(paths));
+        .arg(ShortList(paths));
 }

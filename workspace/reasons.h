@@ -14,11 +14,11 @@ QString Reason(std::int32_t code, const QString &message);
 // The description of a caught error.
 QString Reason(const std::exception &error);
 
+// The first ten names, separated by commas, and the number of the others.
+QString ShortList(const QStringList &names);
+
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
-
-// The first names of a list, and how many more there are.
-QString ListOfNames(const QStringList &names);
 
 // What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
 QString ChangesNote(const QStringList &changed, const QStringList &added);

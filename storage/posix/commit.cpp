@@ -63,7 +63,8 @@ bool sameContent(const FileInfo &a, const FileInfo &b) {
 
 } // namespace
 
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced,
+                       FileInfo *named) {
     const int folder = static_cast<int>(m_folder->m_handle);
     const int file = static_cast<int>(m_handle);
     Status status;
@@ -83,6 +84,8 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         discard();
         return status;
     }
+    if (named != nullptr && !info(*named).ok())
+        *named = {};
     // From here on discard() must not remove the file, whatever close reports.
     m_temporary.clear();
     const bool closed = ::close(file) == 0;

@@ -78,7 +78,8 @@ bool setReadOnly(HANDLE folder, const std::string &name, bool readOnly) {
 
 } // namespace
 
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced,
+                       FileInfo *named) {
     Status status;
     const std::wstring wide = wideFromUtf8(name);
     if (wide.empty() || !isComponent(wide))
@@ -89,6 +90,8 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         discard();
         return status;
     }
+    if (named != nullptr && !info(*named).ok())
+        *named = {};
     m_temporary.clear();
     CloseHandle(handleOf(std::exchange(m_handle, -1)));
     return {};

@@ -73,6 +73,27 @@ def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lam
     print("%d points, archive old after %d, new after %d" % (len(calls) + 1, *outcomes.values()))
 
 
+def interrupted_cancel(binaries, scratch):
+    """A Cancel that is killed at each call: the archive is as it was, and each edited file is whole in
+    the work folder or in the trash."""
+    job = Job(binaries, scratch)
+    job.extract_and_edit()
+    job.freeze()
+    old = job.bytes_of_archive()
+    calls = job.calls_of("cancel")
+    trash = os.path.join(job.live, "data", "Trash", "files")
+    check(len(read_tree(trash)) == len(job.edits), "in the trash are", read_tree(trash).keys())
+    for number, where in job.points(calls):
+        job.steps("cancel", watch=kills(number), must=False)
+        check(job.bytes_of_archive() == old, where, "the archive changed")
+        there = [*read_tree(job.work).values(), *read_tree(trash).values()]
+        for name, content in job.edits.items():
+            check(content in there, where, "lost the edit of", name)
+        job.steps("ready", "cancel")
+        job.nothing_left(where)
+    print("%d points" % len(calls))
+
+
 def interrupted_extractions(binaries, scratch, *faults, **disk):
     """An extraction with each fault at each call: each file is whole or not there, the archive as it
     was, and the next extraction is whole."""
@@ -220,6 +241,7 @@ if __name__ == "__main__":
         "kill-save-held": lambda *where: save(*where, **HELD),
         "kill-extract": lambda *where: extract(*where, kills),
         "kill-extract-poor": lambda *where: extract(*where, kills, **POOR),
+        "kill-cancel": interrupted_cancel,
         "settings": settings,
         "fail-save": lambda *where: save(*where, *map(failures, (
             errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES))),

@@ -1,5 +1,6 @@
 """A game folder, an archive in it, and the program's steps on them, for fault tests."""
 
+import copy
 import glob
 import os
 import shutil
@@ -102,8 +103,22 @@ class Job:
                 archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
                                  zipfile.ZIP_DEFLATED)
         write_files(self.base, {"job.vl2": front + self.bytes_of_archive()})
+        self.register_folders()
+
+    def register_folders(self):
         self.register(GAME_KEY, "directory", os.path.join(self.live, "game"))
         self.register(PROGRAM_KEY, "tempdir", self.temp)
+
+    def of_other_user(self):
+        """The same archive with settings and a work folder of its own, beside this job's."""
+        other = copy.copy(self)
+        other.config = self.config + "-other"
+        other.temp = self.temp + "-other"
+        other.work = os.path.join(other.temp, "Job")
+        other.env = dict(self.env, XDG_CONFIG_HOME=other.config)
+        os.mkdir(other.config)
+        other.register_folders()
+        return other
 
     def register(self, key, name, text, **options):
         return self.run("orvel-reg", "add", key, name, text, **options)

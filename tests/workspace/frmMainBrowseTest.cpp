@@ -171,12 +171,12 @@ TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_rem
     const QString first = game.archive("base .vl2");
     const QString base = game.archive("base.vl2");
     makeArchive(base, {{"a.txt", "base"}});
-    MainWindow window;
-    window.pick(0);
-    window.click("cmdExtract");
-    writeFile(game.temp() + "/Base/a.txt", "edited");
-    window.dropDown()->setCurrentIndex(-1);
-    window.pick(0); // still owns it
+    {
+        MainWindow window;
+        window.pick(0);
+        window.click("cmdExtract");
+        writeFile(game.temp() + "/Base/a.txt", "edited");
+    }
     makeArchive(first, {{"a.txt", "first"}});
     const auto bold = [](const MainWindow &shown, int entry) {
         return shown.dropDown()->itemData(entry, Qt::FontRole).value<QFont>().bold();
@@ -184,7 +184,6 @@ TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_rem
     for (const bool removed : {false, true}) {
         if (removed)
             QFile::remove(base);
-        window.dropDown()->setCurrentIndex(-1);
         MainWindow next;
         EXPECT_FALSE(bold(next, 0));
         next.pick(0);

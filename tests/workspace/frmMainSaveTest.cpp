@@ -1,6 +1,8 @@
+#include "archive/workRecord.h"
 #include "tests/workspace/window.h"
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -26,6 +28,15 @@ struct Extracted {
         window->click("cmdExtract");
         EXPECT_EQ(joined(window->enabledButtons()), kExtracted);
     }
+    // Another program replaces the archive.
+    void replaceArchive(const std::vector<ArchiveFile> &files) const {
+        makeArchive(game.archive("made"), files);
+        QFile::remove(archive);
+        EXPECT_TRUE(QFile::rename(game.archive("made"), archive));
+    }
+    QString record() const {
+        return game.temp() + '/' + WorkRecord::fileName(QDir(folder).dirName());
+    }
     std::string shownFolder() const {
         return QDir::toNativeSeparators(QDir::cleanPath(folder)).toStdString();
     }
@@ -50,6 +61,7 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
         EXPECT_FALSE(QFile::exists(job.folder + file.name)) << file.name.toStdString();
     }
     EXPECT_EQ(job.window->status(), shown + ".vl2 was created successfully");
+    EXPECT_EQ(job.window->note(), "1 file changed: scripts/a.cs");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
     EXPECT_TRUE(job.window->isReady());
 }
@@ -86,7 +98,10 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
     EXPECT_EQ(saved.size(), kFiles.size() + 5);
     // These were packed too and are named, as the user may not want them.
-    const QString note = job.window->note();
+    EXPECT_TRUE(job.window->note().startsWith(
+        "5 files added: Thumbs.db, mine/own.txt, scripts/a.cs~, scripts/new.cs, top.txt\n"))
+        << job.window->note().toStdString();
+    const QString note = job.window->note().section('\n', -1);
     EXPECT_TRUE(note.contains("scripts/a.cs~") && note.contains("Thumbs.db")) << note.toStdString();
     EXPECT_FALSE(note.contains("new.cs")) << note.toStdString();
     // Only the archive's own folders are cleaned up.
@@ -128,7 +143,10 @@ TEST(frmMainSave, lets_one_window_at_a_time_work_on_an_archive) {
     // What is left of a lock does not stop the window that shows the archive next.
     job.window.reset();
     second.pick("Classic");
-    second.click("cmdCancel");
+    const QByteArray before = readFile(job.archive);
+    second.click("cmdSaveChanges");
+    EXPECT_EQ(second.note(), "Nothing was changed, and the archive was left alone.");
+    EXPECT_EQ(readFile(job.archive), before);
     EXPECT_TRUE(QDir(job.game.temp()).entryList({".orvel*"}, QDir::Files | QDir::Hidden).isEmpty());
 }
 
@@ -146,6 +164,7 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     EXPECT_TRUE(job.window->note().endsWith(": readme.txt, scripts/new.cs"))
         << job.window->note().toStdString();
     if (QDir::rootPath() == "/") {
+        EXPECT_TRUE(job.window->note().contains("moved to the trash"));
         EXPECT_EQ(joined(QDir(files + "files").entryList(QDir::Files)), "new.cs|readme.txt");
         EXPECT_EQ(readFile(files + "files/readme.txt"), "edited");
         const QByteArray info = readFile(files + "info/readme.txt.trashinfo");
@@ -235,17 +254,171 @@ TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     Extracted job;
     writeFile(job.folder + "scripts/a.cs", "in time");
     // The bar is reset between the save of the archive and the clean-up.
-    QObject::connect(job.window->control<QProgressBar>("ProgressBar"), &QProgressBar::valueChanged,
-                     [file = job.folder + "textures/sky.png"](int value) {
-                         if (value == 0)
-                             writeFile(file, QByteArray(5000, 't')); // as long as before
-                     });
+    writeFile(job.folder + "shapes/c.dts", "in time");
+    const auto late =
+        QObject::connect(job.window->control<QProgressBar>("ProgressBar"),
+                         &QProgressBar::valueChanged, [folder = job.folder](int value) {
+                             if (value != 0)
+                                 return;
+                             writeFile(folder + "textures/sky.png", QByteArray(5000, 't'));
+                             writeFile(folder + "shapes/c.dts", "too late"); // others as long
+                         });
     job.window->click("cmdSaveChanges");
+    QObject::disconnect(late);
     EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "in time");
+    EXPECT_EQ(readArchive(job.archive).at("shapes/c.dts"), "in time");
     EXPECT_FALSE(QFile::exists(job.folder + "scripts/a.cs"));
     ASSERT_TRUE(QFile::exists(job.folder + "textures/sky.png"));
     EXPECT_EQ(readFile(job.folder + "textures/sky.png"), QByteArray(5000, 't'));
     EXPECT_EQ(joined(QDir(job.folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)),
               "shapes|textures");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract"); // the first file is gone
+    // The entries that the save has written are no changes by another program.
+    const Answers answers;
+    job.window->click("cmdExtract");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(said(answers), "");
+    EXPECT_EQ(readArchive(job.archive).at("shapes/c.dts"), "too late");
+    EXPECT_EQ(readArchive(job.archive).at("textures/sky.png"), QByteArray(5000, 't'));
+    EXPECT_FALSE(QFile::exists(job.record()));
+}
+
+TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
+    using Content = std::optional<QByteArray>;
+    struct Row {
+        const char *what;
+        Content base, mine, theirs, saved;
+        bool conflict = false;
+        bool otherEdit = true;
+    };
+    const Row rows[] = {
+        {"changed in the folder only", "a", "mine", "a", "mine"},
+        {"changed in the archive only", "a", "a", "theirs", "theirs"},
+        {"nothing else changed", "a", "a", "theirs", "theirs", false, false},
+        {"changed in the archive to as many bytes", "a", "a", "b", "b"},
+        {"deleted in the folder, changed in the archive", "a", {}, "theirs", "theirs"},
+        {"changed in both to the same", "a", "same", "same", "same"},
+        {"changed in both", "a", "mine", "theirs", "mine", true},
+        {"removed from the archive", "a", "a", {}, {}},
+        {"removed, and nothing else changed", "a", "a", {}, {}, false, false},
+        {"removed from the archive, changed in the folder", "a", "mine", {}, "mine"},
+        {"added in the folder", {}, "mine", {}, "mine"},
+        {"added in the archive", {}, {}, "theirs", "theirs"},
+        {"added in both, the same", {}, "same", "same", "same"},
+        {"added in both", {}, "mine", "theirs", "mine", true}};
+    const auto filesWith = [](const Content &content) {
+        std::vector<ArchiveFile> files{{"scripts/a.cs", "a"}, {"textures/sky.png", "sky"}};
+        if (content)
+            files.push_back({"scripts/x.cs", *content});
+        return files;
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        Extracted job(filesWith(row.base));
+        const QString file = job.folder + "scripts/x.cs";
+        const Answers answers;
+        EXPECT_TRUE(QFile::exists(job.record()));
+        if (row.mine && row.mine != row.base)
+            writeFile(file, *row.mine);
+        else if (!row.mine)
+            QFile::remove(file);
+        if (row.otherEdit)
+            writeFile(job.folder + "textures/sky.png", "painted");
+        if (row.theirs != row.base)
+            job.replaceArchive(filesWith(row.theirs));
+        const QByteArray before = readFile(job.archive);
+        job.window->click("cmdSaveChanges");
+        if (row.conflict) {
+            const std::string text = said(answers);
+            EXPECT_TRUE(
+                text.starts_with("16 Orvel: Classic.vl2 was not saved: scripts/x.cs changed in "))
+                << text;
+            EXPECT_NE(text.find("Press Save Changes again to pack yours over them. Your files "
+                                "are still in " +
+                                job.shownFolder()),
+                      std::string::npos)
+                << text;
+            EXPECT_EQ("16 Orvel: " + job.window->status().toStdString() + '\n', text);
+            EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+            EXPECT_EQ(readFile(job.archive), before);
+            EXPECT_EQ(readFile(file), row.mine);
+            const QString theirs = job.game.temp() + "/Classic.theirs/scripts/x.cs.theirs";
+            EXPECT_EQ(readFile(theirs), row.theirs);
+            // A third version meanwhile is not known to the user yet.
+            job.replaceArchive(filesWith("third"));
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(answers.boxes().size(), 2);
+            EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "third");
+            EXPECT_EQ(readFile(theirs), "third");
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(answers.boxes().size(), 2);
+            EXPECT_EQ(readFile(theirs), "third"); // until the user deletes it
+        } else {
+            EXPECT_EQ(said(answers), "");
+        }
+        EXPECT_EQ(job.window->status(), "Classic.vl2 was created successfully");
+        const auto saved = readArchive(job.archive);
+        const auto entry = saved.find("scripts/x.cs");
+        EXPECT_EQ(entry == saved.end() ? Content() : entry->second, row.saved);
+        EXPECT_EQ(saved.at("textures/sky.png"), row.otherEdit ? "painted" : "sky");
+        EXPECT_EQ(saved.size(), row.saved ? 3U : 2U);
+        EXPECT_FALSE(QFile::exists(file));
+        EXPECT_FALSE(QFile::exists(job.record()));
+        EXPECT_EQ(readFile(job.archive) == before, !row.otherEdit);
+    }
+}
+
+TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
+    for (const bool edited : {false, true}) {
+        Extracted job;
+        const Answers answers;
+        QFile::remove(job.folder + "readme.txt"); // the first file: not extracted without it
+        if (edited)
+            writeFile(job.folder + "scripts/a.cs", "mine");
+        std::vector<ArchiveFile> newer = kFiles;
+        newer[1].bytes = "theirs";
+        job.replaceArchive(newer);
+        job.window->pick("Classic");
+        job.window->click("cmdExtract");
+        EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), edited ? "mine" : "a");
+        writeFile(job.folder + "shapes/c.dts", "changed");
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), edited ? 1 : 0) << said(answers);
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
+    }
+}
+
+TEST(frmMainSave, packs_every_difference_without_a_usable_record) {
+    QByteArray other; // the record of another archive
+    for (const char *record : {"other", "missing", "cut off", "version", "folder", "of another"}) {
+        SCOPED_TRACE(record);
+        Extracted job(kFiles, QString(record) == "other" ? "Other" : "Classic");
+        const QByteArray whole = readFile(job.record());
+        ASSERT_FALSE(whole.isEmpty());
+        QFile::remove(job.record());
+        if (QString(record) == "other") {
+            other = whole;
+            continue;
+        }
+        if (QString(record) == "cut off")
+            writeFile(job.record(), whole.chopped(1));
+        else if (QString(record) == "version")
+            writeFile(job.record(), QByteArray(whole).replace(7, 1, "\x7F"));
+        else if (QString(record) == "folder")
+            QDir().mkpath(job.record() + "/in the way");
+        else if (QString(record) == "of another")
+            writeFile(job.record(), other);
+        std::vector<ArchiveFile> newer = kFiles;
+        newer[1].bytes = "theirs";
+        job.replaceArchive(newer);
+        writeFile(job.folder + "readme.txt", "edited");
+        const Answers answers;
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(said(answers), "");
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "a");
+        EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+        job.window->click("cmdExtract");
+        EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    }
 }

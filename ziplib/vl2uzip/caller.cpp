@@ -67,6 +67,26 @@ void Caller::list(const std::string &path, const Entry &entry) {
         entry.isEncrypted() ? 'E' : ' ');
 }
 
+void Caller::extracted(const std::string &path, const Entry &entry,
+                       const platform::FileInfo *written) {
+    if (m_extracted == nullptr)
+        return;
+    UZPEXTRACTED record{};
+    record.path = path.c_str();
+    record.size = entry.size;
+    record.crc = entry.crc;
+    record.time = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (written != nullptr) {
+        record.written = 1;
+        record.device = written->device;
+        record.id = written->id;
+        record.fileSize = written->size;
+        record.modified = written->modified;
+        record.changed = written->changed;
+    }
+    m_extracted(&record);
+}
+
 void Caller::setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,
                        std::uint64_t comment) {
     m_functions.TotalSize = clipped<std::int32_t>(size);

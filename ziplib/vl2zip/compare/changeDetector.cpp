@@ -59,7 +59,7 @@ void ChangeDetector::compareOne(std::size_t index) {
     if (comparison.done)
         return;
     if (!candidate.folder)
-        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate.entry);
+        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate);
     else if (candidate.entry != kNoEntry)
         comparison.verdict = Comparison::Verdict::Same;
     comparison.done = true;
@@ -120,6 +120,18 @@ ChangeDetector::Indices ChangeDetector::lookEdited() {
     for (std::size_t i = 0; i < m_left.size(); ++i)
         (edited[i] != 0 ? found : others).push_back(m_left[i]);
     m_left.swap(others);
+    return found;
+}
+
+Status ChangeDetector::findDisputed() {
+    Indices indices;
+    indices.swap(m_left);
+    const auto others = std::stable_partition(
+        indices.begin(), indices.end(), [this](std::size_t i) { return m_candidates[i].disputed; });
+    Indices rest(others, indices.end());
+    indices.erase(others, indices.end());
+    auto found = find(indices, false);
+    m_left.insert(m_left.end(), rest.begin(), rest.end());
     return found;
 }
 

@@ -28,6 +28,8 @@ class ChangeDetector {
     ChangeDetector(const ChangeDetector &) = delete;
     ChangeDetector &operator=(const ChangeDetector &) = delete;
 
+    // Compares the disputed candidates, to be called first.
+    Status findDisputed();
     // Compares until there is something to pack, small files first: they take the least time and
     // are edited most often. Then compares the others that look edited.
     Status findEdited();

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ziplib/vl2zip/select/base.h"
+
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +23,8 @@ struct PackOptions {
     bool crlfToLf = false;             // line ends of text files
     bool lfToCrlf = false;
     bool remove = false; // delete the matching entries instead
+    // Null to pack every file that differs from its entry, whatever changed the entry.
+    std::shared_ptr<const Base> base;
     bool verbose = false;
     bool quiet = false;
 };

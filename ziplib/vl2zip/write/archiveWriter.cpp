@@ -97,6 +97,9 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     found.info = job.packing.version;
     found.crc = job.packing.crc;
     found.packed = true;
+    found.outcome = VL2ZIP_CHANGED;
+    if (job.isNew())
+        found.outcome = job.candidate.base != nullptr ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
     const bool marked = !job.isNew() && m_directory.entries()[job.candidate.entry].isMarkedText();
     return marked ? file.judgeText(job.text) : Status();
 }

@@ -1,0 +1,157 @@
+#include "archive/workRecord.h"
+#include "platform/files.h"
+#include "platform/packedFiles.h"
+#include "platform/workFolderCleaner.h"
+#include "workspace/frmMain.h"
+#include "workspace/reasons.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QSet>
+
+#include <algorithm>
+
+namespace {
+
+// Fewer than the names that one call of the library takes.
+constexpr std::int32_t kNamesOfCall = 1000;
+
+// Whether a file of the work folder exists, and whether it has these bytes.
+struct FileOnDisk {
+    bool exists = false;
+    bool same = false;
+
+    FileOnDisk(const QString &workFolder, const EntryVersion &version) {
+        const std::string path = workFolder.toStdString() + '/' + version.path;
+        platform::InputFile file;
+        platform::FileInfo info;
+        exists = file.open(path, info).ok();
+        if (!exists)
+            return;
+        const QString name = QString::fromStdString(version.path);
+        platform::FileInfo seen;
+        seen.size = version.size;
+        platform::PackedFiles wanted;
+        wanted.add(name, seen, version.crc, INT64_MIN);
+        same = wanted.hold(name, info, false,
+                           [&](platform::InputFile &opened) { return opened.open(path); });
+    }
+};
+
+} // namespace
+
+QString frmMain::WorkFolderName() const {
+    return drpVL2File->currentData(kWorkFolderRole).toString();
+}
+
+// A file that was there before stays as it is, so what was known about it stays too: otherwise a
+// file from an older archive would look like an edit and replace a newer entry.
+void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
+    auto extracted = m_cUnzip->TakeExtracted();
+    platform::Folder workFolder;
+    platform::FileInfo now;
+    if (!archive || !extracted || !workFolder.open(platform::storagePath(WorkFolder())).ok() ||
+        !workFolder.newFileInfo(now).ok())
+        return;
+    const QString folder = platform::nativePath(WorkFolder());
+    auto earlier = WorkRecord::read(WorkFolders(), WorkFolderName());
+    if (earlier && !earlier->archive().isSame(*archive))
+        earlier.reset();
+    WorkRecord record(*archive, now);
+    for (WorkRecord::Entry &entry : *extracted) {
+        const WorkRecord::Entry *before = earlier ? earlier->find(entry.path) : nullptr;
+        const bool keep = !entry.written && before != nullptr &&
+                          (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
+        record.put(keep ? *before : std::move(entry));
+    }
+    if (earlier)
+        for (const WorkRecord::Entry &before : earlier->entries())
+            if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
+                record.put(before);
+    // Without a record everything works, with less knowledge.
+    static_cast<void>(record.write(WorkFolders(), WorkFolderName()));
+}
+
+std::optional<WorkRecord> frmMain::ReadRecord() const {
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
+    auto record = WorkRecord::read(WorkFolders(), WorkFolderName());
+    if (record && archive && record->archive().isSame(*archive))
+        return record;
+    return {};
+}
+
+std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
+    const auto record = ReadRecord();
+    if (!record)
+        return {};
+    std::vector<EntryVersion> base(record->entries().begin(), record->entries().end());
+    // Later ones replace earlier ones.
+    if (m_conflictArchive == ArchivePath())
+        base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
+    return base;
+}
+
+void frmMain::UpdateRecord() {
+    const std::vector<SavedFile> &saved = m_cZ->LastResult().saved;
+    const auto changesBase = [](const SavedFile &file) {
+        return file.outcome != SavedFile::Outcome::Kept &&
+               file.outcome != SavedFile::Outcome::Removed;
+    };
+    auto record = ReadRecord();
+    if (!record || !std::any_of(saved.begin(), saved.end(), changesBase))
+        return;
+    for (const SavedFile &file : saved)
+        if (changesBase(file))
+            record->put(file);
+    static_cast<void>(record->write(WorkFolders(), WorkFolderName()));
+}
+
+QString frmMain::TheirsFolder() const {
+    QString name = WorkFolderName() + ".theirs";
+    while (drpVL2File->findData(name, kWorkFolderRole, Qt::MatchFixedString) >= 0)
+        name += '~';
+    return WorkFolders() + '\\' + name;
+}
+
+// The library has no names but those of the entries, so the files are renamed afterwards.
+QString frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts) {
+    QSet<QString> wanted;
+    for (const EntryVersion &entry : conflicts)
+        wanted.insert(QString::fromStdString(entry.path).replace('/', '\\'));
+    cUnzip archive;
+    archive.setZipFile(ArchivePath());
+    archive.setUnzipFolder(TheirsFolder());
+    archive.setUseFolderNames(true);
+    archive.setOverwriteExisting(true);
+    archive.Directory();
+    QStringList files;
+    QString reason;
+    const auto extract = [&] {
+        if (!files.isEmpty() && archive.Unzip())
+            reason = Reason(archive.LastCode(), archive.LastMessage());
+        platform::WorkFolderCleaner theirs(TheirsFolder());
+        for (const QString &file : std::as_const(files)) {
+            theirs.clearAttributes(file);
+            theirs.deleteFile(file + ".theirs");
+            const QString path = platform::nativePath(TheirsFolder() + '\\' + file);
+            QFile::rename(path, path + ".theirs");
+        }
+        files.clear();
+    };
+    for (int i = 1; i <= archive.FileCount(); ++i)
+        archive.setFileSelected(i, false);
+    for (int i = 1, first = 1; i <= archive.FileCount(); ++i) {
+        const QString folder = archive.FileDirectory(i);
+        const QString file =
+            folder.isEmpty() ? archive.Filename(i) : folder + '\\' + archive.Filename(i);
+        archive.setFileSelected(i, wanted.contains(file) && StaysBelow(file));
+        if (archive.FileSelected(i))
+            files.append(file);
+        if (files.size() < kNamesOfCall && i < archive.FileCount())
+            continue;
+        extract();
+        for (; first <= i; ++first)
+            archive.setFileSelected(first, false);
+    }
+    return reason;
+}
