@@ -119,6 +119,7 @@ class cZip : public LibraryEvents {
     // Deletes the matching entries. Raises the errors of Zip.
     void Delete();
     const ZipResult &LastResult() const { return m_tLastResult; }
+    void ClearResult() { m_tLastResult = {}; }
     // The files that the last Zip packed or found unchanged, with the version of each that the
     // archive contains. The first call after a Zip takes them; none after a failure, or if the
     // library does not report them.

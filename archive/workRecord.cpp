@@ -105,13 +105,10 @@ WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileI
     return entry;
 }
 
-// Opens the folder of the records by its real path; false if there is none.
+// Opens the folder of the records; false if there is none.
 bool openFolder(const QString &folders, Folder &folder) {
     try {
-        std::string real;
-        std::string name;
-        return platform::resolvePath(platform::storagePath(folders) + "/record", real, name).ok() &&
-               folder.open(real).ok();
+        return folder.open(platform::storagePath(folders)).ok();
     } catch (const platform::RuntimeError &) {
         return false;
     }
@@ -301,9 +298,7 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     Folder folder;
     if (!openFolder(folders, folder))
         return {platform::Failure::NotFound, "cannot open " + folders.toStdString()};
-    // Not in the folder of the archives: there a temporary may be the only copy of one.
-    if (folder.pathOf(path.substr(path.find_last_of("/\\") + 1)) != path)
-        folder.removeStaleTemporaries();
+    folder.removeStaleTemporaries();
     platform::NewFile file;
     Status status = file.create(folder, platform::NewFile::Guard::Locked);
     if (status.ok())
@@ -315,8 +310,10 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
 
 void WorkRecord::remove(const QString &folders, const QString &name) {
     Folder folder;
-    if (openFolder(folders, folder))
-        static_cast<void>(folder.removeFile(fileName(name).toStdString()));
+    if (!openFolder(folders, folder))
+        return;
+    folder.removeStaleTemporaries();
+    static_cast<void>(folder.removeFile(fileName(name).toStdString()));
 }
 
 QString WorkRecord::fileName(const QString &name) {

@@ -126,15 +126,17 @@ QString frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts) {
     archive.Directory();
     QStringList files;
     QString reason;
+    qsizetype laid = 0;
     const auto extract = [&] {
         if (!files.isEmpty() && archive.Unzip())
             reason = Reason(archive.LastCode(), archive.LastMessage());
         platform::WorkFolderCleaner theirs(TheirsFolder());
         for (const QString &file : std::as_const(files)) {
-            theirs.clearAttributes(file);
-            theirs.deleteFile(file + ".theirs");
             const QString path = platform::nativePath(TheirsFolder() + '\\' + file);
-            QFile::rename(path, path + ".theirs");
+            if (!theirs.clearAttributes(file))
+                continue;
+            theirs.deleteFile(file + ".theirs");
+            laid += QFile::rename(path, path + ".theirs") ? 1 : 0;
         }
         files.clear();
     };
@@ -153,5 +155,7 @@ QString frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts) {
         for (; first <= i; ++first)
             archive.setFileSelected(first, false);
     }
-    return reason;
+    if (laid == wanted.size())
+        return {};
+    return reason.isEmpty() ? QStringLiteral("not all of them could be extracted") : reason;
 }

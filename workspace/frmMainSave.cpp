@@ -111,6 +111,7 @@ QString frmMain::PackWorkFolder() {
     QString reason;
     QString outcome = "was not saved";
     bool noFile = false;
+    m_cZ->ClearResult(); // that of an earlier save must not be taken for this one's
     try {
         // A new archive would lack the entries that were not extracted.
         if (platform::storedName(ArchivePath()).isEmpty())
@@ -158,7 +159,12 @@ QString frmMain::ConflictText() {
     for (const EntryVersion &entry : conflicts)
         names.append(QString::fromStdString(entry.path));
     const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
-    const QString missing = ExtractTheirs(conflicts);
+    QString missing;
+    try {
+        missing = ExtractTheirs(conflicts);
+    } catch (const platform::RuntimeError &error) {
+        missing = error.description();
+    }
     QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
                                   "archive too. ")
                        .arg(ShortList(names));

@@ -237,6 +237,7 @@ if __name__ == "__main__":
     main({
         "kill-save": save,
         "kill-save-large": lambda *where: save(*where, **LARGE),
+        "kill-merge": lambda *where: save(*where, newer={"scripts/client.cs": b"// newer\r\n" * 70}),
         "kill-save-share": lambda *where: save(*where, **SHARE),
         "kill-save-held": lambda *where: save(*where, **HELD),
         "kill-extract": lambda *where: extract(*where, kills),

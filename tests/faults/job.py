@@ -75,13 +75,15 @@ def archive_content(path):
 class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
     `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
-    `more` are edits beside the usual ones, `lacks` are features that the disk lacks."""
+    `more` are edits beside the usual ones, `newer` are entries that another program replaces after the
+    extraction, `lacks` are features that the disk lacks."""
 
-    def __init__(self, binaries, root, front=b"", more=None, lacks=None):
+    def __init__(self, binaries, root, front=b"", more=None, newer=None, lacks=None):
         self.binaries, self.root = binaries, root
         self.disk = {"lacks": lacks} if lacks else {}
         self.edits = {**EDITS, **(more or {})}
-        self.wanted = {**ENTRIES, **self.edits}
+        self.entries = {**ENTRIES, **(newer or {})}
+        self.wanted = {**self.entries, **self.edits}
         self.live = os.path.join(root, "live")
         self.frozen = os.path.join(root, "frozen")
         self.base = os.path.join(self.live, "game", "GameData", "base")
@@ -98,11 +100,8 @@ class Job:
                         XDG_DATA_HOME=os.path.join(self.live, "data"),
                         WINEPREFIX=os.path.join(self.live, "no-prefix"),
                         QT_QPA_PLATFORM="offscreen", LSAN_OPTIONS="detect_leaks=0")
-        with zipfile.ZipFile(self.archive, "w", zipfile.ZIP_DEFLATED) as archive:
-            for name, content in ENTRIES.items():
-                archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
-                                 zipfile.ZIP_DEFLATED)
-        write_files(self.base, {"job.vl2": front + self.bytes_of_archive()})
+        self.front = front
+        self.make_archive(ENTRIES)
         self.register_folders()
 
     def register_folders(self):
@@ -152,8 +151,17 @@ class Job:
         until_pause(process)
         return process
 
+    def make_archive(self, entries):
+        with zipfile.ZipFile(self.archive, "w", zipfile.ZIP_DEFLATED) as archive:
+            for name, content in entries.items():
+                archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
+                                 zipfile.ZIP_DEFLATED)
+        write_files(self.base, {"job.vl2": self.front + self.bytes_of_archive()})
+
     def extract_and_edit(self):
         self.steps("extract")
+        if self.entries != ENTRIES:
+            self.make_archive(self.entries)
         write_files(self.work, self.edits)
         for name in self.edits:
             os.utime(os.path.join(self.work, name), (1_000_000_000, 1_000_000_000))
@@ -204,7 +212,7 @@ class Job:
         packed, on_disk = archive_content(self.archive), read_tree(self.work)
         for name, content in self.edits.items():
             check(content in (packed.get(name), on_disk.get(name)), where, "lost the edit of", name)
-        for name, content in ENTRIES.items():
+        for name, content in self.entries.items():
             check(name in self.edits or packed.get(name) == content, where, "damaged", name)
 
     def save_again(self, where):
