@@ -43,12 +43,16 @@ TEST(Callbacks, EveryEntryOfAnExtractionIsReportedOnceWithItsFile) {
     writeFile(call.folder / "a.txt", "mine");
     call.options.noflag = 0;
     EXPECT_EQ(call.extract("archives/duplicates"), 0);
-    EXPECT_EQ(call.extracted, Paths{});
+    EXPECT_EQ(call.extracted,
+              (Paths{"a.txt 3 3F5DD4E5 2A916CB5", "b.txt 1 71BEEFF9 2A916CB5 written",
+                     "a.txt 3 6BE34445 2A916CB5"}));
     for (const std::string stop : {"", "a.txt"}) {
         UnzipCall damaged;
         damaged.stopAt = stop;
         damaged.extract("hostile/checksum-wrong");
-        EXPECT_EQ(damaged.extracted, Paths{}) << stop;
+        EXPECT_EQ(damaged.extracted, (Paths{"a.txt 2440 00000001 2A916CB5",
+                                            std::string("good.txt 4 6C844E92 2A916CB5") +
+                                                (stop.empty() ? " written" : "")}));
         EXPECT_FALSE(damaged.wrongVersion);
     }
     UnzipCall listing;

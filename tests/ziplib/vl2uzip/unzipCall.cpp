@@ -56,7 +56,7 @@ int32_t onService(char *name, uint32_t size) {
 
 void onExtracted(const UZPEXTRACTED *entry) {
     const std::string path(entry->path);
-    current->heard("extracted " + path);
+    current->heard();
     char text[64];
     std::snprintf(text, sizeof text, " %u %08X %08X", static_cast<unsigned>(entry->size),
                   entry->crc, entry->time);
