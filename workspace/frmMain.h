@@ -91,8 +91,8 @@ class frmMain : public QWidget {
     // names the archive, else the first free one for its text. Marks archives with work in
     // progress.
     void AssignWorkFolders() const;
-    // Marks an entry of the drop-down whose work folder holds files, by its font.
-    void MarkWork(int entry) const;
+    // Marks an entry of the drop-down by its font if its work folder exists and holds files.
+    void MarkWork(int entry, bool exists) const;
     // Whether no other window works on the selected archive's work folder. If so, none can until
     // this one releases the lock.
     bool OwnsWorkFolder();

@@ -139,7 +139,7 @@ void frmMain::UpdateButtons() {
     cmdOpenFolder->setEnabled(owned);
 
     if (chosen)
-        MarkWork(drpVL2File->currentIndex());
+        MarkWork(drpVL2File->currentIndex(), true);
     if (owned)
         LookForChanges();
     else

@@ -62,6 +62,11 @@ void frmMain::AssignWorkFolders() const {
     QSet<QString> taken;
     for (const Recorded &folder : recorded)
         taken.insert(folder.name);
+    // Looking for each of many folders that do not exist would take long.
+    QSet<QString> there;
+    const QDir parent(platform::nativePath(m_assignedIn));
+    for (const QString &name : parent.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot))
+        there.insert(name.toCaseFolded());
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString text = drpVL2File->itemText(entry);
         const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
@@ -75,17 +80,18 @@ void frmMain::AssignWorkFolders() const {
             name = folderNameFor(text, taken);
         taken.insert(name);
         drpVL2File->setItemData(entry, name, kWorkFolderRole);
-        MarkWork(entry);
+        MarkWork(entry, there.contains(name.toCaseFolded()));
     }
 }
 
-void frmMain::MarkWork(int entry) const {
+void frmMain::MarkWork(int entry, bool exists) const {
     const QString name = drpVL2File->itemData(entry, kWorkFolderRole).toString();
-    QDirIterator files(platform::nativePath(WorkFolders() + '\\' + name),
-                       QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    const bool works =
+        exists && QDirIterator(platform::nativePath(WorkFolders() + '\\' + name),
+                               QDir::Files | QDir::Hidden, QDirIterator::Subdirectories)
+                      .hasNext();
     QFont font;
     font.setBold(true);
-    const bool works = files.hasNext();
     drpVL2File->setItemData(entry, works ? font : QVariant(), Qt::FontRole);
     const QString tip = works ? QStringLiteral("Work in progress") : QString();
     drpVL2File->setItemData(entry, tip, Qt::ToolTipRole);
