@@ -105,6 +105,7 @@ double lookTime(QWidget &window, const QString &file) {
     eventLoop.tick();
     std::printf("{\"code\": 0, \"count\": %d, \"ms\": %.3f, \"gap_ms\": %.3f}\n", boldFolders(tree),
                 spent, eventLoop.longestGapMs());
+    window.findChild<QPushButton *>("cmdCancel")->click(); // the next run extracts again
     return spent;
 }
 
