@@ -1,5 +1,6 @@
 #include "archive/workRecord.h"
 #include "platform/files.h"
+#include "platform/forms.h"
 #include "platform/packedFiles.h"
 #include "platform/workFolderCleaner.h"
 #include "workspace/frmMain.h"
@@ -63,6 +64,8 @@ void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
         const bool keep = !entry.written && before != nullptr &&
                           (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
         record.put(keep ? *before : std::move(entry));
+        if ((record.entries().size() & 0x3FU) == 0)
+            platform::repaintPending();
     }
     if (earlier)
         for (const WorkRecord::Entry &before : earlier->entries())
