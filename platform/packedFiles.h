@@ -23,7 +23,9 @@ class PackedFiles {
 
     // Whether every change since then shows in identity, size and times of a file that was read in
     // the version `seen`. `began` as in add().
-    static bool timesProve(const FileInfo &seen, std::int64_t began) { return seen.changed < began; }
+    static bool timesProve(const FileInfo &seen, std::int64_t began) {
+        return seen.changed < began;
+    }
 
     // Whether the disk's clock has not been set back since the files were read. If it has, a later
     // change may get an earlier time stamp.

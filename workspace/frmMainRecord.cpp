@@ -95,6 +95,9 @@ std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
 }
 
 void frmMain::UpdateRecord() {
+    if (platform::storedName(WorkFolder()).isEmpty())
+        return; // deleted with its record
+    WorkRecord::removeTemporaries(WorkFolders());
     const std::vector<SavedFile> &saved = m_cZ->LastResult().saved;
     const auto changesBase = [](const SavedFile &file) {
         return file.outcome != SavedFile::Outcome::Kept &&
