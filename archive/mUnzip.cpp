@@ -77,7 +77,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
 
         const bool extracts = tOptions.nvflag == 0 && tOptions.ntflag == 0;
         if (reportExtractedTo(extracts ? OnUnzipExtracted : nullptr))
-            oUnzip.m_atExtracted.emplace();
+            oUnzip.m_atExtracted.emplace().reserve(oUnzip.m_atEntries.size());
         oUnzip.m_bPasswordCancelled = false;
         oUnzip.m_lLastCode = library().function<decltype(&Wiz_SingleEntryUnzip)>(
             "Wiz_SingleEntryUnzip")(lIncludeCount, include.table(), lExcludeCount, exclude.table(),
@@ -174,8 +174,8 @@ std::int32_t mUnzip::OnUnzipPassword(char *p, std::int32_t n, char * /*m*/,
     return m_cCurrentUnzip == nullptr ? 1 : m_cCurrentUnzip->onPassword(p, n);
 }
 
+// Without the idle handler, which OnUnzipService calls for the same entry.
 void mUnzip::OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept {
-    callIdleHandler();
     attempt([&] {
         if (m_cCurrentUnzip == nullptr || !m_cCurrentUnzip->m_atExtracted)
             return;

@@ -88,6 +88,9 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
     command.lpszZipFN = zipFile.data();
     command.FNV = names.table();
     oZip.m_tLastResult.code = library().function<decltype(&ZpArchive)>("ZpArchive")(command);
+    // Releases the memory, and the next call must not use it.
+    oZip.m_base.reset();
+    setBase(oZip.m_base, nullptr);
     if (!oZip.m_tLastResult.ok())
         oZip.m_tPacked.reset();
     return oZip.m_tLastResult.code;

@@ -308,6 +308,12 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     return status;
 }
 
+void WorkRecord::removeTemporaries(const QString &folders) {
+    Folder folder;
+    if (openFolder(folders, folder))
+        folder.removeStaleTemporaries();
+}
+
 void WorkRecord::remove(const QString &folders, const QString &name) {
     Folder folder;
     if (!openFolder(folders, folder))

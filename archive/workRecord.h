@@ -71,7 +71,9 @@ class WorkRecord {
     static std::optional<Archive> readArchive(const QString &folders, const QString &name);
     // Replaces the record atomically.
     platform::Status write(const QString &folders, const QString &name) const;
-    // Deletes the record, if there is one, and what a killed write() left.
+    // Deletes what a killed write() has left.
+    static void removeTemporaries(const QString &folders);
+    // Deletes the record, if there is one, and these.
     static void remove(const QString &folders, const QString &name);
     // The name of its file.
     static QString fileName(const QString &name);

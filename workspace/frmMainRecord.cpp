@@ -1,5 +1,6 @@
 #include "archive/workRecord.h"
 #include "platform/files.h"
+#include "platform/forms.h"
 #include "platform/packedFiles.h"
 #include "platform/workFolderCleaner.h"
 #include "workspace/frmMain.h"
@@ -63,6 +64,8 @@ void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
         const bool keep = !entry.written && before != nullptr &&
                           (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
         record.put(keep ? *before : std::move(entry));
+        if ((record.entries().size() & 0x3FU) == 0)
+            platform::repaintPending();
     }
     if (earlier)
         for (const WorkRecord::Entry &before : earlier->entries())
@@ -92,6 +95,9 @@ std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
 }
 
 void frmMain::UpdateRecord() {
+    if (platform::storedName(WorkFolder()).isEmpty())
+        return; // deleted with its record
+    WorkRecord::removeTemporaries(WorkFolders());
     const std::vector<SavedFile> &saved = m_cZ->LastResult().saved;
     const auto changesBase = [](const SavedFile &file) {
         return file.outcome != SavedFile::Outcome::Kept &&

@@ -239,8 +239,10 @@ class Job:
         return done
 
     def nothing_left(self, where):
-        left = [name for name in read_tree(self.live)
-                if os.path.basename(name).startswith(".orvel-") or name.endswith(".part")]
+        # The record stays with the files of the work folder.
+        kept = "temp/.orvel-Job.record" if read_tree(self.work) else None
+        left = [name for name in read_tree(self.live) if name != kept and
+                (os.path.basename(name).startswith(".orvel-") or name.endswith(".part"))]
         check(not left, where, "left behind", left)
 
 

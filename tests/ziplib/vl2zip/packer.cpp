@@ -59,9 +59,10 @@ Result run(Call call) {
     ZpInit(&callbacks);
     ZpReportPacked(onPacked);
     std::vector<ZPVERSION> base(1); // never a null pointer
-    for (const auto &[path, content] : call.base.value_or(std::map<std::string, std::string>()))
-        base.push_back(
-            {path.c_str(), content.size(), ziplib::crc32(0, content.data(), content.size())});
+    if (call.base)
+        for (const auto &[path, content] : *call.base)
+            base.push_back(
+                {path.c_str(), content.size(), ziplib::crc32(0, content.data(), content.size())});
     ZpSetBase(call.base ? base.data() + 1 : nullptr, static_cast<std::uint32_t>(base.size() - 1),
               onConflict);
     call.options.szRootDir = call.root.data();
