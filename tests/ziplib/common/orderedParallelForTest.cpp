@@ -58,9 +58,12 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
 }
 
 TEST(WorkerCount, ComesFromTheEnvironmentUpToEight) {
-    for (const unsigned wanted : {3U, 99U}) {
-        setVariable("ORVEL_WORKERS", std::to_string(wanted).c_str());
-        EXPECT_EQ(workerCount(), std::min(wanted, 8U));
+    setVariable("ORVEL_WORKERS", "");
+    const unsigned own = workerCount();
+    const std::pair<const char *, unsigned> rows[] = {{"3", 3}, {"99", 8}, {"nonsense", own}};
+    for (const auto &[text, expected] : rows) {
+        setVariable("ORVEL_WORKERS", text);
+        EXPECT_EQ(workerCount(), expected) << text;
     }
     setVariable("ORVEL_WORKERS", "");
 }

@@ -1,4 +1,5 @@
 #include "ziplib/format/names.h"
+#include "ziplib/common/interfaceText.h"
 #include "ziplib/common/utf8.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,11 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
     };
     for (const auto &[raw, path] : rows)
         EXPECT_EQ(ziplib::decodeName(raw), path);
+}
+
+TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
+    EXPECT_EQ(ziplib::messageToProgram("a\n\x1B[2J\x7F\xC2\x9B\xC3\xBC\xC2\xA0"),
+              ziplib::toProgram("a??[2J??\xC3\xBC\xC2\xA0"));
 }
 
 TEST(Names, AreSafeOrAreNot) {
