@@ -1,7 +1,7 @@
 #include "ziplib/vl2uzip/plan.h"
 
 #include "storage/storage.h"
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 #include "ziplib/format/names.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ class Paths {
     // Adds a target and all folders above it.
     void add(std::string_view path, std::size_t item) {
         if (m_ignoreCase) {
-            m_folded = foldCase(path);
+            m_folded = platform::foldCase(path);
             path = m_folded;
         }
         std::uint64_t hash = kHashStart;

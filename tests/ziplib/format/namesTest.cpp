@@ -1,6 +1,6 @@
 #include "ziplib/format/names.h"
+#include "storage/utf8.h"
 #include "ziplib/common/interfaceText.h"
-#include "ziplib/common/utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -51,9 +51,9 @@ TEST(Names, FoldTheirCaseForComparison) {
                                {"ПРИВЕТ", "привет"},
                                {"ŁÓDŹ", "łódź"},
                                {"ΑΒΓΣ", "αβγσ"}}) {
-        EXPECT_EQ(ziplib::foldCase(std::string_view(a)), b);
-        EXPECT_EQ(ziplib::foldCase(std::string_view(b)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(a)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(b)), b);
     }
     for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"})
-        EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
+        EXPECT_EQ(platform::foldCase(std::string_view(other)), other);
 }
