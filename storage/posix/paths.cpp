@@ -1,3 +1,5 @@
+#include "storage/posix/paths.h"
+
 #include "storage/posix/descriptor.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
@@ -22,7 +24,8 @@ struct Free {
     void operator()(char *text) const { std::free(text); }
 };
 
-// Splits a path into folder and name; the folder of a bare name is ".".
+} // namespace
+
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');
     const bool bare = slash == std::string::npos;
@@ -30,7 +33,20 @@ void splitPath(const std::string &path, std::string &folder, std::string &name) 
     name = bare ? path : path.substr(slash + 1);
 }
 
-} // namespace
+Status followLinks(const std::string &path, std::string &target) {
+    constexpr int kMostLinks = 40;
+    target = path;
+    for (int i = 0; i < kMostLinks; ++i) {
+        char next[PATH_MAX];
+        const ssize_t length = readlink(target.c_str(), next, sizeof next);
+        if (length < 0 || static_cast<std::size_t>(length) == sizeof next)
+            return {};
+        // A relative target begins in the link's folder.
+        target.resize(next[0] == '/' ? 0 : target.rfind('/') + 1);
+        target.append(next, static_cast<std::size_t>(length));
+    }
+    return errnoStatus(ELOOP, "cannot find", path);
+}
 
 Status makeFolders(const std::string &path, Permissions permissions) {
     const bool isPrivate = permissions == Permissions::Private;
@@ -59,28 +75,15 @@ Status makeFolders(const std::string &path, Permissions permissions) {
 }
 
 Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
-    std::string current = path;
-    for (int step = 0; step < 40; ++step) {
-        splitPath(current, folder, name);
-        const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
-        if (!real)
-            return errnoStatus(errno, "cannot find", path);
-        folder = real.get();
-        std::string whole = folder;
-        if (folder != "/")
-            whole += '/';
-        const std::size_t folderLength = whole.size();
-        whole += name;
-        char target[PATH_MAX];
-        const ssize_t length = readlink(whole.c_str(), target, sizeof target);
-        if (length < 0 || static_cast<std::size_t>(length) == sizeof target)
-            return {};
-        const std::string next(target, static_cast<std::size_t>(length));
-        whole.resize(folderLength);
-        whole += next;
-        current = !next.empty() && next.front() == '/' ? next : whole;
-    }
-    return errnoStatus(ELOOP, "cannot find", path);
+    std::string target;
+    if (Status status = followLinks(path, target); !status.ok())
+        return status;
+    splitPath(target, folder, name);
+    const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
+    if (!real)
+        return errnoStatus(errno, "cannot find", path);
+    folder = real.get();
+    return {};
 }
 
 std::string narrowFromUtf8(std::string_view text) {
