@@ -2,10 +2,10 @@
 
 #include "platform/error.h"
 #include "platform/namePattern.h"
-#include "platform/posix/names.h"
+#include "platform/narrow.h"
 #include "platform/posix/paths.h"
 #include "storage/posix/dosRecord.h"
-#include "storage/posix/systemError.h"
+#include "storage/storage.h"
 
 #include <cerrno>
 #include <csignal>
@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace platform {
 
@@ -47,15 +48,17 @@ Search searchOf(const QString &path) {
 }
 
 // The names in a folder that match a pattern.
-Status matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteArray> &names) {
-    FolderEntries entries(folder);
-    if (!entries.isOpen())
-        return errnoStatus(errno, "cannot list the folder", folder.toStdString());
+Status matchingNames(const QByteArray &path, const QString &pattern, QList<QByteArray> &names) {
+    Folder folder;
+    std::vector<FolderItem> items;
+    Status status = folder.open(path.toStdString());
+    if (status.ok())
+        status = folder.list(items);
     const NamePattern matcher(pattern);
-    while (const dirent *entry = entries.next())
-        if (matcher.matches(nameText(entry->d_name)))
-            names.append(entry->d_name);
-    return {};
+    for (const FolderItem &item : items)
+        if (status.ok() && matcher.matches(fromNarrow(item.name)))
+            names.append(QByteArray::fromStdString(item.name));
+    return status;
 }
 
 // Whether a directory search with that mask finds this file. A link counts as its target.
@@ -70,7 +73,7 @@ bool isGiven(const QByteArray &path, int mask) {
 QStringList sortedTexts(const QList<QByteArray> &names) {
     QStringList texts;
     for (const QByteArray &name : names)
-        texts.append(nameText(name));
+        texts.append(fromNarrow(name));
     std::sort(texts.begin(), texts.end(), [](const QString &left, const QString &right) {
         const int order = left.compare(right, Qt::CaseInsensitive);
         return order != 0 ? order < 0 : left < right;
@@ -91,7 +94,7 @@ QString findFirst(const QString &pattern, int mask) {
     if (!NamePattern::isPattern(splitPath(pattern).name)) {
         const QByteArray path = resolveChecked(pattern);
         const bool isName = !splitPath(pattern).name.trimmed().isEmpty();
-        return isName && isGiven(path, mask) ? nameText(path.sliced(path.lastIndexOf('/') + 1))
+        return isName && isGiven(path, mask) ? fromNarrow(path.sliced(path.lastIndexOf('/') + 1))
                                              : QString();
     }
     const Search search = searchOf(pattern);
@@ -108,7 +111,7 @@ QString storedName(const QString &path) {
     if (path.contains(QChar(u'\0')))
         return {};
     const QByteArray stored = resolve(path);
-    return isStored(stored) ? nameText(stored.sliced(stored.lastIndexOf('/') + 1)) : QString();
+    return isStored(stored) ? fromNarrow(stored.sliced(stored.lastIndexOf('/') + 1)) : QString();
 }
 
 QStringList listFiles(const QString &folder, const QString &pattern) {

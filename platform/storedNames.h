@@ -1,0 +1,37 @@
+#pragma once
+
+#include "storage/storage.h"
+
+#include <QString>
+
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// The name without trailing blanks.
+QString withoutTrailingBlanks(QString name);
+
+// The stored names of one folder, for case-insensitive search.
+class StoredNames {
+  public:
+    // Lists the folder.
+    Status read(const Folder &folder);
+
+    // The stored name that differs from `name` in letter case only, else the one that differs so
+    // from the name without trailing blanks; "" if there is none. Of several, the first in the
+    // order of their bytes. Invalid UTF-8 in a stored name counts as replacement characters.
+    std::string find(const QString &name) const;
+
+  private:
+    struct Name {
+        QString text;
+        std::string stored;
+    };
+
+    std::string findText(const QString &text) const;
+
+    std::vector<Name> m_names; // sorted by text, then by stored name
+};
+
+} // namespace platform
