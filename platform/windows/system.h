@@ -1,15 +1,7 @@
 #pragma once
 
-// windows.h for the sources of this folder.
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
 #include "platform/error.h"
+#include "storage/windows/windowsHeader.h"
 
 #include <QString>
 

@@ -1,21 +1,14 @@
 #pragma once
 
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
-#include <winternl.h>
-
 #include "storage/storage.h"
+#include "storage/windows/windowsHeader.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <winternl.h>
 
 // Helpers: text, errors, and access to names in a folder's handle.
 namespace platform {
