@@ -1,5 +1,6 @@
 #include "platform/files.h"
 #include "platform/windows/system.h"
+#include "storage/windows/system.h"
 
 namespace platform {
 
@@ -42,20 +43,7 @@ qsizetype rootLength(const QString &path) {
 }
 
 QString longPath(const QString &path) {
-    const QString text = nativePath(path);
-    if (text.startsWith(QStringLiteral("\\\\?\\")) || text.startsWith(QStringLiteral("\\\\.\\")))
-        return text;
-    DWORD size = GetFullPathNameW(wide(text), 0, nullptr, nullptr);
-    if (size == 0)
-        return text;
-    QString full(static_cast<qsizetype>(size), QChar(0));
-    size = GetFullPathNameW(wide(text), size, reinterpret_cast<wchar_t *>(full.data()), nullptr);
-    full.truncate(static_cast<qsizetype>(size));
-    if (full.startsWith(QStringLiteral("\\\\.\\")))
-        return full;
-    if (full.startsWith(QStringLiteral("\\\\")))
-        return QStringLiteral("\\\\?\\UNC\\") + full.sliced(2);
-    return QStringLiteral("\\\\?\\") + full;
+    return QString::fromStdWString(longPath(nativePath(path).toStdWString()));
 }
 
 QString checkedPath(const QString &path) {

@@ -16,14 +16,6 @@ std::size_t nameStart(const std::string &path) {
     return cut == std::string::npos ? 0 : cut + 1;
 }
 
-// Removes the prefix of the long form.
-std::wstring plainForm(std::wstring path) {
-    constexpr std::wstring_view kServer = L"\\\\?\\UNC\\";
-    if (path.starts_with(kServer))
-        return L"\\\\" + path.substr(kServer.size());
-    return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
-}
-
 // The path without links; "" if it does not exist.
 std::wstring finalPath(const std::string &path) {
     const Handle opened(CreateFileW(longPath(path).c_str(), FILE_READ_ATTRIBUTES,
@@ -38,7 +30,7 @@ std::wstring finalPath(const std::string &path) {
     if (size == 0 || size >= needed)
         return {};
     whole.resize(size);
-    return plainForm(whole);
+    return withoutLongPrefix(whole);
 }
 
 // The stored name of a file, in place of a short name.

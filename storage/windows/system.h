@@ -52,8 +52,11 @@ inline std::intptr_t numberOf(HANDLE handle) {
 std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
 // The absolute path in the long form ("\\?\"), which has no limit of 260 characters.
+std::wstring longPath(const std::wstring &path);
 std::wstring longPath(const std::string &path);
 std::wstring longPath(const Location &location);
+// The usual form of a path in the long form.
+std::wstring withoutLongPrefix(const std::wstring &path);
 // The path for messages, with uniform separators.
 std::string shownPath(const Location &location);
 
