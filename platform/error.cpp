@@ -36,6 +36,17 @@ QString describe(ErrorNumber number) {
     return QStringLiteral("Application-defined or object-defined error");
 }
 
+ErrorNumber errorNumberOf(const Status &status, ErrorNumber missing) {
+    switch (status.kind) {
+    case Failure::NotFound:
+        return missing;
+    case Failure::Busy:
+        return ErrorNumber::PermissionDenied;
+    default:
+        return ErrorNumber::PathFileAccess;
+    }
+}
+
 void raise(ErrorNumber number, const QString &subject) {
     const QString text = describe(number);
     throw RuntimeError(number, subject.isEmpty() ? text : text + QStringLiteral(": ") + subject);

@@ -87,7 +87,7 @@ QString frmMain::GetWinPath() const {
 
 std::int16_t frmMain::FileExists(const QString &strPath) const {
     try {
-        return platform::findFirst(strPath, platform::AttributeNormal).isEmpty() ? 0 : 1;
+        return platform::findFirst(strPath, platform::kAttributeNormal).isEmpty() ? 0 : 1;
     } catch (const platform::RuntimeError &) {
         return 0;
     }

@@ -4,14 +4,9 @@
 #include "platform/namePattern.h"
 #include "platform/narrow.h"
 #include "platform/posix/paths.h"
-#include "storage/posix/dosRecord.h"
 #include "storage/storage.h"
 
-#include <cerrno>
 #include <csignal>
-#include <sys/stat.h>
-#include <sys/xattr.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <vector>
@@ -19,15 +14,6 @@
 namespace platform {
 
 namespace {
-
-constexpr int kHiddenOrSystem = AttributeHidden | AttributeSystem;
-
-// Hidden, system and archive of what the path leads to; 0 if nothing is recorded.
-int recordedBits(const QByteArray &path) {
-    return readDosBits([&](void *value, std::size_t size) {
-        return ::getxattr(path.constData(), kDosAttributeName, value, size);
-    });
-}
 
 // The path of a folder's entry.
 QByteArray joined(const QByteArray &folder, const QByteArray &name) {
@@ -63,11 +49,9 @@ Status matchingNames(const QByteArray &path, const QString &pattern, QList<QByte
 
 // Whether a directory search with that mask finds this file. A link counts as its target.
 bool isGiven(const QByteArray &path, int mask) {
-    struct stat info = {};
-    if (::stat(path.constData(), &info) != 0 ||
-        (S_ISDIR(info.st_mode) && (mask & AttributeDirectory) == 0))
-        return false;
-    return (recordedBits(path) & kHiddenOrSystem & ~mask) == 0;
+    constexpr int kMasked = kAttributeHidden | kAttributeSystem | kAttributeFolder;
+    std::uint8_t its = kAttributeNormal;
+    return attributesOf(path.toStdString(), its).ok() && (its & kMasked & ~mask) == 0;
 }
 
 QStringList sortedTexts(const QList<QByteArray> &names) {
@@ -79,13 +63,6 @@ QStringList sortedTexts(const QList<QByteArray> &names) {
         return order != 0 ? order < 0 : left < right;
     });
     return texts;
-}
-
-struct stat statOf(const QByteArray &path, const QString &given) {
-    struct stat info = {};
-    if (::stat(path.constData(), &info) != 0)
-        raise(ErrorNumber::FileNotFound, given);
-    return info;
 }
 
 } // namespace
@@ -120,30 +97,8 @@ QStringList listFiles(const QString &folder, const QString &pattern) {
     if (!matchingNames(path, pattern, names).ok())
         raise(ErrorNumber::PathNotFound, folder);
     names.removeIf(
-        [&](const QByteArray &name) { return !isGiven(joined(path, name), AttributeNormal); });
+        [&](const QByteArray &name) { return !isGiven(joined(path, name), kAttributeNormal); });
     return sortedTexts(names);
-}
-
-void makeFolder(const QString &path) {
-    if (::mkdir(resolveChecked(path).constData(), 0777) == 0)
-        return;
-    const bool noParent = errno == ENOENT || errno == ENOTDIR;
-    raise(noParent ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-void removeFolder(const QString &path) {
-    if (::rmdir(resolveChecked(path).constData()) == 0)
-        return;
-    const bool missing = errno == ENOENT || errno == ENOTDIR;
-    raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-int attributes(const QString &path) {
-    const QByteArray stored = resolveChecked(path);
-    const mode_t mode = statOf(stored, path).st_mode;
-    // access() reports to root that everything is writable.
-    return recordedBits(stored) | (S_ISDIR(mode) ? AttributeDirectory : 0) |
-           (isReadOnly(mode) ? AttributeReadOnly : 0);
 }
 
 void surviveLargeWrites() {

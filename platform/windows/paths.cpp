@@ -62,25 +62,4 @@ std::string storagePath(const QString &path) {
     return checkedPath(path).toStdString();
 }
 
-ErrorNumber numberFor(DWORD error) {
-    switch (error) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_BAD_NETPATH:
-    case ERROR_BAD_NET_NAME:
-        return ErrorNumber::FileNotFound;
-    case ERROR_INVALID_DRIVE:
-    case ERROR_NOT_READY:
-        return ErrorNumber::DeviceUnavailable;
-    case ERROR_INVALID_NAME:
-    case ERROR_BAD_PATHNAME:
-        return ErrorNumber::BadFileName;
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-        return ErrorNumber::PermissionDenied;
-    default:
-        return ErrorNumber::PathFileAccess;
-    }
-}
-
 } // namespace platform

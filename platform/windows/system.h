@@ -19,7 +19,4 @@ QString longPath(const QString &path);
 // that no other path is used by mistake.
 QString checkedPath(const QString &path);
 
-// The error number to raise for a system error on a file.
-ErrorNumber numberFor(DWORD error);
-
 } // namespace platform

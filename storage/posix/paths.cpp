@@ -1,6 +1,7 @@
 #include "storage/posix/paths.h"
 
 #include "storage/posix/descriptor.h"
+#include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
@@ -71,6 +72,27 @@ Status makeFolders(const std::string &path, Permissions permissions) {
         if (at == std::string::npos)
             break;
     }
+    return {};
+}
+
+Status makeOneFolder(const std::string &path) {
+    if (mkdir(path.c_str(), 0777) != 0)
+        return errnoStatus(errno, "cannot make the folder", path);
+    return {};
+}
+
+Status removeOneFolder(const std::string &path) {
+    if (rmdir(path.c_str()) != 0)
+        return errnoStatus(errno, "cannot delete the folder", path);
+    return {};
+}
+
+Status attributesOf(const std::string &path, std::uint8_t &attributes) {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0)
+        return errnoStatus(errno, "cannot examine", path);
+    attributes = readDosBits(path) | (S_ISDIR(st.st_mode) ? kAttributeFolder : kAttributeNormal) |
+                 (isReadOnly(st.st_mode) ? kAttributeReadOnly : kAttributeNormal);
     return {};
 }
 

@@ -57,13 +57,35 @@ Status makeFolders(const std::string &path, Permissions /*permissions*/) {
     while (at < path.size()) {
         at = path.find_first_of("\\/", at + 1);
         const std::string part = path.substr(0, at);
-        if (!part.empty() && !CreateDirectoryW(longPath(part).c_str(), nullptr)) {
-            const DWORD error = GetLastError();
-            const DWORD kind = GetFileAttributesW(longPath(part).c_str());
-            if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
-                return errorStatus(error, "cannot make the folder", part);
+        if (part.empty())
+            continue;
+        if (Status made = makeOneFolder(part); !made.ok()) {
+            std::uint8_t there = kAttributeNormal;
+            if (!attributesOf(part, there).ok() || (there & kAttributeFolder) == 0)
+                return made;
         }
     }
+    return {};
+}
+
+Status makeOneFolder(const std::string &path) {
+    if (!CreateDirectoryW(longPath(path).c_str(), nullptr))
+        return errorStatus(GetLastError(), "cannot make the folder", path);
+    return {};
+}
+
+Status removeOneFolder(const std::string &path) {
+    if (!RemoveDirectoryW(longPath(path).c_str()))
+        return errorStatus(GetLastError(), "cannot delete the folder", path);
+    return {};
+}
+
+Status attributesOf(const std::string &path, std::uint8_t &attributes) {
+    const DWORD found = GetFileAttributesW(longPath(path).c_str());
+    if (found == INVALID_FILE_ATTRIBUTES)
+        return errorStatus(GetLastError(), "cannot examine", path);
+    attributes = dosBits(found) |
+                 ((found & FILE_ATTRIBUTE_DIRECTORY) != 0 ? kAttributeFolder : kAttributeNormal);
     return {};
 }
 
