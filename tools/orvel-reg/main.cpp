@@ -1,5 +1,6 @@
 #include "config/modRegistry.h"
 #include "platform/narrow.h"
+#include "registry/registry.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
