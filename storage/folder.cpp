@@ -46,7 +46,7 @@ Status Folder::openSame(const std::string &name, Links links, const FileInfo &in
     FileInfo found;
     Status status = openFile(name, file, links, found);
     if (status.ok() && !sameFile(found, info))
-        return {Failure::Busy, pathOf(name) + " was replaced meanwhile", pathOf(name)};
+        return {Failure::Busy, pathOf(name) + " was replaced by another program", pathOf(name)};
     return status;
 }
 

@@ -99,14 +99,14 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     const int folder = static_cast<int>(m_folder->m_handle);
     FileInfo old;
     const bool known = replaced != nullptr && replaced->info(old).ok();
-    const auto letGo = [&] {
+    const auto closeReplaced = [&] {
         Status aside = replaced != nullptr && replaced->isOpen() ? setAside(name) : Status();
         if (aside.ok() && replaced != nullptr)
             replaced->close();
         return aside;
     };
     if (replaced != nullptr && !replacesOpenFiles(folder)) {
-        if (Status aside = letGo(); !aside.ok())
+        if (Status aside = closeReplaced(); !aside.ok())
             return aside;
     }
     const auto rename = [&] {
@@ -119,10 +119,10 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     for (int round = 0; mayBeHeld(error) && round < rounds; ++round) {
         if (round > 0)
             std::this_thread::sleep_for(kRenamePause);
-        (void)letGo();
+        (void)closeReplaced();
         // Another program may put its own file there in the meantime.
         if (known && isThere() && !sameContent(there, old)) {
-            return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
+            return {Failure::Exists, m_folder->pathOf(name) + " was replaced by another program",
                     m_folder->pathOf(name)};
         }
         error = rename();

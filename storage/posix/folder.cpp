@@ -159,14 +159,14 @@ Status Folder::removeFileIf(const std::string &name, bool fresh,
                             const RemoveCheck &mayRemove) const {
     FileInfo info;
     Links links = Links::Refuse;
-    const auto look = [&] {
+    const auto readInfo = [&] {
         return fresh ? freshInfo(name, info, links) : this->info(name, info, links);
     };
-    if (Status status = look(); !status.ok())
+    if (Status status = readInfo(); !status.ok())
         return status;
     if (info.kind == FileInfo::Kind::Link)
         links = Links::Follow;
-    if ((links == Links::Follow && !look().ok()) ||
+    if ((links == Links::Follow && !readInfo().ok()) ||
         !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
         return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
     return removeFile(name);

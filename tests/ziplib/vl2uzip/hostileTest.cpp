@@ -14,8 +14,8 @@ namespace {
 using Names = std::vector<std::string>;
 
 const char *const kDamaged =
-    "overlap-directory overlap-extra overlap-same-data bomb-more-than-told "
-    "bomb-less-than-told "
+    "overlap-directory overlap-extra overlap-same-data bomb-more-than-declared "
+    "bomb-less-than-declared "
     "bomb-size-forged checksum-wrong data-damaged stored-sizes-differ local-name-differs "
     "local-method-differs local-size-differs local-checksum-differs local-encryption-differs "
     "local-missing";
