@@ -13,6 +13,11 @@
 // that starts with a dot is an ordinary file.
 namespace platform {
 
+// Whether a character separates the components of a path.
+inline bool isSeparator(QChar c) {
+    return c == u'\\' || c == u'/';
+}
+
 // The path in the system's form, for libraries, processes and Qt. A component that does not exist
 // stays as it is.
 QString nativePath(const QString &path);

@@ -11,6 +11,15 @@ QString withoutTrailingBlanks(QString name) {
     return name;
 }
 
+void sortNames(QStringList &names) {
+    std::sort(
+        names.begin(), names.end(),
+        [](const QString &left, const QString &right) {
+            const int order = left.compare(right, Qt::CaseInsensitive);
+            return order != 0 ? order < 0 : left < right;
+        });
+}
+
 Status StoredNames::read(const Folder &folder) {
     m_names.clear();
     std::vector<FolderItem> items;

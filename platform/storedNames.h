@@ -3,6 +3,7 @@
 #include "storage/storage.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <string>
 #include <vector>
@@ -11,6 +12,9 @@ namespace platform {
 
 // The name without trailing blanks.
 QString withoutTrailingBlanks(QString name);
+
+// Sorts names case-insensitively, and by their characters if they differ in case only.
+void sortNames(QStringList &names);
 
 // The stored names of one folder, for case-insensitive search.
 class StoredNames {

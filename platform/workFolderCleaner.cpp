@@ -4,6 +4,7 @@
 #include "platform/files.h"
 #include "platform/storedNames.h"
 #include "storage/folderCache.h"
+#include "storage/pathText.h"
 
 #include <QStringList>
 
@@ -64,9 +65,8 @@ class WorkFolders : public FolderCache {
   protected:
     Status openFolder(const Folder &parent, const std::string &path, const std::string &name,
                       OpenFolder &opened) override {
-        const std::string above = path.substr(0, path.size() - name.size());
         return tryNames(
-            parent, above.substr(0, above.rfind('/')), QString::fromStdString(name),
+            parent, std::string(folderOf(path)), QString::fromStdString(name),
             [&](const std::string &tried) { return parent.openFolder(tried, opened.folder); });
     }
 

@@ -1,5 +1,7 @@
+#include "storage/pathText.h"
 #include "storage/storage.h"
 #include "storage/temporary.h"
+#include "storage/utf8.h"
 
 #include <atomic>
 #include <cstdint>
@@ -46,11 +48,9 @@ std::string temporaryName() {
 }
 
 std::string lockFileName(std::string_view name) {
-    std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
-    for (const char c : name) {
-        const char folded = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        hash = (hash ^ static_cast<unsigned char>(folded)) * 0x100000001B3;
-    }
+    std::uint64_t hash = kHashStart;
+    for (const char c : name)
+        hash = hashStep(hash, foldAscii(c));
     return reservedName(hash);
 }
 

@@ -9,6 +9,11 @@ namespace platform {
 
 bool isAscii(std::string_view text);
 
+// The lower-case letter for an ASCII capital; any other character itself.
+inline char foldAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 // True if the bytes are well-formed UTF-8: no overlong forms, no surrogates.
 bool isUtf8(std::string_view text);
 

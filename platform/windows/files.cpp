@@ -1,8 +1,8 @@
 #include "platform/files.h"
 
 #include "platform/namePattern.h"
+#include "platform/storedNames.h"
 #include "platform/windows/system.h"
-#include "storage/storage.h"
 
 #include <algorithm>
 #include <functional>
@@ -75,10 +75,7 @@ QStringList matching(const Search &search, DWORD unwanted, DWORD &error) {
         if ((found.attributes & unwanted) == 0 && (!isPattern || pattern.matches(found.name)))
             names.append(found.name);
     });
-    std::sort(names.begin(), names.end(), [](const QString &left, const QString &right) {
-        const int order = left.compare(right, Qt::CaseInsensitive);
-        return order != 0 ? order < 0 : left < right;
-    });
+    sortNames(names);
     return names;
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <fcntl.h>
 #include <iterator>
 #include <sys/stat.h>
@@ -28,9 +27,7 @@ int linkNameless(int file, int folder, const char *name) {
     int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
     if (result != 0 && errno == ENOENT) {
         // Older kernels allow that to administrators only.
-        char path[40];
-        std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
-        result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
+        result = linkat(AT_FDCWD, pathThrough(file).c_str(), folder, name, AT_SYMLINK_FOLLOW);
     }
     return result;
 }

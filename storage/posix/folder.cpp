@@ -49,12 +49,6 @@ void Folder::close() {
     }
 }
 
-std::string Folder::pathOf(const std::string &name) const {
-    if (m_path.empty() || m_path.back() == '/')
-        return m_path + name;
-    return m_path + "/" + name;
-}
-
 Status Folder::open(const std::string &path) {
     close();
     m_path = path;

@@ -1,5 +1,6 @@
 #include "storage/posix/paths.h"
 
+#include "storage/pathText.h"
 #include "storage/posix/descriptor.h"
 #include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
@@ -26,6 +27,14 @@ struct Free {
 };
 
 } // namespace
+
+char pathSeparator() {
+    return '/';
+}
+
+bool isPathSeparator(char c) {
+    return c == '/';
+}
 
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');

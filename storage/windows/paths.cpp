@@ -1,3 +1,4 @@
+#include "storage/pathText.h"
 #include "storage/windows/system.h"
 
 #include <bit>
@@ -5,10 +6,6 @@
 namespace platform {
 
 namespace {
-
-constexpr bool isSeparator(char c) {
-    return c == '\\' || c == '/';
-}
 
 // The index of the file name in a path.
 std::size_t nameStart(const std::string &path) {
@@ -45,12 +42,20 @@ std::wstring storedName(const std::string &path) {
 
 } // namespace
 
+char pathSeparator() {
+    return '\\';
+}
+
+bool isPathSeparator(char c) {
+    return c == '\\' || c == '/';
+}
+
 Status makeFolders(const std::string &path, Permissions /*permissions*/) {
     // Skips the drive, or server and share.
     std::size_t at = 0;
     if (path.size() > 1 && path[1] == ':') {
         at = 2;
-    } else if (path.size() > 1 && isSeparator(path[0]) && isSeparator(path[1])) {
+    } else if (path.size() > 1 && isPathSeparator(path[0]) && isPathSeparator(path[1])) {
         at = path.find_first_of("\\/", 2);
         at = at == std::string::npos ? at : path.find_first_of("\\/", at + 1);
     }
@@ -105,7 +110,7 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
     }
     if (!real.empty())
         folder = utf8FromWide(real);
-    if (folder.size() > 3 && isSeparator(folder.back()))
+    if (folder.size() > 3 && isPathSeparator(folder.back()))
         folder.pop_back();
     return {};
 }
