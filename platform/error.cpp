@@ -2,10 +2,9 @@
 
 namespace platform {
 
-RuntimeError::RuntimeError(ErrorNumber number, const QString &description, const QString &source)
-    : m_number(number), m_description(description), m_source(source),
-      m_what(description.toStdString()) {}
+namespace {
 
+// The usual text for a number ("Subscript out of range" for 9).
 QString describe(ErrorNumber number) {
     switch (number) {
     case ErrorNumber::IllegalProcedureCall:
@@ -35,6 +34,12 @@ QString describe(ErrorNumber number) {
     }
     return QStringLiteral("Application-defined or object-defined error");
 }
+
+} // namespace
+
+RuntimeError::RuntimeError(ErrorNumber number, const QString &description, const QString &source)
+    : m_number(number), m_description(description), m_source(source),
+      m_what(description.toStdString()) {}
 
 ErrorNumber errorNumberOf(const Status &status, ErrorNumber missing) {
     switch (status.kind) {

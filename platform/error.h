@@ -44,9 +44,6 @@ class RuntimeError : public std::exception {
     std::string m_what;
 };
 
-// The usual text for a number ("Subscript out of range" for 9).
-QString describe(ErrorNumber number);
-
 // The number for a failed operation on a file or folder; `missing` if it does not exist.
 ErrorNumber errorNumberOf(const Status &status, ErrorNumber missing = ErrorNumber::FileNotFound);
 

@@ -1,7 +1,6 @@
+#include "storage/lockWait.h"
 #include "storage/temporary.h"
 #include "storage/windows/system.h"
-
-#include <thread>
 
 namespace platform {
 
@@ -24,7 +23,7 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
                       const KeepGoing &keepGoing) {
     release();
     const std::string lockFile = lockFileName(foldedName(name));
-    const auto end = std::chrono::steady_clock::now() + wait;
+    const LockWait until(wait, keepGoing, folder.pathOf(name));
     Access access;
     access.rights = DELETE;
     access.disposition = FILE_OPEN_IF;
@@ -43,13 +42,8 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
             return takesNoFile ? Status()
                                : errorStatus(error, "cannot lock a name in", folder.path());
         }
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        if (std::chrono::steady_clock::now() >= end) {
-            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
-                    folder.pathOf(name)};
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (Status waited = until.pause(); !waited.ok())
+            return waited;
     }
 }
 
