@@ -1,9 +1,28 @@
 #include "platform/storedNames.h"
 
+#include "storage/pathText.h"
+#include "storage/utf8.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace platform {
+
+namespace {
+
+// Names that a case-insensitive comparison of their texts finds equal have the same hash.
+std::uint64_t hashWithoutCase(std::string_view name) {
+    constexpr char32_t kReplacement = 0xFFFD;
+    std::uint64_t hash = kHashStart;
+    for (std::size_t at = 0; at < name.size();) {
+        const char32_t c = nextCodePoint(name, at);
+        if (c < kMalformedByte && c != kReplacement)
+            hash = hashStep(hash, QChar::toCaseFolded(c));
+    }
+    return hash;
+}
+
+} // namespace
 
 QString withoutTrailingBlanks(QString name) {
     while (name.endsWith(u' '))
@@ -22,17 +41,17 @@ void sortNames(QStringList &names) {
 
 Status StoredNames::read(const Folder &folder) {
     m_names.clear();
+    m_hashes.clear();
     std::vector<FolderItem> items;
     Status status = folder.list(items);
     if (!status.ok())
         return status;
     m_names.reserve(items.size());
-    for (FolderItem &item : items)
-        m_names.push_back({QString::fromStdString(item.name), std::move(item.name)});
-    std::sort(m_names.begin(), m_names.end(), [](const Name &left, const Name &right) {
-        const int order = left.text.compare(right.text, Qt::CaseInsensitive);
-        return order != 0 ? order < 0 : left.stored < right.stored;
-    });
+    m_hashes.reserve(items.size());
+    for (FolderItem &item : items) {
+        m_hashes.push_back(hashWithoutCase(item.name));
+        m_names.push_back(std::move(item.name));
+    }
     return status;
 }
 
@@ -42,13 +61,13 @@ std::string StoredNames::find(const QString &name) const {
 }
 
 std::string StoredNames::findText(const QString &text) const {
-    const auto found = std::lower_bound(
-        m_names.begin(), m_names.end(), text, [](const Name &left, const QString &right) {
-            return left.text.compare(right, Qt::CaseInsensitive) < 0;
-        });
-    const bool isMatch =
-        found != m_names.end() && found->text.compare(text, Qt::CaseInsensitive) == 0;
-    return isMatch ? found->stored : std::string();
+    const std::uint64_t hash = hashWithoutCase(text.toStdString());
+    const std::string *first = nullptr;
+    for (std::size_t i = 0; i < m_names.size(); ++i)
+        if (m_hashes[i] == hash && (first == nullptr || m_names[i] < *first) &&
+            QString::fromStdString(m_names[i]).compare(text, Qt::CaseInsensitive) == 0)
+            first = &m_names[i];
+    return first == nullptr ? std::string() : *first;
 }
 
 } // namespace platform

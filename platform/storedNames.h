@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -28,14 +29,10 @@ class StoredNames {
     std::string find(const QString &name) const;
 
   private:
-    struct Name {
-        QString text;
-        std::string stored;
-    };
-
     std::string findText(const QString &text) const;
 
-    std::vector<Name> m_names; // sorted by text, then by stored name
+    std::vector<std::string> m_names;
+    std::vector<std::uint64_t> m_hashes; // of the names, without their case
 };
 
 } // namespace platform

@@ -30,10 +30,13 @@ inline std::string_view folderOf(std::string_view path) {
     return path.substr(0, path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/'));
 }
 
-// The 64-bit hash FNV-1a of a text: its start, and the hash with one more character.
+// The 64-bit hash FNV-1a of a text: its start, and the hash with one more byte or code point.
 inline constexpr std::uint64_t kHashStart = 0xCBF29CE484222325;
+inline std::uint64_t hashStep(std::uint64_t hash, char32_t c) {
+    return (hash ^ c) * 0x100000001B3;
+}
 inline std::uint64_t hashStep(std::uint64_t hash, char c) {
-    return (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3;
+    return hashStep(hash, char32_t{static_cast<std::uint8_t>(c)});
 }
 
 } // namespace platform
