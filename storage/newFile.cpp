@@ -43,10 +43,9 @@ bool isTemporaryName(std::string_view name) {
 }
 
 bool isNameOfDeleted(std::string_view name) {
-    for (const std::string_view start : {".fuse_hidden", ".nfs"}) {
+    for (const std::string_view start : {".fuse_hidden", ".nfs"})
         if (name.size() >= start.size() + kClientDigits && name.substr(0, start.size()) == start)
             return isHex(name.substr(start.size()));
-    }
     return false;
 }
 
