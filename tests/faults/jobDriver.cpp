@@ -1,7 +1,7 @@
 // Drives the real main window through steps given as words, without a display: for tests that stop
 // the program or make its calls fail.
 //
-//   jobDriver ARCHIVE STEP...   STEP: extract, save, ready, pause
+//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, ready, pause
 //
 // The step "ready" prints whether the archive is extracted, and extracts it if not. A pause lasts
 // until a line is read from the standard input. ARCHIVE is the name as the drop-down shows it.
@@ -36,8 +36,9 @@ bool take(QWidget &window, const QString &step) {
         say("state", save->isEnabled() ? "extracted" : "listed");
         return save->isEnabled() || take(window, "extract");
     }
-    auto *button =
-        window.findChild<QPushButton *>(step == "save" ? "cmdSaveChanges" : "cmdExtract");
+    auto *button = window.findChild<QPushButton *>(step == "save"     ? "cmdSaveChanges"
+                                                   : step == "cancel" ? "cmdCancel"
+                                                                      : "cmdExtract");
     if (!button->isEnabled())
         return false;
     QTest::mouseClick(button, Qt::LeftButton);
@@ -62,7 +63,6 @@ int main(int argc, char **argv) {
         return 2;
     archives->setFocus();
     archives->setCurrentIndex(place);
-    QTest::keyClick(archives, Qt::Key_Home);
     emit archives->activated(place);
     for (const QString &step : arguments.sliced(2)) {
         if (!take(window, step)) {

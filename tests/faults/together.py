@@ -76,7 +76,7 @@ def save(binaries, scratch, **options):
         check(set(ENTRIES) <= set(archive_content(job.archive)), where, "an entry is gone")
         job.save_again(where)
     print("%d points: both saved at %d, the first alone at %d, the second alone at %d" % (
-        len(calls), *seen.values()))
+        sum(seen.values()), *seen.values()))
 
 
 def extract(binaries, scratch):
