@@ -203,8 +203,8 @@ class NameLock {
 
 // True for the reserved names of temporaries: ".orvel-<hex>.part". No other file has such a name.
 bool isTemporaryName(std::string_view name);
-// True for the names that clients of FUSE and NFS give to a deleted file as long as a program has it
-// open: ".fuse_hidden<hex>", ".nfs<hex>". The client deletes it when it is closed.
+// True for the names that clients of FUSE and NFS give to a deleted file as long as a program has
+// it open: ".fuse_hidden<hex>", ".nfs<hex>". The client deletes it when it is closed.
 bool isNameOfDeleted(std::string_view name);
 
 // A file that is written without a name, or under a reserved one, and renamed once it is complete.
