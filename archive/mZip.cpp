@@ -5,6 +5,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/library.h"
+#include "storage/storage.h"
 
 #include <QFileInfo>
 

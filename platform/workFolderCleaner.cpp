@@ -2,10 +2,11 @@
 
 #include "platform/error.h"
 #include "platform/files.h"
+#include "platform/storedNames.h"
 #include "platform/trash.h"
 #include "storage/folderCache.h"
+#include "storage/pathText.h"
 
-#include <QHash>
 #include <QStringList>
 
 #include <algorithm>
@@ -19,12 +20,6 @@ namespace {
 
 bool isUsableName(QStringView name) {
     return !name.isEmpty() && name != u"." && name != u".." && !name.contains(QChar(u'\0'));
-}
-
-QString withoutTrailingBlanks(QString name) {
-    while (name.endsWith(u' '))
-        name.chop(1);
-    return name;
 }
 
 // A folder's path as FolderCache takes it; nothing if it leads out of the work folder.
@@ -64,41 +59,28 @@ class WorkFolders : public FolderCache {
             status = step(trimmed.toStdString());
         if (!status.is(Failure::NotFound))
             return status;
-        const std::string stored = otherSpelling(folder, path, name, trimmed);
+        const std::string stored = otherSpelling(folder, path, name);
         return stored.empty() ? notFound(name) : step(stored);
     }
 
   protected:
     Status openFolder(const Folder &parent, const std::string &path, const std::string &name,
                       OpenFolder &opened) override {
-        const std::string above = path.substr(0, path.size() - name.size());
         return tryNames(
-            parent, above.substr(0, above.rfind('/')), QString::fromStdString(name),
+            parent, std::string(folderOf(path)), QString::fromStdString(name),
             [&](const std::string &tried) { return parent.openFolder(tried, opened.folder); });
     }
 
   private:
-    // The first stored name, in order of bytes, by its case-folded text.
-    using Spellings = QHash<QString, std::string>;
-
     // Lists a folder at its first use only: thousands of missing files need one listing.
-    std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name,
-                              const QString &trimmed) {
-        const auto [known, isNew] = m_spellings.try_emplace(path);
-        Spellings &spellings = known->second;
-        std::vector<FolderItem> items;
-        if (isNew && folder.list(items).ok()) {
-            for (FolderItem &item : items) {
-                std::string &kept = spellings[QString::fromStdString(item.name).toCaseFolded()];
-                if (kept.empty() || item.name < kept)
-                    kept = std::move(item.name);
-            }
-        }
-        const std::string found = spellings.value(name.toCaseFolded());
-        return found.empty() ? spellings.value(trimmed.toCaseFolded()) : found;
+    std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name) {
+        const auto [known, isNew] = m_names.try_emplace(path);
+        if (isNew)
+            static_cast<void>(known->second.read(folder));
+        return known->second.find(name);
     }
 
-    std::unordered_map<std::string, Spellings> m_spellings; // by the folder's path
+    std::unordered_map<std::string, StoredNames> m_names; // by the folder's path
 };
 
 } // namespace

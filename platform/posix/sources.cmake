@@ -4,7 +4,6 @@ target_sources(orvel_platform PRIVATE
   posix/files.cpp
   posix/folders.cpp
   posix/library.cpp
-  posix/names.cpp posix/names.h
   posix/narrow.cpp
   posix/paths.cpp posix/paths.h
   posix/shell.cpp

@@ -22,6 +22,11 @@ packages_of() {
     memcheck) echo valgrind ;;
     clang) echo clang ;;
     debian) echo debootstrap ;;
+    disks)
+        echo xfsprogs btrfs-progs f2fs-tools exfatprogs dosfstools ntfs-3g exfat-fuse fuse2fs sshfs \
+            openssh-sftp-server bindfs gocryptfs fuse-overlayfs nfs-kernel-server samba cifs-utils \
+            qemu-system-x86 busybox-static kmod
+        ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;
     esac
 }

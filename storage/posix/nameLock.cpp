@@ -1,3 +1,4 @@
+#include "storage/lockWait.h"
 #include "storage/posix/diskKind.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace platform {
@@ -48,7 +48,7 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
     release();
     const int descriptor = static_cast<int>(folder.m_handle);
     m_lockFile = lockFileName(name);
-    const auto end = std::chrono::steady_clock::now() + wait;
+    const LockWait until(wait, keepGoing, folder.pathOf(name));
     for (;;) {
         InputFile file;
         file.m_handle = openLockFile(descriptor, m_lockFile.c_str());
@@ -69,13 +69,9 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
             m_file = std::move(file);
             return {};
         }
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        if (std::chrono::steady_clock::now() >= end) {
-            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
-                    folder.pathOf(name)};
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
+        if (Status waited = until.pause(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
+            !waited.ok())
+            return waited;
     }
 }
 

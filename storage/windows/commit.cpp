@@ -127,7 +127,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
         // During the wait another program may put its own file there.
         if (known && isThere() && !isOld())
-            return {Failure::Exists, path + " was replaced meanwhile", path};
+            return {Failure::Exists, path + " was replaced by another program", path};
         status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
     }
     if (status >= 0)

@@ -1,7 +1,6 @@
+#include "storage/lockWait.h"
 #include "storage/temporary.h"
 #include "storage/windows/system.h"
-
-#include <thread>
 
 namespace platform {
 
@@ -25,7 +24,7 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
                          std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     release();
     m_lockFile = lockFileName(foldedName(name));
-    const auto end = std::chrono::steady_clock::now() + wait;
+    const LockWait until(wait, keepGoing, folder.pathOf(name));
     Access access;
     access.rights = content == Content::Note ? DELETE | FILE_WRITE_DATA : DELETE;
     access.disposition = FILE_OPEN_IF;
@@ -44,13 +43,8 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
             return takesNoFile ? Status()
                                : errorStatus(error, "cannot lock a name in", folder.path());
         }
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        if (std::chrono::steady_clock::now() >= end) {
-            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
-                    folder.pathOf(name)};
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (Status waited = until.pause(); !waited.ok())
+            return waited;
     }
 }
 

@@ -69,8 +69,8 @@ def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lam
                       "reported a failure, work folder not kept")
             recognised = job.save_again(where)
             check(now == new or recognised, where, "work folder not recognised")
-    check(min(outcomes.values()) > 3, "too few points reached:", outcomes.values())
-    print("%d points, archive old after %d, new after %d" % (len(calls) + 1, *outcomes.values()))
+    check(min(outcomes.values()) > (3 if job.sample is None else 0), "too few points reached:", outcomes.values())
+    print("%d points, archive old after %d, new after %d" % (sum(outcomes.values()), *outcomes.values()))
 
 
 def interrupted_cancel(binaries, scratch):
@@ -102,19 +102,20 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
     calls = job.calls_of("extract")
     check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
-    killed = 0
+    killed = tried = 0
     for fault in faults:
         for number, where in job.points(calls):
             watch = fault(number)
             where = "%s %s" % (watch, where)
             done = job.steps("extract", watch=watch, must=False)
+            tried += 1
             killed += was_killed(done)
             check(was_killed(done) or done.returncode == 0, where, done.stdout)
             for name, content in job.extracted().items():
                 check(content == ENTRIES.get(name), where, "half a file:", name)
             job.extract_again(where)
-    check(killed > len(ENTRIES) or kills not in faults, "too few points reached:", killed)
-    print("%d points, %d faults each" % (len(calls), len(faults)))
+    check(killed * 2 > tried or kills not in faults, "too few points reached:", killed)
+    print("%d points, %d faults each" % (tried / len(faults), len(faults)))
 
 
 def settings(binaries, scratch):

@@ -72,6 +72,9 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     writeFile(job.folder + "top.txt", "top");
     for (const char *leftover : {"scripts/a.cs~", "Thumbs.db"})
         writeFile(job.folder + leftover, "left behind");
+    // Deleted files that a program still has open.
+    for (const char *deleted : {".fuse_hidden0000001600000007", ".nfs00000000018b3c9700000001"})
+        writeFile(job.folder + "mine/" + deleted, "deleted");
     writeFile(job.folder + "mine/own.txt", "own");
     QFile::remove(job.folder + "textures/sky.png");
     writeFile(job.folder + "scripts/a.cs", "edited");

@@ -46,10 +46,8 @@ Caller::Answer Caller::replace(const std::string &path) {
     }
 }
 
-bool Caller::password(const std::string &path, std::string &password) {
-    const auto answer = CallbackReporter::password("Password for " + toProgram(path) + ": ", path);
-    password = answer.value_or(std::string());
-    return answer.has_value();
+std::optional<std::string> Caller::password(const std::string &path) {
+    return CallbackReporter::password("Password for " + toProgram(path) + ": ", path);
 }
 
 void Caller::list(const std::string &path, const Entry &entry) {

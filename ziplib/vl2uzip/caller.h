@@ -5,6 +5,7 @@
 #include "ziplib/vl2uzip.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace ziplib {
@@ -21,8 +22,8 @@ class Caller : public CallbackReporter {
 
     // Asks whether to replace a file that exists.
     Answer replace(const std::string &path);
-    // Asks for a password, whose bytes are used as they are. False if none is given.
-    bool password(const std::string &path, std::string &password);
+    // Asks for a password, whose bytes are used as they are. Nothing if none is given.
+    std::optional<std::string> password(const std::string &path);
     // Sends one entry of a listing; see VL2UZIP_ENTRY.
     void list(const std::string &path, const Entry &entry);
     // Reports an entry of an extraction; `written` is null if it has no file.

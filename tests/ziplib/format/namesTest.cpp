@@ -1,5 +1,6 @@
 #include "ziplib/format/names.h"
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
+#include "ziplib/common/interfaceText.h"
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,11 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
         EXPECT_EQ(ziplib::decodeName(raw), path);
 }
 
+TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
+    EXPECT_EQ(ziplib::messageToProgram("a\n\x1B[2J\x7F\xC2\x9B\xC3\xBC\xC2\xA0"),
+              ziplib::toProgram("a??[2J??\xC3\xBC\xC2\xA0"));
+}
+
 TEST(Names, AreSafeOrAreNot) {
     for (const char *path :
          {"a.txt", "a/b/c", "dir/", "...a", ".hidden", "..a/b", "console.txt", "com10.txt",
@@ -45,9 +51,9 @@ TEST(Names, FoldTheirCaseForComparison) {
                                {"ПРИВЕТ", "привет"},
                                {"ŁÓDŹ", "łódź"},
                                {"ΑΒΓΣ", "αβγσ"}}) {
-        EXPECT_EQ(ziplib::foldCase(std::string_view(a)), b);
-        EXPECT_EQ(ziplib::foldCase(std::string_view(b)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(a)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(b)), b);
     }
     for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"})
-        EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
+        EXPECT_EQ(platform::foldCase(std::string_view(other)), other);
 }

@@ -104,7 +104,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
     return status;
 }
 
-ChangeDetector::Indices ChangeDetector::lookEdited() {
+ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
     std::vector<std::uint8_t> edited(m_left.size());
     OrderedParallelFor job = work(m_left);
     job.cost = [](std::size_t) { return kSmall; };
@@ -144,7 +144,7 @@ Status ChangeDetector::findEdited() {
     });
     if (auto found = find(indices, true); !found.ok())
         return found;
-    return find(lookEdited(), false);
+    return find(takeLikelyEdited(), false);
 }
 
 bool ChangeDetector::beginOthers() {

@@ -53,7 +53,7 @@ class ChangeDetector {
     void compareOne(std::size_t index);
     Status takeOne(std::size_t index);
     Status find(const Indices &indices, bool untilOneIsPacked);
-    Indices lookEdited();
+    Indices takeLikelyEdited();
 
     const Directory &m_directory;
     Scan &m_scan;

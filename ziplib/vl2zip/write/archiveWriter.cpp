@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/write/archiveWriter.h"
 
+#include "storage/utf8.h"
 #include "ziplib/common/orderedParallelFor.h"
 #include "ziplib/common/threadPool.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -184,7 +184,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
         written.flags = old.flags & kFlagUtf8;
     } else {
         written.name = candidate.path;
-        written.flags = isAscii(candidate.path) ? 0 : kFlagUtf8;
+        written.flags = platform::isAscii(candidate.path) ? 0 : kFlagUtf8;
     }
     if (encrypted)
         written.flags |= kFlagEncrypted;

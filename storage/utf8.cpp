@@ -1,14 +1,12 @@
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
-namespace ziplib {
+namespace platform {
 
 namespace {
-
-constexpr char32_t kBrokenByte = 0x110000;
 
 // Length of the well-formed code point at `at`, and its value; 0 if there is none.
 std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
@@ -77,7 +75,7 @@ char32_t nextCodePoint(std::string_view text, std::size_t &at) {
     char32_t value = 0;
     const std::size_t length = decode(text, at, value);
     if (length == 0)
-        return kBrokenByte + static_cast<std::uint8_t>(text[at++]);
+        return kMalformedByte + static_cast<std::uint8_t>(text[at++]);
     at += length;
     return value;
 }
@@ -114,7 +112,7 @@ std::string foldCase(std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t start = at;
         const char32_t c = nextCodePoint(text, at);
-        if (c >= kBrokenByte)
+        if (c >= kMalformedByte)
             folded += text[start];
         else
             appendUtf8(folded, foldCase(c));
@@ -122,4 +120,4 @@ std::string foldCase(std::string_view text) {
     return folded;
 }
 
-} // namespace ziplib
+} // namespace platform
