@@ -127,7 +127,7 @@ struct ChangedFiles::Task {
         if (entry != m_paths.cend()) {
             if (folder.info(item.name, info).ok() && !isKnown(folder, item.name, path, info))
                 changes.changed.append(*entry);
-        } else if (!platform::isTemporaryName(item.name) &&
+        } else if (!platform::isTemporaryName(item.name) && !platform::isNameOfDeleted(item.name) &&
                    (folder.recordedAttributes(item) & kNotPacked) == 0) {
             changes.added.append(path);
         }

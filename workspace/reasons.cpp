@@ -35,7 +35,7 @@ constexpr std::array kMeanings{
 } // namespace
 
 QString Reason(std::int32_t code, const QString &message) {
-    const QString text = message.simplified();
+    QString text = message.simplified();
     if (ReturnCode{code} == ReturnCode::DiskFull && !text.isEmpty())
         return "the disk has no room for it: " + text;
     if (!text.isEmpty())

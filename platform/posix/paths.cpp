@@ -69,7 +69,7 @@ QByteArray storedComponent(const QByteArray &folder, const QByteArray &name) {
     if (isStored(folder + name))
         return name;
     const QString text = fromNarrow(name);
-    const QByteArray trimmed = toNarrow(withoutTrailingBlanks(text));
+    QByteArray trimmed = toNarrow(withoutTrailingBlanks(text));
     if (!trimmed.isEmpty() && trimmed != name && isStored(folder + trimmed))
         return trimmed;
     Folder opened;

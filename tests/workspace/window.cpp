@@ -79,8 +79,9 @@ void MainWindow::returnTo(const QStringList &bold) {
 
 QStringList MainWindow::enabledButtons() const {
     QStringList names;
-    for (const char *name :
-         {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile", "cmdOpenFolder"})
+    const char *const buttons[] = {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile",
+                                   "cmdOpenFolder"};
+    for (const char *name : buttons)
         if (button(name)->isEnabled())
             names.append(QString(name).mid(3));
     return names;

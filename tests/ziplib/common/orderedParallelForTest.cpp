@@ -53,7 +53,7 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
     job.idle = [] {};
     orderedParallelFor(job, 4, 100);
     EXPECT_EQ(last, 500U);
-    job.work = [](std::size_t i) { std::vector<int>(1000).at(i < 300 ? 0 : 1000); };
+    job.work = [](std::size_t i) { (void)std::vector<int>(1000).at(i < 300 ? 0 : 1000); };
     EXPECT_THROW(orderedParallelFor(job, 4, 100), std::out_of_range);
     job.count = 0;
     orderedParallelFor(job, 4, 100);

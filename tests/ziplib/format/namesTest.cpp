@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-using std::string_literals::operator""s;
-
 TEST(Names, AreDecodedAsUtf8OrCodePage437) {
     const std::pair<std::string, std::string> rows[] = {
         {"maps\\base\\a.png", "maps/base/a.png"},
@@ -18,8 +16,8 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
         {"\xC3", "├"},           // cut UTF-8
         {"\xC0\xAF", "└»"},      // overlong
         {"\xED\xA0\x80", "φáÇ"}, // surrogate
-        {"a\0b"s, "a\xEF\xBF\xBD"
-                  "b"},
+        {std::string("a\0b", 3), "a\xEF\xBF\xBD"
+                                 "b"},
     };
     for (const auto &[raw, path] : rows)
         EXPECT_EQ(ziplib::decodeName(raw), path);

@@ -72,6 +72,7 @@ void onExtracted(const UZPEXTRACTED *entry) {
 
 std::vector<char *> table(std::vector<std::string> &names) {
     std::vector<char *> slots;
+    slots.reserve(names.size() + 1);
     for (std::string &name : names)
         slots.push_back(name.data());
     slots.push_back(nullptr);
