@@ -4,6 +4,8 @@
 #include "platform/error.h"
 #include "platform/files.h"
 
+#include <QFileInfo>
+
 #include <libdeflate.h>
 
 #include <algorithm>
@@ -202,7 +204,10 @@ class WorkRecordReader {
 
 bool WorkRecord::Archive::isSame(const Archive &other) const {
     const auto sensitivity = platform::namesIgnoreCase() ? Qt::CaseInsensitive : Qt::CaseSensitive;
-    return path.compare(other.path, sensitivity) == 0;
+    if (path.compare(other.path, sensitivity) == 0)
+        return true;
+    return QFileInfo(path).fileName().compare(QFileInfo(other.path).fileName(), sensitivity) == 0 &&
+           !QFileInfo::exists(path);
 }
 
 const WorkRecord::Entry *WorkRecord::find(std::string_view path) const {

@@ -19,8 +19,12 @@ struct EntryVersion {
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
 
+    // The size of an entry that was listed only.
+    static constexpr std::uint64_t kUnknownSize = platform::PackedFiles::kAnySize;
+
     bool sameBytes(const EntryVersion &other) const {
-        return size == other.size && crc == other.crc;
+        const bool unknown = size == kUnknownSize || other.size == kUnknownSize;
+        return crc == other.crc && (unknown || size == other.size);
     }
 };
 
@@ -33,7 +37,8 @@ class WorkRecord {
         QString path;            // the real one, in the system's form
         platform::FileInfo seen; // at the extraction
 
-        // True if this is the archive at `other`; its content may have changed.
+        // True if this is the archive at `other`, whose content may have changed; also if no file
+        // is here any more and `other` has the same name: the folder of the game was moved.
         bool isSame(const Archive &other) const;
     };
 

@@ -10,7 +10,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <new>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 using platform::FileInfo;
@@ -20,9 +23,10 @@ using platform::InputFile;
 
 namespace {
 
-constexpr qsizetype kMostWatched = 64;                // folders
-constexpr int kSettleTime = 300;                      // ms between a change and the look at it
-constexpr int kMostDeep = 64;                         // folders in folders
+constexpr qsizetype kMostWatched = 64; // folders
+constexpr int kSettleTime = 300;       // ms between a change and the look at it
+constexpr int kPollTime = 10;          // ms between two checks whether a look is done
+constexpr int kMostDeep = 64;          // folders in folders
 constexpr std::int64_t kCoarsestTime = 3'000'000'000; // ns, more than the step of any disk's times
 
 QString foldedPath(const QString &path) {
@@ -38,13 +42,26 @@ struct ChangedFiles::Result {
 };
 
 // The looks at one work folder, which write nothing. A change that only a clock set back would hide
-// is not shown; a save finds it all the same. Only the thread uses it, except for `stop`.
+// is not shown; a save finds it all the same. Only the thread uses it until `done` is set, except
+// for `stop`.
 struct ChangedFiles::Task {
     QString parent; // of the work folder, in the program's form
     QString workFolder;
     Listing listing;
     std::atomic<bool> stop = false;
+    std::atomic<bool> done = true;
+    Result found;
 
+    void run() noexcept {
+        try {
+            found = look();
+        } catch (const std::bad_alloc &) {
+            found = {};
+        }
+        done = true;
+    }
+
+  private:
     Result look() {
         Result result;
         try {
@@ -67,7 +84,6 @@ struct ChangedFiles::Task {
         return result;
     }
 
-  private:
     // A file whose content was read.
     struct Seen {
         FileInfo info;
@@ -160,7 +176,11 @@ struct ChangedFiles::Task {
 
 ChangedFiles::ChangedFiles(QObject *parent, std::function<void(const FolderChanges &)> found)
     : QObject(parent), m_found(std::move(found)) {
-    m_thread.setMaxThreadCount(1);
+    m_poll.setInterval(kPollTime);
+    connect(&m_poll, &QTimer::timeout, this, [this] {
+        if (m_task != nullptr && m_task->done)
+            finish();
+    });
     m_settled.setSingleShot(true);
     m_settled.setInterval(kSettleTime);
     connect(&m_settled, &QTimer::timeout, this, &ChangedFiles::start);
@@ -174,7 +194,7 @@ void ChangedFiles::Look(const QString &folders, const QString &name, const Listi
     if (m_task != nullptr && (m_task->parent != folders || m_task->workFolder != name))
         Stop(nullptr);
     if (m_task == nullptr) {
-        m_task = std::make_shared<Task>();
+        m_task = std::make_unique<Task>();
         m_task->parent = folders;
         m_task->workFolder = name;
         m_task->listing = listing;
@@ -185,21 +205,22 @@ void ChangedFiles::Look(const QString &folders, const QString &name, const Listi
 void ChangedFiles::start() {
     if (m_task == nullptr)
         return;
-    m_again = m_isLooking;
-    if (m_isLooking)
+    m_again = m_thread.joinable();
+    if (m_again)
         return;
-    m_isLooking = true;
-    m_thread.start([this, task = m_task] {
-        auto result = std::make_shared<Result>(task->look());
-        QMetaObject::invokeMethod(
-            this, [this, task, result] { finish(task, *result); }, Qt::QueuedConnection);
-    });
+    m_task->done = false;
+    try {
+        m_thread = std::thread([task = m_task.get()] { task->run(); });
+        m_poll.start();
+    } catch (const std::system_error &) {
+        m_task->done = true; // without a thread there is no look
+    }
 }
 
-void ChangedFiles::finish(const std::shared_ptr<Task> &task, const Result &result) {
-    if (task != m_task)
-        return;
-    m_isLooking = false;
+void ChangedFiles::finish() {
+    m_poll.stop();
+    m_thread.join();
+    const Result result = std::move(m_task->found);
     if (result.isComplete)
         m_found(result.changes);
     // A folder that is removed is no longer watched, even if another one gets its path.
@@ -211,20 +232,23 @@ void ChangedFiles::finish(const std::shared_ptr<Task> &task, const Result &resul
         connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, &m_settled,
                 qOverload<>(&QTimer::start));
     }
-    if (m_again)
+    if (m_again && m_task != nullptr)
         start();
 }
 
 void ChangedFiles::Stop(void (*idle)()) {
     m_watcher.reset();
     m_settled.stop();
-    if (m_task != nullptr)
-        m_task->stop = true;
-    m_task.reset();
-    m_isLooking = false;
+    m_poll.stop();
     m_again = false;
-    constexpr int kStep = 20; // ms
-    while (!m_thread.waitForDone(kStep))
-        if (idle != nullptr)
-            idle();
+    if (m_thread.joinable()) {
+        m_task->stop = true;
+        while (!m_task->done) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(kPollTime));
+            if (idle != nullptr)
+                idle();
+        }
+        m_thread.join();
+    }
+    m_task.reset();
 }

@@ -4,12 +4,12 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <vector>
 
 // What differs in a work folder from the archive that was extracted into it. Paths are relative to
@@ -50,14 +50,14 @@ class ChangedFiles : public QObject {
     struct Result;
 
     void start();
-    void finish(const std::shared_ptr<Task> &task, const Result &result);
+    void finish();
 
     std::function<void(const FolderChanges &)> m_found;
-    std::shared_ptr<Task> m_task; // null if stopped
-    bool m_isLooking = false;
-    bool m_again = false; // look once more after this one
+    std::unique_ptr<Task> m_task; // null if stopped
+    bool m_again = false;         // look once more after this one
     std::unique_ptr<QFileSystemWatcher> m_watcher;
     QStringList m_watched;
     QTimer m_settled;
-    QThreadPool m_thread;
+    QTimer m_poll;
+    std::thread m_thread; // joinable during a look
 };

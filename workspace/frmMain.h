@@ -96,6 +96,9 @@ class frmMain : public QWidget {
     // Whether no other window works on the selected archive's work folder. If so, none can until
     // this one releases the lock.
     bool OwnsWorkFolder();
+    // The same before an action: the "tempdir" setting may have changed to a folder in which
+    // another program works. If so, shows it and returns false.
+    bool KeepsWorkFolder();
     // True if a line of the entry list is a safe path below the work folder. Extraction applies the
     // same rule, so other lines have no extracted file.
     static bool StaysBelow(const QString &line);
@@ -151,6 +154,9 @@ class frmMain : public QWidget {
     // frmMainRecord.cpp: what the archive held when the work folder was extracted
     // The name of the selected archive's work folder in WorkFolders().
     QString WorkFolderName() const;
+    // Writes the record before an extraction. `exists`: whether the work folder has a file.
+    void PrepareRecord(const WorkRecord::Archive &archive,
+                       const std::function<bool(const QString &)> &exists);
     // Writes the record after an extraction of `archive`, as it was before the extraction.
     void WriteRecord(const std::optional<WorkRecord::Archive> &archive);
     // The record of the work folder; none if there is none of the selected archive.

@@ -128,8 +128,10 @@ void frmMain::UpdateButtons() {
     const bool chosen = !drpVL2File->currentText().isEmpty();
     const bool listed = m_tree->Nodes().Count() > 0;
     const bool extracted = listed && FileExists(ProbeFile()) != 0;
-    if (!chosen || !extracted)
+    if (!chosen || !extracted) {
         m_lock.release();
+        m_conflicts.clear();
+    }
     const bool owned = chosen && extracted && OwnsWorkFolder();
 
     cmdExtract->setEnabled(chosen && listed && !extracted);

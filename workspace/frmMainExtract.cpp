@@ -91,12 +91,17 @@ void frmMain::cmdExtract_Click() {
 QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
     const auto archive = WorkRecord::archiveAt(ArchivePath());
+    if (archive)
+        PrepareRecord(*archive,
+                      [&](const QString &file) { return before.contains(comparable(file)); });
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
-    else
+    if (platform::storedName(WorkFolder()).isEmpty())
+        WorkRecord::remove(WorkFolders(), WorkFolderName());
+    else if (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0)
         WriteRecord(archive);
     m_conflicts.clear();
     return note;

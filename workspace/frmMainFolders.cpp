@@ -107,3 +107,11 @@ QString frmMain::WorkFolder() const {
 bool frmMain::OwnsWorkFolder() {
     return m_lock.take(WorkFolders(), WorkFolderName());
 }
+
+bool frmMain::KeepsWorkFolder() {
+    static_cast<void>(WorkFolder()); // follows the setting
+    if (OwnsWorkFolder())
+        return true;
+    UpdateButtons();
+    return false;
+}

@@ -8,6 +8,7 @@
 
 #include <QComboBox>
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -45,6 +46,38 @@ QString frmMain::WorkFolderName() const {
     return drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
+// Written before the extraction, so that there is a base for each file that a killed one has
+// written: what the archive holds now for files that do not exist, and for the others what is known
+// of them.
+void frmMain::PrepareRecord(const WorkRecord::Archive &archive,
+                            const std::function<bool(const QString &)> &exists) {
+    auto earlier = WorkRecord::read(WorkFolders(), WorkFolderName());
+    if (earlier && !earlier->archive().isSame(archive))
+        earlier.reset();
+    WorkRecord record(archive, platform::FileInfo{});
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i) {
+        const QString folder = m_cUnzip->FileDirectory(i);
+        QString file =
+            folder.isEmpty() ? m_cUnzip->Filename(i) : folder + '\\' + m_cUnzip->Filename(i);
+        if (exists(file))
+            continue;
+        WorkRecord::Entry entry;
+        entry.path = file.replace('\\', '/').toStdString();
+        entry.size = WorkRecord::Entry::kUnknownSize;
+        entry.crc = static_cast<std::uint32_t>(m_cUnzip->FileCRC(i));
+        record.put(std::move(entry));
+        if ((i & 0x3F) == 0)
+            platform::repaintPending();
+    }
+    if (earlier)
+        for (const WorkRecord::Entry &known : earlier->entries())
+            if (exists(QString::fromStdString(known.path).replace('/', '\\')))
+                record.put(known);
+    // A record of an earlier state would be worse than none.
+    if (!record.write(WorkFolders(), WorkFolderName()).ok())
+        WorkRecord::remove(WorkFolders(), WorkFolderName());
+}
+
 // A file that was there before stays as it is, so what was known about it stays too: otherwise a
 // file from an older archive would look like an edit and replace a newer entry.
 void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
@@ -61,6 +94,17 @@ void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
     WorkRecord record(*archive, now);
     for (WorkRecord::Entry &entry : *extracted) {
         const WorkRecord::Entry *before = earlier ? earlier->find(entry.path) : nullptr;
+        // From PrepareRecord: the file did not exist before the extraction.
+        const bool isPrepared = before != nullptr && before->size == EntryVersion::kUnknownSize &&
+                                before->sameBytes(entry);
+        if (isPrepared)
+            before = nullptr;
+        // Its origin is unknown, so it must not pass for the archive's present version.
+        if (!entry.written && before == nullptr && !isPrepared) {
+            const FileOnDisk file(folder, entry);
+            if (file.exists && !file.same)
+                continue;
+        }
         const bool keep = !entry.written && before != nullptr &&
                           (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
         record.put(keep ? *before : std::move(entry));
@@ -72,7 +116,8 @@ void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
             if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
                 record.put(before);
     // Without a record everything works, with less knowledge.
-    static_cast<void>(record.write(WorkFolders(), WorkFolderName()));
+    if (!record.write(WorkFolders(), WorkFolderName()).ok())
+        WorkRecord::remove(WorkFolders(), WorkFolderName());
 }
 
 std::optional<WorkRecord> frmMain::ReadRecord() const {
@@ -121,6 +166,8 @@ QString frmMain::TheirsFolder() const {
 
 // The library has no names but those of the entries, so the files are renamed afterwards.
 QString frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts) {
+    if (QFileInfo(platform::nativePath(TheirsFolder())).isSymLink())
+        return "it is a link";
     QSet<QString> wanted;
     for (const EntryVersion &entry : conflicts)
         wanted.insert(QString::fromStdString(entry.path).replace('/', '\\'));

@@ -28,6 +28,8 @@ bool containsNoFile(const QString &folder) {
 } // namespace
 
 void frmMain::cmdSaveChanges_Click() {
+    if (!KeepsWorkFolder())
+        return;
     platform::setMousePointer(this, 11);
     DisableWindow();
     StopLooking();
@@ -39,6 +41,8 @@ void frmMain::cmdSaveChanges_Click() {
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
         UpdateRecord();
     } else {
+        if (failure.contains(kPartly))
+            m_conflicts.clear(); // they are settled
         UpdateRecord();
         UpdateButtons();
         lblStatus->SetText(failure);
@@ -80,6 +84,9 @@ QString frmMain::SaveNote() const {
 }
 
 void frmMain::cmdCancel_Click() {
+    if (!KeepsWorkFolder())
+        return;
+    m_conflicts.clear();
     platform::setMousePointer(this, 11);
     DisableWindow();
     StopLooking();

@@ -21,6 +21,10 @@ SHARE = {"lacks": " local open-rename read-locks "}
 HELD = {"lacks": " local held-rename renameat2 "}
 
 
+# What another program has put into the archive since the extraction.
+NEWER = {"scripts/client.cs": b"// newer\r\n" * 70}
+
+
 def prepared(binaries, scratch, **options):
     """A job to save; the archive's bytes before and after an undisturbed save, and its calls."""
     job = Job(binaries, scratch, **options)
@@ -113,7 +117,16 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
             check(was_killed(done) or done.returncode == 0, where, done.stdout)
             for name, content in job.extracted().items():
                 check(content == ENTRIES.get(name), where, "half a file:", name)
-            job.extract_again(where)
+            if number % 2 == 0 or not was_killed(done):
+                job.extract_again(where)
+                continue
+            # What an unfinished extraction has left sets no newer entry back.
+            newer = {**ENTRIES, **NEWER}
+            job.make_archive(newer)
+            said = job.steps("ready", "save").stdout
+            check("error:" not in said and archive_content(job.archive) == newer, where,
+                  "a newer entry was set back:", said)
+            job.nothing_left(where)
     check(killed * 2 > tried or kills not in faults, "too few points reached:", killed)
     print("%d points, %d faults each" % (tried / len(faults), len(faults)))
 
@@ -238,7 +251,7 @@ if __name__ == "__main__":
     main({
         "kill-save": save,
         "kill-save-large": lambda *where: save(*where, **LARGE),
-        "kill-merge": lambda *where: save(*where, newer={"scripts/client.cs": b"// newer\r\n" * 70}),
+        "kill-merge": lambda *where: save(*where, newer=NEWER),
         "kill-save-share": lambda *where: save(*where, **SHARE),
         "kill-save-held": lambda *where: save(*where, **HELD),
         "kill-extract": lambda *where: extract(*where, kills),

@@ -40,7 +40,7 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
     // The path of a file that is missing is passed whole as well.
     const QString chosen = program("tool");
     choose("Text", chosen);
-    ASSERT_TRUE(QDir(game.temp()).removeRecursively());
+    ASSERT_TRUE(QDir(QString::fromStdString(extracted("my files"))).removeRecursively());
     click("cmdEditFile");
     EXPECT_EQ(startedAs(chosen), commandLine(chosen, "@", extracted("my files/read me.txt")));
     EXPECT_EQ(boxes(), "");

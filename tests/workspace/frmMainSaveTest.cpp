@@ -157,22 +157,23 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     Extracted job;
     const QByteArray before = readFile(job.archive);
     writeFile(job.folder + "readme.txt", "edited");
-    writeFile(job.folder + "scripts/new.cs", "new");
+    writeFile(job.folder + "scripts/50%25.cs", "new");
     QFile::setPermissions(job.folder + "scripts/a.cs", QFile::ReadOwner);
     job.window->click("cmdCancel");
     EXPECT_FALSE(QFile::exists(job.folder + "readme.txt"));
     // What differed from the archive can be restored, where there is a trash.
     const QString files = job.game.root() + "/data/Trash/";
     EXPECT_TRUE(job.window->note().startsWith("2 edited files were "));
-    EXPECT_TRUE(job.window->note().endsWith(": readme.txt, scripts/new.cs"))
+    EXPECT_TRUE(job.window->note().endsWith(": readme.txt, scripts/50%25.cs"))
         << job.window->note().toStdString();
     if (QDir::rootPath() == "/") {
         EXPECT_TRUE(job.window->note().contains("moved to the trash"));
-        EXPECT_EQ(joined(QDir(files + "files").entryList(QDir::Files)), "new.cs|readme.txt");
+        EXPECT_EQ(joined(QDir(files + "files").entryList(QDir::Files)), "50%25.cs|readme.txt");
         EXPECT_EQ(readFile(files + "files/readme.txt"), "edited");
         const QByteArray info = readFile(files + "info/readme.txt.trashinfo");
         EXPECT_TRUE(info.contains("\nPath=" + QFile::encodeName(job.folder + "readme.txt") + '\n'))
             << info.toStdString();
+        EXPECT_TRUE(readFile(files + "info/50%25.cs.trashinfo").contains("/scripts/50%2525.cs\n"));
     }
     EXPECT_EQ(readFile(job.archive), before);
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");

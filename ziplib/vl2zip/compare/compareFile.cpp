@@ -135,7 +135,7 @@ Status compareBase(SourceFile &file, const BaseVersion &base, FoundFile &found, 
     std::uint64_t size = 0;
     file.rewind();
     auto read = file.measure(found.crc, size);
-    same = read.ok() && size == base.size && found.crc == base.crc;
+    same = read.ok() && base.isOf(size, found.crc);
     return read;
 }
 

@@ -24,8 +24,8 @@ void Base::mark(const Directory &directory, const std::function<void()> &idle,
         // The entry's path may differ from the file's in case.
         if (candidate.base == nullptr)
             candidate.base = find(directory.path(entry));
-        candidate.disputed = candidate.base == nullptr || candidate.base->size != entry.size ||
-                             candidate.base->crc != entry.crc;
+        candidate.disputed =
+            candidate.base == nullptr || !candidate.base->isOf(entry.size, entry.crc);
     }
 }
 

@@ -10,8 +10,14 @@ inline constexpr std::size_t kNoEntry = static_cast<std::size_t>(-1);
 
 // What the archive held for a file when it was extracted.
 struct BaseVersion {
+    static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
+
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
+
+    bool isOf(std::uint64_t otherSize, std::uint32_t otherCrc) const {
+        return crc == otherCrc && (size == otherSize || size == kUnknownSize);
+    }
 };
 
 // A file or folder of the scan, and the entry that it stands for.
