@@ -22,14 +22,15 @@ class WorkRecordTest : public testing::Test {
         made.crc = 0xDEADBEEF ^ static_cast<std::uint32_t>(number);
         made.dosTime = 0x5A21'6C20;
         made.written = number % 7 != 3;
+        platform::FileInfo file;
+        file.kind = platform::FileInfo::Kind::File;
+        file.size = made.size;
+        file.modified = kBegan - 9'000'000'000;
+        file.changed = kBegan - 5'000'000 + number;
+        file.device = 0xFD02;
+        file.id = 1'000'000U + made.size;
         if (made.written)
-            made.file = {platform::FileInfo::Kind::File,
-                         false,
-                         made.size,
-                         kBegan - 9'000'000'000,
-                         kBegan - 5'000'000 + number,
-                         0xFD02,
-                         1'000'000U + made.size};
+            made.file = file;
         return made;
     }
 
