@@ -112,12 +112,13 @@ void MainWindow::click(const char *name) const {
 void MainWindow::clickFromOutside(const char *name) const {
     QWindow *handle = m_form.windowHandle();
     const QPointF at = button(name)->geometry().center();
-    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
-        QCoreApplication::postEvent(
-            handle,
-            new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton,
-                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
-                            Qt::NoModifier));
+    const auto post = [&](QEvent::Type type, Qt::MouseButtons held) {
+        auto *event = new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton, held,
+                                      Qt::NoModifier);
+        QCoreApplication::postEvent(handle, event);
+    };
+    post(QEvent::MouseButtonPress, Qt::LeftButton);
+    post(QEvent::MouseButtonRelease, Qt::NoButton);
 }
 
 void MainWindow::typeFromOutside(int key) const {
