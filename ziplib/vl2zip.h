@@ -112,7 +112,7 @@ VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 /* Bytes that an archive holds or held. */
 typedef struct ZPVERSION {
     const char *path; /* "/" between the folders; UTF-8 on every system */
-    uint64_t size; /* UINT64_MAX in a base: unknown */
+    uint64_t size;    /* UINT64_MAX in a base: unknown */
     uint32_t crc;
 } ZPVERSION;
 typedef void (*VL2ZIP_CONFLICT)(const ZPVERSION *entry);
