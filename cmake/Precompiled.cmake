@@ -1,5 +1,6 @@
 # Compiles the headers that most sources of a kind include once for each kind. Sources still include
-# all headers that they use: the presets clang and windows build without precompiled headers.
+# all headers that they use: the presets clang and windows build without precompiled headers and
+# compile each source on its own.
 set(standard_headers
   <algorithm> <array> <chrono> <cstddef> <cstdint> <cstring> <functional> <limits> <memory> <mutex>
   <optional> <string> <string_view> <utility> <vector>)

@@ -50,8 +50,6 @@ class WorkRecordTest : public testing::Test {
     TestFolder folder;
 };
 
-} // namespace
-
 TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_entry) {
     const WorkRecord written = record(100'000);
     ASSERT_TRUE(written.write(folders(), "Base").ok());
@@ -132,3 +130,5 @@ TEST_F(WorkRecordTest, counts_as_none_if_it_is_not_whole) {
     EXPECT_FALSE(WorkRecord::read(folders() + "/none", "Base"));
     EXPECT_FALSE(record(20).write(folders() + "/none", "Base").ok());
 }
+
+} // namespace

@@ -17,7 +17,7 @@ const char *const kDuplicates = "archives/duplicates"; // a.txt "new", b.txt "b"
 constexpr std::int32_t kNo = 100;
 constexpr std::int32_t kYes = 102;
 constexpr std::int32_t kAll = 103;
-constexpr std::int32_t kNone = 104;
+constexpr std::int32_t kNever = 104;
 
 } // namespace
 
@@ -85,7 +85,7 @@ TEST(ExistingFiles, AreKeptOrReplacedByTheAnswers) {
     // Overwrites without a question, the answer (0 without a callback), the number of questions.
     const std::tuple<int, std::int32_t, std::size_t, bool> rows[] = {
         {0, kNo, 2, false}, {0, 0, 0, false},     {0, kYes, 2, true}, {1, kNo, 0, true},
-        {0, kAll, 1, true}, {0, kNone, 1, false}, {0, 7, 2, false}};
+        {0, kAll, 1, true}, {0, kNever, 1, false}, {0, 7, 2, false}};
     for (const auto &[overwrites, answer, asked, replaced] : rows) {
         SCOPED_TRACE(answer);
         UnzipCall call;
