@@ -20,5 +20,9 @@ struct Request {
 void addList(CLI::App &program, Request &request);
 void addTest(CLI::App &program, Request &request);
 void addExtract(CLI::App &program, Request &request);
+void addSave(CLI::App &program, Request &request);
+void addBuild(CLI::App &program, Request &request);
+void addRemove(CLI::App &program, Request &request);
+void addRename(CLI::App &program, Request &request);
 
 } // namespace vl2

@@ -28,7 +28,8 @@ Exit run(std::vector<std::string> arguments) {
     program.fallthrough();
     program.set_version_flag("--version", "orvel-vl2 " ORVEL_VERSION);
     program.add_flag("--json", request.json, "Print one JSON object a line instead of text");
-    for (const auto add : {vl2::addList, vl2::addTest, vl2::addExtract})
+    for (const auto add : {vl2::addList, vl2::addTest, vl2::addExtract, vl2::addSave, vl2::addBuild,
+                           vl2::addRemove, vl2::addRename})
         add(program, request);
     try {
         // CLI11 takes them from the back.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,12 @@ struct PackOptions {
     bool crlfToLf = false;             // line ends of text files
     bool lfToCrlf = false;
     bool remove = false; // delete the matching entries instead
+    // For builds: times of entries in UTC instead of local time; one time for all of them
+    // (nanoseconds since 1970, UTC); also pack leftovers of editors and names that begin with a
+    // dot.
+    bool utc = false;
+    std::optional<std::int64_t> time;
+    bool leftoversToo = false;
     bool verbose = false;
     bool quiet = false;
 };

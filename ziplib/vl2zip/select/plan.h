@@ -14,6 +14,10 @@ namespace ziplib {
 
 class Selection;
 
+// Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
+// the same name.
+std::string reasonAgainstName(std::string_view path);
+
 // Finds the candidates among the selected files, sorted by path. A file replaces the last entry of
 // its exact path. If there is none, it replaces the only entry whose path differs in case only,
 // unless the folder holds another file for that entry. Otherwise it is new. A new name that some
