@@ -24,5 +24,7 @@ void addSave(CLI::App &program, Request &request);
 void addBuild(CLI::App &program, Request &request);
 void addRemove(CLI::App &program, Request &request);
 void addRename(CLI::App &program, Request &request);
+void addDiff(CLI::App &program, Request &request);
+void addGrep(CLI::App &program, Request &request);
 
 } // namespace vl2

@@ -29,7 +29,7 @@ Exit run(std::vector<std::string> arguments) {
     program.set_version_flag("--version", "orvel-vl2 " ORVEL_VERSION);
     program.add_flag("--json", request.json, "Print one JSON object a line instead of text");
     for (const auto add : {vl2::addList, vl2::addTest, vl2::addExtract, vl2::addSave, vl2::addBuild,
-                           vl2::addRemove, vl2::addRename})
+                           vl2::addRemove, vl2::addRename, vl2::addDiff, vl2::addGrep})
         add(program, request);
     try {
         // CLI11 takes them from the back.
