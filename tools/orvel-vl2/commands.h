@@ -26,5 +26,8 @@ void addRemove(CLI::App &program, Request &request);
 void addRename(CLI::App &program, Request &request);
 void addDiff(CLI::App &program, Request &request);
 void addGrep(CLI::App &program, Request &request);
+void addWhere(CLI::App &program, Request &request);
+void addConflicts(CLI::App &program, Request &request);
+void addCheck(CLI::App &program, Request &request);
 
 } // namespace vl2

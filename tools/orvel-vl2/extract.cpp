@@ -1,3 +1,4 @@
+#include "storage/storage.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/console.h"
 #include "tools/orvel-vl2/readEntries.h"
@@ -97,6 +98,10 @@ Exit extractToOutput(const Archive &archive, ziplib::NameFilter &filter) {
 }
 
 Exit extractToFolder(const Options &options, const Archive &archive, ziplib::NameFilter &filter) {
+    platform::Folder existing;
+    if (const Status opened = existing.open(options.folder);
+        !opened.ok() && !opened.is(platform::Failure::NotFound))
+        throw Failed(opened);
     ziplib::Request request;
     request.archive = options.archive;
     request.target = options.folder;

@@ -5,6 +5,7 @@
 #include "ziplib/common/utf8.h"
 
 #include <re2/re2.h>
+#include <re2/stringpiece.h>
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,7 @@
 #include "platform/narrow.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/console.h"
+#include "tools/orvel-vl2/generate.h"
 
 #include <algorithm>
 #include <new>
@@ -24,12 +25,15 @@ Exit run(std::vector<std::string> arguments) {
     CLI::App program("Lists, tests, extracts, writes, searches, compares and checks .vl2 archives.",
                      "orvel-vl2");
     program.footer(kExitCodes);
-    program.require_subcommand(1);
+    std::string generated;
+    vl2::addGenerate(program, generated);
+    program.require_subcommand(0, 1);
     program.fallthrough();
     program.set_version_flag("--version", "orvel-vl2 " ORVEL_VERSION);
     program.add_flag("--json", request.json, "Print one JSON object a line instead of text");
     for (const auto add : {vl2::addList, vl2::addTest, vl2::addExtract, vl2::addSave, vl2::addBuild,
-                           vl2::addRemove, vl2::addRename, vl2::addDiff, vl2::addGrep})
+                           vl2::addRemove, vl2::addRename, vl2::addDiff, vl2::addGrep,
+                           vl2::addWhere, vl2::addConflicts, vl2::addCheck})
         add(program, request);
     try {
         // CLI11 takes them from the back.
@@ -43,6 +47,14 @@ Exit run(std::vector<std::string> arguments) {
         return Exit::Fine;
     } catch (const CLI::ParseError &error) {
         vl2::complain(std::string(error.what()) + " (see orvel-vl2 --help)");
+        return Exit::Misuse;
+    }
+    if (!generated.empty()) {
+        vl2::generate(program, generated);
+        return Exit::Fine;
+    }
+    if (!request.run) {
+        vl2::complain("no command (see orvel-vl2 --help)");
         return Exit::Misuse;
     }
     return request.run();

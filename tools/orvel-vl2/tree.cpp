@@ -54,7 +54,7 @@ Tree::Tree(const std::string &path) : m_path(path) {
             if (Status status = opened.open(platform::Location{path, file.path}, info);
                 !status.ok())
                 throw Failed(status);
-            m_files.push_back({std::move(file.path), info.size, std::nullopt, 0});
+            m_files.push_back({std::move(file.path), info.size, std::nullopt, 0, info.modified});
         }
         return;
     }
@@ -65,7 +65,7 @@ Tree::Tree(const std::string &path) : m_path(path) {
     for (std::size_t i = 0; i < directory.entries().size(); ++i) {
         const ziplib::Entry &entry = directory.entries()[i];
         if (!directory.isFolder(entry))
-            m_files.push_back({directory.path(entry), entry.size, entry.crc, i});
+            m_files.push_back({directory.path(entry), entry.size, entry.crc, i, 0});
     }
     std::stable_sort(m_files.begin(), m_files.end(),
                      [](const TreeFile &a, const TreeFile &b) { return a.path < b.path; });

@@ -16,6 +16,7 @@ struct TreeFile {
     std::uint64_t size = 0;
     std::optional<std::uint32_t> crc; // of an archive's entry; of a file once it was measured
     std::size_t index = 0;            // of the entry in the archive
+    std::int64_t modified = 0;        // nanoseconds since 1970, UTC; of a file
 };
 
 // The files of an archive, or of a folder as they would be packed. Throws Failed if it cannot be
