@@ -1,6 +1,6 @@
 # Finds RE2, since not every version has a CMake package.
 find_path(RE2_INCLUDE_DIR re2/re2.h)
-find_library(RE2_LIBRARY re2)
+find_library(RE2_LIBRARY NAMES re2 libre2)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(RE2 REQUIRED_VARS RE2_LIBRARY RE2_INCLUDE_DIR)
 if(RE2_FOUND AND NOT TARGET RE2::RE2)
