@@ -7,7 +7,7 @@ import os
 import re
 import subprocess
 
-from job import (ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,
+from job import (EDITS, ENTRIES, PROGRAM_KEY, SKIPPED, Job, archive_content, check,
                  main, read_tree, was_killed, write_files)
 
 # Data before the archive, and a file of more than 16 MiB, which is not packed in memory.
