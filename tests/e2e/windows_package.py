@@ -4,7 +4,7 @@ import re
 import subprocess
 import zipfile
 
-FILES = {"orvel.exe", "orvel-reg.exe", "orvel-vl2.exe", "vl2uzip.dll", "vl2zip.dll", "LICENSE.txt", "LICENCES.txt"}
+FILES = {"orvel.exe", "orvel-reg.exe", "vl2uzip.dll", "vl2zip.dll", "LICENSE.txt", "LICENCES.txt"}
 LICENCES = {
     "Qt-LGPL-3.txt", "Qt-GPL-3.txt", "Qt-copyright.txt", "PCRE2.txt", "PNG.txt", "JPEG.txt",
     "zlib.txt", "libdeflate.txt", "GCC-copyright.txt", "mingw-w64.txt",
