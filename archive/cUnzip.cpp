@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 using platform::ErrorNumber;
 
@@ -56,6 +57,10 @@ bool cUnzip::Unzip() {
     m_tOptions.nvflag = 0;
     const auto count = static_cast<std::int32_t>(include.size());
     return mUnzip::CallUnzipLibrary(*this, m_tOptions, count, include, 0, {}) != 0;
+}
+
+std::optional<std::vector<WorkRecord::Entry>> cUnzip::TakeExtracted() {
+    return std::exchange(m_atExtracted, std::nullopt);
 }
 
 void cUnzip::GetVersion(std::int32_t &lMajor, std::int32_t &lMinor, std::int32_t &lRevision,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/libraryEvents.h"
+#include "archive/workRecord.h"
 #include "ziplib/vl2uzip.h"
 
 #include <QDateTime>
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 // One listed entry of an archive.
@@ -84,6 +86,10 @@ class cUnzip : public LibraryEvents {
     // not selected.
     bool Unzip();
 
+    // The entries that the last Unzip was to extract, in stored order, and which files it wrote.
+    // The first call after an Unzip takes them; none if the library does not report them.
+    std::optional<std::vector<WorkRecord::Entry>> TakeExtracted();
+
     // The folder to extract into.
     const QString &UnzipFolder() const { return m_sUnzipFolder; }
     void setUnzipFolder(const QString &sFolder) { m_sUnzipFolder = sFolder; }
@@ -123,6 +129,7 @@ class cUnzip : public LibraryEvents {
     QString m_sZipFile;
     QString m_sUnzipFolder;
     std::vector<tZipEntry> m_atEntries;
+    std::optional<std::vector<WorkRecord::Entry>> m_atExtracted;
     DCL m_tOptions{}; // its texts stay null
     std::int32_t m_lLastCode = 0;
     std::int32_t m_lMissing = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/libraryEvents.h"
+#include "archive/workRecord.h"
 #include "platform/packedFiles.h"
 #include "ziplib/returnCode.h"
 #include "ziplib/vl2zip.h"
@@ -11,6 +12,21 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
+
+// A file of the folder after a save, with the version of it that was read.
+struct SavedFile : WorkRecord::Entry {
+    enum class Outcome : std::int32_t {
+        Same = VL2ZIP_SAME,         // the archive held its bytes already
+        Changed = VL2ZIP_CHANGED,   // replaced its entry
+        Added = VL2ZIP_ADDED,       // has a new entry
+        Restored = VL2ZIP_RESTORED, // the same; its entry was removed since the extraction
+        Kept = VL2ZIP_KEPT,         // not edited; the archive keeps the newer version that it has
+        Removed = VL2ZIP_REMOVED,   // not edited; its entry was removed and stays so
+    };
+
+    Outcome outcome = Outcome::Same;
+};
 
 // Result of the last Zip or Delete.
 struct ZipResult {
@@ -19,6 +35,11 @@ struct ZipResult {
     // Paths in the archive, with "/" separators, of newly packed files that are leftovers of an
     // editor or the system by their names. Empty at message level 1.
     QStringList leftovers;
+    // The files that did not end as Outcome::Same, by path.
+    std::vector<SavedFile> saved;
+    // The archive's versions of the entries that were changed in the archive and in the folder.
+    // Nothing was saved then.
+    std::vector<EntryVersion> conflicts;
 
     // True if every requested file is in the archive. False for warnings: some file was skipped, so
     // the sources must not be deleted.
@@ -26,6 +47,7 @@ struct ZipResult {
         using ziplib::ReturnCode;
         return ReturnCode{code} == ReturnCode::Done || ReturnCode{code} == ReturnCode::NothingToDo;
     }
+    bool conflict() const { return ziplib::ReturnCode{code} == ziplib::ReturnCode::Conflict; }
     // True if the archive was written, but some file was skipped.
     bool partly() const { return ziplib::ReturnCode{code} == ziplib::ReturnCode::Warnings; }
 };
@@ -85,6 +107,11 @@ class cZip : public LibraryEvents {
     bool AllowAppend() const { return m_tOptions.fGrow != 0; }
     void setAllowAppend(bool bState) { m_tOptions.fGrow = bState; }
 
+    // What the archive held when the files of the folder were extracted: the base of the next Zip,
+    // which merges what was changed since then in the folder and in the archive. None (initially):
+    // every file that differs is packed.
+    void setBase(std::optional<std::vector<EntryVersion>> base) { m_base = std::move(base); }
+
     // Packs the matching files, replaces entries of the same path and keeps the others. The
     // library's report is in LastResult. Raises 53 if the library is missing, 76 if BasePath is not
     // a folder, 9 for more than 1022 specs.
@@ -92,6 +119,7 @@ class cZip : public LibraryEvents {
     // Deletes the matching entries. Raises the errors of Zip.
     void Delete();
     const ZipResult &LastResult() const { return m_tLastResult; }
+    void ClearResult() { m_tLastResult = {}; }
     // The files that the last Zip packed or found unchanged, with the version of each that the
     // archive contains. The first call after a Zip takes them; none after a failure, or if the
     // library does not report them.
@@ -104,6 +132,7 @@ class cZip : public LibraryEvents {
     QString m_sBasePath;
     QStringList m_asSpecs;
     ZPOPT m_tOptions{}; // its texts stay null
+    std::optional<std::vector<EntryVersion>> m_base;
     ZipResult m_tLastResult;
     std::optional<platform::PackedFiles> m_tPacked;
 };

@@ -33,7 +33,7 @@ QString LibraryEvents::onPrint(const char *buffer, std::uint32_t size,
     attempt([&] { message = marshalling::text(buffer, size); });
     // Not converted: its paths are shown to the user in the system's form.
     attempt([&] { lastMessage = message.trimmed(); });
-    const QString written = message;
+    QString written = message;
     attempt([&] { marshalling::SlashesToBackslashes(message); });
     attempt([&] { RaiseProgress(message); });
     return written;

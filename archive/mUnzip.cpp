@@ -29,13 +29,19 @@ void fillTable(marshalling::NameTable &table, std::int32_t count, const QStringL
     table.put(count, {});
 }
 
-// A library of the same name may lack this function.
+// A library of the same name may lack this function and the next one.
 std::int32_t missingCount(std::int32_t code) {
-    try {
-        return library().function<decltype(&UzpMissingCount)>("UzpMissingCount")();
-    } catch (const platform::RuntimeError &) {
-        return code == 0 ? 0 : 1;
-    }
+    const auto count = library().functionIfThere<decltype(&UzpMissingCount)>("UzpMissingCount");
+    if (count != nullptr)
+        return count();
+    return code == 0 ? 0 : 1;
+}
+
+// Returns whether the library reports what it extracts.
+bool reportExtractedTo(VL2UZIP_EXTRACTED callback) {
+    const auto report =
+        library().functionIfThere<decltype(&UzpReportExtracted)>("UzpReportExtracted");
+    return report != nullptr && report(callback) == 1 && callback != nullptr;
 }
 
 } // namespace
@@ -46,6 +52,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
     oUnzip.m_lLastCode = -1;
     oUnzip.m_lMissing = 1;
     oUnzip.m_sLastMessage.clear();
+    oUnzip.m_atExtracted.reset();
     try {
         m_cCurrentUnzip = &oUnzip;
 
@@ -68,6 +75,9 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
         options.lpszZipFN = zipFile.data();
         options.lpszExtractDir = folder.data();
 
+        const bool extracts = tOptions.nvflag == 0 && tOptions.ntflag == 0;
+        if (reportExtractedTo(extracts ? OnUnzipExtracted : nullptr))
+            oUnzip.m_atExtracted.emplace().reserve(oUnzip.m_atEntries.size());
         oUnzip.m_bPasswordCancelled = false;
         oUnzip.m_lLastCode = library().function<decltype(&Wiz_SingleEntryUnzip)>(
             "Wiz_SingleEntryUnzip")(lIncludeCount, include.table(), lExcludeCount, exclude.table(),
@@ -162,6 +172,29 @@ std::int32_t mUnzip::OnUnzipPassword(char *p, std::int32_t n, char * /*m*/,
                                      char * /*name*/) noexcept {
     callIdleHandler();
     return m_cCurrentUnzip == nullptr ? 1 : m_cCurrentUnzip->onPassword(p, n);
+}
+
+// Without the idle handler, which OnUnzipService calls for the same entry.
+void mUnzip::OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept {
+    attempt([&] {
+        if (m_cCurrentUnzip == nullptr || !m_cCurrentUnzip->m_atExtracted)
+            return;
+        WorkRecord::Entry known;
+        known.path = entry->path;
+        known.size = entry->size;
+        known.crc = entry->crc;
+        known.dosTime = entry->time;
+        known.written = entry->written != 0;
+        if (known.written) {
+            known.file.kind = platform::FileInfo::Kind::File;
+            known.file.size = entry->fileSize;
+            known.file.modified = entry->modified;
+            known.file.changed = entry->changed;
+            known.file.device = entry->device;
+            known.file.id = entry->id;
+        }
+        m_cCurrentUnzip->m_atExtracted->push_back(std::move(known));
+    });
 }
 
 std::int32_t mUnzip::OnUnzipService(char *filename, std::uint32_t size) noexcept {

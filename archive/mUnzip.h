@@ -42,5 +42,6 @@ class mUnzip {
                              std::int32_t mo, std::int32_t dy, std::int32_t yr, std::int32_t hh,
                              std::int32_t mm, char c, char *filename, char *methbuf,
                              std::uint32_t crc, char fCrypt) noexcept;
+    static void OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept;
     static std::int32_t OnUnzipService(char *filename, std::uint32_t size) noexcept;
 };

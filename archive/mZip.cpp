@@ -5,8 +5,12 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/library.h"
+#include "storage/storage.h"
 
 #include <QFileInfo>
+
+#include <new>
+#include <utility>
 
 using marshalling::attempt;
 using platform::ErrorNumber;
@@ -28,16 +32,19 @@ void requireFolder(const QString &path) {
         platform::raise(ErrorNumber::PathNotFound);
 }
 
-// Returns false if the library lacks this function.
-bool reportPackedTo(VL2ZIP_PACKED callback) {
-    try {
-        library().function<decltype(&ZpReportPacked)>("ZpReportPacked")(callback);
-        return true;
-    } catch (const platform::RuntimeError &error) {
-        if (error.number() != ErrorNumber::EntryPointNotFound)
-            throw;
-        return false;
+// Sets what the archive held at the extraction, or none.
+void setBase(const std::optional<std::vector<EntryVersion>> &base, VL2ZIP_CONFLICT onConflict) {
+    std::vector<ZPVERSION> versions;
+    if (base) {
+        versions.reserve(base->size() + 1); // not null, even if the archive held nothing
+        for (const EntryVersion &entry : *base)
+            versions.push_back({entry.path.c_str(), entry.size, entry.crc});
     }
+    const auto set = library().functionIfThere<decltype(&ZpSetBase)>("ZpSetBase");
+    const auto count = static_cast<std::uint32_t>(versions.size());
+    // Without its base, a save could replace newer entries.
+    if (set != nullptr && set(base ? versions.data() : nullptr, count, onConflict) == 0)
+        throw std::bad_alloc();
 }
 
 } // namespace
@@ -46,7 +53,8 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
                                   std::int32_t lSpecCount) {
     m_cCurrentZip = &oZip;
     oZip.m_bPasswordCancelled = false;
-    oZip.m_tLastResult = {-1, {}, {}};
+    oZip.m_tLastResult = {};
+    oZip.m_tLastResult.code = -1;
     oZip.m_tPacked.reset();
 
     requireFolder(oZip.m_sBasePath);
@@ -63,8 +71,12 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
     options.szRootDir = rootDir.data();
     library().function<decltype(&ZpSetOptions)>("ZpSetOptions")(&options);
 
-    if (reportPackedTo(OnZipPacked))
+    if (const auto report =
+            library().functionIfThere<decltype(&ZpReportPacked)>("ZpReportPacked")) {
+        report(OnZipPacked);
         oZip.m_tPacked.emplace();
+    }
+    setBase(oZip.m_base, OnZipConflict);
 
     marshalling::NameTable names;
     for (std::int32_t index = 0; index < lSpecCount; ++index)
@@ -77,6 +89,9 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
     command.lpszZipFN = zipFile.data();
     command.FNV = names.table();
     oZip.m_tLastResult.code = library().function<decltype(&ZpArchive)>("ZpArchive")(command);
+    // Releases the memory, and the next call must not use it.
+    oZip.m_base.reset();
+    setBase(oZip.m_base, nullptr);
     if (!oZip.m_tLastResult.ok())
         oZip.m_tPacked.reset();
     return oZip.m_tLastResult.code;
@@ -125,5 +140,24 @@ void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
         seen.modified = file->modified;
         seen.changed = file->changed;
         m_cCurrentZip->m_tPacked->add(QString::fromUtf8(file->path), seen, file->crc, file->began);
+        const SavedFile::Outcome outcome{file->outcome};
+        if (outcome == SavedFile::Outcome::Same)
+            return;
+        SavedFile saved;
+        saved.path = file->path;
+        saved.size = file->size;
+        saved.crc = file->crc;
+        saved.written = true;
+        saved.file = seen;
+        saved.outcome = outcome;
+        m_cCurrentZip->m_tLastResult.saved.push_back(std::move(saved));
+    });
+}
+
+void mZip::OnZipConflict(const ZPVERSION *entry) noexcept {
+    attempt([&] {
+        if (m_cCurrentZip != nullptr)
+            m_cCurrentZip->m_tLastResult.conflicts.push_back(
+                {entry->path, entry->size, entry->crc});
     });
 }

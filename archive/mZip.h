@@ -25,4 +25,5 @@ class mZip {
     static char *OnZipComment(char *comment) noexcept;
     static std::int32_t OnZipService(char *filename, std::uint32_t size) noexcept;
     static void OnZipPacked(const ZPPACKED *file) noexcept;
+    static void OnZipConflict(const ZPVERSION *entry) noexcept;
 };

@@ -154,3 +154,15 @@ class Game:
             self.environment.orvel("clean", self.archive, "{}/tree", prepare=prepare),
             Candidate("rm -r", lambda f: ["rm", "-r", f + "/tree"], prepare))
         self.figures.share("clean up the game-like work folder", ours, peer, None)
+
+        def prepare_cancel(folder):
+            prepare(folder)
+            sh(self.environment.tool, "record", self.archive, folder + "/tree")
+            change_one(folder + "/tree")
+
+        cancelled, cleaned = self.compare(
+            self.environment.orvel("cancel", self.archive, "{}/tree", prepare=prepare_cancel),
+            Candidate("clean-up", lambda f: [self.environment.tool, "clean", self.archive,
+                                             f + "/tree"], prepare_cancel))
+        self.figures.share("cancel, one file changed, which goes to the trash", cancelled, cleaned,
+                           1.2)

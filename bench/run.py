@@ -8,8 +8,7 @@ Prints a table of ratios, each from one run on this machine. --write also writes
 keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
 5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
 rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
-scripts,
-growth, clean.
+scripts, growth, clean.
 """
 
 import argparse
@@ -22,11 +21,11 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from commands import Commands  # noqa: E402
 from environment import Environment  # noqa: E402
-from game import Game  # noqa: E402
+from game import CHANGED, Game  # noqa: E402
 import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
-from window import picking  # noqa: E402
+from window import looking, picking  # noqa: E402
 
 PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean")
 
@@ -49,6 +48,7 @@ def measure(environment, figures, options):
         game.listing()
     if "window" in parts:
         picking(environment, figures, game.many)
+        looking(environment, figures, game.archive, CHANGED)
     if "extraction" in parts:
         game.extraction()
     if "saving" in parts:

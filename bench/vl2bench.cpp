@@ -1,12 +1,14 @@
 // Runs one operation on an archive and prints its time, sync time and peak memory as JSON. Each
 // operation is a process of its own, so that it can be timed like other tools.
 
+#include "archive/workRecord.h"
 #include "bench/syncClock.h"
 #include "bench/treeReader.h"
 #include "platform/workFolderCleaner.h"
 #include "ziplib/vl2uzip.h"
 #include "ziplib/vl2zip.h"
 
+#include <QFileInfo>
 #include <QString>
 
 #include <algorithm>
@@ -23,6 +25,7 @@ namespace {
 
 struct Listing {
     std::vector<std::string> names;
+    std::vector<std::uint32_t> crcs;
     std::string lastMessage;
 };
 
@@ -39,8 +42,9 @@ std::int32_t storeMessage(char *buffer, std::uint32_t size) {
 
 void storeEntry(std::uint32_t, std::uint32_t, std::int32_t, std::int32_t, std::int32_t,
                 std::int32_t, std::int32_t, std::int32_t, char, char *filename, char *,
-                std::uint32_t, char) {
+                std::uint32_t crc, char) {
     listing().names.emplace_back(filename);
+    listing().crcs.push_back(crc);
 }
 
 std::int32_t continueWork(char *, std::uint32_t) {
@@ -77,13 +81,44 @@ std::int32_t save(std::string archive, std::string folder) {
     return ZpArchive(call);
 }
 
+// Writes the record of a work folder as an extraction does.
+std::int32_t record(const std::string &archive, const std::string &folder) {
+    const std::int32_t code = unzip(archive, "", true);
+    const QFileInfo path(QString::fromStdString(folder));
+    platform::Folder top;
+    platform::FileInfo now;
+    const auto seen = WorkRecord::archiveAt(QString::fromStdString(archive));
+    if (code > 1 || !seen || !top.open(folder).ok() || !top.newFileInfo(now).ok())
+        return 1;
+    WorkRecord made(*seen, now);
+    for (std::size_t i = 0; i < listing().names.size(); ++i) {
+        WorkRecord::Entry entry;
+        platform::InputFile file;
+        entry.path = listing().names[i];
+        entry.crc = listing().crcs[i];
+        entry.written = file.open(platform::Location{folder, entry.path}, entry.file).ok();
+        entry.size = entry.file.size;
+        made.put(std::move(entry));
+    }
+    return made.write(path.absolutePath(), path.fileName()).ok() ? 0 : 1;
+}
+
 // The clean-up in the program's order: listed files, other files in the folders, the folders from
-// the deepest up, the work folder.
-std::int32_t clean(const std::string &archive, const std::string &folder) {
+// the deepest up, the work folder. `cancels`: files that the record does not know go to the trash.
+std::int32_t clean(const std::string &archive, const std::string &folder, bool cancels) {
     const std::int32_t code = unzip(archive, "", true);
     if (code > 1)
         return code;
     platform::WorkFolderCleaner cleaner(QString::fromStdString(folder));
+    const QFileInfo place(QString::fromStdString(folder));
+    platform::PackedFiles known;
+    if (cancels) {
+        const auto read = WorkRecord::read(place.absolutePath(), place.fileName());
+        if (!read)
+            return 1;
+        known = read->knownFiles();
+        cleaner.trashOthers(known);
+    }
     std::set<std::string, std::greater<>> folders; // subfolders first
     for (const std::string &name : listing().names) {
         for (std::size_t cut = name.rfind('/'); cut != std::string::npos && cut > 0;
@@ -98,7 +133,10 @@ std::int32_t clean(const std::string &archive, const std::string &folder) {
         cleaner.removeFolder(QString::fromStdString(path));
     }
     cleaner.deleteFilesIn(QString());
-    return cleaner.removeFolder(QString()) ? 0 : 1;
+    const bool removed = cleaner.removeFolder(QString());
+    if (cancels)
+        WorkRecord::remove(place.absolutePath(), place.fileName());
+    return removed ? 0 : 1;
 }
 
 // Peak memory of this process; getrusage would include the parent's before exec.
@@ -113,7 +151,8 @@ long peakKib() {
 
 int usage() {
     std::fputs("usage: vl2bench list ARCHIVE | extract ARCHIVE FOLDER | save ARCHIVE FOLDER |\n"
-               "                clean ARCHIVE FOLDER | read FOLDER\n",
+               "                clean ARCHIVE FOLDER | cancel ARCHIVE FOLDER |\n"
+               "                record ARCHIVE FOLDER | read FOLDER\n",
                stderr);
     return 64;
 }
@@ -134,8 +173,10 @@ int main(int argc, char **argv) {
         code = unzip(argv[2], argv[3], false);
     } else if (verb == "save" && argc == 4) {
         code = save(argv[2], argv[3]);
-    } else if (verb == "clean" && argc == 4) {
-        code = clean(argv[2], argv[3]);
+    } else if (verb == "record" && argc == 4) {
+        code = record(argv[2], argv[3]);
+    } else if ((verb == "clean" || verb == "cancel") && argc == 4) {
+        code = clean(argv[2], argv[3], verb == "cancel");
         count = listing().names.size();
     } else if (verb == "read" && argc == 3) {
         count = bench::readTree(argv[2], std::max(1U, std::thread::hardware_concurrency())).files;

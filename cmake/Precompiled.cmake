@@ -1,6 +1,5 @@
-# Compiles the headers that most sources of a kind include once for each kind. Sources include what they
-# use all the same: the presets clang and windows
-# build without precompiled headers.
+# Compiles the headers that most sources of a kind include once for each kind. Sources still include
+# all headers that they use: the presets clang and windows build without precompiled headers.
 set(standard_headers
   <algorithm> <array> <chrono> <cstddef> <cstdint> <cstring> <functional> <limits> <memory> <mutex>
   <optional> <string> <string_view> <utility> <vector>)

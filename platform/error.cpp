@@ -2,10 +2,9 @@
 
 namespace platform {
 
-RuntimeError::RuntimeError(ErrorNumber number, const QString &description, const QString &source)
-    : m_number(number), m_description(description), m_source(source),
-      m_what(description.toStdString()) {}
+namespace {
 
+// The usual text for a number ("Subscript out of range" for 9).
 QString describe(ErrorNumber number) {
     switch (number) {
     case ErrorNumber::IllegalProcedureCall:
@@ -34,6 +33,23 @@ QString describe(ErrorNumber number) {
         return QStringLiteral("Specified DLL function not found");
     }
     return QStringLiteral("Application-defined or object-defined error");
+}
+
+} // namespace
+
+RuntimeError::RuntimeError(ErrorNumber number, const QString &description, const QString &source)
+    : m_number(number), m_description(description), m_source(source),
+      m_what(description.toStdString()) {}
+
+ErrorNumber errorNumberOf(const Status &status, ErrorNumber missing) {
+    switch (status.kind) {
+    case Failure::NotFound:
+        return missing;
+    case Failure::Busy:
+        return ErrorNumber::PermissionDenied;
+    default:
+        return ErrorNumber::PathFileAccess;
+    }
 }
 
 void raise(ErrorNumber number, const QString &subject) {

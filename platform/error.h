@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/status.h"
+
 #include <QString>
 
 #include <exception>
@@ -42,8 +44,8 @@ class RuntimeError : public std::exception {
     std::string m_what;
 };
 
-// The usual text for a number ("Subscript out of range" for 9).
-QString describe(ErrorNumber number);
+// The number for a failed operation on a file or folder; `missing` if it does not exist.
+ErrorNumber errorNumberOf(const Status &status, ErrorNumber missing = ErrorNumber::FileNotFound);
 
 // Raises the error with its usual text and a subject ("File not found: vl2uzip").
 [[noreturn]] void raise(ErrorNumber number, const QString &subject = {});

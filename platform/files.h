@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/storage.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -11,15 +13,10 @@
 // that starts with a dot is an ordinary file.
 namespace platform {
 
-// The attribute bits of DOS.
-enum Attribute : int {
-    AttributeNormal = 0,
-    AttributeReadOnly = 1,
-    AttributeHidden = 2,
-    AttributeSystem = 4,
-    AttributeDirectory = 16,
-    AttributeArchive = 32,
-};
+// Whether a character separates the components of a path.
+inline bool isSeparator(QChar c) {
+    return c == u'\\' || c == u'/';
+}
 
 // The path in the system's form, for libraries, processes and Qt. A component that does not exist
 // stays as it is.
@@ -33,8 +30,8 @@ std::string storagePath(const QString &path);
 qsizetype rootLength(const QString &path);
 
 // The first name that matches a path whose last component may contain wildcards (* and ?), or "".
-// Read-only and archive files always match; hidden, system and directory entries only if `mask`
-// contains their bit. Raises 52, 68 or 76 for a path that cannot be searched.
+// Read-only and archive files always match; hidden and system files and folders only if `mask`
+// contains their DOS attribute bit. Raises 52, 68 or 76 for a path that cannot be searched.
 QString findFirst(const QString &pattern, int mask);
 
 // The stored name of the last component of a path (a file or a folder, also a hidden or system
@@ -45,14 +42,12 @@ QString storedName(const QString &path);
 // case-insensitively. Raises 76 if the folder cannot be read.
 QStringList listFiles(const QString &folder, const QString &pattern);
 
-// Makes one folder. Raises 75 if it exists or cannot be made, 76 if the parent is missing.
+// Makes one folder. Raises 70 or 75 if it exists or cannot be made, 76 if the parent is missing.
 void makeFolder(const QString &path);
 
-// Removes one empty folder. Raises 75 if it is not empty or cannot be removed, 76 if it is missing.
+// Removes one empty folder. Raises 70 or 75 if it is not empty or cannot be removed, 76 if it is
+// missing.
 void removeFolder(const QString &path);
-
-// Attribute bits of a file or folder. Raises 53 if it is missing.
-int attributes(const QString &path);
 
 // Copies a file with its time, attributes and mode, replacing the target as a whole; a link is
 // written through. A copy that fails leaves the target as it was. Raises 53, 70, 75 or 76.
@@ -66,6 +61,9 @@ void surviveLargeWrites();
 // executable's folder if it is writable and does not belong to the system, else orvel in the user's
 // data folder.
 QString programFolder();
+
+// Whether other programs can rename and remove a folder while it is watched for changes.
+bool canWatchFolders();
 
 // The system's Windows folder without a trailing separator, or "" if there is none or its path is
 // longer than `limit` characters. On POSIX: the program's folder that contains the text editor's

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/error.h"
+
 #include <QString>
 
 namespace platform {
@@ -16,6 +18,18 @@ class Library {
     template<typename Function>
     Function function(const char *symbol) {
         return reinterpret_cast<Function>(resolve(symbol));
+    }
+
+    // The same; null if the library has no such function.
+    template<typename Function>
+    Function functionIfThere(const char *symbol) {
+        try {
+            return function<Function>(symbol);
+        } catch (const RuntimeError &error) {
+            if (error.number() != ErrorNumber::EntryPointNotFound)
+                throw;
+            return nullptr;
+        }
     }
 
     // Makes every Library use this folder only; "" resets that. For tests.

@@ -73,7 +73,7 @@ void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc,
     std::uint64_t key = keyOf(path);
     while (m_files.contains(key))
         ++key;
-    m_files.insert(key, {versionOf(seen), seen.size, crc, seen.changed < began});
+    m_files.insert(key, {versionOf(seen), seen.size, crc, timesProve(seen, began)});
     m_began = std::max(m_began, began);
 }
 

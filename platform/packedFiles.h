@@ -21,6 +21,12 @@ class PackedFiles {
     static constexpr std::uint64_t kAnySize = UINT64_MAX;
     void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began);
 
+    // Whether every change since then shows in identity, size and times of a file that was read in
+    // the version `seen`. `began` as in add().
+    static bool timesProve(const FileInfo &seen, std::int64_t began) {
+        return seen.changed < began;
+    }
+
     // Whether the disk's clock has not been set back since the files were read. If it has, a later
     // change may get an earlier time stamp.
     bool isClockRunning(const Folder &workFolder) const;

@@ -2,9 +2,11 @@
 
 #include "platform/error.h"
 #include "platform/files.h"
+#include "platform/storedNames.h"
+#include "platform/trash.h"
 #include "storage/folderCache.h"
+#include "storage/pathText.h"
 
-#include <QHash>
 #include <QStringList>
 
 #include <algorithm>
@@ -18,12 +20,6 @@ namespace {
 
 bool isUsableName(QStringView name) {
     return !name.isEmpty() && name != u"." && name != u".." && !name.contains(QChar(u'\0'));
-}
-
-QString withoutTrailingBlanks(QString name) {
-    while (name.endsWith(u' '))
-        name.chop(1);
-    return name;
 }
 
 // A folder's path as FolderCache takes it; nothing if it leads out of the work folder.
@@ -63,41 +59,28 @@ class WorkFolders : public FolderCache {
             status = step(trimmed.toStdString());
         if (!status.is(Failure::NotFound))
             return status;
-        const std::string stored = otherSpelling(folder, path, name, trimmed);
+        const std::string stored = otherSpelling(folder, path, name);
         return stored.empty() ? notFound(name) : step(stored);
     }
 
   protected:
     Status openFolder(const Folder &parent, const std::string &path, const std::string &name,
                       OpenFolder &opened) override {
-        const std::string above = path.substr(0, path.size() - name.size());
         return tryNames(
-            parent, above.substr(0, above.rfind('/')), QString::fromStdString(name),
+            parent, std::string(folderOf(path)), QString::fromStdString(name),
             [&](const std::string &tried) { return parent.openFolder(tried, opened.folder); });
     }
 
   private:
-    // The first stored name, in order of bytes, by its case-folded text.
-    using Spellings = QHash<QString, std::string>;
-
     // Lists a folder at its first use only: thousands of missing files need one listing.
-    std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name,
-                              const QString &trimmed) {
-        const auto [known, isNew] = m_spellings.try_emplace(path);
-        Spellings &spellings = known->second;
-        std::vector<FolderItem> items;
-        if (isNew && folder.list(items).ok()) {
-            for (FolderItem &item : items) {
-                std::string &kept = spellings[QString::fromStdString(item.name).toCaseFolded()];
-                if (kept.empty() || item.name < kept)
-                    kept = std::move(item.name);
-            }
-        }
-        const std::string found = spellings.value(name.toCaseFolded());
-        return found.empty() ? spellings.value(trimmed.toCaseFolded()) : found;
+    std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name) {
+        const auto [known, isNew] = m_names.try_emplace(path);
+        if (isNew)
+            static_cast<void>(known->second.read(folder));
+        return known->second.find(name);
     }
 
-    std::unordered_map<std::string, Spellings> m_spellings; // by the folder's path
+    std::unordered_map<std::string, StoredNames> m_names; // by the folder's path
 };
 
 } // namespace
@@ -134,14 +117,30 @@ struct WorkFolderCleaner::State {
     }
 
     // Deletes a file of an open folder; `file` is its path below the work folder.
-    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) const {
+    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) {
         if (packed == nullptr)
             return folder.removeFile(name);
-        return folder.removeFileIf(name, keepsInfo,
-                                   [&](const FileInfo &info, const OpenInput &open) {
-                                       return info.kind == FileInfo::Kind::File &&
-                                              packed->hold(file, info, timesTell, open);
-                                   });
+        bool isEdited = false;
+        Status status =
+            folder.removeFileIf(name, keepsInfo, [&](const FileInfo &info, const OpenInput &open) {
+                const bool isFile = info.kind == FileInfo::Kind::File;
+                const bool isHeld = isFile && packed->hold(file, info, timesTell, open);
+                isEdited = isFile && !isHeld;
+                return isHeld;
+            });
+        if (!trashes || status.ok() || status.is(Failure::NotFound))
+            return status;
+        QString shown = file.toString().replace(u'\\', u'/');
+        if (shown.startsWith(u'/'))
+            shown.remove(0, 1);
+        if (isEdited && moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
+            trashed.append(shown);
+            return {};
+        }
+        status = folder.removeFile(name);
+        if (isEdited && status.ok())
+            deleted.append(shown);
+        return status;
     }
 
     QString workFolder;
@@ -151,6 +150,9 @@ struct WorkFolderCleaner::State {
     const PackedFiles *packed = nullptr;
     bool timesTell = false; // the disk's clock has not been set back since the save
     bool keepsInfo = false; // the system caches file information for a while
+    bool trashes = false;   // what `packed` does not hold; else it stays
+    QStringList trashed;
+    QStringList deleted;
 };
 
 WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
@@ -164,6 +166,19 @@ void WorkFolderCleaner::deleteOnly(const PackedFiles &packed) {
     const bool isOpen = m_state->folders->get({}, root).ok();
     m_state->timesTell = isOpen && packed.isClockRunning(root->folder);
     m_state->keepsInfo = isOpen && root->folder.keepsInfo();
+}
+
+void WorkFolderCleaner::trashOthers(const PackedFiles &packed) {
+    deleteOnly(packed);
+    m_state->trashes = true;
+}
+
+const QStringList &WorkFolderCleaner::trashed() const {
+    return m_state->trashed;
+}
+
+const QStringList &WorkFolderCleaner::deleted() const {
+    return m_state->deleted;
 }
 
 bool WorkFolderCleaner::clearAttributes(const QString &file) {

@@ -3,6 +3,7 @@
 #include "platform/packedFiles.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -22,6 +23,12 @@ class WorkFolderCleaner {
     // From now on deletes only files that an archive holds, a link if it holds the link's target.
     // For all others the result is false. `packed` must outlive this.
     void deleteOnly(const PackedFiles &packed);
+    // From now on moves files that an archive does not hold to the desktop's trash; where there is
+    // none for this disk, deletes them. `packed` must outlive this.
+    void trashOthers(const PackedFiles &packed);
+    // The files that were moved to the trash, and those that should have been but were deleted.
+    const QStringList &trashed() const;
+    const QStringList &deleted() const;
 
     // Clears read-only, hidden, system and archive of one file.
     bool clearAttributes(const QString &file);

@@ -1,3 +1,4 @@
+#include "storage/pathText.h"
 #include "storage/storage.h"
 
 #include <utility>
@@ -6,12 +7,11 @@
 namespace platform {
 
 std::string Location::path() const {
-    if (below.empty())
-        return folder;
-    std::string whole = folder;
-    if (!whole.empty() && whole.back() != '/' && whole.back() != '\\')
-        whole += '/';
-    return whole + below;
+    return below.empty() ? folder : joinPath(folder, below);
+}
+
+std::string Folder::pathOf(const std::string &name) const {
+    return joinPath(m_path, name);
 }
 
 Folder::Folder(Folder &&other) noexcept
@@ -46,7 +46,7 @@ Status Folder::openSame(const std::string &name, Links links, const FileInfo &in
     FileInfo found;
     Status status = openFile(name, file, links, found);
     if (status.ok() && !sameFile(found, info))
-        return {Failure::Busy, pathOf(name) + " was replaced meanwhile", pathOf(name)};
+        return {Failure::Busy, pathOf(name) + " was replaced by another program", pathOf(name)};
     return status;
 }
 

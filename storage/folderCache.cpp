@@ -1,5 +1,8 @@
 #include "storage/folderCache.h"
 
+#include "storage/pathText.h"
+#include "storage/utf8.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -8,12 +11,10 @@ namespace platform {
 namespace {
 
 bool samePath(std::string_view a, std::string_view b) {
-    const auto folded = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    };
-    return a == b || (namesIgnoreCase() &&
-                      std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                                 [&](char x, char y) { return folded(x) == folded(y); }));
+    return a == b ||
+           (namesIgnoreCase() && std::equal(
+                                     a.begin(), a.end(), b.begin(), b.end(),
+                                     [](char x, char y) { return foldAscii(x) == foldAscii(y); }));
 }
 
 } // namespace
@@ -49,16 +50,13 @@ Status FolderCache::find(std::string_view path, std::shared_ptr<const OpenFolder
         folder = known->folder;
         return {};
     }
-    const std::size_t slash = path.rfind('/');
-    const bool direct = slash == std::string_view::npos;
     std::shared_ptr<const OpenFolder> parent;
-    if (Status status = find(direct ? std::string_view() : path.substr(0, slash), parent);
-        !status.ok())
+    if (Status status = find(folderOf(path), parent); !status.ok())
         return status;
     auto opened = std::make_shared<OpenFolder>();
     const std::string whole(path);
     if (Status status =
-            openFolder(parent->folder, whole, direct ? whole : whole.substr(slash + 1), *opened);
+            openFolder(parent->folder, whole, std::string(lastComponent(path)), *opened);
         !status.ok())
         return status;
     folder = std::move(opened);

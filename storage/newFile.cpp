@@ -1,5 +1,7 @@
+#include "storage/pathText.h"
 #include "storage/storage.h"
 #include "storage/temporary.h"
+#include "storage/utf8.h"
 
 #include <atomic>
 #include <cstdint>
@@ -17,6 +19,8 @@ constexpr std::string_view kEnd = ".part";
 // File systems allow names of 255 bytes or characters, including the suffix.
 constexpr std::size_t kLongName = 200;
 constexpr int kMostKept = 1000;
+// The least number of digits in a name that a client gives to a deleted file.
+constexpr std::size_t kClientDigits = 16;
 
 std::string reservedName(std::uint64_t number) {
     char digits[20];
@@ -25,15 +29,24 @@ std::string reservedName(std::uint64_t number) {
     return std::string(kStart) + digits + std::string(kEnd);
 }
 
+bool isHex(std::string_view text) {
+    return text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
 } // namespace
 
 bool isTemporaryName(std::string_view name) {
     if (name.size() <= kStart.size() + kEnd.size() || name.substr(0, kStart.size()) != kStart ||
         name.substr(name.size() - kEnd.size()) != kEnd)
         return false;
-    const std::string_view number =
-        name.substr(kStart.size(), name.size() - kStart.size() - kEnd.size());
-    return number.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+    return isHex(name.substr(kStart.size(), name.size() - kStart.size() - kEnd.size()));
+}
+
+bool isNameOfDeleted(std::string_view name) {
+    for (const std::string_view start : {".fuse_hidden", ".nfs"})
+        if (name.size() >= start.size() + kClientDigits && name.substr(0, start.size()) == start)
+            return isHex(name.substr(start.size()));
+    return false;
 }
 
 std::string temporaryName() {
@@ -46,11 +59,9 @@ std::string temporaryName() {
 }
 
 std::string lockFileName(std::string_view name) {
-    std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a
-    for (const char c : name) {
-        const char folded = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        hash = (hash ^ static_cast<unsigned char>(folded)) * 0x100000001B3;
-    }
+    std::uint64_t hash = kHashStart;
+    for (const char c : name)
+        hash = hashStep(hash, foldAscii(c));
     return reservedName(hash);
 }
 

@@ -1,6 +1,7 @@
 #include "storage/safePath.h"
 
 #include "storage/storage.h"
+#include "storage/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -10,14 +11,10 @@ namespace platform {
 
 namespace {
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
 bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
     return text.size() == lowerCase.size() && std::equal(
                                                   text.begin(), text.end(), lowerCase.begin(),
-                                                  [](char a, char b) { return lower(a) == b; });
+                                                  [](char a, char b) { return foldAscii(a) == b; });
 }
 
 // Limits that every system supports, and that leave room for the path of the folder: a file that

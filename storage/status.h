@@ -28,6 +28,7 @@ enum class Failure {
     CannotCreate,
     CannotWrite,
     NothingMatched, // nothing has a given name
+    Conflict,       // changed by others too, in another way
     NothingToDo     // everything is in the wanted state already
 };
 

@@ -18,9 +18,11 @@ namespace platform {
 // DOS attribute bits. Read-only is a file without write permission; hidden and system are stored in
 // the form of the system. Systems set archive by themselves: it is stored only with another
 // attribute and never reported, so that the same edits give the same archive everywhere.
+constexpr std::uint8_t kAttributeNormal = 0;
 constexpr std::uint8_t kAttributeReadOnly = 0x01;
 constexpr std::uint8_t kAttributeHidden = 0x02;
 constexpr std::uint8_t kAttributeSystem = 0x04;
+constexpr std::uint8_t kAttributeFolder = 0x10;
 constexpr std::uint8_t kAttributeArchive = 0x20;
 
 struct FileInfo {
@@ -176,9 +178,9 @@ class Folder {
     std::string m_path;
 };
 
-// An exclusive lock on a name of a folder, independent of the file of that name. If a lock on the
-// file itself is sufficient, because a rename can safely replace an open file on this disk, this
-// lock is not taken. A disk without locks supports neither.
+// An exclusive lock on a name of a folder, independent of the file of that name: a lock file. The
+// system releases it when the process ends. A disk without locks supports none, and in a folder
+// without write permission nothing is locked: then nothing is held, without an error.
 class NameLock {
   public:
     NameLock() = default;
@@ -186,14 +188,27 @@ class NameLock {
     NameLock(const NameLock &) = delete;
     NameLock &operator=(const NameLock &) = delete;
 
-    // Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that. In a folder
-    // without write permission nothing can be replaced and nothing is locked. `folder` must outlive
-    // the lock.
+    // The lock of a program that replaces the file of that name. If a lock on the file itself is
+    // sufficient, because a rename can safely replace an open file on this disk, this lock is not
+    // taken. Waits up to `wait`, calling `keepGoing` at least every 40 ms; Busy after that.
+    // `folder` must outlive the lock.
     Status take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
                 const KeepGoing &keepGoing = {});
+    // The lock of a program that works on what the name stands for, on every disk, without waiting.
+    // `note` says who holds it. If another program holds it, the result is Busy and `holder` its
+    // note, or "" if unknown. `folder` must outlive the lock.
+    Status hold(const Folder &folder, const std::string &name, const std::string &note,
+                std::string &holder);
+    bool isHeld() const { return m_file.isOpen(); }
     void release();
 
   private:
+    // Whether others may read the lock file.
+    enum class Content { Empty, Note };
+    Status acquire(const Folder &folder, const std::string &name, Content content,
+                   std::chrono::milliseconds wait, const KeepGoing &keepGoing);
+    void writeNote(const std::string &note);
+
     const Folder *m_folder = nullptr;
     std::string m_lockFile;
     InputFile m_file;
@@ -201,6 +216,9 @@ class NameLock {
 
 // True for the reserved names of temporaries: ".orvel-<hex>.part". No other file has such a name.
 bool isTemporaryName(std::string_view name);
+// True for the names that clients of FUSE and NFS give to a deleted file as long as a program has
+// it open: ".fuse_hidden<hex>", ".nfs<hex>". The client deletes it when it is closed.
+bool isNameOfDeleted(std::string_view name);
 
 // A file that is written without a name, or under a reserved one, and renamed once it is complete.
 // Without a commit nothing of it is left.
@@ -245,10 +263,12 @@ class NewFile {
     // Gives the file its name and closes it. Exists if there is a file of that name and it is not
     // to be replaced; WrongKind if it is a folder. A failed commit leaves nothing behind.
     // `replaced` is the replaced file if the caller has it open: it is closed if the disk cannot
-    // safely replace an open file. Exists as well if another file has been put in its location. If
+    // safely replace an open file. Exists as well if another file has taken its name. If
     // the disk has lost the replaced file and refuses the rename, the new file is kept beside it,
-    // under the name in the message.
-    Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr);
+    // under the name in the message. `named` receives the information on the file under its name,
+    // or none of the kind File if unavailable.
+    Status commit(const std::string &name, Replace replace, InputFile *replaced = nullptr,
+                  FileInfo *named = nullptr);
     void discard();
 
   private:
@@ -270,6 +290,12 @@ class NewFile {
 // of the folder above if root makes it, on systems with such permissions.
 enum class Permissions { Default, Private };
 Status makeFolders(const std::string &path, Permissions permissions = Permissions::Default);
+// Makes one folder.
+Status makeOneFolder(const std::string &path);
+// Removes an empty folder.
+Status removeOneFolder(const std::string &path);
+// Read-only, hidden, system and folder of what a path leads to.
+Status attributesOf(const std::string &path, std::uint8_t &attributes);
 // Resolves links: the folder's real path and the file's name in it. The file need not exist, its
 // folder must.
 Status resolvePath(const std::string &path, std::string &folder, std::string &name);

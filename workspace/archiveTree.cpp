@@ -1,6 +1,9 @@
 #include "workspace/archiveTree.h"
 
 #include "workspace/fileTypes.h"
+#include "workspace/reasons.h"
+
+#include <QFont>
 
 #include <algorithm>
 #include <utility>
@@ -54,6 +57,8 @@ void ArchiveTree::Clear() {
     m_nodes = {};
     m_folders.clear();
     m_children.clear();
+    m_changes = {};
+    m_changedFolders.clear();
     endResetModel();
 }
 
@@ -66,6 +71,8 @@ void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
     m_nodes = std::move(arranged.m_nodes);
     m_folders = std::move(arranged.m_folders);
     m_children = std::move(arranged.m_children);
+    m_changes = {};
+    m_changedFolders.clear();
     endResetModel();
 }
 
@@ -165,8 +172,23 @@ QVariant ArchiveTree::data(const QModelIndex &index, int role) const {
         return text;
     case Qt::DecorationRole:
         return m_image(m_nodes.Image(node));
-    case Qt::ToolTipRole:
-        return folder ? QVariant() : m_tip(m_nodes.Entry(node));
+    case Qt::ToolTipRole: {
+        const QString tip = folder ? QString() : m_tip(m_nodes.Entry(node));
+        const QString change = ChangeText(node);
+        const QString both = tip.isEmpty() || change.isEmpty() ? tip + change : tip + '\n' + change;
+        return both.isEmpty() ? QVariant() : both;
+    }
+    case Qt::AccessibleDescriptionRole: {
+        const QString change = ChangeText(node);
+        return change.isEmpty() ? QVariant() : change;
+    }
+    case Qt::FontRole: {
+        if (ChangeText(node).isEmpty())
+            return {};
+        QFont font;
+        font.setBold(true);
+        return font;
+    }
     case Qt::AccessibleTextRole:
         return folder && text.isEmpty() ? QStringLiteral("(top level)") : text;
     default:
@@ -177,6 +199,44 @@ QVariant ArchiveTree::data(const QModelIndex &index, int role) const {
 QVariant ArchiveTree::headerData(int section, Qt::Orientation orientation, int role) const {
     const bool named = role == Qt::DisplayRole && orientation == Qt::Horizontal && section == 0;
     return named ? QVariant(QStringLiteral("Name")) : QVariant();
+}
+
+void ArchiveTree::SetChanges(Changes changes) {
+    QSet<QString> folders;
+    for (const QString &path : std::as_const(changes.changed))
+        folders.insert(path.left(path.lastIndexOf('\\')));
+    QSet<QString> affected = folders + m_changedFolders;
+    m_changes = std::move(changes);
+    m_changedFolders = std::move(folders);
+    if (m_folders.empty())
+        return;
+    const QList<int> roles{Qt::FontRole, Qt::ToolTipRole, Qt::AccessibleDescriptionRole};
+    for (std::size_t row = 0; row < m_folders.size(); ++row) {
+        const QModelIndex folder = IndexOf(m_folders[row]);
+        if (affected.contains(m_nodes.Text(m_folders[row])) && !m_children[row].empty())
+            Q_EMIT dataChanged(index(0, 0, folder),
+                               index(static_cast<int>(m_children[row].size()) - 1, 0, folder),
+                               roles);
+    }
+    Q_EMIT dataChanged(index(0, 0), index(static_cast<int>(m_folders.size()) - 1, 0), roles);
+}
+
+QString ArchiveTree::ChangeText(int node) const {
+    if (m_changes.changed.isEmpty() && m_changes.added.isEmpty())
+        return {};
+    const QString &text = m_nodes.Text(node);
+    if (!m_nodes.HasChildren(node)) {
+        const bool changed =
+            m_changes.changed.contains(m_nodes.Text(m_nodes.Parent(node)) + '\\' + text);
+        return changed ? QStringLiteral("changed since extraction") : QString();
+    }
+    QStringList lines;
+    if (m_changedFolders.contains(text))
+        lines.append(QStringLiteral("holds files that were changed since extraction"));
+    const QStringList added = m_changes.added.value(text);
+    if (!added.isEmpty())
+        lines.append("New files: " + ShortList(added));
+    return lines.join('\n');
 }
 
 int ArchiveTree::NodeAfter(int node) const {

@@ -3,7 +3,9 @@
 #include <QAbstractItemModel>
 #include <QHash>
 #include <QIcon>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <functional>
@@ -59,6 +61,14 @@ class ArchiveTree : public QAbstractItemModel {
     // Replaces the nodes. Calls `idle` every few thousand steps.
     void Fill(ArchiveNodes nodes, void (*idle)());
 
+    // The changed files by "folder\name", and the names of the new files by folder. Their nodes and
+    // folders are drawn in bold. Replaces the former ones, as do Fill and Clear.
+    struct Changes {
+        QSet<QString> changed;
+        QHash<QString, QStringList> added;
+    };
+    void SetChanges(Changes changes);
+
     const ArchiveNodes &Nodes() const { return m_nodes; }
     // The node of an index, 0 for none, and the reverse.
     int NodeOf(const QModelIndex &index) const;
@@ -81,10 +91,14 @@ class ArchiveTree : public QAbstractItemModel {
 
   private:
     void Arrange(void (*idle)());
+    // What is to be said about a node: "" for most.
+    QString ChangeText(int node) const;
 
     ArchiveNodes m_nodes;
     std::vector<std::int32_t> m_folders;               // folder nodes in display order
     std::vector<std::vector<std::int32_t>> m_children; // by the row of the folder
+    Changes m_changes;
+    QSet<QString> m_changedFolders; // with changed files
     std::function<QIcon(int)> m_image;
     std::function<QString(int)> m_tip;
 };

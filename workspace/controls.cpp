@@ -63,9 +63,26 @@ void StatusLabel::SetText(const QString &text) {
     setText(text);
     setAccessibleName(text);
     const bool fits = fontMetrics().horizontalAdvance(text) <= width();
-    setToolTip(fits ? QString() : platform::plainTip(text));
+    m_note = fits ? QString() : text;
+    Describe();
+}
+
+void StatusLabel::SetNote(const QString &note) {
+    m_note = note;
+    Describe();
+}
+
+void StatusLabel::SetState(const QString &state) {
+    m_state = state;
+    Describe();
+}
+
+void StatusLabel::Describe() {
+    const QString text =
+        m_note.isEmpty() || m_state.isEmpty() ? m_note + m_state : m_note + '\n' + m_state;
+    setToolTip(platform::plainTip(text));
     // If unset, screen readers read the markup of the tool tip.
-    setAccessibleDescription(fits ? QString() : text);
+    setAccessibleDescription(text);
 }
 
 void StatusLabel::paintEvent(QPaintEvent *) {

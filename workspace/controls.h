@@ -55,7 +55,17 @@ class StatusLabel : public QLabel {
   public:
     explicit StatusLabel(QWidget *parent);
     void SetText(const QString &text);
+    // Texts for the tool tip and for screen readers, beside the line's own: a note, which the next
+    // SetText removes, and the state of the work folder, which stays.
+    void SetNote(const QString &note);
+    void SetState(const QString &state);
 
   protected:
     void paintEvent(QPaintEvent *event) override;
+
+  private:
+    void Describe();
+
+    QString m_note;
+    QString m_state;
 };

@@ -50,7 +50,9 @@ frmMain::frmMain()
       filVL2(new FileList(this)), m_tree(new ArchiveTree(
                                       this, [this](int image) { return imgIcons16->Image(image); },
                                       [this](int entry) { return EntryTip(entry); })),
-      m_lines(new ArchiveLines(this)) {
+      m_lines(new ArchiveLines(this)),
+      m_changes(
+          new ChangedFiles(this, [this](const FolderChanges &changes) { ShowChanges(changes); })) {
     setObjectName("frmMain");
     setWindowTitle("Orvel");
     platform::setLayoutFont(this);
@@ -149,28 +151,20 @@ void frmMain::FillArchiveList() {
                                      "Orvel");
     }
     const QStringList files = filVL2->Files();
-    for (const QString &file : files)
-        AddArchive(file);
+    for (const QString &file : files) {
+        const QString name = ProperCase(file.chopped(4));
+        if (name != QLatin1String("Interiors"))
+            drpVL2File->addItem(name, file);
+    }
+    AssignWorkFolders();
     drpVL2File->setCurrentIndex(-1);
 }
 
-void frmMain::AddArchive(const QString &file) {
-    const QString name = ProperCase(file.chopped(4));
-    if (name == QLatin1String("Interiors"))
-        return;
-    // Archives whose names differ only in case have the same `name` here, but must not share a work
-    // folder. Folder names must not end in blanks or dots or be a Windows device name, as in
-    // "Con.old"; the rules are the same on all systems, so that work folders can be moved.
-    QString folder = name;
-    if (platform::isDeviceName(name.toStdString()))
-        folder.insert(name.contains('.') ? name.indexOf('.') : name.size(), '~');
-    while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
-        folder.chop(1);
-    QString unique = folder;
-    for (int n = 2; unique.isEmpty() || drpVL2File->findData(unique, kWorkFolderRole) >= 0; ++n)
-        unique = folder + '~' + QString::number(n);
-    drpVL2File->addItem(name, file);
-    drpVL2File->setItemData(drpVL2File->count() - 1, unique, kWorkFolderRole);
+// Other programs edit the files while they have the focus.
+void frmMain::changeEvent(QEvent *event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && isEnabled())
+        LookForChanges();
 }
 
 // The window cannot be closed during a long operation.

@@ -2,7 +2,10 @@
 
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
+#include "archive/workRecord.h"
+#include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
+#include "workspace/changedFiles.h"
 
 #include <QPointer>
 #include <QSet>
@@ -11,6 +14,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 class ArchiveLines;
 class ArchiveTreeView;
@@ -56,6 +61,7 @@ class frmMain : public QWidget {
     static QString ProperCase(const QString &text);
 
   protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
@@ -69,7 +75,6 @@ class frmMain : public QWidget {
     void PlaceControls();
     void ConnectHandlers();
     void FillArchiveList();
-    void AddArchive(const QString &file);
 
     // frmMainLocate.cpp: paths of the game and of the work folders
     void LocateGame();
@@ -82,6 +87,18 @@ class frmMain : public QWidget {
     QString ArchivePath() const;
     // The work folder of the selected archive, without a trailing separator.
     QString WorkFolder() const;
+    // Gives each archive of the drop-down its work folder's name: that of the folder whose record
+    // names the archive, else the first free one for its text. Marks archives with work in
+    // progress.
+    void AssignWorkFolders() const;
+    // Marks an entry of the drop-down by its font if its work folder exists and holds files.
+    void MarkWork(int entry, bool exists) const;
+    // Whether no other window works on the selected archive's work folder. If so, none can until
+    // this one releases the lock.
+    bool OwnsWorkFolder();
+    // The same before an action: the "tempdir" setting may have changed to a folder in which
+    // another program works. If so, shows it and returns false.
+    bool KeepsWorkFolder();
     // True if a line of the entry list is a safe path below the work folder. Extraction applies the
     // same rule, so other lines have no extracted file.
     static bool StaysBelow(const QString &line);
@@ -113,9 +130,20 @@ class frmMain : public QWidget {
     QString ListingNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
+    // Disables the action buttons and says which other window works on the archive.
+    void ShowOwner();
+
+    // frmMainChanges.cpp: what differs from the archive
+    // Starts a look at the work folder if this window works on it.
+    void LookForChanges();
+    void ShowChanges(const FolderChanges &changes);
+    // Ends the looks, as the work folder is about to change.
+    void StopLooking();
 
     // frmMainExtract.cpp
     void cmdExtract_Click();
+    // Extracts every entry into the work folder and returns a note about it, "" for none.
+    QString ExtractAll();
     QString PrepareWorkFolder();
     void ClearFileAttributes();
     // The note about an extraction that reported a problem.
@@ -123,13 +151,43 @@ class frmMain : public QWidget {
     // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
     QString UndoExtraction(const QSet<QString> &before);
 
+    // frmMainRecord.cpp: what the archive held when the work folder was extracted
+    // The name of the selected archive's work folder in WorkFolders().
+    QString WorkFolderName() const;
+    // Writes the record before an extraction. `exists`: whether the work folder has a file.
+    void PrepareRecord(const WorkRecord::Archive &archive,
+                       const std::function<bool(const QString &)> &exists);
+    // Writes the record after an extraction of `archive`, as it was before the extraction.
+    void WriteRecord(const std::optional<WorkRecord::Archive> &archive);
+    // The record of the work folder; none if there is none of the selected archive.
+    std::optional<WorkRecord> ReadRecord() const;
+    // What a save has to compare folder and archive with; none without a record.
+    std::optional<std::vector<EntryVersion>> SaveBase() const;
+    // Notes in the record, if there is one, what the last save has packed.
+    void UpdateRecord();
+    // The folder for the archive's versions of files that were changed on both sides.
+    QString TheirsFolder() const;
+    // Extracts these versions there, as NAME.theirs. Returns "" or why some are missing.
+    QString ExtractTheirs(const std::vector<EntryVersion> &conflicts);
+
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
     void cmdCancel_Click();
     // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Empties and removes the work folder. If `packed` is given, deletes only the files in it.
-    void CleanUpWorkFolder(const platform::PackedFiles *packed);
+    // Remembers the conflicts of the last save and returns the text about them.
+    QString ConflictText();
+    // Empties and removes the work folder, and its record once it holds no file. Keep: deletes only
+    // the files in `known`. Trash: moves the others to the desktop's trash. Returns a note about
+    // these, "" if there are none.
+    enum class Others { Keep, Trash };
+    QString CleanUpWorkFolder(const platform::PackedFiles *known, Others others);
+    // The files of the work folder in the versions that the archive holds.
+    platform::PackedFiles KnownFiles() const;
+    // The listed entries, by their content alone.
+    platform::PackedFiles ListedFiles() const;
+    // What the last save did.
+    QString SaveNote() const;
 
     // frmMainEdit.cpp
     void cmdEditFile_Click();
@@ -148,6 +206,7 @@ class frmMain : public QWidget {
     QString m_strBasePath; // the folder of its archives and "\"
     std::unique_ptr<cUnzip> m_cUnzip;
     std::unique_ptr<cZip> m_cZ;
+    platform::WorkFolderLock m_lock; // of the extracted archive that is shown
 
     ImageList *imgIcons16;
     QLabel *Label1;
@@ -165,8 +224,14 @@ class frmMain : public QWidget {
     QListView *lstArchive;
     FileList *filVL2;
 
-    ArchiveTree *m_tree;   // the model of treArchive
-    ArchiveLines *m_lines; // the model of lstArchive
+    ArchiveTree *m_tree;          // the model of treArchive
+    ArchiveLines *m_lines;        // the model of lstArchive
+    mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
+    ChangedFiles *m_changes;
+    ChangedFiles::Listing m_listing; // of the archive listed last
+    // The archive's versions that the user was told about: the next save replaces them.
+    std::vector<EntryVersion> m_conflicts;
+    QString m_conflictArchive;
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

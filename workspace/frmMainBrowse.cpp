@@ -55,10 +55,12 @@ void frmMain::ChooseArchive(const QString &sFile) {
 void frmMain::ArchiveChosen() {
     if (drpVL2File->currentText().isEmpty())
         return;
+    // Another window may have extracted an archive or cleaned up since.
+    AssignWorkFolders();
     OpenSelectedArchive();
     UpdateButtons();
     const QString note = ListingNote();
-    if (!note.isEmpty())
+    if (!note.isEmpty() && !m_lock.isRefused())
         ShowNote(note);
 }
 
@@ -67,6 +69,7 @@ void frmMain::OpenSelectedArchive() {
 }
 
 void frmMain::ListArchive(const QString &path) {
+    StopLooking();
     m_lines->SetLines({});
     m_tree->Clear();
     platform::setMousePointer(this, 11);
@@ -78,7 +81,9 @@ void frmMain::ListArchive(const QString &path) {
         ShowProgressBar(count);
     ArchiveNodes nodes;
     std::vector<ArchiveLines::Line> lines;
+    std::vector<ChangedFiles::Listed> listing;
     lines.reserve(static_cast<std::size_t>(count));
+    listing.reserve(static_cast<std::size_t>(count));
     for (int i = 1; i <= count; ++i) {
         const QString &name = m_cUnzip->Filename(i);
         const QString &folder = m_cUnzip->FileDirectory(i);
@@ -86,10 +91,12 @@ void frmMain::ListArchive(const QString &path) {
         if (image != 0)
             nodes.AddFile(folder, name, image, i);
         lines.push_back({folder, name});
+        listing.push_back({folder, name, static_cast<std::uint32_t>(m_cUnzip->FileCRC(i))});
         SetProgress(i);
     }
     m_tree->Fill(std::move(nodes), &platform::repaintPending);
     m_lines->SetLines(std::move(lines));
+    m_listing = std::make_shared<const std::vector<ChangedFiles::Listed>>(std::move(listing));
     ProgressBar->hide();
     EnableWindow();
     if (count > 0)
@@ -121,17 +128,39 @@ void frmMain::UpdateButtons() {
     const bool chosen = !drpVL2File->currentText().isEmpty();
     const bool listed = m_tree->Nodes().Count() > 0;
     const bool extracted = listed && FileExists(ProbeFile()) != 0;
+    if (!chosen || !extracted) {
+        m_lock.release();
+        m_conflicts.clear();
+    }
+    const bool owned = chosen && extracted && OwnsWorkFolder();
 
     cmdExtract->setEnabled(chosen && listed && !extracted);
-    cmdSaveChanges->setEnabled(chosen && extracted);
-    cmdCancel->setEnabled(chosen && extracted);
-    cmdEditFile->setEnabled(chosen && extracted);
-    cmdOpenFolder->setEnabled(chosen && extracted);
+    cmdSaveChanges->setEnabled(owned);
+    cmdCancel->setEnabled(owned);
+    cmdEditFile->setEnabled(owned);
+    cmdOpenFolder->setEnabled(owned);
 
+    if (chosen)
+        MarkWork(drpVL2File->currentIndex(), true);
+    if (owned)
+        LookForChanges();
+    else
+        StopLooking();
     if (extracted)
         lblStatus->SetText("Select a file to edit.");
     if (!chosen)
         lblStatus->SetText("Please select a category.");
+    if (m_lock.isRefused())
+        ShowOwner();
+}
+
+void frmMain::ShowOwner() {
+    for (QPushButton *button : {cmdExtract, cmdSaveChanges, cmdCancel, cmdEditFile, cmdOpenFolder})
+        button->setEnabled(false);
+    const QString holder = m_lock.holder();
+    ShowNote(QStringLiteral("Another Orvel%1 works on this archive. When it has saved or cancelled "
+                            "or shows another archive, select this one again.")
+                 .arg(holder.isEmpty() ? holder : " (" + holder + ")"));
 }
 
 // The listing has the compressed size and the percentage saved, but not the size: it is estimated

@@ -67,8 +67,7 @@ void frmMain::SetProgress(int value) {
 }
 
 void frmMain::ShowNote(const QString &text) {
-    const QString tip = platform::plainTip(text);
-    lblStatus->setToolTip(tip);
-    lblStatus->setAccessibleDescription(text);
-    QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), tip, lblStatus, {}, kNoteTime);
+    lblStatus->SetNote(text);
+    QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), lblStatus->toolTip(), lblStatus, {},
+                       kNoteTime);
 }

@@ -115,7 +115,7 @@ void frmMain::EditNode(int node, const QString &textEditor) {
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (node < 1 || node > nodes.Count())
         platform::raise(platform::ErrorNumber::SubscriptOutOfRange);
-    if (nodes.HasChildren(node))
+    if (nodes.HasChildren(node) || !KeepsWorkFolder())
         return;
     const QString file = ExtractedPath(nodes.Text(nodes.Parent(node)), nodes.Text(node));
     if (file.isEmpty())

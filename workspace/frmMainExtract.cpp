@@ -74,19 +74,37 @@ void frmMain::cmdExtract_Click() {
     platform::repaintPending();
     for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
         m_cUnzip->setFileSelected(i, true);
+    AssignWorkFolders();
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
+    const bool owned = OwnsWorkFolder();
+    const QString note = owned ? ExtractAll() : QString();
+    platform::setMousePointer(this, 0);
+    EnableWindow();
+    lblStatus->SetText("Select a file to edit.");
+    UpdateButtons();
+    if (!owned)
+        ShowOwner(); // even if it has extracted nothing yet
+    else if (!note.isEmpty())
+        ShowNote(note);
+}
+
+QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
+    if (archive)
+        PrepareRecord(*archive,
+                      [&](const QString &file) { return before.contains(comparable(file)); });
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
-    platform::setMousePointer(this, 0);
-    EnableWindow();
-    lblStatus->SetText("Select a file to edit.");
-    UpdateButtons();
-    if (!note.isEmpty())
-        ShowNote(note);
+    if (platform::storedName(WorkFolder()).isEmpty())
+        WorkRecord::remove(WorkFolders(), WorkFolderName());
+    else if (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0)
+        WriteRecord(archive);
+    m_conflicts.clear();
+    return note;
 }
 
 QString frmMain::PrepareWorkFolder() {
@@ -129,12 +147,7 @@ QString frmMain::ExtractionNote() const {
 QString frmMain::UndoExtraction(const QSet<QString> &before) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
     // Keeps files whose contents differ from the archive's: another program has changed them.
-    platform::PackedFiles extracted;
-    platform::FileInfo anyVersion;
-    anyVersion.size = platform::PackedFiles::kAnySize;
-    for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
-        extracted.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
-                      static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
+    const platform::PackedFiles extracted = ListedFiles();
     cleaner.deleteOnly(extracted);
     for (int line = 0; line < m_lines->Count(); ++line) {
         const QString file = m_lines->Text(line);

@@ -14,10 +14,6 @@ namespace {
 
 constexpr int kWindowsFolderBuffer = 260;
 
-bool isSeparator(QChar c) {
-    return c == '\\' || c == '/';
-}
-
 QString defaultWorkFolders() {
     return platform::programFolder() + "\\temp";
 }
@@ -30,7 +26,7 @@ QString gameFolderSetting() {
 
 void frmMain::LocateGame() {
     QString folder = gameFolderSetting();
-    while (folder.size() > 1 && isSeparator(folder.back()))
+    while (folder.size() > 1 && platform::isSeparator(folder.back()))
         folder.chop(1);
     m_strGamePath = GetLongFileName(folder) + '\\';
     m_strBasePath = m_strGamePath + "GameData\\base\\";
@@ -63,11 +59,11 @@ QString frmMain::GetLongFileName(const QString &ShortFileName) const {
         return "\\";
     // The components follow the drive or share, if there is one.
     const qsizetype root = platform::rootLength(ShortFileName);
-    const bool rooted = root > 0 || isSeparator(ShortFileName[0]);
+    const bool rooted = root > 0 || platform::isSeparator(ShortFileName[0]);
     const QChar separator = root > 0 ? '\\' : '/';
     QString name = ShortFileName.left(root);
     for (qsizetype start = root, end = 0; start < ShortFileName.size(); start = end + 1) {
-        for (end = start; end < ShortFileName.size() && !isSeparator(ShortFileName[end]);)
+        for (end = start; end < ShortFileName.size() && !platform::isSeparator(ShortFileName[end]);)
             ++end;
         if (end == start)
             continue;
@@ -87,7 +83,7 @@ QString frmMain::GetWinPath() const {
 
 std::int16_t frmMain::FileExists(const QString &strPath) const {
     try {
-        return platform::findFirst(strPath, platform::AttributeNormal).isEmpty() ? 0 : 1;
+        return platform::findFirst(strPath, platform::kAttributeNormal).isEmpty() ? 0 : 1;
     } catch (const platform::RuntimeError &) {
         return 0;
     }
@@ -107,10 +103,6 @@ QString frmMain::ProperCase(const QString &text) {
 
 QString frmMain::ArchivePath() const {
     return m_strBasePath + drpVL2File->currentData(kArchiveFileRole).toString();
-}
-
-QString frmMain::WorkFolder() const {
-    return WorkFolders() + '\\' + drpVL2File->currentData(kWorkFolderRole).toString();
 }
 
 bool frmMain::StaysBelow(const QString &line) {

@@ -1,3 +1,4 @@
+#include "archive/workRecord.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -8,8 +9,12 @@
 #include "ziplib/returnCode.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QDirIterator>
 #include <QProgressBar>
+
+#include <algorithm>
+#include <initializer_list>
 
 namespace {
 
@@ -23,14 +28,22 @@ bool containsNoFile(const QString &folder) {
 } // namespace
 
 void frmMain::cmdSaveChanges_Click() {
+    if (!KeepsWorkFolder())
+        return;
     platform::setMousePointer(this, 11);
     DisableWindow();
+    StopLooking();
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
-        CleanUpWorkFolder(packed ? &*packed : nullptr);
+        CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
+        m_conflicts.clear();
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
+        UpdateRecord();
     } else {
+        if (failure.contains(kPartly))
+            m_conflicts.clear(); // they are settled
+        UpdateRecord();
         UpdateButtons();
         lblStatus->SetText(failure);
     }
@@ -39,16 +52,65 @@ void frmMain::cmdSaveChanges_Click() {
     if (!failure.isEmpty())
         platform::MsgBox(failure, platform::kCritical, "Orvel");
     const bool saved = failure.isEmpty() || failure.contains(kPartly);
-    if (saved && !m_cZ->LastResult().leftovers.isEmpty())
-        ShowNote(LeftoversNote(m_cZ->LastResult().leftovers));
+    if (saved)
+        ShowNote(SaveNote());
+}
+
+QString frmMain::SaveNote() const {
+    using Outcome = SavedFile::Outcome;
+    const ZipResult &result = m_cZ->LastResult();
+    const auto withOutcome = [&](std::initializer_list<Outcome> outcomes) {
+        QStringList paths;
+        for (const SavedFile &file : result.saved)
+            if (std::find(outcomes.begin(), outcomes.end(), file.outcome) != outcomes.end())
+                paths.append(QString::fromStdString(file.path));
+        return paths;
+    };
+    QStringList lines(ChangesNote(withOutcome({Outcome::Changed}),
+                                  withOutcome({Outcome::Added, Outcome::Restored})));
+    if (lines.first().isEmpty())
+        lines.first() = "Nothing was changed, and the archive was left alone.";
+    const auto add = [&](const char *what, Outcome outcome) {
+        const QStringList paths = withOutcome({outcome});
+        if (!paths.isEmpty())
+            lines.append(what + ShortList(paths));
+    };
+    add("Removed from the archive since the extraction, and added again: ", Outcome::Restored);
+    add("Newer in the archive, and left so: ", Outcome::Kept);
+    add("Removed from the archive since the extraction, and left so: ", Outcome::Removed);
+    if (!result.leftovers.isEmpty())
+        lines.append(LeftoversNote(result.leftovers));
+    return lines.join('\n');
 }
 
 void frmMain::cmdCancel_Click() {
+    if (!KeepsWorkFolder())
+        return;
+    m_conflicts.clear();
     platform::setMousePointer(this, 11);
     DisableWindow();
-    CleanUpWorkFolder(nullptr);
+    StopLooking();
+    const platform::PackedFiles known = KnownFiles();
+    const QString note = CleanUpWorkFolder(&known, Others::Trash);
     platform::setMousePointer(this, 0);
     EnableWindow();
+    if (!note.isEmpty())
+        ShowNote(note);
+}
+
+platform::PackedFiles frmMain::KnownFiles() const {
+    const auto record = ReadRecord();
+    return record ? record->knownFiles() : ListedFiles();
+}
+
+platform::PackedFiles frmMain::ListedFiles() const {
+    platform::PackedFiles known;
+    platform::FileInfo anyVersion;
+    anyVersion.size = platform::PackedFiles::kAnySize;
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i)
+        known.add(m_cUnzip->FileDirectory(i) + '\\' + m_cUnzip->Filename(i), anyVersion,
+                  static_cast<std::uint32_t>(m_cUnzip->FileCRC(i)), INT64_MIN);
+    return known;
 }
 
 QString frmMain::PackWorkFolder() {
@@ -56,6 +118,7 @@ QString frmMain::PackWorkFolder() {
     QString reason;
     QString outcome = "was not saved";
     bool noFile = false;
+    m_cZ->ClearResult(); // that of an earlier save must not be taken for this one's
     try {
         // A new archive would lack the entries that were not extracted.
         if (platform::storedName(ArchivePath()).isEmpty())
@@ -70,6 +133,7 @@ QString frmMain::PackWorkFolder() {
         m_cZ->AddFileSpec("*");
         m_cZ->setStoreFolderNames(true);
         m_cZ->setRecurseSubDirs(true);
+        m_cZ->setBase(SaveBase());
         m_cZ->Zip();
         if (m_cZ->LastResult().ok())
             return {};
@@ -78,8 +142,11 @@ QString frmMain::PackWorkFolder() {
         const std::int32_t code = m_cZ->LastResult().code;
         noFile = ziplib::ReturnCode{code} == ziplib::ReturnCode::NothingMatched &&
                  containsNoFile(folder);
-        reason =
-            noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
+        if (m_cZ->LastResult().conflict())
+            reason = ConflictText();
+        else
+            reason =
+                noFile ? "there is no file in " + folder : Reason(code, m_cZ->LastResult().message);
     } catch (const platform::RuntimeError &error) {
         reason = error.description();
     }
@@ -89,15 +156,45 @@ QString frmMain::PackWorkFolder() {
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
 }
 
+QString frmMain::ConflictText() {
+    const std::vector<EntryVersion> &conflicts = m_cZ->LastResult().conflicts;
+    if (m_conflictArchive != ArchivePath())
+        m_conflicts.clear();
+    m_conflictArchive = ArchivePath();
+    m_conflicts.insert(m_conflicts.end(), conflicts.begin(), conflicts.end());
+    QStringList names;
+    for (const EntryVersion &entry : conflicts)
+        names.append(QString::fromStdString(entry.path));
+    const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
+    QString missing;
+    try {
+        missing = ExtractTheirs(conflicts);
+    } catch (const platform::RuntimeError &error) {
+        missing = error.description();
+    }
+    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
+                                  "archive too. ")
+                       .arg(ShortList(names));
+    if (missing.isEmpty())
+        text += QStringLiteral("The archive's versions are in %1. ").arg(theirs);
+    else
+        text += QStringLiteral("The archive's versions cannot all be put into %1 (%2). ")
+                    .arg(theirs, missing);
+    return text + "Press Save Changes again to pack yours over them";
+}
+
 // A step that fails is skipped: files that cannot be deleted stay.
-void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
+QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others others) {
+    QString note;
     if (FileExists(ProbeFile()) != 0) {
         const ArchiveNodes &nodes = m_tree->Nodes();
         ShowProgressBar(m_lines->Count() - 1);
         platform::WorkFolderCleaner cleaner(WorkFolder());
         // Files that were changed during the save may not be in the archive.
-        if (packed != nullptr)
-            cleaner.deleteOnly(*packed);
+        if (known != nullptr && others == Others::Keep)
+            cleaner.deleteOnly(*known);
+        else if (known != nullptr)
+            cleaner.trashOthers(*known);
         for (int line = 0; line < m_lines->Count(); ++line) {
             const QString file = m_lines->Text(line);
             // deleteFile deletes read-only files too, so only files that stay need this.
@@ -114,7 +211,11 @@ void frmMain::CleanUpWorkFolder(const platform::PackedFiles *packed) {
             platform::repaintPending();
         }
         cleaner.removeFolder({});
+        if (containsNoFile(platform::nativePath(WorkFolder())))
+            WorkRecord::remove(WorkFolders(), WorkFolderName());
         ProgressBar->hide();
+        note = TrashNote(cleaner.trashed(), cleaner.deleted());
     }
     UpdateButtons();
+    return note;
 }

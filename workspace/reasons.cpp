@@ -29,12 +29,13 @@ constexpr std::array kMeanings{
     Meaning{ReturnCode::Cancelled, "it was cancelled"},
     Meaning{ReturnCode::Unsupported, "its compression or encryption is not supported"},
     Meaning{ReturnCode::NoPassword, "it needs a password"},
+    Meaning{ReturnCode::Conflict, "it was changed by another program too"},
 };
 
 } // namespace
 
 QString Reason(std::int32_t code, const QString &message) {
-    const QString text = message.simplified();
+    QString text = message.simplified();
     if (ReturnCode{code} == ReturnCode::DiskFull && !text.isEmpty())
         return "the disk has no room for it: " + text;
     if (!text.isEmpty())
@@ -55,12 +56,42 @@ QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
 
-QString LeftoversNote(const QStringList &paths) {
+QString ShortList(const QStringList &names) {
     constexpr qsizetype kMaxNames = 10;
-    QString names = paths.mid(0, kMaxNames).join(", ");
-    if (paths.size() > kMaxNames)
-        names += QStringLiteral(" and %1 more").arg(paths.size() - kMaxNames);
+    QString list = names.mid(0, kMaxNames).join(", ");
+    if (names.size() > kMaxNames)
+        list += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
+    return list;
+}
+
+QString ChangesNote(const QStringList &changed, const QStringList &added) {
+    const auto files = [](qsizetype count) {
+        return QStringLiteral("%1 file%2 ").arg(count).arg(count == 1 ? "" : "s");
+    };
+    QString text;
+    if (!changed.isEmpty())
+        text = files(changed.size()) + "changed";
+    if (!added.isEmpty())
+        text += text.isEmpty() ? files(added.size()) + "added"
+                               : QStringLiteral(", %1 added").arg(added.size());
+    return text.isEmpty() ? text : text + ": " + ShortList(changed + added);
+}
+
+QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
+    const auto line = [](const QStringList &paths, const char *what) {
+        return paths.isEmpty()
+                   ? QString()
+                   : QStringLiteral("%1 edited file%2 %3: %4")
+                         .arg(paths.size())
+                         .arg(paths.size() == 1 ? " was" : "s were", what, ShortList(paths));
+    };
+    const QString moved = line(trashed, "moved to the trash");
+    const QString gone = line(deleted, "deleted, as there is no trash for this disk");
+    return moved.isEmpty() || gone.isEmpty() ? moved + gone : moved + '\n' + gone;
+}
+
+QString LeftoversNote(const QStringList &paths) {
     return QStringLiteral("New in the archive are files that programs leave behind: %1. They were "
                           "in the work folder, and stay in the archive from now on.")
-        .arg(names);
+        .arg(ShortList(paths));
 }

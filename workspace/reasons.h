@@ -14,8 +14,18 @@ QString Reason(std::int32_t code, const QString &message);
 // The description of a caught error.
 QString Reason(const std::exception &error);
 
+// The first ten names, separated by commas, and the number of the others.
+QString ShortList(const QStringList &names);
+
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
+
+// What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
+QString ChangesNote(const QStringList &changed, const QStringList &added);
+
+// The note about edited files that Cancel moved to the trash or, for lack of one, deleted; "" for
+// none.
+QString TrashNote(const QStringList &trashed, const QStringList &deleted);
 
 // The note after a save that added entries for leftovers of editors and systems. `paths` is not
 // empty.

@@ -21,6 +21,7 @@ enum class ReturnCode : std::int32_t {
     Cancelled = 80,
     Unsupported = 81,
     NoPassword = 82,
+    Conflict = 83,
 };
 
 } // namespace ziplib

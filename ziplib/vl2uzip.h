@@ -90,6 +90,27 @@ typedef struct UzpVer2 {
     UzpVersionGroup windll;
 } UzpVer2;
 
+/* An entry of an extraction, and the file that was written for it. */
+typedef struct UZPEXTRACTED {
+    const char *path; /* of the entry, "/" between the folders; UTF-8 on every system */
+    uint64_t size;    /* of the entry's bytes */
+    uint32_t crc;
+    uint32_t time;   /* the entry's DOS date and time, the date in the upper half */
+    int32_t written; /* 1 if the call wrote the file, else 0: then the rest is 0 */
+    uint64_t device; /* device and id together name one file of the machine */
+    uint64_t id;
+    uint64_t fileSize;
+    int64_t modified; /* nanoseconds since 1970, UTC */
+    int64_t changed;  /* the same, of the last change of the file or of its properties */
+} UZPEXTRACTED;
+typedef void (*VL2UZIP_EXTRACTED)(const UZPEXTRACTED *entry);
+
+/* Registers a callback for the extractions that follow in this process, or none. It is called once
+ * for each entry that an extraction should write, in archive order, also for those that it did not
+ * write; not for folders. It is for programs that must recognize the extracted versions later. The
+ * record is valid during the callback only. Returns 1. */
+VL2UZIP_API int32_t UzpReportExtracted(VL2UZIP_EXTRACTED lpExtracted);
+
 /* Lists (nvflag), tests (ntflag) or extracts entries of an archive: the `ifnc` names of `ifnv`, all
  * if it is 0, except the `xfnc` names of `xfnv`. Names are paths inside the archive and may
  * hold the wildcards * and ?. Every callback runs on the caller's thread, in archive order; any of

@@ -80,7 +80,7 @@ typedef struct ZCL {
     char **FNV;      /* the names or patterns */
 } ZCL;
 
-/* A file of the folder whose bytes the archive holds, in the version in which they were read. */
+/* A file of the folder that holds nothing that the archive lacks, in the version that was read. */
 typedef struct ZPPACKED {
     const char *path; /* below szRootDir, "/" between the folders; UTF-8 on every system */
     uint64_t device;  /* device and id together name one file of the machine */
@@ -91,8 +91,15 @@ typedef struct ZPPACKED {
     int64_t began;    /* the same, the time of the disk before the file was read, or INT64_MIN if
                        * unknown. If `changed` is earlier, every later change sets another
                        * `changed`; otherwise a change may not be detectable. */
-    uint32_t crc;     /* CRC-32 of the bytes in the archive, after a conversion of line ends */
+    uint32_t crc;     /* CRC-32 of the file's bytes, after a conversion of line ends */
+    int32_t outcome;  /* one of the following */
 } ZPPACKED;
+#define VL2ZIP_SAME 0     /* the archive held the file's bytes already */
+#define VL2ZIP_CHANGED 1  /* the file replaced its entry */
+#define VL2ZIP_ADDED 2    /* the file got a new entry */
+#define VL2ZIP_RESTORED 3 /* the same, but the base holds an entry: it was removed meanwhile */
+#define VL2ZIP_KEPT 4    /* the file is as in the base; its entry was changed meanwhile and stays */
+#define VL2ZIP_REMOVED 5 /* the file is as in the base; its entry was removed and stays removed */
 typedef void (*VL2ZIP_PACKED)(const ZPPACKED *file);
 
 /* Registers the callbacks for the calls that follow; any may be null. They run on the caller's
@@ -102,11 +109,29 @@ VL2ZIP_API int32_t ZpInit(ZIPUSERFUNCTIONS *lpZipUserFunctions);
 /* Sets the options of the next operation. Returns 1. */
 VL2ZIP_API int32_t ZpSetOptions(ZPOPT *lpZpOpt);
 
+/* Bytes that an archive holds or held. */
+typedef struct ZPVERSION {
+    const char *path; /* "/" between the folders; UTF-8 on every system */
+    uint64_t size;    /* UINT64_MAX in a base: unknown */
+    uint32_t crc;
+} ZPVERSION;
+typedef void (*VL2ZIP_CONFLICT)(const ZPVERSION *entry);
+
 /* Registers a callback for the calls that follow, or none. At the end of each ZpArchive that adds
- * and returns 0, 1 or 12, it is called once for each file whose bytes the archive holds. It is for
- * programs that delete packed files and must not delete later versions. The record is valid during
- * the callback only. Returns 1. */
+ * and returns 0, 1 or 12, it is called once for each file that the archive makes superfluous. It is
+ * for programs that delete packed files and must not delete later versions. The record is valid
+ * during the callback only. Returns 1. */
 VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
+
+/* Sets the base of the calls that follow: what the archive held when the files of the folder were
+ * extracted from it, `count` entries; or none, by a null pointer. The entries are copied. With a
+ * base, ZpArchive merges what was changed since then in the folder and in the archive. A file that
+ * is as in the base is not packed: its entry stays as it is, or removed. A file whose entry is as
+ * in the base is packed if it differs. If a file and its entry both differ from the base, and from
+ * each other, nothing is packed and the result is 83; `lpConflict`, which may be null, is called
+ * for the entry of each such file. Without a base, every file that differs from its entry is
+ * packed. Returns 1, or 0 if memory is exhausted: then there is no base. */
+VL2ZIP_API int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT lpConflict);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
  * others, or deletes the matching entries (without its last entry an empty archive remains). The
@@ -117,7 +142,8 @@ VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
  * After a failure the last message contains file and reason. Returns
  *   0 done, 1 done but something was skipped, 2 damaged structure, 3 severe damage, 9 no such
  *   archive, 11 nothing matched, 12 nothing to do, 14 cannot write, 15 cannot create, 18 cannot
- *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password.
+ *   open a file, 50 disk full, 51 the archive ends early, 80 cancelled, 82 no password,
+ *   83 changed in the folder and in the archive.
  * 11 is also returned if all matching files are new and left out. 12 is returned for updates by
  * time if every file with an entry is the same as the entry; a file that differs and is not newer
  * is left out. With any code but 0 and 1 the archive is unchanged, with one exception: 14 with a

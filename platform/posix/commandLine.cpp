@@ -1,6 +1,7 @@
 #include "platform/posix/commandLine.h"
 
 #include "platform/error.h"
+#include "platform/files.h"
 #include "platform/narrow.h"
 #include "platform/posix/paths.h"
 #include "storage/posix/descriptor.h"

@@ -29,8 +29,8 @@ namespace {
 
 constexpr int kReport = 3; // the descriptor for a program's report
 constexpr const char *kReportVariable = "ORVEL_START_REPORT=";
-// A program without a report until then is running; the user does not wait any longer.
-constexpr int kPatienceMs = 5000;
+// A program without a report after this time counts as running.
+constexpr int kReportTimeoutMs = 5000;
 constexpr int kHighestClosed = 1 << 16;
 
 // The data of the new process, prepared before the fork: a copy of a process with threads must not
@@ -44,8 +44,8 @@ struct Plan {
     int lastDescriptor = 0;
 };
 
-// Duplicates a descriptor to a number that the new process does not use.
-Descriptor outOfTheWay(int descriptor) {
+// Duplicates a descriptor to a number above those that the new process uses.
+Descriptor duplicateAbove(int descriptor) {
     return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 10));
 }
 
@@ -67,7 +67,7 @@ void resetSignals() {
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-[[noreturn]] void giveUp(const Plan &plan) {
+[[noreturn]] void reportAndExit(const Plan &plan) {
     const int reason = errno;
     // A failure here cannot be reported.
     [[maybe_unused]] const ssize_t written = ::write(plan.report, &reason, sizeof reason);
@@ -77,20 +77,20 @@ void resetSignals() {
 [[noreturn]] void becomeProgram(const Plan &plan) {
     for (int standard = 0; standard < kReport; ++standard)
         if (::dup2(plan.null, standard) < 0)
-            giveUp(plan);
+            reportAndExit(plan);
     if (plan.firstClosed > kReport && ::dup2(plan.report, kReport) < 0)
-        giveUp(plan);
+        reportAndExit(plan);
     closeAtExecution(plan.firstClosed, plan.lastDescriptor);
     resetSignals();
     ::execve(plan.arguments[0], plan.arguments.data(), plan.variables.data());
-    giveUp(plan);
+    reportAndExit(plan);
 }
 
 int waitForReport(int report, StartedWhen started) {
     pollfd ready = {report, POLLIN, 0};
     int count = 0;
     do
-        count = ::poll(&ready, 1, kPatienceMs);
+        count = ::poll(&ready, 1, kReportTimeoutMs);
     while (count < 0 && errno == EINTR);
     int reason = 0;
     if (count <= 0)
@@ -143,9 +143,9 @@ Status startDetached(const QByteArray &program, const QList<QByteArray> &argumen
         return failed(errno);
     Descriptor read(ends[0]);
     Descriptor write(ends[1]);
-    write = outOfTheWay(write.get());
+    write = duplicateAbove(write.get());
     const Descriptor opened(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    const Descriptor null = outOfTheWay(opened.get());
+    const Descriptor null = duplicateAbove(opened.get());
     if (!write.isOpen() || !null.isOpen())
         return failed(EMFILE);
     plan.report = write.get();
@@ -162,7 +162,7 @@ Status startDetached(const QByteArray &program, const QList<QByteArray> &argumen
         if (child == 0)
             becomeProgram(plan);
         if (child < 0)
-            giveUp(plan);
+            reportAndExit(plan);
         ::_exit(0);
     }
     write = Descriptor();

@@ -2,145 +2,74 @@
 
 #include "platform/error.h"
 #include "platform/namePattern.h"
-#include "platform/posix/names.h"
+#include "platform/narrow.h"
 #include "platform/posix/paths.h"
-#include "storage/posix/dosRecord.h"
-#include "storage/posix/systemError.h"
+#include "platform/storedNames.h"
+#include "storage/pathText.h"
 
-#include <cerrno>
 #include <csignal>
-#include <sys/stat.h>
-#include <sys/xattr.h>
-#include <unistd.h>
 
-#include <algorithm>
+#include <vector>
 
 namespace platform {
 
 namespace {
 
-constexpr int kHiddenOrSystem = AttributeHidden | AttributeSystem;
-
-// Hidden, system and archive of what the path leads to; 0 if nothing is recorded.
-int recordedBits(const QByteArray &path) {
-    return readDosBits([&](void *value, std::size_t size) {
-        return ::getxattr(path.constData(), kDosAttributeName, value, size);
-    });
-}
-
-// The path of a folder's entry.
-QByteArray joined(const QByteArray &folder, const QByteArray &name) {
-    if (folder.isEmpty())
-        return name;
-    return folder.endsWith('/') ? folder + name : folder + '/' + name;
-}
-
-// A folder and the name or pattern to search for in it.
-struct Search {
-    QByteArray folder; // as the system opens it
-    QString name;
-};
-
-Search searchOf(const QString &path) {
-    const SplitPath parts = splitPath(path);
-    return {parts.folder.isEmpty() ? QByteArray(".") : resolveChecked(parts.folder), parts.name};
-}
-
-// The names in a folder that match a pattern.
-Status matchingNames(const QByteArray &folder, const QString &pattern, QList<QByteArray> &names) {
-    FolderEntries entries(folder);
-    if (!entries.isOpen())
-        return errnoStatus(errno, "cannot list the folder", folder.toStdString());
-    const NamePattern matcher(pattern);
-    while (const dirent *entry = entries.next())
-        if (matcher.matches(nameText(entry->d_name)))
-            names.append(entry->d_name);
-    return {};
-}
-
 // Whether a directory search with that mask finds this file. A link counts as its target.
-bool isGiven(const QByteArray &path, int mask) {
-    struct stat info = {};
-    if (::stat(path.constData(), &info) != 0 ||
-        (S_ISDIR(info.st_mode) && (mask & AttributeDirectory) == 0))
-        return false;
-    return (recordedBits(path) & kHiddenOrSystem & ~mask) == 0;
+bool isGiven(const std::string &path, int mask) {
+    constexpr int kMasked = kAttributeHidden | kAttributeSystem | kAttributeFolder;
+    std::uint8_t its = kAttributeNormal;
+    return attributesOf(path, its).ok() && (its & kMasked & ~mask) == 0;
 }
 
-QStringList sortedTexts(const QList<QByteArray> &names) {
-    QStringList texts;
-    for (const QByteArray &name : names)
-        texts.append(nameText(name));
-    std::sort(texts.begin(), texts.end(), [](const QString &left, const QString &right) {
-        const int order = left.compare(right, Qt::CaseInsensitive);
-        return order != 0 ? order < 0 : left < right;
-    });
-    return texts;
-}
-
-struct stat statOf(const QByteArray &path, const QString &given) {
-    struct stat info = {};
-    if (::stat(path.constData(), &info) != 0)
-        raise(ErrorNumber::FileNotFound, given);
-    return info;
+// The sorted names of a folder that match a pattern and that a search with that mask finds.
+Status listGiven(const std::string &path, const QString &pattern, int mask, QStringList &names) {
+    Folder folder;
+    std::vector<FolderItem> items;
+    Status status = folder.open(path);
+    if (status.ok())
+        status = folder.list(items);
+    if (!status.ok())
+        return status;
+    const NamePattern matcher(pattern);
+    for (const FolderItem &item : items)
+        if (const QString name = fromNarrow(item.name);
+            matcher.matches(name) && isGiven(folder.pathOf(item.name), mask))
+            names.append(name);
+    sortNames(names);
+    return status;
 }
 
 } // namespace
 
 QString findFirst(const QString &pattern, int mask) {
-    if (!NamePattern::isPattern(splitPath(pattern).name)) {
-        const QByteArray path = resolveChecked(pattern);
-        const bool isName = !splitPath(pattern).name.trimmed().isEmpty();
-        return isName && isGiven(path, mask) ? nameText(path.sliced(path.lastIndexOf('/') + 1))
-                                             : QString();
+    const SplitPath parts = splitPath(pattern);
+    if (!NamePattern::isPattern(parts.name)) {
+        const std::string path = storagePath(pattern);
+        const bool isFound = !parts.name.trimmed().isEmpty() && isGiven(path, mask);
+        return isFound ? fromNarrow(lastComponent(path)) : QString();
     }
-    const Search search = searchOf(pattern);
-    QList<QByteArray> names;
-    const Status listed = matchingNames(search.folder, search.name, names);
+    QStringList names;
+    const Status listed = listGiven(parts.folder.isEmpty() ? "." : storagePath(parts.folder),
+                                    parts.name, mask, names);
     if (!listed.ok() && !listed.is(Failure::NotFound) && !listed.is(Failure::WrongKind))
         raise(ErrorNumber::PathNotFound, pattern);
-    names.removeIf(
-        [&](const QByteArray &name) { return !isGiven(joined(search.folder, name), mask); });
-    return sortedTexts(names).value(0);
+    return names.value(0);
 }
 
 QString storedName(const QString &path) {
     if (path.contains(QChar(u'\0')))
         return {};
     const QByteArray stored = resolve(path);
-    return isStored(stored) ? nameText(stored.sliced(stored.lastIndexOf('/') + 1)) : QString();
+    return isStored(stored) ? fromNarrow(lastComponent(stored.toStdString())) : QString();
 }
 
 QStringList listFiles(const QString &folder, const QString &pattern) {
-    const QByteArray path = folder.isEmpty() ? QByteArray(".") : resolveChecked(folder);
-    QList<QByteArray> names;
-    if (!matchingNames(path, pattern, names).ok())
+    QStringList names;
+    if (!listGiven(folder.isEmpty() ? "." : storagePath(folder), pattern, kAttributeNormal, names)
+             .ok())
         raise(ErrorNumber::PathNotFound, folder);
-    names.removeIf(
-        [&](const QByteArray &name) { return !isGiven(joined(path, name), AttributeNormal); });
-    return sortedTexts(names);
-}
-
-void makeFolder(const QString &path) {
-    if (::mkdir(resolveChecked(path).constData(), 0777) == 0)
-        return;
-    const bool noParent = errno == ENOENT || errno == ENOTDIR;
-    raise(noParent ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-void removeFolder(const QString &path) {
-    if (::rmdir(resolveChecked(path).constData()) == 0)
-        return;
-    const bool missing = errno == ENOENT || errno == ENOTDIR;
-    raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-int attributes(const QString &path) {
-    const QByteArray stored = resolveChecked(path);
-    const mode_t mode = statOf(stored, path).st_mode;
-    // access() reports to root that everything is writable.
-    return recordedBits(stored) | (S_ISDIR(mode) ? AttributeDirectory : 0) |
-           (isReadOnly(mode) ? AttributeReadOnly : 0);
+    return names;
 }
 
 void surviveLargeWrites() {

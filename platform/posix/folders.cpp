@@ -33,6 +33,10 @@ QString programFolder() {
     return fromNarrow(folder);
 }
 
+bool canWatchFolders() {
+    return true;
+}
+
 QString windowsFolder(int limit) {
     const auto executable = QByteArray::fromStdString(executableFolder());
     for (const char *location : {"/windows", "/" ORVEL_DATA_FROM_BIN "/windows"}) {

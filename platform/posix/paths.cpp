@@ -3,7 +3,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/narrow.h"
-#include "platform/posix/names.h"
+#include "platform/storedNames.h"
 #include "storage/posix/environment.h"
 
 #include <climits>
@@ -63,12 +63,19 @@ Steps takeApart(const QString &path) {
     return steps;
 }
 
-// The stored name of a component in a folder (ending in "/", or "").
+// The stored name of a component in a folder (ending in "/", or ""). "" if there is none, also in a
+// folder that cannot be listed.
 QByteArray storedComponent(const QByteArray &folder, const QByteArray &name) {
-    for (const QByteArray &candidate : {name, withoutTrailingBlanks(name)})
-        if (!candidate.isEmpty() && isStored(folder + candidate))
-            return candidate;
-    return findName(FolderEntries(folder.isEmpty() ? QByteArray(".") : folder), name);
+    if (isStored(folder + name))
+        return name;
+    const QString text = fromNarrow(name);
+    QByteArray trimmed = toNarrow(withoutTrailingBlanks(text));
+    if (!trimmed.isEmpty() && trimmed != name && isStored(folder + trimmed))
+        return trimmed;
+    Folder opened;
+    StoredNames names;
+    const bool isListed = opened.open(folder.toStdString()).ok() && names.read(opened).ok();
+    return isListed ? QByteArray::fromStdString(names.find(text)) : QByteArray();
 }
 
 QByteArray resolve(const Steps &steps) {

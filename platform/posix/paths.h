@@ -6,10 +6,6 @@
 // Paths in the program's form and the corresponding stored paths.
 namespace platform {
 
-inline bool isSeparator(QChar c) {
-    return c == u'\\' || c == u'/';
-}
-
 // Whether the path starts with a root or a drive.
 bool isAbsolutePath(const QString &path);
 

@@ -4,10 +4,10 @@ target_sources(orvel_platform PRIVATE
   posix/files.cpp
   posix/folders.cpp
   posix/library.cpp
-  posix/names.cpp posix/names.h
   posix/narrow.cpp
   posix/paths.cpp posix/paths.h
-  posix/shell.cpp)
+  posix/shell.cpp
+  posix/trash.cpp)
 
 # The package's data and private libraries relative to its programs, so that an installation can be
 # moved as a whole.

@@ -1,6 +1,7 @@
 #include "platform/files.h"
 
 #include "platform/namePattern.h"
+#include "platform/storedNames.h"
 #include "platform/windows/system.h"
 
 #include <algorithm>
@@ -11,8 +12,6 @@ namespace platform {
 namespace {
 
 constexpr DWORD kLeftOut = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DIRECTORY;
-constexpr DWORD kDosBits = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
-                           FILE_ATTRIBUTE_ARCHIVE;
 
 bool isMissing(DWORD error) {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
@@ -20,8 +19,8 @@ bool isMissing(DWORD error) {
 }
 
 bool isFolder(const QString &path) {
-    const DWORD kind = GetFileAttributesW(wide(path));
-    return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    std::uint8_t its = kAttributeNormal;
+    return attributesOf(path.toStdString(), its).ok() && (its & kAttributeFolder) != 0;
 }
 
 // A folder and the name or pattern to search for in it.
@@ -76,10 +75,7 @@ QStringList matching(const Search &search, DWORD unwanted, DWORD &error) {
         if ((found.attributes & unwanted) == 0 && (!isPattern || pattern.matches(found.name)))
             names.append(found.name);
     });
-    std::sort(names.begin(), names.end(), [](const QString &left, const QString &right) {
-        const int order = left.compare(right, Qt::CaseInsensitive);
-        return order != 0 ? order < 0 : left < right;
-    });
+    sortNames(names);
     return names;
 }
 
@@ -118,29 +114,6 @@ QStringList listFiles(const QString &folder, const QString &pattern) {
     if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND && error != ERROR_NO_MORE_FILES)
         raise(ErrorNumber::PathNotFound, folder);
     return names;
-}
-
-void makeFolder(const QString &path) {
-    if (CreateDirectoryW(wide(checkedPath(path)), nullptr))
-        return;
-    const DWORD error = GetLastError();
-    const bool noParent = error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY;
-    raise(noParent ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-void removeFolder(const QString &path) {
-    if (RemoveDirectoryW(wide(checkedPath(path))))
-        return;
-    const DWORD error = GetLastError();
-    const bool missing = error == ERROR_PATH_NOT_FOUND || error == ERROR_FILE_NOT_FOUND;
-    raise(missing ? ErrorNumber::PathNotFound : ErrorNumber::PathFileAccess, path);
-}
-
-int attributes(const QString &path) {
-    const DWORD value = GetFileAttributesW(wide(checkedPath(path)));
-    if (value == INVALID_FILE_ATTRIBUTES)
-        raise(numberFor(GetLastError()), path);
-    return static_cast<int>(value & (kDosBits | FILE_ATTRIBUTE_DIRECTORY));
 }
 
 void surviveLargeWrites() {}

@@ -14,6 +14,10 @@ QString programFolder() {
     return cut < 0 ? path : path.first(cut == 2 ? 3 : cut);
 }
 
+bool canWatchFolders() {
+    return false;
+}
+
 QString windowsFolder(int limit) {
     if (limit <= 0)
         return {};

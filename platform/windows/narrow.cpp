@@ -2,6 +2,7 @@
 
 #include "platform/windows/system.h"
 #include "storage/storage.h"
+#include "storage/windows/system.h"
 
 #include <shellapi.h>
 
@@ -41,11 +42,8 @@ QString narrowPath(const QString &path) {
     const bool isWhole = path.startsWith(QStringLiteral("\\\\")) || path.indexOf(u':') == 1;
     if (!isWhole || fitsCodePage(path))
         return path;
-    QString other = withShortNames(longPath(path));
-    if (other.startsWith(QStringLiteral("\\\\?\\UNC\\")))
-        other.replace(0, 8, QStringLiteral("\\\\"));
-    else if (other.startsWith(QStringLiteral("\\\\?\\")))
-        other.remove(0, 4);
+    const QString other =
+        QString::fromStdWString(withoutLongPrefix(withShortNames(longPath(path)).toStdWString()));
     return fitsCodePage(other) ? other : path;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/files.h"
 #include "platform/windows/system.h"
+#include "storage/windows/system.h"
 
 namespace platform {
 
@@ -42,20 +43,7 @@ qsizetype rootLength(const QString &path) {
 }
 
 QString longPath(const QString &path) {
-    const QString text = nativePath(path);
-    if (text.startsWith(QStringLiteral("\\\\?\\")) || text.startsWith(QStringLiteral("\\\\.\\")))
-        return text;
-    DWORD size = GetFullPathNameW(wide(text), 0, nullptr, nullptr);
-    if (size == 0)
-        return text;
-    QString full(static_cast<qsizetype>(size), QChar(0));
-    size = GetFullPathNameW(wide(text), size, reinterpret_cast<wchar_t *>(full.data()), nullptr);
-    full.truncate(static_cast<qsizetype>(size));
-    if (full.startsWith(QStringLiteral("\\\\.\\")))
-        return full;
-    if (full.startsWith(QStringLiteral("\\\\")))
-        return QStringLiteral("\\\\?\\UNC\\") + full.sliced(2);
-    return QStringLiteral("\\\\?\\") + full;
+    return QString::fromStdWString(longPath(nativePath(path).toStdWString()));
 }
 
 QString checkedPath(const QString &path) {
@@ -72,27 +60,6 @@ QString checkedPath(const QString &path) {
 
 std::string storagePath(const QString &path) {
     return checkedPath(path).toStdString();
-}
-
-ErrorNumber numberFor(DWORD error) {
-    switch (error) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_BAD_NETPATH:
-    case ERROR_BAD_NET_NAME:
-        return ErrorNumber::FileNotFound;
-    case ERROR_INVALID_DRIVE:
-    case ERROR_NOT_READY:
-        return ErrorNumber::DeviceUnavailable;
-    case ERROR_INVALID_NAME:
-    case ERROR_BAD_PATHNAME:
-        return ErrorNumber::BadFileName;
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-        return ErrorNumber::PermissionDenied;
-    default:
-        return ErrorNumber::PathFileAccess;
-    }
 }
 
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "platform/files.h"
 #include "platform/windows/system.h"
+#include "storage/storage.h"
 
 #include <shellapi.h>
 
@@ -18,8 +19,8 @@ struct Command {
 };
 
 bool isFile(const QString &path) {
-    const DWORD kind = GetFileAttributesW(wide(longPath(path)));
-    return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    std::uint8_t its = kAttributeNormal;
+    return attributesOf(nativePath(path).toStdString(), its).ok() && (its & kAttributeFolder) == 0;
 }
 
 // The program's file: as given, with the default extension, or, for a bare name, from the system's

@@ -1,15 +1,7 @@
 #pragma once
 
-// windows.h for the sources of this folder.
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
 #include "platform/error.h"
+#include "storage/windows/windowsHeader.h"
 
 #include <QString>
 
@@ -26,8 +18,5 @@ QString longPath(const QString &path);
 // Like longPath, but raises 52 if the path contains a NUL and 68 if its drive does not exist, so
 // that no other path is used by mistake.
 QString checkedPath(const QString &path);
-
-// The error number to raise for a system error on a file.
-ErrorNumber numberFor(DWORD error);
 
 } // namespace platform

@@ -1,8 +1,7 @@
 #include "platform/forms.h"
+#include "storage/windows/windowsHeader.h"
 
 #include <QWidget>
-
-#include <windows.h>
 
 namespace platform {
 

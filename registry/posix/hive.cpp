@@ -190,7 +190,7 @@ void Hive::appendKey(QByteArray &text, QStringView path, std::int64_t now) const
     }
     if (!text.endsWith('\n'))
         text += end;
-    // The empty line also prevents that a truncated list of bytes continues in the next line.
+    // The empty line also keeps a truncated list of bytes from continuing in the next line.
     if (!isBlankLine(text, lastLine(text)))
         text += end;
     text += '[' + escaped(path, "[]") + "] " + QByteArray::number(now) + end;

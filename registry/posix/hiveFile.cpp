@@ -3,6 +3,7 @@
 #include "registry/posix/hiveLock.h"
 #include "registry/registry.h"
 #include "storage/posix/fileInfo.h"
+#include "storage/posix/paths.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
 
@@ -10,9 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <ctime>
 #include <map>
 #include <mutex>
@@ -47,9 +46,9 @@ bool isUnchanged(const Cached &cached, const FileInfo &now) {
 }
 
 // Reads a file as a whole; `info` is its state before.
-Status readFile(const QByteArray &path, InputFile &file, QByteArray &content, FileInfo &info) {
+Status readFile(const std::string &path, InputFile &file, QByteArray &content, FileInfo &info) {
     content.clear();
-    Status status = file.open(path.toStdString(), info);
+    Status status = file.open(path, info);
     std::size_t got = 1;
     while (status.ok() && got > 0) {
         const qsizetype filled = content.size();
@@ -78,23 +77,6 @@ std::int32_t registryError(const Status &status) {
     default:
         return kRegistryFault;
     }
-}
-
-// The file that a path leads to through links, the last of which may lead nowhere yet. Empty for
-// links in a circle.
-QByteArray followLinks(const QByteArray &path) {
-    constexpr int kMostLinks = 40;
-    QByteArray current = path;
-    for (int i = 0; i < kMostLinks; ++i) {
-        std::array<char, PATH_MAX> buffer; // NOLINT(*-member-init): the call below fills it
-        const ssize_t length = ::readlink(current.constData(), buffer.data(), buffer.size());
-        if (length < 0)
-            return current;
-        const QByteArray target(buffer.data(), length);
-        current =
-            target.startsWith('/') ? target : current.first(current.lastIndexOf('/') + 1) + target;
-    }
-    return {};
 }
 
 // `old` is the file to be replaced, if there is one. The caller holds the hive's lock.
@@ -133,7 +115,7 @@ std::shared_ptr<const Hive> readHive(const QByteArray &path) {
         cached.readAt = ::time(nullptr) * kSecond;
         QByteArray content;
         InputFile file;
-        const bool isRead = readFile(path, file, content, cached.info).ok();
+        const bool isRead = readFile(path.toStdString(), file, content, cached.info).ok();
         cached.hive = isRead ? std::make_shared<const Hive>(content) : nullptr;
     }
     return cached.hive ? cached.hive : kEmpty;
@@ -141,13 +123,13 @@ std::shared_ptr<const Hive> readHive(const QByteArray &path) {
 
 std::int32_t changeHive(const QByteArray &path,
                         const std::function<QByteArray(const Hive &)> &change) {
-    const QByteArray target = followLinks(path);
-    if (target.isEmpty())
-        return kRegistryFault;
-    const qsizetype slash = target.lastIndexOf('/');
-    const std::string folderPath = target.first(qMax(slash, 1)).toStdString();
-    const std::string name = target.sliced(slash + 1).toStdString();
-    Status status = makeFolders(folderPath, Permissions::Private);
+    std::string target;
+    Status status = followLinks(path.toStdString(), target);
+    std::string folderPath;
+    std::string name;
+    splitPath(target, folderPath, name);
+    if (status.ok())
+        status = makeFolders(folderPath, Permissions::Private);
     Folder folder;
     if (status.ok())
         status = folder.open(folderPath);
@@ -163,8 +145,8 @@ std::int32_t changeHive(const QByteArray &path,
     if (!status.ok() && !status.is(Failure::NotFound))
         return registryError(status);
     // A rename needs no permission to the file itself; a write-protected file stays.
-    if (::faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
-        return registryError(errnoStatus(errno, "cannot write", target.toStdString()));
+    if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT)
+        return registryError(errnoStatus(errno, "cannot write", target));
     const Hive hive(content);
     if (!hive.isWritable())
         return kBadHive;

@@ -1,6 +1,7 @@
 #include "registry/posix/hiveLock.h"
 
 #include "storage/posix/fileInfo.h"
+#include "storage/posix/paths.h"
 #include "storage/posix/systemError.h"
 
 #include <fcntl.h>
@@ -42,14 +43,15 @@ int waitForLock(int file, off_t byte, Clock::time_point end) {
 
 // Byte 0 of the file is the lock, byte 1 the right to be the next holder. A process that releases
 // the lock and requests it again at once finds that right taken, and cannot keep the others out.
-Status HiveLock::acquire(const QByteArray &path) {
+Status HiveLock::acquire(const std::string &path) {
     Descriptor file(
-        ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
     if (!file.isOpen())
-        return errnoStatus(errno, "cannot open", path.toStdString());
-    const QByteArray name = path.first(path.lastIndexOf('/') + 1);
-    const Descriptor folder(
-        ::open(name.isEmpty() ? "." : name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return errnoStatus(errno, "cannot open", path);
+    std::string folderPath;
+    std::string name;
+    splitPath(path, folderPath, name);
+    const Descriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     giveToOwnerOf(folder.get(), file.get());
     const Clock::time_point end = Clock::now() + kLongestWait;
     int result = waitForLock(file.get(), 1, end);
@@ -58,7 +60,7 @@ Status HiveLock::acquire(const QByteArray &path) {
         setLock(file.get(), 1, F_UNLCK);
     }
     if (result != 0)
-        return errnoStatus(result, "cannot lock", path.toStdString());
+        return errnoStatus(result, "cannot lock", path);
     m_file = std::move(file);
     return {};
 }

@@ -3,7 +3,7 @@
 #include "storage/posix/descriptor.h"
 #include "storage/status.h"
 
-#include <QByteArray>
+#include <string>
 
 namespace platform::hive {
 
@@ -12,7 +12,7 @@ namespace platform::hive {
 class HiveLock {
   public:
     // Waits a few seconds at most; then the result is Busy. Waiters take turns.
-    Status acquire(const QByteArray &path);
+    Status acquire(const std::string &path);
 
   private:
     Descriptor m_file;

@@ -48,7 +48,7 @@ QString nameText(const QByteArray &name) {
         QByteArrayView(name).first(name.contains('\0') ? name.indexOf('\0') : name.size()));
 }
 
-// Under Wine a 32-bit program, such as the game's installer, sees this key in location of the named
+// Under Wine a 32-bit program, such as the game's installer, sees this key instead of the named
 // one; a prefix without 64-bit programs has no such key.
 QString twinPath(const QString &path) {
     const qsizetype first = path.indexOf(u'\\');

@@ -1,56 +1,13 @@
 #include "registry/posix/registryText.h"
 
-#include <array>
+#include "storage/utf8.h"
 
 namespace platform::hive {
 
 namespace {
 
-// The length of the well-formed UTF-8 sequence at the start of `bytes`, which is not empty; 0 if
-// there is none.
-qsizetype readSequence(QByteArrayView bytes, char32_t &character) {
-    static constexpr std::array<char32_t, 5> kSmallest = {0, 0, 0x80, 0x800, 0x10000};
-    const auto lead = static_cast<unsigned char>(bytes[0]);
-    if (lead < 0x80) {
-        character = lead;
-        return 1;
-    }
-    const int length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length)
-        return 0;
-    character = lead & (0x7FU >> static_cast<unsigned>(length));
-    for (int i = 1; i < length; ++i) {
-        const auto next = static_cast<unsigned char>(bytes[i]);
-        if ((next & 0xC0U) != 0x80)
-            return 0;
-        character = (character << 6U) | (next & 0x3FU);
-    }
-    if (character < kSmallest.at(static_cast<std::size_t>(length)) || character > 0x10FFFF ||
-        QChar::isSurrogate(character))
-        return 0;
-    return length;
-}
-
-void appendUtf8(QByteArray &bytes, char32_t character) {
-    const auto tail = [&](unsigned shift) {
-        bytes += static_cast<char>(0x80U | ((character >> shift) & 0x3FU));
-    };
-    if (character < 0x80) {
-        bytes += static_cast<char>(character);
-    } else if (character < 0x800) {
-        bytes += static_cast<char>(0xC0U | (character >> 6U));
-        tail(0);
-    } else if (character < 0x10000) {
-        bytes += static_cast<char>(0xE0U | (character >> 12U));
-        tail(6);
-        tail(0);
-    } else {
-        bytes += static_cast<char>(0xF0U | (character >> 18U));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
-}
+// A malformed byte is this lone surrogate plus the byte.
+constexpr char32_t kLoneByte = 0xDC00;
 
 void appendUtf16(QString &text, char32_t character) {
     if (QChar::requiresSurrogates(character)) {
@@ -72,32 +29,28 @@ char32_t takeCharacter(QStringView text, qsizetype &at) {
 } // namespace
 
 QString wideText(QByteArrayView narrow) {
+    const std::string_view bytes(narrow.data(), static_cast<std::size_t>(narrow.size()));
     QString text;
     text.reserve(narrow.size());
-    while (!narrow.isEmpty()) {
-        char32_t character = 0;
-        qsizetype length = readSequence(narrow, character);
-        if (length == 0) {
-            character = 0xDC00U + static_cast<unsigned char>(narrow[0]);
-            length = 1;
-        }
-        appendUtf16(text, character);
-        narrow = narrow.sliced(length);
+    for (std::size_t at = 0; at < bytes.size();) {
+        const char32_t character = nextCodePoint(bytes, at);
+        appendUtf16(text, character < kMalformedByte ? character
+                                                     : kLoneByte + (character - kMalformedByte));
     }
     return text;
 }
 
 QByteArray narrowText(QStringView wide) {
-    QByteArray bytes;
-    bytes.reserve(wide.size());
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(wide.size()));
     for (qsizetype at = 0; at < wide.size();) {
         const char32_t character = takeCharacter(wide, at);
-        if (character >= 0xDC80 && character <= 0xDCFF)
-            bytes += static_cast<char>(character - 0xDC00);
+        if (character >= kLoneByte + 0x80 && character <= kLoneByte + 0xFF)
+            bytes += static_cast<char>(character - kLoneByte);
         else
             appendUtf8(bytes, QChar::isSurrogate(character) ? char32_t{0xFFFD} : character);
     }
-    return bytes;
+    return QByteArray::fromStdString(bytes);
 }
 
 QString foldCase(QStringView text) {

@@ -15,7 +15,7 @@ QString wideText(QByteArrayView narrow);
 // UTF-16 to UTF-8. Any other lone surrogate becomes U+FFFD.
 QByteArray narrowText(QStringView wide);
 
-// The case-folded text for comparing names: simple folding, one character for each.
+// The case-folded text for comparing names: simple folding, one character for each, of all scripts.
 QString foldCase(QStringView text);
 
 // A key path with single separators, without leading and trailing ones, cut off at a NUL.

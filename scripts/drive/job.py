@@ -174,6 +174,19 @@ class Job:
         self.gone(shown)
         self.picture("cancelled", self.window)
 
+    def see_changes(self):
+        """Leaves the tree for the settings and returns, which marks the changed files."""
+        before = self.screen.settle()
+        self.screen.key("Tab", "Tab", "Tab", "space")
+        self.screen.window(SETTINGS)
+        self.screen.key("Escape")
+        self.screen.wait("end of the settings window", lambda: not self.screen.find(SETTINGS))
+        self.screen.window(MAIN)
+        self.screen.key("shift+Tab", "shift+Tab", "shift+Tab")
+        self.screen.wait("marks of the changed files", lambda: self.screen.settle() != before)
+        time.sleep(1)
+        self.picture("changed", self.window)
+
     def see_settings(self):
         """Opens the settings window and closes it without a change."""
         self.screen.key("alt+s")

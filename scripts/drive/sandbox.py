@@ -39,9 +39,9 @@ class Sandbox:
             "XDG_DATA_HOME": str(home / ".local" / "share"),
             "WINEPREFIX": str(home / ".wine"),
         }
-        self.editor = self.folder / "tools" / "stand_in_editor"
+        self.editor = self.folder / "tools" / "stand-in-editor"
         self.editor.parent.mkdir()
-        shutil.copy(Path(__file__).resolve().parent / "stand_in_editor", self.editor)
+        shutil.copy(Path(__file__).resolve().parent / "stand-in-editor", self.editor)
 
     def set(self, key, name, text):
         """Stores a setting with orvel-reg."""
@@ -84,5 +84,5 @@ class Sandbox:
 
     def edited_files(self):
         """The files that the stand-in editor has changed so far."""
-        log = self.editor.parent / "stand_in_editor.log"
+        log = self.editor.parent / "stand-in-editor.log"
         return [Path(line) for line in log.read_text().splitlines()] if log.exists() else []

@@ -42,6 +42,7 @@ def edit_files(job, archive):
         path = before.names_on_disk()[name]
         job.select(Path(path).name)
         edited[name] = job.edit(SHOWN, path, [keys], picture)
+    job.see_changes()
     return before, edited
 
 

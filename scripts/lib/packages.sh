@@ -6,7 +6,7 @@ packages_of() {
     case $1 in
     build)
         echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev libcli11-dev \
-            nlohmann-json3-dev libre2-dev
+            nlohmann-json3-dev libpcre2-dev
         ;;
     test)
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
@@ -25,6 +25,11 @@ packages_of() {
     memcheck) echo valgrind ;;
     clang) echo clang ;;
     debian) echo debootstrap ;;
+    disks)
+        echo xfsprogs btrfs-progs f2fs-tools exfatprogs dosfstools ntfs-3g exfat-fuse fuse2fs sshfs \
+            openssh-sftp-server bindfs gocryptfs fuse-overlayfs nfs-kernel-server samba cifs-utils \
+            qemu-system-x86 busybox-static kmod
+        ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;
     esac
 }

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <fcntl.h>
 #include <iterator>
 #include <sys/stat.h>
@@ -28,9 +27,7 @@ int linkNameless(int file, int folder, const char *name) {
     int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
     if (result != 0 && errno == ENOENT) {
         // Older kernels allow that to administrators only.
-        char path[40];
-        std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
-        result = linkat(AT_FDCWD, path, folder, name, AT_SYMLINK_FOLLOW);
+        result = linkat(AT_FDCWD, pathThrough(file).c_str(), folder, name, AT_SYMLINK_FOLLOW);
     }
     return result;
 }
@@ -63,7 +60,8 @@ bool sameContent(const FileInfo &a, const FileInfo &b) {
 
 } // namespace
 
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced,
+                       FileInfo *named) {
     const int folder = static_cast<int>(m_folder->m_handle);
     const int file = static_cast<int>(m_handle);
     Status status;
@@ -83,6 +81,8 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         discard();
         return status;
     }
+    if (named != nullptr && !info(*named).ok())
+        *named = {};
     // From here on discard() must not remove the file, whatever close reports.
     m_temporary.clear();
     const bool closed = ::close(file) == 0;
@@ -99,14 +99,14 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     const int folder = static_cast<int>(m_folder->m_handle);
     FileInfo old;
     const bool known = replaced != nullptr && replaced->info(old).ok();
-    const auto letGo = [&] {
+    const auto closeReplaced = [&] {
         Status aside = replaced != nullptr && replaced->isOpen() ? setAside(name) : Status();
         if (aside.ok() && replaced != nullptr)
             replaced->close();
         return aside;
     };
     if (replaced != nullptr && !replacesOpenFiles(folder)) {
-        if (Status aside = letGo(); !aside.ok())
+        if (Status aside = closeReplaced(); !aside.ok())
             return aside;
     }
     const auto rename = [&] {
@@ -119,10 +119,10 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
     for (int round = 0; mayBeHeld(error) && round < rounds; ++round) {
         if (round > 0)
             std::this_thread::sleep_for(kRenamePause);
-        (void)letGo();
+        (void)closeReplaced();
         // Another program may put its own file there in the meantime.
         if (known && isThere() && !sameContent(there, old)) {
-            return {Failure::Exists, m_folder->pathOf(name) + " was replaced meanwhile",
+            return {Failure::Exists, m_folder->pathOf(name) + " was replaced by another program",
                     m_folder->pathOf(name)};
         }
         error = rename();

@@ -20,7 +20,7 @@ std::string absolutePathIn(const char *variable) {
     return value != nullptr && *value == '/' ? value : std::string();
 }
 
-// The folder that a variable names, else one in the user's home; "" where there is neither.
+// The folder that a variable names, else one in the user's home; "" if there is neither.
 std::string folderFrom(const char *variable, const char *inHome) {
     std::string folder = absolutePathIn(variable);
     if (!folder.empty())

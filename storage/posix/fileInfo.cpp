@@ -16,6 +16,8 @@ namespace platform {
 
 namespace {
 
+constexpr std::uint8_t kHiddenOrSystem = kAttributeHidden | kAttributeSystem;
+
 std::int64_t nanoseconds(const struct timespec &time) {
     return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
@@ -75,10 +77,17 @@ void giveToOwnerOf(int folder, int file) {
 }
 
 std::uint8_t readDosBits(int descriptor) {
-    const std::uint8_t bits = readDosBits([descriptor](void *value, std::size_t size) {
-        return fgetxattr(descriptor, kDosAttributeName, value, size);
-    });
-    return bits & (kAttributeHidden | kAttributeSystem);
+    return readDosBits([descriptor](void *value, std::size_t size) {
+               return fgetxattr(descriptor, kDosAttributeName, value, size);
+           }) &
+           kHiddenOrSystem;
+}
+
+std::uint8_t readDosBits(const std::string &path) {
+    return readDosBits([&](void *value, std::size_t size) {
+               return getxattr(path.c_str(), kDosAttributeName, value, size);
+           }) &
+           kHiddenOrSystem;
 }
 
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown) {

@@ -24,6 +24,7 @@ void giveToOwnerOf(int folder, int file);
 
 // Reads and writes the extended attribute that holds the DOS bits, as Samba and Wine keep it.
 std::uint8_t readDosBits(int descriptor);
+std::uint8_t readDosBits(const std::string &path);
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);
 // The same for an item of a folder, without opening it; links are not followed.
 std::uint8_t readDosBitsAt(int folder, const std::string &name);

@@ -1,9 +1,9 @@
 #include "storage/posix/fileLock.h"
 
 #include "storage/posix/descriptor.h"
+#include "storage/posix/fileInfo.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 
@@ -13,9 +13,7 @@ namespace {
 
 // Reopens the file with write access under the same descriptor number.
 bool openForWriting(int descriptor) {
-    char path[40];
-    std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);
-    const Descriptor writable(::open(path, O_RDWR | O_CLOEXEC));
+    const Descriptor writable(::open(pathThrough(descriptor).c_str(), O_RDWR | O_CLOEXEC));
     return writable.isOpen() && dup3(writable.get(), descriptor, O_CLOEXEC) >= 0;
 }
 

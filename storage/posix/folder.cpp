@@ -49,12 +49,6 @@ void Folder::close() {
     }
 }
 
-std::string Folder::pathOf(const std::string &name) const {
-    if (m_path.empty() || m_path.back() == '/')
-        return m_path + name;
-    return m_path + "/" + name;
-}
-
 Status Folder::open(const std::string &path) {
     close();
     m_path = path;
@@ -159,14 +153,14 @@ Status Folder::removeFileIf(const std::string &name, bool fresh,
                             const RemoveCheck &mayRemove) const {
     FileInfo info;
     Links links = Links::Refuse;
-    const auto look = [&] {
+    const auto readInfo = [&] {
         return fresh ? freshInfo(name, info, links) : this->info(name, info, links);
     };
-    if (Status status = look(); !status.ok())
+    if (Status status = readInfo(); !status.ok())
         return status;
     if (info.kind == FileInfo::Kind::Link)
         links = Links::Follow;
-    if ((links == Links::Follow && !look().ok()) ||
+    if ((links == Links::Follow && !readInfo().ok()) ||
         !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
         return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
     return removeFile(name);

@@ -1,3 +1,4 @@
+#include "storage/lockWait.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -6,7 +7,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -76,14 +76,10 @@ Status InputFile::attributes(std::uint8_t &attributes) const {
 }
 
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
-    const auto end = std::chrono::steady_clock::now() + wait;
-    while (tryLock(static_cast<int>(m_handle)) == Lock::Held) {
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", m_path};
-        if (std::chrono::steady_clock::now() >= end)
-            return {Failure::Busy, m_path + " is in use by another program", m_path};
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    const LockWait until(wait, keepGoing, m_path);
+    while (tryLock(static_cast<int>(m_handle)) == Lock::Held)
+        if (Status waited = until.pause(); !waited.ok())
+            return waited;
     return {};
 }
 

@@ -1,3 +1,4 @@
+#include "storage/lockWait.h"
 #include "storage/posix/diskKind.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace platform {
@@ -43,17 +43,15 @@ bool isStillThere(int folder, const char *lockFile, int file) {
 
 // A locked file beside the file of that name. It is removed before it is unlocked; if the process
 // is killed, it is removed with other temporaries.
-Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
-                      const KeepGoing &keepGoing) {
+Status NameLock::acquire(const Folder &folder, const std::string &name, Content /*content*/,
+                         std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     release();
     const int descriptor = static_cast<int>(folder.m_handle);
-    if (replacesOpenFiles(descriptor))
-        return {};
-    const std::string lockFile = lockFileName(name);
-    const auto end = std::chrono::steady_clock::now() + wait;
+    m_lockFile = lockFileName(name);
+    const LockWait until(wait, keepGoing, folder.pathOf(name));
     for (;;) {
         InputFile file;
-        file.m_handle = openLockFile(descriptor, lockFile.c_str());
+        file.m_handle = openLockFile(descriptor, m_lockFile.c_str());
         if (!file.isOpen() && (errno == EACCES || errno == EPERM || errno == EROFS))
             return {};
         // Some servers refuse to open a file that is being deleted, or that another system has
@@ -62,27 +60,40 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
             return errnoStatus(errno, "cannot lock a name in", folder.path());
         const Lock lock = file.isOpen() ? tryLock(static_cast<int>(file.m_handle)) : Lock::Held;
         if (lock == Lock::None) {
-            unlinkat(descriptor, lockFile.c_str(), 0);
+            unlinkat(descriptor, m_lockFile.c_str(), 0);
             return {};
         }
         if (lock == Lock::Taken &&
-            isStillThere(descriptor, lockFile.c_str(), static_cast<int>(file.m_handle))) {
+            isStillThere(descriptor, m_lockFile.c_str(), static_cast<int>(file.m_handle))) {
             m_folder = &folder;
-            m_lockFile = lockFile;
             m_file = std::move(file);
-            // The system may cache for a second or more which file had the name, and its content,
-            // before another machine replaced it. A listing refreshes that.
-            std::vector<FolderItem> items;
-            return folder.list(items);
+            return {};
         }
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        if (std::chrono::steady_clock::now() >= end) {
-            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
-                    folder.pathOf(name)};
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
+        if (Status waited = until.pause(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
+            !waited.ok())
+            return waited;
     }
+}
+
+Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                      const KeepGoing &keepGoing) {
+    release();
+    if (replacesOpenFiles(static_cast<int>(folder.m_handle)))
+        return {};
+    if (Status status = acquire(folder, name, Content::Empty, wait, keepGoing);
+        !status.ok() || !isHeld())
+        return status;
+    // The system may cache for a second or more which file had the name, and its content, before
+    // another machine replaced it. A listing refreshes that.
+    std::vector<FolderItem> items;
+    return folder.list(items);
+}
+
+void NameLock::writeNote(const std::string &note) {
+    const int file = static_cast<int>(m_file.m_handle);
+    // The file may be one that a killed process left behind, with a note of its own.
+    if (ftruncate(file, 0) == 0)
+        static_cast<void>(pwrite(file, note.data(), note.size(), 0) < 0);
 }
 
 void NameLock::release() {

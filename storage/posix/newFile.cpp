@@ -271,12 +271,14 @@ Status NewFile::sync() {
 void NewFile::discard() {
     if (m_handle < 0)
         return;
-    ::close(static_cast<int>(m_handle));
-    m_handle = -1;
+    // Deleted before it is closed: some FUSE clients learn of the closing late, and a file that is
+    // deleted at that moment stays behind under the client's own name.
     if (!m_temporary.empty()) {
         unlinkat(static_cast<int>(m_folder->m_handle), m_temporary.c_str(), 0);
         m_temporary.clear();
     }
+    ::close(static_cast<int>(m_handle));
+    m_handle = -1;
 }
 
 } // namespace platform

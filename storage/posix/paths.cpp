@@ -1,4 +1,8 @@
+#include "storage/posix/paths.h"
+
+#include "storage/pathText.h"
 #include "storage/posix/descriptor.h"
+#include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
@@ -22,7 +26,16 @@ struct Free {
     void operator()(char *text) const { std::free(text); }
 };
 
-// Splits a path into folder and name; the folder of a bare name is ".".
+} // namespace
+
+char pathSeparator() {
+    return '/';
+}
+
+bool isPathSeparator(char c) {
+    return c == '/';
+}
+
 void splitPath(const std::string &path, std::string &folder, std::string &name) {
     const std::size_t slash = path.rfind('/');
     const bool bare = slash == std::string::npos;
@@ -30,7 +43,20 @@ void splitPath(const std::string &path, std::string &folder, std::string &name) 
     name = bare ? path : path.substr(slash + 1);
 }
 
-} // namespace
+Status followLinks(const std::string &path, std::string &target) {
+    constexpr int kMostLinks = 40;
+    target = path;
+    for (int i = 0; i < kMostLinks; ++i) {
+        char next[PATH_MAX];
+        const ssize_t length = readlink(target.c_str(), next, sizeof next);
+        if (length < 0 || static_cast<std::size_t>(length) == sizeof next)
+            return {};
+        // A relative target begins in the link's folder.
+        target.resize(next[0] == '/' ? 0 : target.rfind('/') + 1);
+        target.append(next, static_cast<std::size_t>(length));
+    }
+    return errnoStatus(ELOOP, "cannot find", path);
+}
 
 Status makeFolders(const std::string &path, Permissions permissions) {
     const bool isPrivate = permissions == Permissions::Private;
@@ -58,29 +84,37 @@ Status makeFolders(const std::string &path, Permissions permissions) {
     return {};
 }
 
+Status makeOneFolder(const std::string &path) {
+    if (mkdir(path.c_str(), 0777) != 0)
+        return errnoStatus(errno, "cannot make the folder", path);
+    return {};
+}
+
+Status removeOneFolder(const std::string &path) {
+    if (rmdir(path.c_str()) != 0)
+        return errnoStatus(errno, "cannot delete the folder", path);
+    return {};
+}
+
+Status attributesOf(const std::string &path, std::uint8_t &attributes) {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0)
+        return errnoStatus(errno, "cannot examine", path);
+    attributes = readDosBits(path) | (S_ISDIR(st.st_mode) ? kAttributeFolder : kAttributeNormal) |
+                 (isReadOnly(st.st_mode) ? kAttributeReadOnly : kAttributeNormal);
+    return {};
+}
+
 Status resolvePath(const std::string &path, std::string &folder, std::string &name) {
-    std::string current = path;
-    for (int step = 0; step < 40; ++step) {
-        splitPath(current, folder, name);
-        const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
-        if (!real)
-            return errnoStatus(errno, "cannot find", path);
-        folder = real.get();
-        std::string whole = folder;
-        if (folder != "/")
-            whole += '/';
-        const std::size_t folderLength = whole.size();
-        whole += name;
-        char target[PATH_MAX];
-        const ssize_t length = readlink(whole.c_str(), target, sizeof target);
-        if (length < 0 || static_cast<std::size_t>(length) == sizeof target)
-            return {};
-        const std::string next(target, static_cast<std::size_t>(length));
-        whole.resize(folderLength);
-        whole += next;
-        current = !next.empty() && next.front() == '/' ? next : whole;
-    }
-    return errnoStatus(ELOOP, "cannot find", path);
+    std::string target;
+    if (Status status = followLinks(path, target); !status.ok())
+        return status;
+    splitPath(target, folder, name);
+    const std::unique_ptr<char, Free> real(realpath(folder.c_str(), nullptr));
+    if (!real)
+        return errnoStatus(errno, "cannot find", path);
+    folder = real.get();
+    return {};
 }
 
 std::string narrowFromUtf8(std::string_view text) {

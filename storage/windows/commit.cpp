@@ -78,7 +78,8 @@ bool setReadOnly(HANDLE folder, const std::string &name, bool readOnly) {
 
 } // namespace
 
-Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced) {
+Status NewFile::commit(const std::string &name, Replace replace, InputFile *replaced,
+                       FileInfo *named) {
     Status status;
     const std::wstring wide = wideFromUtf8(name);
     if (wide.empty() || !isComponent(wide))
@@ -89,6 +90,8 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         discard();
         return status;
     }
+    if (named != nullptr && !info(*named).ok())
+        *named = {};
     m_temporary.clear();
     CloseHandle(handleOf(std::exchange(m_handle, -1)));
     return {};
@@ -124,7 +127,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
         Sleep(round == 0 && madeWritable ? 0 : kRenamePause);
         // During the wait another program may put its own file there.
         if (known && isThere() && !isOld())
-            return {Failure::Exists, path + " was replaced meanwhile", path};
+            return {Failure::Exists, path + " was replaced by another program", path};
         status = rename(file, folder, wide, kReplaceIfExists, FileRenameInformation);
     }
     if (status >= 0)

@@ -49,12 +49,6 @@ void Folder::close() {
         CloseHandle(handleOf(std::exchange(m_handle, -1)));
 }
 
-std::string Folder::pathOf(const std::string &name) const {
-    if (m_path.empty() || m_path.back() == '\\' || m_path.back() == '/')
-        return m_path + name;
-    return m_path + "\\" + name;
-}
-
 // Other programs may rename or delete the open folder.
 Status Folder::open(const std::string &path) {
     return open(Location{path, {}});

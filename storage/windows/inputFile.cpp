@@ -1,7 +1,7 @@
+#include "storage/lockWait.h"
 #include "storage/windows/system.h"
 
 #include <algorithm>
-#include <thread>
 
 namespace platform {
 
@@ -109,7 +109,7 @@ Status InputFile::attributes(std::uint8_t &attributes) const {
 }
 
 Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
-    const auto end = std::chrono::steady_clock::now() + wait;
+    const LockWait until(wait, keepGoing, m_path);
     // A byte beyond any file: locks prevent access to the range that they cover.
     OVERLAPPED position{};
     position.OffsetHigh = 0x7FFFFFFF;
@@ -118,11 +118,8 @@ Status InputFile::lock(std::chrono::milliseconds wait, const KeepGoing &keepGoin
         const DWORD error = GetLastError();
         if (error != ERROR_LOCK_VIOLATION && error != ERROR_IO_PENDING)
             return errorStatus(error, "cannot lock", m_path);
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", m_path};
-        if (std::chrono::steady_clock::now() >= end)
-            return {Failure::Busy, m_path + " is in use by another program", m_path};
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (Status waited = until.pause(); !waited.ok())
+            return waited;
     }
     return {};
 }

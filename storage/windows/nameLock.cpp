@@ -1,7 +1,6 @@
+#include "storage/lockWait.h"
 #include "storage/temporary.h"
 #include "storage/windows/system.h"
-
-#include <thread>
 
 namespace platform {
 
@@ -19,20 +18,21 @@ std::string foldedName(const std::string &name) {
 
 } // namespace
 
-// A file without sharing, which the system deletes with its handle, even if the process is killed.
-Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
-                      const KeepGoing &keepGoing) {
+// A file that no other program may open for deletion, as a lock needs it. The system deletes it
+// with its handle, even if the process is killed.
+Status NameLock::acquire(const Folder &folder, const std::string &name, Content content,
+                         std::chrono::milliseconds wait, const KeepGoing &keepGoing) {
     release();
-    const std::string lockFile = lockFileName(foldedName(name));
-    const auto end = std::chrono::steady_clock::now() + wait;
+    m_lockFile = lockFileName(foldedName(name));
+    const LockWait until(wait, keepGoing, folder.pathOf(name));
     Access access;
-    access.rights = DELETE;
+    access.rights = content == Content::Note ? DELETE | FILE_WRITE_DATA : DELETE;
     access.disposition = FILE_OPEN_IF;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_DELETE_ON_CLOSE;
-    access.share = 0;
+    access.share = content == Content::Note ? FILE_SHARE_READ : 0;
     Handle file;
     for (;;) {
-        const NTSTATUS status = openAt(handleOf(folder.m_handle), lockFile, access, file);
+        const NTSTATUS status = openAt(handleOf(folder.m_handle), m_lockFile, access, file);
         if (status >= 0) {
             m_file.m_handle = numberOf(file.release());
             return {};
@@ -43,14 +43,21 @@ Status NameLock::take(const Folder &folder, const std::string &name, std::chrono
             return takesNoFile ? Status()
                                : errorStatus(error, "cannot lock a name in", folder.path());
         }
-        if (keepGoing && !keepGoing())
-            return {Failure::Cancelled, "cancelled", folder.pathOf(name)};
-        if (std::chrono::steady_clock::now() >= end) {
-            return {Failure::Busy, folder.pathOf(name) + " is in use by another program",
-                    folder.pathOf(name)};
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (Status waited = until.pause(); !waited.ok())
+            return waited;
     }
+}
+
+Status NameLock::take(const Folder &folder, const std::string &name, std::chrono::milliseconds wait,
+                      const KeepGoing &keepGoing) {
+    return acquire(folder, name, Content::Empty, wait, keepGoing);
+}
+
+void NameLock::writeNote(const std::string &note) {
+    OVERLAPPED start{};
+    DWORD written = 0;
+    WriteFile(handleOf(m_file.m_handle), note.data(), static_cast<DWORD>(note.size()), &written,
+              &start);
 }
 
 void NameLock::release() {

@@ -1,3 +1,4 @@
+#include "storage/pathText.h"
 #include "storage/windows/system.h"
 
 #include <bit>
@@ -6,22 +7,10 @@ namespace platform {
 
 namespace {
 
-constexpr bool isSeparator(char c) {
-    return c == '\\' || c == '/';
-}
-
 // The index of the file name in a path.
 std::size_t nameStart(const std::string &path) {
     const std::size_t cut = path.find_last_of("\\/:");
     return cut == std::string::npos ? 0 : cut + 1;
-}
-
-// Removes the prefix of the long form.
-std::wstring plainForm(std::wstring path) {
-    constexpr std::wstring_view kServer = L"\\\\?\\UNC\\";
-    if (path.starts_with(kServer))
-        return L"\\\\" + path.substr(kServer.size());
-    return path.starts_with(L"\\\\?\\") ? path.substr(4) : path;
 }
 
 // The path without links; "" if it does not exist.
@@ -38,7 +27,7 @@ std::wstring finalPath(const std::string &path) {
     if (size == 0 || size >= needed)
         return {};
     whole.resize(size);
-    return plainForm(whole);
+    return withoutLongPrefix(whole);
 }
 
 // The stored name of a file, in place of a short name.
@@ -53,25 +42,55 @@ std::wstring storedName(const std::string &path) {
 
 } // namespace
 
+char pathSeparator() {
+    return '\\';
+}
+
+bool isPathSeparator(char c) {
+    return c == '\\' || c == '/';
+}
+
 Status makeFolders(const std::string &path, Permissions /*permissions*/) {
     // Skips the drive, or server and share.
     std::size_t at = 0;
     if (path.size() > 1 && path[1] == ':') {
         at = 2;
-    } else if (path.size() > 1 && isSeparator(path[0]) && isSeparator(path[1])) {
+    } else if (path.size() > 1 && isPathSeparator(path[0]) && isPathSeparator(path[1])) {
         at = path.find_first_of("\\/", 2);
         at = at == std::string::npos ? at : path.find_first_of("\\/", at + 1);
     }
     while (at < path.size()) {
         at = path.find_first_of("\\/", at + 1);
         const std::string part = path.substr(0, at);
-        if (!part.empty() && !CreateDirectoryW(longPath(part).c_str(), nullptr)) {
-            const DWORD error = GetLastError();
-            const DWORD kind = GetFileAttributesW(longPath(part).c_str());
-            if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0)
-                return errorStatus(error, "cannot make the folder", part);
+        if (part.empty())
+            continue;
+        if (Status made = makeOneFolder(part); !made.ok()) {
+            std::uint8_t there = kAttributeNormal;
+            if (!attributesOf(part, there).ok() || (there & kAttributeFolder) == 0)
+                return made;
         }
     }
+    return {};
+}
+
+Status makeOneFolder(const std::string &path) {
+    if (!CreateDirectoryW(longPath(path).c_str(), nullptr))
+        return errorStatus(GetLastError(), "cannot make the folder", path);
+    return {};
+}
+
+Status removeOneFolder(const std::string &path) {
+    if (!RemoveDirectoryW(longPath(path).c_str()))
+        return errorStatus(GetLastError(), "cannot delete the folder", path);
+    return {};
+}
+
+Status attributesOf(const std::string &path, std::uint8_t &attributes) {
+    const DWORD found = GetFileAttributesW(longPath(path).c_str());
+    if (found == INVALID_FILE_ATTRIBUTES)
+        return errorStatus(GetLastError(), "cannot examine", path);
+    attributes = dosBits(found) |
+                 ((found & FILE_ATTRIBUTE_DIRECTORY) != 0 ? kAttributeFolder : kAttributeNormal);
     return {};
 }
 
@@ -91,7 +110,7 @@ Status resolvePath(const std::string &path, std::string &folder, std::string &na
     }
     if (!real.empty())
         folder = utf8FromWide(real);
-    if (folder.size() > 3 && isSeparator(folder.back()))
+    if (folder.size() > 3 && isPathSeparator(folder.back()))
         folder.pop_back();
     return {};
 }

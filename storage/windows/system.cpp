@@ -12,6 +12,10 @@ constexpr DWORD kDirectoryNotSupported = 336;
 constexpr DWORD kStoppedOnSymlink = 681;
 constexpr DWORD kDiskQuotaExceeded = 1295;
 
+// The prefixes of the long form of a path: of a local path, and of one on a server.
+constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
+constexpr std::wstring_view kServerPrefix = L"\\\\?\\UNC\\";
+
 std::wstring toWide(UINT codePage, std::string_view text) {
     const int size = static_cast<int>(text.size());
     const int needed = MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0);
@@ -111,17 +115,28 @@ std::string utf8FromNarrow(std::string_view text) {
     return utf8FromWide(toWide(CP_ACP, text));
 }
 
-std::wstring longPath(const std::string &utf8) {
-    const std::wstring path = wideFromUtf8(utf8.empty() ? std::string_view(".") : utf8);
-    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\"))
+std::wstring longPath(const std::wstring &path) {
+    if (path.starts_with(kLongPrefix) || path.starts_with(L"\\\\.\\"))
         return path;
     DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    if (size == 0)
+        return path;
     std::wstring whole(size, L'\0');
     size = GetFullPathNameW(path.c_str(), size, whole.data(), nullptr);
     whole.resize(size);
     if (whole.starts_with(L"\\\\"))
-        return whole.starts_with(L"\\\\.\\") ? whole : L"\\\\?\\UNC\\" + whole.substr(2);
-    return L"\\\\?\\" + whole;
+        return whole.starts_with(L"\\\\.\\") ? whole : std::wstring(kServerPrefix).append(whole, 2);
+    return std::wstring(kLongPrefix) + whole;
+}
+
+std::wstring longPath(const std::string &path) {
+    return longPath(wideFromUtf8(path.empty() ? std::string_view(".") : path));
+}
+
+std::wstring withoutLongPrefix(const std::wstring &path) {
+    if (path.starts_with(kServerPrefix))
+        return L"\\\\" + path.substr(kServerPrefix.size());
+    return path.starts_with(kLongPrefix) ? path.substr(kLongPrefix.size()) : path;
 }
 
 std::wstring longPath(const Location &location) {

@@ -1,21 +1,14 @@
 #pragma once
 
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
-
-#include <winternl.h>
-
 #include "storage/storage.h"
+#include "storage/windows/windowsHeader.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include <winternl.h>
 
 // Helpers: text, errors, and access to names in a folder's handle.
 namespace platform {
@@ -59,8 +52,11 @@ inline std::intptr_t numberOf(HANDLE handle) {
 std::wstring wideFromUtf8(std::string_view text);
 std::string utf8FromWide(std::wstring_view text);
 // The absolute path in the long form ("\\?\"), which has no limit of 260 characters.
+std::wstring longPath(const std::wstring &path);
 std::wstring longPath(const std::string &path);
 std::wstring longPath(const Location &location);
+// The usual form of a path in the long form.
+std::wstring withoutLongPrefix(const std::wstring &path);
 // The path for messages, with uniform separators.
 std::string shownPath(const Location &location);
 

@@ -151,12 +151,15 @@ TEST_F(mZipTest, PackedFilesAreKnownAfterACallThatEndsWell) {
     seen.device = 1, seen.id = 2, seen.size = 3, seen.modified = 4, seen.changed = 5;
     platform::FileInfo other = seen;
     ++other.id;
-    const ZPPACKED file{"sub/\xc3\xbc.cs", 1, 2, 3, 4, 5, 6, 7};
+    const ZPPACKED file{"sub/\xc3\xbc.cs", 1, 2, 3, 4, 5, 6, 7, VL2ZIP_ADDED};
     for (const std::int32_t code : {0, 12, 1}) {
         during([&](const ZIPUSERFUNCTIONS &) { fake.packed(&file); }, code);
         const auto packed = zip.TakePacked();
         ASSERT_EQ(packed.has_value(), code != 1) << code;
         EXPECT_FALSE(zip.TakePacked().has_value());
+        const std::vector<SavedFile> &saved = zip.LastResult().saved;
+        EXPECT_TRUE(saved.size() == 1 && saved[0].outcome == SavedFile::Outcome::Added &&
+                    saved[0].path == file.path && sameFile(saved[0].file, seen));
         if (!packed)
             continue;
         EXPECT_TRUE(packed->hold(u"sub\\\u00dc.cs", seen, true, never));

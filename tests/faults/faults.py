@@ -21,6 +21,10 @@ SHARE = {"lacks": " local open-rename read-locks "}
 HELD = {"lacks": " local held-rename renameat2 "}
 
 
+# What another program has put into the archive since the extraction.
+NEWER = {"scripts/client.cs": b"// newer\r\n" * 70}
+
+
 def prepared(binaries, scratch, **options):
     """A job to save; the archive's bytes before and after an undisturbed save, and its calls."""
     job = Job(binaries, scratch, **options)
@@ -69,8 +73,29 @@ def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lam
                       "reported a failure, work folder not kept")
             recognised = job.save_again(where)
             check(now == new or recognised, where, "work folder not recognised")
-    check(min(outcomes.values()) > 3, "too few points reached:", outcomes.values())
-    print("%d points, archive old after %d, new after %d" % (len(calls) + 1, *outcomes.values()))
+    check(min(outcomes.values()) > (3 if job.sample is None else 0), "too few points reached:", outcomes.values())
+    print("%d points, archive old after %d, new after %d" % (sum(outcomes.values()), *outcomes.values()))
+
+
+def interrupted_cancel(binaries, scratch):
+    """A Cancel that is killed at each call: the archive is as it was, and each edited file is whole in
+    the work folder or in the trash."""
+    job = Job(binaries, scratch)
+    job.extract_and_edit()
+    job.freeze()
+    old = job.bytes_of_archive()
+    calls = job.calls_of("cancel")
+    trash = os.path.join(job.live, "data", "Trash", "files")
+    check(len(read_tree(trash)) == len(job.edits), "in the trash are", read_tree(trash).keys())
+    for number, where in job.points(calls):
+        job.steps("cancel", watch=kills(number), must=False)
+        check(job.bytes_of_archive() == old, where, "the archive changed")
+        there = [*read_tree(job.work).values(), *read_tree(trash).values()]
+        for name, content in job.edits.items():
+            check(content in there, where, "lost the edit of", name)
+        job.steps("ready", "cancel")
+        job.nothing_left(where)
+    print("%d points" % len(calls))
 
 
 def interrupted_extractions(binaries, scratch, *faults, **disk):
@@ -81,19 +106,29 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
     calls = job.calls_of("extract")
     check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
     check(len(calls) > len(ENTRIES), "too few calls seen")
-    killed = 0
+    killed = tried = 0
     for fault in faults:
         for number, where in job.points(calls):
             watch = fault(number)
             where = "%s %s" % (watch, where)
             done = job.steps("extract", watch=watch, must=False)
+            tried += 1
             killed += was_killed(done)
             check(was_killed(done) or done.returncode == 0, where, done.stdout)
             for name, content in job.extracted().items():
                 check(content == ENTRIES.get(name), where, "half a file:", name)
-            job.extract_again(where)
-    check(killed > len(ENTRIES) or kills not in faults, "too few points reached:", killed)
-    print("%d points, %d faults each" % (len(calls), len(faults)))
+            if number % 2 == 0 or not was_killed(done):
+                job.extract_again(where)
+                continue
+            # What an unfinished extraction has left sets no newer entry back.
+            newer = {**ENTRIES, **NEWER}
+            job.make_archive(newer)
+            said = job.steps("ready", "save").stdout
+            check("error:" not in said and archive_content(job.archive) == newer, where,
+                  "a newer entry was set back:", said)
+            job.nothing_left(where)
+    check(killed * 2 > tried or kills not in faults, "too few points reached:", killed)
+    print("%d points, %d faults each" % (tried / len(faults), len(faults)))
 
 
 def settings(binaries, scratch):
@@ -253,10 +288,12 @@ if __name__ == "__main__":
     main({
         "kill-save": save,
         "kill-save-large": lambda *where: save(*where, **LARGE),
+        "kill-merge": lambda *where: save(*where, newer=NEWER),
         "kill-save-share": lambda *where: save(*where, **SHARE),
         "kill-save-held": lambda *where: save(*where, **HELD),
         "kill-extract": lambda *where: extract(*where, kills),
         "kill-extract-poor": lambda *where: extract(*where, kills, **POOR),
+        "kill-cancel": interrupted_cancel,
         "settings": settings, "commands": commands,
         "fail-save": lambda *where: save(*where, *map(failures, (
             errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES))),

@@ -1,9 +1,12 @@
 """A game folder, an archive in it, and the program's steps on them, for fault tests."""
 
+import contextlib
+import copy
 import glob
 import os
 import shutil
 import signal
+import stat
 import subprocess
 import sys
 import zipfile
@@ -71,39 +74,88 @@ def archive_content(path):
         return {name: archive.read(name) for name in archive.namelist()}
 
 
+class Snapshot:
+    """The files and folders of some folders, with modes and times, as far as a disk keeps them."""
+
+    def __init__(self, folders):
+        self.folders = folders
+        self.held = []
+        for folder in folders:
+            for path in sorted(Path(folder).rglob("*")):
+                state = path.stat()
+                content = None if path.is_dir() else path.read_bytes()
+                self.held.append((path, stat.S_IMODE(state.st_mode), state.st_mtime_ns, content))
+
+    def restore(self):
+        for folder in self.folders:
+            if os.path.isdir(folder):
+                shutil.rmtree(folder)
+            os.makedirs(folder)
+        for path, mode, modified, content in self.held:
+            if content is None:
+                path.mkdir()
+            else:
+                path.write_bytes(content)
+                with contextlib.suppress(OSError):
+                    os.utime(path, ns=(modified, modified))
+            with contextlib.suppress(OSError):
+                os.chmod(path, mode)
+
+
 class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
     `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
-    `more` are edits beside the usual ones, `lacks` are features that the disk lacks."""
+    `more` are edits beside the usual ones, `newer` are entries that another program replaces after the
+    extraction, `lacks` are features that the disk lacks. `game` and `temp` are folders elsewhere for
+    the game and for the work folders. Of the points in a step, at most `sample` are tried, spread over
+    all."""
 
-    def __init__(self, binaries, root, front=b"", more=None, lacks=None):
-        self.binaries, self.root = binaries, root
+    def __init__(self, binaries, root, front=b"", more=None, newer=None, lacks=None, game=None,
+                 temp=None, sample=None):
+        self.binaries, self.root, self.sample = binaries, root, sample
         self.disk = {"lacks": lacks} if lacks else {}
         self.edits = {**EDITS, **(more or {})}
-        self.wanted = {**ENTRIES, **self.edits}
+        self.entries = {**ENTRIES, **(newer or {})}
+        self.wanted = {**self.entries, **self.edits}
         self.live = os.path.join(root, "live")
-        self.frozen = os.path.join(root, "frozen")
-        self.base = os.path.join(self.live, "game", "GameData", "base")
+        self.game = game or os.path.join(self.live, "game")
+        self.base = os.path.join(self.game, "GameData", "base")
         self.archive = os.path.join(self.base, "job.vl2")
-        self.temp = os.path.join(self.live, "temp")
+        self.temp = temp or os.path.join(self.live, "temp")
+        self.parts = [self.live, *filter(None, (game, temp))]
+        # All that belongs to the job: the parts elsewhere are beside the root.
+        self.watched = os.path.dirname(root) if len(self.parts) > 1 else self.live
         self.work = os.path.join(self.temp, "Job")
         self.config = os.path.join(self.live, "config")
-        shutil.rmtree(root, ignore_errors=True)
+        for part in (root, *self.parts[1:]):
+            shutil.rmtree(part, ignore_errors=True)
+            os.makedirs(part)
         os.makedirs(self.base)
-        os.mkdir(self.config)
+        os.makedirs(self.config)
         # The cache of the font library is outside of the watched folder.
         self.env = dict(os.environ, XDG_CONFIG_HOME=self.config, HOME=self.live,
                         XDG_CACHE_HOME=os.path.join(root, "cache"),
                         XDG_DATA_HOME=os.path.join(self.live, "data"),
                         WINEPREFIX=os.path.join(self.live, "no-prefix"),
                         QT_QPA_PLATFORM="offscreen", LSAN_OPTIONS="detect_leaks=0")
-        with zipfile.ZipFile(self.archive, "w", zipfile.ZIP_DEFLATED) as archive:
-            for name, content in ENTRIES.items():
-                archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
-                                 zipfile.ZIP_DEFLATED)
-        write_files(self.base, {"job.vl2": front + self.bytes_of_archive()})
-        self.register(GAME_KEY, "directory", os.path.join(self.live, "game"))
+        self.front = front
+        self.make_archive(ENTRIES)
+        self.register_folders()
+
+    def register_folders(self):
+        self.register(GAME_KEY, "directory", self.game)
         self.register(PROGRAM_KEY, "tempdir", self.temp)
+
+    def of_other_user(self):
+        """The same archive with settings and a work folder of its own, beside this job's."""
+        other = copy.copy(self)
+        other.config = self.config + "-other"
+        other.temp = self.temp + "-other"
+        other.work = os.path.join(other.temp, "Job")
+        other.env = dict(self.env, XDG_CONFIG_HOME=other.config)
+        os.mkdir(other.config)
+        other.register_folders()
+        return other
 
     def register(self, key, name, text, **options):
         return self.run("orvel-reg", "add", key, name, text, **options)
@@ -113,7 +165,7 @@ class Job:
         all that `reset` puts back."""
         env = dict(self.env)
         if watch is not None or self.disk:
-            watch = {"folder": self.live, **self.disk, **(watch or {})}
+            watch = {"folder": self.watched, **self.disk, **(watch or {})}
             env.update({"WATCH_" + key.upper(): str(value) for key, value in watch.items()})
             # By bare name: in a list of paths, blanks separate.
             env["LD_PRELOAD"] = env.get("LD_PRELOAD", "") + " libcallWatch.so"
@@ -137,19 +189,26 @@ class Job:
         until_pause(process)
         return process
 
+    def make_archive(self, entries):
+        with zipfile.ZipFile(self.archive, "w", zipfile.ZIP_DEFLATED) as archive:
+            for name, content in entries.items():
+                archive.writestr(zipfile.ZipInfo(name, (2001, 3, 28, 12, 0, 0)), content,
+                                 zipfile.ZIP_DEFLATED)
+        write_files(self.base, {"job.vl2": self.front + self.bytes_of_archive()})
+
     def extract_and_edit(self):
         self.steps("extract")
+        if self.entries != ENTRIES:
+            self.make_archive(self.entries)
         write_files(self.work, self.edits)
         for name in self.edits:
             os.utime(os.path.join(self.work, name), (1_000_000_000, 1_000_000_000))
 
     def freeze(self):
-        shutil.rmtree(self.frozen, ignore_errors=True)
-        shutil.copytree(self.live, self.frozen)
+        self.frozen = Snapshot(self.parts)
 
     def reset(self):
-        shutil.rmtree(self.live)
-        shutil.copytree(self.frozen, self.live)
+        self.frozen.restore()
 
     def calls_of(self, run, **watch):
         """The watched calls of one undisturbed run, a step or a function: (name, path) pairs."""
@@ -161,7 +220,11 @@ class Job:
 
     def points(self, calls):
         """The number and a description of each call, each time with the disk reset."""
+        tried = self.sample and max(self.sample - 1, 1)
+        chosen = {round(i * (len(calls) - 1) / tried) for i in range(self.sample)} if tried else None
         for number, (name, path) in enumerate(calls, 1):
+            if chosen is not None and number - 1 not in chosen:
+                continue
             self.reset()
             yield number, "at call %d (%s %s):" % (number, name, path)
 
@@ -189,7 +252,7 @@ class Job:
         packed, on_disk = archive_content(self.archive), read_tree(self.work)
         for name, content in self.edits.items():
             check(content in (packed.get(name), on_disk.get(name)), where, "lost the edit of", name)
-        for name, content in ENTRIES.items():
+        for name, content in self.entries.items():
             check(name in self.edits or packed.get(name) == content, where, "damaged", name)
 
     def save_again(self, where):
@@ -216,8 +279,11 @@ class Job:
         return done
 
     def nothing_left(self, where):
-        left = [name for name in read_tree(self.live)
-                if os.path.basename(name).startswith(".orvel-") or name.endswith(".part")]
+        # The record stays with the files of the work folder.
+        kept = ".orvel-Job.record" if read_tree(self.work) else None
+        left = [name for part in self.parts for name in read_tree(part)
+                if os.path.basename(name) != kept and
+                (os.path.basename(name).startswith(".orvel-") or name.endswith(".part"))]
         check(not left, where, "left behind", left)
 
 

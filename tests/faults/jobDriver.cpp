@@ -1,7 +1,7 @@
 // Drives the real main window through steps given as words, without a display: for tests that stop
 // the program or make its calls fail.
 //
-//   jobDriver ARCHIVE STEP...   STEP: extract, save, ready, pause
+//   jobDriver ARCHIVE STEP...   STEP: extract, save, cancel, ready, pause
 //
 // The step "ready" prints whether the archive is extracted, and extracts it if not. A pause lasts
 // until a line is read from the standard input. ARCHIVE is the name as the drop-down shows it.
@@ -26,6 +26,14 @@ void say(const char *what, const QString &text) {
     std::fflush(stdout);
 }
 
+void sayStatus(const QWidget &window) {
+    const auto *label = window.findChild<QLabel *>("lblStatus");
+    say("status", label->text());
+    const QString note = label->accessibleDescription();
+    if (!note.isEmpty() && note != label->text())
+        say("note", note);
+}
+
 bool take(QWidget &window, const QString &step) {
     if (step == "pause") {
         say("pause", QString());
@@ -36,8 +44,10 @@ bool take(QWidget &window, const QString &step) {
         say("state", save->isEnabled() ? "extracted" : "listed");
         return save->isEnabled() || take(window, "extract");
     }
-    auto *button =
-        window.findChild<QPushButton *>(step == "save" ? "cmdSaveChanges" : "cmdExtract");
+    const char *name = step == "save"     ? "cmdSaveChanges"
+                       : step == "cancel" ? "cmdCancel"
+                                          : "cmdExtract";
+    auto *button = window.findChild<QPushButton *>(name);
     if (!button->isEnabled())
         return false;
     QTest::mouseClick(button, Qt::LeftButton);
@@ -62,18 +72,14 @@ int main(int argc, char **argv) {
         return 2;
     archives->setFocus();
     archives->setCurrentIndex(place);
-    QTest::keyClick(archives, Qt::Key_Home);
     emit archives->activated(place);
     for (const QString &step : arguments.sliced(2)) {
         if (!take(window, step)) {
             say("disabled", step);
+            sayStatus(window);
             return 3;
         }
-        const auto *label = window.findChild<QLabel *>("lblStatus");
-        say("status", label->text());
-        const QString note = label->accessibleDescription();
-        if (!note.isEmpty() && note != label->text())
-            say("note", note);
+        sayStatus(window);
     }
     return 0;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files.h"
+#include "storage/storage.h"
 #include "tests/registry/printBytes.h"
 #include "tests/support/disk.h"
 #include "tests/support/expectError.h"
@@ -30,6 +32,12 @@ class FilesFixture : public testing::Test {
     }
     void setDos(const QByteArray &name, int attributes) const {
         ASSERT_TRUE(setDosAttributes(pathOf(at(QString::fromUtf8(name))), attributes));
+    }
+    // Read-only, hidden, system and folder of a path in the program's form.
+    static int dosOf(const QString &path) {
+        std::uint8_t bits = 0xFF;
+        EXPECT_TRUE(platform::attributesOf(platform::storagePath(path), bits).ok());
+        return bits;
     }
     bool exists(const QByteArray &name) const {
         return std::filesystem::exists(

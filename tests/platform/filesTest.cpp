@@ -14,12 +14,11 @@ TEST_F(FilesTest, ASearchFindsFilesThatItsMaskAllows) {
          {"b.vl2", "A.VL2", "hidden.vl2", "system.vl2", "readonly.vl2", "a.vl2old", "other.txt"})
         makeFile(name);
     makeFolders("folder.vl2");
-    setDos("hidden.vl2", AttributeHidden);
-    setDos("system.vl2", AttributeSystem);
-    setDos("readonly.vl2", AttributeReadOnly);
-    EXPECT_EQ(attributes(at("HIDDEN.vl2")) & ~AttributeArchive, AttributeHidden);
-    EXPECT_EQ(attributes(at("folder.vl2")), AttributeDirectory);
-    expectError(ErrorNumber::FileNotFound, [&] { attributes(at("none")); });
+    setDos("hidden.vl2", kAttributeHidden);
+    setDos("system.vl2", kAttributeSystem);
+    setDos("readonly.vl2", kAttributeReadOnly);
+    EXPECT_EQ(dosOf(at("HIDDEN.vl2")), kAttributeHidden);
+    EXPECT_EQ(dosOf(at("folder.vl2")), kAttributeFolder);
     struct Row {
         const char *pattern;
         int mask;
@@ -28,12 +27,12 @@ TEST_F(FilesTest, ASearchFindsFilesThatItsMaskAllows) {
     for (const Row &row : {
              Row{"a.vl2 ", 0, "A.VL2"},
              Row{"readonly.vl2", 0, "readonly.vl2"},
-             Row{"hidden.vl2", AttributeSystem, ""},
-             Row{"hidden.vl2", AttributeHidden, "hidden.vl2"},
-             Row{"system.vl2", AttributeHidden, ""},
-             Row{"system.vl2", AttributeSystem, "system.vl2"},
-             Row{"folder.vl2", AttributeDirectory, "folder.vl2"},
-             Row{"H*", AttributeHidden, "hidden.vl2"},
+             Row{"hidden.vl2", kAttributeSystem, ""},
+             Row{"hidden.vl2", kAttributeHidden, "hidden.vl2"},
+             Row{"system.vl2", kAttributeHidden, ""},
+             Row{"system.vl2", kAttributeSystem, "system.vl2"},
+             Row{"folder.vl2", kAttributeFolder, "folder.vl2"},
+             Row{"H*", kAttributeHidden, "hidden.vl2"},
              Row{"a*.*old", 0, "a.vl2old"},
          })
         EXPECT_EQ(findFirst(at(row.pattern), row.mask), QString(row.found)) << row.pattern;
@@ -73,7 +72,7 @@ TEST_F(FilesTest, WildcardsWorkAsInADosSearch) {
 
 TEST_F(FilesTest, TheStoredNameIsTheOneOnDiskForFilesAndFoldersOfEveryKind) {
     makeFile("Program Files/Game.EXE");
-    setDos("Program Files/Game.EXE", platform::AttributeHidden);
+    setDos("Program Files/Game.EXE", platform::kAttributeHidden);
     EXPECT_EQ(platform::storedName(at("program files\\")), QString("Program Files"));
     EXPECT_EQ(platform::storedName(at("program files\\game.exe")), QString("Game.EXE"));
     for (const QString &none :
@@ -96,13 +95,12 @@ TEST_F(FilesTest, ACopyIsWholeOrTheTargetStaysAsItWas) {
     makeFile("out/Old.8bi", "old");
     makeFile("out/fixed.8bi", "old");
     setFileTime(pathOf(at("in/Png.8bi")), 1'000'000'000);
-    setDos("in/Png.8bi", platform::AttributeReadOnly);
-    setDos("out/fixed.8bi", platform::AttributeReadOnly);
+    setDos("in/Png.8bi", platform::kAttributeReadOnly);
+    setDos("out/fixed.8bi", platform::kAttributeReadOnly);
     for (const char *target : {"out\\OLD.8bi", "out\\new.8bi"}) {
         platform::copyFile(at("IN\\png.8BI"), at(target));
         EXPECT_EQ(readFile(platform::nativePath(at(target))), content);
-        EXPECT_EQ(platform::attributes(at(target)) & ~platform::AttributeArchive,
-                  platform::AttributeReadOnly);
+        EXPECT_EQ(dosOf(at(target)), platform::kAttributeReadOnly);
         EXPECT_EQ(fileTime(pathOf(platform::nativePath(at(target)))), 1'000'000'000'000'000'000);
     }
     const auto copy = [&](const char *from, const char *to) {

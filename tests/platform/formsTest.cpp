@@ -12,7 +12,7 @@ TEST(forms, shows_the_box_of_a_style_and_gives_its_answer) {
         int style;
         Qt::Key key;
         QMessageBox::Icon icon;
-        qsizetype buttons;
+        int buttons;
         int answer;
     } rows[] = {
         {16, Qt::Key_Escape, QMessageBox::Critical, 1, 1},

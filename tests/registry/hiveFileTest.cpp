@@ -134,7 +134,7 @@ TEST_F(HiveFile, AWriteWithoutTheRightToItIsRefused) {
 TEST_F(HiveFile, ALockHeldTooLongFailsTheWriteAndAReleasedOneDoesNot) {
     ASSERT_EQ(set(path, "a", "1"), 0);
     std::optional<platform::hive::HiveLock> holder{std::in_place};
-    ASSERT_TRUE(holder->acquire((path + ".lock").toUtf8()).ok());
+    ASSERT_TRUE(holder->acquire((path + ".lock").toStdString()).ok());
     QElapsedTimer timer;
     timer.start();
     EXPECT_EQ(set(path, "a", "2"), platform::kLockViolation);

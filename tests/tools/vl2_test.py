@@ -24,6 +24,10 @@ HOSTILE = sorted((ROOT / "tests" / "data" / "hostile").glob("*.vl2"))
 SCRIPT = b"// tool\r\nfunction tool()\r\n{\r\n   echo(\"Flag\");\r\n}\r\n"
 FILES = [Entry("scripts/a.cs", SCRIPT, 8), Entry("scripts/b.cs", b"caf\xe9 flag\n"),
          Entry("scripts/c.cs", "café mark\n".encode()), Entry("textures/x.png", b"\x89PNG\0\1flag\n")]
+# Another user with another umask, if this one may run programs as such.
+OTHER_USER = {"user": 65534, "group": 65534, "extra_groups": [], "umask": 0o077}
+if WINE or os.geteuid() != 0 or subprocess.call(["test", "-x", *PROGRAM], **OTHER_USER) != 0:
+    OTHER_USER = {}
 GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
 
 # Command line, exit code, output, errors; "" is nothing.
@@ -55,6 +59,8 @@ ROWS = [
     ("grep -F tool() a.vl2", 0, r"a.vl2:scripts/a.cs:2:function tool\(\)\n", ""),
     (r"grep tool\(\)\s*\{ a.vl2", 1, "", ""),
     ("grep ( a.vl2", 2, "", "pattern"),
+    ("grep ^(a+)+$ slow.vl2", 2, "", "the pattern takes too long"),
+    ("grep ^(a+)+! slow.vl2 -l", 0, "slow.vl2:a.txt\n", ""),
     ("grep x bad.vl2 none.vl2", 4, "", "none.vl2"),
     ("rename c.vl2 scripts/a.cs TEXTURES/X.PNG", 2, "", "textures/x.png exists"),
     ("rename c.vl2 scripts/a.cs ../a.cs", 2, "", "upwards"),
@@ -133,6 +139,7 @@ class Vl2(unittest.TestCase):
         self.write("b.vl2", archive([FILES[0], Entry("scripts/b.cs", b"caf\xe9 flags\n"),
                                      Entry("scripts/d.cs", "café mark\n".encode()), Entry("new.cs", b"1\n")]))
         self.write("bad.vl2", archive([Entry("a.cs", b"good\n"), Entry("b.cs", b"bad\n", both=dict(crc=1))]))
+        self.write("slow.vl2", archive([Entry("a.txt", b"a" * 99 + b"!\n")]))
         self.write("text.txt", b"text\n")
         self.write("tree/scripts/a.cs", SCRIPT)
 
@@ -201,11 +208,15 @@ class Vl2(unittest.TestCase):
     def test_a_build_depends_on_the_files_only(self):
         for name in ("tree/B.txt", "tree/a/é.txt", "tree/a.txt", "tree/.git/HEAD", "tree/a/old.bak"):
             self.write(name, b"%s " % name.encode() * 999)
-        for zone, language in (("UTC", "C"), ("Asia/Tokyo", "de_DE.UTF-8"), ("America/St_Johns", "C.UTF-8")):
+        FOLDER.chmod(0o777)  # for the other user
+        for zone, language, options in (("UTC", "C", {}), ("Asia/Tokyo", "de_DE.UTF-8", {}),
+                                        ("America/St_Johns", "C.UTF-8", OTHER_USER)):
             name = "built-%s.vl2" % zone.replace("/", "-")
             env = {**os.environ, "TZ": zone, "LC_ALL": language, "ORVEL_WORKERS": "1" if zone == "UTC" else "4"}
-            self.assertEqual(run(["build", "tree", name], env=env).returncode, 0)
+            self.assertEqual(run(["build", "tree", name], env=env, **options).returncode, 0)
             self.assertEqual((FOLDER / name).read_bytes(), (FOLDER / "built-UTC.vl2").read_bytes())
+        for native in ROOT.glob("build/*/bin/orvel-vl2") if WINE else ():
+            subprocess.run([native, "build", "--check", "tree", name], cwd=FOLDER, check=True)
         with zipfile.ZipFile(FOLDER / name) as built:
             self.assertEqual(built.namelist(), ["B.txt", "a.txt", "a/é.txt", "scripts/a.cs"])
             for info in built.infolist():
@@ -238,7 +249,7 @@ class Vl2(unittest.TestCase):
                         self.assertLessEqual(set((FOLDER / "inner").glob("*")), inside)
                         shutil.rmtree(FOLDER / "inner", ignore_errors=True)
         self.assertEqual({path.name for path in FOLDER.iterdir()} - {"hostile.vl2"},
-                         {"a.vl2", "b.vl2", "c.vl2", "one.vl2", "bad.vl2", "text.txt", "tree"})
+                         {"a.vl2", "b.vl2", "c.vl2", "one.vl2", "bad.vl2", "slow.vl2", "text.txt", "tree"})
 
     def test_the_game_is_searched_by_the_order_of_names(self):
         game = FOLDER / "game"

@@ -40,7 +40,9 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
     // The path of a file that is missing is passed whole as well.
     const QString chosen = program("tool");
     choose("Text", chosen);
-    ASSERT_TRUE(QDir(game.temp()).removeRecursively());
+    // The look for changes may have it open.
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return QDir(QString::fromStdString(extracted("my files"))).removeRecursively(); }));
     click("cmdEditFile");
     EXPECT_EQ(startedAs(chosen), commandLine(chosen, "@", extracted("my files/read me.txt")));
     EXPECT_EQ(boxes(), "");
@@ -127,7 +129,7 @@ TEST_F(EditFile, OpensNothingOutsideTheWorkFolder) {
              {"d/../../Other/a.txt", "text"},
              {"link/a.png", "png"}});
     const QString link = game.temp() + "/My Mod/link";
-    ASSERT_TRUE(QDir(link).removeRecursively());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QDir(link).removeRecursively(); }));
     const bool linked = makeLink(pathOf(other), pathOf(link));
     const QString chosen = program("tool");
     const QString browser = program("bin/xdg-open");
@@ -235,7 +237,8 @@ TEST_F(OpenFolder, ShowsTheFolderOfTheSelectedNode) {
     click("cmdOpenFolder");
     // A file browser would only complain about a missing folder.
     select("a folder", QString());
-    ASSERT_TRUE(QDir(game.temp() + "/My Mod/a folder").removeRecursively());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return QDir(game.temp() + "/My Mod/a folder").removeRecursively(); }));
     click("cmdOpenFolder");
     EXPECT_FALSE(started(browser));
     EXPECT_EQ(boxes(), "");

@@ -60,7 +60,7 @@ void EditWindow::select(const QString &folder, const QString &name) {
 }
 
 std::string EditWindow::boxes(int next) {
-    const std::string lines = said(*answers);
+    std::string lines = said(*answers);
     answers.reset();
     answers.emplace(next);
     return lines;

@@ -165,6 +165,44 @@ TEST(frmMainBrowse, tells_archives_apart_whose_names_differ_in_case_and_their_wo
     EXPECT_EQ(joined(seen), "\\lower.txt|\\mixed.txt|\\upper.txt");
 }
 
+TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_removed) {
+    const TempGame game;
+    // The first one would get the work folder "Base", and sorts first.
+    const QString first = game.archive("base .vl2");
+    const QString base = game.archive("base.vl2");
+    makeArchive(base, {{"a.txt", "base"}});
+    {
+        MainWindow window;
+        window.pick(0);
+        window.click("cmdExtract");
+        writeFile(game.temp() + "/Base/a.txt", "edited");
+    }
+    makeArchive(first, {{"a.txt", "first"}});
+    const auto bold = [](const MainWindow &shown, int entry) {
+        return shown.dropDown()->itemData(entry, Qt::FontRole).value<QFont>().bold();
+    };
+    for (const bool removed : {false, true}) {
+        if (removed)
+            QFile::remove(base);
+        MainWindow next;
+        EXPECT_FALSE(bold(next, 0));
+        next.pick(0);
+        EXPECT_EQ(joined(next.enabledButtons()), "Extract");
+        next.click("cmdExtract");
+        EXPECT_TRUE(bold(next, 0));
+        EXPECT_EQ(readFile(game.temp() + "/Base~2/a.txt"), "first");
+        next.click("cmdCancel");
+        EXPECT_FALSE(bold(next, 0));
+        if (removed)
+            break;
+        EXPECT_TRUE(bold(next, 1));
+        EXPECT_EQ(next.dropDown()->itemText(1), "Base");
+        next.pick(1);
+        EXPECT_EQ(joined(next.enabledButtons()), kExtracted);
+    }
+    EXPECT_EQ(readFile(game.temp() + "/Base/a.txt"), "edited");
+}
+
 TEST(frmMainBrowse, shows_the_state_of_a_file_and_disables_every_action_without_an_archive) {
     const TempGame game;
     makeArchive(game.archive("classic.vl2"), {{"a.txt", QByteArray(5000, 'a')}});

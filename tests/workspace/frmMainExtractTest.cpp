@@ -1,9 +1,10 @@
 #include "platform/files.h"
+#include "storage/storage.h"
 #include "tests/workspace/window.h"
 
 TEST(frmMainExtract, unpacks_every_entry_with_normal_attributes_and_shows_the_extracted_state) {
     constexpr int kSpecial =
-        platform::AttributeReadOnly | platform::AttributeHidden | platform::AttributeSystem;
+        platform::kAttributeReadOnly | platform::kAttributeHidden | platform::kAttributeSystem;
     const TempGame game;
     const std::vector<ArchiveFile> files{{"readme.txt", "r", kSpecial},
                                          {"scripts/a.cs", "a", kSpecial},
@@ -17,7 +18,10 @@ TEST(frmMainExtract, unpacks_every_entry_with_normal_attributes_and_shows_the_ex
     window.click("cmdExtract");
     for (const ArchiveFile &file : files) {
         EXPECT_EQ(readFile(folder + file.name), file.bytes == "archive" ? "edited" : file.bytes);
-        EXPECT_EQ(platform::attributes(folder + file.name) & kSpecial, 0);
+        std::uint8_t attributes = kSpecial;
+        EXPECT_TRUE(
+            platform::attributesOf(platform::storagePath(folder + file.name), attributes).ok());
+        EXPECT_EQ(attributes & kSpecial, 0);
     }
     EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
     EXPECT_EQ(window.status(), "Select a file to edit.");

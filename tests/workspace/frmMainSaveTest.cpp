@@ -1,6 +1,8 @@
+#include "archive/workRecord.h"
 #include "tests/workspace/window.h"
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -26,6 +28,15 @@ struct Extracted {
         window->click("cmdExtract");
         EXPECT_EQ(joined(window->enabledButtons()), kExtracted);
     }
+    // Another program replaces the archive.
+    void replaceArchive(const std::vector<ArchiveFile> &files) const {
+        makeArchive(game.archive("made"), files);
+        QFile::remove(archive);
+        EXPECT_TRUE(QFile::rename(game.archive("made"), archive));
+    }
+    QString record() const {
+        return game.temp() + '/' + WorkRecord::fileName(QDir(folder).dirName());
+    }
     std::string shownFolder() const {
         return QDir::toNativeSeparators(QDir::cleanPath(folder)).toStdString();
     }
@@ -50,6 +61,7 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
         EXPECT_FALSE(QFile::exists(job.folder + file.name)) << file.name.toStdString();
     }
     EXPECT_EQ(job.window->status(), shown + ".vl2 was created successfully");
+    EXPECT_EQ(job.window->note(), "1 file changed: scripts/a.cs");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
     EXPECT_TRUE(job.window->isReady());
 }
@@ -60,9 +72,28 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     writeFile(job.folder + "top.txt", "top");
     for (const char *leftover : {"scripts/a.cs~", "Thumbs.db"})
         writeFile(job.folder + leftover, "left behind");
+    // Deleted files that a program still has open.
+    for (const char *deleted : {".fuse_hidden0000001600000007", ".nfs00000000018b3c9700000001"})
+        writeFile(job.folder + "mine/" + deleted, "deleted");
     writeFile(job.folder + "mine/own.txt", "own");
     QFile::remove(job.folder + "textures/sky.png");
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    // The same content again, in another file.
+    QFile::remove(job.folder + "readme.txt");
+    writeFile(job.folder + "readme.txt", "r");
+    job.window->returnTo({"", "scripts", "a.cs"});
+    const QModelIndex folder = job.window->tree()->model()->index(1, 0);
+    EXPECT_TRUE(job.window->tip(1).endsWith("\nchanged since extraction"));
+    EXPECT_EQ(folder.data(Qt::ToolTipRole).toString(),
+              "holds files that were changed since extraction\nNew files: a.cs~, new.cs");
+    EXPECT_EQ(folder.data(Qt::AccessibleDescriptionRole), folder.data(Qt::ToolTipRole));
+    EXPECT_EQ(job.window->note(), "1 file changed, 5 added: scripts/a.cs, Thumbs.db, mine/own.txt, "
+                                  "scripts/a.cs~, scripts/new.cs, top.txt");
+    // An edit that is taken back.
+    writeFile(job.folder + "scripts/a.cs", "a");
+    job.window->returnTo({"", "scripts"});
     job.window->click("cmdSaveChanges");
+    EXPECT_EQ(joined(job.window->bold()), "");
     const std::map<QString, QByteArray> saved = readArchive(job.archive);
     EXPECT_EQ(saved.at("scripts/new.cs"), "new");
     EXPECT_EQ(saved.at("top.txt"), "top");
@@ -70,7 +101,10 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     EXPECT_EQ(saved.at("textures/sky.png"), QByteArray(5000, 's'));
     EXPECT_EQ(saved.size(), kFiles.size() + 5);
     // These were packed too and are named, as the user may not want them.
-    const QString note = job.window->note();
+    EXPECT_TRUE(job.window->note().startsWith(
+        "5 files added: Thumbs.db, mine/own.txt, scripts/a.cs~, scripts/new.cs, top.txt\n"))
+        << job.window->note().toStdString();
+    const QString note = job.window->note().section('\n', -1);
     EXPECT_TRUE(note.contains("scripts/a.cs~") && note.contains("Thumbs.db")) << note.toStdString();
     EXPECT_FALSE(note.contains("new.cs")) << note.toStdString();
     // Only the archive's own folders are cleaned up.
@@ -79,13 +113,68 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     EXPECT_TRUE(QFile::exists(job.folder + "mine/own.txt"));
 }
 
+TEST(frmMainSave, lets_one_window_at_a_time_work_on_an_archive) {
+    Extracted job;
+    makeArchive(job.game.archive("other.vl2"), kFiles);
+    // Another spelling of the same folder.
+    TempGame::setTempFolder(job.game.temp() + "/../temp");
+    MainWindow second;
+    const auto isRefused = [](const MainWindow &window) {
+        const QString process = QString("process %1 ").arg(QCoreApplication::applicationPid());
+        EXPECT_TRUE(window.note().contains(process)) << window.note().toStdString();
+        EXPECT_EQ(joined(window.enabledButtons()), "");
+        EXPECT_TRUE(window.isReady());
+    };
+    second.pick("Classic");
+    EXPECT_EQ(second.status(), "Select a file to edit.");
+    EXPECT_EQ(second.shownTree(), job.window->shownTree());
+    isRefused(second);
+    writeFile(job.folder + "scripts/a.cs", "edited");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "edited");
+    second.pick("Classic");
+    EXPECT_EQ(joined(second.enabledButtons()), "Extract");
+    EXPECT_EQ(second.note(), "");
+    second.click("cmdExtract");
+    EXPECT_EQ(joined(second.enabledButtons()), kExtracted);
+    // The first window still shows it as it was before.
+    job.window->click("cmdExtract");
+    isRefused(*job.window);
+    second.pick("Other");
+    job.window->pick("Classic");
+    EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    // What is left of a lock does not stop the window that shows the archive next.
+    job.window.reset();
+    second.pick("Classic");
+    const QByteArray before = readFile(job.archive);
+    second.click("cmdSaveChanges");
+    EXPECT_EQ(second.note(), "Nothing was changed, and the archive was left alone.");
+    EXPECT_EQ(readFile(job.archive), before);
+    EXPECT_TRUE(QDir(job.game.temp()).entryList({".orvel*"}, QDir::Files | QDir::Hidden).isEmpty());
+}
+
 TEST(frmMainSave, throws_changes_away_on_Cancel) {
     Extracted job;
     const QByteArray before = readFile(job.archive);
     writeFile(job.folder + "readme.txt", "edited");
-    writeFile(job.folder + "scripts/new.cs", "new");
+    writeFile(job.folder + "scripts/50%25.cs", "new");
     QFile::setPermissions(job.folder + "scripts/a.cs", QFile::ReadOwner);
     job.window->click("cmdCancel");
+    EXPECT_FALSE(QFile::exists(job.folder + "readme.txt"));
+    // What differed from the archive can be restored, where there is a trash.
+    const QString files = job.game.root() + "/data/Trash/";
+    EXPECT_TRUE(job.window->note().startsWith("2 edited files were "));
+    EXPECT_TRUE(job.window->note().endsWith(": readme.txt, scripts/50%25.cs"))
+        << job.window->note().toStdString();
+    if (QDir::rootPath() == "/") {
+        EXPECT_TRUE(job.window->note().contains("moved to the trash"));
+        EXPECT_EQ(joined(QDir(files + "files").entryList(QDir::Files)), "50%25.cs|readme.txt");
+        EXPECT_EQ(readFile(files + "files/readme.txt"), "edited");
+        const QByteArray info = readFile(files + "info/readme.txt.trashinfo");
+        EXPECT_TRUE(info.contains("\nPath=" + QFile::encodeName(job.folder + "readme.txt") + '\n'))
+            << info.toStdString();
+        EXPECT_TRUE(readFile(files + "info/50%25.cs.trashinfo").contains("/scripts/50%2525.cs\n"));
+    }
     EXPECT_EQ(readFile(job.archive), before);
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
     // The folder of a type that the tree does not show stays, empty, and the work folder with it.
@@ -136,7 +225,8 @@ TEST(frmMainSave, says_so_and_offers_to_extract_if_the_work_folder_has_no_files)
         Extracted job;
         const Answers answers;
         const QByteArray before = readFile(job.archive);
-        ASSERT_TRUE(QDir(job.folder).removeRecursively());
+        // The look for changes may have it open.
+        ASSERT_TRUE(QTest::qWaitFor([&] { return QDir(job.folder).removeRecursively(); }));
         ASSERT_TRUE(gone || QDir().mkpath(job.folder + "scripts"));
         job.window->click("cmdSaveChanges");
         const char *why = gone ? "its work folder is no longer there: " : "there is no file in ";
@@ -169,17 +259,171 @@ TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     Extracted job;
     writeFile(job.folder + "scripts/a.cs", "in time");
     // The bar is reset between the save of the archive and the clean-up.
-    QObject::connect(job.window->control<QProgressBar>("ProgressBar"), &QProgressBar::valueChanged,
-                     [file = job.folder + "textures/sky.png"](int value) {
-                         if (value == 0)
-                             writeFile(file, QByteArray(5000, 't')); // as long as before
-                     });
+    writeFile(job.folder + "shapes/c.dts", "in time");
+    const auto late =
+        QObject::connect(job.window->control<QProgressBar>("ProgressBar"),
+                         &QProgressBar::valueChanged, [folder = job.folder](int value) {
+                             if (value != 0)
+                                 return;
+                             writeFile(folder + "textures/sky.png", QByteArray(5000, 't'));
+                             writeFile(folder + "shapes/c.dts", "too late"); // others as long
+                         });
     job.window->click("cmdSaveChanges");
+    QObject::disconnect(late);
     EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "in time");
+    EXPECT_EQ(readArchive(job.archive).at("shapes/c.dts"), "in time");
     EXPECT_FALSE(QFile::exists(job.folder + "scripts/a.cs"));
     ASSERT_TRUE(QFile::exists(job.folder + "textures/sky.png"));
     EXPECT_EQ(readFile(job.folder + "textures/sky.png"), QByteArray(5000, 't'));
     EXPECT_EQ(joined(QDir(job.folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)),
               "shapes|textures");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract"); // the first file is gone
+    // The entries that the save has written are no changes by another program.
+    const Answers answers;
+    job.window->click("cmdExtract");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(said(answers), "");
+    EXPECT_EQ(readArchive(job.archive).at("shapes/c.dts"), "too late");
+    EXPECT_EQ(readArchive(job.archive).at("textures/sky.png"), QByteArray(5000, 't'));
+    EXPECT_FALSE(QFile::exists(job.record()));
+}
+
+TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
+    using Content = std::optional<QByteArray>;
+    struct Row {
+        const char *what;
+        Content base, mine, theirs, saved;
+        bool conflict = false;
+        bool otherEdit = true;
+    };
+    const Row rows[] = {
+        {"changed in the folder only", "a", "mine", "a", "mine"},
+        {"changed in the archive only", "a", "a", "theirs", "theirs"},
+        {"nothing else changed", "a", "a", "theirs", "theirs", false, false},
+        {"changed in the archive to as many bytes", "a", "a", "b", "b"},
+        {"deleted in the folder, changed in the archive", "a", {}, "theirs", "theirs"},
+        {"changed in both to the same", "a", "same", "same", "same"},
+        {"changed in both", "a", "mine", "theirs", "mine", true},
+        {"removed from the archive", "a", "a", {}, {}},
+        {"removed, and nothing else changed", "a", "a", {}, {}, false, false},
+        {"removed from the archive, changed in the folder", "a", "mine", {}, "mine"},
+        {"added in the folder", {}, "mine", {}, "mine"},
+        {"added in the archive", {}, {}, "theirs", "theirs"},
+        {"added in both, the same", {}, "same", "same", "same"},
+        {"added in both", {}, "mine", "theirs", "mine", true}};
+    const auto filesWith = [](const Content &content) {
+        std::vector<ArchiveFile> files{{"scripts/a.cs", "a"}, {"textures/sky.png", "sky"}};
+        if (content)
+            files.push_back({"scripts/x.cs", *content});
+        return files;
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        Extracted job(filesWith(row.base));
+        const QString file = job.folder + "scripts/x.cs";
+        const Answers answers;
+        EXPECT_TRUE(QFile::exists(job.record()));
+        if (row.mine && row.mine != row.base)
+            writeFile(file, *row.mine);
+        else if (!row.mine)
+            QFile::remove(file);
+        if (row.otherEdit)
+            writeFile(job.folder + "textures/sky.png", "painted");
+        if (row.theirs != row.base)
+            job.replaceArchive(filesWith(row.theirs));
+        const QByteArray before = readFile(job.archive);
+        job.window->click("cmdSaveChanges");
+        if (row.conflict) {
+            const std::string text = said(answers);
+            EXPECT_TRUE(
+                text.starts_with("16 Orvel: Classic.vl2 was not saved: scripts/x.cs changed in "))
+                << text;
+            EXPECT_NE(text.find("Press Save Changes again to pack yours over them. Your files "
+                                "are still in " +
+                                job.shownFolder()),
+                      std::string::npos)
+                << text;
+            EXPECT_EQ("16 Orvel: " + job.window->status().toStdString() + '\n', text);
+            EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+            EXPECT_EQ(readFile(job.archive), before);
+            EXPECT_EQ(readFile(file), row.mine);
+            const QString theirs = job.game.temp() + "/Classic.theirs/scripts/x.cs.theirs";
+            EXPECT_EQ(readFile(theirs), row.theirs);
+            // A third version meanwhile is not known to the user yet.
+            job.replaceArchive(filesWith("third"));
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(answers.boxes().size(), 2);
+            EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "third");
+            EXPECT_EQ(readFile(theirs), "third");
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(answers.boxes().size(), 2);
+            EXPECT_EQ(readFile(theirs), "third"); // until the user deletes it
+        } else {
+            EXPECT_EQ(said(answers), "");
+        }
+        EXPECT_EQ(job.window->status(), "Classic.vl2 was created successfully");
+        const auto saved = readArchive(job.archive);
+        const auto entry = saved.find("scripts/x.cs");
+        EXPECT_EQ(entry == saved.end() ? Content() : entry->second, row.saved);
+        EXPECT_EQ(saved.at("textures/sky.png"), row.otherEdit ? "painted" : "sky");
+        EXPECT_EQ(saved.size(), row.saved ? 3U : 2U);
+        EXPECT_FALSE(QFile::exists(file));
+        EXPECT_FALSE(QFile::exists(job.record()));
+        EXPECT_EQ(readFile(job.archive) == before, !row.otherEdit);
+    }
+}
+
+TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
+    for (const bool edited : {false, true}) {
+        Extracted job;
+        const Answers answers;
+        QFile::remove(job.folder + "readme.txt"); // the first file: not extracted without it
+        if (edited)
+            writeFile(job.folder + "scripts/a.cs", "mine");
+        std::vector<ArchiveFile> newer = kFiles;
+        newer[1].bytes = "theirs";
+        job.replaceArchive(newer);
+        job.window->pick("Classic");
+        job.window->click("cmdExtract");
+        EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), edited ? "mine" : "a");
+        writeFile(job.folder + "shapes/c.dts", "changed");
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), edited ? 1 : 0) << said(answers);
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
+    }
+}
+
+TEST(frmMainSave, packs_every_difference_without_a_usable_record) {
+    QByteArray other; // the record of another archive
+    for (const char *record : {"other", "missing", "cut off", "version", "folder", "of another"}) {
+        SCOPED_TRACE(record);
+        Extracted job(kFiles, QString(record) == "other" ? "Other" : "Classic");
+        const QByteArray whole = readFile(job.record());
+        ASSERT_FALSE(whole.isEmpty());
+        QFile::remove(job.record());
+        if (QString(record) == "other") {
+            other = whole;
+            continue;
+        }
+        if (QString(record) == "cut off")
+            writeFile(job.record(), whole.chopped(1));
+        else if (QString(record) == "version")
+            writeFile(job.record(), QByteArray(whole).replace(7, 1, "\x7F"));
+        else if (QString(record) == "folder")
+            QDir().mkpath(job.record() + "/in the way");
+        else if (QString(record) == "of another")
+            writeFile(job.record(), other);
+        std::vector<ArchiveFile> newer = kFiles;
+        newer[1].bytes = "theirs";
+        job.replaceArchive(newer);
+        writeFile(job.folder + "readme.txt", "edited");
+        const Answers answers;
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(said(answers), "");
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "a");
+        EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+        job.window->click("cmdExtract");
+        EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    }
 }

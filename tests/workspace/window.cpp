@@ -51,10 +51,37 @@ QString MainWindow::tip(int folder) const {
     return model->index(0, 0, model->index(folder, 0)).data(Qt::ToolTipRole).toString();
 }
 
+QStringList MainWindow::bold() const {
+    QStringList texts;
+    const QAbstractItemModel *model = tree()->model();
+    const auto add = [&](const QModelIndex &node) {
+        if (node.data(Qt::FontRole).value<QFont>().bold())
+            texts.append(node.data().toString());
+    };
+    for (int folder = 0; folder < model->rowCount(); ++folder) {
+        const QModelIndex parent = model->index(folder, 0);
+        add(parent);
+        for (int file = 0; file < model->rowCount(parent); ++file)
+            add(model->index(file, 0, parent));
+    }
+    return texts;
+}
+
+void MainWindow::returnTo(const QStringList &bold) {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&other));
+    m_form.activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return this->bold() == bold; }))
+        << joined(this->bold()) << " instead of " << joined(bold);
+}
+
 QStringList MainWindow::enabledButtons() const {
     QStringList names;
-    for (const char *name :
-         {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile", "cmdOpenFolder"})
+    const char *const buttons[] = {"cmdExtract", "cmdSaveChanges", "cmdCancel", "cmdEditFile",
+                                   "cmdOpenFolder"};
+    for (const char *name : buttons)
         if (button(name)->isEnabled())
             names.append(QString(name).mid(3));
     return names;
@@ -85,12 +112,13 @@ void MainWindow::click(const char *name) const {
 void MainWindow::clickFromOutside(const char *name) const {
     QWindow *handle = m_form.windowHandle();
     const QPointF at = button(name)->geometry().center();
-    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
-        QCoreApplication::postEvent(
-            handle,
-            new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton,
-                            type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton,
-                            Qt::NoModifier));
+    const auto post = [&](QEvent::Type type, Qt::MouseButtons held) {
+        auto *event = new QMouseEvent(type, at, handle->mapToGlobal(at), Qt::LeftButton, held,
+                                      Qt::NoModifier);
+        QCoreApplication::postEvent(handle, event);
+    };
+    post(QEvent::MouseButtonPress, Qt::LeftButton);
+    post(QEvent::MouseButtonRelease, Qt::NoButton);
 }
 
 void MainWindow::typeFromOutside(int key) const {

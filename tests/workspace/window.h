@@ -60,6 +60,11 @@ class MainWindow {
     }
     // The tool tip of the first file of a folder.
     QString tip(int folder) const;
+    // The texts of the nodes in bold, in the tree's order.
+    QStringList bold() const;
+    // Gives the focus to another window and takes it back, as after work in another program, and
+    // waits until the nodes in bold are these.
+    void returnTo(const QStringList &bold);
     // The names of the enabled action buttons, without "cmd".
     QStringList enabledButtons() const;
 

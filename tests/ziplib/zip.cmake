@@ -1,6 +1,7 @@
 # Tests of vl2zip. Each calls the library itself; Python, 7-Zip and bsdtar check the result.
 add_library(zip_packer STATIC vl2zip/packer.cpp)
-target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip GTest::gtest)
+target_link_libraries(zip_packer PUBLIC orvel_warnings orvel_test_support vl2zip GTest::gtest
+  PRIVATE ziplib_shared)
 target_compile_definitions(zip_packer PRIVATE
   ORVEL_ARCHIVE_SCRIPT="${CMAKE_SOURCE_DIR}/tests/support/archives.py")
 

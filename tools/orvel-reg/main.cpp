@@ -1,5 +1,6 @@
 #include "config/modRegistry.h"
 #include "platform/narrow.h"
+#include "registry/registry.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
@@ -22,16 +23,16 @@ constexpr char kUsage[] = R"(Usage:
   orvel-reg query KEY          print the text values of KEY, a line NAME=TEXT for each
                                (the default value has an empty NAME)
   orvel-reg query KEY NAME     print the text of one value
-  orvel-reg add KEY NAME TEXT  store TEXT, making KEY where it is missing
+  orvel-reg add KEY NAME TEXT  store TEXT; creates KEY if it is missing
   orvel-reg --help
   orvel-reg --version
 
 KEY is a path under HKEY_LOCAL_MACHINE, with or without that name or "HKLM" in front. NAME "" is
 the default value of KEY. Keys and names are compared without regard to case. What the settings
-file lacks is read from the Wine prefix, if there is one. Values that are not text are passed over.
+file lacks is read from the Wine prefix, if there is one. Values that are not text are skipped.
 
-The exit code is 0 when it was done, 1 when the key or value is missing or the store refused to
-write it, and 2 when the command was not understood.
+The exit code is 0 on success, 1 if the key or value is missing or cannot be written, and 2 if the
+command line is invalid.
 
 Examples:
   orvel-reg add "SOFTWARE\Sierra Online\Setup\Tribes2" directory /home/me/games/Tribes2
@@ -121,7 +122,7 @@ int add(const QString &key, const QString &name, const QString &text) {
 
 int run(const QStringList &arguments) {
     if (arguments.isEmpty())
-        return misused("what is to be done?");
+        return misused("no command is given");
     const QString &verb = arguments[0];
     const qsizetype count = arguments.size();
     if (verb == u"--help" && count == 1) {
@@ -138,7 +139,7 @@ int run(const QStringList &arguments) {
         return queryValue(keyUnderRoot(arguments[1]), arguments[2]);
     if (verb == u"add" && count == 4)
         return add(keyUnderRoot(arguments[1]), arguments[2], arguments[3]);
-    return misused("that is no command, or not with this many arguments");
+    return misused("unknown command or wrong number of arguments");
 }
 
 } // namespace

@@ -1,7 +1,7 @@
+#include "storage/utf8.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/rules.h"
 #include "tools/orvel-vl2/text.h"
-#include "ziplib/common/utf8.h"
 
 #include <algorithm>
 #include <memory>
@@ -67,13 +67,13 @@ Checked facts(const Tree &tree) {
             if (directory.isFolder(entry))
                 checked.folders.push_back(std::move(path));
             else
-                checked.files.push_back({path, ziplib::foldCase(path), entry.size,
+                checked.files.push_back({path, platform::foldCase(path), entry.size,
                                          directory.modified(entry),
                                          std::string(directory.rawName(entry)), &entry});
         }
     } else {
         for (const TreeFile &file : tree.files())
-            checked.files.push_back({file.path, ziplib::foldCase(file.path), file.size,
+            checked.files.push_back({file.path, platform::foldCase(file.path), file.size,
                                      file.modified, file.path, nullptr});
     }
     for (std::size_t i = 0; i < checked.files.size(); ++i)

@@ -116,9 +116,7 @@ void printChange(const Options &options, const Tree &a, const Tree &b, const Cha
     if (!text.empty()) {
         for (const std::string_view line : linesOf(text)) {
             const char sign = line.empty() ? ' ' : line[0];
-            std::string safe(line);
-            std::replace(safe.begin(), safe.end(), '\t', ' ');
-            safe = shown(safe);
+            const std::string safe = shown(line, Tabs::Kept);
             printLine(sign == '+'   ? coloured(Colour::Green, safe)
                       : sign == '-' ? coloured(Colour::Red, safe)
                                     : safe);

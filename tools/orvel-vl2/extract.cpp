@@ -113,7 +113,7 @@ Exit extractToFolder(const Options &options, const Archive &archive, ziplib::Nam
     functions.ServCallBk = onProcessed;
     functions.replace = onReplace;
     constexpr std::int32_t kFailuresOnly = 1;
-    ziplib::Caller caller(functions, kFailuresOnly);
+    ziplib::Caller caller(functions, nullptr, kFailuresOnly);
     ziplib::CallResult result;
     const ziplib::Plan plan = makePlan(archive.directory, request, filter, keepGoing);
     Progress shownProgress("extracting", plan.items.size());

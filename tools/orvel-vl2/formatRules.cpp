@@ -1,5 +1,6 @@
 #include "tools/orvel-vl2/rules.h"
 #include "ziplib/vl2zip/select/leftovers.h"
+#include "ziplib/vl2zip/select/plan.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +11,6 @@ namespace vl2 {
 
 namespace {
 
-constexpr std::size_t kLongestName = 209;
 constexpr std::uint64_t kLargestArchive = std::uint64_t{1} << 31;
 constexpr std::uint64_t kNear = std::uint64_t{64} << 20;
 
@@ -60,7 +60,7 @@ void zip64(const Checked &checked, const Report &report) {
 
 void longName(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
-        if (file.raw.size() > kLongestName)
+        if (file.raw.size() > ziplib::kLongestName)
             report(file.path, std::to_string(file.raw.size()) + " bytes");
 }
 

@@ -2,9 +2,10 @@
 
 #include "config/modRegistry.h"
 #include "platform/files.h"
+#include "storage/pathText.h"
 #include "storage/storage.h"
+#include "storage/utf8.h"
 #include "tools/orvel-vl2/output.h"
-#include "ziplib/common/utf8.h"
 
 #include <algorithm>
 
@@ -28,7 +29,7 @@ std::string gameDataFolder() {
     folder += QStringLiteral("\\GameData");
     if (folder.size() == 9 || platform::storedName(folder).isEmpty())
         throw Failed(Exit::System, "no game is registered; see orvel-reg --help");
-    return platform::nativePath(folder).toStdString();
+    return platform::storagePath(folder);
 }
 
 std::vector<std::string> archivesOf(const std::string &folder) {
@@ -40,9 +41,9 @@ std::vector<std::string> archivesOf(const std::string &folder) {
         throw Failed(status);
     std::vector<std::pair<std::string, std::string>> sorted;
     for (const platform::FolderItem &item : items) {
-        std::string folded = ziplib::foldCase(item.name);
+        std::string folded = platform::foldCase(item.name);
         if (item.kind != platform::FileInfo::Kind::Folder && folded.ends_with(kExtension))
-            sorted.emplace_back(std::move(folded), folder + '/' + item.name);
+            sorted.emplace_back(std::move(folded), platform::joinPath(folder, item.name));
     }
     std::sort(sorted.begin(), sorted.end());
     std::vector<std::string> paths;
@@ -64,11 +65,11 @@ std::vector<std::string> gameFolders(const std::vector<std::string> &mods) {
     std::vector<std::string> folders;
     for (const std::string &name : names) {
         const auto found = std::find_if(items.begin(), items.end(), [&](const auto &item) {
-            return ziplib::foldCase(item.name) == ziplib::foldCase(name);
+            return platform::foldCase(item.name) == platform::foldCase(name);
         });
         if (found == items.end())
             throw Failed(Exit::System, data + ": there is no folder " + name);
-        folders.push_back(data + '/' + found->name);
+        folders.push_back(platform::joinPath(data, found->name));
     }
     return folders;
 }

@@ -1,14 +1,11 @@
+#include "storage/utf8.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/game.h"
+#include "tools/orvel-vl2/linePattern.h"
 #include "tools/orvel-vl2/readEntries.h"
 #include "tools/orvel-vl2/text.h"
-#include "ziplib/common/utf8.h"
-
-#include <re2/re2.h>
-#include <re2/stringpiece.h>
 
 #include <algorithm>
-#include <atomic>
 #include <memory>
 
 namespace vl2 {
@@ -32,28 +29,27 @@ struct Found {
     bool any = false;
 };
 
-// Searches the lines of an entry as it is read. Only RE2 guarantees a time that grows no faster
-// than the text, whatever the pattern is; engines that backtrack can take longer than anyone waits.
+// Searches the lines of an entry as it is read.
 class Search {
   public:
-    Search(const re2::RE2 &pattern, const Options &options, const EntryOf &entry, bool json,
+    Search(const LinePattern &pattern, const Options &options, const EntryOf &entry, bool json,
            Found &found)
-        : m_pattern(pattern), m_options(options), m_entry(entry), m_json(json), m_found(found) {}
+        : m_search(pattern), m_options(options), m_entry(entry), m_json(json), m_found(found) {}
 
     Status run(ziplib::EntryReader &reader);
 
   private:
     void lines(std::string_view text);
-    void plainLines(std::string_view text);
     void line(std::string_view text);
     bool done() const { return m_options.namesOnly && m_found.any; }
 
-    const re2::RE2 &m_pattern;
+    LinePattern::Search m_search;
     const Options &m_options;
     const EntryOf &m_entry;
     const bool m_json;
     Found &m_found;
     std::uint64_t m_number = 0; // of lines before the text
+    std::string m_prefix;       // of each line that is printed
 };
 
 Status Search::run(ziplib::EntryReader &reader) {
@@ -88,48 +84,34 @@ Status Search::run(ziplib::EntryReader &reader) {
     }
 }
 
-// Brings whole lines into the form that is searched: UTF-8, ends of LF.
+// Searches whole lines, as UTF-8.
 void Search::lines(std::string_view text) {
     std::string converted;
-    if (!ziplib::isAscii(text)) {
+    if (!platform::isAscii(text)) {
         converted = toUtf8(text);
         text = converted;
     }
-    if (text.find('\r') == std::string_view::npos)
-        return plainLines(text);
-    std::string plain;
-    plain.reserve(text.size());
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find("\r\n"), text.size());
-        plain += text.substr(0, end);
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    plainLines(plain);
-}
-
-void Search::plainLines(std::string_view text) {
     std::size_t counted = 0; // where the line m_number + 1 starts
-    std::size_t at = 0;
-    re2::StringPiece match;
-    const re2::StringPiece whole(text.data(), text.size());
-    while (at < text.size() && !done() &&
-           m_pattern.Match(whole, at, text.size(), re2::RE2::UNANCHORED, &match, 1)) {
-        auto where = static_cast<std::size_t>(match.data() - text.data());
+    const auto count = [&](std::size_t end) {
+        const auto from = text.begin() + static_cast<std::ptrdiff_t>(counted);
+        const auto to = text.begin() + static_cast<std::ptrdiff_t>(end);
+        m_number += static_cast<std::uint64_t>(std::count(from, to, '\n'));
+        counted = end;
+    };
+    for (std::size_t at = 0; at < text.size() && !done();) {
+        const std::size_t where = m_search.find(text, at);
         if (where >= text.size())
-            break; // the empty text after the last line end
-        const std::size_t before = text.rfind('\n', where == 0 ? 0 : where - 1);
-        const std::size_t start =
-            where == 0 || before == std::string_view::npos || text[before] != '\n' ? 0 : before + 1;
+            break;
+        const std::size_t start = where == 0 ? 0 : text.rfind('\n', where - 1) + 1;
         const std::size_t end = std::min(text.find('\n', where), text.size());
-        m_number += static_cast<std::uint64_t>(
-            std::count(text.begin() + static_cast<std::ptrdiff_t>(counted),
-                       text.begin() + static_cast<std::ptrdiff_t>(start), '\n'));
-        counted = start;
-        line(text.substr(start, end - start));
+        count(start);
+        std::string_view found = text.substr(start, end - start);
+        if (found.ends_with('\r'))
+            found.remove_suffix(1);
+        line(found);
         at = end + 1;
     }
-    m_number += static_cast<std::uint64_t>(
-        std::count(text.begin() + static_cast<std::ptrdiff_t>(counted), text.end(), '\n'));
+    count(text.size());
 }
 
 void Search::line(std::string_view text) {
@@ -144,18 +126,18 @@ void Search::line(std::string_view text) {
         m_found.output += object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
         return;
     }
-    m_found.output += coloured(Colour::Magenta, shown(archive)) + ':' +
-                      coloured(Colour::Magenta, shown(m_entry.path()));
+    if (m_prefix.empty())
+        m_prefix = coloured(Colour::Magenta, shown(archive)) + ':' +
+                   coloured(Colour::Magenta, shown(m_entry.path()));
+    m_found.output += m_prefix;
     if (!m_options.namesOnly) {
-        std::string safe(text);
-        std::replace(safe.begin(), safe.end(), '\t', ' ');
-        m_found.output +=
-            ':' + coloured(Colour::Green, std::to_string(m_number + 1)) + ':' + shown(safe);
+        m_found.output += ':' + coloured(Colour::Green, std::to_string(m_number + 1)) + ':';
+        appendShown(m_found.output, text, Tabs::Kept);
     }
     m_found.output += '\n';
 }
 
-Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const re2::RE2 &pattern,
+Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LinePattern &pattern,
                  const Options &options, bool json, bool &any) {
     std::vector<EntryOf> entries;
     for (const auto &archive : group)
@@ -183,14 +165,9 @@ Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const re2::
 }
 
 Exit grep(const Options &options, bool json) {
-    re2::RE2::Options rules(re2::RE2::Quiet);
-    rules.set_case_sensitive(!options.ignoreCase);
-    rules.set_literal(options.fixed);
-    rules.set_never_nl(true); // a match stays in its line
-    // "^" and "$" mean the ends of a line.
-    const re2::RE2 pattern(options.fixed ? options.pattern : "(?m)" + options.pattern, rules);
-    if (!pattern.ok())
-        throw Failed(Exit::Misuse, "the pattern is wrong: " + pattern.error());
+    const LinePattern pattern(
+        options.pattern, options.fixed ? LinePattern::Syntax::Fixed : LinePattern::Syntax::Regular,
+        options.ignoreCase ? LinePattern::Case::Ignored : LinePattern::Case::Sensitive);
     std::vector<std::string> archives = options.archives;
     if (archives.empty())
         for (const std::string &folder : gameFolders(options.mods))
@@ -215,7 +192,7 @@ void addGrep(CLI::App &program, Request &request) {
     command->add_option("--mod", options->mods, "Search GameData/NAME too, without archives")
         ->type_name("NAME")
         ->expected(1);
-    command->add_option("PATTERN", options->pattern, "A regular expression in RE2's syntax")
+    command->add_option("PATTERN", options->pattern, "A regular expression in PCRE2's syntax")
         ->required();
     command->add_option("ARCHIVE", options->archives,
                         "The archives; none means those of the registered game");

@@ -4,6 +4,7 @@
 #include "tools/orvel-vl2/generate.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 
 // The engine of the windows for scripts: lists, tests, extracts, writes, searches, compares and
@@ -60,12 +61,10 @@ Exit run(std::vector<std::string> arguments) {
     return request.run();
 }
 
-// Also output that was buffered may fail.
-Exit runAndFlush(std::vector<std::string> arguments) {
+// The command's code, after a message about what it could not do.
+Exit reported(const std::function<Exit()> &work) {
     try {
-        const Exit code = run(std::move(arguments));
-        vl2::flushOutput();
-        return code;
+        return work();
     } catch (const vl2::Failed &failed) {
         vl2::complain(failed.what());
         return failed.code;
@@ -75,6 +74,15 @@ Exit runAndFlush(std::vector<std::string> arguments) {
         vl2::complain(error.what());
     }
     return Exit::System;
+}
+
+// Writes also what a command that failed has printed.
+Exit runAndFlush(std::vector<std::string> arguments) {
+    const Exit code = reported([&] { return run(std::move(arguments)); });
+    return vl2::worse(code, reported([] {
+                          vl2::flushOutput();
+                          return Exit::Fine;
+                      }));
 }
 
 } // namespace

@@ -36,8 +36,15 @@ bool wantsColours() {
     return wanted;
 }
 
-[[noreturn]] void failOutput() {
-    throw Failed(Exit::System, std::string("standard output: ") + std::strerror(errno));
+// What is printed but not yet written.
+std::string pending;
+constexpr std::size_t kBlock = 64U << 10;
+
+void writePending() {
+    const bool written = std::fwrite(pending.data(), 1, pending.size(), stdout) == pending.size();
+    pending.clear();
+    if (!written)
+        throw Failed(Exit::System, std::string("standard output: ") + std::strerror(errno));
 }
 
 } // namespace
@@ -66,13 +73,17 @@ Exit exitOf(const platform::Status &status) {
 }
 
 void print(std::string_view text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        failOutput();
+    pending += text;
+    if (pending.size() >= kBlock)
+        writePending();
 }
 
 void printLine(std::string_view text) {
-    print(text);
-    print("\n");
+    static const bool atOnce = isTerminal(stdout);
+    pending += text;
+    pending += '\n';
+    if (atOnce || pending.size() >= kBlock)
+        writePending();
 }
 
 void printJson(const Json &object) {
@@ -81,8 +92,7 @@ void printJson(const Json &object) {
 }
 
 void flushOutput() {
-    if (std::fflush(stdout) != 0)
-        failOutput();
+    writePending();
 }
 
 void complain(std::string_view text) {
@@ -90,17 +100,27 @@ void complain(std::string_view text) {
     std::fprintf(stderr, "orvel-vl2: %s\n", shown(text).c_str());
 }
 
-std::string shown(std::string_view text) {
-    std::string safe;
-    safe.reserve(text.size());
+void appendShown(std::string &out, std::string_view text, Tabs tabs) {
+    const auto isPlain = [&](unsigned char c) {
+        return (c >= 0x20 && c < 0x7F) || (c == '\t' && tabs == Tabs::Kept);
+    };
+    if (std::all_of(text.begin(), text.end(), isPlain)) {
+        out += text;
+        return;
+    }
     for (std::size_t at = 0; at < text.size(); ++at) {
         const auto byte = static_cast<unsigned char>(text[at]);
         // The control characters from U+0080 to U+009F have two bytes.
         const bool upper =
             byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0;
         at += upper ? 1 : 0;
-        safe += upper || byte < 0x20 || byte == 0x7F ? '?' : text[at];
+        out += upper || (byte < 0x80 && !isPlain(byte)) ? '?' : text[at];
     }
+}
+
+std::string shown(std::string_view text, Tabs tabs) {
+    std::string safe;
+    appendShown(safe, text, tabs);
     return safe;
 }
 

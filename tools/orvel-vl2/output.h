@@ -36,7 +36,7 @@ struct Failed : std::runtime_error {
 // JSON objects keep the order in which their members are added.
 using Json = nlohmann::ordered_json;
 
-// Standard output. Throws Failed if it cannot be written.
+// Standard output, in blocks, or in lines on a terminal. Throws Failed if it cannot be written.
 void print(std::string_view text);
 void printLine(std::string_view text);
 // One object on a line of its own, so that a program can read while the command works.
@@ -47,7 +47,9 @@ void flushOutput();
 void complain(std::string_view text);
 
 // A text for terminals: control characters become "?".
-std::string shown(std::string_view text);
+enum class Tabs { Replaced, Kept };
+std::string shown(std::string_view text, Tabs tabs = Tabs::Replaced);
+void appendShown(std::string &out, std::string_view text, Tabs tabs = Tabs::Replaced);
 
 // Colours, if standard output is a terminal and NO_COLOR is not set.
 enum class Colour { Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 };

@@ -1,7 +1,7 @@
 #include "tools/orvel-vl2/text.h"
 
+#include "storage/utf8.h"
 #include "ziplib/codec/lineEnds.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/format/names.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ constexpr std::array<char16_t, 32> kUpper = {
 
 template<std::size_t Count>
 bool endsInOneOf(const std::array<std::string_view, Count> &extensions, std::string_view path) {
-    const std::string name = ziplib::foldCase(ziplib::lastComponent(path));
+    const std::string name = platform::foldCase(ziplib::lastComponent(path));
     return std::any_of(extensions.begin(), extensions.end(),
                        [&](std::string_view extension) { return name.ends_with(extension); });
 }
@@ -52,14 +52,14 @@ bool looksLikeText(std::string_view content) {
 std::string toUtf8(std::string_view text) {
     if (text.starts_with(kMark))
         text.remove_prefix(kMark.size());
-    if (ziplib::isUtf8(text))
+    if (platform::isUtf8(text))
         return std::string(text);
     std::string converted;
     converted.reserve(text.size() + text.size() / 8);
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         const bool upper = byte >= 0x80 && byte < 0xA0;
-        ziplib::appendUtf8(converted, upper ? char32_t{kUpper[byte - 0x80U]} : char32_t{byte});
+        platform::appendUtf8(converted, upper ? char32_t{kUpper[byte - 0x80U]} : char32_t{byte});
     }
     return converted;
 }

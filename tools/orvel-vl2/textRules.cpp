@@ -1,6 +1,6 @@
+#include "storage/utf8.h"
 #include "tools/orvel-vl2/rules.h"
 #include "tools/orvel-vl2/text.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/format/names.h"
 
 #include <algorithm>
@@ -33,14 +33,14 @@ void byteOrderMark(const Checked &, const CheckedFile &file, std::string_view co
 // Some bytes are UTF-8 and others are not.
 void mixedEncoding(const Checked &, const CheckedFile &file, std::string_view content,
                    const Report &report) {
-    if (ziplib::isAscii(content) || ziplib::isUtf8(content))
+    if (platform::isAscii(content) || platform::isUtf8(content))
         return;
     // Two letters in Windows-1252 may look like one in UTF-8 by chance, three hardly.
     constexpr int kByChance = 2;
     constexpr char32_t kLastUnicode = 0x10FFFF;
     int multiple = 0;
     for (std::size_t at = 0; at < content.size();) {
-        const char32_t c = ziplib::nextCodePoint(content, at);
+        const char32_t c = platform::nextCodePoint(content, at);
         multiple += c >= 0x80 && c <= kLastUnicode ? 1 : 0;
     }
     if (multiple > kByChance)
@@ -51,7 +51,7 @@ void missionTypes(const Checked &, const CheckedFile &file, std::string_view con
                   const Report &report) {
     if (!isMission(file))
         return;
-    const std::string folded = ziplib::foldCase(content);
+    const std::string folded = platform::foldCase(content);
     for (std::size_t at = folded.find("missiontypes"); at != std::string::npos;
          at = folded.find("missiontypes", at + 1)) {
         const std::size_t start = folded.rfind('\n', at) + 1;
@@ -66,7 +66,7 @@ void missionTypes(const Checked &, const CheckedFile &file, std::string_view con
 
 // The value of a field of the terrain, as `terrainFile = "Name.ter";`.
 std::string terrainOf(std::string_view content) {
-    const std::string folded = ziplib::foldCase(content);
+    const std::string folded = platform::foldCase(content);
     std::size_t at = folded.find("terrainfile");
     if (at == std::string::npos)
         return {};

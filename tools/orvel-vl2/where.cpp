@@ -1,7 +1,8 @@
+#include "storage/pathText.h"
+#include "storage/utf8.h"
 #include "tools/orvel-vl2/archive.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/game.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <algorithm>
@@ -60,7 +61,7 @@ void addFolder(std::uint32_t number, const std::string &folder, const std::strin
     if (auto status = ziplib::scanFolder(folder, true, scan); !status.ok())
         throw Failed(status);
     for (ziplib::FoundFile &file : scan.files) {
-        std::string folded = ziplib::foldCase(file.path);
+        std::string folded = platform::foldCase(file.path);
         if (folded.find('/') != std::string::npos && (wanted.empty() || folded == wanted))
             holders[std::move(folded)].push_back({number, std::move(file.path), 0, std::nullopt});
     }
@@ -79,7 +80,7 @@ Exit findHolders(const std::vector<Source> &sources, const std::string &wanted, 
         const ziplib::Directory &directory = archive.directory;
         for (const ziplib::Entry &entry : directory.entries()) {
             std::string path = directory.path(entry);
-            std::string folded = ziplib::foldCase(path);
+            std::string folded = platform::foldCase(path);
             if (!directory.isFolder(entry) && (wanted.empty() || folded == wanted))
                 holders[std::move(folded)].push_back(
                     {numbers[archive.path], std::move(path), entry.size, entry.crc});
@@ -97,7 +98,7 @@ Exit findHolders(const std::vector<Source> &sources, const std::string &wanted, 
 
 std::string locationOf(const std::vector<Source> &sources, const Holder &holder) {
     const Source &source = sources[holder.source];
-    return source.isFolder ? source.path + '/' + holder.path : source.path;
+    return source.isFolder ? platform::joinPath(source.path, holder.path) : source.path;
 }
 
 // The holders of one path; the last is the one that the game takes.
@@ -133,7 +134,7 @@ bool isSame(const std::vector<Holder> &list) {
 }
 
 Exit where(const Options &options, bool json) {
-    std::string wanted = ziplib::foldCase(options.name);
+    std::string wanted = platform::foldCase(options.name);
     std::replace(wanted.begin(), wanted.end(), '\\', '/');
     const std::vector<Source> sources = findSources(options);
     Holders holders;

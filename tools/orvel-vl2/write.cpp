@@ -44,7 +44,7 @@ Exit run(const Options &options, bool json,
          const std::function<Status(ziplib::Report &report, Json &result)> &work) {
     printsMessages = options.verbose && !json;
     const ZIPUSERFUNCTIONS functions{onPrint, nullptr, nullptr, onProcessed};
-    ziplib::Report report(functions, nullptr, false, !options.verbose);
+    ziplib::Report report(functions, nullptr, nullptr, false, !options.verbose);
     platform::reloadTimeZone();
     Json result{{"archive", options.pack.archive}};
     const Status status = work(report, result);

@@ -210,7 +210,7 @@ Status EntryReader::readStream() {
 
 Status EntryReader::give(Chunk chunk) {
     if (chunk.size() > m_entry.size - m_given)
-        return damaged("is damaged: it holds more than it tells");
+        return damaged("is damaged: it is larger than its declared size");
     m_given += chunk.size();
     if (checks())
         m_crc = crc32(m_crc, chunk.data(), chunk.size());

@@ -41,16 +41,15 @@ class Loop {
     Loop(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget)
         : m_job(job), m_budget(budget), m_pool(threads, kMostBatches) {}
 
-    bool run() {
+    void run() {
         while (m_next < m_job.count || !m_pool.empty()) {
             while (m_next < m_job.count && !m_pool.full() && fits(m_job.cost(m_next)))
                 submit();
             if (const auto done = m_pool.next(kIdlePeriod);
                 done && !take(static_cast<Batch &>(*done)))
-                return false;
+                return;
             m_job.idle();
         }
-        return true;
     }
 
   private:
@@ -73,6 +72,7 @@ class Loop {
         m_pool.submit(std::move(batch));
     }
 
+    // False if the job stops the loop.
     bool take(const Batch &batch) {
         if (batch.thrown)
             std::rethrow_exception(batch.thrown);
@@ -92,11 +92,9 @@ class Loop {
 
 } // namespace
 
-bool orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget) {
-    if (job.count == 0)
-        return true;
-    return Loop(job, static_cast<unsigned>(std::min<std::size_t>(threads, job.count)), budget)
-        .run();
+void orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget) {
+    if (job.count > 0)
+        Loop(job, static_cast<unsigned>(std::min<std::size_t>(threads, job.count)), budget).run();
 }
 
 } // namespace ziplib

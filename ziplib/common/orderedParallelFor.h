@@ -21,7 +21,7 @@ struct OrderedParallelFor {
 
 // Runs the loop with at most `budget` bytes held at a time (but always at least one item), on the
 // caller's thread if no other can be started. Exceptions of `work` and `take` are rethrown once
-// every thread has ended. False if `take` stopped the loop.
-bool orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget);
+// every thread has ended.
+void orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget);
 
 } // namespace ziplib

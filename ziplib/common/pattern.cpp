@@ -1,6 +1,6 @@
 #include "ziplib/common/pattern.h"
 
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 
 #include <cstddef>
 
@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kNone = std::string_view::npos;
 
 char32_t compared(char32_t c, bool ignoreCase) {
-    return ignoreCase ? foldCase(c) : c;
+    return ignoreCase ? platform::foldCase(c) : c;
 }
 
 // The end of the set that starts at `open`, after its "]"; npos if it is not closed. A "]" that
@@ -30,11 +30,11 @@ bool setContains(std::string_view set, char32_t c, bool ignoreCase) {
     const char32_t expected = compared(c, ignoreCase);
     bool found = false;
     while (at < set.size()) {
-        const char32_t first = nextCodePoint(set, at);
+        const char32_t first = platform::nextCodePoint(set, at);
         char32_t last = first;
         if (at + 1 < set.size() && set[at] == '-') {
             ++at;
-            last = nextCodePoint(set, at);
+            last = platform::nextCodePoint(set, at);
         }
         found = found || (c >= first && c <= last) ||
                 (expected >= compared(first, ignoreCase) && expected <= compared(last, ignoreCase));
@@ -49,16 +49,16 @@ bool matchesOne(std::string_view pattern, std::size_t &p, std::string_view name,
     if (setEnd != kNone) {
         const std::string_view set = pattern.substr(p + 1, setEnd - p - 2);
         p = setEnd;
-        return setContains(set, nextCodePoint(name, n), rules.ignoreCase);
+        return setContains(set, platform::nextCodePoint(name, n), rules.ignoreCase);
     }
     if (pattern[p] == '?') {
         ++p;
-        nextCodePoint(name, n);
+        platform::nextCodePoint(name, n);
         return true;
     }
-    const char32_t expected = nextCodePoint(pattern, p);
+    const char32_t expected = platform::nextCodePoint(pattern, p);
     return compared(expected, rules.ignoreCase) ==
-           compared(nextCodePoint(name, n), rules.ignoreCase);
+           compared(platform::nextCodePoint(name, n), rules.ignoreCase);
 }
 
 } // namespace
@@ -80,7 +80,7 @@ bool matchesPattern(std::string_view pattern, std::string_view name, PatternRule
             continue;
         if (afterStar == kNone || starName >= name.size())
             return false;
-        nextCodePoint(name, starName);
+        platform::nextCodePoint(name, starName);
         p = afterStar;
         n = starName;
     }

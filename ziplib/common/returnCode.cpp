@@ -28,6 +28,8 @@ ReturnCode returnCodeOf(const Status &status, ReturnCode otherwise) {
         return ReturnCode::CannotCreate;
     case Failure::CannotWrite:
         return ReturnCode::CannotWrite;
+    case Failure::Conflict:
+        return ReturnCode::Conflict;
     case Failure::NothingMatched:
         return ReturnCode::NothingMatched;
     case Failure::NothingToDo:

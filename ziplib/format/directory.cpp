@@ -45,7 +45,7 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
     if (counted < declared)
         m_missing = 1; // the count itself may be wrong
     if (counted != declared && m_damage.ok()) {
-        m_damage = {Failure::Damaged, file.path() + " tells another number of entries than it has",
+        m_damage = {Failure::Damaged, file.path() + " declares another number of entries",
                     file.path()};
     }
     return {};

@@ -37,7 +37,7 @@ struct Entry {
 // The central directory of an archive: kept in memory as it is stored, indexed by compact entries.
 class Directory {
   public:
-    // Reads it. NotArchive, EndsEarly or Damaged if it cannot be read; it is empty then. Handles
+    // Reads it. WrongFormat, EndsEarly or Damaged if it cannot be read; it is empty then. Handles
     // data in front of the archive and a comment that holds an end record.
     platform::Status read(const platform::InputFile &file,
                           const platform::KeepGoing &keepGoing = {});
@@ -58,7 +58,7 @@ class Directory {
     bool isSpecial(const Entry &entry) const;
     // Modification time in nanoseconds since 1970, UTC: the most precise one that is stored.
     std::int64_t modified(const Entry &entry) const;
-    // The platform::attribute... bits.
+    // The platform::kAttribute... bits.
     std::uint8_t attributes(const Entry &entry) const;
 
     std::string_view archiveComment() const { return m_end.comment; }

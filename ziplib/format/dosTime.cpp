@@ -30,8 +30,7 @@ std::int64_t offsetAt(std::int64_t instant) {
 
 constexpr std::uint32_t kEarliest = (1U << 21) | (1U << 16);
 
-std::int64_t evenSeconds(std::int64_t nanoseconds) {
-    const std::int64_t seconds = nanoseconds / kSecond + (nanoseconds % kSecond > 0 ? 1 : 0);
+std::int64_t roundedUp(std::int64_t seconds) {
     return seconds + (seconds & 1);
 }
 
@@ -80,14 +79,16 @@ std::int64_t toNanoseconds(const DosTime &local) {
 }
 
 std::uint32_t toDosFields(std::int64_t nanoseconds) {
-    const std::int64_t seconds = evenSeconds(nanoseconds);
+    const std::int64_t seconds =
+        roundedUp(nanoseconds / kSecond + (nanoseconds % kSecond > 0 ? 1 : 0));
     std::tm parts{};
     return platform::localTime(seconds, parts) ? fieldsOf(parts) : kEarliest;
 }
 
 std::uint32_t toDosFieldsUtc(std::int64_t nanoseconds) {
     using namespace std::chrono;
-    const sys_seconds instant{seconds(evenSeconds(nanoseconds))};
+    const auto whole = floor<seconds>(std::chrono::nanoseconds(nanoseconds));
+    const sys_seconds instant{seconds(roundedUp(whole.count()))};
     const auto day = floor<days>(instant);
     const year_month_day date(day);
     const hh_mm_ss time(instant - day);

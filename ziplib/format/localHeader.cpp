@@ -70,7 +70,7 @@ Status checkLocal(const InputFile &file, const Directory &directory, const Entry
     std::vector<std::uint8_t> own;
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (got >= kLocalSize && get32(bytes) != kLocalSignature)
-            return disagreement(directory, entry, "place");
+            return disagreement(directory, entry, "location");
         if (got >= kLocalSize) {
             headSize = localHeaderSize(bytes);
             if (got >= headSize)

@@ -1,6 +1,6 @@
 #include "ziplib/format/names.h"
 
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -27,13 +27,13 @@ constexpr std::array<char16_t, 128> kCodePage437 = {
 
 std::string decodeName(std::string_view raw) {
     std::string path;
-    if (isUtf8(raw)) {
+    if (platform::isUtf8(raw)) {
         path = raw;
     } else {
         path.reserve(raw.size() * 2);
         for (const char c : raw) {
             const auto byte = static_cast<std::uint8_t>(c);
-            appendUtf8(path, byte < 0x80 ? byte : kCodePage437[byte - 0x80U]);
+            platform::appendUtf8(path, byte < 0x80 ? byte : kCodePage437[byte - 0x80U]);
         }
     }
     std::replace(path.begin(), path.end(), '\\', '/');
@@ -43,7 +43,8 @@ std::string decodeName(std::string_view raw) {
     while (path.compare(start, kRootFolder.size(), kRootFolder) == 0 &&
            start + kRootFolder.size() < path.size())
         start += kRootFolder.size();
-    return path.substr(start);
+    path.erase(0, start);
+    return path;
 }
 
 } // namespace ziplib

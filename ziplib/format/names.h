@@ -1,5 +1,6 @@
 #pragma once
 
+#include "storage/pathText.h"
 #include "storage/safePath.h"
 
 #include <cstdint>
@@ -19,14 +20,7 @@ std::string decodeName(std::string_view raw);
 // The reason why a decoded path may not be written below a folder; null if it may.
 using platform::unsafeReason;
 
-// The part after the last "/".
-inline std::string_view lastComponent(std::string_view path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-// The part before the last "/"; "" if there is none.
-inline std::string_view folderOf(std::string_view path) {
-    return path.substr(0, path.rfind('/') == std::string_view::npos ? 0 : path.rfind('/'));
-}
+using platform::folderOf;
+using platform::lastComponent;
 
 } // namespace ziplib

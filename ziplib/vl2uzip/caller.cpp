@@ -46,10 +46,8 @@ Caller::Answer Caller::replace(const std::string &path) {
     }
 }
 
-bool Caller::password(const std::string &path, std::string &password) {
-    const auto answer = CallbackReporter::password("Password for " + toProgram(path) + ": ", path);
-    password = answer.value_or(std::string());
-    return answer.has_value();
+std::optional<std::string> Caller::password(const std::string &path) {
+    return CallbackReporter::password("Password for " + toProgram(path) + ": ", path);
 }
 
 void Caller::list(const std::string &path, const Entry &entry) {
@@ -65,6 +63,26 @@ void Caller::list(const std::string &path, const Entry &entry) {
         percentSaved(entry.size, entry.compressedSize), time.month, time.day, time.year, time.hour,
         time.minute, clippedSize ? '+' : ' ', narrow.data(), method.data(), entry.crc,
         entry.isEncrypted() ? 'E' : ' ');
+}
+
+void Caller::extracted(const std::string &path, const Entry &entry,
+                       const platform::FileInfo *written) {
+    if (m_extracted == nullptr)
+        return;
+    UZPEXTRACTED record{};
+    record.path = path.c_str();
+    record.size = entry.size;
+    record.crc = entry.crc;
+    record.time = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
+    if (written != nullptr) {
+        record.written = 1;
+        record.device = written->device;
+        record.id = written->id;
+        record.fileSize = written->size;
+        record.modified = written->modified;
+        record.changed = written->changed;
+    }
+    m_extracted(&record);
 }
 
 void Caller::setTotals(std::uint64_t size, std::uint64_t compressedSize, std::uint64_t entries,

@@ -12,20 +12,31 @@ using platform::Status;
 
 } // namespace
 
-Status ExtractTask::perform(Scratch &scratch) const {
+Status ExtractTask::perform(Scratch &scratch) {
     if (kind == Kind::Test)
         return read(scratch, nullptr);
     const Directory &directory = m_context.source.directory;
     const Entry &entry = directory.entries()[index];
     // In a folder that this call made, every file is its own.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
-    const FileSink::Target target{
-        folder->folder,  m_context.times,           name,
-        replace,         directory.modified(entry), directory.attributes(entry),
-        convertLineEnds, entry.isMarkedText(),      own};
+    platform::FileInfo named;
+    const FileSink::Target target{folder->folder,
+                                  m_context.times,
+                                  name,
+                                  replace,
+                                  directory.modified(entry),
+                                  directory.attributes(entry),
+                                  convertLineEnds,
+                                  entry.isMarkedText(),
+                                  own,
+                                  m_context.wantsWritten ? &named : nullptr};
     FileSink sink(target);
     Status result = read(scratch, &sink);
-    return result.ok() ? sink.finish() : result;
+    if (result.ok())
+        result = sink.finish();
+    if (result.ok() && m_context.wantsWritten)
+        written = named;
+    return result;
 }
 
 // Reads all data of the entry, and writes it if there is a sink.

@@ -17,6 +17,7 @@ struct TaskContext {
     std::vector<std::unique_ptr<Scratch>> scratch; // of each worker and of the caller's thread
     std::atomic<Times> times{Times::Unknown};      // of the target's disk
     OwnFiles own;
+    bool wantsWritten = false; // tasks report their files
 };
 
 // One entry in the thread pool: to extract, to test, or settled, which is only reported.
@@ -42,11 +43,12 @@ class ExtractTask : public ThreadPool::Task {
     std::string name;
     platform::NewFile::Replace replace = platform::NewFile::Replace::No;
     bool convertLineEnds = false;
+    std::optional<platform::FileInfo> written; // the file, if wanted
     // An earlier entry goes to the same file; decided when this one is reported.
     bool sharesTarget = false;
 
   private:
-    platform::Status perform(Scratch &scratch) const;
+    platform::Status perform(Scratch &scratch);
     platform::Status read(Scratch &scratch, FileSink *sink) const;
 
     TaskContext &m_context;

@@ -43,8 +43,14 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
+    m_context.wantsWritten = m_request.work == Request::Work::Extract && m_caller.wantsExtracted();
     if (m_request.work != Request::Work::Extract || openTarget(plan))
         runTasks(plan);
+    // Entries that were not reached before the call ended.
+    for (; m_context.wantsWritten && m_collected < plan.items.size(); ++m_collected) {
+        const Entry &entry = m_directory.entries()[plan.items[m_collected].index];
+        reportExtracted(entry, m_directory.path(entry), nullptr);
+    }
     m_result.addMissing(plan.items.size() - m_complete);
 }
 
@@ -123,6 +129,12 @@ void Extraction::drain() {
         collectNext();
 }
 
+void Extraction::reportExtracted(const Entry &entry, const std::string &path,
+                                 const platform::FileInfo *written) {
+    if (m_context.wantsWritten && !m_directory.isFolder(entry))
+        m_caller.extracted(path, entry, written);
+}
+
 // Reports a finished task.
 void Extraction::collect(std::unique_ptr<ExtractTask> task) {
     retry(*task);
@@ -132,6 +144,9 @@ void Extraction::collect(std::unique_ptr<ExtractTask> task) {
         resolveTakenName(*task);
         retry(*task);
     }
+    ++m_collected;
+    reportExtracted(m_directory.entries()[task->index], task->path,
+                    task->status.ok() && task->written ? &*task->written : nullptr);
     if (task->status.ok()) {
         ++m_complete;
         if (!task->report.empty())

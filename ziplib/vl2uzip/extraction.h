@@ -42,6 +42,8 @@ class Extraction {
     std::unique_ptr<ExtractTask> nextTask();
     void drain();
     void retry(ExtractTask &task);
+    void reportExtracted(const Entry &entry, const std::string &path,
+                         const platform::FileInfo *written);
     void stop(ReturnCode code, const std::string &message);
 
     const Directory &m_directory;
@@ -58,6 +60,7 @@ class Extraction {
     bool m_keepAll = false;
     OwnFiles m_replaced;        // files that existed before and are being replaced
     std::size_t m_complete = 0; // entries that ended as planned
+    std::size_t m_collected = 0;
     // Finished tasks that come before those in the thread pool.
     std::deque<std::unique_ptr<ExtractTask>> m_done;
     // The last member, so that it is destroyed first: its threads use the others.

@@ -86,7 +86,7 @@ Status FileSink::finish() {
         if (Status status = m_file.sync(); !status.ok())
             return status;
     }
-    return m_file.commit(m_target.name, m_target.replace);
+    return m_file.commit(m_target.name, m_target.replace, nullptr, m_target.named);
 }
 
 } // namespace ziplib

@@ -30,6 +30,7 @@ class FileSink {
         bool convert = false;
         bool knownText = false;
         OwnFiles *own = nullptr; // receives the file before it has its name; may be null
+        platform::FileInfo *named = nullptr; // receives the file with its name; may be null
     };
 
     explicit FileSink(const Target &target) : m_target(target) {}

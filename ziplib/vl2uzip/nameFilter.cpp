@@ -1,7 +1,7 @@
 #include "ziplib/vl2uzip/nameFilter.h"
 
+#include "storage/utf8.h"
 #include "ziplib/common/interfaceText.h"
-#include "ziplib/common/utf8.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ NameFilter::List::List(const std::vector<std::string> &names, bool ignoreCase)
         std::string text = name;
         std::replace(text.begin(), text.end(), '\\', '/');
         if (ignoreCase)
-            text = foldCase(text);
+            text = platform::foldCase(text);
         const std::size_t index = m_names.size();
         if (!m_exact.emplace(text, index).second)
             continue;
@@ -25,7 +25,7 @@ NameFilter::List::List(const std::vector<std::string> &names, bool ignoreCase)
 
 NameFilter::Name *NameFilter::List::find(const std::string &path, Meaning meaning) {
     const std::string text = meaning == Meaning::Own ? path : asProgramSees(path);
-    const auto found = m_exact.find(m_rules.ignoreCase ? foldCase(text) : text);
+    const auto found = m_exact.find(m_rules.ignoreCase ? platform::foldCase(text) : text);
     return found == m_exact.end() ? nullptr : &m_names[found->second];
 }
 

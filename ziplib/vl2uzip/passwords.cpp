@@ -47,16 +47,16 @@ Status Passwords::ask(std::size_t index, const std::string &path, int &tries,
                       std::optional<Cipher> &cipher) {
     while (tries < kMostTries) {
         ++tries;
-        std::string password;
-        if (!m_caller.password(path, password))
+        const std::optional<std::string> password = m_caller.password(path);
+        if (!password)
             return {Failure::Password, path + " needs a password", path};
         bool fits = false;
-        if (Status status = checkPassword(m_source, index, Cipher(password), fits); !status.ok())
+        if (Status status = checkPassword(m_source, index, Cipher(*password), fits); !status.ok())
             return status;
         if (fits) {
-            m_password = password;
+            m_password = *password;
             m_have = true;
-            cipher = Cipher(password);
+            cipher = Cipher(*password);
             return {};
         }
     }

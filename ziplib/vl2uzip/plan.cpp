@@ -1,7 +1,8 @@
 #include "ziplib/vl2uzip/plan.h"
 
+#include "storage/pathText.h"
 #include "storage/storage.h"
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 #include "ziplib/format/names.h"
 
 #include <algorithm>
@@ -11,12 +12,6 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::uint64_t kHashStart = 0xCBF29CE484222325ULL;
-
-std::uint64_t hashStep(std::uint64_t hash, char c) {
-    return (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3ULL;
-}
-
 // Paths are compared by 64-bit hashes to keep half a million of them small. An archive crafted with
 // two paths of one hash only loses an entry of its own.
 class Paths {
@@ -24,10 +19,10 @@ class Paths {
     // Adds a target and all folders above it.
     void add(std::string_view path, std::size_t item) {
         if (m_ignoreCase) {
-            m_folded = foldCase(path);
+            m_folded = platform::foldCase(path);
             path = m_folded;
         }
-        std::uint64_t hash = kHashStart;
+        std::uint64_t hash = platform::kHashStart;
         for (std::size_t i = 0; i < path.size(); ++i) {
             if (path[i] == '/' && hash != m_lastFolder)
                 m_folders.insert(hash);
@@ -36,7 +31,7 @@ class Paths {
                 if (i + 1 == path.size())
                     return; // a folder itself
             }
-            hash = hashStep(hash, path[i]);
+            hash = platform::hashStep(hash, path[i]);
         }
         m_files.push_back({hash, item});
     }

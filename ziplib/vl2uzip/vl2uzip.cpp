@@ -11,6 +11,7 @@
 #include "ziplib/vl2uzip/plan.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <exception>
 
@@ -22,6 +23,8 @@ using platform::Status;
 
 // The result of UzpMissingCount: each thread makes calls of its own.
 thread_local std::int32_t lastMissing = 0;
+
+std::atomic<VL2UZIP_EXTRACTED> onExtracted = nullptr;
 
 std::vector<std::string> names(std::int32_t count, char **table) {
     std::vector<std::string> texts;
@@ -163,7 +166,7 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
         return static_cast<int32_t>(ReturnCode::SevereDamage);
     ziplib::CallResult result;
     try {
-        ziplib::Caller caller(*lpUserFunctions, lpDCL->fQuiet);
+        ziplib::Caller caller(*lpUserFunctions, ziplib::onExtracted, lpDCL->fQuiet);
         ziplib::work(ziplib::makeRequest(*lpDCL, ifnc, ifnv, xfnc, xfnv), caller, result);
         caller.warnLast(result.message());
         ziplib::lastMissing = result.missing();
@@ -178,6 +181,11 @@ int32_t Wiz_SingleEntryUnzip(int32_t ifnc, char **ifnv, int32_t xfnc, char **xfn
 
 int32_t UzpMissingCount(void) {
     return ziplib::lastMissing;
+}
+
+int32_t UzpReportExtracted(VL2UZIP_EXTRACTED lpExtracted) {
+    ziplib::onExtracted = lpExtracted;
+    return 1;
 }
 
 void UzpVersion2(UzpVer2 *lpVersion) {

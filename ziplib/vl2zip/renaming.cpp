@@ -1,4 +1,4 @@
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/rewrite.h"
 #include "ziplib/vl2zip/select/plan.h"
@@ -40,7 +40,7 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                     const std::string fresh = renamed(path, from, to);
                     if (fresh.empty() == renaming)
                         continue;
-                    if (!renaming && names.contains(foldCase(path)))
+                    if (!renaming && names.contains(platform::foldCase(path)))
                         return {Failure::Exists, where + path + " exists already"};
                     if (!renaming)
                         continue;
@@ -49,7 +49,7 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                                 where + fresh + " is no name for an entry: " + reason};
                     if (auto done = writer.rename(i, fresh); !done.ok())
                         return done;
-                    names.emplace(foldCase(fresh), i);
+                    names.emplace(platform::foldCase(fresh), i);
                     ++count;
                     report.tick();
                 }

@@ -21,6 +21,8 @@ namespace {
 // Attempts of a save while files or the archive change.
 constexpr int kTries = 4;
 constexpr std::chrono::milliseconds kPause{100};
+// Names in the message about conflicts.
+constexpr std::size_t kMostNames = 5;
 
 // One attempt to bring the archive up to date.
 class Update {
@@ -48,6 +50,7 @@ class Update {
     Status scan();
     void report(const Candidate &candidate, const Comparison &comparison);
     Status take(const Candidate &candidate, const Comparison &comparison);
+    Status merge(ChangeDetector &detector);
     Status write(ChangeDetector &detector, std::vector<std::size_t> &packed);
     Status writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed);
     Status checkFolder(bool &again);
@@ -86,7 +89,11 @@ Status Update::scan() {
         idle);
     if (!archive.ok() || !folder.ok())
         return archive.ok() ? folder : archive;
-    return findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);
+    auto found = findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);
+    // A new archive gets all files: it would lack those that are as in the base.
+    if (found.ok() && m_options.base && m_target.exists())
+        m_options.base->mark(m_directory, idle, m_candidates);
+    return found;
 }
 
 // Reports why a file is not packed.
@@ -98,6 +105,10 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
     switch (comparison.verdict) {
     case Verdict::Pack: // reported once it is packed
     case Verdict::Archive:
+    case Verdict::Conflict: // ends the save
+        break;
+    case Verdict::Kept:
+        m_report.detail("not edited, the archive's state stays: ", candidate.path);
         break;
     case Verdict::Same:
         m_report.detail("unchanged: ", candidate.path);
@@ -123,7 +134,9 @@ Status Update::take(const Candidate &candidate, const Comparison &comparison) {
     using Verdict = Comparison::Verdict;
     if (!comparison.status.ok())
         return comparison.status;
-    const bool done = comparison.verdict != Verdict::Pack && comparison.verdict != Verdict::Archive;
+    const bool done = comparison.verdict != Verdict::Pack &&
+                      comparison.verdict != Verdict::Conflict &&
+                      comparison.verdict != Verdict::Archive;
     return !done || m_report.processed(std::string(candidate.path)) ? Status()
                                                                     : m_target.cancelled();
 }
@@ -158,8 +171,36 @@ Status Update::writeNew(const ChangeDetector &detector, const std::vector<std::s
     return writer.write(m_password);
 }
 
+// Decides about the files whose entries are not as in the base. Fails, before anything is written,
+// if some were changed on both sides.
+Status Update::merge(ChangeDetector &detector) {
+    if (auto found = detector.findDisputed(); !found.ok())
+        return found;
+    std::string names;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < m_candidates.size(); ++i) {
+        if (detector.comparisons()[i].verdict != Comparison::Verdict::Conflict)
+            continue;
+        const Entry &entry = m_directory.entries()[m_candidates[i].entry];
+        const std::string path = m_directory.path(entry);
+        m_report.conflict({path.c_str(), entry.size, entry.crc});
+        if (++count <= kMostNames)
+            names += (names.empty() ? "" : ", ") + path;
+    }
+    if (count == 0)
+        return {};
+    if (count > kMostNames)
+        names += " and " + std::to_string(count - kMostNames) + " more";
+    return {Failure::Conflict, m_options.archive + ": changed in the archive and in the folder: " +
+                                   names + "; the archive was left as it is"};
+}
+
 // Writes the new archive if there is anything to pack. `packed` are the candidates in it, by index.
 Status Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed) {
+    if (m_options.base) {
+        if (auto merged = merge(detector); !merged.ok())
+            return merged;
+    }
     if (m_guess) {
         if (auto found = detector.findEdited(); !found.ok())
             return found;
@@ -221,6 +262,7 @@ void Update::reportPacked() {
         const bool known = m_scan.began && m_scan.began->device == file.info.device;
         packed.began = known ? m_scan.began->changed : INT64_MIN;
         packed.crc = file.crc;
+        packed.outcome = file.outcome;
         m_report.packed(packed);
     }
 }

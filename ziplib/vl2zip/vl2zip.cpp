@@ -5,8 +5,10 @@
 #include "ziplib/vl2zip/update.h"
 
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -15,6 +17,8 @@ struct Setting {
     std::mutex mutex;
     ZIPUSERFUNCTIONS callbacks{};
     VL2ZIP_PACKED packed = nullptr;
+    VL2ZIP_CONFLICT conflict = nullptr;
+    std::shared_ptr<const ziplib::Base> base;
     ziplib::PackOptions options;
 };
 
@@ -75,7 +79,25 @@ std::int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked) {
     return 1;
 }
 
-std::int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
+std::int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT lpConflict) {
+    std::shared_ptr<ziplib::Base> base;
+    bool complete = true;
+    try {
+        if (lpBase != nullptr)
+            base = std::make_shared<ziplib::Base>();
+        for (std::uint32_t i = 0; base && i < count; ++i)
+            base->add(lpBase[i].path, {lpBase[i].size, lpBase[i].crc});
+    } catch (const std::exception &) {
+        base.reset();
+        complete = false;
+    }
+    const std::lock_guard lock(setting().mutex);
+    setting().base = std::move(base);
+    setting().conflict = lpConflict;
+    return complete ? 1 : 0;
+}
+
+int32_t ZpSetOptions(ZPOPT *lpZpOpt) {
     try {
         const std::lock_guard lock(setting().mutex);
         setting().options = lpZpOpt != nullptr ? optionsOf(*lpZpOpt) : ziplib::PackOptions();
@@ -90,18 +112,21 @@ std::int32_t ZpArchive(ZCL C) {
         ziplib::PackOptions options;
         ZIPUSERFUNCTIONS callbacks{};
         VL2ZIP_PACKED packed = nullptr;
+        VL2ZIP_CONFLICT conflict = nullptr;
         {
             // A copy: the callbacks may change the options of the next call.
             const std::lock_guard lock(setting().mutex);
             options = setting().options;
             callbacks = setting().callbacks;
             packed = setting().packed;
+            conflict = setting().conflict;
+            options.base = setting().base;
         }
         options.archive = ziplib::fromProgram(C.lpszZipFN);
         for (std::int32_t i = 0; C.FNV != nullptr && i < C.argc; ++i)
             if (C.FNV[i] != nullptr)
                 options.patterns.push_back(ziplib::fromProgram(C.FNV[i]));
-        ziplib::Report report(callbacks, packed, options.verbose, options.quiet);
+        ziplib::Report report(callbacks, packed, conflict, options.verbose, options.quiet);
         return run(options, report);
     } catch (...) {
         return static_cast<std::int32_t>(ziplib::ReturnCode::CannotWrite);

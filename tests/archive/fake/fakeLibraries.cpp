@@ -1,6 +1,8 @@
 #include "tests/archive/fake/fakeLibraries.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -13,8 +15,7 @@ Text copy(const char *text) {
 
 std::vector<Text> copyTable(char **table) {
     std::vector<Text> texts;
-    for (int slot = 0; slot < 1024; ++slot)
-        texts.push_back(copy(table[slot]));
+    std::transform(table, table + 1024, std::back_inserter(texts), copy);
     return texts;
 }
 

@@ -23,7 +23,7 @@ TEST_F(PosixCleanerTest, ExactNamesComeBeforeOtherCasesAndPatternsAreNames) {
 
 TEST_F(PosixCleanerTest, LinksAreDeletedAndNotFollowed) {
     const QString outside = makeFile("outside/keep.txt");
-    setDos("outside/keep.txt", platform::AttributeReadOnly | platform::AttributeSystem);
+    setDos("outside/keep.txt", platform::kAttributeReadOnly | platform::kAttributeSystem);
     makeFolders("temp/Classic/sub");
     makeLink("../../outside", pathOf(at("temp/Classic/link")));
     makeLink("../../../outside", pathOf(at("temp/Classic/sub/inner")));
@@ -39,8 +39,7 @@ TEST_F(PosixCleanerTest, LinksAreDeletedAndNotFollowed) {
     EXPECT_TRUE(cleaner.deleteFile("link"));
     EXPECT_TRUE(cleaner.deleteFilesIn("sub"));
     EXPECT_TRUE(cleaner.removeFolder("sub"));
-    EXPECT_EQ(platform::attributes(outside),
-              platform::AttributeReadOnly | platform::AttributeSystem);
+    EXPECT_EQ(dosOf(outside), platform::kAttributeReadOnly | platform::kAttributeSystem);
     // After a save a link is deleted if the archive holds its target.
     platform::PackedFiles packed;
     packed.add(u"link.txt", stateOf("outside", "keep.txt"), kContentCrc, INT64_MIN);

@@ -30,7 +30,7 @@ std::string inheritedState() {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);)
         if (line.starts_with("SigBlk:") || line.starts_with("SigIgn:"))
-            signals += line.find_first_not_of("0", 8) != std::string::npos;
+            signals += line.find_first_not_of('0', 8) != std::string::npos;
     state << "signals " << signals << '\n'
           << "session " << getsid(0) << '\n'
           << "folder " << std::filesystem::current_path().string() << '\n'

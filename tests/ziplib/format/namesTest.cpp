@@ -1,9 +1,8 @@
 #include "ziplib/format/names.h"
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
+#include "ziplib/common/interfaceText.h"
 
 #include <gtest/gtest.h>
-
-using std::string_literals::operator""s;
 
 TEST(Names, AreDecodedAsUtf8OrCodePage437) {
     const std::pair<std::string, std::string> rows[] = {
@@ -17,11 +16,16 @@ TEST(Names, AreDecodedAsUtf8OrCodePage437) {
         {"\xC3", "├"},           // cut UTF-8
         {"\xC0\xAF", "└»"},      // overlong
         {"\xED\xA0\x80", "φáÇ"}, // surrogate
-        {"a\0b"s, "a\xEF\xBF\xBD"
-                  "b"},
+        {std::string("a\0b", 3), "a\xEF\xBF\xBD"
+                                 "b"},
     };
     for (const auto &[raw, path] : rows)
         EXPECT_EQ(ziplib::decodeName(raw), path);
+}
+
+TEST(Messages, HoldNoControlCharacterOfTheNamesInThem) {
+    EXPECT_EQ(ziplib::messageToProgram("a\n\x1B[2J\x7F\xC2\x9B\xC3\xBC\xC2\xA0"),
+              ziplib::toProgram("a??[2J??\xC3\xBC\xC2\xA0"));
 }
 
 TEST(Names, AreSafeOrAreNot) {
@@ -45,9 +49,9 @@ TEST(Names, FoldTheirCaseForComparison) {
                                {"ПРИВЕТ", "привет"},
                                {"ŁÓDŹ", "łódź"},
                                {"ΑΒΓΣ", "αβγσ"}}) {
-        EXPECT_EQ(ziplib::foldCase(std::string_view(a)), b);
-        EXPECT_EQ(ziplib::foldCase(std::string_view(b)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(a)), b);
+        EXPECT_EQ(platform::foldCase(std::string_view(b)), b);
     }
     for (const char *other : {"×÷", "ß", "a[`{", "ſ", "\xFF\xC3"})
-        EXPECT_EQ(ziplib::foldCase(std::string_view(other)), other);
+        EXPECT_EQ(platform::foldCase(std::string_view(other)), other);
 }

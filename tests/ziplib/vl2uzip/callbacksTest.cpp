@@ -24,6 +24,7 @@ TEST(Callbacks, ComeInArchiveOrderOnTheCallersThreadWithAnyNumberOfWorkersAndMay
             calls[i].passwords = {"secret"};
             codes[i] = calls[i].extract(archive, folder / std::to_string(i));
             EXPECT_FALSE(calls[i].otherThread);
+            EXPECT_FALSE(calls[i].wrongVersion);
         }
         EXPECT_EQ(calls[0].events, calls[1].events);
         EXPECT_EQ(calls[0].messages, calls[1].messages);
@@ -34,6 +35,29 @@ TEST(Callbacks, ComeInArchiveOrderOnTheCallersThreadWithAnyNumberOfWorkersAndMay
     }
     setVariable("ORVEL_WORKERS", "");
     EXPECT_EQ(openHandles(), before);
+}
+
+// Also those that are left out, kept, damaged or not reached.
+TEST(Callbacks, EveryEntryOfAnExtractionIsReportedOnceWithItsFile) {
+    UnzipCall call;
+    writeFile(call.folder / "a.txt", "mine");
+    call.options.noflag = 0;
+    EXPECT_EQ(call.extract("archives/duplicates"), 0);
+    EXPECT_EQ(call.extracted,
+              (Paths{"a.txt 3 3F5DD4E5 2A916CB5", "b.txt 1 71BEEFF9 2A916CB5 written",
+                     "a.txt 3 6BE34445 2A916CB5"}));
+    for (const std::string stop : {"", "a.txt"}) {
+        UnzipCall damaged;
+        damaged.stopAt = stop;
+        damaged.extract("hostile/checksum-wrong");
+        EXPECT_EQ(damaged.extracted, (Paths{"a.txt 2440 00000001 2A916CB5",
+                                            std::string("good.txt 4 6C844E92 2A916CB5") +
+                                                (stop.empty() ? " written" : "")}));
+        EXPECT_FALSE(damaged.wrongVersion);
+    }
+    UnzipCall listing;
+    listing.list("archives/duplicates");
+    EXPECT_EQ(listing.extracted, Paths{});
 }
 
 TEST(Callbacks, TheServiceCallbackStopsTheCall) {

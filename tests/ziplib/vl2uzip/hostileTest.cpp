@@ -13,23 +13,24 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-const char *const damaged =
-    "overlap-directory overlap-extra overlap-same-data bomb-more-than-told bomb-less-than-told "
+const char *const kDamaged =
+    "overlap-directory overlap-extra overlap-same-data bomb-more-than-declared "
+    "bomb-less-than-declared "
     "bomb-size-forged checksum-wrong data-damaged stored-sizes-differ local-name-differs "
     "local-method-differs local-size-differs local-checksum-differs local-encryption-differs "
     "local-missing";
-const char *const beyond = "offset-past-end zip64-extra-missing zip64-extra-short "
-                           "zip64-extra-past-end zip64-entry-offset-wrong";
-const char *const none = "directory-offset-wrong zip64-offset-wrong zip64-size-wrong "
-                         "not-an-archive nothing end-only-half";
+const char *const kBeyond = "offset-past-end zip64-extra-missing zip64-extra-short "
+                            "zip64-extra-past-end zip64-entry-offset-wrong";
+const char *const kNone = "directory-offset-wrong zip64-offset-wrong zip64-size-wrong "
+                          "not-an-archive nothing end-only-half";
 
 // Archives with one result: the code of a listing, the number of listed entries, the code of an
 // extraction, the number of entries that are not extracted, and the files in the target.
-const std::tuple<const char *, int, std::size_t, int, int, Names> verdicts[] = {
+const std::tuple<const char *, int, std::size_t, int, int, Names> kVerdicts[] = {
     {"names", 0, 47, 1, 46, {"good.txt"}},
-    {damaged, 0, 2, 2, 1, {"good.txt"}},
-    {beyond, 0, 2, 51, 1, {"good.txt"}},
-    {none, 3, 0, 3, 1, {}},
+    {kDamaged, 0, 2, 2, 1, {"good.txt"}},
+    {kBeyond, 0, 2, 51, 1, {"good.txt"}},
+    {kNone, 3, 0, 3, 1, {}},
     {"link-then-file", 0, 3, 1, 1, {"evil/", "evil/a.txt", "good.txt"}},
     {"file-is-folder folder-is-file", 0, 3, 1, 1, {"a/", "a/b.txt", "good.txt"}},
     {"method-unknown", 0, 2, 81, 1, {"good.txt"}},
@@ -48,7 +49,7 @@ const std::tuple<const char *, int, std::size_t, int, int, Names> verdicts[] = {
 
 TEST(HostileArchives, ListAndExtractAsTheTableSays) {
     std::set<std::string> seen;
-    for (const auto &[group, listed, entries, extracted, missing, files] : verdicts) {
+    for (const auto &[group, listed, entries, extracted, missing, files] : kVerdicts) {
         std::istringstream list(group);
         for (std::string name; list >> name;) {
             SCOPED_TRACE(name);

@@ -11,8 +11,8 @@ using Paths = std::vector<std::string>;
 
 namespace {
 
-const char *const sample = "archives/python-zipfile";
-const char *const duplicates = "archives/duplicates"; // a.txt "new", b.txt "b"
+const char *const kSample = "archives/python-zipfile";
+const char *const kDuplicates = "archives/duplicates"; // a.txt "new", b.txt "b"
 
 constexpr std::int32_t kNo = 100;
 constexpr std::int32_t kYes = 102;
@@ -38,7 +38,7 @@ TEST(Names, ChooseEntriesThemselvesOrByWildcard) {
         call.wanted = wanted;
         call.unwanted = unwanted;
         call.options.C_flag = ignoreCase;
-        EXPECT_EQ(call.extract(sample), code);
+        EXPECT_EQ(call.extract(kSample), code);
         EXPECT_EQ(call.processed, processed);
     }
 }
@@ -94,7 +94,7 @@ TEST(ExistingFiles, AreKeptOrReplacedByTheAnswers) {
         std::filesystem::create_hard_link(call.folder / "a.txt", call.folder / "b.txt");
         call.options.noflag = overwrites;
         call.answer = answer;
-        EXPECT_EQ(call.extract(duplicates), 0);
+        EXPECT_EQ(call.extract(kDuplicates), 0);
         EXPECT_EQ(call.asked, asked);
         // Of several entries with one path the last one wins.
         EXPECT_EQ(filesIn(call.folder.path()),
@@ -169,7 +169,7 @@ TEST(ExistingFiles, AreReplacedByNewerEntriesAlone) {
         writeFile(call.folder / "a.txt", "mine");
         setFileTime(call.folder / "a.txt", 987514662 + later);
         call.options.ExtractOnlyNewer = 1;
-        EXPECT_EQ(call.extract(duplicates), 0);
+        EXPECT_EQ(call.extract(kDuplicates), 0);
         EXPECT_EQ(readFile(call.folder / "a.txt"), later < 0 ? "new" : "mine");
         EXPECT_EQ(readFile(call.folder / "b.txt"), "b");
     }
@@ -196,13 +196,13 @@ TEST(ExistingFiles, AndFoldersOfTheSameNameStay) {
     UnzipCall call;
     writeFile(call.folder / "readme.txt" / "inside", "mine");
     writeFile(call.folder / "maps", "mine");
-    EXPECT_EQ(call.extract(sample), 1);
+    EXPECT_EQ(call.extract(kSample), 1);
     EXPECT_EQ(readFile(call.folder / "maps"), "mine");
     EXPECT_EQ(readFile(call.folder / "readme.txt" / "inside"), "mine");
     EXPECT_TRUE(std::filesystem::exists(call.folder / "sound" / "w.wav"));
     // A target that cannot be made is reported.
     UnzipCall below;
-    EXPECT_EQ(below.extract(sample, call.folder / "maps" / "below"), 1);
+    EXPECT_EQ(below.extract(kSample, call.folder / "maps" / "below"), 1);
     EXPECT_FALSE(below.messages.empty());
     EXPECT_TRUE(below.processed.empty());
 }

@@ -1,5 +1,7 @@
 #include "tests/ziplib/vl2uzip/unzipCall.h"
 
+#include "storage/storage.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -52,8 +54,25 @@ int32_t onService(char *name, uint32_t size) {
     return text == current->stopAt && !text.empty() ? 1 : 0;
 }
 
+void onExtracted(const UZPEXTRACTED *entry) {
+    const std::string path(entry->path);
+    current->heard();
+    char text[64];
+    std::snprintf(text, sizeof text, " %u %08X %08X", static_cast<unsigned>(entry->size),
+                  entry->crc, entry->time);
+    current->extracted.push_back(path + text + (entry->written != 0 ? " written" : ""));
+    platform::FileInfo info;
+    platform::InputFile file;
+    if (entry->written != 0 &&
+        (!file.open(current->options.lpszExtractDir + ('/' + path), info).ok() ||
+         info.device != entry->device || info.id != entry->id || info.size != entry->fileSize ||
+         info.modified != entry->modified || info.changed != entry->changed))
+        current->wrongVersion = true;
+}
+
 std::vector<char *> table(std::vector<std::string> &names) {
     std::vector<char *> slots;
+    slots.reserve(names.size() + 1);
     for (std::string &name : names)
         slots.push_back(name.data());
     slots.push_back(nullptr);
@@ -84,6 +103,7 @@ std::int32_t UnzipCall::run(const std::string &archive, std::string target) {
         functions.SendApplicationMessage = onEntry;
         functions.ServCallBk = onService;
     }
+    UzpReportExtracted(withCallbacks ? onExtracted : nullptr);
     std::vector<char *> names = table(wanted);
     std::vector<char *> others = table(unwanted);
     current = this;

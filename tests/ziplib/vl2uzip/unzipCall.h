@@ -33,6 +33,9 @@ struct UnzipCall {
     std::vector<std::string> listed;
     std::vector<std::string> paths; // of the listed entries
     std::vector<std::string> processed;
+    // "path size CRC time" of each reported entry, and " written" or " not written".
+    std::vector<std::string> extracted;
+    bool wrongVersion = false;       // a reported file is not the one in the folder
     std::vector<std::string> events; // all callbacks but heartbeats, in order
     USERFUNCTIONS functions{};
 

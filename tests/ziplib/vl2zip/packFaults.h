@@ -33,6 +33,7 @@ class PackFaults : public packer::Pack {
     packer::Result runWhile(const std::function<void()> &happens, packer::Names patterns = {"*"}) {
         auto pack = call();
         pack.patterns = std::move(patterns);
+        pack.base = mergeBase;
         bool happened = false;
         pack.onFile = [&](const std::string & /*name*/) {
             if (!happened) {
@@ -57,4 +58,5 @@ class PackFaults : public packer::Pack {
     }
 
     std::string before;
+    decltype(packer::Call::base) mergeBase; // of runWhile
 };

@@ -142,6 +142,37 @@ TEST_F(PackFaults, AnArchiveReplacedDuringTheSaveIsReadAnew) {
     check(archive);
 }
 
+// What another program puts into the archive during a save is merged in the next attempt.
+TEST_F(PackFaults, AnArchiveReplacedDuringTheSaveIsMergedAnew) {
+    const std::map<std::string, std::string> atExtraction{{"a.txt", "before"}, {"edit.txt", "old"}};
+    for (const bool conflict : {false, true}) {
+        writeFile(archive, before);
+        judge({"make", "plain", folder / "other.vl2"}); // edit.txt: "before"
+        writeFile(work / "edit.txt", conflict ? "mine" : "old");
+        mergeBase = atExtraction;
+        mergeBase->emplace("keep.txt", "removed meanwhile");
+        writeFile(work / "keep.txt", conflict ? "mine" : "removed meanwhile");
+        const auto result = runWhile([&] {
+            moveTo(archive, folder / "aside.vl2");
+            moveTo(folder / "other.vl2", archive);
+            writeFile(folder / "other.vl2", readFile(archive));
+        });
+        if (conflict) {
+            EXPECT_EQ(result.code, 83);
+            EXPECT_EQ(result.conflicts, (Names{"edit.txt", "keep.txt"}));
+            EXPECT_EQ(readFile(archive), readFile(folder / "other.vl2"));
+            EXPECT_TRUE(result.packed.empty());
+            EXPECT_TRUE(temporaries(folder.path()).empty());
+            continue;
+        }
+        EXPECT_EQ(result.code, 0) << result.all();
+        EXPECT_EQ(content(archive, "edit.txt"), "before");
+        EXPECT_EQ(content(archive, "a.txt"), "after");
+        EXPECT_EQ(result.packed.at("edit.txt").outcome, VL2ZIP_KEPT);
+        EXPECT_EQ(result.packed.at("a.txt").outcome, VL2ZIP_RESTORED);
+    }
+}
+
 TEST_F(PackFaults, AnArchiveDeletedDuringTheSaveIsMadeAnewWithItsEntries) {
     writeFile(work / "other.txt", "not extracted");
     ASSERT_EQ(run(call()).code, 0);

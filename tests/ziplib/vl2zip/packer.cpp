@@ -1,6 +1,7 @@
 #include "tests/ziplib/vl2zip/packer.h"
 
 #include "tests/support/tool.h"
+#include "ziplib/codec/codec.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -38,6 +39,10 @@ void onPacked(const ZPPACKED *file) {
     report.packed[file->path] = *file;
 }
 
+void onConflict(const ZPVERSION *entry) {
+    report.conflicts.emplace_back(entry->path);
+}
+
 } // namespace
 
 std::string Result::all() const {
@@ -53,6 +58,13 @@ Result run(Call call) {
     ZIPUSERFUNCTIONS callbacks{onPrint, onPassword, nullptr, onService};
     ZpInit(&callbacks);
     ZpReportPacked(onPacked);
+    std::vector<ZPVERSION> base(1); // never a null pointer
+    if (call.base)
+        for (const auto &[path, content] : *call.base)
+            base.push_back(
+                {path.c_str(), content.size(), ziplib::crc32(0, content.data(), content.size())});
+    ZpSetBase(call.base ? base.data() + 1 : nullptr, static_cast<std::uint32_t>(base.size() - 1),
+              onConflict);
     call.options.szRootDir = call.root.data();
     ZpSetOptions(&call.options);
     std::vector<char *> table;

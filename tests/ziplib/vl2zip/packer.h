@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 
 // Calls the library as the program does, and reads the archives with other tools.
 namespace packer {
@@ -22,7 +23,8 @@ struct Call {
     std::string root;
     Names patterns{"*"};
     ZPOPT options{};
-    std::string password; // "" declines
+    std::string password;                                   // "" declines
+    std::optional<std::map<std::string, std::string>> base; // content by path
     // Non-zero stops the call at this file.
     std::function<std::int32_t(const std::string &name)> onFile;
 
@@ -37,6 +39,7 @@ struct Result {
     Names messages;
     Names files;                            // as passed to the service callback
     std::map<std::string, ZPPACKED> packed; // by path; the path pointers in the records are invalid
+    Names conflicts;
     int passwordsAsked = 0;
 
     std::string last() const { return messages.empty() ? "" : messages.back(); }

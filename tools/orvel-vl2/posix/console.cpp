@@ -7,6 +7,7 @@ namespace vl2 {
 
 void prepareStreams() {
     std::signal(SIGPIPE, SIG_IGN);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
 bool isTerminal(std::FILE *stream) {

@@ -1,8 +1,8 @@
 #include "tools/orvel-vl2/console.h"
 
+#include "storage/windows/windowsHeader.h"
 #include <fcntl.h>
 #include <io.h>
-#include <windows.h>
 
 namespace vl2 {
 
@@ -21,6 +21,7 @@ void enableColours(DWORD stream) {
 void prepareStreams() {
     // An entry is printed byte for byte, and the output of every command is UTF-8.
     _setmode(_fileno(stdout), _O_BINARY);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
     SetConsoleOutputCP(CP_UTF8);
     enableColours(STD_OUTPUT_HANDLE);
     enableColours(STD_ERROR_HANDLE);

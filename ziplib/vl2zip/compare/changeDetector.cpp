@@ -59,7 +59,7 @@ void ChangeDetector::compareOne(std::size_t index) {
     if (comparison.done)
         return;
     if (!candidate.folder)
-        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate.entry);
+        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate);
     else if (candidate.entry != kNoEntry)
         comparison.verdict = Comparison::Verdict::Same;
     comparison.done = true;
@@ -104,7 +104,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
     return status;
 }
 
-ChangeDetector::Indices ChangeDetector::lookEdited() {
+ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
     std::vector<std::uint8_t> edited(m_left.size());
     OrderedParallelFor job = work(m_left);
     job.cost = [](std::size_t) { return kSmall; };
@@ -123,6 +123,18 @@ ChangeDetector::Indices ChangeDetector::lookEdited() {
     return found;
 }
 
+Status ChangeDetector::findDisputed() {
+    Indices indices;
+    indices.swap(m_left);
+    const auto others = std::stable_partition(
+        indices.begin(), indices.end(), [this](std::size_t i) { return m_candidates[i].disputed; });
+    Indices rest(others, indices.end());
+    indices.erase(others, indices.end());
+    auto found = find(indices, false);
+    m_left.insert(m_left.end(), rest.begin(), rest.end());
+    return found;
+}
+
 Status ChangeDetector::findEdited() {
     Indices indices;
     indices.swap(m_left);
@@ -132,7 +144,7 @@ Status ChangeDetector::findEdited() {
     });
     if (auto found = find(indices, true); !found.ok())
         return found;
-    return find(lookEdited(), false);
+    return find(takeLikelyEdited(), false);
 }
 
 bool ChangeDetector::beginOthers() {

@@ -28,6 +28,8 @@ class ChangeDetector {
     ChangeDetector(const ChangeDetector &) = delete;
     ChangeDetector &operator=(const ChangeDetector &) = delete;
 
+    // Compares the disputed candidates, to be called first.
+    Status findDisputed();
     // Compares until there is something to pack, small files first: they take the least time and
     // are edited most often. Then compares the others that look edited.
     Status findEdited();
@@ -51,7 +53,7 @@ class ChangeDetector {
     void compareOne(std::size_t index);
     Status takeOne(std::size_t index);
     Status find(const Indices &indices, bool untilOneIsPacked);
-    Indices lookEdited();
+    Indices takeLikelyEdited();
 
     const Directory &m_directory;
     Scan &m_scan;

@@ -129,7 +129,17 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, c
     return Verdict::Pack;
 }
 
-Status judge(const ComparisonContext &context, FoundFile &found, std::size_t index,
+// Finds out whether a disputed file has the bytes that the archive held at the extraction. Then the
+// archive alone was changed, and its state stays.
+Status compareBase(SourceFile &file, const BaseVersion &base, FoundFile &found, bool &same) {
+    std::uint64_t size = 0;
+    file.rewind();
+    auto read = file.measure(found.crc, size);
+    same = read.ok() && base.isOf(size, found.crc);
+    return read;
+}
+
+Status judge(const ComparisonContext &context, FoundFile &found, const Candidate &candidate,
              Comparison &result) {
     std::shared_ptr<const platform::OpenFolder> open;
     // Opening the file by its whole path reports why the folder cannot be opened.
@@ -146,14 +156,24 @@ Status judge(const ComparisonContext &context, FoundFile &found, std::size_t ind
         return {};
     }
     bool same = false;
+    bool asExtracted = false;
     bool cutOff = false;
+    const std::size_t index = candidate.entry;
     const Entry *entry = index == kNoEntry ? nullptr : &context.directory.entries()[index];
-    if (entry != nullptr) {
-        auto compared = compare(context, file, index, same);
-        if (compared.ok() && !same)
-            compared = looksCutOff(context, file, index, cutOff);
-        if (!compared.ok())
-            return compared;
+    Status compared;
+    if (entry != nullptr)
+        compared = compare(context, file, index, same);
+    if (compared.ok() && !same && candidate.disputed && candidate.base != nullptr)
+        compared = compareBase(file, *candidate.base, found, asExtracted);
+    if (compared.ok() && !same && !asExtracted && entry != nullptr)
+        compared = looksCutOff(context, file, index, cutOff);
+    if (!compared.ok())
+        return compared;
+    if (asExtracted) {
+        result.verdict = Verdict::Kept;
+        found.packed = true;
+        found.outcome = entry != nullptr ? VL2ZIP_KEPT : VL2ZIP_REMOVED;
+        return {};
     }
     // With encryption a file is packed even if its entry, which may be plain, holds its bytes.
     if (cutOff)
@@ -165,6 +185,8 @@ Status judge(const ComparisonContext &context, FoundFile &found, std::size_t ind
     // A file that the options leave out but the archive holds already stays in the archive.
     if (same && result.verdict != Verdict::Pack)
         result.verdict = Verdict::Same;
+    if (!same && result.verdict == Verdict::Pack && candidate.disputed && entry != nullptr)
+        result.verdict = Verdict::Conflict;
     if (result.verdict == Verdict::Same) {
         found.packed = true;
         found.crc = entry->crc;
@@ -180,9 +202,10 @@ LineEnds lineEndsOf(const PackOptions &options) {
     return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
 }
 
-Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry) {
+Comparison compareFile(const ComparisonContext &context, FoundFile &found,
+                       const Candidate &candidate) {
     Comparison result;
-    result.status = judge(context, found, entry, result);
+    result.status = judge(context, found, candidate, result);
     return result;
 }
 

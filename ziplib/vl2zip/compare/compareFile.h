@@ -28,6 +28,8 @@ struct Comparison {
         NotNewer,      // differs from its entry, is not newer, and only newer files are packed
         Hidden,        // a new hidden or system file, which the options leave out
         HiddenChanged, // a hidden or system file that differs from its entry and is left out
+        Kept,          // as extracted, while its entry was changed or removed in the archive
+        Conflict,      // changed, and so was its entry
         CutOff,        // an incomplete copy of its entry that was not edited
     };
 
@@ -39,10 +41,12 @@ struct Comparison {
 
 LineEnds lineEndsOf(const PackOptions &options);
 
-// Compares a file with its entry, by index, or kNoEntry if it is new. They are the same if size and
-// CRC agree, and also the bytes if the times differ. Leaves in `found` the version that was opened;
-// the verdict holds for this version only. Thread-safe for different files.
-Comparison compareFile(const ComparisonContext &context, FoundFile &found, std::size_t entry);
+// Compares a file with its entry, if it has one. They are the same if size and CRC agree, and also
+// the bytes if the times differ. A disputed file that differs is also compared with the base, by
+// size and CRC. Leaves in `found` the version that was opened; the verdict holds for this version
+// only. Thread-safe for different files.
+Comparison compareFile(const ComparisonContext &context, FoundFile &found,
+                       const Candidate &candidate);
 
 // True if the file's size or time differs from its entry's, or the file cannot be examined. Does
 // not open the file. Thread-safe.

@@ -113,7 +113,7 @@ Status FolderCheck::compare(const platform::FolderItem &item) {
     const auto isNext = [&](const std::vector<const FoundFile *> &list, std::size_t next) {
         return next < list.size() && lastComponent(list[next]->path) == item.name;
     };
-    if (platform::isTemporaryName(item.name))
+    if (platform::isTemporaryName(item.name) || platform::isNameOfDeleted(item.name))
         return {};
     if (item.kind == Kind::Folder) {
         if (m_recurse && !isNext(m_scanned.folders, m_subfolder++))

@@ -53,8 +53,8 @@ Status SourceFile::judgeText(bool &text) {
 }
 
 Status SourceFile::measure(std::uint32_t &crc, std::uint64_t &size) {
-    const PooledObject<Bytes> loan;
-    Bytes &chunk = *loan;
+    const PooledObject<Bytes> buffer;
+    Bytes &chunk = *buffer;
     crc = 0;
     size = 0;
     for (;;) {

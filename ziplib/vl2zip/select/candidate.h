@@ -1,11 +1,24 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace ziplib {
 
 inline constexpr std::size_t kNoEntry = static_cast<std::size_t>(-1);
+
+// What the archive held for a file when it was extracted.
+struct BaseVersion {
+    static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
+
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+
+    bool isOf(std::uint64_t otherSize, std::uint32_t otherCrc) const {
+        return crc == otherCrc && (size == otherSize || size == kUnknownSize);
+    }
+};
 
 // A file or folder of the scan, and the entry that it stands for.
 struct Candidate {
@@ -13,6 +26,10 @@ struct Candidate {
     std::size_t entry = kNoEntry; // index in the old central directory
     std::string_view path;        // in the archive; the scan owns the text
     bool folder = false;
+    // With a base only: what it holds for the file (the base owns it), or null; and whether the
+    // entry differs from that, so that folder and archive have to be merged.
+    const BaseVersion *base = nullptr;
+    bool disputed = false;
 };
 
 } // namespace ziplib

@@ -10,13 +10,13 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::array<std::string_view, 19> kLeftovers = {
+constexpr std::array<std::string_view, 17> kLeftovers = {
     // editors: backups, automatic saves, locks
     "?*~", "*?.bak", "#?*#", ".#?*", ".?*.swp", ".?*.swo", ".?*.swn", ".?*.kate-swp",
     // locks of office programs
     "~$?*", ".~lock.?*#",
     // temporary files
-    "*?.tmp", ".goutputstream-?*", ".fuse_hidden?*", ".nfs0?*",
+    "*?.tmp", ".goutputstream-?*",
     // metadata of file managers
     "thumbs.db", "desktop.ini", ".ds_store", "._?*", ".directory"};
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "ziplib/vl2zip/select/base.h"
+
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,6 +31,8 @@ struct PackOptions {
     bool utc = false;
     std::optional<std::int64_t> time;
     bool leftoversToo = false;
+    // Null to pack every file that differs from its entry, whatever changed the entry.
+    std::shared_ptr<const Base> base;
     bool verbose = false;
     bool quiet = false;
 };

@@ -1,6 +1,6 @@
 #include "ziplib/vl2zip/select/plan.h"
 
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/select/selection.h"
 
@@ -12,9 +12,6 @@
 namespace ziplib {
 
 namespace {
-
-// The longest name that the game can read, in bytes.
-constexpr std::size_t kLongestName = 209;
 
 // The path that a file has in the archive.
 std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
@@ -48,13 +45,13 @@ void Matcher::makeFolds() {
     m_folds.emplace();
     m_folds->reserve(m_exact.size());
     m_exact.each([&](std::string_view path, std::size_t entry) {
-        Fold &fold = (*m_folds)[foldCase(path)];
+        Fold &fold = (*m_folds)[platform::foldCase(path)];
         ++fold.entries;
         fold.entry = entry;
         m_idle();
     });
     for (const auto &file : m_scan.files) {
-        const auto found = m_folds->find(foldCase(storedPath(m_options, file)));
+        const auto found = m_folds->find(platform::foldCase(storedPath(m_options, file)));
         if (found != m_folds->end())
             ++found->second.files;
         m_idle();
@@ -68,7 +65,7 @@ std::size_t Matcher::entryFor(std::string_view path) {
         return kNoEntry;
     if (!m_folds)
         makeFolds();
-    const auto found = m_folds->find(foldCase(path));
+    const auto found = m_folds->find(platform::foldCase(path));
     const bool only =
         found != m_folds->end() && found->second.entries == 1 && found->second.files == 1;
     return only ? found->second.entry : kNoEntry;
@@ -116,7 +113,7 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
 std::string reasonAgainstName(std::string_view path) {
     if (path.find('\\') != std::string::npos)
         return "it holds a backslash, which archives read as a folder's end";
-    if (!isUtf8(path))
+    if (!platform::isUtf8(path))
         return "it is not valid text";
     if (const char *reason = unsafeReason(path))
         return reason;

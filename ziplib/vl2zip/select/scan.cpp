@@ -75,6 +75,8 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
     if (const auto listed = folder.list(items); !listed.ok())
         return failure(listed, Failure::CannotOpen);
     for (const auto &item : items) {
+        if (platform::isNameOfDeleted(item.name))
+            continue;
         std::string below = path.empty() ? item.name : path + '/' + item.name;
         if (platform::isTemporaryName(item.name)) {
             if (item.kind == Kind::File)

@@ -2,6 +2,7 @@
 
 #include "storage/storage.h"
 #include "ziplib/common/returnCode.h"
+#include "ziplib/vl2zip.h"
 
 #include <deque>
 #include <functional>
@@ -14,10 +15,11 @@
 namespace ziplib {
 
 struct FoundFile {
-    std::string path;      // below the root, UTF-8, "/" between folders
-    bool known = false;    // whether `info` is set
-    bool packed = false;   // whether the archive holds its bytes
-    std::uint32_t crc = 0; // of the bytes in the archive
+    std::string path;                   // below the root, UTF-8, "/" between folders
+    bool known = false;                 // whether `info` is set
+    bool packed = false;                // whether it holds nothing that the archive lacks
+    std::uint32_t crc = 0;              // of its bytes, after a conversion of line ends
+    std::int32_t outcome = VL2ZIP_SAME; // of the save, if packed
     platform::FileInfo info;
 };
 

@@ -55,7 +55,7 @@ Status ArchiveReplacement::lockName(const std::function<void()> &idle) {
     });
     return locked.is(Failure::Busy)
                ? savedByAnother()
-               : failed(locked, "the archive cannot be held", Failure::CannotWrite);
+               : failed(locked, "the archive cannot be locked", Failure::CannotWrite);
 }
 
 Status ArchiveReplacement::savedByAnother() const {
@@ -79,7 +79,7 @@ Status ArchiveReplacement::openOld(bool &again, const std::function<void()> &idl
     if (locked.is(Failure::Busy))
         return savedByAnother();
     if (!locked.ok())
-        return failed(locked, "the archive cannot be held", Failure::CannotWrite);
+        return failed(locked, "the archive cannot be locked", Failure::CannotWrite);
     if (const auto known = m_old.info(m_oldInfo); !known.ok())
         return failed(known, "the archive cannot be read", Failure::CannotOpen);
     again = !undisturbed();
@@ -119,7 +119,7 @@ Status ArchiveReplacement::sync(const std::function<void()> &idle) {
     // critical path, does.
     m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
-    return failed(status, "the new archive cannot be made durable", Failure::CannotWrite);
+    return failed(status, "the new archive cannot be flushed to disk", Failure::CannotWrite);
 }
 
 Status ArchiveReplacement::readDirectory(Directory &directory) const {
@@ -154,14 +154,14 @@ Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &take
     const auto committed =
         m_fresh.commit(m_name, replaces ? Replace::Yes : Replace::No, replaces ? &m_old : nullptr);
     taken = committed.is(Failure::Exists);
-    return failed(committed, "the new archive cannot take its place", Failure::CannotWrite);
+    return failed(committed, "the new archive cannot replace the old one", Failure::CannotWrite);
 }
 
 Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
     Status status;
     // Closing the old archive, which has no name any more, frees its disk space.
     runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
-    return failed(status, "the archive is saved, but its folder cannot be made durable",
+    return failed(status, "the archive is saved, but its folder cannot be flushed to disk",
                   Failure::CannotWrite);
 }
 

@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/write/archiveWriter.h"
 
+#include "storage/utf8.h"
 #include "ziplib/common/orderedParallelFor.h"
 #include "ziplib/common/threadPool.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -120,6 +120,9 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     found.info = job.packing.version;
     found.crc = job.packing.crc;
     found.packed = true;
+    found.outcome = VL2ZIP_CHANGED;
+    if (job.isNew())
+        found.outcome = job.candidate.base != nullptr ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
     const bool marked = !job.isNew() && m_directory.entries()[job.candidate.entry].isMarkedText();
     return marked ? file.judgeText(job.text) : Status();
 }
@@ -204,7 +207,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
         written.flags = old.flags & kFlagUtf8;
     } else {
         written.name = candidate.path;
-        written.flags = isAscii(candidate.path) ? 0 : kFlagUtf8;
+        written.flags = platform::isAscii(candidate.path) ? 0 : kFlagUtf8;
     }
     if (encrypted)
         written.flags |= kFlagEncrypted;

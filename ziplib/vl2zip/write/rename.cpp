@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/write/rename.h"
 
+#include "storage/utf8.h"
 #include "ziplib/common/buffer.h"
-#include "ziplib/common/utf8.h"
 #include "ziplib/format/bytes.h"
 #include "ziplib/format/localHeader.h"
 
@@ -31,7 +31,7 @@ std::string withName(std::string_view raw, std::size_t size, std::size_t common,
     const std::string extra = withoutOldName(raw.substr(size + nameLength, extraLength));
     put16(fields + commonField::kNameLength, static_cast<std::uint16_t>(name.size()));
     put16(fields + commonField::kExtraLength, static_cast<std::uint16_t>(extra.size()));
-    if (!isAscii(name))
+    if (!platform::isAscii(name))
         put16(fields + commonField::kFlags,
               static_cast<std::uint16_t>(get16(fields + commonField::kFlags) | kFlagUtf8));
     record.append(name).append(extra);

@@ -12,11 +12,12 @@ namespace ziplib {
 // Reports to the program during a save.
 class Report : public CallbackReporter {
   public:
-    // `onPacked` may be null.
-    Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, bool verbose, bool quiet)
+    // `onPacked` and `onConflict` may be null.
+    Report(const ZIPUSERFUNCTIONS &callbacks, VL2ZIP_PACKED onPacked, VL2ZIP_CONFLICT onConflict,
+           bool verbose, bool quiet)
         : CallbackReporter({callbacks.print, callbacks.password, callbacks.ServiceApplication},
                            quiet ? 1 : 0),
-          m_packed(onPacked), m_verbose(verbose) {}
+          m_packed(onPacked), m_conflict(onConflict), m_verbose(verbose) {}
 
     // A message that is sent only if more messages are requested.
     void detail(std::string_view what, std::string_view more) {
@@ -47,9 +48,16 @@ class Report : public CallbackReporter {
         m_packed(&file);
     }
     bool wantsPacked() const { return m_packed != nullptr; }
+    // Reports an entry that was changed in the archive and in the folder.
+    void conflict(const ZPVERSION &entry) {
+        tick();
+        if (m_conflict != nullptr)
+            m_conflict(&entry);
+    }
 
   private:
     VL2ZIP_PACKED m_packed;
+    VL2ZIP_CONFLICT m_conflict;
     bool m_verbose;
     std::vector<std::string> m_deferred;
 };

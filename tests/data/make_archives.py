@@ -117,9 +117,9 @@ def damaged():
         "overlap-directory": archive([GOOD, Entry("a.txt", b"1234", both=dict(packed=60, size=60))]),
         "overlap-extra": archive([Entry("a.txt", b"1234", local_extra=b"\1\2\0\0" * 8), GOOD]
                                  ).replace(b"\x20\0a.txt", b"\x30\0a.txt", 1),
-        "bomb-more-than-told": text(size=10),
+        "bomb-more-than-declared": text(size=10),
         "bomb-size-forged": text(size=0xFFFFFFF0),
-        "bomb-less-than-told": text(size=len(TEXT) + 1),
+        "bomb-less-than-declared": text(size=len(TEXT) + 1),
         "checksum-wrong": text(crc=1),
         "data-damaged": archive([Entry("a.txt", bad, 8), GOOD]).replace(
             deflate(bad)[:8], b"\xff" * 8, 1),

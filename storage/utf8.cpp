@@ -1,14 +1,12 @@
-#include "ziplib/common/utf8.h"
+#include "storage/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
-namespace ziplib {
+namespace platform {
 
 namespace {
-
-constexpr char32_t kBrokenByte = 0x110000;
 
 // Length of the well-formed code point at `at`, and its value; 0 if there is none.
 std::size_t decode(std::string_view text, std::size_t at, char32_t &value) {
@@ -56,8 +54,16 @@ constexpr std::array<Range, 25> kCapitals = {{
 } // namespace
 
 bool isAscii(std::string_view text) {
-    return std::none_of(
-        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+    // In blocks without a branch, which compilers turn into vector instructions.
+    constexpr std::size_t kBlock = 32;
+    unsigned bits = 0;
+    std::size_t at = 0;
+    for (; at + kBlock <= text.size() && bits < 0x80; at += kBlock)
+        for (std::size_t i = 0; i < kBlock; ++i)
+            bits |= static_cast<std::uint8_t>(text[at + i]);
+    for (; at < text.size(); ++at)
+        bits |= static_cast<std::uint8_t>(text[at]);
+    return bits < 0x80;
 }
 
 bool isUtf8(std::string_view text) {
@@ -77,7 +83,7 @@ char32_t nextCodePoint(std::string_view text, std::size_t &at) {
     char32_t value = 0;
     const std::size_t length = decode(text, at, value);
     if (length == 0)
-        return kBrokenByte + static_cast<std::uint8_t>(text[at++]);
+        return kMalformedByte + static_cast<std::uint8_t>(text[at++]);
     at += length;
     return value;
 }
@@ -110,11 +116,16 @@ char32_t foldCase(char32_t c) {
 
 std::string foldCase(std::string_view text) {
     std::string folded;
+    if (isAscii(text)) {
+        folded = text;
+        std::transform(folded.begin(), folded.end(), folded.begin(), foldAscii);
+        return folded;
+    }
     folded.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t start = at;
         const char32_t c = nextCodePoint(text, at);
-        if (c >= kBrokenByte)
+        if (c >= kMalformedByte)
             folded += text[start];
         else
             appendUtf8(folded, foldCase(c));
@@ -122,4 +133,4 @@ std::string foldCase(std::string_view text) {
     return folded;
 }
 
-} // namespace ziplib
+} // namespace platform

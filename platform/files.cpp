@@ -1,22 +1,10 @@
-#include "platform/error.h"
 #include "platform/files.h"
-#include "storage/storage.h"
+
+#include "platform/error.h"
 
 namespace platform {
 
 namespace {
-
-ErrorNumber sourceError(const Status &status) {
-    switch (status.kind) {
-    case Failure::Denied:
-    case Failure::Busy:
-        return ErrorNumber::PermissionDenied;
-    case Failure::WrongKind:
-        return ErrorNumber::PathFileAccess;
-    default:
-        return ErrorNumber::FileNotFound;
-    }
-}
 
 // Writes the copy beside the target and renames it over the target.
 Status replaceByCopy(const InputFile &source, std::uint64_t size, const Folder &folder,
@@ -38,7 +26,7 @@ void copyFile(const QString &source, const QString &target) {
     InputFile input;
     FileInfo info;
     if (const Status opened = input.open(storagePath(source), info); !opened.ok())
-        raise(sourceError(opened), source);
+        raise(errorNumberOf(opened), source);
     Folder folder;
     std::string path;
     std::string name;
@@ -48,8 +36,17 @@ void copyFile(const QString &source, const QString &target) {
     if (folder.info(name, old).ok() && (old.kind != FileInfo::Kind::File || old.readOnly))
         raise(ErrorNumber::PathFileAccess, target);
     if (const Status done = replaceByCopy(input, info.size, folder, name); !done.ok())
-        raise(done.is(Failure::Busy) ? ErrorNumber::PermissionDenied : ErrorNumber::PathFileAccess,
-              target);
+        raise(errorNumberOf(done, ErrorNumber::PathFileAccess), target);
+}
+
+void makeFolder(const QString &path) {
+    if (const Status made = makeOneFolder(storagePath(path)); !made.ok())
+        raise(errorNumberOf(made, ErrorNumber::PathNotFound), path);
+}
+
+void removeFolder(const QString &path) {
+    if (const Status removed = removeOneFolder(storagePath(path)); !removed.ok())
+        raise(errorNumberOf(removed, ErrorNumber::PathNotFound), path);
 }
 
 } // namespace platform

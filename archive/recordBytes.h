@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Numbers in a record: little-endian, and in as few bytes as they need.
+
+class RecordWriter {
+  public:
+    void fixed(std::uint64_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            m_bytes.push_back(static_cast<char>(value >> (8U * static_cast<unsigned>(i))));
+    }
+    // Seven bits a byte; the highest bit marks that more follow.
+    void number(std::uint64_t value) {
+        for (; value >= 0x80U; value >>= 7U)
+            m_bytes.push_back(static_cast<char>(value | 0x80U));
+        m_bytes.push_back(static_cast<char>(value));
+    }
+    // The difference to `before`, which is small for similar numbers of either sign.
+    void step(std::uint64_t value, std::uint64_t before) {
+        const std::uint64_t difference = value - before;
+        const std::uint64_t sign = (difference >> 63U) != 0 ? ~std::uint64_t{0} : 0;
+        number((difference << 1U) ^ sign);
+    }
+    void text(std::string_view bytes) { m_bytes.append(bytes); }
+    const std::string &bytes() const { return m_bytes; }
+
+  private:
+    std::string m_bytes;
+};
+
+// Reads what RecordWriter wrote. A read beyond the end returns zeros and sets `failed`.
+class RecordReader {
+  public:
+    explicit RecordReader(std::string_view bytes) : m_bytes(bytes) {}
+
+    std::uint64_t fixed(int bytes) {
+        std::uint64_t value = 0;
+        const std::string_view digits = text(static_cast<std::uint64_t>(bytes));
+        for (std::size_t i = digits.size(); i-- > 0;)
+            value = value << 8U | static_cast<unsigned char>(digits[i]);
+        return value;
+    }
+    std::uint64_t number() {
+        std::uint64_t value = 0;
+        for (unsigned shift = 0; shift < 64U; shift += 7U) {
+            const auto byte = static_cast<std::uint64_t>(fixed(1));
+            value |= (byte & 0x7FU) << shift;
+            if ((byte & 0x80U) == 0)
+                return value;
+        }
+        m_failed = true;
+        return 0;
+    }
+    std::uint64_t step(std::uint64_t before) {
+        const std::uint64_t coded = number();
+        return before + ((coded >> 1U) ^ (0U - (coded & 1U)));
+    }
+    std::string_view text(std::uint64_t size) {
+        if (size > m_bytes.size() - m_at) {
+            m_failed = true;
+            return {};
+        }
+        const std::string_view found = m_bytes.substr(m_at, static_cast<std::size_t>(size));
+        m_at += found.size();
+        return found;
+    }
+    std::size_t at() const { return m_at; }
+    bool atEnd() const { return m_at == m_bytes.size(); }
+    bool failed() const { return m_failed; }
+
+  private:
+    std::string_view m_bytes;
+    std::size_t m_at = 0;
+    bool m_failed = false;
+};

@@ -1,0 +1,332 @@
+#include "archive/workRecord.h"
+
+#include "archive/recordBytes.h"
+#include "platform/error.h"
+#include "platform/files.h"
+
+#include <QFileInfo>
+
+#include <libdeflate.h>
+
+#include <algorithm>
+#include <type_traits>
+
+// The file, all numbers little-endian:
+//   magic and version, 8 bytes
+//   size of the head in bytes, 4 bytes
+//   head: the archive, the disk's time, the number of entries
+//   CRC-32 of all bytes so far
+//   entries in the archive's order, each path as the bytes that differ from the previous one
+//   CRC-32 of all bytes so far
+
+using platform::FileInfo;
+using platform::Folder;
+using platform::Status;
+
+namespace {
+
+constexpr std::string_view kMagic = "OrvelWR\1"; // the last byte is the version
+constexpr int kSizeBytes = 4;
+constexpr int kCrcBytes = 4;
+constexpr std::size_t kHeadStart = kMagic.size() + kSizeBytes;
+// Far more than any path needs, and less than a damaged size could make the program allocate.
+constexpr std::uint64_t kLargestHead = 1U << 20U;
+constexpr std::uint64_t kLargestRecord = 1U << 30U;
+
+// Flags of an entry.
+constexpr std::uint64_t kWritten = 1;
+constexpr std::uint64_t kTimesTell = 2;
+constexpr std::uint64_t kOtherSize = 4;   // the file's size is not the entry's
+constexpr std::uint64_t kOtherDevice = 8; // than that of the previous written file
+
+std::uint32_t crcOf(std::string_view bytes) {
+    return libdeflate_crc32(0, bytes.data(), bytes.size());
+}
+
+std::size_t sharedLength(std::string_view a, std::string_view b) {
+    const std::size_t most = std::min(a.size(), b.size());
+    return static_cast<std::size_t>(
+        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(most), b.begin()).first -
+        a.begin());
+}
+
+template<typename Value>
+std::uint64_t bits(Value value) {
+    return static_cast<std::uint64_t>(value);
+}
+
+// `path` is that of the previous entry, `before` the previous written file.
+void writeEntry(RecordWriter &out, const WorkRecord::Entry &entry, std::string_view path,
+                const FileInfo &before) {
+    const FileInfo &file = entry.file;
+    std::uint64_t flags = 0;
+    if (entry.written) {
+        flags = kWritten | (entry.timesTell ? kTimesTell : 0) |
+                (file.size != entry.size ? kOtherSize : 0) |
+                (file.device != before.device ? kOtherDevice : 0);
+    }
+    const std::size_t shared = sharedLength(path, entry.path);
+    out.number(flags);
+    out.number(shared);
+    out.number(entry.path.size() - shared);
+    out.text(std::string_view(entry.path).substr(shared));
+    out.fixed(entry.crc, kCrcBytes);
+    out.number(entry.size);
+    out.fixed(entry.dosTime, 4);
+    if (!entry.written)
+        return;
+    if ((flags & kOtherDevice) != 0)
+        out.number(file.device);
+    if ((flags & kOtherSize) != 0)
+        out.number(file.size);
+    out.step(file.id, before.id);
+    out.step(bits(file.modified), bits(before.modified));
+    out.step(bits(file.changed), bits(before.changed));
+}
+
+WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileInfo &before) {
+    WorkRecord::Entry entry;
+    const std::uint64_t flags = in.number();
+    const std::uint64_t shared = in.number();
+    const std::uint64_t rest = in.number();
+    entry.path = path.substr(0, std::min<std::uint64_t>(shared, path.size()));
+    entry.path += in.text(rest);
+    entry.crc = static_cast<std::uint32_t>(in.fixed(kCrcBytes));
+    entry.size = in.number();
+    entry.dosTime = static_cast<std::uint32_t>(in.fixed(4));
+    entry.written = (flags & kWritten) != 0;
+    if (!entry.written)
+        return entry;
+    entry.timesTell = (flags & kTimesTell) != 0;
+    entry.file.kind = FileInfo::Kind::File;
+    entry.file.device = (flags & kOtherDevice) != 0 ? in.number() : before.device;
+    entry.file.size = (flags & kOtherSize) != 0 ? in.number() : entry.size;
+    entry.file.id = in.step(before.id);
+    entry.file.modified = static_cast<std::int64_t>(in.step(bits(before.modified)));
+    entry.file.changed = static_cast<std::int64_t>(in.step(bits(before.changed)));
+    return entry;
+}
+
+// Opens the folder of the records; false if there is none.
+bool openFolder(const QString &folders, Folder &folder) {
+    try {
+        return folder.open(platform::storagePath(folders)).ok();
+    } catch (const platform::RuntimeError &) {
+        return false;
+    }
+}
+
+} // namespace
+
+// Reads a record's file step by step. Each step returns false if the record counts as none.
+class WorkRecordReader {
+  public:
+    bool open(const QString &folders, const QString &name) {
+        Folder folder;
+        FileInfo info;
+        if (!openFolder(folders, folder) || !folder
+                                                 .openFile(WorkRecord::fileName(name).toStdString(),
+                                                           m_file, Folder::Links::Refuse, info)
+                                                 .ok())
+            return false;
+        m_size = info.size;
+        return m_size <= kLargestRecord;
+    }
+
+    bool readHead() {
+        if (!readUpTo(kHeadStart) || !std::string_view(m_bytes).starts_with(kMagic))
+            return false;
+        RecordReader start(std::string_view(m_bytes).substr(kMagic.size()));
+        const std::uint64_t size = start.fixed(kSizeBytes);
+        if (size > kLargestHead || !readUpTo(kHeadStart + size + kCrcBytes) || !endsInCrc())
+            return false;
+        RecordReader head(std::string_view(m_bytes).substr(kHeadStart, size));
+        m_record.m_archive.path = QString::fromStdString(std::string(head.text(head.number())));
+        FileInfo &seen = m_record.m_archive.seen;
+        seen.kind = FileInfo::Kind::File;
+        seen.device = head.number();
+        seen.id = head.number();
+        seen.size = head.number();
+        seen.modified = static_cast<std::int64_t>(head.step(0));
+        seen.changed = static_cast<std::int64_t>(head.step(0));
+        m_record.m_device = head.number();
+        m_record.m_began = static_cast<std::int64_t>(head.step(0));
+        m_count = head.number();
+        return !head.failed() && head.atEnd();
+    }
+
+    bool readEntries() {
+        const std::size_t start = m_bytes.size();
+        if (!readUpTo(m_size) || m_size < start + kCrcBytes || !endsInCrc())
+            return false;
+        RecordReader in(
+            std::string_view(m_bytes).substr(start, m_bytes.size() - start - kCrcBytes));
+        // Not by the number that the record declares: that may need more memory than there is.
+        m_record.m_entries.reserve(std::min<std::uint64_t>(m_count, m_size / 16));
+        FileInfo before;
+        std::string path;
+        for (std::uint64_t i = 0; i < m_count && !in.failed(); ++i) {
+            WorkRecord::Entry entry = readEntry(in, path, before);
+            path = entry.path;
+            if (entry.written)
+                before = entry.file;
+            m_record.m_indices[path] = m_record.m_entries.size();
+            m_record.m_entries.push_back(std::move(entry));
+        }
+        return !in.failed() && in.atEnd();
+    }
+
+    WorkRecord take() { return std::move(m_record); }
+
+  private:
+    bool readUpTo(std::uint64_t end) {
+        const std::size_t start = m_bytes.size();
+        if (end < start || end > m_size)
+            return false;
+        m_bytes.resize(static_cast<std::size_t>(end));
+        std::size_t got = 0;
+        return m_file.readAt(start, m_bytes.data() + start, m_bytes.size() - start, got).ok() &&
+               got == m_bytes.size() - start;
+    }
+
+    bool endsInCrc() const {
+        const std::string_view bytes(m_bytes);
+        const std::size_t end = bytes.size() - kCrcBytes;
+        return RecordReader(bytes.substr(end)).fixed(kCrcBytes) == crcOf(bytes.substr(0, end));
+    }
+
+    platform::InputFile m_file;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_count = 0;
+    std::string m_bytes;
+    WorkRecord m_record;
+};
+
+bool WorkRecord::Archive::isSame(const Archive &other) const {
+    const auto sensitivity = platform::namesIgnoreCase() ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    if (path.compare(other.path, sensitivity) == 0)
+        return true;
+    return QFileInfo(path).fileName().compare(QFileInfo(other.path).fileName(), sensitivity) == 0 &&
+           !QFileInfo::exists(path);
+}
+
+const WorkRecord::Entry *WorkRecord::find(std::string_view path) const {
+    const auto found = m_indices.find(std::string(path));
+    return found == m_indices.end() ? nullptr : &m_entries[found->second];
+}
+
+void WorkRecord::put(Entry entry) {
+    // A write sets both times of a file to the disk's current one, so a file with an earlier
+    // `modified` was not written to since it got this `changed`.
+    const bool known = entry.written && entry.file.device == m_device;
+    entry.timesTell = known && platform::PackedFiles::timesProve(entry.file, m_began) &&
+                      entry.file.modified < entry.file.changed;
+    const auto [place, isNew] = m_indices.try_emplace(entry.path, m_entries.size());
+    if (isNew)
+        m_entries.push_back(std::move(entry));
+    else
+        m_entries[place->second] = std::move(entry);
+}
+
+platform::PackedFiles WorkRecord::knownFiles() const {
+    platform::PackedFiles files;
+    for (const Entry &entry : m_entries) {
+        FileInfo seen = entry.file;
+        seen.size = entry.written ? seen.size : entry.size;
+        files.add(QString::fromStdString(entry.path), seen, entry.crc,
+                  entry.timesTell ? m_began : INT64_MIN);
+    }
+    return files;
+}
+
+std::optional<WorkRecord::Archive> WorkRecord::archiveAt(const QString &path) {
+    std::string folder;
+    std::string name;
+    Folder opened;
+    Archive archive;
+    try {
+        if (!platform::resolvePath(platform::storagePath(path), folder, name).ok())
+            return {};
+    } catch (const platform::RuntimeError &) {
+        return {};
+    }
+    if (!opened.open(folder).ok() || !opened.info(name, archive.seen).ok())
+        return {};
+    archive.path = QString::fromStdString(opened.pathOf(name));
+    return archive;
+}
+
+std::optional<WorkRecord> WorkRecord::read(const QString &folders, const QString &name) {
+    WorkRecordReader reader;
+    if (!reader.open(folders, name) || !reader.readHead() || !reader.readEntries())
+        return {};
+    return reader.take();
+}
+
+std::optional<WorkRecord::Archive> WorkRecord::readArchive(const QString &folders,
+                                                           const QString &name) {
+    WorkRecordReader reader;
+    if (!reader.open(folders, name) || !reader.readHead())
+        return {};
+    return reader.take().archive();
+}
+
+Status WorkRecord::write(const QString &folders, const QString &name) const {
+    RecordWriter head;
+    const std::string path = m_archive.path.toStdString();
+    head.number(path.size());
+    head.text(path);
+    head.number(m_archive.seen.device);
+    head.number(m_archive.seen.id);
+    head.number(m_archive.seen.size);
+    head.step(bits(m_archive.seen.modified), 0);
+    head.step(bits(m_archive.seen.changed), 0);
+    head.number(m_device);
+    head.step(bits(m_began), 0);
+    head.number(m_entries.size());
+
+    RecordWriter out;
+    out.text(kMagic);
+    out.fixed(head.bytes().size(), kSizeBytes);
+    out.text(head.bytes());
+    out.fixed(crcOf(out.bytes()), kCrcBytes);
+    FileInfo before;
+    std::string_view previous;
+    for (const Entry &entry : m_entries) {
+        writeEntry(out, entry, previous, before);
+        previous = entry.path;
+        if (entry.written)
+            before = entry.file;
+    }
+    out.fixed(crcOf(out.bytes()), kCrcBytes);
+
+    Folder folder;
+    if (!openFolder(folders, folder))
+        return {platform::Failure::NotFound, "cannot open " + folders.toStdString()};
+    folder.removeStaleTemporaries();
+    platform::NewFile file;
+    Status status = file.create(folder, platform::NewFile::Guard::Locked);
+    if (status.ok())
+        status = file.write(out.bytes().data(), out.bytes().size());
+    if (status.ok())
+        status = file.commit(fileName(name).toStdString(), platform::NewFile::Replace::Yes);
+    return status;
+}
+
+void WorkRecord::removeTemporaries(const QString &folders) {
+    Folder folder;
+    if (openFolder(folders, folder))
+        folder.removeStaleTemporaries();
+}
+
+void WorkRecord::remove(const QString &folders, const QString &name) {
+    Folder folder;
+    if (!openFolder(folders, folder))
+        return;
+    folder.removeStaleTemporaries();
+    static_cast<void>(folder.removeFile(fileName(name).toStdString()));
+}
+
+QString WorkRecord::fileName(const QString &name) {
+    return QStringLiteral(".orvel-%1.record").arg(name);
+}

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "platform/packedFiles.h"
+#include "storage/storage.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+// An entry as an archive holds it.
+struct EntryVersion {
+    std::string path; // UTF-8, "/" between the folders
+    std::uint64_t size = 0;
+    std::uint32_t crc = 0;
+
+    // The size of an entry that was listed only.
+    static constexpr std::uint64_t kUnknownSize = platform::PackedFiles::kAnySize;
+
+    bool sameBytes(const EntryVersion &other) const {
+        const bool unknown = size == kUnknownSize || other.size == kUnknownSize;
+        return crc == other.crc && (unknown || size == other.size);
+    }
+};
+
+// What is known about the files of one work folder: the archive that they come from, and for each
+// entry what the archive held and which file was written. Stored beside the work folder, so that it
+// survives the program and is not packed. Everything works without a record too.
+class WorkRecord {
+  public:
+    struct Archive {
+        QString path;            // the real one, in the system's form
+        platform::FileInfo seen; // at the extraction
+
+        // True if this is the archive at `other`, whose content may have changed; also if no file
+        // is here any more and `other` has the same name: the folder of the game was moved.
+        bool isSame(const Archive &other) const;
+    };
+
+    struct Entry : EntryVersion {
+        std::uint32_t dosTime = 0; // the stored date and time, the date in the upper half
+        bool written = false;      // whether the extraction wrote its file
+        // If written: any later change of the file shows in its identity, size and times.
+        bool timesTell = false;
+        platform::FileInfo file; // if written
+    };
+
+    // `began` is the time by the work folder's disk after the last file was written; see
+    // Folder::newFileInfo.
+    WorkRecord(Archive archive, const platform::FileInfo &began)
+        : m_archive(std::move(archive)), m_device(began.device), m_began(began.changed) {}
+
+    const Archive &archive() const { return m_archive; }
+    const std::vector<Entry> &entries() const { return m_entries; }
+    // Null if there is no entry of exactly this path.
+    const Entry *find(std::string_view path) const;
+    // Adds an entry, in place of one with the same path. Decides `timesTell`.
+    void put(Entry entry);
+
+    // The files in the versions that the archive held: `hold` of the result tells whether a file of
+    // the work folder is one of these.
+    platform::PackedFiles knownFiles() const;
+
+    // The archive at a path in the program's form; none if it cannot be examined.
+    static std::optional<Archive> archiveAt(const QString &path);
+
+    // The record of the work folder `name` in the folder `folders`, in the program's form. None if
+    // it is missing, damaged, of another version or unreadable.
+    static std::optional<WorkRecord> read(const QString &folders, const QString &name);
+    // The archive of a record alone, which is at its start.
+    static std::optional<Archive> readArchive(const QString &folders, const QString &name);
+    // Replaces the record atomically.
+    platform::Status write(const QString &folders, const QString &name) const;
+    // Deletes what a killed write() has left.
+    static void removeTemporaries(const QString &folders);
+    // Deletes the record, if there is one, and these.
+    static void remove(const QString &folders, const QString &name);
+    // The name of its file.
+    static QString fileName(const QString &name);
+
+  private:
+    friend class WorkRecordReader;
+
+    WorkRecord() = default;
+
+    Archive m_archive;
+    std::uint64_t m_device = 0; // of the time `began`
+    std::int64_t m_began = INT64_MIN;
+    std::vector<Entry> m_entries;
+    std::unordered_map<std::string, std::size_t> m_indices; // of m_entries, by path
+};

@@ -1,0 +1,134 @@
+#include "archive/workRecord.h"
+#include "tests/support/disk.h"
+#include "tests/support/qtFiles.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::int64_t kBegan = 2'000'000'000'000'000'000;
+
+class WorkRecordTest : public testing::Test {
+  protected:
+    QString folders() const { return QString::fromStdString(folder.path().generic_string()); }
+    std::filesystem::path file() const {
+        return folder / WorkRecord::fileName("Base").toStdString();
+    }
+
+    static WorkRecord::Entry entry(const std::string &path, int number) {
+        WorkRecord::Entry made;
+        made.path = path;
+        made.size = 1000 + static_cast<std::uint64_t>(number);
+        made.crc = 0xDEADBEEF ^ static_cast<std::uint32_t>(number);
+        made.dosTime = 0x5A21'6C20;
+        made.written = number % 7 != 3;
+        platform::FileInfo file;
+        file.kind = platform::FileInfo::Kind::File;
+        file.size = made.size;
+        file.modified = kBegan - 9'000'000'000;
+        file.changed = kBegan - 5'000'000 + number;
+        file.device = 0xFD02;
+        file.id = 1'000'000U + made.size;
+        if (made.written)
+            made.file = file;
+        return made;
+    }
+
+    // A record of `count` entries, with every kind of number.
+    static WorkRecord record(int count) {
+        platform::FileInfo began;
+        began.device = 0xFD02;
+        began.changed = kBegan;
+        WorkRecord made({"/game/base/b\u00E4se.vl2",
+                         {platform::FileInfo::Kind::File, false, 77, -1, INT64_MAX, UINT64_MAX, 5}},
+                        began);
+        for (int i = 0; i < count; ++i)
+            made.put(entry("textures/skins/base " + std::to_string(i) + ".png", i));
+        return made;
+    }
+
+    TestFolder folder;
+};
+
+} // namespace
+
+TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_entry) {
+    const WorkRecord written = record(100'000);
+    ASSERT_TRUE(written.write(folders(), "Base").ok());
+    EXPECT_LE(std::filesystem::file_size(file()), 100'000U * 100);
+    EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{file().filename().string()});
+    const auto read = WorkRecord::read(folders(), "Base");
+    ASSERT_TRUE(read && read->entries().size() == written.entries().size());
+    for (const WorkRecord::Entry &was : written.entries()) {
+        const WorkRecord::Entry *is = read->find(was.path);
+        ASSERT_NE(is, nullptr) << was.path;
+        ASSERT_TRUE(is->sameBytes(was) && is->dosTime == was.dosTime &&
+                    is->written == was.written && is->timesTell == was.timesTell &&
+                    is->timesTell == was.written && is->file.size == was.file.size &&
+                    is->file.modified == was.file.modified &&
+                    is->file.changed == was.file.changed && sameFile(is->file, was.file))
+            << was.path;
+    }
+    EXPECT_EQ(read->find("textures/skins/base 7.PNG"), nullptr);
+    const auto archive = WorkRecord::readArchive(folders(), "Base");
+    ASSERT_TRUE(archive && archive->isSame(written.archive()));
+    EXPECT_EQ(archive->seen.changed, INT64_MAX);
+    EXPECT_EQ(archive->seen.id, 5U);
+    EXPECT_FALSE(archive->isSame({"/game/base/other.vl2", archive->seen}));
+    WorkRecord::remove(folders(), "Base");
+    EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
+    struct Row {
+        const char *what;
+        std::int64_t modified, changed;
+        std::uint64_t device;
+        bool trusted;
+    };
+    constexpr std::int64_t kBefore = kBegan - 1'000'000;
+    for (const Row &row : {Row{"as extracted", 0, kBefore, 0xFD02, true},
+                           Row{"in the clock's last step", 0, kBegan, 0xFD02, false},
+                           Row{"without times of its own", kBefore, kBefore, 0xFD02, false},
+                           Row{"from the future", kBegan + 1, kBefore, 0xFD02, false},
+                           Row{"on another disk", 0, kBefore, 1, false}}) {
+        WorkRecord made = record(0);
+        WorkRecord::Entry known = entry("a", 0);
+        known.file.modified = row.modified;
+        known.file.changed = row.changed;
+        known.file.device = row.device;
+        made.put(known);
+        EXPECT_EQ(made.find("a")->timesTell, row.trusted) << row.what;
+        // Without trust, the content decides.
+        const auto fails = [](platform::InputFile &) {
+            return platform::Status(platform::Failure::Io, "must not be read");
+        };
+        EXPECT_EQ(made.knownFiles().hold(u"a", known.file, true, fails), row.trusted) << row.what;
+    }
+}
+
+TEST_F(WorkRecordTest, counts_as_none_if_it_is_not_whole) {
+    ASSERT_TRUE(record(8).write(folders(), "Base").ok());
+    const std::string whole = readFile(file());
+    for (std::size_t cut = 0; cut < whole.size(); ++cut) {
+        writeFile(file(), whole.substr(0, cut));
+        ASSERT_FALSE(WorkRecord::read(folders(), "Base")) << "cut off at " << cut;
+        std::string flipped = whole;
+        flipped[cut] = static_cast<char>(flipped[cut] ^ 1);
+        writeFile(file(), flipped);
+        ASSERT_FALSE(WorkRecord::read(folders(), "Base")) << "flipped at " << cut;
+    }
+    writeFile(file(), whole + '\0');
+    EXPECT_FALSE(WorkRecord::read(folders(), "Base"));
+    std::filesystem::remove(file());
+    EXPECT_FALSE(WorkRecord::read(folders(), "Base")) << "missing";
+    std::filesystem::create_directory(file());
+    EXPECT_FALSE(WorkRecord::read(folders(), "Base")) << "a folder";
+    EXPECT_FALSE(record(20).write(folders(), "Base").ok());
+    std::filesystem::remove(file());
+    writeFile(folder / "elsewhere", whole);
+    EXPECT_FALSE(makeLink(folder / "elsewhere", file()) && WorkRecord::read(folders(), "Base"))
+        << "a link";
+    EXPECT_FALSE(WorkRecord::read(folders() + "/none", "Base"));
+    EXPECT_FALSE(record(20).write(folders() + "/none", "Base").ok());
+}

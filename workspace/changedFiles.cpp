@@ -1,0 +1,254 @@
+#include "workspace/changedFiles.h"
+
+#include "archive/workRecord.h"
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/packedFiles.h"
+
+#include <QDateTime>
+#include <QHash>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <new>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+using platform::FileInfo;
+using platform::Folder;
+using platform::FolderItem;
+using platform::InputFile;
+
+namespace {
+
+constexpr qsizetype kMostWatched = 64; // folders
+constexpr int kSettleTime = 300;       // ms between a change and the look at it
+constexpr int kPollTime = 10;          // ms between two checks whether a look is done
+constexpr int kMostDeep = 64;          // folders in folders
+constexpr std::int64_t kCoarsestTime = 3'000'000'000; // ns, more than the step of any disk's times
+
+QString foldedPath(const QString &path) {
+    return path.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
+} // namespace
+
+struct ChangedFiles::Result {
+    FolderChanges changes;
+    QStringList folders; // of the work folder, in the system's form; empty if too many
+    bool isComplete = false;
+};
+
+// The looks at one work folder, which write nothing. A change that only a clock set back would hide
+// is not shown; a save finds it all the same. Only the thread uses it until `done` is set, except
+// for `stop`.
+struct ChangedFiles::Task {
+    QString parent; // of the work folder, in the program's form
+    QString workFolder;
+    Listing listing;
+    std::atomic<bool> stop = false;
+    std::atomic<bool> done = true;
+    Result found;
+
+    void run() noexcept {
+        try {
+            found = look();
+        } catch (const std::bad_alloc &) {
+            found = {};
+        }
+        done = true;
+    }
+
+  private:
+    Result look() {
+        Result result;
+        try {
+            if (!m_isLoaded)
+                load();
+            Folder root;
+            const QString path = parent + '\\' + workFolder;
+            if (!root.open(platform::storagePath(path)).ok())
+                return result;
+            m_now = 1'000'000 * QDateTime::currentMSecsSinceEpoch();
+            m_top = platform::nativePath(path);
+            result.isComplete = walk(root, {}, 0, result);
+        } catch (const platform::RuntimeError &) {
+            return result;
+        }
+        if (result.folders.size() > kMostWatched)
+            result.folders.clear();
+        result.changes.changed.sort();
+        result.changes.added.sort();
+        return result;
+    }
+
+    // A file whose content was read.
+    struct Seen {
+        FileInfo info;
+        std::int64_t when = 0; // in nanoseconds since 1970
+        bool isSame = false;
+    };
+
+    void load() {
+        if (const auto record = WorkRecord::read(parent, workFolder)) {
+            m_known = record->knownFiles();
+            for (const WorkRecord::Entry &entry : record->entries())
+                addPath(QString::fromStdString(entry.path).replace('/', '\\'));
+        } else {
+            FileInfo anyVersion;
+            anyVersion.size = platform::PackedFiles::kAnySize;
+            for (const Listed &entry : *listing) {
+                const QString path =
+                    entry.folder.isEmpty() ? entry.name : entry.folder + '\\' + entry.name;
+                m_known.add(path, anyVersion, entry.crc, INT64_MIN);
+                addPath(path);
+            }
+        }
+        m_isLoaded = true;
+    }
+
+    void addPath(const QString &path) { m_paths.insert(foldedPath(path), path); }
+
+    // False if stopped.
+    bool walk(const Folder &folder, const QString &path, int depth, Result &result) {
+        if (result.folders.size() <= kMostWatched)
+            result.folders.append(path.isEmpty() ? m_top
+                                                 : m_top + '/' + QString(path).replace('\\', '/'));
+        std::vector<FolderItem> items;
+        if (!folder.list(items).ok())
+            return !stop;
+        for (const FolderItem &item : items) {
+            if (stop)
+                return false;
+            const QString name = QString::fromStdString(item.name);
+            const QString below = path.isEmpty() ? name : path + '\\' + name;
+            Folder opened;
+            if (item.kind == FileInfo::Kind::File)
+                lookAt(folder, item, below, result.changes);
+            else if (item.kind == FileInfo::Kind::Folder && depth < kMostDeep &&
+                     folder.openFolder(item.name, opened).ok() &&
+                     !walk(opened, below, depth + 1, result))
+                return false;
+        }
+        return true;
+    }
+
+    void lookAt(const Folder &folder, const FolderItem &item, const QString &path,
+                FolderChanges &changes) {
+        constexpr std::uint8_t kNotPacked = platform::kAttributeHidden | platform::kAttributeSystem;
+        FileInfo info;
+        const auto entry = m_paths.constFind(foldedPath(path));
+        if (entry != m_paths.cend()) {
+            if (folder.info(item.name, info).ok() && !isKnown(folder, item.name, path, info))
+                changes.changed.append(*entry);
+        } else if (!platform::isTemporaryName(item.name) && !platform::isNameOfDeleted(item.name) &&
+                   (folder.recordedAttributes(item) & kNotPacked) == 0) {
+            changes.added.append(path);
+        }
+    }
+
+    bool isKnown(const Folder &folder, const std::string &name, const QString &path,
+                 const FileInfo &info) {
+        const auto seen = m_seen.constFind(path);
+        if (seen != m_seen.cend() && sameFile(seen->info, info) && seen->info.size == info.size &&
+            seen->info.modified == info.modified && seen->info.changed == info.changed &&
+            platform::PackedFiles::timesProve(info, seen->when - kCoarsestTime))
+            return seen->isSame;
+        bool wasRead = false;
+        const bool isSame = m_known.hold(path, info, true, [&](InputFile &file) {
+            wasRead = true;
+            return folder.openFile(name, file);
+        });
+        if (wasRead)
+            m_seen.insert(path, {info, m_now, isSame});
+        return isSame;
+    }
+
+    bool m_isLoaded = false;
+    platform::PackedFiles m_known;
+    QHash<QString, QString> m_paths; // of all entries, by the folded path
+    QHash<QString, Seen> m_seen;
+    QString m_top;
+    std::int64_t m_now = 0; // when the look began, in nanoseconds since 1970
+};
+
+ChangedFiles::ChangedFiles(QObject *parent, std::function<void(const FolderChanges &)> found)
+    : QObject(parent), m_found(std::move(found)) {
+    m_poll.setInterval(kPollTime);
+    connect(&m_poll, &QTimer::timeout, this, [this] {
+        if (m_task != nullptr && m_task->done)
+            finish();
+    });
+    m_settled.setSingleShot(true);
+    m_settled.setInterval(kSettleTime);
+    connect(&m_settled, &QTimer::timeout, this, &ChangedFiles::start);
+}
+
+ChangedFiles::~ChangedFiles() {
+    Stop(nullptr);
+}
+
+void ChangedFiles::Look(const QString &folders, const QString &name, const Listing &listing) {
+    if (m_task != nullptr && (m_task->parent != folders || m_task->workFolder != name))
+        Stop(nullptr);
+    if (m_task == nullptr) {
+        m_task = std::make_unique<Task>();
+        m_task->parent = folders;
+        m_task->workFolder = name;
+        m_task->listing = listing;
+    }
+    start();
+}
+
+void ChangedFiles::start() {
+    if (m_task == nullptr)
+        return;
+    m_again = m_thread.joinable();
+    if (m_again)
+        return;
+    m_task->done = false;
+    try {
+        m_thread = std::thread([task = m_task.get()] { task->run(); });
+        m_poll.start();
+    } catch (const std::system_error &) {
+        m_task->done = true; // without a thread there is no look
+    }
+}
+
+void ChangedFiles::finish() {
+    m_poll.stop();
+    m_thread.join();
+    const Result result = std::move(m_task->found);
+    if (result.isComplete)
+        m_found(result.changes);
+    // A folder that is removed is no longer watched, even if another one gets its path.
+    const bool watches = m_watcher != nullptr && m_watched == result.folders &&
+                         m_watcher->directories().size() == m_watched.size();
+    if (platform::canWatchFolders() && !result.folders.isEmpty() && !watches) {
+        m_watched = result.folders;
+        m_watcher = std::make_unique<QFileSystemWatcher>(m_watched);
+        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, &m_settled,
+                qOverload<>(&QTimer::start));
+    }
+    if (m_again && m_task != nullptr)
+        start();
+}
+
+void ChangedFiles::Stop(void (*idle)()) {
+    m_watcher.reset();
+    m_settled.stop();
+    m_poll.stop();
+    m_again = false;
+    if (m_thread.joinable()) {
+        m_task->stop = true;
+        while (!m_task->done) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(kPollTime));
+            if (idle != nullptr)
+                idle();
+        }
+        m_thread.join();
+    }
+    m_task.reset();
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QFileSystemWatcher>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+// What differs in a work folder from the archive that was extracted into it. Paths are relative to
+// the work folder, with "\" between the components, and sorted.
+struct FolderChanges {
+    QStringList changed; // files of entries, spelled as the entry is
+    QStringList added;   // files without an entry that a save would pack
+
+    bool isEmpty() const { return changed.isEmpty() && added.isEmpty(); }
+};
+
+// Finds the changed and new files of one work folder, on a thread of its own: by file information
+// first, by content only where that has changed. Folders are watched if the system can and there
+// are not too many.
+class ChangedFiles : public QObject {
+  public:
+    // An entry as listed, for work folders without a record.
+    struct Listed {
+        QString folder;
+        QString name;
+        std::uint32_t crc = 0;
+    };
+    using Listing = std::shared_ptr<const std::vector<Listed>>;
+
+    // `found` gets the result of each look, on the caller's thread.
+    ChangedFiles(QObject *parent, std::function<void(const FolderChanges &)> found);
+    ~ChangedFiles() override;
+
+    // Looks at the work folder `name` of the folder `folders`, in the program's form. Another look
+    // at the same folder uses what the last one has read.
+    void Look(const QString &folders, const QString &name, const Listing &listing);
+    // Ends the look and the watching, and forgets the folder: the next look reads the record again.
+    // Calls `idle` while it waits for the thread.
+    void Stop(void (*idle)());
+
+  private:
+    struct Task;
+    struct Result;
+
+    void start();
+    void finish();
+
+    std::function<void(const FolderChanges &)> m_found;
+    std::unique_ptr<Task> m_task; // null if stopped
+    bool m_again = false;         // look once more after this one
+    std::unique_ptr<QFileSystemWatcher> m_watcher;
+    QStringList m_watched;
+    QTimer m_settled;
+    QTimer m_poll;
+    std::thread m_thread; // joinable during a look
+};

@@ -1,0 +1,117 @@
+#include "archive/workRecord.h"
+#include "platform/files.h"
+#include "storage/safePath.h"
+#include "workspace/frmMain.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QFont>
+#include <QSet>
+
+#include <optional>
+#include <vector>
+
+namespace {
+
+// A work folder that a record says the archive of.
+struct Recorded {
+    QString name;
+    WorkRecord::Archive archive;
+};
+
+// The work folders in `folders` that have a record; a record without its folder counts as none.
+std::vector<Recorded> recordedFolders(const QString &folders) {
+    const QString pattern = WorkRecord::fileName("*");
+    const qsizetype before = pattern.indexOf('*');
+    const qsizetype after = pattern.size() - before - 1;
+    const QDir parent(platform::nativePath(folders));
+    std::vector<Recorded> found;
+    for (const QString &file : parent.entryList({pattern}, QDir::Files | QDir::Hidden)) {
+        const QString name = file.mid(before, file.size() - before - after);
+        if (!QFileInfo(parent.filePath(name)).isDir())
+            continue;
+        if (auto archive = WorkRecord::readArchive(folders, name))
+            found.push_back({name, std::move(*archive)});
+    }
+    return found;
+}
+
+// Archives whose names differ only in case have the same text, but must not share a work folder.
+// Folder names must not end in blanks or dots or be a Windows device name, as in "Con.old"; the
+// rules are the same on all systems, so that work folders can be moved.
+QString folderNameFor(const QString &text, const QSet<QString> &taken) {
+    QString folder = text;
+    if (platform::isDeviceName(text.toStdString()))
+        folder.insert(text.contains('.') ? text.indexOf('.') : text.size(), '~');
+    while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
+        folder.chop(1);
+    QString unique = folder;
+    for (int n = 2; unique.isEmpty() || taken.contains(unique); ++n)
+        unique = folder + '~' + QString::number(n);
+    return unique;
+}
+
+} // namespace
+
+void frmMain::AssignWorkFolders() const {
+    m_assignedIn = WorkFolders();
+    const std::vector<Recorded> recorded = recordedFolders(m_assignedIn);
+    // Folders of archives that are no longer there keep their names too.
+    QSet<QString> taken;
+    for (const Recorded &folder : recorded)
+        taken.insert(folder.name);
+    // Looking for each of many folders that do not exist would take long.
+    QSet<QString> there;
+    const QDir parent(platform::nativePath(m_assignedIn));
+    for (const QString &name : parent.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot))
+        there.insert(name.toCaseFolded());
+    for (int entry = 0; entry < drpVL2File->count(); ++entry) {
+        const QString text = drpVL2File->itemText(entry);
+        const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
+        QString name;
+        const auto archive =
+            recorded.empty() ? std::nullopt : WorkRecord::archiveAt(m_strBasePath + file);
+        for (const Recorded &folder : recorded)
+            if (archive && folder.archive.isSame(*archive) && name != text)
+                name = folder.name;
+        if (name.isEmpty())
+            name = folderNameFor(text, taken);
+        taken.insert(name);
+        drpVL2File->setItemData(entry, name, kWorkFolderRole);
+        MarkWork(entry, there.contains(name.toCaseFolded()));
+    }
+}
+
+void frmMain::MarkWork(int entry, bool exists) const {
+    const QString name = drpVL2File->itemData(entry, kWorkFolderRole).toString();
+    const bool works =
+        exists && QDirIterator(platform::nativePath(WorkFolders() + '\\' + name),
+                               QDir::Files | QDir::Hidden, QDirIterator::Subdirectories)
+                      .hasNext();
+    QFont font;
+    font.setBold(true);
+    drpVL2File->setItemData(entry, works ? font : QVariant(), Qt::FontRole);
+    const QString tip = works ? QStringLiteral("Work in progress") : QString();
+    drpVL2File->setItemData(entry, tip, Qt::ToolTipRole);
+    drpVL2File->setItemData(entry, tip, Qt::AccessibleDescriptionRole);
+}
+
+QString frmMain::WorkFolder() const {
+    if (WorkFolders() != m_assignedIn)
+        AssignWorkFolders();
+    return m_assignedIn + '\\' + WorkFolderName();
+}
+
+bool frmMain::OwnsWorkFolder() {
+    return m_lock.take(WorkFolders(), WorkFolderName());
+}
+
+bool frmMain::KeepsWorkFolder() {
+    static_cast<void>(WorkFolder()); // follows the setting
+    if (OwnsWorkFolder())
+        return true;
+    UpdateButtons();
+    return false;
+}
