@@ -2,6 +2,7 @@
 
 import os
 import subprocess
+import sys
 import zipfile
 
 import make_archive
@@ -20,12 +21,12 @@ def piped(text):
 
 def peak(command):
     """The peak resident memory of a command in MiB."""
-    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
-    _, status, usage = os.wait4(process.pid, 0)
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode > 1:
-        raise SystemExit("%s failed (%d)" % (command, process.returncode))
-    return usage.ru_maxrss / 1024
+    # Started by a small process: one that this process starts would count its memory too.
+    script = ("import resource, subprocess, sys\n"
+              "subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, check=True)\n"
+              "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)")
+    return int(subprocess.check_output(["sh", "-c", '"$@"; exit $?', "sh", sys.executable, "-c", script,
+                                        *command])) / 1024
 
 
 class Commands:

@@ -5,8 +5,8 @@
 // What the tool asks of the system about its standard streams.
 namespace vl2 {
 
-// To be called once at the start: writing to a closed pipe becomes an error of the write, no line end
-// is converted, and standard output has no buffer of its own.
+// To be called once at the start: writing to a closed pipe becomes an error of the write, no line
+// end is converted, and standard output has no buffer of its own.
 void prepareStreams();
 bool isTerminal(std::FILE *stream);
 

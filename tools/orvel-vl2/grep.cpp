@@ -29,6 +29,19 @@ struct Found {
     bool any = false;
 };
 
+// The number of line ends, in blocks that compilers turn into vector instructions.
+std::uint64_t countLines(std::string_view text) {
+    constexpr std::size_t kBlock = 128;
+    std::uint64_t lines = 0;
+    for (; text.size() >= kBlock; text.remove_prefix(kBlock)) {
+        std::uint8_t inBlock = 0;
+        for (std::size_t i = 0; i < kBlock; ++i)
+            inBlock = static_cast<std::uint8_t>(inBlock + (text[i] == '\n' ? 1 : 0));
+        lines += inBlock;
+    }
+    return lines + static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
 // Searches the lines of an entry as it is read.
 class Search {
   public:
@@ -93,9 +106,7 @@ void Search::lines(std::string_view text) {
     }
     std::size_t counted = 0; // where the line m_number + 1 starts
     const auto count = [&](std::size_t end) {
-        const auto from = text.begin() + static_cast<std::ptrdiff_t>(counted);
-        const auto to = text.begin() + static_cast<std::ptrdiff_t>(end);
-        m_number += static_cast<std::uint64_t>(std::count(from, to, '\n'));
+        m_number += countLines(text.substr(counted, end - counted));
         counted = end;
     };
     for (std::size_t at = 0; at < text.size() && !done();) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -47,7 +49,9 @@ class LinePattern {
 
   private:
     struct Compiled;
-    std::string m_plain; // the text that is searched for if it needs no pattern
+    // The text that is searched for if it needs no pattern, and what finds it.
+    std::string m_plain;
+    std::optional<std::boyer_moore_horspool_searcher<const char *>> m_finder;
     std::unique_ptr<Compiled> m_compiled;
 };
 

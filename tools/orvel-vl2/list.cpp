@@ -69,7 +69,7 @@ Exit list(const Options &options, bool json) {
             else if (options.details)
                 printEntryDetails(archive, entry);
             else
-                printLine(shown(archive.directory.path(entry)));
+                printShown(archive.directory.path(entry));
         }
         return Exit::Fine;
     });

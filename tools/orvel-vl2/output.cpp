@@ -47,6 +47,13 @@ void writePending() {
         throw Failed(Exit::System, std::string("standard output: ") + std::strerror(errno));
 }
 
+void endLine() {
+    static const bool atOnce = isTerminal(stdout);
+    pending += '\n';
+    if (atOnce || pending.size() >= kBlock)
+        writePending();
+}
+
 } // namespace
 
 Exit worse(Exit a, Exit b) {
@@ -79,11 +86,13 @@ void print(std::string_view text) {
 }
 
 void printLine(std::string_view text) {
-    static const bool atOnce = isTerminal(stdout);
     pending += text;
-    pending += '\n';
-    if (atOnce || pending.size() >= kBlock)
-        writePending();
+    endLine();
+}
+
+void printShown(std::string_view text) {
+    appendShown(pending, text);
+    endLine();
 }
 
 void printJson(const Json &object) {

@@ -50,6 +50,8 @@ void complain(std::string_view text);
 enum class Tabs { Replaced, Kept };
 std::string shown(std::string_view text, Tabs tabs = Tabs::Replaced);
 void appendShown(std::string &out, std::string_view text, Tabs tabs = Tabs::Replaced);
+// A line of such a text.
+void printShown(std::string_view text);
 
 // Colours, if standard output is a terminal and NO_COLOR is not set.
 enum class Colour { Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 };
