@@ -70,7 +70,6 @@ Exit save(Options &options, bool json) {
     requireArchive(options.pack.archive);
     options.pack.patterns = {"*"};
     options.pack.recurse = true;
-    options.pack.folderEntries = true;
     return run(options, json,
                [&](ziplib::Report &report, Json &) { return updateArchive(options.pack, report); });
 }
