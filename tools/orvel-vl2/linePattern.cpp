@@ -69,7 +69,6 @@ LinePattern::LinePattern(const std::string &pattern, Syntax syntax, Case letters
     if (!pattern.empty() && letters == Case::Sensitive &&
         pattern.find_first_of(special) == std::string::npos) {
         m_plain = pattern;
-        m_finder.emplace(m_plain.data(), m_plain.data() + m_plain.size());
         return;
     }
     std::uint32_t options = PCRE2_UTF;
@@ -117,12 +116,8 @@ bool LinePattern::Search::matches(std::string_view line) {
 }
 
 std::size_t LinePattern::Search::find(std::string_view text, std::size_t at) {
-    if (m_pattern.m_finder) {
-        const char *end = text.data() + text.size();
-        const char *found = std::search(text.data() + at, end, *m_pattern.m_finder);
-        return found == end ? std::string_view::npos
-                            : static_cast<std::size_t>(found - text.data());
-    }
+    if (!m_pattern.m_plain.empty())
+        return text.find(m_pattern.m_plain, at);
     while (at < text.size()) {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         if (matches(searchedPart(text.substr(at, end - at))))

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -49,9 +47,7 @@ class LinePattern {
 
   private:
     struct Compiled;
-    // The text that is searched for if it needs no pattern, and what finds it.
-    std::string m_plain;
-    std::optional<std::boyer_moore_horspool_searcher<const char *>> m_finder;
+    std::string m_plain; // the text that is searched for if it needs no pattern
     std::unique_ptr<Compiled> m_compiled;
 };
 
