@@ -6,6 +6,8 @@
 #include "tools/orvel-vl2/text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <memory>
 
 namespace vl2 {
@@ -140,12 +142,18 @@ void Search::line(std::string_view text) {
     if (m_prefix.empty())
         m_prefix = coloured(Colour::Magenta, shown(archive)) + ':' +
                    coloured(Colour::Magenta, shown(m_entry.path()));
-    m_found.output += m_prefix;
+    std::string &output = m_found.output;
+    output += m_prefix;
     if (!m_options.namesOnly) {
-        m_found.output += ':' + coloured(Colour::Green, std::to_string(m_number + 1)) + ':';
-        appendShown(m_found.output, text, Tabs::Kept);
+        std::array<char, 24> digits{};
+        const auto end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), m_number + 1).ptr;
+        output += ':';
+        appendColoured(output, Colour::Green, {digits.data(), end});
+        output += ':';
+        appendShown(output, text, Tabs::Kept);
     }
-    m_found.output += '\n';
+    output += '\n';
 }
 
 Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LinePattern &pattern,

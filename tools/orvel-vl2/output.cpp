@@ -133,10 +133,19 @@ std::string shown(std::string_view text, Tabs tabs) {
     return safe;
 }
 
+void appendColoured(std::string &out, Colour colour, std::string_view text) {
+    if (!wantsColours()) {
+        out += text;
+        return;
+    }
+    out.append("\033[").append(std::to_string(static_cast<int>(colour))).append("m");
+    out.append(text).append("\033[0m");
+}
+
 std::string coloured(Colour colour, std::string_view text) {
-    if (!wantsColours())
-        return std::string(text);
-    return "\033[" + std::to_string(static_cast<int>(colour)) + 'm' + std::string(text) + "\033[0m";
+    std::string out;
+    appendColoured(out, colour, text);
+    return out;
 }
 
 void checkInterrupt() {

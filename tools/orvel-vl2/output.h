@@ -56,6 +56,7 @@ void printShown(std::string_view text);
 // Colours, if standard output is a terminal and NO_COLOR is not set.
 enum class Colour { Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 };
 std::string coloured(Colour colour, std::string_view text);
+void appendColoured(std::string &out, Colour colour, std::string_view text);
 
 // Throws Failed after SIGINT.
 void checkInterrupt();
