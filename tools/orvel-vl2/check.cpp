@@ -98,12 +98,13 @@ void checkTexts(const Tree &tree, const Checked &checked, const std::vector<cons
     }
     std::vector<std::vector<Finding>> found(texts.size());
     const auto apply = [&](std::size_t i, std::string_view content) {
-        for (const Rule *rule : rules)
+        for (const Rule *rule : rules) {
+            const auto report = [&](std::string_view file, const std::string &detail) {
+                found[i].push_back({rule, std::string(file), detail});
+            };
             if (rule->text != nullptr)
-                rule->text(checked, checked.files[texts[i]], content,
-                           [&](std::string_view file, const std::string &detail) {
-                               found[i].push_back({rule, std::string(file), detail});
-                           });
+                rule->text(checked, checked.files[texts[i]], content, report);
+        }
     };
     if (tree.archive() == nullptr) {
         for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -157,11 +158,13 @@ bool checkOne(const std::string &path, const std::vector<const Rule *> &rules, b
     const Tree tree(path);
     const Checked checked = facts(tree);
     std::vector<Finding> findings;
-    for (const Rule *rule : rules)
+    for (const Rule *rule : rules) {
+        const auto report = [&](std::string_view file, const std::string &detail) {
+            findings.push_back({rule, std::string(file), detail});
+        };
         if (rule->files != nullptr)
-            rule->files(checked, [&](std::string_view file, const std::string &detail) {
-                findings.push_back({rule, std::string(file), detail});
-            });
+            rule->files(checked, report);
+    }
     checkTexts(tree, checked, rules, findings);
     std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) {
         return a.rule != b.rule && a.rule->severity != b.rule->severity

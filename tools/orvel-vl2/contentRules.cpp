@@ -47,11 +47,12 @@ void bm8Twin(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files) {
         if (!file.folded.ends_with(".bm8"))
             continue;
-        for (const std::string_view extension : kPictures)
-            if (const CheckedFile *twin =
-                    checked.find(withoutExtension(file.folded) + std::string(extension));
-                twin != nullptr && file.modified < twin->modified)
+        for (const std::string_view extension : kPictures) {
+            const CheckedFile *twin =
+                checked.find(withoutExtension(file.folded) + std::string(extension));
+            if (twin != nullptr && file.modified < twin->modified)
                 report(file.path, twin->path);
+        }
     }
 }
 

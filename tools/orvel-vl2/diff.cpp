@@ -101,7 +101,10 @@ void printChange(const Options &options, const Tree &a, const Tree &b, const Cha
                        : change.after == nullptr ? "removed"
                        : renamed                 ? "renamed"
                                                  : "changed";
-    const TreeFile &file = change.after != nullptr ? *change.after : *change.before;
+    const TreeFile *present = change.after != nullptr ? change.after : change.before;
+    if (present == nullptr)
+        return;
+    const TreeFile &file = *present;
     const std::string text =
         options.unified && !renamed ? textDifference(a, b, change) : std::string();
     if (json) {

@@ -19,6 +19,16 @@ bool isSeparator(QChar c) {
     return c == u'\\' || c == u'/';
 }
 
+std::vector<platform::FolderItem> itemsOf(const std::string &folder) {
+    platform::Folder opened;
+    std::vector<platform::FolderItem> items;
+    if (auto status = opened.open(folder); !status.ok())
+        throw Failed(status);
+    if (auto status = opened.list(items); !status.ok())
+        throw Failed(status);
+    return items;
+}
+
 } // namespace
 
 std::string gameDataFolder() {
@@ -33,22 +43,16 @@ std::string gameDataFolder() {
 }
 
 std::vector<std::string> archivesOf(const std::string &folder) {
-    platform::Folder opened;
-    std::vector<platform::FolderItem> items;
-    if (auto status = opened.open(folder); !status.ok())
-        throw Failed(status);
-    if (auto status = opened.list(items); !status.ok())
-        throw Failed(status);
     std::vector<std::pair<std::string, std::string>> sorted;
-    for (const platform::FolderItem &item : items) {
+    for (const platform::FolderItem &item : itemsOf(folder)) {
         std::string folded = platform::foldCase(item.name);
         if (item.kind != platform::FileInfo::Kind::Folder && folded.ends_with(kExtension))
             sorted.emplace_back(std::move(folded), platform::joinPath(folder, item.name));
     }
     std::sort(sorted.begin(), sorted.end());
-    std::vector<std::string> paths;
-    for (auto &[folded, path] : sorted)
-        paths.push_back(std::move(path));
+    std::vector<std::string> paths(sorted.size());
+    std::transform(sorted.begin(), sorted.end(), paths.begin(),
+                   [](auto &item) { return std::move(item.second); });
     return paths;
 }
 
@@ -56,19 +60,14 @@ std::vector<std::string> gameFolders(const std::vector<std::string> &mods) {
     const std::string data = gameDataFolder();
     std::vector<std::string> names{"base"};
     names.insert(names.end(), mods.begin(), mods.end());
-    platform::Folder opened;
-    std::vector<platform::FolderItem> items;
-    if (auto status = opened.open(data); !status.ok())
-        throw Failed(status);
-    if (auto status = opened.list(items); !status.ok())
-        throw Failed(status);
+    const std::vector<platform::FolderItem> items = itemsOf(data);
     std::vector<std::string> folders;
     for (const std::string &name : names) {
         const auto found = std::find_if(items.begin(), items.end(), [&](const auto &item) {
             return platform::foldCase(item.name) == platform::foldCase(name);
         });
         if (found == items.end())
-            throw Failed(Exit::System, data + ": there is no folder " + name);
+            throw Failed(Exit::System, std::string(data).append(": there is no folder ") + name);
         folders.push_back(platform::joinPath(data, found->name));
     }
     return folders;

@@ -159,11 +159,13 @@ void Search::line(std::string_view text) {
 Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LinePattern &pattern,
                  const Options &options, bool json, bool &any) {
     std::vector<EntryOf> entries;
-    for (const auto &archive : group)
-        for (std::size_t i = 0; i < archive->directory.entries().size(); ++i)
-            if (const EntryOf entry{archive.get(), i};
-                entry.entry().size > 0 && !isBinaryName(entry.path()))
+    for (const auto &archive : group) {
+        for (std::size_t i = 0; i < archive->directory.entries().size(); ++i) {
+            const EntryOf entry{archive.get(), i};
+            if (entry.entry().size > 0 && !isBinaryName(entry.path()))
                 entries.push_back(entry);
+        }
+    }
     Exit result = Exit::Fine;
     std::vector<Found> found(entries.size());
     readEntries(
