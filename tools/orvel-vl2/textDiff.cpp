@@ -39,7 +39,7 @@ std::vector<Step> steps(const Lines &a, const Lines &b) {
     std::vector<std::vector<int>> reached; // of the diagonals -d to d, before step d
     std::vector<int> furthest(2 * static_cast<std::size_t>(limit) + 3, 0);
     const auto at = [&](int k) -> int & {
-        return furthest[static_cast<std::size_t>(k + limit + 1)];
+        return furthest[static_cast<std::size_t>(k) + static_cast<std::size_t>(limit) + 1];
     };
     int changes = -1;
     for (int d = 0; d <= limit && changes < 0; ++d) {
@@ -61,7 +61,9 @@ std::vector<Step> steps(const Lines &a, const Lines &b) {
     int y = columns;
     for (int d = changes; d > 0; --d) {
         const auto &before = reached[static_cast<std::size_t>(d)];
-        const auto was = [&](int k) { return before[static_cast<std::size_t>(k + d + 1)]; };
+        const auto was = [&](int k) {
+            return before[static_cast<std::size_t>(k) + static_cast<std::size_t>(d) + 1];
+        };
         const int k = x - y;
         const bool added = k == -d || (k != d && was(k - 1) < was(k + 1));
         const int fromX = was(added ? k + 1 : k - 1);

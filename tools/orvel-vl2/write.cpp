@@ -114,7 +114,7 @@ Exit rename(Options &options, bool json) {
     return run(
         options, json,
         [&](ziplib::Report &report, Json &) {
-            const Status status = renameInArchive(options.pack, options.from, options.to, report);
+            Status status = renameInArchive(options.pack, options.from, options.to, report);
             // Not the archive is wrong but the new name.
             if (status.is(platform::Failure::Unsafe) || status.is(platform::Failure::Exists))
                 throw Failed(Exit::Misuse, status.message);

@@ -45,8 +45,10 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                     if (!renaming)
                         continue;
                     if (const std::string reason = reasonAgainstName(fresh); !reason.empty())
-                        return {Failure::Unsafe,
-                                where + fresh + " is no name for an entry: " + reason};
+                        return {Failure::Unsafe, std::string(where)
+                                                     .append(fresh)
+                                                     .append(" is no name for an entry: ")
+                                                     .append(reason)};
                     if (auto done = writer.rename(i, fresh); !done.ok())
                         return done;
                     names.emplace(platform::foldCase(fresh), i);
