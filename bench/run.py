@@ -8,7 +8,7 @@ Prints a table of ratios, each from one run on this machine. --write also writes
 keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
 5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
 rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
-growth, clean.
+scripts, growth, clean.
 """
 
 import argparse
@@ -19,6 +19,7 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from commands import Commands  # noqa: E402
 from environment import Environment  # noqa: E402
 from game import CHANGED, Game  # noqa: E402
 import memory  # noqa: E402
@@ -26,7 +27,7 @@ from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
 from window import looking, picking  # noqa: E402
 
-PARTS = ("listing", "extraction", "saving", "window", "growth", "clean")
+PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean")
 
 
 def machine(environment):
@@ -54,6 +55,8 @@ def measure(environment, figures, options):
         game.saving_one()
         game.saving_every()
         game.saving_nothing()
+    if "scripts" in parts:
+        Commands(environment, figures, game).run()
     if "growth" in parts:
         memory_of_game(cycles, game.archive)
         if options.large:

@@ -4,7 +4,10 @@
 
 packages_of() {
     case $1 in
-    build) echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev ;;
+    build)
+        echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev libcli11-dev \
+            nlohmann-json3-dev libpcre2-dev
+        ;;
     test)
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
             xdg-utils strace e2fsprogs

@@ -31,6 +31,8 @@ class ArchiveReplacement {
     // Creates the new archive under a temporary name, with the old one's permissions.
     Status begin();
     platform::NewFile &fresh() { return m_fresh; }
+    // Opens the new archive for reading.
+    Status openFresh(platform::InputFile &file) const { return m_fresh.openWritten(file); }
     // Flushes the new archive to the disk.
     Status sync(const std::function<void()> &idle);
     // Flushes the new archive, calls `lastCheck` and renames the new archive over the old one.

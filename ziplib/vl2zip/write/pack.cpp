@@ -14,8 +14,9 @@ namespace ziplib {
 
 namespace {
 
-// Higher levels take several times as long and save less than 1 % more.
-constexpr int kLevel = 8;
+// Measured with a game's files: level 8 takes a sixth longer and saves less than 0.01 %, higher
+// ones take several times as long and save less than 1 %.
+constexpr int kLevel = 7;
 constexpr int kStreamLevel = 7;
 constexpr std::size_t kChunk = 256U << 10U;
 
