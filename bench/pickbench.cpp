@@ -1,7 +1,7 @@
 // Picks an archive in the real main window. Prints the time from the key press to the painted tree,
-// and the longest time for which the event loop was blocked. With --extract: the same for the button
-// Extract. With a file of the work folder as the argument: the same for the time from the return of
-// the focus to the mark of that changed file.
+// and the longest time for which the event loop was blocked. With --extract: the same for the
+// button Extract. With a file of the work folder as the argument: the same for the time from the
+// return of the focus to the mark of that changed file.
 
 #include "workspace/frmMain.h"
 

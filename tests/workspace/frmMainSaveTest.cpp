@@ -415,9 +415,8 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
 
 TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_work_folder) {
     const auto filesOf = [](const QByteArray &who) {
-        return std::vector<ArchiveFile>{{"readme.txt", "r"},
-                                        {"scripts/x.cs", who},
-                                        {"scripts/x.cs.theirs", who + ", too"}};
+        return std::vector<ArchiveFile>{
+            {"readme.txt", "r"}, {"scripts/x.cs", who}, {"scripts/x.cs.theirs", who + ", too"}};
     };
     Extracted job(filesOf("base"));
     const QString theirs = job.game.temp() + "/Classic.theirs";
@@ -430,8 +429,8 @@ TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_wo
     for (std::size_t time = 1; time <= 2; ++time) {
         job.window->click("cmdSaveChanges");
         EXPECT_EQ(answers.boxes().size(), time);
-        EXPECT_TRUE(job.window->status().contains(
-            "scripts/x.cs, scripts/x.cs.theirs cannot be put into"))
+        EXPECT_TRUE(
+            job.window->status().contains("scripts/x.cs, scripts/x.cs.theirs cannot be put into"))
             << job.window->status().toStdString();
         EXPECT_EQ(readFile(job.archive), before);
     }
