@@ -25,7 +25,7 @@ from game import CHANGED, Game  # noqa: E402
 import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
-from window import looking, picking  # noqa: E402
+from window import extracting, looking, picking  # noqa: E402
 
 PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean")
 
@@ -48,6 +48,7 @@ def measure(environment, figures, options):
         game.listing()
     if "window" in parts:
         picking(environment, figures, game.many)
+        extracting(environment, figures, game.archive)
         looking(environment, figures, game.archive, CHANGED)
     if "extraction" in parts:
         game.extraction()

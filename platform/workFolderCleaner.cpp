@@ -181,10 +181,10 @@ const QStringList &WorkFolderCleaner::deleted() const {
     return m_state->deleted;
 }
 
-bool WorkFolderCleaner::clearAttributes(const QString &file) {
+bool WorkFolderCleaner::clearAttributes(const QString &file, FileInfo *cleared) {
     return m_state->onName(
-        file,
-        [](const Folder &folder, const std::string &name) { return folder.clearAttributes(name); });
+        file, [cleared](const Folder &folder,
+                        const std::string &name) { return folder.clearAttributes(name, cleared); });
 }
 
 bool WorkFolderCleaner::deleteFile(const QString &file) {
@@ -193,7 +193,7 @@ bool WorkFolderCleaner::deleteFile(const QString &file) {
                   const std::string &name) { return m_state->deleteIn(folder, name, file); });
 }
 
-bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
+bool WorkFolderCleaner::deleteFilesIn(const QString &folder, const Step &step) {
     const auto path = relativePath(folder);
     std::shared_ptr<const OpenFolder> opened;
     // Listed to the end before anything is deleted: deleting during a listing is undefined.
@@ -201,7 +201,10 @@ bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
     if (!path || !m_state->folders->get(*path, opened).ok() || !opened->folder.list(items).ok())
         return false;
     bool noneLeft = true;
+    int number = 0;
     for (const FolderItem &item : items) {
+        if (step)
+            step(number++, static_cast<int>(items.size()));
         if (item.kind == FileInfo::Kind::Folder)
             continue;
         constexpr std::uint8_t kKept = kAttributeHidden | kAttributeSystem;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -30,13 +31,16 @@ class WorkFolderCleaner {
     const QStringList &trashed() const;
     const QStringList &deleted() const;
 
-    // Clears read-only, hidden, system and archive of one file.
-    bool clearAttributes(const QString &file);
+    // Clears read-only, hidden, system and archive of one file. `cleared` receives the file's
+    // information afterwards.
+    bool clearAttributes(const QString &file, FileInfo *cleared = nullptr);
     // Deletes one file (never a folder), even if it is read-only or hidden.
     bool deleteFile(const QString &file);
     // Deletes every file directly in a folder ("" is the work folder itself) except hidden and
-    // system files. True if none is left.
-    bool deleteFilesIn(const QString &folder);
+    // system files. True if none is left. Calls `step` before each with its number and the number
+    // of all.
+    using Step = std::function<void(int file, int count)>;
+    bool deleteFilesIn(const QString &folder, const Step &step = {});
     // Removes one empty folder ("" is the work folder itself).
     bool removeFolder(const QString &folder);
 

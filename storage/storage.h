@@ -142,6 +142,10 @@ class Folder {
     Status newFileInfo(FileInfo &info) const;
     // The entries of the folder except "." and "..", in no particular order.
     Status list(std::vector<FolderItem> &items) const;
+    // The same with the information on each, as by info(); of the kind Other if unavailable. On
+    // Windows no file is opened for it: as long as one is open, its name cannot be used again after
+    // another program has deleted it.
+    Status list(std::vector<FolderItem> &items, std::vector<FileInfo> &infos) const;
     Status removeFile(const std::string &name) const;
     Status removeFolder(const std::string &name) const;
     // Decides whether a file is removed, by its information or that of a link's target. `open`
@@ -151,7 +155,8 @@ class Folder {
     // program writes to the file in between. `fresh`: asks as freshInfo does.
     Status removeFileIf(const std::string &name, bool fresh, const RemoveCheck &mayRemove) const;
     // Clears read-only, hidden, system and archive of a file. WrongKind for anything else.
-    Status clearAttributes(const std::string &name) const;
+    // `cleared` receives the file's information afterwards.
+    Status clearAttributes(const std::string &name, FileInfo *cleared = nullptr) const;
     // Hidden and system of an item of list(); of a link itself.
     std::uint8_t recordedAttributes(const FolderItem &item) const;
     // Free space on this folder's disk in bytes.
@@ -200,6 +205,9 @@ class NameLock {
     Status hold(const Folder &folder, const std::string &name, const std::string &note,
                 std::string &holder);
     bool isHeld() const { return m_file.isOpen(); }
+    // Whether the lock that is held is the one that others find in `folder`. If the lock file was
+    // removed by hand, with or without its folder, it is not.
+    bool isHeldIn(const Folder &folder) const;
     void release();
 
   private:

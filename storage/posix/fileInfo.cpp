@@ -105,9 +105,10 @@ std::uint8_t readDosBitsAt(int folder, const std::string &name) {
     });
 }
 
-Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown) {
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown, bool &dropped) {
     const std::string path = pathThrough(folder) + "/" + name;
-    if (lremovexattr(path.c_str(), kDosAttributeName) != 0 && errno != ENODATA && errno != ENOTSUP)
+    dropped = lremovexattr(path.c_str(), kDosAttributeName) == 0;
+    if (!dropped && errno != ENODATA && errno != ENOTSUP)
         return errnoStatus(errno, "cannot change the attributes of", shown);
     return {};
 }

@@ -28,7 +28,8 @@ std::uint8_t readDosBits(const std::string &path);
 Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown);
 // The same for an item of a folder, without opening it; links are not followed.
 std::uint8_t readDosBitsAt(int folder, const std::string &name);
-Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown);
+// `dropped`: whether there were any.
+Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown, bool &dropped);
 // Copies every extended attribute that can be copied.
 void copyAttributes(int from, int to);
 

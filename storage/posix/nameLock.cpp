@@ -30,15 +30,6 @@ int openLockFile(int folder, const char *lockFile) {
     return file;
 }
 
-// The previous holder may have removed the file, which makes its lock useless.
-bool isStillThere(int folder, const char *lockFile, int file) {
-    struct stat opened {};
-    struct stat there {};
-    return fstat(file, &opened) == 0 &&
-           fstatat(folder, lockFile, &there, AT_SYMLINK_NOFOLLOW) == 0 &&
-           opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
-}
-
 } // namespace
 
 // A locked file beside the file of that name. It is removed before it is unlocked; if the process
@@ -63,11 +54,13 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
             unlinkat(descriptor, m_lockFile.c_str(), 0);
             return {};
         }
-        if (lock == Lock::Taken &&
-            isStillThere(descriptor, m_lockFile.c_str(), static_cast<int>(file.m_handle))) {
+        if (lock == Lock::Taken) {
             m_folder = &folder;
             m_file = std::move(file);
-            return {};
+            // The previous holder may have removed the file, which makes its lock useless.
+            if (isHeldIn(folder))
+                return {};
+            m_file.close();
         }
         if (Status waited = until.pause(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
             !waited.ok())
@@ -97,10 +90,11 @@ void NameLock::writeNote(const std::string &note) {
 }
 
 void NameLock::release() {
-    if (m_file.isOpen()) {
+    if (!m_file.isOpen())
+        return;
+    if (isHeldIn(*m_folder)) // else the name is another program's lock
         unlinkat(static_cast<int>(m_folder->m_handle), m_lockFile.c_str(), 0);
-        m_file.close();
-    }
+    m_file.close();
 }
 
 } // namespace platform
