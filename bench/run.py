@@ -8,7 +8,8 @@ Prints a table of ratios, each from one run on this machine. --write also writes
 keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
 5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
 rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
-scripts, growth, clean.
+scripts, growth, clean, copies (extraction and save compared with copies of the files, for other
+disks than the usual).
 """
 
 import argparse
@@ -27,7 +28,7 @@ from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
 from window import extracting, looking, picking  # noqa: E402
 
-PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean")
+PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean", "copies")
 
 
 def machine(environment):
@@ -41,7 +42,7 @@ def machine(environment):
 def measure(environment, figures, options):
     """Measurements that delete files come last: see paired.py."""
     game = Game(environment, figures)
-    parts = options.only or PARTS
+    parts = options.only or (PARTS[:-1] if options.write else PARTS)
     cycles = Cycles(environment, figures)
     growth = None
     if "listing" in parts:
@@ -58,6 +59,8 @@ def measure(environment, figures, options):
         game.saving_nothing()
     if "scripts" in parts:
         Commands(environment, figures, game).run()
+    if "copies" in parts:
+        game.against_copies()
     if "growth" in parts:
         memory_of_game(cycles, game.archive)
         if options.large:

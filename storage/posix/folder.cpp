@@ -1,5 +1,5 @@
 #include "storage/posix/descriptor.h"
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
@@ -46,7 +46,18 @@ void Folder::close() {
     if (m_handle != -1) {
         ::close(static_cast<int>(m_handle));
         m_handle = -1;
+        m_disk = nullptr;
     }
+}
+
+Disk &Folder::disk() const {
+    Disk *disk = m_disk;
+    if (disk == nullptr) {
+        struct stat st {};
+        static_cast<void>(fstat(static_cast<int>(m_handle), &st));
+        m_disk = disk = &Disk::of(st.st_dev);
+    }
+    return *disk;
 }
 
 Status Folder::open(const std::string &path) {
@@ -72,7 +83,9 @@ Status Folder::openFolder(const std::string &name, Folder &folder) const {
 }
 
 Status Folder::makeFolder(const std::string &name) const {
-    if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0)
+    if (createSteadily(static_cast<int>(m_handle), [&] {
+            return mkdirat(static_cast<int>(m_handle), name.c_str(), 0777);
+        }) != 0)
         return errnoStatus(errno, "cannot make the folder", pathOf(name));
     return {};
 }
@@ -193,7 +206,7 @@ Status Folder::clearAttributes(const std::string &name, FileInfo *cleared) const
     if (!S_ISREG(st.st_mode))
         return {Failure::WrongKind, path + " is not an ordinary file", path};
     bool dropped = false;
-    Status status = dropDosBitsAt(folder, name, path, dropped);
+    Status status = dropDosBitsAt(Disk::of(st.st_dev), folder, name, path, dropped);
     if (!status.ok() || cleared == nullptr)
         return status;
     *cleared = fileInfo(st);
@@ -201,7 +214,7 @@ Status Folder::clearAttributes(const std::string &name, FileInfo *cleared) const
 }
 
 std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
-    return readDosBitsAt(static_cast<int>(m_handle), item.name);
+    return readDosBitsAt(disk(), static_cast<int>(m_handle), item.name);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {

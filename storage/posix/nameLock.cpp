@@ -1,5 +1,5 @@
 #include "storage/lockWait.h"
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
@@ -16,7 +16,9 @@ namespace {
 
 // Creates or opens the lock file. A file of another user is opened for reading, only to be locked.
 int openLockFile(int folder, const char *lockFile) {
-    const int file = openat(folder, lockFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    const int file = createSteadily(folder, [&] {
+        return openat(folder, lockFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    });
     if (file >= 0) {
         static_cast<void>(fchmod(file, 0666)); // for other users who lock the name
         return file;

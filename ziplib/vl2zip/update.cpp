@@ -259,8 +259,7 @@ void Update::reportPacked() {
         packed.size = file.info.size;
         packed.modified = file.info.modified;
         packed.changed = file.info.changed;
-        const bool known = m_scan.began && m_scan.began->device == file.info.device;
-        packed.began = known ? m_scan.began->changed : INT64_MIN;
+        packed.began = m_scan.beganFor(file.info);
         packed.crc = file.crc;
         packed.outcome = file.outcome;
         m_report.packed(packed);

@@ -15,6 +15,10 @@ namespace {
 constexpr std::size_t kChunk = 128U << 10U;
 // Bytes of a file that decide whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
+// Pauses for a program that writes to a file: without a change, and at most.
+constexpr std::chrono::milliseconds kPause{20};
+constexpr int kQuiet = 50;
+constexpr int kMostPauses = 250;
 
 } // namespace
 
@@ -75,6 +79,26 @@ bool SourceFile::unchanged() const {
     platform::FileInfo current;
     return m_file.info(current).ok() && sameVersion(current, m_version) &&
            m_position == m_version.size;
+}
+
+bool SourceFile::unchangedButTimes() const {
+    platform::FileInfo current;
+    return m_file.info(current).ok() && sameFile(current, m_version) &&
+           current.size == m_version.size && m_position == m_version.size;
+}
+
+bool SourceFile::waitForWriter() const {
+    platform::FileInfo seen = m_version;
+    int quiet = 0;
+    int pauses = 0;
+    for (; quiet < kQuiet && pauses < kMostPauses && m_file.isOpenForWriting(); ++pauses) {
+        std::this_thread::sleep_for(kPause);
+        platform::FileInfo now;
+        const bool same = m_file.info(now).ok() && sameVersion(now, seen);
+        quiet = same ? quiet + 1 : 0;
+        seen = now;
+    }
+    return pauses > 0;
 }
 
 std::uint8_t SourceFile::attributes() const {
