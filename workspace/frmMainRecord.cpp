@@ -43,15 +43,19 @@ std::int64_t takeCleared(std::vector<WorkRecord::Entry> &extracted,
 // The disk's time, later than `newest` if a short wait can reach that: otherwise the times of files
 // that have just been written would prove nothing.
 bool timeAfter(std::int64_t newest, const platform::Folder &folder, platform::FileInfo &now) {
-    constexpr int kMostWaits = 20; // more than the step of most clocks
+    // Longer than the step of the clock of Linux, and of Windows.
+    constexpr std::chrono::milliseconds kWaits[] = {std::chrono::milliseconds(5),
+                                                    std::chrono::milliseconds(20)};
     platform::FileInfo seen;
     seen.changed = newest;
-    for (int waits = 0; folder.newFileInfo(now).ok(); ++waits) {
-        if (platform::PackedFiles::timesProve(seen, now.changed) || waits == kMostWaits)
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    for (const std::chrono::milliseconds wait : kWaits) {
+        std::this_thread::sleep_for(wait);
+        if (!folder.newFileInfo(now).ok())
+            return false;
+        if (platform::PackedFiles::timesProve(seen, now.changed))
+            break;
     }
-    return false;
+    return true;
 }
 
 } // namespace
