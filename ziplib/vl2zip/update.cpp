@@ -206,7 +206,7 @@ Status Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed)
             return found;
     }
     packed = detector.toPack();
-    if (packed.empty() || !detector.beginOthers()) {
+    if (!m_guess || packed.empty() || !detector.beginOthers()) {
         if (auto found = detector.findOthers(); !found.ok())
             return found;
         packed = detector.toPack();
