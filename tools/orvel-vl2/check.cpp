@@ -12,7 +12,7 @@ namespace {
 
 using platform::Status;
 
-struct Options {
+struct CheckOptions {
     std::vector<std::string> paths;
     std::vector<std::string> ignored;
 };
@@ -178,7 +178,7 @@ bool checkOne(const std::string &path, const std::vector<const Rule *> &rules, b
     return !findings.empty();
 }
 
-Exit check(const Options &options, bool json) {
+Exit check(const CheckOptions &options, bool json) {
     std::vector<const Rule *> rules = allRules();
     for (const std::string &code : options.ignored)
         if (std::erase_if(rules, [&](const Rule *rule) { return rule->code == code; }) == 0)
@@ -214,7 +214,7 @@ std::string ruleTable() {
 void addCheck(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
         "check", "Print what goes wrong in the game; the exit code is 1 if there is anything");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CheckOptions>();
     command->add_option("--ignore", options->ignored, "Leave out the rule of this code")
         ->type_name("CODE")
         ->expected(1);

@@ -10,12 +10,12 @@ namespace vl2 {
 
 namespace {
 
-struct Options {
+struct DiffOptions {
     std::string a, b;
     bool unified = false;
 };
 
-constexpr std::uint64_t kLargestText = 32U << 20;
+constexpr std::uint64_t kLargestDiffed = 32U << 20;
 
 // Files of both sides by pairs; one that is only on one side has a null.
 struct Change {
@@ -81,7 +81,7 @@ void findRenamed(std::vector<Change> &changes) {
 
 std::string textDifference(const Tree &a, const Tree &b, const Change &change) {
     for (const TreeFile *file : {change.before, change.after})
-        if (file != nullptr && (file->size > kLargestText || isBinaryName(file->path)))
+        if (file != nullptr && (file->size > kLargestDiffed || isBinaryName(file->path)))
             return {};
     const std::string before = change.before != nullptr ? a.read(*change.before) : std::string();
     const std::string after = change.after != nullptr ? b.read(*change.after) : std::string();
@@ -94,7 +94,7 @@ std::string textDifference(const Tree &a, const Tree &b, const Change &change) {
                        toUtf8(after));
 }
 
-void printChange(const Options &options, const Tree &a, const Tree &b, const Change &change,
+void printChange(const DiffOptions &options, const Tree &a, const Tree &b, const Change &change,
                  bool json) {
     const bool renamed = !isOneSided(change) && change.before->path != change.after->path;
     const char *kind = change.before == nullptr  ? "added"
@@ -133,7 +133,7 @@ void printChange(const Options &options, const Tree &a, const Tree &b, const Cha
               (renamed ? shown(change.before->path) + " -> " : std::string()) + shown(file.path));
 }
 
-Exit diff(const Options &options, bool json) {
+Exit diff(const DiffOptions &options, bool json) {
     Tree a(options.a);
     Tree b(options.b);
     std::vector<Change> changes = pair(a, b);
@@ -156,7 +156,7 @@ Exit diff(const Options &options, bool json) {
 void addDiff(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
         "diff", "Compare two archives or folders by content; the exit code is 1 if they differ");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DiffOptions>();
     command->add_flag("-u,--unified", options->unified, "Print the changed lines of texts");
     command->add_option("A", options->a, "An archive or folder")->required();
     command->add_option("B", options->b, "An archive or folder")->required();

@@ -16,7 +16,7 @@ namespace {
 using platform::Status;
 using ziplib::ReturnCode;
 
-struct Options {
+struct ExtractOptions {
     std::string archive;
     std::string folder = ".";
     std::vector<std::string> names;
@@ -97,7 +97,8 @@ Exit extractToOutput(const Archive &archive, ziplib::NameFilter &filter) {
     return result;
 }
 
-Exit extractToFolder(const Options &options, const Archive &archive, ziplib::NameFilter &filter) {
+Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
+                     ziplib::NameFilter &filter) {
     platform::Folder existing;
     if (const Status opened = existing.open(options.folder);
         !opened.ok() && !opened.is(platform::Failure::NotFound))
@@ -125,7 +126,7 @@ Exit extractToFolder(const Options &options, const Archive &archive, ziplib::Nam
     return exitOf(result.code());
 }
 
-Exit extract(Options options, bool json) {
+Exit extract(ExtractOptions options, bool json) {
     jsonOutput = json;
     const bool toOutput = options.folder == "-" || std::erase(options.names, "-") > 0;
     const auto archive = openArchive(options.archive, For::Reading);
@@ -149,7 +150,7 @@ Exit extract(Options options, bool json) {
 void addExtract(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
         "extract", "Extract entries as whole files, never outside of the folder");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ExtractOptions>();
     command->add_option("ARCHIVE", options->archive, "The archive")->required();
     command->add_option("-C,--directory", options->folder,
                         "The folder, made if it is missing; - is standard output");

@@ -16,7 +16,7 @@ namespace {
 
 using platform::Status;
 
-struct Options {
+struct GrepOptions {
     std::string pattern;
     std::vector<std::string> archives;
     std::vector<std::string> mods;
@@ -47,7 +47,7 @@ std::uint64_t countLines(std::string_view text) {
 // Searches the lines of an entry as it is read.
 class Search {
   public:
-    Search(const LinePattern &pattern, const Options &options, const EntryOf &entry, bool json,
+    Search(const LinePattern &pattern, const GrepOptions &options, const EntryOf &entry, bool json,
            Found &found)
         : m_search(pattern), m_options(options), m_entry(entry), m_json(json), m_found(found) {}
 
@@ -59,7 +59,7 @@ class Search {
     bool done() const { return m_options.namesOnly && m_found.any; }
 
     LinePattern::Search m_search;
-    const Options &m_options;
+    const GrepOptions &m_options;
     const EntryOf &m_entry;
     const bool m_json;
     Found &m_found;
@@ -157,7 +157,7 @@ void Search::line(std::string_view text) {
 }
 
 Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LinePattern &pattern,
-                 const Options &options, bool json, bool &any) {
+                 const GrepOptions &options, bool json, bool &any) {
     std::vector<EntryOf> entries;
     for (const auto &archive : group) {
         for (std::size_t i = 0; i < archive->directory.entries().size(); ++i) {
@@ -185,7 +185,7 @@ Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LineP
     return result;
 }
 
-Exit grep(const Options &options, bool json) {
+Exit grep(const GrepOptions &options, bool json) {
     const LinePattern pattern(
         options.pattern, options.fixed ? LinePattern::Syntax::Fixed : LinePattern::Syntax::Regular,
         options.ignoreCase ? LinePattern::Case::Ignored : LinePattern::Case::Sensitive);
@@ -206,7 +206,7 @@ Exit grep(const Options &options, bool json) {
 void addGrep(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
         "grep", "Search the texts for a regular expression; the exit code is 1 if no line matches");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<GrepOptions>();
     command->add_flag("-i,--ignore-case", options->ignoreCase, "Letters' case does not count");
     command->add_flag("-F,--fixed", options->fixed, "The pattern is a plain text");
     command->add_flag("-l,--names", options->namesOnly, "Print only the names of the entries");

@@ -10,7 +10,7 @@ namespace vl2 {
 
 namespace {
 
-struct Options {
+struct ListOptions {
     std::vector<std::string> archives;
     bool details = false;
 };
@@ -52,7 +52,7 @@ void printEntryDetails(const Archive &archive, const ziplib::Entry &entry) {
     printLine(shown(archive.directory.path(entry)));
 }
 
-Exit list(const Options &options, bool json) {
+Exit list(const ListOptions &options, bool json) {
     bool first = true;
     return forEachArchive(options.archives, For::Listing, [&](Archive &archive) {
         if (!json && options.archives.size() > 1) {
@@ -79,7 +79,7 @@ Exit list(const Options &options, bool json) {
 
 void addList(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand("list", "Print the entries in archive order");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ListOptions>();
     command->add_flag("-l,--long", options->details,
                       "Print sizes, method, date and CRC-32 too; * marks encryption");
     command->add_option("ARCHIVE", options->archives, "The archives")->required();

@@ -7,7 +7,7 @@ namespace vl2 {
 
 namespace {
 
-struct Options {
+struct TestOptions {
     std::vector<std::string> archives;
 };
 
@@ -78,7 +78,7 @@ Exit testGroup(const std::vector<std::unique_ptr<Archive>> &group, bool json) {
 void addTest(CLI::App &program, Request &request) {
     CLI::App *command =
         program.add_subcommand("test", "Read every entry and check its size and CRC-32");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TestOptions>();
     command->add_option("ARCHIVE", options->archives, "The archives")->required();
     command->callback([options, &request] {
         request.run = [options, &request] {

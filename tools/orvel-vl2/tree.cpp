@@ -14,7 +14,7 @@ namespace {
 using platform::Status;
 
 constexpr std::size_t kChunk = 256U << 10;
-constexpr std::uint64_t kLargestText = 256U << 20;
+constexpr std::uint64_t kAllTexts = 256U << 20;
 
 Status open(const std::string &root, const TreeFile &file, platform::InputFile &opened) {
     platform::FileInfo info;
@@ -88,7 +88,7 @@ void Tree::measure(const std::vector<TreeFile *> &files) const {
         return failed.ok();
     };
     job.idle = checkInterrupt;
-    ziplib::orderedParallelFor(job, ziplib::workerCount(), kLargestText);
+    ziplib::orderedParallelFor(job, ziplib::workerCount(), kAllTexts);
     if (!failed.ok())
         throw Failed(failed);
 }

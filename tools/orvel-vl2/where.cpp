@@ -16,7 +16,7 @@ namespace vl2 {
 
 namespace {
 
-struct Options {
+struct WhereOptions {
     std::string name;
     std::vector<std::string> mods;
     std::string loose = "win";
@@ -40,7 +40,7 @@ using Holders = std::unordered_map<std::string, std::vector<Holder>>;
 
 constexpr char kRule[] = "later archive names win, mods win over base, loose files ";
 
-std::vector<Source> findSources(const Options &options) {
+std::vector<Source> findSources(const WhereOptions &options) {
     std::vector<Source> sources;
     for (const std::string &folder : gameFolders(options.mods)) {
         const Source loose{folder, true};
@@ -103,7 +103,7 @@ std::string locationOf(const std::vector<Source> &sources, const Holder &holder)
 
 // The holders of one path; the last is the one that the game takes.
 void printHolders(const std::vector<Source> &sources, const std::string &path,
-                  const std::vector<Holder> &list, const Options &options, bool json) {
+                  const std::vector<Holder> &list, const WhereOptions &options, bool json) {
     if (json) {
         Json holders = Json::array();
         for (const Holder &holder : list)
@@ -133,7 +133,7 @@ bool isSame(const std::vector<Holder> &list) {
         });
 }
 
-Exit where(const Options &options, bool json) {
+Exit where(const WhereOptions &options, bool json) {
     std::string wanted = platform::foldCase(options.name);
     std::replace(wanted.begin(), wanted.end(), '\\', '/');
     const std::vector<Source> sources = findSources(options);
@@ -149,7 +149,7 @@ Exit where(const Options &options, bool json) {
     return result;
 }
 
-Exit conflicts(const Options &options, bool json) {
+Exit conflicts(const WhereOptions &options, bool json) {
     const std::vector<Source> sources = findSources(options);
     Holders holders;
     const Exit result = findHolders(sources, {}, holders);
@@ -167,7 +167,8 @@ Exit conflicts(const Options &options, bool json) {
 }
 
 CLI::App *addCommand(CLI::App &program, Request &request, const char *name, const char *help,
-                     const std::shared_ptr<Options> &options, Exit (*work)(const Options &, bool)) {
+                     const std::shared_ptr<WhereOptions> &options,
+                     Exit (*work)(const WhereOptions &, bool)) {
     CLI::App *command = program.add_subcommand(name, help);
     command->add_option("--mod", options->mods, "Also GameData/NAME; may be repeated")
         ->type_name("NAME")
@@ -187,7 +188,7 @@ CLI::App *addCommand(CLI::App &program, Request &request, const char *name, cons
 } // namespace
 
 void addWhere(CLI::App &program, Request &request) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WhereOptions>();
     addCommand(program, request, "where",
                "Print which archives and loose files of the game hold a path, and which one wins",
                options, where)
@@ -199,7 +200,7 @@ void addConflicts(CLI::App &program, Request &request) {
     addCommand(program, request, "conflicts",
                "Print the paths that the game finds more than once with different contents; the "
                "exit code is 1 if there are any",
-               std::make_shared<Options>(), conflicts);
+               std::make_shared<WhereOptions>(), conflicts);
 }
 
 } // namespace vl2

@@ -18,7 +18,7 @@ namespace {
 using platform::Status;
 using ziplib::PackOptions;
 
-struct Options {
+struct WriteOptions {
     PackOptions pack;
     std::string from, to;
     bool check = false;
@@ -40,7 +40,7 @@ std::int32_t onProcessed(char *, std::uint32_t) {
 }
 
 // Runs one of the library's operations and prints its result.
-Exit run(const Options &options, bool json,
+Exit run(const WriteOptions &options, bool json,
          const std::function<Status(ziplib::Report &report, Json &result)> &work) {
     printsMessages = options.verbose && !json;
     const ZIPUSERFUNCTIONS functions{onPrint, nullptr, nullptr, onProcessed};
@@ -65,7 +65,7 @@ void requireArchive(const std::string &path) {
         throw Failed(status);
 }
 
-Exit save(Options &options, bool json) {
+Exit save(WriteOptions &options, bool json) {
     // Without its old entries a new archive would lack whatever is not in the folder.
     requireArchive(options.pack.archive);
     options.pack.patterns = {"*"};
@@ -88,7 +88,7 @@ void readSourceDate(PackOptions &pack) {
     pack.time = seconds * 1'000'000'000;
 }
 
-Exit build(Options &options, bool json) {
+Exit build(WriteOptions &options, bool json) {
     options.pack.utc = true;
     options.pack.hiddenToo = true;
     readSourceDate(options.pack);
@@ -104,13 +104,13 @@ Exit build(Options &options, bool json) {
     return built == ziplib::Built::Differs ? worse(code, Exit::Findings) : code;
 }
 
-Exit remove(Options &options, bool json) {
+Exit remove(WriteOptions &options, bool json) {
     return run(
         options, json,
         [&](ziplib::Report &report, Json &) { return deleteFromArchive(options.pack, report); });
 }
 
-Exit rename(Options &options, bool json) {
+Exit rename(WriteOptions &options, bool json) {
     return run(
         options, json,
         [&](ziplib::Report &report, Json &) {
@@ -123,7 +123,8 @@ Exit rename(Options &options, bool json) {
 }
 
 CLI::App *addCommand(CLI::App &program, Request &request, const char *name, const char *help,
-                     const std::shared_ptr<Options> &options, Exit (*work)(Options &, bool)) {
+                     const std::shared_ptr<WriteOptions> &options,
+                     Exit (*work)(WriteOptions &, bool)) {
     CLI::App *command = program.add_subcommand(name, help);
     command->add_flag("-v,--verbose", options->verbose, "Print each entry that is written");
     command->callback([options, &request, work] {
@@ -135,7 +136,7 @@ CLI::App *addCommand(CLI::App &program, Request &request, const char *name, cons
 } // namespace
 
 void addSave(CLI::App &program, Request &request) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WriteOptions>();
     CLI::App *command = addCommand(
         program, request, "save",
         "Pack the changed files of a folder; all other entries stay byte for byte", options, save);
@@ -144,7 +145,7 @@ void addSave(CLI::App &program, Request &request) {
 }
 
 void addBuild(CLI::App &program, Request &request) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WriteOptions>();
     CLI::App *command = addCommand(
         program, request, "build",
         "Make an archive of a folder: the same files give the same bytes", options, build);
@@ -159,7 +160,7 @@ void addBuild(CLI::App &program, Request &request) {
 }
 
 void addRemove(CLI::App &program, Request &request) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WriteOptions>();
     CLI::App *command =
         addCommand(program, request, "remove", "Remove entries; all others stay byte for byte",
                    options, remove);
@@ -169,7 +170,7 @@ void addRemove(CLI::App &program, Request &request) {
 }
 
 void addRename(CLI::App &program, Request &request) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<WriteOptions>();
     CLI::App *command = addCommand(
         program, request, "rename",
         "Rename an entry, or with / at the end of both names a folder, without packing it again",
