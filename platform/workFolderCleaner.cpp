@@ -128,14 +128,24 @@ struct WorkFolderCleaner::State {
                 isEdited = isFile && !isHeld;
                 return isHeld;
             });
-        if (!trashes || status.ok() || status.is(Failure::NotFound))
+        if (status.ok() || status.is(Failure::NotFound))
             return status;
         QString shown = file.toString().replace(u'\\', u'/');
         if (shown.startsWith(u'/'))
             shown.remove(0, 1);
-        if (isEdited && moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
+        if (!trashes) {
+            if (isEdited && !kept.contains(shown))
+                kept.append(shown);
+            return status;
+        }
+        const Trashing trashing = isEdited ? moveToTrash(folder.pathOf(name)) : Trashing::NoTrash;
+        if (trashing == Trashing::Moved) {
             trashed.append(shown);
             return {};
+        }
+        if (trashing == Trashing::Failed) {
+            kept.append(shown);
+            return status;
         }
         status = folder.removeFile(name);
         if (isEdited && status.ok())
@@ -153,6 +163,7 @@ struct WorkFolderCleaner::State {
     bool trashes = false;   // what `packed` does not hold; else it stays
     QStringList trashed;
     QStringList deleted;
+    QStringList kept;
 };
 
 WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
@@ -179,6 +190,10 @@ const QStringList &WorkFolderCleaner::trashed() const {
 
 const QStringList &WorkFolderCleaner::deleted() const {
     return m_state->deleted;
+}
+
+const QStringList &WorkFolderCleaner::kept() const {
+    return m_state->kept;
 }
 
 bool WorkFolderCleaner::clearAttributes(const QString &file, FileInfo *cleared) {

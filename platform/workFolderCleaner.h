@@ -27,9 +27,11 @@ class WorkFolderCleaner {
     // From now on moves files that an archive does not hold to the desktop's trash; where there is
     // none for this disk, deletes them. `packed` must outlive this.
     void trashOthers(const PackedFiles &packed);
-    // The files that were moved to the trash, and those that should have been but were deleted.
+    // The files that were moved to the trash, those that were deleted for lack of one, and those
+    // that stay: the trash did not take them, or deleteOnly() keeps them.
     const QStringList &trashed() const;
     const QStringList &deleted() const;
+    const QStringList &kept() const;
 
     // Clears read-only, hidden, system and archive of one file. `cleared` receives the file's
     // information afterwards.

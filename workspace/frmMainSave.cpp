@@ -34,10 +34,11 @@ void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
     StopLooking();
+    QString stayed;
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
-        CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
+        stayed = CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
         m_conflicts.clear();
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
         UpdateRecord();
@@ -54,7 +55,7 @@ void frmMain::cmdSaveChanges_Click() {
         platform::MsgBox(failure, platform::kCritical, "Orvel");
     const bool saved = failure.isEmpty() || failure.contains(kPartly);
     if (saved)
-        ShowNote(SaveNote());
+        ShowNote(stayed.isEmpty() ? SaveNote() : SaveNote() + '\n' + stayed);
 }
 
 QString frmMain::SaveNote() const {
@@ -196,7 +197,9 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
         if (containsNoFile(platform::nativePath(WorkFolder())))
             WorkRecord::remove(WorkFolders(), WorkFolderName());
         ProgressBar->hide();
-        note = TrashNote(cleaner.trashed(), cleaner.deleted());
+        note = others == Others::Keep
+                   ? StayedNote(cleaner.kept())
+                   : TrashNote(cleaner.trashed(), cleaner.deleted(), cleaner.kept());
     }
     UpdateButtons();
     return note;

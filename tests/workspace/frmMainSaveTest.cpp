@@ -213,6 +213,24 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     EXPECT_EQ(joined(QDir(job.folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)),
               "shapes");
     EXPECT_TRUE(QDir(job.folder + "shapes").isEmpty());
+    if (QDir::rootPath() != "/")
+        return;
+    // A name that has no room for the ending of the information, and a trash that takes nothing.
+    const QString longName = QString(250, 'n') + ".cs";
+    for (const bool takes : {true, false}) {
+        job.window->click("cmdExtract");
+        writeFile(job.folder + longName, "new");
+        if (!takes) {
+            EXPECT_TRUE(QDir(files + "info").removeRecursively());
+            writeFile(files + "info", "in the way");
+        }
+        job.window->click("cmdCancel");
+        EXPECT_NE(QFile::exists(job.folder + longName), takes);
+        EXPECT_TRUE(job.window->note().contains(takes ? "1 edited file was moved to the trash"
+                                                      : "left in the work folder"))
+            << job.window->note().toStdString();
+    }
+    EXPECT_EQ(readFile(job.folder + longName), "new");
 }
 
 TEST(frmMainSave, deletes_files_added_at_the_top_but_only_if_the_first_file_is_there) {
