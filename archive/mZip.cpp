@@ -140,9 +140,7 @@ void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
         seen.modified = file->modified;
         seen.changed = file->changed;
         m_cCurrentZip->m_tPacked->add(QString::fromUtf8(file->path), seen, file->crc, file->began,
-                                      file->outcome == VL2ZIP_CHANGED ||
-                                          file->outcome == VL2ZIP_ADDED ||
-                                          file->outcome == VL2ZIP_RESTORED);
+                                      true);
         const SavedFile::Outcome outcome{file->outcome};
         if (outcome == SavedFile::Outcome::Same)
             return;

@@ -147,6 +147,12 @@ def keeps_open(path):
         yield
 
 
+def writes_late(path):
+    with open(path, "r+b", buffering=0) as file:
+        yield
+        file.write(NEW)
+
+
 def renames(path):
     with open(path + ".tmp", "xb", buffering=0) as file:
         file.write(NEW[:HALF])
@@ -180,6 +186,7 @@ def reads(path):
 PROGRAMS = [("an editor that writes in place", writes("r+b"), False),
             ("an editor that truncates the file and writes slowly", writes("wb"), False),
             ("an editor that keeps the file open", keeps_open, True),
+            ("an editor that opens the file and writes later", writes_late, True),
             ("an editor that renames a new file", renames, False),
             ("an editor with a lock file", locks, True),
             ("an editor that restores the time", restores_time, False),

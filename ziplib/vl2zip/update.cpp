@@ -4,6 +4,7 @@
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/changeDetector.h"
 #include "ziplib/vl2zip/compare/detectChanges.h"
+#include "ziplib/vl2zip/compare/sourceFile.h"
 #include "ziplib/vl2zip/select/leftovers.h"
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/select/selection.h"
@@ -336,6 +337,7 @@ Status Update::run(bool &again) {
 } // namespace
 
 Status updateArchive(const PackOptions &options, Report &report) {
+    SourceFile::allowWaiting();
     std::optional<std::string> password;
     std::string changed;
     bool guess = true;

@@ -36,8 +36,11 @@ class SourceFile {
     // The same, but its times may differ.
     bool unchangedButTimes() const;
     // Waits until no program has the open file open for writing, which may have written half of it,
-    // or the file does not change for a second. True if it has waited: open the file again.
+    // or the file does not change for a second. True if it has waited: open the file again. All
+    // files of a save together wait for three seconds at most, from the first wait on.
     bool waitForWriter() const;
+    // Begins a save: resets that time.
+    static void allowWaiting();
     // DOS attributes.
     std::uint8_t attributes() const;
     // Finds out whether the open file, before conversion, looks like text.
