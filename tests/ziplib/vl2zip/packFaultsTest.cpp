@@ -200,6 +200,23 @@ TEST_F(PackFaults, EditsThatKeepSizeAndTimeArePackedBesideAMerge) {
     EXPECT_EQ(content(archive, "gone.txt"), "edited");
 }
 
+TEST_F(PackFaults, AConflictWithAnEntryInAnotherCaseCanBeSettled) {
+    fs::remove(archive);
+    fs::remove_all(work);
+    writeFile(work / "Scripts/Camera.cs", "newer");
+    ASSERT_EQ(run(call()).code, 0);
+    fs::remove_all(work);
+    writeFile(work / "scripts/camera.cs", "mine");
+    auto pack = call();
+    pack.base.emplace()["scripts/camera.cs"] = "extracted";
+    const auto result = run(pack);
+    EXPECT_EQ(result.code, 83);
+    EXPECT_EQ(result.conflicts, Names{"Scripts/Camera.cs"});
+    (*pack.base)["Scripts/Camera.cs"] = "newer";
+    EXPECT_EQ(run(pack).code, 0);
+    EXPECT_EQ(files(archive), (Files{{"Scripts/Camera.cs", "mine"}}));
+}
+
 TEST_F(PackFaults, AnArchiveDeletedDuringTheSaveIsMadeAnewWithItsEntries) {
     writeFile(work / "other.txt", "not extracted");
     ASSERT_EQ(run(call()).code, 0);
