@@ -1,5 +1,6 @@
 #include "platform/trash.h"
 
+#include "storage/pathText.h"
 #include "storage/posix/descriptor.h"
 #include "storage/storage.h"
 
@@ -103,7 +104,7 @@ std::string reserve(const std::string &file, const Trash &trash) {
     const std::string name = shortened(file.substr(file.find_last_of('/') + 1));
     const std::string text = informationOf(file, trash);
     for (int number = 1; number < kMostNames; ++number) {
-        const std::string tried = number == 1 ? name : name + '.' + std::to_string(number);
+        std::string tried = number == 1 ? name : name + '.' + std::to_string(number);
         const std::string info = trash.folder + "/info/" + tried + kInfoEnding;
         const Descriptor opened(
             ::open(info.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
@@ -150,14 +151,14 @@ Trashing moveToTrash(const std::string &file) {
     if (result != Trashing::NoTrash)
         return result;
     const std::string top = topOf(file, info.st_dev);
-    const std::string below = top.size() > 1 ? top + '/' : top;
+    const std::string shared = joinPath(top, ".Trash");
     const std::string user = std::to_string(::getuid());
-    struct stat shared = {};
-    const bool isShared = isFolder(below + ".Trash", shared) && (shared.st_mode & S_ISVTX) != 0;
-    for (const std::string &folder : {below + ".Trash/" + user, below + ".Trash-" + user})
-        if ((isShared || folder.find("/.Trash-") != std::string::npos) && makeTrash(folder, false))
-            return moveTo({folder, top}, file);
-    return Trashing::NoTrash;
+    struct stat its = {};
+    const bool isShared = isFolder(shared, its) && (its.st_mode & S_ISVTX) != 0;
+    if (isShared && makeTrash(joinPath(shared, user), false))
+        return moveTo({joinPath(shared, user), top}, file);
+    const std::string own = joinPath(top, ".Trash-" + user);
+    return makeTrash(own, false) ? moveTo({own, top}, file) : Trashing::NoTrash;
 }
 
 } // namespace platform
