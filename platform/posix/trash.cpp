@@ -18,7 +18,7 @@
 #include <algorithm>
 #include <string_view>
 
-// The desktop's trash, as the freedesktop trash specification 1.0 defines it. QFile::moveToTrash
+// The desktop's trash in the form that freedesktop.org defines (version 1.0). QFile::moveToTrash
 // tries names without end if it may not write in the trash or the name is too long, and uses the
 // current folder if the trash is no folder.
 namespace platform {

@@ -9,7 +9,7 @@ namespace ziplib {
 
 namespace {
 
-// Info-ZIP's field for a name in UTF-8.
+// The extra field for a name in UTF-8.
 constexpr std::uint16_t kExtraUnicodePath = 0x7075;
 
 std::string withoutOldName(std::string_view extra) {
