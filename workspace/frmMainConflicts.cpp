@@ -64,11 +64,12 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     const QString extracted = TheirsFolder() + "\\.part";
     const QString from = platform::nativePath(extracted);
     const QString to = platform::nativePath(TheirsFolder());
-    for (const QString &folder : {to, from})
-        if (QFileInfo(folder).isSymLink()) {
-            reason = QDir::toNativeSeparators(folder) + " is a link";
-            return {};
-        }
+    for (const QString &folder : {to, from}) {
+        if (!QFileInfo(folder).isSymLink())
+            continue;
+        reason = QDir::toNativeSeparators(folder) + " is a link";
+        return {};
+    }
     platform::WorkFolderCleaner earlier(TheirsFolder());
     QSet<QString> wanted;
     for (const EntryVersion &entry : conflicts) {

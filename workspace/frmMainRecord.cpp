@@ -125,7 +125,10 @@ void frmMain::WriteRecord(const WorkRecord &prepared) {
         }
         const bool keep = !entry.written && before != nullptr &&
                           (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
-        record.put(keep ? *before : std::move(entry));
+        if (keep)
+            record.put(*before);
+        else
+            record.put(std::move(entry));
         if ((record.entries().size() & 0x3FU) == 0)
             platform::repaintPending();
     }
