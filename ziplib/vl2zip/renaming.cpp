@@ -44,11 +44,10 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                         return {Failure::Exists, where + path + " exists already"};
                     if (!renaming)
                         continue;
-                    if (const std::string reason = reasonAgainstName(fresh); !reason.empty())
-                        return {Failure::Unsafe, std::string(where)
-                                                     .append(fresh)
-                                                     .append(" is no name for an entry: ")
-                                                     .append(reason)};
+                    if (const std::string reason = reasonAgainstName(fresh); !reason.empty()) {
+                        const std::string what = fresh + " is no name for an entry: " + reason;
+                        return {Failure::Unsafe, where + what};
+                    }
                     if (auto done = writer.rename(i, fresh); !done.ok())
                         return done;
                     names.emplace(platform::foldCase(fresh), i);
