@@ -1,5 +1,7 @@
 #pragma once
 
+#include "registry/posix/hiveText.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
@@ -8,7 +10,7 @@
 #include <cstdint>
 #include <optional>
 
-// The lines of a hive file: text with escapes, and values.
+// The values in the lines of a hive file.
 namespace platform::hive {
 
 // Type codes with a special treatment.
@@ -31,25 +33,6 @@ struct Value {
 // Conversion between a value and the bytes of the narrow registry functions.
 Value valueFromNarrow(std::uint32_t type, const QByteArray &data);
 QByteArray narrowData(const Value &value);
-
-// One line of a text: [begin, end) without its line end; `next` is the start of the next line.
-struct Line {
-    qsizetype begin = 0;
-    qsizetype end = 0;
-    qsizetype next = 0;
-};
-Line lineAt(QByteArrayView text, qsizetype begin);
-
-// The first character of a line that is not a blank, or 0.
-char firstCharacter(QByteArrayView text, const Line &line);
-
-// Reads escaped text from `at` up to the closing character, and advances `at` past that. Nothing if
-// the closing character is missing. Bytes that are not ASCII, which only manual edits contain, are
-// decoded as UTF-8 if valid, else as Latin-1.
-std::optional<QString> readEscaped(QByteArrayView text, qsizetype &at, char close);
-
-// The reverse: `special` characters, the backslash and all non-ASCII characters are escaped.
-QByteArray escaped(QStringView text, QByteArrayView special);
 
 // A value and its position in the file.
 struct ValueLine {
