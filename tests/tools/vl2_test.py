@@ -236,6 +236,13 @@ class Vl2(unittest.TestCase):
             self.assertEqual(built.getinfo("B.txt").date_time, (1980, 1, 1, 0, 0, 0))
         self.nothing_left()
 
+    def test_grep_finds_a_plain_text_at_every_offset(self):
+        # The other word has the same first, middle and last letter.
+        lines = ["x" * i + ("needle" if i % 3 == 0 else "nexdxe") for i in range(300)]
+        self.write("c.vl2", archive([Entry("a.txt", "\n".join(lines).encode(), 8)]))
+        found = run(["grep", "-F", "needle", "c.vl2", "--json"]).stdout.splitlines()
+        self.assertEqual([json.loads(line)["line"] for line in found], list(range(1, 301, 3)))
+
     def test_hostile_archives_end_every_command_that_reads(self):
         for path in HOSTILE:
             for command in (["list", "-l"], ["test"], ["grep", "e"], ["check"], ["diff", "a.vl2"],
