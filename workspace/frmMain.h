@@ -162,11 +162,12 @@ class frmMain : public QWidget {
                              const std::function<bool(const QString &)> &exists);
     // Writes the record after an extraction, from what PrepareRecord returned.
     void WriteRecord(const WorkRecord &prepared);
-    // The record of the work folder; none if there is none of the selected archive.
+    // The record of the work folder; none if there is none or it is unreadable.
     std::optional<WorkRecord> ReadRecord() const;
-    // What a save has to compare folder and archive with; none without a record.
+    // What a save has to compare folder and archive with; none without a record, nothing with an
+    // unreadable one.
     std::optional<std::vector<EntryVersion>> SaveBase() const;
-    // Notes in the record, if there is one, what the last save has packed.
+    // Notes in the record, if there is one, what the last save has packed, and where.
     void UpdateRecord();
 
     // frmMainConflicts.cpp: files that were changed in the folder and in the archive

@@ -470,13 +470,33 @@ TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_wo
 }
 
 TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
-    for (const QString moved : {"game", "work folders", "setting only"}) {
+    for (const QString moved : {"game", "work folders", "setting only", "name", "link"}) {
         SCOPED_TRACE(moved.toStdString());
         Extracted job;
         const Answers answers;
-        writeFile(job.folder + "readme.txt", "mine");
         std::vector<ArchiveFile> newer = kFiles;
         newer[1].bytes = "theirs";
+        const QString first = job.game.root() + "/first.vl2";
+        const QString second = job.game.root() + "/second.vl2";
+        if (moved == "link") {
+            job.window->click("cmdCancel");
+            ASSERT_TRUE(QFile::rename(job.archive, first));
+            if (!makeLink(pathOf(first), pathOf(job.archive)))
+                continue;
+            job.window->click("cmdExtract");
+        }
+        writeFile(job.folder + "readme.txt", "mine");
+        if (moved == "link") {
+            makeArchive(second, newer);
+            ASSERT_TRUE(QFile::remove(job.archive) &&
+                        makeLink(pathOf(second), pathOf(job.archive)));
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(readArchive(second).at("readme.txt"), "mine");
+            EXPECT_EQ(readArchive(second).at("scripts/a.cs"), "theirs");
+            EXPECT_EQ(readArchive(first).at("readme.txt"), "r");
+            EXPECT_EQ(said(answers), "");
+            continue;
+        }
         job.replaceArchive(newer);
         const QString elsewhere = job.game.root() + "/elsewhere";
         if (moved == "setting only") {
@@ -487,7 +507,11 @@ TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
             TempGame::setTempFolder(job.game.temp());
         }
         job.window.reset();
-        if (moved == "game") {
+        if (moved == "name") {
+            const QString renamed = job.game.archive("classic.VL2");
+            ASSERT_TRUE(QFile::rename(job.archive, renamed));
+            job.archive = renamed;
+        } else if (moved == "game") {
             ASSERT_TRUE(QFile::rename(job.game.folder(), elsewhere));
             TempGame::setGameFolder(elsewhere);
             job.archive.replace(job.game.folder(), elsewhere);
@@ -525,35 +549,54 @@ TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
     }
 }
 
-TEST(frmMainSave, packs_every_difference_without_a_usable_record) {
+TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
+    struct Row {
+        const char *record;
+        bool asks = true;
+        const char *saved = "a"; // of the entry that only the archive's side has changed
+    };
     QByteArray other; // the record of another archive
-    for (const char *record : {"other", "missing", "cut off", "version", "folder", "of another"}) {
-        SCOPED_TRACE(record);
-        Extracted job(kFiles, QString(record) == "other" ? "Other" : "Classic");
+    for (const Row &row : {Row{"other"}, Row{"missing", false}, Row{"cut off"}, Row{"version"},
+                           Row{"folder"}, Row{"empty"}, Row{"of another", false, "theirs"}}) {
+        const QString record = row.record;
+        SCOPED_TRACE(row.record);
+        Extracted job(kFiles, record == "other" ? "Other" : "Classic");
         const QByteArray whole = readFile(job.record());
         ASSERT_FALSE(whole.isEmpty());
         QFile::remove(job.record());
-        if (QString(record) == "other") {
+        if (record == "other") {
             other = whole;
             continue;
         }
-        if (QString(record) == "cut off")
+        if (record == "cut off")
             writeFile(job.record(), whole.chopped(1));
-        else if (QString(record) == "version")
+        else if (record == "version")
             writeFile(job.record(), QByteArray(whole).replace(7, 1, "\x7F"));
-        else if (QString(record) == "folder")
+        else if (record == "folder")
             QDir().mkpath(job.record() + "/in the way");
-        else if (QString(record) == "of another")
+        else if (record == "empty")
+            writeFile(job.record(), "");
+        else if (record == "of another")
             writeFile(job.record(), other);
         std::vector<ArchiveFile> newer = kFiles;
         newer[1].bytes = "theirs";
         job.replaceArchive(newer);
         writeFile(job.folder + "readme.txt", "edited");
+        writeFile(job.folder + "scripts/new.cs", "added");
         const Answers answers;
         job.window->click("cmdSaveChanges");
-        EXPECT_EQ(said(answers), "");
+        if (row.asks) {
+            EXPECT_EQ(answers.boxes().size(), 1U);
+            EXPECT_TRUE(job.window->status().contains("readme.txt, scripts/a.cs changed in"))
+                << job.window->status().toStdString();
+            EXPECT_EQ(readFile(job.game.temp() + "/Classic.theirs/scripts/a.cs.theirs"), "theirs");
+            EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
+            job.window->click("cmdSaveChanges");
+        }
+        EXPECT_EQ(answers.boxes().size(), row.asks ? 1U : 0U) << said(answers);
         EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited");
-        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "a");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/new.cs"), "added");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), row.saved);
         EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
         job.window->click("cmdExtract");
         EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
