@@ -121,7 +121,9 @@ struct ChangedFiles::Task {
         if (const auto record = WorkRecord::read(parent, workFolder)) {
             m_known = record->knownFiles();
             for (const WorkRecord::Entry &entry : record->entries())
-                addPath(QString::fromStdString(entry.path).replace('/', '\\'));
+                if (const QString path = QString::fromStdString(entry.path).replace('/', '\\');
+                    entry.written || !m_paths.contains(foldedPath(path)))
+                    addPath(path);
         } else {
             FileInfo anyVersion;
             anyVersion.size = platform::PackedFiles::kAnySize;
