@@ -549,6 +549,45 @@ TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
     }
 }
 
+TEST(frmMainSave, packs_over_a_version_that_no_file_can_hold_after_it_has_kept_the_archive) {
+    const QString longName(246, 'n');
+    for (const QString &name :
+         {QString("a.txt"), "s/" + longName + ".css", "scripts/" + longName + ".css"}) {
+        SCOPED_TRACE(name.toStdString());
+        const bool isEncrypted = name == "a.txt"; // in the archive below
+        const bool isKept = name.startsWith("s/");
+        Extracted job({{"keep.txt", "k"}, {name, "base"}});
+        const Answers answers;
+        writeFile(job.folder + name, "mine");
+        if (isEncrypted)
+            writeFile(job.archive, readFile(dataArchive("encrypted")));
+        else
+            job.replaceArchive({{"keep.txt", "k"}, {name, "theirs"}});
+        const QByteArray theirs = readFile(job.archive);
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), 1U);
+        EXPECT_EQ(readFile(job.archive), theirs);
+        const QString folder = job.game.temp() + "/Classic.theirs";
+        const QString copy = folder + "/CLASSIC.vl2";
+        EXPECT_NE(job.window->status().contains(QDir::toNativeSeparators(copy)), isKept)
+            << job.window->status().toStdString();
+        EXPECT_EQ(readFile(copy), isKept ? QByteArray() : theirs);
+        const QStringList kept = QDir(folder + "/s").entryList(QDir::Files);
+        EXPECT_EQ(kept.size(), isKept ? 1 : 0);
+        if (isKept && !kept.isEmpty()) {
+            EXPECT_TRUE(kept.first().startsWith("nnn") && kept.first().endsWith(".theirs"));
+            EXPECT_EQ(readFile(folder + "/s/" + kept.first()), "theirs");
+        }
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), 1U) << said(answers);
+        EXPECT_EQ(job.window->status(), "Classic.vl2 was created successfully");
+        if (isEncrypted)
+            EXPECT_NE(readFile(job.archive), theirs);
+        else
+            EXPECT_EQ(readArchive(job.archive).at(name), "mine");
+    }
+}
+
 TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
     struct Row {
         const char *record;
