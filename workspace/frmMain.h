@@ -3,6 +3,7 @@
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
 #include "archive/workRecord.h"
+#include "platform/workFolderCleaner.h"
 #include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
 #include "workspace/changedFiles.h"
@@ -200,6 +201,9 @@ class frmMain : public QWidget {
     platform::PackedFiles KnownFiles() const;
     // The listed entries, by their content alone.
     platform::PackedFiles ListedFiles() const;
+    // Deletes the files of entries that the archive has lost since the extraction, and the folders
+    // that it has lost with them.
+    void DeleteLostFiles(platform::WorkFolderCleaner &cleaner) const;
     // What the last save did.
     QString SaveNote() const;
 

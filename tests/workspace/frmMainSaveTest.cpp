@@ -549,6 +549,20 @@ TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
     }
 }
 
+TEST(frmMainSave, cleans_up_what_the_archive_has_lost_before_the_window_was_opened) {
+    for (const char *button : {"cmdSaveChanges", "cmdCancel"}) {
+        Extracted job;
+        job.window.reset();
+        writeFile(job.folder + "textures/new.png", "new");
+        job.replaceArchive({kFiles[0]});
+        MainWindow window;
+        window.pick("Classic");
+        window.click(button);
+        EXPECT_FALSE(QFile::exists(job.folder)) << window.note().toStdString();
+        EXPECT_FALSE(QFile::exists(job.record()));
+    }
+}
+
 TEST(frmMainSave, packs_over_a_version_that_no_file_can_hold_after_it_has_kept_the_archive) {
     const QString longName(246, 'n');
     for (const QString &name :
