@@ -162,7 +162,7 @@ struct ChangedFiles::Task {
                      !walk(opened, below, depth + 1, result))
                 return false;
         }
-        return true;
+        return !stop;
     }
 
     void lookAt(const Folder &folder, const FolderItem &item, const FileInfo &info,
@@ -186,11 +186,12 @@ struct ChangedFiles::Task {
             platform::PackedFiles::timesProve(info, seen->when - kCoarsestTime))
             return seen->isSame;
         bool wasRead = false;
-        const bool isSame = m_known.hold(path, info, true, [&](InputFile &file) {
+        const auto open = [&](InputFile &file) {
             wasRead = true;
             return folder.openFile(name, file);
-        });
-        if (wasRead)
+        };
+        const bool isSame = m_known.hold(path, info, true, open, &stop);
+        if (wasRead && !stop)
             m_seen.insert(path, {info, m_now, isSame});
         return isSame;
     }
