@@ -73,7 +73,8 @@ QString frmMain::SaveNote() const {
     QStringList lines(ChangesNote(withOutcome({Outcome::Changed}),
                                   withOutcome({Outcome::Added, Outcome::Restored})));
     if (lines.first().isEmpty())
-        lines.first() = "Nothing was changed, and the archive was left alone.";
+        lines.first() = result.partly() ? "No other file was changed."
+                                        : "Nothing was changed, and the archive was left alone.";
     const auto add = [&](const char *what, Outcome outcome) {
         const QStringList paths = withOutcome({outcome});
         if (!paths.isEmpty())

@@ -307,6 +307,9 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_what_was_skipped) {
     EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited");
     EXPECT_EQ(readFile(job.folder + "readme.txt"), "edited");
     EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    EXPECT_EQ(job.window->note(), "1 file changed: readme.txt");
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(job.window->note(), "No other file was changed.");
 }
 
 TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {

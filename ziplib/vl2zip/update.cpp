@@ -125,7 +125,8 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
         warn(": is hidden and was left out; the archive keeps the version that it has");
         break;
     case Verdict::CutOff:
-        warn(": the file is cut off, as after a power cut; the archive keeps it whole");
+        warn(": is cut off, as after a power cut, and was left out; the archive keeps the whole "
+             "file. To pack it as it is, save it again with its program; else delete it");
         break;
     }
 }
