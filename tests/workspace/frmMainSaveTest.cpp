@@ -569,9 +569,11 @@ TEST(frmMainSave, cleans_up_what_the_archive_has_lost_before_the_window_was_open
 }
 
 TEST(frmMainSave, packs_over_a_version_that_no_file_can_hold_after_it_has_kept_the_archive) {
-    const QString longName(246, 'n');
-    for (const QString &name :
-         {QString("a.txt"), "s/" + longName + ".css", "scripts/" + longName + ".css"}) {
+    const QString longName = QString(246, 'n') + ".css";
+    QStringList names{"a.txt"};
+    if (QDir::rootPath() == "/") // Windows has shorter paths
+        names += {"s/" + longName, "scripts/" + longName};
+    for (const QString &name : std::as_const(names)) {
         SCOPED_TRACE(name.toStdString());
         const bool isEncrypted = name == "a.txt"; // in the archive below
         const bool isKept = name.startsWith("s/");
