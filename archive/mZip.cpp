@@ -38,7 +38,7 @@ void setBase(const std::optional<std::vector<EntryVersion>> &base, VL2ZIP_CONFLI
     if (base) {
         versions.reserve(base->size() + 1); // not null, even if the archive held nothing
         for (const EntryVersion &entry : *base)
-            versions.push_back({entry.path.c_str(), entry.size, entry.crc});
+            versions.push_back({entry.path.c_str(), entry.size, entry.crc, entry.written ? 1 : 0});
     }
     const auto set = library().functionIfThere<decltype(&ZpSetBase)>("ZpSetBase");
     const auto count = static_cast<std::uint32_t>(versions.size());

@@ -18,6 +18,7 @@
 //   CRC-32 of all bytes so far
 //   entries in the archive's order, each path as the bytes that differ from the previous one
 //   CRC-32 of all bytes so far
+//   the bytes before the entries once more, and their number, 4 bytes
 
 using platform::FileInfo;
 using platform::Folder;
@@ -25,7 +26,7 @@ using platform::Status;
 
 namespace {
 
-constexpr std::string_view kMagic = "OrvelWR\1"; // the last byte is the version
+constexpr std::string_view kMagic = "OrvelWR\2"; // the last byte is the version
 constexpr int kSizeBytes = 4;
 constexpr int kCrcBytes = 4;
 constexpr std::size_t kHeadStart = kMagic.size() + kSizeBytes;
@@ -107,6 +108,29 @@ WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileI
     return entry;
 }
 
+// What follows the entries: the bytes before them, and their number.
+std::string lastHead(const std::string &head) {
+    RecordWriter out;
+    out.text(head);
+    out.fixed(head.size(), kSizeBytes);
+    return out.bytes();
+}
+
+// Whether a folder has a file of exactly this name, in this case.
+bool isListed(const QString &path) {
+    Folder folder;
+    std::vector<platform::FolderItem> items;
+    const QFileInfo file(path);
+    const std::string name = file.fileName().toStdString();
+    return folder.open(file.path().toStdString()).ok() && folder.list(items).ok() &&
+           std::any_of(items.begin(), items.end(),
+                       [&](const platform::FolderItem &item) { return item.name == name; });
+}
+
+bool isKnownFile(const FileInfo &info, const FileInfo &other) {
+    return info.id != 0 && sameFile(info, other);
+}
+
 // Opens the folder of the records; false if there is none.
 bool openFolder(const QString &folders, Folder &folder) {
     try {
@@ -133,6 +157,19 @@ class WorkRecordReader {
         return m_size <= kLargestRecord;
     }
 
+    // From the copy at the end. readEntries() is not possible after it.
+    bool readLastHead() {
+        m_bytes.clear();
+        std::string size(kSizeBytes, '\0');
+        if (m_size < kSizeBytes || !readAt(m_size - kSizeBytes, size))
+            return false;
+        const std::uint64_t length = RecordReader(size).fixed(kSizeBytes);
+        if (length > m_size - kSizeBytes)
+            return false;
+        m_start = m_size - kSizeBytes - length;
+        return readHead();
+    }
+
     bool readHead() {
         if (!readUpTo(kHeadStart) || !std::string_view(m_bytes).starts_with(kMagic))
             return false;
@@ -149,6 +186,8 @@ class WorkRecordReader {
         seen.size = head.number();
         seen.modified = static_cast<std::int64_t>(head.step(0));
         seen.changed = static_cast<std::int64_t>(head.step(0));
+        m_record.m_archive.folder.device = head.number();
+        m_record.m_archive.folder.id = head.number();
         m_record.m_device = head.number();
         m_record.m_began = static_cast<std::int64_t>(head.step(0));
         m_count = head.number();
@@ -157,7 +196,13 @@ class WorkRecordReader {
 
     bool readEntries() {
         const std::size_t start = m_bytes.size();
-        if (!readUpTo(m_size) || m_size < start + kCrcBytes || !endsInCrc())
+        if (m_size < 2 * start + kCrcBytes + kSizeBytes)
+            return false;
+        const std::size_t end = static_cast<std::size_t>(m_size) - start - kSizeBytes;
+        if (!readUpTo(m_size) || lastHead(m_bytes.substr(0, start)) != m_bytes.substr(end))
+            return false;
+        m_bytes.resize(end);
+        if (!endsInCrc())
             return false;
         RecordReader in(
             std::string_view(m_bytes).substr(start, m_bytes.size() - start - kCrcBytes));
@@ -179,14 +224,18 @@ class WorkRecordReader {
     WorkRecord take() { return std::move(m_record); }
 
   private:
+    bool readAt(std::uint64_t offset, std::string &bytes, std::size_t from = 0) const {
+        const std::size_t size = bytes.size() - from;
+        std::size_t got = 0;
+        return m_file.readAt(offset, bytes.data() + from, size, got).ok() && got == size;
+    }
+
     bool readUpTo(std::uint64_t end) {
         const std::size_t start = m_bytes.size();
-        if (end < start || end > m_size)
+        if (end < start || end > m_size - m_start)
             return false;
         m_bytes.resize(static_cast<std::size_t>(end));
-        std::size_t got = 0;
-        return m_file.readAt(start, m_bytes.data() + start, m_bytes.size() - start, got).ok() &&
-               got == m_bytes.size() - start;
+        return readAt(m_start + start, m_bytes, start);
     }
 
     bool endsInCrc() const {
@@ -197,6 +246,7 @@ class WorkRecordReader {
 
     platform::InputFile m_file;
     std::uint64_t m_size = 0;
+    std::uint64_t m_start = 0; // of m_bytes in the file
     std::uint64_t m_count = 0;
     std::string m_bytes;
     WorkRecord m_record;
@@ -206,8 +256,9 @@ bool WorkRecord::Archive::isSame(const Archive &other) const {
     const auto sensitivity = platform::namesIgnoreCase() ? Qt::CaseInsensitive : Qt::CaseSensitive;
     if (path.compare(other.path, sensitivity) == 0)
         return true;
-    return QFileInfo(path).fileName().compare(QFileInfo(other.path).fileName(), sensitivity) == 0 &&
-           !QFileInfo::exists(path);
+    const QString name = QFileInfo(path).fileName();
+    return name.compare(QFileInfo(other.path).fileName(), Qt::CaseInsensitive) == 0 &&
+           (isKnownFile(seen, other.seen) || isKnownFile(folder, other.folder)) && !isListed(path);
 }
 
 const WorkRecord::Entry *WorkRecord::find(std::string_view path) const {
@@ -253,6 +304,9 @@ std::optional<WorkRecord::Archive> WorkRecord::archiveAt(const QString &path) {
     if (!opened.open(folder).ok() || !opened.info(name, archive.seen).ok())
         return {};
     archive.path = QString::fromStdString(opened.pathOf(name));
+    std::string parent;
+    if (platform::resolvePath(folder, parent, name).ok() && opened.open(parent).ok())
+        static_cast<void>(opened.info(name, archive.folder));
     return archive;
 }
 
@@ -266,9 +320,15 @@ std::optional<WorkRecord> WorkRecord::read(const QString &folders, const QString
 std::optional<WorkRecord::Archive> WorkRecord::readArchive(const QString &folders,
                                                            const QString &name) {
     WorkRecordReader reader;
-    if (!reader.open(folders, name) || !reader.readHead())
+    if (!reader.open(folders, name) || (!reader.readHead() && !reader.readLastHead()))
         return {};
     return reader.take().archive();
+}
+
+bool WorkRecord::exists(const QString &folders, const QString &name) {
+    Folder folder;
+    FileInfo info;
+    return openFolder(folders, folder) && folder.info(fileName(name).toStdString(), info).ok();
 }
 
 Status WorkRecord::write(const QString &folders, const QString &name) const {
@@ -281,6 +341,8 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     head.number(m_archive.seen.size);
     head.step(bits(m_archive.seen.modified), 0);
     head.step(bits(m_archive.seen.changed), 0);
+    head.number(m_archive.folder.device);
+    head.number(m_archive.folder.id);
     head.number(m_device);
     head.step(bits(m_began), 0);
     head.number(m_entries.size());
@@ -290,6 +352,7 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     out.fixed(head.bytes().size(), kSizeBytes);
     out.text(head.bytes());
     out.fixed(crcOf(out.bytes()), kCrcBytes);
+    const std::string start = out.bytes();
     FileInfo before;
     std::string_view previous;
     for (const Entry &entry : m_entries) {
@@ -299,6 +362,7 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
             before = entry.file;
     }
     out.fixed(crcOf(out.bytes()), kCrcBytes);
+    out.text(lastHead(start));
 
     Folder folder;
     if (!openFolder(folders, folder))

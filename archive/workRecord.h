@@ -13,11 +13,12 @@
 #include <utility>
 #include <vector>
 
-// An entry as an archive holds it.
+// An entry as an archive holds or held it.
 struct EntryVersion {
     std::string path; // UTF-8, "/" between the folders
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
+    bool written = false; // whether the extraction wrote its file
 
     // The size of an entry that was listed only.
     static constexpr std::uint64_t kUnknownSize = platform::PackedFiles::kAnySize;
@@ -35,16 +36,18 @@ class WorkRecord {
   public:
     struct Archive {
         QString path;            // the real one, in the system's form
-        platform::FileInfo seen; // at the extraction
+        platform::FileInfo seen; // at the extraction, or after the last save
+        platform::FileInfo folder{};
 
-        // True if this is the archive at `other`, whose content may have changed; also if no file
-        // is here any more and `other` has the same name: the folder of the game was moved.
+        // True if this is the archive at `other`, whose content may have changed. At another path
+        // it is if nothing has the old one any more, the names differ in case at most, and the file
+        // or its folder is still the same one: the folder of the game was moved, or the archive
+        // renamed. An archive on a disk that is not mounted is not the same as one elsewhere.
         bool isSame(const Archive &other) const;
     };
 
     struct Entry : EntryVersion {
         std::uint32_t dosTime = 0; // the stored date and time, the date in the upper half
-        bool written = false;      // whether the extraction wrote its file
         // If written: any later change of the file shows in its identity, size and times.
         bool timesTell = false;
         platform::FileInfo file; // if written
@@ -56,6 +59,7 @@ class WorkRecord {
         : m_archive(std::move(archive)), m_device(began.device), m_began(began.changed) {}
 
     const Archive &archive() const { return m_archive; }
+    void setArchive(Archive archive) { m_archive = std::move(archive); }
     const std::vector<Entry> &entries() const { return m_entries; }
     // Null if there is no entry of exactly this path.
     const Entry *find(std::string_view path) const;
@@ -72,8 +76,10 @@ class WorkRecord {
     // The record of the work folder `name` in the folder `folders`, in the program's form. None if
     // it is missing, damaged, of another version or unreadable.
     static std::optional<WorkRecord> read(const QString &folders, const QString &name);
-    // The archive of a record alone, which is at its start.
+    // The archive of a record alone, which is at its start and at its end: one of these is enough.
     static std::optional<Archive> readArchive(const QString &folders, const QString &name);
+    // Whether there is a record, which may be unreadable.
+    static bool exists(const QString &folders, const QString &name);
     // Replaces the record atomically.
     platform::Status write(const QString &folders, const QString &name) const;
     // Deletes what a killed write() has left.

@@ -49,7 +49,7 @@ struct Content {
     std::uint32_t crc = 0;
 };
 
-std::optional<Content> contentOf(const OpenInput &open) {
+std::optional<Content> contentOf(const OpenInput &open, const std::atomic<bool> *stop) {
     InputFile file;
     if (!open(file).ok())
         return {};
@@ -57,6 +57,8 @@ std::optional<Content> contentOf(const OpenInput &open) {
     Content content;
     for (;;) {
         std::size_t got = 0;
+        if (stop != nullptr && *stop)
+            return {};
         if (!file.readAt(content.size, bytes.data(), bytes.size(), got).ok())
             return {};
         if (got == 0)
@@ -88,8 +90,8 @@ bool PackedFiles::isClockRunning(const Folder &workFolder) const {
     return workFolder.newFileInfo(now).ok() && now.changed >= m_began;
 }
 
-bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
-                       const OpenInput &open) const {
+bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open,
+                       const std::atomic<bool> *stop) const {
     const std::uint64_t first = keyOf(path);
     const std::uint64_t version = versionOf(now);
     bool sameSize = false;
@@ -101,7 +103,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
             return !known->checksWriters || !isOpenForWriting(open);
         sameSize = true;
     }
-    const std::optional<Content> content = sameSize ? contentOf(open) : std::nullopt;
+    const std::optional<Content> content = sameSize ? contentOf(open, stop) : std::nullopt;
     known = m_files.constFind(first);
     for (std::uint64_t key = first; content && known != m_files.cend();
          known = m_files.constFind(++key))

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -36,8 +37,10 @@ class PackedFiles {
     // Whether the archive holds the current version of a file, whose information is `now`.
     // Identity, size and times prove it if every change shows in them and `timesTell`. Otherwise,
     // or if they differ, files of the same size are compared by content, through `open`. Letter
-    // case, separators and trailing blanks of names are ignored in paths.
-    bool hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open) const;
+    // case, separators and trailing blanks of names are ignored in paths. As soon as `stop` is set,
+    // if given, the reading ends, and the result is false.
+    bool hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open,
+              const std::atomic<bool> *stop = nullptr) const;
 
   private:
     struct Packed {

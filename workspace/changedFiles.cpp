@@ -121,7 +121,9 @@ struct ChangedFiles::Task {
         if (const auto record = WorkRecord::read(parent, workFolder)) {
             m_known = record->knownFiles();
             for (const WorkRecord::Entry &entry : record->entries())
-                addPath(QString::fromStdString(entry.path).replace('/', '\\'));
+                if (const QString path = QString::fromStdString(entry.path).replace('/', '\\');
+                    entry.written || !m_paths.contains(foldedPath(path)))
+                    addPath(path);
         } else {
             FileInfo anyVersion;
             anyVersion.size = platform::PackedFiles::kAnySize;
@@ -160,7 +162,7 @@ struct ChangedFiles::Task {
                      !walk(opened, below, depth + 1, result))
                 return false;
         }
-        return true;
+        return !stop;
     }
 
     void lookAt(const Folder &folder, const FolderItem &item, const FileInfo &info,
@@ -184,11 +186,12 @@ struct ChangedFiles::Task {
             platform::PackedFiles::timesProve(info, seen->when - kCoarsestTime))
             return seen->isSame;
         bool wasRead = false;
-        const bool isSame = m_known.hold(path, info, true, [&](InputFile &file) {
+        const auto open = [&](InputFile &file) {
             wasRead = true;
             return folder.openFile(name, file);
-        });
-        if (wasRead)
+        };
+        const bool isSame = m_known.hold(path, info, true, open, &stop);
+        if (wasRead && !stop)
             m_seen.insert(path, {info, m_now, isSame});
         return isSame;
     }

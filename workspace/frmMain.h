@@ -3,6 +3,7 @@
 #include "archive/cUnzip.h"
 #include "archive/cZip.h"
 #include "archive/workRecord.h"
+#include "platform/workFolderCleaner.h"
 #include "platform/workFolderLock.h"
 #include "workspace/archiveTree.h"
 #include "workspace/changedFiles.h"
@@ -162,11 +163,12 @@ class frmMain : public QWidget {
                              const std::function<bool(const QString &)> &exists);
     // Writes the record after an extraction, from what PrepareRecord returned.
     void WriteRecord(const WorkRecord &prepared);
-    // The record of the work folder; none if there is none of the selected archive.
+    // The record of the work folder; none if there is none or it is unreadable.
     std::optional<WorkRecord> ReadRecord() const;
-    // What a save has to compare folder and archive with; none without a record.
+    // What a save has to compare folder and archive with; none without a record, nothing with an
+    // unreadable one.
     std::optional<std::vector<EntryVersion>> SaveBase() const;
-    // Notes in the record, if there is one, what the last save has packed.
+    // Notes in the record, if there is one, what the last save has packed, and where.
     void UpdateRecord();
 
     // frmMainConflicts.cpp: files that were changed in the folder and in the archive
@@ -175,6 +177,11 @@ class frmMain : public QWidget {
     QString ConflictText();
     // The folder for these versions.
     QString TheirsFolder() const;
+    // Copies the whole archive there, for versions that cannot be extracted. Returns those that the
+    // copy holds.
+    std::vector<EntryVersion> CopyTheirs(const std::vector<EntryVersion> &conflicts) const;
+    // The path of that copy.
+    QString ArchiveOfTheirs() const;
     // Extracts the versions there, as NAME.theirs, in place of earlier ones. Returns those that are
     // there then, and in `reason` why others are not.
     std::vector<EntryVersion> ExtractTheirs(const std::vector<EntryVersion> &conflicts,
@@ -194,6 +201,9 @@ class frmMain : public QWidget {
     platform::PackedFiles KnownFiles() const;
     // The listed entries, by their content alone.
     platform::PackedFiles ListedFiles() const;
+    // Deletes the files of entries that the archive has lost since the extraction, and the folders
+    // that it has lost with them.
+    void DeleteLostFiles(platform::WorkFolderCleaner &cleaner) const;
     // What the last save did.
     QString SaveNote() const;
 

@@ -2,6 +2,7 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
+#include "storage/pathText.h"
 #include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPair>
 #include <QSet>
 
 namespace {
@@ -19,6 +21,66 @@ constexpr std::int32_t kNamesOfCall = 1000;
 
 QString entryName(const EntryVersion &entry) {
     return QString::fromStdString(entry.path);
+}
+
+// The name under which the archive's version of a file is kept. If the disk has no room for the
+// ending, the name is cut short and made unique by a hash.
+QString theirsName(const QString &name) {
+    constexpr qsizetype kLongest = 255; // bytes, on most disks
+    constexpr qsizetype kCut = 200;
+    const QString ending = ".theirs";
+    QString last = name.mid(name.lastIndexOf('/') + 1);
+    if (last.toUtf8().size() + ending.size() <= kLongest)
+        return name + ending;
+    std::uint64_t hash = platform::kHashStart;
+    for (const char byte : name.toUtf8())
+        hash = platform::hashStep(hash, byte);
+    QString shown = name.left(name.size() - last.size());
+    while (last.toUtf8().size() > kCut || last.back().isHighSurrogate())
+        last.chop(1);
+    return shown + last + '~' + QString::number(hash, 16) + ending;
+}
+
+// Copies an archive into a folder; an unfinished copy is removed.
+platform::Status copyInto(const QString &folder, const QString &archive) {
+    platform::Folder target;
+    platform::InputFile source;
+    platform::FileInfo info;
+    platform::NewFile copy;
+    platform::Status status = target.open(platform::storagePath(folder));
+    if (status.ok())
+        status = source.open(platform::storagePath(archive), info);
+    if (status.ok())
+        status = copy.create(target);
+    const auto repaint = [] {
+        platform::repaintPending();
+        return true;
+    };
+    if (status.ok())
+        status = copy.copyFrom(source, 0, info.size, repaint);
+    if (status.ok())
+        status = copy.sync();
+    const QString name = QFileInfo(platform::nativePath(archive)).fileName();
+    if (status.ok())
+        status = copy.commit(name.toStdString(), platform::NewFile::Replace::Yes);
+    return status;
+}
+
+// Paths in listings end after so many bytes.
+constexpr qsizetype kListedBytes = 256;
+
+// The entries of an archive, as far as a listing tells.
+QSet<QPair<QString, std::uint32_t>> listedEntries(const QString &zipFile) {
+    cUnzip archive;
+    archive.setZipFile(zipFile);
+    archive.Directory();
+    QSet<QPair<QString, std::uint32_t>> found;
+    for (int i = 1; i <= archive.FileCount(); ++i) {
+        QString path = archive.FileDirectory(i);
+        path = path.isEmpty() ? archive.Filename(i) : path + '\\' + archive.Filename(i);
+        found.insert({path.replace('\\', '/'), static_cast<std::uint32_t>(archive.FileCRC(i))});
+    }
+    return found;
 }
 
 // Extracts entries, by their paths with "\", into a folder. Returns "" or why some are missing.
@@ -57,6 +119,24 @@ QString frmMain::TheirsFolder() const {
     return WorkFolders() + '\\' + name;
 }
 
+QString frmMain::ArchiveOfTheirs() const {
+    return TheirsFolder() + '\\' + QFileInfo(platform::nativePath(ArchivePath())).fileName();
+}
+
+std::vector<EntryVersion> frmMain::CopyTheirs(const std::vector<EntryVersion> &conflicts) const {
+    std::vector<EntryVersion> there;
+    const bool isLink = QFileInfo(platform::nativePath(TheirsFolder())).isSymLink();
+    if (conflicts.empty() || isLink || !copyInto(TheirsFolder(), ArchivePath()).ok())
+        return there;
+    // The archive may have been replaced since the save.
+    const auto listed = listedEntries(ArchiveOfTheirs());
+    for (const EntryVersion &entry : conflicts)
+        if (const QByteArray path = entryName(entry).toUtf8().left(kListedBytes);
+            listed.contains({QString::fromUtf8(path), entry.crc}))
+            there.push_back(entry);
+    return there;
+}
+
 std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts,
                                                  QString &reason) const {
     // The library has no names but those of the entries, so it extracts into a folder of its own:
@@ -74,7 +154,8 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     QSet<QString> wanted;
     for (const EntryVersion &entry : conflicts) {
         const QString file = entryName(entry).replace('/', '\\');
-        earlier.deleteFile(file + ".theirs"); // not to pass for this version
+        // Not to pass for this version.
+        earlier.deleteFile(theirsName(entryName(entry)).replace('/', '\\'));
         if (StaysBelow(file))
             wanted.insert(file);
     }
@@ -86,7 +167,7 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     }
     for (const EntryVersion &entry : conflicts) {
         const QString name = entryName(entry);
-        const QString target = to + '/' + name + ".theirs";
+        const QString target = to + '/' + theirsName(name);
         // An open folder cannot be removed on some disks.
         platform::WorkFolderCleaner(extracted).clearAttributes(name);
         QDir().mkpath(QFileInfo(target).path());
@@ -96,7 +177,8 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     QDir(from).removeRecursively();
     std::vector<EntryVersion> there;
     for (const EntryVersion &entry : conflicts)
-        if (FileOnDisk(to, {entry.path + ".theirs", entry.size, entry.crc}).same)
+        if (FileOnDisk(to, {theirsName(entryName(entry)).toStdString(), entry.size, entry.crc})
+                .same)
             there.push_back(entry);
     if (reason.isEmpty())
         reason = "they could not be written";
@@ -109,29 +191,46 @@ QString frmMain::ConflictText() {
         m_conflicts.clear();
     m_conflictArchive = ArchivePath();
     QString reason;
-    const std::vector<EntryVersion> there = ExtractTheirs(conflicts, reason);
-    m_conflicts.insert(m_conflicts.end(), there.begin(), there.end());
-    QStringList names;
-    QStringList missing;
-    auto next = there.begin();
-    for (const EntryVersion &entry : conflicts) {
-        names.append(entryName(entry));
-        if (next != there.end() && next->path == entry.path)
-            ++next;
-        else
-            missing.append(names.last());
+    const auto without = [](const std::vector<EntryVersion> &all,
+                            const std::vector<EntryVersion> &some) {
+        std::vector<EntryVersion> left;
+        auto next = some.begin();
+        for (const EntryVersion &entry : all)
+            if (next != some.end() && next->path == entry.path)
+                ++next;
+            else
+                left.push_back(entry);
+        return left;
+    };
+    const auto namesOf = [](const std::vector<EntryVersion> &entries) {
+        QStringList names;
+        for (const EntryVersion &entry : entries)
+            names.append(entryName(entry));
+        return ShortList(names);
+    };
+    const auto notExtracted = without(conflicts, ExtractTheirs(conflicts, reason));
+    const auto copied = CopyTheirs(notExtracted);
+    const auto missing = without(notExtracted, copied);
+    for (EntryVersion entry : without(conflicts, missing)) {
+        entry.written = true; // whatever its file is, the user knows which one is packed over it
+        m_conflicts.push_back(std::move(entry));
     }
-    const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
-    const QString text = QStringLiteral("%1 changed in your work folder and, by another program, "
-                                        "in the archive too. ")
-                             .arg(ShortList(names));
-    if (missing.isEmpty())
-        return text + QStringLiteral("The archive's versions are in %1. Press Save Changes again "
-                                     "to pack yours over them")
-                          .arg(theirs);
+    const auto shownPath = [](const QString &path) {
+        return QDir::toNativeSeparators(platform::nativePath(path));
+    };
+    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
+                                  "archive too. ")
+                       .arg(namesOf(conflicts));
     // Without a copy of it, the archive's version would be lost.
-    return text + QStringLiteral("Yours are not packed over them as long as the archive's versions "
-                                 "of %1 cannot be put into %2: %3. Mend that, or move your files "
-                                 "away, and press Save Changes again")
-                      .arg(ShortList(missing), theirs, reason);
+    if (!missing.empty())
+        return text + QStringLiteral("Yours are not packed over them as long as the archive's "
+                                     "versions of %1 cannot be put into %2: %3. Mend that, or move "
+                                     "your files away, and press Save Changes again")
+                          .arg(namesOf(missing), shownPath(TheirsFolder()), reason);
+    text += QStringLiteral("The archive's versions are in %1. ").arg(shownPath(TheirsFolder()));
+    if (!copied.empty())
+        text += QStringLiteral("%1 cannot be extracted (%2), so a copy of the whole archive is "
+                               "there: %3. ")
+                    .arg(namesOf(copied), reason, shownPath(ArchiveOfTheirs()));
+    return text + QStringLiteral("Press Save Changes again to pack yours over them");
 }

@@ -63,6 +63,7 @@ void frmMain::AssignWorkFolders() const {
     QSet<QString> taken;
     for (const Recorded &folder : recorded)
         taken.insert(folder.name);
+    QSet<QString> given;
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString text = drpVL2File->itemText(entry);
         const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
@@ -70,8 +71,10 @@ void frmMain::AssignWorkFolders() const {
         const auto archive =
             recorded.empty() ? std::nullopt : WorkRecord::archiveAt(m_strBasePath + file);
         for (const Recorded &folder : recorded)
-            if (archive && folder.archive.isSame(*archive) && name != text)
+            if (archive && !given.contains(folder.name) && folder.archive.isSame(*archive) &&
+                name != text)
                 name = folder.name;
+        given.insert(name);
         if (name.isEmpty())
             name = folderNameFor(text, taken);
         taken.insert(name);

@@ -141,18 +141,19 @@ void frmMain::WriteRecord(const WorkRecord &prepared) {
 }
 
 std::optional<WorkRecord> frmMain::ReadRecord() const {
-    const auto archive = WorkRecord::archiveAt(ArchivePath());
-    auto record = WorkRecord::read(WorkFolders(), WorkFolderName());
-    if (record && archive && record->archive().isSame(*archive))
-        return record;
-    return {};
+    return WorkRecord::read(WorkFolders(), WorkFolderName());
 }
 
+// What the folder was extracted from is the base, even if the archive's name leads to another one
+// now, as a link does. Of files with an unreadable record nothing is known: each that differs from
+// its entry may be older than that.
 std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     const auto record = ReadRecord();
-    if (!record)
+    if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()))
         return {};
-    std::vector<EntryVersion> base(record->entries().begin(), record->entries().end());
+    std::vector<EntryVersion> base;
+    if (record)
+        base.assign(record->entries().begin(), record->entries().end());
     // Later ones replace earlier ones.
     if (m_conflictArchive == ArchivePath())
         base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
@@ -168,9 +169,13 @@ void frmMain::UpdateRecord() {
         return file.outcome != SavedFile::Outcome::Kept &&
                file.outcome != SavedFile::Outcome::Removed;
     };
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
     auto record = ReadRecord();
-    if (!record || !std::any_of(saved.begin(), saved.end(), changesBase))
+    if (!record && archive && WorkRecord::exists(WorkFolders(), WorkFolderName()))
+        record.emplace(*archive, platform::FileInfo{}); // in place of an unreadable one
+    if (!record || !archive || !std::any_of(saved.begin(), saved.end(), changesBase))
         return;
+    record->setArchive(*archive);
     for (const SavedFile &file : saved)
         if (changesBase(file))
             record->put(file);

@@ -12,9 +12,11 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QProgressBar>
+#include <QSet>
 
 #include <algorithm>
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -71,7 +73,8 @@ QString frmMain::SaveNote() const {
     QStringList lines(ChangesNote(withOutcome({Outcome::Changed}),
                                   withOutcome({Outcome::Added, Outcome::Restored})));
     if (lines.first().isEmpty())
-        lines.first() = "Nothing was changed, and the archive was left alone.";
+        lines.first() = result.partly() ? "No other file was changed."
+                                        : "Nothing was changed, and the archive was left alone.";
     const auto add = [&](const char *what, Outcome outcome) {
         const QStringList paths = withOutcome({outcome});
         if (!paths.isEmpty())
@@ -193,6 +196,8 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             cleaner.removeFolder(nodes.Text(node));
             platform::repaintPending();
         }
+        if (!containsNoFile(platform::nativePath(WorkFolder())))
+            DeleteLostFiles(cleaner);
         cleaner.removeFolder({});
         if (containsNoFile(platform::nativePath(WorkFolder())))
             WorkRecord::remove(WorkFolders(), WorkFolderName());
@@ -203,4 +208,36 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
     }
     UpdateButtons();
     return note;
+}
+
+void frmMain::DeleteLostFiles(platform::WorkFolderCleaner &cleaner) const {
+    const auto record = ReadRecord();
+    if (!record)
+        return;
+    const auto folderOf = [](const QString &file) {
+        return file.left(qMax<qsizetype>(file.lastIndexOf('\\'), 0));
+    };
+    QSet<QString> listed;
+    for (int line = 0; line < m_lines->Count(); ++line) {
+        const QString file = m_lines->Text(line);
+        listed.insert(file.startsWith('\\') ? file.mid(1) : file);
+        listed.insert(folderOf(file) + '\\');
+    }
+    QStringList folders;
+    for (const WorkRecord::Entry &entry : record->entries()) {
+        const QString file = QString::fromStdString(entry.path).replace('/', '\\');
+        const QString folder = folderOf(file);
+        if (!listed.contains(file))
+            cleaner.deleteFile(file);
+        if (!listed.contains(folder + '\\') && !folders.contains(folder))
+            folders.append(folder);
+        platform::repaintPending();
+    }
+    // Subfolders first: their paths are longer.
+    std::sort(folders.begin(), folders.end(),
+              [](const QString &left, const QString &right) { return left.size() > right.size(); });
+    for (const QString &folder : std::as_const(folders)) {
+        cleaner.deleteFilesIn(folder);
+        cleaner.removeFolder(folder);
+    }
 }

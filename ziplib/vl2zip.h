@@ -114,6 +114,8 @@ typedef struct ZPVERSION {
     const char *path; /* "/" between the folders; UTF-8 on every system */
     uint64_t size;    /* UINT64_MAX in a base: unknown */
     uint32_t crc;
+    int32_t written; /* in a base: whether a file was written for the entry. On a disk that ignores
+                      * letter case, there is one file for entries that differ in case only. */
 } ZPVERSION;
 typedef void (*VL2ZIP_CONFLICT)(const ZPVERSION *entry);
 

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <iterator>
+#include <mutex>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -37,14 +38,18 @@ int linkNameless(int file, int folder, const char *name) {
 }
 
 // For file systems without RENAME_NOREPLACE: most fail with EEXIST for a second link. On the
-// others, such as a shared folder of a virtual machine, the name is checked first.
+// others, such as a shared folder of a virtual machine, the name is checked first. Two threads may
+// extract entries whose names differ in case only: on a disk that ignores case, one comes second.
 int renameByLink(Disk &disk, int folder, const char *from, const char *to) {
     if (disk.attempt(Disk::Links, [&] { return linkat(folder, from, folder, to, 0); }) == 0) {
         unlinkat(folder, from, 0);
         return 0;
     }
+    static std::mutex mutex;
+    const int failed = errno;
+    const std::lock_guard lock(mutex);
     struct stat st {};
-    if (errno == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (failed == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
         errno = EEXIST;
         return -1;
     }

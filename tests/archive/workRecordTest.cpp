@@ -74,6 +74,7 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
     EXPECT_EQ(archive->seen.id, 5U);
     EXPECT_FALSE(archive->isSame({"/game/base/other.vl2", archive->seen}));
     WorkRecord::remove(folders(), "Base");
+    EXPECT_FALSE(WorkRecord::exists(folders(), "Base"));
     EXPECT_TRUE(namesIn(folder.path()).empty());
 }
 
@@ -105,16 +106,53 @@ TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
     }
 }
 
+TEST_F(WorkRecordTest, finds_its_archive_again_only_by_the_file_or_its_folder) {
+    struct Row {
+        const char *what;
+        bool keepsFile, keepsFolder;
+        const char *name, *left; // "" for nothing
+        bool same;
+    };
+    for (const Row &row :
+         {Row{"moved", true, false, "base.vl2", "", true},
+          Row{"moved with its folder and replaced", false, true, "base.vl2", "", true},
+          Row{"another game's", false, false, "base.vl2", "", false},
+          Row{"renamed in case", true, true, "BASE.VL2", "", true},
+          Row{"another name", true, true, "other.vl2", "", false},
+          Row{"one of two", true, true, "BASE.vl2", "base.vl2", false}}) {
+        const auto fileOf = [](std::uint64_t id) {
+            platform::FileInfo info;
+            info.device = 7;
+            info.id = id;
+            return info;
+        };
+        const QString there = folders() + "/game/";
+        std::filesystem::create_directories(folder / "game");
+        if (*row.left != '\0')
+            writeFile(folder / "game" / row.left, "");
+        const WorkRecord::Archive known{there + "base.vl2", fileOf(1), fileOf(2)};
+        const WorkRecord::Archive other{folders() + "/elsewhere/" + row.name,
+                                        fileOf(row.keepsFile ? 1 : 3),
+                                        fileOf(row.keepsFolder ? 2 : 4)};
+        EXPECT_EQ(known.isSame(other), row.same) << row.what;
+    }
+}
+
 TEST_F(WorkRecordTest, counts_as_none_if_it_is_not_whole) {
     ASSERT_TRUE(record(8).write(folders(), "Base").ok());
     const std::string whole = readFile(file());
+    const std::size_t head = whole.find("textures") - 3; // three numbers precede a path
     for (std::size_t cut = 0; cut < whole.size(); ++cut) {
         writeFile(file(), whole.substr(0, cut));
         ASSERT_FALSE(WorkRecord::read(folders(), "Base")) << "cut off at " << cut;
+        ASSERT_TRUE(WorkRecord::exists(folders(), "Base"));
+        ASSERT_TRUE(cut < head || WorkRecord::readArchive(folders(), "Base")) << "at " << cut;
         std::string flipped = whole;
         flipped[cut] = static_cast<char>(flipped[cut] ^ 1);
         writeFile(file(), flipped);
         ASSERT_FALSE(WorkRecord::read(folders(), "Base")) << "flipped at " << cut;
+        const auto archive = WorkRecord::readArchive(folders(), "Base");
+        ASSERT_TRUE(archive && archive->isSame(record(0).archive())) << "flipped at " << cut;
     }
     writeFile(file(), whole + '\0');
     EXPECT_FALSE(WorkRecord::read(folders(), "Base"));

@@ -65,23 +65,50 @@ def whole(binaries, scratch, **places):
 
 
 def case(binaries, scratch, **places):
-    """Of two names that differ only in case, a disk holds both, or the first, and the note says what
-    helps. An edit goes to the right entry, and the other one stays."""
-    job = Job(binaries, scratch, **places)
-    twin = "scripts/CLIENT.cs"
-    entries = {**ENTRIES, twin: b"// the other one\r\n" * 20}
-    job.make_archive(entries)
-    said = job.steps("extract").stdout
-    both = job.extracted() == entries
-    check(both or job.extracted() == ENTRIES, "extracted are", sorted(job.extracted()))
-    check(both != (twin in said and "upper and lower case" in said), "the note says:", said)
-    job.entries, job.edits = entries, {"scripts/client.cs": b"// edited\r\n" * 70}
-    job.wanted = {**entries, **job.edits}
-    write_files(job.work, job.edits)
-    said = job.steps("save").stdout
-    check(SAVED in said, "not saved:", said)
-    check(archive_content(job.archive) == job.wanted, "the archive holds something else")
-    check(not left(job), "files stay in the work folder:", left(job))
+    """Of two names that differ only in case, a disk holds both, or one, and the note names the other. A
+    save without an edit leaves both entries, and an edit goes to the file's own entry, also if its
+    program has written a new file, under the other name."""
+    lower, upper = "scripts/client.cs", "scripts/CLIENT.cs"
+    other = {upper: b"// the other one\r\n" * 20}
+
+    def extract(job):
+        """The name of the file, or None for two, and how it is listed."""
+        said = job.steps("extract").stdout
+        listed = {name: text for name, text in job.extracted().items() if name.lower() == lower}
+        if len(listed) == 2:
+            check(listed == {name: job.entries[name] for name in listed}, "extracted are", listed)
+            return None, lower
+        (spelling, text), = listed.items()
+        named, skipped = (lower, upper) if text == ENTRIES[lower] else (upper, lower)
+        check(text == job.entries[named], "extracted is", listed)
+        check(skipped in said and "upper and lower case" in said, "the note says:", said)
+        return named, spelling
+
+    for entries in {**ENTRIES, **other}, {**other, **ENTRIES}:
+        job = Job(binaries, scratch, **places)
+        job.entries = entries
+        job.make_archive(entries)
+        extract(job)
+        saved = job.bytes_of_archive()
+        said = job.steps("save").stdout
+        check(SAVED in said, "not saved:", said)
+        check(job.bytes_of_archive() == saved, "the archive was written without an edit")
+        for renames in (False, True):
+            job.make_archive(entries)
+            named, listed = extract(job)
+            edit = b"// edited %d\r\n" % renames * 70
+            if renames:
+                os.remove(os.path.join(job.work, listed))
+                write_files(job.work, {"scripts/new": edit})
+                under = lower if named is None or listed == upper else upper
+                os.rename(os.path.join(job.work, "scripts/new"), os.path.join(job.work, under))
+            else:
+                write_files(job.work, {lower: edit})
+            said = job.steps("save").stdout
+            check(SAVED in said, "not saved:", said)
+            check(archive_content(job.archive) == {**entries, named or lower: edit},
+                  "the archive holds something else after an edit of", named or lower)
+            check(not left(job), "files stay in the work folder:", left(job))
 
 
 def fill(folder, leave):

@@ -2,6 +2,7 @@
 
 #include "tests/support/tool.h"
 
+#include <QFileInfo>
 #include <QTemporaryFile>
 
 #include <gtest/gtest.h>
@@ -36,6 +37,10 @@ void makeLargeArchive(const QString &path, int count, int folders) {
 
 void makeBigArchive(const QString &path, int megabytes) {
     runScript({"noise", QString::number(megabytes), path});
+}
+
+QString dataArchive(const QString &name) {
+    return QFileInfo(ORVEL_ARCHIVE_SCRIPT).path() + "/../data/archives/" + name + ".vl2";
 }
 
 std::map<QString, QByteArray> readArchive(const QString &path) {

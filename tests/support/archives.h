@@ -24,5 +24,8 @@ void makeLargeArchive(const QString &path, int count, int folders);
 // One file of incompressible bytes.
 void makeBigArchive(const QString &path, int megabytes);
 
+// The path of an archive of tests/data.
+QString dataArchive(const QString &name);
+
 // Name and content of each entry, every CRC checked. Fails the test if the archive is damaged.
 std::map<QString, QByteArray> readArchive(const QString &path);

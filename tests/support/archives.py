@@ -128,6 +128,8 @@ EDIT = Entry("edit.txt", b"before", comment=b"of the edited one")
 LAST = Entry("sub/last.bin", bytes(range(256)))
 
 RECIPES = {
+    "twins": lambda: archive([Entry("s/Camera.cs", b"upper"), Entry("s/camera.cs", b"lower")]),
+    "lower": lambda: archive([Entry("other.txt", b"o"), Entry("s/camera.cs", b"lower")]),
     "plain": lambda: archive([KEEP, EDIT, LAST]),
     "text": lambda: archive([KEEP, Entry("edit.txt", b"before", internal=1), LAST]),
     "prefix": lambda: archive([KEEP, EDIT, LAST], b"c" * 65535, FRONT),

@@ -166,41 +166,66 @@ TEST(frmMainBrowse, tells_archives_apart_whose_names_differ_in_case_and_their_wo
 }
 
 TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_removed) {
+    for (const bool damaged : {false, true}) {
+        const TempGame game;
+        // The first one would get the work folder "Base", and sorts first.
+        const QString first = game.archive("base .vl2");
+        const QString base = game.archive("base.vl2");
+        makeArchive(base, {{"a.txt", "base"}});
+        {
+            MainWindow window;
+            window.pick(0);
+            window.click("cmdExtract");
+            writeFile(game.temp() + "/Base/a.txt", "edited");
+        }
+        // Its start and its end name the archive.
+        const QString record = game.temp() + "/.orvel-Base.record";
+        if (damaged)
+            writeFile(record, "damaged" + readFile(record).mid(7));
+        makeArchive(first, {{"a.txt", "first"}});
+        const auto bold = [](const MainWindow &shown, int entry) {
+            return shown.dropDown()->itemData(entry, Qt::FontRole).value<QFont>().bold();
+        };
+        for (const bool removed : {false, true}) {
+            if (removed)
+                QFile::remove(base);
+            MainWindow next;
+            EXPECT_FALSE(bold(next, 0));
+            next.pick(0);
+            EXPECT_EQ(joined(next.enabledButtons()), "Extract");
+            next.click("cmdExtract");
+            EXPECT_TRUE(bold(next, 0));
+            EXPECT_EQ(readFile(game.temp() + "/Base~2/a.txt"), "first");
+            next.click("cmdCancel");
+            EXPECT_FALSE(bold(next, 0));
+            if (removed)
+                break;
+            EXPECT_TRUE(bold(next, 1));
+            EXPECT_EQ(next.dropDown()->itemText(1), "Base");
+            next.pick(1);
+            EXPECT_EQ(joined(next.enabledButtons()), kExtracted);
+        }
+        EXPECT_EQ(readFile(game.temp() + "/Base/a.txt"), "edited");
+    }
+    // Another game with an archive of that name does not take it over while the first one's disk
+    // is not there.
     const TempGame game;
-    // The first one would get the work folder "Base", and sorts first.
-    const QString first = game.archive("base .vl2");
-    const QString base = game.archive("base.vl2");
-    makeArchive(base, {{"a.txt", "base"}});
+    makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}});
+    const QString other = game.root() + "/other";
+    ASSERT_TRUE(QDir().mkpath(other + "/GameData/base"));
+    makeArchive(other + "/GameData/base/base.vl2", {{"a.txt", "a"}});
     {
         MainWindow window;
         window.pick(0);
         window.click("cmdExtract");
         writeFile(game.temp() + "/Base/a.txt", "edited");
     }
-    makeArchive(first, {{"a.txt", "first"}});
-    const auto bold = [](const MainWindow &shown, int entry) {
-        return shown.dropDown()->itemData(entry, Qt::FontRole).value<QFont>().bold();
-    };
-    for (const bool removed : {false, true}) {
-        if (removed)
-            QFile::remove(base);
-        MainWindow next;
-        EXPECT_FALSE(bold(next, 0));
-        next.pick(0);
-        EXPECT_EQ(joined(next.enabledButtons()), "Extract");
-        next.click("cmdExtract");
-        EXPECT_TRUE(bold(next, 0));
-        EXPECT_EQ(readFile(game.temp() + "/Base~2/a.txt"), "first");
-        next.click("cmdCancel");
-        EXPECT_FALSE(bold(next, 0));
-        if (removed)
-            break;
-        EXPECT_TRUE(bold(next, 1));
-        EXPECT_EQ(next.dropDown()->itemText(1), "Base");
-        next.pick(1);
-        EXPECT_EQ(joined(next.enabledButtons()), kExtracted);
-    }
-    EXPECT_EQ(readFile(game.temp() + "/Base/a.txt"), "edited");
+    ASSERT_TRUE(QFile::rename(game.folder(), game.root() + "/not mounted"));
+    TempGame::setGameFolder(other);
+    MainWindow window;
+    window.pick(0);
+    EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+    EXPECT_EQ(joined(window.boldEntries()), "");
 }
 
 TEST(frmMainBrowse, shows_the_state_of_a_file_and_disables_every_action_without_an_archive) {

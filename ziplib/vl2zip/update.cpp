@@ -93,7 +93,7 @@ Status Update::scan() {
     auto found = findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);
     // A new archive gets all files: it would lack those that are as in the base.
     if (found.ok() && m_options.base && m_target.exists())
-        m_options.base->mark(m_directory, idle, m_candidates);
+        m_options.base->mark(m_directory, paths, m_scan, idle, m_candidates);
     return found;
 }
 
@@ -125,7 +125,8 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
         warn(": is hidden and was left out; the archive keeps the version that it has");
         break;
     case Verdict::CutOff:
-        warn(": the file is cut off, as after a power cut; the archive keeps it whole");
+        warn(": is cut off, as after a power cut, and was left out; the archive keeps the whole "
+             "file. To pack it as it is, save it again with its program; else delete it");
         break;
     }
 }
@@ -184,7 +185,7 @@ Status Update::merge(ChangeDetector &detector) {
             continue;
         const Entry &entry = m_directory.entries()[m_candidates[i].entry];
         const std::string path = m_directory.path(entry);
-        m_report.conflict({path.c_str(), entry.size, entry.crc});
+        m_report.conflict({path.c_str(), entry.size, entry.crc, 0});
         if (++count <= kMostNames)
             names += (names.empty() ? "" : ", ") + path;
     }
@@ -250,11 +251,14 @@ Status Update::noFile(const ChangeDetector *detector) const {
 void Update::reportPacked() {
     if (!m_report.wantsPacked())
         return;
-    for (const FoundFile &file : m_scan.files) {
-        if (!file.packed)
+    for (const Candidate &candidate : m_candidates) {
+        if (candidate.folder || !m_scan.files[candidate.file].packed)
             continue;
+        const FoundFile &file = m_scan.files[candidate.file];
+        // In another case than the file's if it is another entry's.
+        const std::string path(m_options.junkFolders ? file.path : candidate.path);
         ZPPACKED packed{};
-        packed.path = file.path.c_str();
+        packed.path = path.c_str();
         packed.device = file.info.device;
         packed.id = file.info.id;
         packed.size = file.info.size;

@@ -217,6 +217,56 @@ TEST_F(PackFaults, AConflictWithAnEntryInAnotherCaseCanBeSettled) {
     EXPECT_EQ(files(archive), (Files{{"Scripts/Camera.cs", "mine"}}));
 }
 
+// On a disk that ignores case, two entries have one file, which may be listed in any case.
+TEST_F(PackFaults, AFileIsPackedOverItsOwnEntryOfTwoThatDifferInCase) {
+    constexpr const char *kUpper = "s/Camera.cs";
+    constexpr const char *kLower = "s/camera.cs";
+    struct Row {
+        const char *what, *listed, *content;
+        Names written;     // of the base; "none" for no base
+        const char *saved; // "upper" then "lower" as before, "" for none
+        int code = 0;
+        bool removed = false; // the file's entry, since the extraction
+    };
+    for (const Row &row :
+         {Row{"unedited", kLower, "upper", {kUpper}, "upper lower"},
+          Row{"edited", kLower, "mine", {kUpper}, "mine lower"},
+          Row{"unedited, without a base", kLower, "upper", {"none"}, "upper lower"},
+          Row{"edited, without a base", kLower, "mine", {"none"}, "upper mine"},
+          Row{"unedited, of a killed extraction", kLower, "upper", {}, "upper lower"},
+          Row{"edited, of a killed extraction", kLower, "mine", {}, "upper lower", 83},
+          Row{"unedited, in a third case", "s/CAMERA.cs", "upper", {kUpper}, "upper lower"},
+          Row{"edited, in a third case", "s/CAMERA.cs", "mine", {kUpper}, "mine lower"},
+          Row{"unedited, removed", kLower, "upper", {kUpper}, " lower", 0, true},
+          Row{"edited, removed", kLower, "mine", {kUpper}, "mine lower", 0, true}}) {
+        SCOPED_TRACE(row.what);
+        for (const fs::path &path : {archive, work})
+            fs::remove_all(path);
+        judge({"make", row.removed ? "lower" : "twins", archive});
+        writeFile(work / row.listed, row.content);
+        auto pack = call();
+        if (row.written != Names{"none"})
+            pack.base = {{kUpper, "upper"}, {kLower, "lower"}};
+        for (const char *path : {kUpper, kLower})
+            if (std::count(row.written.begin(), row.written.end(), path) == 0)
+                pack.unwritten.emplace_back(path);
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, row.code) << result.all();
+        std::map<std::string, std::string> saved;
+        for (const auto &[name, bytes] : files(archive))
+            saved[name] = bytes;
+        EXPECT_EQ(saved[kUpper] + ' ' + saved[kLower], row.saved);
+        EXPECT_EQ(result.packed.size(), row.code == 0 ? 1U : 0U);
+        // After the user was told, the second attempt packs.
+        if (row.code == 0)
+            continue;
+        (*pack.base)[kLower] = "lower";
+        std::erase(pack.unwritten, kLower);
+        EXPECT_EQ(run(pack).code, 0);
+        EXPECT_EQ(content(archive, kLower), "mine");
+    }
+}
+
 TEST_F(PackFaults, AnArchiveDeletedDuringTheSaveIsMadeAnewWithItsEntries) {
     writeFile(work / "other.txt", "not extracted");
     ASSERT_EQ(run(call()).code, 0);

@@ -61,8 +61,9 @@ Result run(Call call) {
     std::vector<ZPVERSION> base(1); // never a null pointer
     if (call.base)
         for (const auto &[path, content] : *call.base)
-            base.push_back(
-                {path.c_str(), content.size(), ziplib::crc32(0, content.data(), content.size())});
+            base.push_back({path.c_str(), content.size(),
+                            ziplib::crc32(0, content.data(), content.size()),
+                            std::count(call.unwritten.begin(), call.unwritten.end(), path) == 0});
     ZpSetBase(call.base ? base.data() + 1 : nullptr, static_cast<std::uint32_t>(base.size() - 1),
               onConflict);
     call.options.szRootDir = call.root.data();

@@ -25,6 +25,7 @@ struct Call {
     ZPOPT options{};
     std::string password;                                   // "" declines
     std::optional<std::map<std::string, std::string>> base; // content by path
+    Names unwritten;                                        // of the base, without a file
     // Non-zero stops the call at this file.
     std::function<std::int32_t(const std::string &name)> onFile;
 

@@ -139,6 +139,27 @@ Status compareBase(SourceFile &file, const BaseVersion &base, FoundFile &found, 
     return read;
 }
 
+// Finds out whether a file has the bytes of one of its twins: it was not edited then, and the entry
+// that has its name belongs to another file, which the disk could not hold beside it.
+Status compareTwins(const ComparisonContext &context, SourceFile &file, const Candidate &candidate,
+                    FoundFile &found, bool &same) {
+    const auto &entries = context.directory.entries();
+    const auto hasTwin = [&](auto isTwin) {
+        return std::any_of(candidate.twins.begin(), candidate.twins.end(),
+                           [&](std::size_t twin) { return isTwin(entries[twin]); });
+    };
+    std::uint64_t size = file.version().size;
+    same = false;
+    if (lineEndsOf(context.options) != LineEnds::Keep || context.options.encrypt ||
+        !hasTwin([&](const Entry &twin) { return twin.size == size; }))
+        return {};
+    file.rewind();
+    auto read = file.measure(found.crc, size);
+    same = read.ok() &&
+           hasTwin([&](const Entry &twin) { return twin.size == size && twin.crc == found.crc; });
+    return read;
+}
+
 Status judge(const ComparisonContext &context, FoundFile &found, const Candidate &candidate,
              Comparison &result) {
     std::shared_ptr<const platform::OpenFolder> open;
@@ -157,12 +178,20 @@ Status judge(const ComparisonContext &context, FoundFile &found, const Candidate
     }
     bool same = false;
     bool asExtracted = false;
+    bool isTwins = false;
     bool cutOff = false;
     const std::size_t index = candidate.entry;
     const Entry *entry = index == kNoEntry ? nullptr : &context.directory.entries()[index];
     Status compared;
     if (entry != nullptr)
         compared = compare(context, file, index, same);
+    if (compared.ok() && !same && !candidate.twins.empty())
+        compared = compareTwins(context, file, candidate, found, isTwins);
+    if (compared.ok() && isTwins) {
+        result.verdict = Verdict::Same;
+        found.packed = true;
+        return {};
+    }
     if (compared.ok() && !same && candidate.disputed && candidate.base != nullptr)
         compared = compareBase(file, *candidate.base, found, asExtracted);
     if (compared.ok() && !same && !asExtracted && entry != nullptr)

@@ -1,6 +1,12 @@
 #include "ziplib/vl2zip/select/base.h"
 
+#include "storage/utf8.h"
 #include "ziplib/format/directory.h"
+#include "ziplib/vl2zip/select/entryPaths.h"
+#include "ziplib/vl2zip/select/scan.h"
+
+#include <optional>
+#include <unordered_set>
 
 namespace ziplib {
 
@@ -9,13 +15,48 @@ const BaseVersion *Base::find(const std::string &path) const {
     return found == m_versions.end() ? nullptr : &found->second;
 }
 
-void Base::mark(const Directory &directory, const std::function<void()> &idle,
-                std::vector<Candidate> &candidates) const {
+std::unordered_multimap<std::string, const Base::Versions::value_type *>
+Base::writtenByFold() const {
+    std::unordered_multimap<std::string, const Versions::value_type *> found;
+    for (const auto &version : m_versions)
+        if (version.second.written)
+            found.emplace(platform::foldCase(version.first), &version);
+    return found;
+}
+
+void Base::mark(const Directory &directory, const EntryPaths &entries, const Scan &scan,
+                const std::function<void()> &idle, std::vector<Candidate> &candidates) const {
+    std::optional<decltype(writtenByFold())> owners; // created when needed
+    std::unordered_set<const BaseVersion *> owned;
+    // Makes the candidate its owner's; false if it has none.
+    const auto giveToOwner = [&](Candidate &candidate) {
+        if (!owners)
+            owners = writtenByFold();
+        const auto [begin, end] = owners->equal_range(platform::foldCase(candidate.path));
+        for (auto owner = begin; owner != end; ++owner) {
+            const auto &[path, version] = *owner->second;
+            if (scan.hasFile(path) || !owned.insert(&version).second)
+                continue;
+            candidate.path = path;
+            candidate.entry = entries.find(path);
+            candidate.base = &version;
+            candidate.twins.clear();
+            return true;
+        }
+        return false;
+    };
     for (Candidate &candidate : candidates) {
         idle();
         if (candidate.folder)
             continue;
         candidate.base = find(std::string(candidate.path));
+        const bool isOwn =
+            candidate.base != nullptr ? candidate.base->written : candidate.twins.empty();
+        if (isOwn)
+            candidate.twins.clear();
+        const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && !candidate.twins.empty();
+        if (isOfUnknown)
+            candidate.base = nullptr;
         if (candidate.entry == kNoEntry) {
             candidate.disputed = candidate.base != nullptr;
             continue;
@@ -23,7 +64,7 @@ void Base::mark(const Directory &directory, const std::function<void()> &idle,
         const Entry &entry = directory.entries()[candidate.entry];
         // The entry's path may differ from the file's in case. A version of it that the user has
         // seen is stored under the entry's own path.
-        const BaseVersion *ofEntry = find(directory.path(entry));
+        const BaseVersion *ofEntry = isOfUnknown ? nullptr : find(directory.path(entry));
         if (candidate.base == nullptr ||
             (ofEntry != nullptr && ofEntry->isOf(entry.size, entry.crc)))
             candidate.base = ofEntry;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace ziplib {
 
@@ -14,6 +15,7 @@ struct BaseVersion {
 
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
+    bool written = false; // a file was written for it
 
     bool isOf(std::uint64_t otherSize, std::uint32_t otherCrc) const {
         return crc == otherCrc && (size == otherSize || size == kUnknownSize);
@@ -24,12 +26,15 @@ struct BaseVersion {
 struct Candidate {
     std::size_t file = 0;         // index in the scan's files, or in its folders if `folder`
     std::size_t entry = kNoEntry; // index in the old central directory
-    std::string_view path;        // in the archive; the scan owns the text
+    std::string_view path;        // in the archive; the scan or the base owns the text
     bool folder = false;
     // With a base only: what it holds for the file (the base owns it), or null; and whether the
     // entry differs from that, so that folder and archive have to be merged.
     const BaseVersion *base = nullptr;
     bool disputed = false;
+    // Entries without a file in the folder whose paths differ from the file's in case only: on a
+    // disk that ignores case, the file may be theirs.
+    std::vector<std::size_t> twins;
 };
 
 } // namespace ziplib

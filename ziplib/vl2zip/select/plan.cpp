@@ -1,9 +1,11 @@
 #include "ziplib/vl2zip/select/plan.h"
 
+#include "storage/pathText.h"
 #include "storage/utf8.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/select/selection.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -83,6 +85,40 @@ bool acceptsNewName(std::string_view path, Scan &scan) {
     return reason.empty();
 }
 
+// The same for all spellings of a path in upper and lower case, and cheaper than foldCase.
+std::uint64_t hashWithoutCase(std::string_view path) {
+    std::uint64_t hash = platform::kHashStart;
+    for (const char c : path)
+        if (platform::isAscii({&c, 1}))
+            hash = platform::hashStep(hash, static_cast<char>(c | 0x20));
+    return hash;
+}
+
+// Finds the twins of the candidates. Does nothing if all entries have files.
+void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
+               std::vector<Candidate> &candidates) {
+    std::unordered_set<std::size_t> matched;
+    for (const Candidate &candidate : candidates)
+        if (candidate.entry != kNoEntry)
+            matched.insert(candidate.entry);
+    if (matched.size() >= entries.size())
+        return;
+    std::unordered_multimap<std::uint64_t, Candidate *> byHash; // created when needed
+    entries.each([&](std::string_view path, std::size_t entry) {
+        idle();
+        if (matched.contains(entry) || path.ends_with('/'))
+            return;
+        if (byHash.empty())
+            for (Candidate &candidate : candidates)
+                byHash.emplace(hashWithoutCase(candidate.path), &candidate);
+        const auto [begin, end] = byHash.equal_range(hashWithoutCase(path));
+        for (auto found = begin; found != end; ++found)
+            if (platform::foldCase(found->second->path) == platform::foldCase(path) &&
+                !scan.hasFile(path))
+                found->second->twins.push_back(entry);
+    });
+}
+
 // Adds the folders that are selected or hold a candidate.
 void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
                 std::vector<Candidate> &candidates) {
@@ -146,6 +182,8 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
         if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(candidate.path, scan)))
             candidates.push_back(candidate);
     }
+    if (!options.junkFolders)
+        findTwins(entries, scan, idle, candidates);
     if (options.folderEntries && !options.junkFolders && options.addNew)
         addFolders(selection, scan, matcher, candidates);
     return {};

@@ -24,7 +24,8 @@ std::string reasonAgainstName(std::string_view path);
 
 // Finds the candidates among the selected files, sorted by path. A file replaces the last entry of
 // its exact path. If there is none, it replaces the only entry whose path differs in case only,
-// unless the folder holds another file for that entry. Otherwise it is new. A new name that some
+// unless the folder holds another file for that entry. Otherwise it is new. Entries without a file
+// whose paths differ in case only are noted as its twins. A new name that some
 // reader or the game does not support yields no candidate but a line in the scan's `leftOut`. If
 // folders get entries, the candidates of those that are selected or hold a selected file come last.
 // Fails if two files would have the same path. Calls `idle` often.

@@ -101,6 +101,13 @@ bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
            a.changed == b.changed;
 }
 
+bool Scan::hasFile(std::string_view path) const {
+    const auto found = std::lower_bound(
+        files.begin(), files.end(), path,
+        [](const FoundFile &file, std::string_view wanted) { return file.path < wanted; });
+    return found != files.end() && found->path == path;
+}
+
 // Works level by level, with one thread for each folder.
 Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};

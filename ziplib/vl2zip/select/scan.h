@@ -34,6 +34,8 @@ struct Scan {
     std::optional<platform::FileInfo> began;
     bool keepsInfo = false; // the system caches file information of this disk
 
+    bool hasFile(std::string_view path) const;
+
     // The time of `began` if any change since then shows in the times of a file with this
     // information, else INT64_MIN. A client of a file server may invent a time of the last change
     // until the server tells another one, and the server may have none: then it equals `modified`.
