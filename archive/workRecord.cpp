@@ -140,6 +140,21 @@ bool openFolder(const QString &folders, Folder &folder) {
     }
 }
 
+// The part after the drive's letter, with "/"; "" if there is none, as in paths of POSIX.
+QString belowDrive(const QString &path) {
+    return path.size() > 1 && path[1] == ':' ? QString(path.mid(2)).replace('\\', '/') : QString();
+}
+
+// True if one is the path of a Windows drive, and the other one the same below a mount point.
+bool isSameOnOtherSystem(const QString &a, const QString &b) {
+    const QString tailA = belowDrive(a);
+    const QString tailB = belowDrive(b);
+    if (tailA.isEmpty() == tailB.isEmpty())
+        return false;
+    return tailA.isEmpty() ? a.endsWith(tailB, Qt::CaseInsensitive)
+                           : b.endsWith(tailA, Qt::CaseInsensitive);
+}
+
 } // namespace
 
 // Reads a record's file step by step. Each step returns false if the record counts as none.
@@ -254,7 +269,7 @@ class WorkRecordReader {
 
 bool WorkRecord::Archive::isSame(const Archive &other) const {
     const auto sensitivity = platform::namesIgnoreCase() ? Qt::CaseInsensitive : Qt::CaseSensitive;
-    if (path.compare(other.path, sensitivity) == 0)
+    if (path.compare(other.path, sensitivity) == 0 || isSameOnOtherSystem(path, other.path))
         return true;
     const QString name = QFileInfo(path).fileName();
     return name.compare(QFileInfo(other.path).fileName(), Qt::CaseInsensitive) == 0 &&

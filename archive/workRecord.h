@@ -42,7 +42,9 @@ class WorkRecord {
         // True if this is the archive at `other`, whose content may have changed. At another path
         // it is if nothing has the old one any more, the names differ in case at most, and the file
         // or its folder is still the same one: the folder of the game was moved, or the archive
-        // renamed. An archive on a disk that is not mounted is not the same as one elsewhere.
+        // renamed. An archive on a disk that is not mounted is not the same as one elsewhere. A
+        // path of Windows is the same as one of POSIX that ends like it: both systems share the
+        // disk.
         bool isSame(const Archive &other) const;
     };
 
