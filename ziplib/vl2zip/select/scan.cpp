@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/select/scan.h"
 
-#include "ziplib/common/orderedParallelFor.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "ziplib/common/returnCode.h"
-#include "ziplib/common/threadPool.h"
 
 #include <algorithm>
 #include <iterator>
@@ -120,13 +120,13 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
         if (level.size() == 1) {
             list(0); // deep trees have many such levels, too small for a thread
         } else {
-            OrderedParallelFor work;
+            platform::OrderedParallelFor work;
             work.count = level.size();
             work.cost = [](std::size_t) { return kFolderCost; };
             work.work = list;
             work.take = [](std::size_t) { return true; };
             work.idle = [] {};
-            orderedParallelFor(work, workerCount(), UINT64_MAX);
+            platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
         }
         level.clear();
         std::size_t files = scan.files.size();
