@@ -155,7 +155,7 @@ bool ChangeDetector::beginOthers() {
         job.work = [this](std::size_t i) { compareOne(m_left[i]); };
         job.take = [this](std::size_t i) {
             m_compared = i + 1;
-            return m_comparisons[m_left[i]].status.ok() && !m_stopped;
+            return m_comparisons[m_left[i]].failure == nullptr && !m_stopped;
         };
         job.idle = [] {};
         platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
