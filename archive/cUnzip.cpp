@@ -4,7 +4,6 @@
 #include "platform/error.h"
 #include "platform/narrow.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -15,10 +14,10 @@ cUnzip::~cUnzip() {
         mUnzip::m_cCurrentUnzip = nullptr;
 }
 
-const tZipEntry &cUnzip::entry(std::int32_t lIndex) const {
+std::int32_t cUnzip::checked(std::int32_t lIndex) const {
     if (lIndex < 1 || lIndex > FileCount())
         platform::raise(ErrorNumber::SubscriptOutOfRange);
-    return m_atEntries[static_cast<std::size_t>(lIndex) - 1];
+    return lIndex - 1;
 }
 
 std::int32_t cUnzip::FilePackedSize(std::int32_t lIndex) const {
@@ -29,13 +28,12 @@ std::int32_t cUnzip::FilePackedSize(std::int32_t lIndex) const {
 }
 
 void cUnzip::setFileSelected(std::int32_t lIndex, bool bState) {
-    entry(lIndex); // raises for an index outside the list
-    m_atEntries[static_cast<std::size_t>(lIndex) - 1].bSelected = bState;
+    m_tEntries->select(checked(lIndex), bState);
 }
 
 void cUnzip::setZipFile(const QString &sFile) {
     m_sZipFile = sFile;
-    m_atEntries = {}; // releases the memory, unlike clear()
+    m_tEntries = std::make_shared<EntryList>();
 }
 
 std::int32_t cUnzip::Directory() {
@@ -47,13 +45,13 @@ bool cUnzip::Unzip() {
     if (m_sZipFile.isEmpty())
         return false;
     QStringList include;
-    const bool all = std::all_of(m_atEntries.begin(), m_atEntries.end(),
-                                 [](const tZipEntry &listed) { return listed.bSelected; });
+    bool all = true;
+    for (std::int32_t i = 0; i < FileCount(); ++i)
+        all = all && m_tEntries->isSelected(i);
     // The library extracts every entry if it gets no names.
-    if (!all)
-        for (const tZipEntry &listed : m_atEntries)
-            if (listed.bSelected)
-                include.append(EntryPathForLibrary(listed.sFolder, listed.sName));
+    for (std::int32_t i = 0; i < FileCount() && !all; ++i)
+        if (m_tEntries->isSelected(i))
+            include.append(EntryPathForLibrary(m_tEntries->folder(i), m_tEntries->name(i)));
     m_tOptions.nvflag = 0;
     const auto count = static_cast<std::int32_t>(include.size());
     return mUnzip::CallUnzipLibrary(*this, m_tOptions, count, include, 0, {}) != 0;
@@ -88,13 +86,7 @@ void cUnzip::AddListedEntry(const QString &sName, const QString &sFolder, const 
                             std::int32_t lFactor, const QString &sMethod) {
     if (sName.isEmpty() || sName == QChar(0))
         return;
-    // Consecutive entries usually have the same folder and method: they share one string.
-    const tZipEntry *previous = m_atEntries.empty() ? nullptr : &m_atEntries.back();
-    const bool sameFolder = previous != nullptr && previous->sFolder == sFolder;
-    const bool sameMethod = previous != nullptr && previous->sMethod == sMethod;
-    m_atEntries.push_back({sName, sameFolder ? previous->sFolder : sFolder, lSize, lFactor,
-                           sameMethod ? previous->sMethod : sMethod, dDate, lCRC, bEncrypted,
-                           true});
+    m_tEntries->add({sName, sFolder, lSize, lFactor, sMethod, dDate, lCRC, bEncrypted, true});
 }
 
 void cUnzip::RaiseOverwritePrompt(const QString &sFile, std::int32_t &eResponse) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/entryList.h"
 #include "archive/libraryEvents.h"
 #include "archive/workRecord.h"
 #include "ziplib/vl2uzip.h"
@@ -9,21 +10,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
-
-// One listed entry of an archive.
-struct tZipEntry {
-    QString sName;        // the file name, the last component of the entry's path
-    QString sFolder;      // its folder, separated by "\"; "" at the archive's root
-    std::int32_t lSize;   // compressed size in bytes, bit pattern of an unsigned number
-    std::int32_t lFactor; // compression factor as the library reports it
-    QString sMethod;      // name of the compression method
-    QDateTime dDate;      // modification time as stored, without a time zone; to the minute
-    std::int32_t lCRC;    // CRC-32, bit pattern of an unsigned number
-    bool bEncrypted;
-    bool bSelected; // initially true
-};
 
 // Lists the entries of one archive and extracts the selected ones, through the companion library
 // vl2uzip. Only one call of Directory or Unzip may be in progress in the whole program: an event
@@ -58,22 +47,24 @@ class cUnzip : public LibraryEvents {
     void setCaseSensitiveFileNames(bool bState) { m_tOptions.C_flag = bState; }
 
     // The listed entries, in stored order. Indexes run from 1 to FileCount; any other raises 9.
-    std::int32_t FileCount() const { return static_cast<std::int32_t>(m_atEntries.size()); }
-    const QString &Filename(std::int32_t lIndex) const { return entry(lIndex).sName; }
-    const QString &FileDirectory(std::int32_t lIndex) const { return entry(lIndex).sFolder; }
+    std::int32_t FileCount() const { return m_tEntries->count(); }
+    QString Filename(std::int32_t lIndex) const { return m_tEntries->name(checked(lIndex)); }
+    QString FileDirectory(std::int32_t lIndex) const { return m_tEntries->folder(checked(lIndex)); }
     std::int32_t FileSize(std::int32_t lIndex) const { return entry(lIndex).lSize; }
     // Size times factor divided by 100, rounded toward zero. Raises 6 if the product exceeds 32
     // bits.
     std::int32_t FilePackedSize(std::int32_t lIndex) const;
     std::int32_t FileCompressionRatio(std::int32_t lIndex) const { return entry(lIndex).lFactor; }
     QDateTime FileDate(std::int32_t lIndex) const { return entry(lIndex).dDate; }
-    std::int32_t FileCRC(std::int32_t lIndex) const { return entry(lIndex).lCRC; }
-    const QString &FileCompressionMethod(std::int32_t lIndex) const {
-        return entry(lIndex).sMethod;
+    std::int32_t FileCRC(std::int32_t lIndex) const {
+        return static_cast<std::int32_t>(m_tEntries->crc(checked(lIndex)));
     }
+    QString FileCompressionMethod(std::int32_t lIndex) const { return entry(lIndex).sMethod; }
     bool FileEncrypted(std::int32_t lIndex) const { return entry(lIndex).bEncrypted; }
     bool FileSelected(std::int32_t lIndex) const { return entry(lIndex).bSelected; }
     void setFileSelected(std::int32_t lIndex, bool bState);
+    // All of them. Setting ZipFile starts a new list and leaves this one as it is.
+    std::shared_ptr<const EntryList> Entries() const { return m_tEntries; }
 
     // Appends the entries of ZipFile to the list and returns the library's return code, 0 for
     // success. Raises the errors of the library call (53 if the library is missing) with the source
@@ -124,11 +115,13 @@ class cUnzip : public LibraryEvents {
     void RaiseOverwritePrompt(const QString &sFile, std::int32_t &eResponse) const;
 
     static QString EntryPathForLibrary(const QString &sFolder, const QString &sName);
-    const tZipEntry &entry(std::int32_t lIndex) const;
+    // The index from 0; raises 9 for one outside the list.
+    std::int32_t checked(std::int32_t lIndex) const;
+    tZipEntry entry(std::int32_t lIndex) const { return m_tEntries->at(checked(lIndex)); }
 
     QString m_sZipFile;
     QString m_sUnzipFolder;
-    std::vector<tZipEntry> m_atEntries;
+    std::shared_ptr<EntryList> m_tEntries = std::make_shared<EntryList>();
     std::optional<std::vector<WorkRecord::Entry>> m_atExtracted;
     DCL m_tOptions{}; // its texts stay null
     std::int32_t m_lLastCode = 0;

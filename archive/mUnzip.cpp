@@ -77,7 +77,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
 
         const bool extracts = tOptions.nvflag == 0 && tOptions.ntflag == 0;
         if (reportExtractedTo(extracts ? OnUnzipExtracted : nullptr))
-            oUnzip.m_atExtracted.emplace().reserve(oUnzip.m_atEntries.size());
+            oUnzip.m_atExtracted.emplace().reserve(static_cast<std::size_t>(oUnzip.FileCount()));
         oUnzip.m_bPasswordCancelled = false;
         oUnzip.m_lLastCode = library().function<decltype(&Wiz_SingleEntryUnzip)>(
             "Wiz_SingleEntryUnzip")(lIncludeCount, include.table(), lExcludeCount, exclude.table(),

@@ -120,13 +120,16 @@ std::int32_t clean(const std::string &archive, const std::string &folder, bool c
         cleaner.trashOthers(known);
     }
     std::set<std::string, std::greater<>> folders; // subfolders first
-    for (const std::string &name : listing().names) {
+    const std::vector<std::string> &names = listing().names;
+    cleaner.deleteFiles(
+        static_cast<int>(names.size()),
+        [&](int i) { return QString::fromStdString(names[static_cast<std::size_t>(i)]); },
+        [](int, bool) {});
+    for (const std::string &name : names) {
         for (std::size_t cut = name.rfind('/'); cut != std::string::npos && cut > 0;
              cut = name.rfind('/', cut - 1))
             if (!folders.insert(name.substr(0, cut)).second)
                 break;
-        if (!name.empty() && name.back() != '/')
-            cleaner.deleteFile(QString::fromStdString(name));
     }
     for (const std::string &path : folders) {
         cleaner.deleteFilesIn(QString::fromStdString(path));

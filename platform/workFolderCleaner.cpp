@@ -5,11 +5,14 @@
 #include "platform/storedNames.h"
 #include "platform/trash.h"
 #include "storage/folderCache.h"
+#include "storage/orderedParallelFor.h"
 #include "storage/pathText.h"
+#include "storage/threadPool.h"
 
 #include <QStringList>
 
 #include <algorithm>
+#include <mutex>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -34,6 +37,17 @@ std::optional<std::string> relativePath(QString folder) {
     }
     return components.join(u'/').toStdString();
 }
+
+// A file's folder and its name in it.
+struct SplitPath {
+    explicit SplitPath(QStringView path) {
+        const qsizetype cut = std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
+        folder = path.first(std::max<qsizetype>(cut, 0));
+        name = path.sliced(cut + 1);
+    }
+    QStringView folder;
+    QStringView name;
+};
 
 Status notFound(const QString &name) {
     return {Failure::NotFound, "cannot find " + name.toStdString(), name.toStdString()};
@@ -74,12 +88,14 @@ class WorkFolders : public FolderCache {
   private:
     // Lists a folder at its first use only: thousands of missing files need one listing.
     std::string otherSpelling(const Folder &folder, const std::string &path, const QString &name) {
+        const std::lock_guard lock(m_mutex);
         const auto [known, isNew] = m_names.try_emplace(path);
         if (isNew)
             static_cast<void>(known->second.read(folder));
         return known->second.find(name);
     }
 
+    std::mutex m_mutex;
     std::unordered_map<std::string, StoredNames> m_names; // by the folder's path
 };
 
@@ -101,11 +117,10 @@ struct WorkFolderCleaner::State {
     // Calls `step` for a file or folder with the open folder that it is in.
     template<typename Step>
     bool onName(const QString &path, Step step) {
-        const qsizetype cut = std::max(path.lastIndexOf(u'/'), path.lastIndexOf(u'\\'));
-        const QString name = path.sliced(cut + 1);
-        const QStringView folder = QStringView(path).first(std::max<qsizetype>(cut, 0));
-        if (folder != lastFolder) { // files come folder by folder
-            lastFolder = folder.toString();
+        const SplitPath split(path);
+        const QString name = split.name.toString();
+        if (split.folder != lastFolder) { // files come folder by folder
+            lastFolder = split.folder.toString();
             lastPath = relativePath(lastFolder);
         }
         std::shared_ptr<const OpenFolder> opened;
@@ -116,19 +131,36 @@ struct WorkFolderCleaner::State {
                    .ok();
     }
 
-    // Deletes a file of an open folder; `file` is its path below the work folder.
-    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) {
+    // Deletes a file of an open folder unless `packed` forbids it; `file` is its path below the
+    // work folder. Thread-safe.
+    Status deleteHeld(const Folder &folder, const std::string &name, QStringView file,
+                      bool &isEdited) const {
         if (packed == nullptr)
             return folder.removeFile(name);
-        bool isEdited = false;
-        Status status =
-            folder.removeFileIf(name, keepsInfo, [&](const FileInfo &info, const OpenInput &open) {
+        return folder.removeFileIf(
+            name, keepsInfo, [&](const FileInfo &info, const OpenInput &open) {
                 const bool isFile = info.kind == FileInfo::Kind::File;
                 const bool isHeld = isFile && packed->hold(file, info, timesTell, open);
                 isEdited = isFile && !isHeld;
                 return isHeld;
             });
-        if (status.ok() || status.is(Failure::NotFound))
+    }
+
+    // Deletes a file by its exact name if that is all that has to be done. Thread-safe.
+    bool deleteExact(const QString &file) {
+        const SplitPath split(file);
+        const auto path = relativePath(split.folder.toString());
+        std::shared_ptr<const OpenFolder> opened;
+        bool isEdited = false;
+        return path && isUsableName(split.name) && folders->get(*path, opened).ok() &&
+               deleteHeld(opened->folder, split.name.toString().toStdString(), file, isEdited).ok();
+    }
+
+    // Deletes a file of an open folder, or moves it to the trash.
+    Status deleteIn(const Folder &folder, const std::string &name, QStringView file) {
+        bool isEdited = false;
+        Status status = deleteHeld(folder, name, file, isEdited);
+        if (status.ok() || status.is(Failure::NotFound) || packed == nullptr)
             return status;
         QString shown = file.toString().replace(u'\\', u'/');
         if (shown.startsWith(u'/'))
@@ -206,6 +238,27 @@ bool WorkFolderCleaner::deleteFile(const QString &file) {
     return m_state->onName(
         file, [&](const Folder &folder,
                   const std::string &name) { return m_state->deleteIn(folder, name, file); });
+}
+
+void WorkFolderCleaner::deleteFiles(int count, const std::function<QString(int)> &file,
+                                    const std::function<void(int, bool)> &done,
+                                    const std::function<void()> &idle) {
+    constexpr unsigned kFilesForThread = 64; // as many as a thread deletes in a batch
+    std::vector<char> deleted(static_cast<std::size_t>(count));
+    OrderedParallelFor job;
+    job.count = deleted.size();
+    job.cost = [](std::size_t) { return std::uint64_t{0}; };
+    job.work = [&](std::size_t i) {
+        deleted[i] = m_state->deleteExact(file(static_cast<int>(i))) ? 1 : 0;
+    };
+    job.take = [&](std::size_t i) {
+        const int number = static_cast<int>(i);
+        done(number, deleted[i] != 0 || deleteFile(file(number)));
+        return true;
+    };
+    job.idle = idle;
+    const unsigned most = static_cast<unsigned>(count) / kFilesForThread + 1;
+    orderedParallelFor(job, std::min(workerCount(Work::Waits), most), UINT64_MAX);
 }
 
 bool WorkFolderCleaner::deleteFilesIn(const QString &folder, const Step &step) {

@@ -38,6 +38,14 @@ class WorkFolderCleaner {
     bool clearAttributes(const QString &file, FileInfo *cleared = nullptr);
     // Deletes one file (never a folder), even if it is read-only or hidden.
     bool deleteFile(const QString &file);
+    // Deletes `count` files, as deleteFile does. Several threads do so, since a disk may make each
+    // deletion wait, but only this one moves files to the trash. `file` returns the name of a
+    // number from 0, on any thread. `done` is called for each in order, on this thread, with
+    // whether it was deleted; `idle` about every 20 ms.
+    void deleteFiles(
+        int count, const std::function<QString(int number)> &file,
+        const std::function<void(int number, bool deleted)> &done,
+        const std::function<void()> &idle = [] {});
     // Deletes every file directly in a folder ("" is the work folder itself) except hidden and
     // system files. True if none is left. Calls `step` before each with its number and the number
     // of all.

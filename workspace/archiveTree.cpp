@@ -29,7 +29,8 @@ void sortKeys(std::vector<Key> &keys, void (*idle)()) {
 } // namespace
 
 int ArchiveNodes::add(const QString &text, int parent, int image, int number) {
-    m_nodes.push_back({text, parent, number, 0, image});
+    m_nodes.push_back({parent, number, 0, static_cast<std::int8_t>(image)});
+    m_texts.add(text);
     return Count();
 }
 
@@ -76,42 +77,36 @@ void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
 void ArchiveTree::Arrange(void (*idle)()) {
     std::vector<ArchiveNodes::Node> &all = m_nodes.m_nodes;
     std::vector<Key> folders;
-    std::vector<std::int32_t> position(all.size() + 1);
-    std::vector<std::vector<Key>> files;
-    for (int node = 1; node <= m_nodes.Count(); ++node) {
-        const int parent = m_nodes.Parent(node);
-        if (parent == 0) {
-            position[static_cast<std::size_t>(node)] = static_cast<std::int32_t>(folders.size());
+    for (int node = 1; node <= m_nodes.Count(); ++node)
+        if (m_nodes.Parent(node) == 0)
             folders.push_back({m_nodes.Text(node).toCaseFolded(), node});
-            files.emplace_back();
-        } else {
-            const auto folder =
-                static_cast<std::size_t>(position[static_cast<std::size_t>(parent)]);
-            files[folder].push_back({m_nodes.Text(node).toCaseFolded(), node});
-        }
-        if ((node & 0xFFF) == 0)
-            idle();
-    }
     sortKeys(folders, idle);
     m_folders.reserve(folders.size());
     m_children.resize(folders.size());
-    int row = 0;
     for (const Key &folder : folders) {
-        std::vector<Key> &keys =
-            files[static_cast<std::size_t>(position[static_cast<std::size_t>(folder.node)])];
-        sortKeys(keys, idle);
-        std::vector<std::int32_t> &children = m_children[static_cast<std::size_t>(row)];
-        children.reserve(keys.size());
-        for (const Key &key : keys) {
-            all[static_cast<std::size_t>(key.node) - 1].row =
-                static_cast<std::int32_t>(children.size());
-            children.push_back(key.node);
-        }
-        keys = {};
-        all[static_cast<std::size_t>(folder.node) - 1].row = row++;
+        all[static_cast<std::size_t>(folder.node) - 1].row =
+            static_cast<std::int32_t>(m_folders.size());
         m_folders.push_back(folder.node);
-        if ((row & 0xFFF) == 0)
+    }
+    for (int node = 1; node <= m_nodes.Count(); ++node) {
+        const int parent = m_nodes.Parent(node);
+        if (parent != 0)
+            m_children[static_cast<std::size_t>(m_nodes.at(parent).row)].push_back(node);
+        if ((node & 0xFFF) == 0)
             idle();
+    }
+    std::vector<Key> keys; // of one folder, since they need more memory than its nodes
+    for (std::vector<std::int32_t> &children : m_children) {
+        keys.clear();
+        for (const std::int32_t node : children)
+            keys.push_back({m_nodes.Text(node).toCaseFolded(), node});
+        sortKeys(keys, idle);
+        children.shrink_to_fit();
+        for (std::size_t row = 0; row < keys.size(); ++row) {
+            children[row] = keys[row].node;
+            all[static_cast<std::size_t>(keys[row].node) - 1].row = static_cast<std::int32_t>(row);
+        }
+        idle();
     }
 }
 
@@ -163,7 +158,7 @@ QVariant ArchiveTree::data(const QModelIndex &index, int role) const {
     if (node == 0)
         return {};
     const bool folder = m_nodes.HasChildren(node);
-    const QString &text = m_nodes.Text(node);
+    const QString text = m_nodes.Text(node);
     switch (role) {
     case Qt::DisplayRole:
         return text;
@@ -217,7 +212,7 @@ void ArchiveTree::SetChanges(Changes changes) {
 QString ArchiveTree::ChangeText(int node) const {
     if (m_changes.changed.isEmpty() && m_changes.added.isEmpty())
         return {};
-    const QString &text = m_nodes.Text(node);
+    const QString text = m_nodes.Text(node);
     if (!m_nodes.HasChildren(node)) {
         const bool changed =
             m_changes.changed.contains(m_nodes.Text(m_nodes.Parent(node)) + '\\' + text);

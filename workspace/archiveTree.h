@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/packedTexts.h"
+
 #include <QAbstractItemModel>
 #include <QHash>
 #include <QIcon>
@@ -20,7 +22,7 @@ class ArchiveNodes {
     void AddFile(const QString &folder, const QString &name, int image, int entry);
 
     int Count() const { return static_cast<int>(m_nodes.size()); }
-    const QString &Text(int node) const { return at(node).text; }
+    QString Text(int node) const { return m_texts.at(static_cast<std::size_t>(node) - 1); }
     int Image(int node) const { return at(node).image; }
     // The folder node that contains a file; 0 for a folder.
     int Parent(int node) const { return at(node).parent; }
@@ -34,16 +36,16 @@ class ArchiveNodes {
     friend class ArchiveTree;
 
     struct Node {
-        QString text;
         std::int32_t parent = 0; // 0 for a folder
         std::int32_t number = 0; // a folder's first child, a file's entry
         std::int32_t row = 0;    // its position among its siblings in display order
-        std::int32_t image = 0;
+        std::int8_t image = 0;
     };
     const Node &at(int node) const { return m_nodes[static_cast<std::size_t>(node) - 1]; }
     int add(const QString &text, int parent, int image, int number);
 
     std::vector<Node> m_nodes;
+    PackedTexts m_texts; // of each node
     QHash<QString, int> m_folders;
     int m_lastFolder = 0;
 };

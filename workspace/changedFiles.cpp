@@ -127,10 +127,9 @@ struct ChangedFiles::Task {
         } else {
             FileInfo anyVersion;
             anyVersion.size = platform::PackedFiles::kAnySize;
-            for (const Listed &entry : *listing) {
-                const QString path =
-                    entry.folder.isEmpty() ? entry.name : entry.folder + '\\' + entry.name;
-                m_known.add(path, anyVersion, entry.crc, INT64_MIN);
+            for (std::int32_t i = 0; listing != nullptr && i < listing->count(); ++i) {
+                const QString path = listing->path(i);
+                m_known.add(path, anyVersion, listing->crc(i), INT64_MIN);
                 addPath(path);
             }
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/entryList.h"
 #include "workspace/archiveTree.h"
 
 #include <QFileSystemWatcher>
@@ -26,13 +27,8 @@ struct FolderChanges {
 // are not too many.
 class ChangedFiles : public QObject {
   public:
-    // An entry as listed, for work folders without a record.
-    struct Listed {
-        QString folder;
-        QString name;
-        std::uint32_t crc = 0;
-    };
-    using Listing = std::shared_ptr<const std::vector<Listed>>;
+    // The entries as listed, for work folders without a record.
+    using Listing = std::shared_ptr<const EntryList>;
 
     // `found` gets the result of each look, on the caller's thread.
     ChangedFiles(QObject *parent, std::function<void(FolderChanges)> found);

@@ -36,15 +36,14 @@ QStringList FileList::Files() const {
 
 ArchiveLines::ArchiveLines(QObject *parent) : QAbstractListModel(parent) {}
 
-void ArchiveLines::SetLines(std::vector<Line> lines) {
+void ArchiveLines::SetEntries(std::shared_ptr<const EntryList> entries) {
     beginResetModel();
-    m_lines = std::move(lines);
+    m_entries = std::move(entries);
     endResetModel();
 }
 
 QString ArchiveLines::Text(int line) const {
-    const Line &entry = m_lines.at(static_cast<std::size_t>(line));
-    return entry.folder + QLatin1Char('\\') + entry.name;
+    return m_entries->folder(line) + QLatin1Char('\\') + m_entries->name(line);
 }
 
 int ArchiveLines::rowCount(const QModelIndex &parent) const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/entryList.h"
+
 #include <QAbstractListModel>
 #include <QIcon>
 #include <QLabel>
@@ -7,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <vector>
 
 // Small controls of the main window that Qt does not provide in this form.
@@ -35,19 +38,16 @@ class FileList : public QListWidget {
 class ArchiveLines : public QAbstractListModel {
   public:
     explicit ArchiveLines(QObject *parent);
-    struct Line {
-        QString folder;
-        QString name;
-    };
-    void SetLines(std::vector<Line> lines);
-    int Count() const { return static_cast<int>(m_lines.size()); }
+    void SetEntries(std::shared_ptr<const EntryList> entries);
+    int Count() const { return m_entries == nullptr ? 0 : m_entries->count(); }
+    // Thread-safe.
     QString Text(int line) const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
 
   private:
-    std::vector<Line> m_lines;
+    std::shared_ptr<const EntryList> m_entries;
 };
 
 // A label of one line. A text that does not fit is elided and shown in full as a tool tip.

@@ -70,7 +70,8 @@ void frmMain::OpenSelectedArchive() {
 
 void frmMain::ListArchive(const QString &path) {
     StopLooking();
-    m_lines->SetLines({});
+    m_lines->SetEntries(nullptr);
+    m_listing = nullptr;
     m_tree->Clear();
     platform::setMousePointer(this, 11);
     DisableWindow();
@@ -80,23 +81,16 @@ void frmMain::ListArchive(const QString &path) {
     if (count > 0)
         ShowProgressBar(count);
     ArchiveNodes nodes;
-    std::vector<ArchiveLines::Line> lines;
-    std::vector<ChangedFiles::Listed> listing;
-    lines.reserve(static_cast<std::size_t>(count));
-    listing.reserve(static_cast<std::size_t>(count));
     for (int i = 1; i <= count; ++i) {
-        const QString &name = m_cUnzip->Filename(i);
-        const QString &folder = m_cUnzip->FileDirectory(i);
+        const QString name = m_cUnzip->Filename(i);
         const int image = ImageOfFile(name);
         if (image != 0)
-            nodes.AddFile(folder, name, image, i);
-        lines.push_back({folder, name});
-        listing.push_back({folder, name, static_cast<std::uint32_t>(m_cUnzip->FileCRC(i))});
+            nodes.AddFile(m_cUnzip->FileDirectory(i), name, image, i);
         SetProgress(i);
     }
     m_tree->Fill(std::move(nodes), &platform::repaintPending);
-    m_lines->SetLines(std::move(lines));
-    m_listing = std::make_shared<const std::vector<ChangedFiles::Listed>>(std::move(listing));
+    m_listing = m_cUnzip->Entries();
+    m_lines->SetEntries(m_listing);
     ProgressBar->hide();
     EnableWindow();
     if (count > 0)

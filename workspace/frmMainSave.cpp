@@ -173,14 +173,16 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             cleaner.deleteOnly(*known);
         else if (known != nullptr)
             cleaner.trashOthers(*known);
-        for (int line = 0; line < m_lines->Count(); ++line) {
-            const QString file = m_lines->Text(line);
-            // deleteFile deletes read-only files too, so only files that stay need this.
-            if (!cleaner.deleteFile(file))
-                cleaner.clearAttributes(file);
+        const auto done = [&](int line, bool deleted) {
+            // Read-only files are deleted too, so only files that stay need this.
+            if (!deleted)
+                cleaner.clearAttributes(m_lines->Text(line));
             SetProgress(line);
             platform::repaintPending(); // moving to the trash takes long
-        }
+        };
+        cleaner.deleteFiles(
+            m_lines->Count(), [this](int line) { return m_lines->Text(line); }, done,
+            platform::repaintPending);
         const auto step = [this](int file, int count) {
             if (file == 0 && count >= kManyFiles)
                 ShowProgressBar(count - 1);

@@ -21,6 +21,10 @@ SHARE = {"lacks": " local open-rename read-locks "}
 HELD = {"lacks": " local held-rename renameat2 "}
 
 
+# More files than one thread of a clean-up deletes, edits among them.
+CROWD = {"sample": 14, "crowd": {"set%d/%d.cs" % (i // 60, i): b"// %d\r\n" % i for i in range(480)},
+         "more": {"set%d/%d.cs" % (i // 60, i): b"// edited\r\n" for i in range(30, 480, 60)}}
+
 # What another program has put into the archive since the extraction.
 NEWER = {"scripts/client.cs": b"// newer\r\n" * 70}
 
@@ -80,17 +84,19 @@ def interrupted_saves(binaries, scratch, *faults, before=lambda: None, after=lam
     print("%d points, archive old after %d, new after %d" % (sum(outcomes.values()), *outcomes.values()))
 
 
-def interrupted_cancel(binaries, scratch):
+def interrupted_cancel(binaries, scratch, **options):
     """A Cancel that is killed at each call: the archive is as it was, and each edited file is whole in
     the work folder or in the trash."""
-    job = Job(binaries, scratch)
+    job = Job(binaries, scratch, **options)
     job.extract_and_edit()
     job.freeze()
     old = job.bytes_of_archive()
     calls = job.calls_of("cancel")
     trash = os.path.join(job.live, "data", "Trash", "files")
     check(len(read_tree(trash)) == len(job.edits), "in the trash are", read_tree(trash).keys())
+    tried = 0
     for number, where in job.points(calls):
+        tried += 1
         job.steps("cancel", watch=kills(number), must=False)
         check(job.bytes_of_archive() == old, where, "the archive changed")
         there = [*read_tree(job.work).values(), *read_tree(trash).values()]
@@ -98,7 +104,7 @@ def interrupted_cancel(binaries, scratch):
             check(content in there, where, "lost the edit of", name)
         job.steps("ready", "cancel")
         job.nothing_left(where)
-    print("%d points" % len(calls))
+    print("%d points" % tried)
 
 
 def interrupted_extractions(binaries, scratch, *faults, **disk):
@@ -299,6 +305,8 @@ if __name__ == "__main__":
         "kill-extract": lambda *where: extract(*where, kills),
         "kill-extract-poor": lambda *where: extract(*where, kills, **POOR),
         "kill-cancel": interrupted_cancel,
+        "kill-cancel-crowd": lambda *where: interrupted_cancel(*where, **CROWD),
+        "kill-save-crowd": lambda *where: save(*where, **CROWD),
         "settings": settings, "commands": commands,
         "fail-save": lambda *where: save(*where, *map(failures, (
             errno.EIO, errno.ENOSPC, errno.EDQUOT, errno.EACCES))),

@@ -106,16 +106,17 @@ class Job:
     """One archive in a game folder below `root`. `reset` puts everything back to the state that
     `freeze` saw, so that each fault starts from the same disk. `front` stands before the archive,
     `more` are edits beside the usual ones, `newer` are entries that another program replaces after the
-    extraction, `lacks` are features that the disk lacks. `game` and `temp` are folders elsewhere for
+    extraction, `lacks` are features that the disk lacks, `crowd` more entries. `game` and `temp` are folders elsewhere for
     the game and for the work folders. Of the points in a step, at most `sample` are tried, spread over
     all."""
 
     def __init__(self, binaries, root, front=b"", more=None, newer=None, lacks=None, game=None,
-                 temp=None, sample=None):
+                 temp=None, sample=None, crowd=None):
         self.binaries, self.root, self.sample = binaries, root, sample
         self.disk = {"lacks": lacks} if lacks else {}
         self.edits = {**EDITS, **(more or {})}
-        self.entries = {**ENTRIES, **(newer or {})}
+        self.first = {**ENTRIES, **(crowd or {})}
+        self.entries = {**self.first, **(newer or {})}
         self.wanted = {**self.entries, **self.edits}
         self.live = os.path.join(root, "live")
         self.game = game or os.path.join(self.live, "game")
@@ -139,7 +140,7 @@ class Job:
                         WINEPREFIX=os.path.join(self.live, "no-prefix"),
                         QT_QPA_PLATFORM="offscreen", LSAN_OPTIONS="detect_leaks=0")
         self.front = front
-        self.make_archive(ENTRIES)
+        self.make_archive(self.first)
         self.register_folders()
 
     def register_folders(self):
@@ -198,7 +199,7 @@ class Job:
 
     def extract_and_edit(self):
         self.steps("extract")
-        if self.entries != ENTRIES:
+        if self.entries != self.first:
             self.make_archive(self.entries)
         write_files(self.work, self.edits)
         for name in self.edits:

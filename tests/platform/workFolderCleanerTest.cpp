@@ -2,6 +2,7 @@
 #include "tests/platform/cleanerFixture.h"
 
 #include <functional>
+#include <string>
 
 namespace fs = std::filesystem;
 
@@ -180,6 +181,45 @@ TEST_F(WorkFolderCleanerTest, BytesAreComparedIfTimesDoNotTell) {
     cleaner.deleteOnly(entries);
     EXPECT_FALSE(cleaner.deleteFile("own.cs"));
     EXPECT_TRUE(cleaner.deleteFile("extracted.cs"));
+}
+
+// Files of several folders are deleted at once, while an editor writes one in each.
+TEST_F(WorkFolderCleanerTest, ManyFilesAreDeletedAtOnceAndEditsAreKept) {
+    constexpr int kFiles = 1'200;
+    constexpr int kInFolder = 150;
+    const auto nameOf = [](int i) { return QString("sub%1/%2.cs").arg(i / kInFolder).arg(i); };
+    const auto pathOfFile = [&](int i) {
+        return fs::path(bytesAt("temp/Classic/" + nameOf(i).toUtf8()).toStdString());
+    };
+    const auto isEdited = [](int i) { return i % kInFolder == 90; };
+    platform::PackedFiles packed;
+    QStringList edited;
+    for (int i = 0; i < kFiles; ++i) {
+        makeFile("temp/Classic/" + nameOf(i).toUtf8());
+        const QByteArray folder = "temp/Classic/sub" + QByteArray::number(i / kInFolder);
+        packed.add(nameOf(i), stateOf(folder, (std::to_string(i) + ".cs").c_str()), kContentCrc,
+                   INT64_MIN);
+        if (isEdited(i))
+            edited.append(nameOf(i));
+    }
+    platform::WorkFolderCleaner cleaner(work());
+    cleaner.deleteOnly(packed);
+    int next = 0;
+    cleaner.deleteFiles(
+        kFiles,
+        [&](int i) {
+            if (isEdited(i))
+                writeFile(pathOfFile(i), "EDITED!");
+            return nameOf(i);
+        },
+        [&](int i, bool deleted) {
+            EXPECT_EQ(i, next++);
+            EXPECT_EQ(deleted, !isEdited(i)) << i;
+        });
+    EXPECT_EQ(next, kFiles);
+    EXPECT_EQ(cleaner.kept(), edited);
+    for (int i = 0; i < kFiles; ++i)
+        EXPECT_EQ(fs::exists(pathOfFile(i)), isEdited(i)) << i;
 }
 
 } // namespace

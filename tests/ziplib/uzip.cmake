@@ -4,7 +4,7 @@ if(ORVEL_SYSTEM STREQUAL posix)
 endif()
 orvel_test(ziplib_shared_test
   SOURCES codec/codecTest.cpp format/namesTest.cpp format/recordsTest.cpp
-          common/orderedParallelForTest.cpp common/patternTest.cpp ${zones}
+          common/patternTest.cpp ${zones}
   LIBRARIES ziplib_shared Threads::Threads)
 
 # Fixed time zone: times in archives are local.

@@ -1,7 +1,7 @@
 #include "tools/orvel-vl2/archive.h"
 
-#include "ziplib/common/orderedParallelFor.h"
-#include "ziplib/common/threadPool.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 
 #include <algorithm>
 
@@ -48,14 +48,14 @@ Exit forEachGroup(const std::vector<std::string> &paths, For purpose,
         const std::size_t count = std::min(kGroup, paths.size() - first);
         std::vector<std::unique_ptr<Archive>> group(count);
         std::vector<Status> states(count);
-        ziplib::OrderedParallelFor work;
+        platform::OrderedParallelFor work;
         work.count = count;
         // One archive for each step of a thread, not a batch of them.
         work.cost = [](std::size_t) { return std::uint64_t{8} << 20; };
         work.work = [&](std::size_t i) { states[i] = open(paths[first + i], purpose, group[i]); };
         work.take = [](std::size_t) { return true; };
         work.idle = checkInterrupt;
-        ziplib::orderedParallelFor(work, ziplib::workerCount(), UINT64_MAX);
+        platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
         for (std::size_t i = 0; i < count; ++i) {
             const Status &status = states[i].ok() ? group[i]->directory.damage() : states[i];
             if (!status.ok())

@@ -1,9 +1,9 @@
 #include "tools/orvel-vl2/readEntries.h"
 
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "tools/orvel-vl2/console.h"
 #include "ziplib/common/objectPool.h"
-#include "ziplib/common/orderedParallelFor.h"
-#include "ziplib/common/threadPool.h"
 
 #include <map>
 #include <mutex>
@@ -24,7 +24,7 @@ bool keepGoing() {
     return !interrupted();
 }
 
-Status read(const EntryOf &entry, ziplib::MemoryBudget *budget,
+Status read(const EntryOf &entry, platform::MemoryBudget *budget,
             const std::function<Status(ziplib::EntryReader &reader)> &work) {
     const ziplib::Source source{entry.archive->file, entry.archive->directory,
                                 &*entry.archive->extents, budget, keepGoing};
@@ -42,10 +42,10 @@ void readEntries(const std::string &progress, const std::vector<EntryOf> &entrie
     for (const EntryOf &entry : entries)
         total += entry.entry().compressedSize;
     Progress shown(progress, total);
-    ziplib::MemoryBudget budget(kLargeMemory);
+    platform::MemoryBudget budget(kLargeMemory);
     std::mutex mutex;
     std::map<std::size_t, Status> failures;
-    ziplib::OrderedParallelFor job;
+    platform::OrderedParallelFor job;
     job.count = entries.size();
     job.cost = [&](std::size_t i) { return entries[i].entry().compressedSize / 4 + kOverhead; };
     job.work = [&](std::size_t i) {
@@ -69,7 +69,7 @@ void readEntries(const std::string &progress, const std::vector<EntryOf> &entrie
         return true;
     };
     job.idle = checkInterrupt;
-    ziplib::orderedParallelFor(job, ziplib::workerCount(), kBudget);
+    platform::orderedParallelFor(job, platform::workerCount(), kBudget);
 }
 
 Status readAll(ziplib::EntryReader &reader, std::string &text) {

@@ -1,8 +1,8 @@
 #include "tools/orvel-vl2/tree.h"
 
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "ziplib/codec/codec.h"
-#include "ziplib/common/orderedParallelFor.h"
-#include "ziplib/common/threadPool.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <algorithm>
@@ -79,7 +79,7 @@ Tree::Tree(const std::string &path) : m_path(path) {
 void Tree::measure(const std::vector<TreeFile *> &files) const {
     Status failed;
     std::vector<Status> states(files.size());
-    ziplib::OrderedParallelFor job;
+    platform::OrderedParallelFor job;
     job.count = files.size();
     job.cost = [](std::size_t) { return std::uint64_t{kChunk}; };
     job.work = [&](std::size_t i) { states[i] = measureFile(m_path, *files[i]); };
@@ -88,7 +88,7 @@ void Tree::measure(const std::vector<TreeFile *> &files) const {
         return failed.ok();
     };
     job.idle = checkInterrupt;
-    ziplib::orderedParallelFor(job, ziplib::workerCount(), kAllTexts);
+    platform::orderedParallelFor(job, platform::workerCount(), kAllTexts);
     if (!failed.ok())
         throw Failed(failed);
 }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "storage/storage.h"
+#include "storage/threadPool.h"
 #include "ziplib/codec/cipher.h"
 #include "ziplib/codec/codec.h"
 #include "ziplib/common/buffer.h"
-#include "ziplib/common/threadPool.h"
 #include "ziplib/format/directory.h"
 #include "ziplib/format/localHeader.h"
 
@@ -22,7 +22,7 @@ struct Source {
     // checked then.
     const Extents *extents = nullptr;
     // Limits what all threads take for entries that are read whole; may be null.
-    MemoryBudget *budget = nullptr;
+    platform::MemoryBudget *budget = nullptr;
     // Called between the chunks of a large entry; may be empty.
     platform::KeepGoing keepGoing = {};
 };
@@ -72,7 +72,7 @@ class EntryReader {
     const std::uint64_t m_limit; // where the next thing in the file starts
     std::optional<Cipher> m_cipher;
     Scratch &m_scratch;
-    std::optional<MemoryBudget::Reservation> m_memory;
+    std::optional<platform::MemoryBudget::Reservation> m_memory;
     platform::Status m_status;
     bool m_started = false;
     bool m_whole = false;

@@ -5,6 +5,7 @@
 #include "ziplib/format/records.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ziplib {
 
@@ -17,10 +18,21 @@ using platform::Status;
 // Larger central directories are refused.
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
+constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
 
 } // namespace
 
 Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoing) {
+    return readAll(file, {}, keepGoing);
+}
+
+Status Directory::readEach(const InputFile &file, const Take &take,
+                           const platform::KeepGoing &keepGoing) {
+    return readAll(file, take, keepGoing);
+}
+
+Status Directory::readAll(const InputFile &file, const Take &take,
+                          const platform::KeepGoing &keepGoing) {
     m_entries.clear();
     m_damage = {};
     m_missing = 0;
@@ -34,13 +46,16 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
         m_damage = {Failure::EndsEarly, file.path() + " ends early, in its comment", file.path()};
     if (size() > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
-    reserve(m_bytes, static_cast<std::size_t>(size()));
-    m_entries.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
-    if (Status status = readRecords(file, keepGoing); !status.ok()) {
+    reserve(m_bytes,
+            static_cast<std::size_t>(take ? std::min(size(), kReadStep + kLongestRecord) : size()));
+    if (!take)
+        m_entries.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
+    std::uint64_t found = 0;
+    if (Status status = readRecords(file, take, keepGoing, found); !status.ok()) {
         m_entries.clear();
         return status;
     }
-    const std::uint64_t counted = m_entries.size() & m_end.countMask;
+    const std::uint64_t counted = found & m_end.countMask;
     const std::uint64_t declared = m_end.count & m_end.countMask;
     if (counted < declared)
         m_missing = 1; // the count itself may be wrong
@@ -53,31 +68,41 @@ Status Directory::read(const InputFile &file, const platform::KeepGoing &keepGoi
 
 // Reads in steps and stops at the first byte that is no record, so that a forged size costs no more
 // than the records that exist.
-Status Directory::readRecords(const InputFile &file, const platform::KeepGoing &keepGoing) {
+Status Directory::readRecords(const InputFile &file, const Take &take,
+                              const platform::KeepGoing &keepGoing, std::uint64_t &count) {
+    std::uint64_t kept = 0; // where m_bytes starts
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
     while (filled < size()) {
         const auto step =
             static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, size() - filled));
         std::size_t got = 0;
-        if (Status status = file.readAt(start() + filled, m_bytes.data() + filled, step, got);
+        if (Status status =
+                file.readAt(start() + filled, m_bytes.data() + (filled - kept), step, got);
             !status.ok())
             return status;
         filled += got;
         Entry entry;
-        while (parseRecord(at, filled, entry)) {
-            m_entries.push_back(entry);
+        while (parseRecord(at - kept, filled - kept, entry)) {
+            ++count;
+            if (take)
+                take(entry);
+            else
+                m_entries.push_back(entry);
             at += kCentralSize + entry.nameLength + entry.extraLength + entry.commentLength;
         }
         // The rest must be the start of a record that the next step completes.
-        constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
         if (got < step || filled - at >= kLongestRecord)
             break;
         if (keepGoing && !keepGoing())
             return {Failure::Cancelled, "cancelled", file.path()};
+        if (take) {
+            std::memmove(m_bytes.data(), m_bytes.data() + (at - kept), filled - at);
+            kept = at;
+        }
     }
     const bool signatureFollows =
-        at + 4 <= filled && get32(m_bytes.data() + at) == kDigitalSignature;
+        at + 4 <= filled && get32(m_bytes.data() + (at - kept)) == kDigitalSignature;
     if (at != size() && !signatureFollows) {
         m_damage = {Failure::Damaged, file.path() + " has a damaged directory", file.path()};
         m_missing = 1;
@@ -98,7 +123,7 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     if (filled - at - kCentralSize <
         static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength)
         return false;
-    entry.record = at;
+    entry.record = static_cast<std::uint32_t>(at);
     entry.madeBy = get16(record + centralField::kMadeBy);
     entry.flags = get16(fields + commonField::kFlags);
     entry.method = get16(fields + commonField::kMethod);
@@ -116,7 +141,7 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     return true;
 }
 
-std::string_view Directory::slice(std::uint64_t at, std::size_t size) const {
+std::string_view Directory::slice(std::size_t at, std::size_t size) const {
     return {reinterpret_cast<const char *>(m_bytes.data()) + at, size};
 }
 

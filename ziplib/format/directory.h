@@ -6,6 +6,7 @@
 #include "ziplib/format/records.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,7 +18,7 @@ struct Entry {
     std::uint64_t localOffset = 0; // of its local header, in the file
     std::uint64_t compressedSize = 0;
     std::uint64_t size = 0;
-    std::uint64_t record = 0; // offset of its record in the directory
+    std::uint32_t record = 0; // offset of its record in the directory
     std::uint32_t crc = 0;
     std::uint32_t externalAttributes = 0;
     std::uint16_t madeBy = 0;
@@ -41,6 +42,11 @@ class Directory {
     // data in front of the archive and a comment that holds an end record.
     platform::Status read(const platform::InputFile &file,
                           const platform::KeepGoing &keepGoing = {});
+
+    // Reads it like read(), but keeps no entry: passes each to `take`, which may use its record.
+    platform::Status readEach(const platform::InputFile &file,
+                              const std::function<void(const Entry &entry)> &take,
+                              const platform::KeepGoing &keepGoing = {});
 
     // In stored order.
     const std::vector<Entry> &entries() const { return m_entries; }
@@ -82,10 +88,13 @@ class Directory {
     std::uint64_t missing() const { return m_missing; }
 
   private:
-    platform::Status readRecords(const platform::InputFile &file,
-                                 const platform::KeepGoing &keepGoing);
+    using Take = std::function<void(const Entry &entry)>;
+    platform::Status readAll(const platform::InputFile &file, const Take &take,
+                             const platform::KeepGoing &keepGoing);
+    platform::Status readRecords(const platform::InputFile &file, const Take &take,
+                                 const platform::KeepGoing &keepGoing, std::uint64_t &count);
     bool parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry);
-    std::string_view slice(std::uint64_t at, std::size_t size) const;
+    std::string_view slice(std::size_t at, std::size_t size) const;
 
     Bytes m_bytes;
     std::vector<Entry> m_entries;

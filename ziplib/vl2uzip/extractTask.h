@@ -21,7 +21,7 @@ struct TaskContext {
 };
 
 // One entry in the thread pool: to extract, to test, or settled, which is only reported.
-class ExtractTask : public ThreadPool::Task {
+class ExtractTask : public platform::ThreadPool::Task {
   public:
     enum class Kind { Settled, Test, Extract };
 

@@ -55,7 +55,7 @@ void Extraction::run(const Plan &plan) {
 }
 
 void Extraction::runTasks(const Plan &plan) {
-    m_pipeline = std::make_unique<ThreadPool>(workerCount(), kWindow);
+    m_pipeline = std::make_unique<platform::ThreadPool>(platform::workerCount(), kWindow);
     m_context.scratch.resize(m_pipeline->workers() + 1);
     // If the caller's thread does the work, it must also send the heartbeats.
     const bool alone = m_pipeline->isInline();

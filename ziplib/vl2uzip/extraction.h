@@ -51,7 +51,7 @@ class Extraction {
     Caller &m_caller;
     CallResult &m_result;
     Extents m_extents;
-    MemoryBudget m_budget;
+    platform::MemoryBudget m_budget;
     std::atomic<bool> m_stopped{false};
     TaskContext m_context;
     Passwords m_passwords;
@@ -64,7 +64,7 @@ class Extraction {
     // Finished tasks that come before those in the thread pool.
     std::deque<std::unique_ptr<ExtractTask>> m_done;
     // The last member, so that it is destroyed first: its threads use the others.
-    std::unique_ptr<ThreadPool> m_pipeline;
+    std::unique_ptr<platform::ThreadPool> m_pipeline;
 };
 
 } // namespace ziplib

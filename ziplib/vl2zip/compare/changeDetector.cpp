@@ -1,7 +1,7 @@
 #include "ziplib/vl2zip/compare/changeDetector.h"
 
-#include "ziplib/common/orderedParallelFor.h"
-#include "ziplib/common/threadPool.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -40,8 +40,8 @@ const Entry *ChangeDetector::entryOf(std::size_t index) const {
     return entry == kNoEntry ? nullptr : &m_directory.entries()[entry];
 }
 
-OrderedParallelFor ChangeDetector::work(const Indices &indices) const {
-    OrderedParallelFor work;
+platform::OrderedParallelFor ChangeDetector::work(const Indices &indices) const {
+    platform::OrderedParallelFor work;
     work.count = indices.size();
     // Not a bound on memory: it keeps one thread from claiming many large files at once.
     work.cost = [this, &indices](std::size_t i) {
@@ -82,7 +82,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
         return status.ok();
     };
     std::atomic<bool> enough = false;
-    OrderedParallelFor job = work(indices);
+    platform::OrderedParallelFor job = work(indices);
     job.work = [&](std::size_t i) {
         if (!enough) {
             compareOne(indices[i]);
@@ -91,7 +91,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
         }
     };
     job.take = [&](std::size_t i) { return m_comparisons[indices[i]].done && take(indices[i]); };
-    orderedParallelFor(job, workerCount(), UINT64_MAX);
+    platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
     // Threads stop in different places, so compared candidates may follow others.
     while (status.ok() && count < indices.size()) {
         if (const std::size_t index = indices[count]; m_comparisons[index].done) {
@@ -106,7 +106,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
 
 ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
     std::vector<std::uint8_t> edited(m_left.size());
-    OrderedParallelFor job = work(m_left);
+    platform::OrderedParallelFor job = work(m_left);
     job.cost = [](std::size_t) { return kSmall; };
     job.work = [&](std::size_t i) {
         const Candidate &candidate = m_candidates[m_left[i]];
@@ -114,7 +114,7 @@ ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
         edited[i] = candidate.folder || entry == nullptr ||
                     looksEdited(m_context, m_scan.files[candidate.file], *entry);
     };
-    orderedParallelFor(job, workerCount(), UINT64_MAX);
+    platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
     Indices found;
     Indices others;
     for (std::size_t i = 0; i < m_left.size(); ++i)
@@ -148,17 +148,17 @@ Status ChangeDetector::findEdited() {
 }
 
 bool ChangeDetector::beginOthers() {
-    if (m_left.empty() || workerCount() < 2)
+    if (m_left.empty() || platform::workerCount() < 2)
         return m_left.empty();
     return m_background.start([this] {
-        OrderedParallelFor job = work(m_left);
+        platform::OrderedParallelFor job = work(m_left);
         job.work = [this](std::size_t i) { compareOne(m_left[i]); };
         job.take = [this](std::size_t i) {
             m_compared = i + 1;
-            return m_comparisons[m_left[i]].status.ok() && !m_stopped;
+            return m_comparisons[m_left[i]].failure == nullptr && !m_stopped;
         };
         job.idle = [] {};
-        orderedParallelFor(job, workerCount(), UINT64_MAX);
+        platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
     });
 }
 

@@ -8,9 +8,11 @@
 #include <functional>
 #include <vector>
 
-namespace ziplib {
-
+namespace platform {
 struct OrderedParallelFor;
+}
+
+namespace ziplib {
 
 // Compares all candidates with their entries, on several threads. As soon as there is something to
 // pack, and everything that looks edited was compared, the remaining files, which are most likely
@@ -48,7 +50,7 @@ class ChangeDetector {
 
   private:
     using Indices = std::vector<std::size_t>; // of candidates
-    OrderedParallelFor work(const Indices &indices) const;
+    platform::OrderedParallelFor work(const Indices &indices) const;
     const Entry *entryOf(std::size_t index) const;
     void compareOne(std::size_t index);
     Status takeOne(std::size_t index);

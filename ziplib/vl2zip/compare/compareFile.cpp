@@ -234,7 +234,8 @@ LineEnds lineEndsOf(const PackOptions &options) {
 Comparison compareFile(const ComparisonContext &context, FoundFile &found,
                        const Candidate &candidate) {
     Comparison result;
-    result.status = judge(context, found, candidate, result);
+    if (auto status = judge(context, found, candidate, result); !status.ok())
+        result.failure = std::make_unique<const Status>(std::move(status));
     return result;
 }
 

@@ -8,6 +8,9 @@
 #include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 
+#include <cstdint>
+#include <memory>
+
 namespace ziplib {
 
 // What all comparisons of a save share.
@@ -21,7 +24,7 @@ struct ComparisonContext {
 
 // What the comparison of a candidate with its entry found.
 struct Comparison {
-    enum class Verdict {
+    enum class Verdict : std::uint8_t {
         Pack,          // its bytes go into the archive
         Same,          // its entry holds exactly these bytes
         Archive,       // it is the archive itself
@@ -35,8 +38,8 @@ struct Comparison {
 
     bool done = false;
     Verdict verdict = Verdict::Pack;
-    std::uint8_t attributes = 0; // DOS attributes of a file to pack
-    Status status;
+    std::uint8_t attributes = 0;           // DOS attributes of a file to pack
+    std::unique_ptr<const Status> failure; // null for almost all
 };
 
 LineEnds lineEndsOf(const PackOptions &options);

@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/compare/detectChanges.h"
 
-#include "ziplib/common/orderedParallelFor.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "ziplib/common/returnCode.h"
-#include "ziplib/common/threadPool.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/compare/sourceFile.h"
@@ -164,7 +164,7 @@ Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
     const std::string top;
     std::vector<ScannedFolder> folders = foldersOf(scan, top);
     Status status;
-    OrderedParallelFor work;
+    platform::OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
     work.work = [&](std::size_t i) { FolderCheck(options, recurse, scan, folders[i]).run(); };
@@ -174,7 +174,7 @@ Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
         return status.ok() && changed.empty();
     };
     work.idle = idle;
-    orderedParallelFor(work, workerCount(), UINT64_MAX);
+    platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
     return status;
 }
 

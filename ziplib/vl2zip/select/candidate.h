@@ -27,11 +27,11 @@ struct Candidate {
     std::size_t file = 0;         // index in the scan's files, or in its folders if `folder`
     std::size_t entry = kNoEntry; // index in the old central directory
     std::string_view path;        // in the archive; the scan or the base owns the text
-    bool folder = false;
     // With a base only: what it holds for the file (the base owns it), or null; and whether the
     // entry differs from that, so that folder and archive have to be merged.
     const BaseVersion *base = nullptr;
     bool disputed = false;
+    bool folder = false;
     // Entries without a file in the folder whose paths differ from the file's in case only: on a
     // disk that ignores case, the file may be theirs.
     std::vector<std::size_t> twins;

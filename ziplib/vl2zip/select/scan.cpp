@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/select/scan.h"
 
-#include "ziplib/common/orderedParallelFor.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "ziplib/common/returnCode.h"
-#include "ziplib/common/threadPool.h"
 
 #include <algorithm>
 #include <iterator>
@@ -121,35 +121,35 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     Status failed;
     while (!level.empty() && failed.ok()) {
         std::vector<Contents> contents(level.size());
+        std::vector<std::string> next;
         const auto list = [&](std::size_t i) {
             contents[i].status = contents[i].list(root, level[i], recurse);
         };
-        if (level.size() == 1) {
-            list(0); // deep trees have many such levels, too small for a thread
-        } else {
-            OrderedParallelFor work;
-            work.count = level.size();
-            work.cost = [](std::size_t) { return kFolderCost; };
-            work.work = list;
-            work.take = [](std::size_t) { return true; };
-            work.idle = [] {};
-            orderedParallelFor(work, workerCount(), UINT64_MAX);
-        }
-        level.clear();
-        std::size_t files = scan.files.size();
-        for (const auto &folder : contents)
-            files += folder.found.files.size();
-        scan.files.reserve(files);
-        for (auto &folder : contents) {
+        const auto take = [&](std::size_t i) {
+            Contents &folder = contents[i];
             failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
-                level.push_back(inner.path);
+                next.push_back(inner.path);
             append(scan.files, folder.found.files);
             append(scan.folders, folder.found.folders);
             append(scan.leftOut, folder.found.leftOut);
             append(scan.temporaries, folder.found.temporaries);
             folder = {};
+            return true;
+        };
+        if (level.size() == 1) {
+            list(0); // deep trees have many such levels, too small for a thread
+            take(0);
+        } else {
+            platform::OrderedParallelFor work;
+            work.count = level.size();
+            work.cost = [](std::size_t) { return kFolderCost; };
+            work.work = list;
+            work.take = take;
+            work.idle = [] {};
+            platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
         }
+        level.swap(next);
     }
     const auto byPath = [](const FoundFile &a, const FoundFile &b) { return a.path < b.path; };
     std::sort(scan.files.begin(), scan.files.end(), byPath);

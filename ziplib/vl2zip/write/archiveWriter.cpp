@@ -1,8 +1,8 @@
 #include "ziplib/vl2zip/write/archiveWriter.h"
 
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "storage/utf8.h"
-#include "ziplib/common/orderedParallelFor.h"
-#include "ziplib/common/threadPool.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -129,7 +129,7 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
 
 Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
     Status failed;
-    OrderedParallelFor work;
+    platform::OrderedParallelFor work;
     work.count = m_jobs.size();
     work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
     work.work = [&](std::size_t i) { packOne(m_jobs[i], password); };
@@ -138,7 +138,7 @@ Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
         return failed.ok();
     };
     work.idle = [this] { m_report.tick(); };
-    orderedParallelFor(work, workerCount(), kBudget);
+    platform::orderedParallelFor(work, platform::workerCount(), kBudget);
     return failed;
 }
 

@@ -33,23 +33,26 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
 Status Layout::make(const platform::InputFile &archive, const Directory &directory,
                     const std::vector<bool> &kept) {
     const auto &entries = directory.entries();
-    std::vector<std::size_t> order(entries.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    std::vector<std::uint32_t> order(entries.size());
+    std::iota(order.begin(), order.end(), std::uint32_t{0});
+    const auto before = [&](std::uint32_t a, std::uint32_t b) {
         return entries[a].localOffset < entries[b].localOffset;
-    });
+    };
+    if (!std::is_sorted(order.begin(), order.end(), before))
+        std::stable_sort(order.begin(), order.end(), before);
     m_segmentOf.assign(entries.size(), 0);
     m_leading = entries.empty() ? directory.start()
                                 : std::min(entries[order.front()].localOffset, directory.start());
     m_segments.clear();
+    m_segments.reserve(entries.size());
     m_coveredTo = 0;
-    for (const std::size_t index : order) {
+    for (const std::uint32_t index : order) {
         const std::uint64_t offset = entries[index].localOffset;
         if (offset >= directory.start())
             return damaged(archive, directory, entries[index]);
         if (m_segments.empty() || m_segments.back().start != offset)
             m_segments.push_back({offset, 0, false, 0});
-        m_segmentOf[index] = m_segments.size() - 1;
+        m_segmentOf[index] = static_cast<std::uint32_t>(m_segments.size() - 1);
         m_segments.back().kept = m_segments.back().kept || kept[index];
     }
     for (std::size_t i = 0; i < m_segments.size(); ++i) {
@@ -58,7 +61,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
         m_segments[i].length = end - m_segments[i].start;
     }
     // In file order, as cover() requires for overlaps.
-    for (const std::size_t index : order) {
+    for (const std::uint32_t index : order) {
         if (kept[index]) {
             if (auto covered = cover(archive, directory, index); !covered.ok())
                 return covered;

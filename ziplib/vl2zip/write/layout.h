@@ -37,7 +37,7 @@ class Layout {
     Status cover(const platform::InputFile &archive, const Directory &directory, std::size_t index);
 
     std::vector<Segment> m_segments;
-    std::vector<std::size_t> m_segmentOf;
+    std::vector<std::uint32_t> m_segmentOf;
     std::uint64_t m_leading = 0;
     std::size_t m_coveredTo = 0; // overlapped segments before this one are marked as kept
 };

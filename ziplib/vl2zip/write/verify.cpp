@@ -20,7 +20,7 @@ std::uint64_t mixed(std::uint64_t digest, std::uint64_t offset) {
 
 } // namespace
 
-void ExpectedDirectory::add(const std::string &record, std::uint64_t offset, bool written) {
+void ExpectedDirectory::add(std::string_view record, std::uint64_t offset, bool written) {
     ++m_entries;
     if (written)
         m_written.push_back(offset);
@@ -46,15 +46,14 @@ Status ExpectedDirectory::check(ArchiveReplacement &target, std::uint64_t size,
         idle();
         return true;
     };
-    if (const auto read = directory.read(file, keepGoing); !read.ok())
+    ExpectedDirectory found;
+    const auto take = [&](const Entry &entry) {
+        found.add(directory.record(entry), entry.localOffset, false);
+    };
+    if (const auto read = directory.readEach(file, take, keepGoing); !read.ok())
         return wrong(read.message);
     if (!directory.damage().ok() || directory.fileSize() != size)
         return wrong(directory.damage().ok() ? "its size" : directory.damage().message);
-    ExpectedDirectory found;
-    for (const auto &entry : directory.entries()) {
-        found.add(std::string(directory.record(entry)), entry.localOffset, false);
-        idle();
-    }
     if (found.m_entries != m_entries || found.m_records != m_records ||
         found.m_offsets != m_offsets)
         return wrong("its directory");

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ziplib {
@@ -16,7 +17,7 @@ class ExpectedDirectory {
   public:
     // Adds the next record, whose entry starts at `offset` in the file. `written` is false if the
     // entry was copied from the old archive.
-    void add(const std::string &record, std::uint64_t offset, bool written);
+    void add(std::string_view record, std::uint64_t offset, bool written);
     std::uint64_t entries() const { return m_entries; }
 
     // Reads the new archive's directory and compares each record, in order; also checks that each

@@ -1,4 +1,4 @@
-#include "ziplib/common/threadPool.h"
+#include "storage/threadPool.h"
 
 #include "storage/storage.h"
 
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <system_error>
 
-namespace ziplib {
+namespace platform {
 
 namespace {
 
@@ -14,13 +14,13 @@ constexpr unsigned kMostWorkers = 8;
 
 } // namespace
 
-unsigned workerCount() {
+unsigned workerCount(Work work) {
     if (const char *text = std::getenv("ORVEL_WORKERS")) {
         const unsigned long wanted = std::strtoul(text, nullptr, 10);
         if (wanted > 0)
             return static_cast<unsigned>(std::min<unsigned long>(wanted, kMostWorkers));
     }
-    return std::clamp(platform::processorCount(), 1U, kMostWorkers);
+    return work == Work::Waits ? kMostWorkers : std::clamp(processorCount(), 1U, kMostWorkers);
 }
 
 ThreadPool::ThreadPool(unsigned workers, std::size_t window)
@@ -114,4 +114,4 @@ MemoryBudget::Reservation::~Reservation() {
     m_budget.m_returned.notify_all();
 }
 
-} // namespace ziplib
+} // namespace platform

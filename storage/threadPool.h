@@ -10,11 +10,13 @@
 #include <thread>
 #include <vector>
 
-namespace ziplib {
+namespace platform {
 
-// Number of worker threads: the number of processors, at most 8. The environment variable
-// ORVEL_WORKERS overrides it.
-unsigned workerCount();
+// Computes: uses a processor most of the time. Waits: waits for the disk most of the time.
+enum class Work { Computes, Waits };
+// Number of worker threads: the number of processors, at most 8; for work that waits always 8. The
+// environment variable ORVEL_WORKERS overrides it.
+unsigned workerCount(Work work = Work::Computes);
 
 // Runs tasks on its threads and returns them in the order in which they were submitted. If no
 // thread can be started, next() runs them.
@@ -95,4 +97,4 @@ class MemoryBudget {
     std::condition_variable m_returned;
 };
 
-} // namespace ziplib
+} // namespace platform

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-namespace ziplib {
+namespace platform {
 
 // A loop over items whose work runs on several threads and whose results are taken in order.
 struct OrderedParallelFor {
@@ -24,4 +24,4 @@ struct OrderedParallelFor {
 // every thread has ended.
 void orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::uint64_t budget);
 
-} // namespace ziplib
+} // namespace platform

@@ -1,11 +1,11 @@
-#include "ziplib/common/orderedParallelFor.h"
+#include "storage/orderedParallelFor.h"
 
-#include "ziplib/common/threadPool.h"
+#include "storage/threadPool.h"
 
 #include <algorithm>
 #include <exception>
 
-namespace ziplib {
+namespace platform {
 
 namespace {
 
@@ -97,4 +97,4 @@ void orderedParallelFor(const OrderedParallelFor &job, unsigned threads, std::ui
         Loop(job, static_cast<unsigned>(std::min<std::size_t>(threads, job.count)), budget).run();
 }
 
-} // namespace ziplib
+} // namespace platform

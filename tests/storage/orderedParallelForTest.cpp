@@ -1,6 +1,6 @@
-#include "ziplib/common/orderedParallelFor.h"
+#include "storage/orderedParallelFor.h"
+#include "storage/threadPool.h"
 #include "tests/support/environment.h"
-#include "ziplib/common/threadPool.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-using namespace ziplib; // NOLINT: the tests speak this language
+using namespace platform; // NOLINT: the tests speak this language
 
 namespace {
 
