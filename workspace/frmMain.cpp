@@ -12,7 +12,6 @@
 
 #include <QAbstractItemView>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QDir>
 #include <QKeyEvent>
 #include <QListView>
@@ -41,7 +40,7 @@ frmMain::frmMain()
     : QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                            Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
       imgIcons16(new ImageList(this, kImages)), Label1(new QLabel(this)),
-      drpVL2File(new QComboBox(this)), cmdExtract(new QPushButton(this)),
+      drpVL2File(new ArchiveDropDown(this)), cmdExtract(new QPushButton(this)),
       cmdSaveChanges(new QPushButton(this)), cmdCancel(new QPushButton(this)),
       Label2(new QLabel(this)), treArchive(new ArchiveTreeView(this)),
       cmdEditFile(new QPushButton(this)), cmdOpenFolder(new QPushButton(this)),

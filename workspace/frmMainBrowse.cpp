@@ -7,7 +7,7 @@
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
+#include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
@@ -36,8 +36,7 @@ void frmMain::drpVL2File_Click() {
 void frmMain::ChooseArchive(const QString &sFile) {
     const std::filesystem::path wanted = QFileInfo(sFile).filesystemAbsoluteFilePath();
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
-        const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
-        const QFileInfo listed(platform::nativePath(m_strBasePath + file));
+        const QFileInfo listed(platform::nativePath(ArchivePath(entry)));
         // Compares the files, as the paths may differ by a link, a short name or the letter case.
         std::error_code ignored;
         if (!std::filesystem::equivalent(listed.filesystemFilePath(), wanted, ignored))
@@ -45,11 +44,47 @@ void frmMain::ChooseArchive(const QString &sFile) {
         drpVL2File->setCurrentIndex(entry);
         return;
     }
+    const QFileInfo file(sFile);
     const QString base = platform::nativePath(m_strBasePath.chopped(1));
-    platform::MsgBox(QStringLiteral("%1 is not in the list of archives.\n\nThe list holds the "
-                                    "archives of %2.")
-                         .arg(QDir::toNativeSeparators(sFile), QDir::toNativeSeparators(base)),
-                     platform::kInformation, "Orvel");
+    const bool hidden = ProperCase(file.completeBaseName()) == QLatin1String("Interiors") &&
+                        QFileInfo(file.absolutePath()) == QFileInfo(base);
+    const QString reason = !file.isFile() ? QStringLiteral("There is no such file.")
+                           : hidden       ? QStringLiteral("Orvel does not edit this archive.")
+                           : file.suffix().compare("vl2", Qt::CaseInsensitive) != 0
+                               ? QStringLiteral("The names of the game's archives end in .vl2.")
+                               : QString();
+    if (reason.isEmpty())
+        drpVL2File->setCurrentIndex(AddArchive(file.absoluteFilePath()));
+    else
+        platform::MsgBox(QStringLiteral("%1 cannot be opened.\n\n%2")
+                             .arg(QDir::toNativeSeparators(sFile), reason),
+                         platform::kInformation, "Orvel");
+}
+
+// Its text has a separator, which no archive of the game's folder has, and so much of the path that
+// no other entry has the same.
+int frmMain::AddArchive(const QString &path) {
+    const QStringList parts = QDir::toNativeSeparators(path).chopped(4).split(QDir::separator());
+    QString text = parts.last();
+    for (qsizetype i = parts.size() - 2; i >= 0; --i) {
+        text.prepend(parts.at(i) + QDir::separator());
+        if (drpVL2File->findText(text) < 0)
+            break;
+    }
+    const QSignalBlocker quiet(drpVL2File);
+    drpVL2File->addItem(text, path);
+    AssignWorkFolders();
+    return drpVL2File->count() - 1;
+}
+
+bool frmMain::ShowArchive(const QString &sFile) {
+    if (!isEnabled() || QApplication::activeModalWidget() != nullptr)
+        return false;
+    showNormal();
+    raise();
+    activateWindow();
+    QTimer::singleShot(0, this, [this, sFile] { ChooseArchive(sFile); });
+    return true;
 }
 
 void frmMain::ArchiveChosen() {

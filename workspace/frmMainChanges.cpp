@@ -4,7 +4,6 @@
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 
-#include <QComboBox>
 #include <QPushButton>
 
 namespace {

@@ -2,12 +2,12 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
+#include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
 
@@ -82,9 +82,11 @@ void frmMain::cmdExtract_Click() {
     EnableWindow();
     lblStatus->SetText("Select a file to edit.");
     UpdateButtons();
-    if (!owned)
+    if (owned)
+        treArchive->setFocus(); // however Extract was pressed: the next step is to choose a file
+    else
         ShowOwner(); // even if it has extracted nothing yet
-    else if (!note.isEmpty())
+    if (owned && !note.isEmpty())
         ShowNote(note);
 }
 

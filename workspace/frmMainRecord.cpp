@@ -3,10 +3,10 @@
 #include "platform/forms.h"
 #include "platform/packedFiles.h"
 #include "platform/workFolderCleaner.h"
+#include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 
-#include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>

@@ -8,7 +8,6 @@
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
 #include <QProgressBar>

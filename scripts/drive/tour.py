@@ -37,7 +37,6 @@ def edit_files(job, archive):
     before, edited = Snapshot(archive), {}
     job.pick(SHOWN)
     job.extract(SHOWN, before)
-    job.go_to_tree()
     for name, keys, picture in ((SCRIPT, "alt+e", "script"), (PICTURE, "Return", "picture")):
         path = before.names_on_disk()[name]
         job.select(Path(path).name)

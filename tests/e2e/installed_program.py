@@ -123,7 +123,6 @@ def selected(person, known):
 def save_changes(person, job, archive):
     """Edits every file, from the tree's first to its last as the tree shows them, and saves."""
     before, edited, shown = Snapshot(archive), {}, []
-    job.go_to_tree()
     person.screen.key("Home", "Right")
     for number in range(len(NAMES)):
         person.screen.key("Down")
