@@ -139,7 +139,8 @@ void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
         seen.size = file->size;
         seen.modified = file->modified;
         seen.changed = file->changed;
-        m_cCurrentZip->m_tPacked->add(QString::fromUtf8(file->path), seen, file->crc, file->began);
+        m_cCurrentZip->m_tPacked->add(QString::fromUtf8(file->path), seen, file->crc, file->began,
+                                      true);
         const SavedFile::Outcome outcome{file->outcome};
         if (outcome == SavedFile::Outcome::Same)
             return;

@@ -145,6 +145,21 @@ class Game:
                        self.edited()))
         self.figures.share("save, nothing changed", ours, least, 1.2)
 
+    def against_copies(self):
+        """What a disk costs anyway: copies of the same files, with the sync."""
+        def copy(folder):
+            return ["sh", "-c", 'cp --reflink=never "$1/game.vl2" "$1/copy" && exec sync "$1/copy"',
+                    "sh", folder]
+
+        ours, files = self.compare(
+            self.environment.orvel("extract", self.archive, "{}/out"),
+            Candidate("cp -r of the tree", lambda f: ["cp", "-r", self.tree, f + "/out"]))
+        self.figures.share("extract the game-like archive", ours, files, 1.2)
+        ours, archive = self.compare(
+            self.environment.orvel("save", "{}/game.vl2", "{}/tree", prepare=self.edited(change_one)),
+            Candidate("cp and sync of the archive", copy, self.edited()))
+        self.figures.share("save, one file changed, with sync", ours, archive, 1.2)
+
     def clean_up(self):
         """Must be the last measurement, since it deletes files."""
         def prepare(folder):

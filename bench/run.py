@@ -8,7 +8,8 @@ Prints a table of ratios, each from one run on this machine. --write also writes
 keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
 5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
 rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
-growth, clean.
+scripts, growth, clean, copies (extraction and save compared with copies of the files, for other
+disks than the usual).
 """
 
 import argparse
@@ -19,14 +20,15 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+from commands import Commands  # noqa: E402
 from environment import Environment  # noqa: E402
 from game import CHANGED, Game  # noqa: E402
 import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
-from window import looking, picking  # noqa: E402
+from window import extracting, looking, picking  # noqa: E402
 
-PARTS = ("listing", "extraction", "saving", "window", "growth", "clean")
+PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean", "copies")
 
 
 def machine(environment):
@@ -40,13 +42,14 @@ def machine(environment):
 def measure(environment, figures, options):
     """Measurements that delete files come last: see paired.py."""
     game = Game(environment, figures)
-    parts = options.only or PARTS
+    parts = options.only or (PARTS[:-1] if options.write else PARTS)
     cycles = Cycles(environment, figures)
     growth = None
     if "listing" in parts:
         game.listing()
     if "window" in parts:
         picking(environment, figures, game.many)
+        extracting(environment, figures, game.archive)
         looking(environment, figures, game.archive, CHANGED)
     if "extraction" in parts:
         game.extraction()
@@ -54,6 +57,10 @@ def measure(environment, figures, options):
         game.saving_one()
         game.saving_every()
         game.saving_nothing()
+    if "scripts" in parts:
+        Commands(environment, figures, game).run()
+    if "copies" in parts:
+        game.against_copies()
     if "growth" in parts:
         memory_of_game(cycles, game.archive)
         if options.large:

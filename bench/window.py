@@ -1,4 +1,5 @@
-"""Times the main window: the pick of an archive of 100,000 entries, the look for changed files."""
+"""Times the main window: the pick of an archive of 100,000 entries, an extraction with its record, the
+look for changed files."""
 
 import os
 import sys
@@ -24,12 +25,12 @@ def start_window(environment, archive):
     return sandbox
 
 
-def pickbench(environment, screen, *arguments):
+def pickbench(environment, screen, *arguments, **options):
     setting = ["env"] + ["%s=%s" % (name, text) for name, text in screen.environment.items()
                          if os.environ.get(name) != text]
     program = os.path.join(environment.programs, "pickbench")
     return Candidate("Orvel", lambda f: setting + [program, *map(str, arguments)],
-                     time_of=lambda spent, report: report["ms"])
+                     time_of=lambda spent, report: report["ms"], **options)
 
 
 def picking(environment, figures, archive):
@@ -43,6 +44,22 @@ def picking(environment, figures, archive):
     window.command = lambda f: ["pickbench"]
     figures.share("pick to tree on screen, 100,000 entries", window, bare, 10)
     bound_gaps(figures, "longest time without response of the window", window, 100)
+
+
+def extracting(environment, figures, archive):
+    """The window lists the work folder, clears attributes and writes the record besides."""
+    sandbox = start_window(environment, archive)
+    with Screen(sandbox.environment, sandbox.folder / "pictures") as screen:
+        window = pickbench(environment, screen, "--extract",
+                           prepare=lambda f: sandbox.set(OWN_KEY, "tempdir", f))
+        bare = environment.orvel("extract", archive, "{}/out")
+        bare.name = "bare extraction"
+        run_paired([window, bare], environment.new_path(), environment.rounds)
+    if any(report["code"] != 0 for report in window.reports):
+        raise SystemExit("the window does not extract the archive")
+    window.command = lambda f: ["pickbench", "--extract"]
+    figures.share("Extract in the window, game-like archive", window, bare, 1.3)
+    bound_gaps(figures, "longest time without response during Extract", window, 100)
 
 
 def looking(environment, figures, archive, changed):

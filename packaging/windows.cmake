@@ -1,6 +1,7 @@
 # The files of a Windows installation, in one folder. `cpack` in the build folder packs them as a zip
 # file and, if makensis is available, as an installer.
-install(TARGETS orvel orvel-reg vl2uzip vl2zip RUNTIME DESTINATION . LIBRARY DESTINATION .)
+install(TARGETS orvel orvel-reg orvel-vl2 vl2uzip vl2zip
+  RUNTIME DESTINATION . LIBRARY DESTINATION .)
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION . RENAME LICENSE.txt)
 
 # The licences of all statically linked parts, from the packages of these parts.
@@ -24,6 +25,8 @@ orvel_licence(PNG.txt PNG.txt libpng16-16/copyright)
 orvel_licence(JPEG.txt JPEG.txt libjpeg62-turbo/copyright)
 orvel_licence(zlib.txt zlib.txt libz-mingw-w64-dev/copyright)
 orvel_licence(libdeflate.txt libdeflate.txt)
+orvel_licence(CLI11.txt CLI11.txt libcli11-dev/copyright)
+orvel_licence(nlohmann-json.txt nlohmann-json.txt nlohmann-json3-dev/copyright)
 orvel_licence(GCC-copyright.txt GCC-copyright.txt gcc-mingw-w64-base/copyright)
 orvel_licence(mingw-w64.txt mingw-w64.txt mingw-w64-x86-64-dev/copyright)
 if(missing)

@@ -66,14 +66,20 @@ std::optional<Content> contentOf(const OpenInput &open) {
     }
 }
 
+// Its program may write more to it.
+bool isOpenForWriting(const OpenInput &open) {
+    InputFile file;
+    return open(file).ok() && file.isOpenForWriting();
+}
+
 } // namespace
 
-void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc,
-                      std::int64_t began) {
+void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began,
+                      bool checksWriters) {
     std::uint64_t key = keyOf(path);
     while (m_files.contains(key))
         ++key;
-    m_files.insert(key, {versionOf(seen), seen.size, crc, timesProve(seen, began)});
+    m_files.insert(key, {versionOf(seen), seen.size, crc, timesProve(seen, began), checksWriters});
     m_began = std::max(m_began, began);
 }
 
@@ -92,7 +98,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
         if (known->size != now.size && known->size != kAnySize)
             continue;
         if (timesTell && known->timesTell && known->version == version)
-            return true;
+            return !known->checksWriters || !isOpenForWriting(open);
         sameSize = true;
     }
     const std::optional<Content> content = sameSize ? contentOf(open) : std::nullopt;
@@ -100,7 +106,7 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell,
     for (std::uint64_t key = first; content && known != m_files.cend();
          known = m_files.constFind(++key))
         if ((known->size == content->size || known->size == kAnySize) && known->crc == content->crc)
-            return true;
+            return !known->checksWriters || !isOpenForWriting(open);
     return false;
 }
 

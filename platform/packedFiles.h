@@ -18,8 +18,10 @@ class PackedFiles {
     // `path` is relative to the work folder. `seen` is the file's information at the time of
     // reading, `crc` the CRC-32 of its content, `began` the time by its disk's clock before it was
     // read (INT64_MIN: unknown). With the size kAnySize, files of any size are compared by content.
+    // With `checksWriters`, a file counts as held only once no program has it open for writing.
     static constexpr std::uint64_t kAnySize = UINT64_MAX;
-    void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began);
+    void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began,
+             bool checksWriters = false);
 
     // Whether every change since then shows in identity, size and times of a file that was read in
     // the version `seen`. `began` as in add().
@@ -43,6 +45,7 @@ class PackedFiles {
         std::uint64_t size = 0;
         std::uint32_t crc = 0;
         bool timesTell = false;
+        bool checksWriters = false;
     };
     // By the hash of the path. Equivalent paths, such as those that differ in case only, use the
     // next free numbers.

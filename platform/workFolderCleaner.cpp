@@ -128,14 +128,24 @@ struct WorkFolderCleaner::State {
                 isEdited = isFile && !isHeld;
                 return isHeld;
             });
-        if (!trashes || status.ok() || status.is(Failure::NotFound))
+        if (status.ok() || status.is(Failure::NotFound))
             return status;
         QString shown = file.toString().replace(u'\\', u'/');
         if (shown.startsWith(u'/'))
             shown.remove(0, 1);
-        if (isEdited && moveToTrash(QString::fromStdString(folder.pathOf(name)))) {
+        if (!trashes) {
+            if (isEdited && !kept.contains(shown))
+                kept.append(shown);
+            return status;
+        }
+        const Trashing trashing = isEdited ? moveToTrash(folder.pathOf(name)) : Trashing::NoTrash;
+        if (trashing == Trashing::Moved) {
             trashed.append(shown);
             return {};
+        }
+        if (trashing == Trashing::Failed) {
+            kept.append(shown);
+            return status;
         }
         status = folder.removeFile(name);
         if (isEdited && status.ok())
@@ -153,6 +163,7 @@ struct WorkFolderCleaner::State {
     bool trashes = false;   // what `packed` does not hold; else it stays
     QStringList trashed;
     QStringList deleted;
+    QStringList kept;
 };
 
 WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
@@ -181,10 +192,14 @@ const QStringList &WorkFolderCleaner::deleted() const {
     return m_state->deleted;
 }
 
-bool WorkFolderCleaner::clearAttributes(const QString &file) {
+const QStringList &WorkFolderCleaner::kept() const {
+    return m_state->kept;
+}
+
+bool WorkFolderCleaner::clearAttributes(const QString &file, FileInfo *cleared) {
     return m_state->onName(
-        file,
-        [](const Folder &folder, const std::string &name) { return folder.clearAttributes(name); });
+        file, [cleared](const Folder &folder,
+                        const std::string &name) { return folder.clearAttributes(name, cleared); });
 }
 
 bool WorkFolderCleaner::deleteFile(const QString &file) {
@@ -193,7 +208,7 @@ bool WorkFolderCleaner::deleteFile(const QString &file) {
                   const std::string &name) { return m_state->deleteIn(folder, name, file); });
 }
 
-bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
+bool WorkFolderCleaner::deleteFilesIn(const QString &folder, const Step &step) {
     const auto path = relativePath(folder);
     std::shared_ptr<const OpenFolder> opened;
     // Listed to the end before anything is deleted: deleting during a listing is undefined.
@@ -201,7 +216,10 @@ bool WorkFolderCleaner::deleteFilesIn(const QString &folder) {
     if (!path || !m_state->folders->get(*path, opened).ok() || !opened->folder.list(items).ok())
         return false;
     bool noneLeft = true;
+    int number = 0;
     for (const FolderItem &item : items) {
+        if (step)
+            step(number++, static_cast<int>(items.size()));
         if (item.kind == FileInfo::Kind::Folder)
             continue;
         constexpr std::uint8_t kKept = kAttributeHidden | kAttributeSystem;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -26,17 +27,22 @@ class WorkFolderCleaner {
     // From now on moves files that an archive does not hold to the desktop's trash; where there is
     // none for this disk, deletes them. `packed` must outlive this.
     void trashOthers(const PackedFiles &packed);
-    // The files that were moved to the trash, and those that should have been but were deleted.
+    // The files that were moved to the trash, those that were deleted for lack of one, and those
+    // that stay: the trash did not take them, or deleteOnly() keeps them.
     const QStringList &trashed() const;
     const QStringList &deleted() const;
+    const QStringList &kept() const;
 
-    // Clears read-only, hidden, system and archive of one file.
-    bool clearAttributes(const QString &file);
+    // Clears read-only, hidden, system and archive of one file. `cleared` receives the file's
+    // information afterwards.
+    bool clearAttributes(const QString &file, FileInfo *cleared = nullptr);
     // Deletes one file (never a folder), even if it is read-only or hidden.
     bool deleteFile(const QString &file);
     // Deletes every file directly in a folder ("" is the work folder itself) except hidden and
-    // system files. True if none is left.
-    bool deleteFilesIn(const QString &folder);
+    // system files. True if none is left. Calls `step` before each with its number and the number
+    // of all.
+    using Step = std::function<void(int file, int count)>;
+    bool deleteFilesIn(const QString &folder, const Step &step = {});
     // Removes one empty folder ("" is the work folder itself).
     bool removeFolder(const QString &folder);
 

@@ -22,15 +22,19 @@ QString thisProgram() {
 
 bool WorkFolderLock::take(const QString &parent, const QString &name) {
     const QString path = parent + '\\' + name;
-    if (m_lock.isHeld() && path == m_path)
+    Folder folder;
+    try {
+        static_cast<void>(folder.open(storagePath(parent)));
+    } catch (const RuntimeError &) {
+        folder.close();
+    }
+    // The folder may be another one of the same path by now.
+    if (path == m_path && folder.isOpen() && m_lock.isHeldIn(folder))
         return true;
     release();
-    try {
-        if (!m_parent.open(storagePath(parent)).ok())
-            return true; // so there is no work folder either
-    } catch (const RuntimeError &) {
-        return true;
-    }
+    if (!folder.isOpen())
+        return true; // so there is no work folder either
+    m_parent = std::move(folder);
     m_path = path;
     std::string holder;
     const Status status =

@@ -12,7 +12,8 @@ namespace platform {
 class WorkFolderLock {
   public:
     // Takes the lock on a folder `name` of the folder `parent`, in place of the one held before; a
-    // lock that is held already stays. False if another program holds it. Raises no error.
+    // lock that is held already stays, unless its file was removed with or without `parent`. False
+    // if another program holds it. Raises no error.
     bool take(const QString &parent, const QString &name);
     void release();
     // Whether take() failed and nothing was taken or released since.

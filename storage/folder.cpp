@@ -6,6 +6,12 @@
 // The parts of Folder that are the same on all systems.
 namespace platform {
 
+namespace {
+
+constexpr std::int64_t kTimeOfEveryDisk = 1'000'000'000'000'000'000; // in 2001
+
+} // namespace
+
 std::string Location::path() const {
     return below.empty() ? folder : joinPath(folder, below);
 }
@@ -15,11 +21,13 @@ std::string Folder::pathOf(const std::string &name) const {
 }
 
 Folder::Folder(Folder &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+    : m_disk(other.m_disk.load()), m_handle(std::exchange(other.m_handle, -1)),
+      m_path(std::move(other.m_path)) {}
 
 Folder &Folder::operator=(Folder &&other) noexcept {
     if (this != &other) {
         close();
+        m_disk = other.m_disk.load();
         m_handle = std::exchange(other.m_handle, -1);
         m_path = std::move(other.m_path);
     }
@@ -36,9 +44,13 @@ Status Folder::newFileInfo(FileInfo &info) const {
     InputFile opened;
     if (Status made = file.create(*this); !made.ok())
         return made;
+    static_cast<void>(file.setModified(kTimeOfEveryDisk));
     if (Status reopened = file.openWritten(opened); !reopened.ok())
         return reopened;
-    return opened.info(info);
+    Status status = opened.info(info);
+    if (info.changed == info.modified)
+        info.changed = INT64_MIN;
+    return status;
 }
 
 Status Folder::openSame(const std::string &name, Links links, const FileInfo &info,

@@ -18,4 +18,11 @@ Status NameLock::hold(const Folder &folder, const std::string &name, const std::
     return status;
 }
 
+bool NameLock::isHeldIn(const Folder &folder) const {
+    FileInfo held;
+    FileInfo found;
+    return isHeld() && m_file.info(held).ok() && folder.info(m_lockFile, found).ok() &&
+           sameFile(held, found);
+}
+
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "storage/status.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -54,6 +55,7 @@ struct Location {
 // Called between the steps of a long operation: false ends it with Failure::Cancelled.
 using KeepGoing = std::function<bool()>;
 
+class Disk;
 class InputFile;
 // Opens a certain file.
 using OpenInput = std::function<Status(InputFile &file)>;
@@ -80,6 +82,8 @@ class InputFile {
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
     // The file's current information.
     Status info(FileInfo &info) const;
+    // Whether another program has the file open for writing; false if the system does not tell.
+    bool isOpenForWriting() const;
     // Advises the system to drop the file's content from its cache.
     void dropCache() const;
     // Hidden, system and read-only.
@@ -138,10 +142,15 @@ class Folder {
     Status freshInfo(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
     // The information on a new file that is created and dropped here. Its `changed` is the current
     // time of the disk's own clock, in that clock's resolution: any later change on this disk gets
-    // this time or a later one.
+    // this time or a later one. It is INT64_MIN if the disk stores no time of the last change: a
+    // program that sets `modified` can hide a change there.
     Status newFileInfo(FileInfo &info) const;
     // The entries of the folder except "." and "..", in no particular order.
     Status list(std::vector<FolderItem> &items) const;
+    // The same with the information on each, as by info(); of the kind Other if unavailable. On
+    // Windows no file is opened for it: as long as one is open, its name cannot be used again after
+    // another program has deleted it.
+    Status list(std::vector<FolderItem> &items, std::vector<FileInfo> &infos) const;
     Status removeFile(const std::string &name) const;
     Status removeFolder(const std::string &name) const;
     // Decides whether a file is removed, by its information or that of a link's target. `open`
@@ -151,7 +160,8 @@ class Folder {
     // program writes to the file in between. `fresh`: asks as freshInfo does.
     Status removeFileIf(const std::string &name, bool fresh, const RemoveCheck &mayRemove) const;
     // Clears read-only, hidden, system and archive of a file. WrongKind for anything else.
-    Status clearAttributes(const std::string &name) const;
+    // `cleared` receives the file's information afterwards.
+    Status clearAttributes(const std::string &name, FileInfo *cleared = nullptr) const;
     // Hidden and system of an item of list(); of a link itself.
     std::uint8_t recordedAttributes(const FolderItem &item) const;
     // Free space on this folder's disk in bytes.
@@ -173,7 +183,10 @@ class Folder {
     // Opens a file for a RemoveCheck. Busy if it is not the one of `info`.
     Status openSame(const std::string &name, Links links, const FileInfo &info,
                     InputFile &file) const;
+    // What the folder's disk supports (POSIX).
+    Disk &disk() const;
 
+    mutable std::atomic<Disk *> m_disk{nullptr}; // null until disk() is called
     std::intptr_t m_handle = -1;
     std::string m_path;
 };
@@ -200,6 +213,9 @@ class NameLock {
     Status hold(const Folder &folder, const std::string &name, const std::string &note,
                 std::string &holder);
     bool isHeld() const { return m_file.isOpen(); }
+    // Whether the lock that is held is the one that others find in `folder`. If the lock file was
+    // removed by hand, with or without its folder, it is not.
+    bool isHeldIn(const Folder &folder) const;
     void release();
 
   private:

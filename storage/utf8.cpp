@@ -54,8 +54,16 @@ constexpr std::array<Range, 25> kCapitals = {{
 } // namespace
 
 bool isAscii(std::string_view text) {
-    return std::none_of(
-        text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+    // In blocks without a branch, which compilers turn into vector instructions.
+    constexpr std::size_t kBlock = 32;
+    unsigned bits = 0;
+    std::size_t at = 0;
+    for (; at + kBlock <= text.size() && bits < 0x80; at += kBlock)
+        for (std::size_t i = 0; i < kBlock; ++i)
+            bits |= static_cast<std::uint8_t>(text[at + i]);
+    for (; at < text.size(); ++at)
+        bits |= static_cast<std::uint8_t>(text[at]);
+    return bits < 0x80;
 }
 
 bool isUtf8(std::string_view text) {
@@ -108,6 +116,11 @@ char32_t foldCase(char32_t c) {
 
 std::string foldCase(std::string_view text) {
     std::string folded;
+    if (isAscii(text)) {
+        folded = text;
+        std::transform(folded.begin(), folded.end(), folded.begin(), foldAscii);
+        return folded;
+    }
     folded.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t start = at;

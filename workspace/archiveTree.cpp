@@ -1,7 +1,6 @@
 #include "workspace/archiveTree.h"
 
 #include "workspace/fileTypes.h"
-#include "workspace/reasons.h"
 
 #include <QFont>
 
@@ -58,7 +57,6 @@ void ArchiveTree::Clear() {
     m_folders.clear();
     m_children.clear();
     m_changes = {};
-    m_changedFolders.clear();
     endResetModel();
 }
 
@@ -72,7 +70,6 @@ void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
     m_folders = std::move(arranged.m_folders);
     m_children = std::move(arranged.m_children);
     m_changes = {};
-    m_changedFolders.clear();
     endResetModel();
 }
 
@@ -202,12 +199,8 @@ QVariant ArchiveTree::headerData(int section, Qt::Orientation orientation, int r
 }
 
 void ArchiveTree::SetChanges(Changes changes) {
-    QSet<QString> folders;
-    for (const QString &path : std::as_const(changes.changed))
-        folders.insert(path.left(path.lastIndexOf('\\')));
-    QSet<QString> affected = folders + m_changedFolders;
+    const QSet<QString> affected = changes.folders + m_changes.folders;
     m_changes = std::move(changes);
-    m_changedFolders = std::move(folders);
     if (m_folders.empty())
         return;
     const QList<int> roles{Qt::FontRole, Qt::ToolTipRole, Qt::AccessibleDescriptionRole};
@@ -231,11 +224,11 @@ QString ArchiveTree::ChangeText(int node) const {
         return changed ? QStringLiteral("changed since extraction") : QString();
     }
     QStringList lines;
-    if (m_changedFolders.contains(text))
+    if (m_changes.folders.contains(text))
         lines.append(QStringLiteral("holds files that were changed since extraction"));
-    const QStringList added = m_changes.added.value(text);
+    const QString added = m_changes.added.value(text);
     if (!added.isEmpty())
-        lines.append("New files: " + ShortList(added));
+        lines.append("New files: " + added);
     return lines.join('\n');
 }
 

@@ -61,11 +61,13 @@ class ArchiveTree : public QAbstractItemModel {
     // Replaces the nodes. Calls `idle` every few thousand steps.
     void Fill(ArchiveNodes nodes, void (*idle)());
 
-    // The changed files by "folder\name", and the names of the new files by folder. Their nodes and
-    // folders are drawn in bold. Replaces the former ones, as do Fill and Clear.
+    // The changed files by "folder\name", their folders, and a list of the new files of each
+    // folder. Their nodes and folders are drawn in bold. Replaces the former ones, as do Fill and
+    // Clear.
     struct Changes {
         QSet<QString> changed;
-        QHash<QString, QStringList> added;
+        QSet<QString> folders;
+        QHash<QString, QString> added;
     };
     void SetChanges(Changes changes);
 
@@ -98,7 +100,6 @@ class ArchiveTree : public QAbstractItemModel {
     std::vector<std::int32_t> m_folders;               // folder nodes in display order
     std::vector<std::vector<std::int32_t>> m_children; // by the row of the folder
     Changes m_changes;
-    QSet<QString> m_changedFolders; // with changed files
     std::function<QIcon(int)> m_image;
     std::function<QString(int)> m_tip;
 };

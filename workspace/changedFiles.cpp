@@ -4,6 +4,7 @@
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/packedFiles.h"
+#include "workspace/reasons.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -31,6 +32,30 @@ constexpr std::int64_t kCoarsestTime = 3'000'000'000; // ns, more than the step 
 
 QString foldedPath(const QString &path) {
     return path.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
+// The folder of a path, as the tree has it: that of the top level is "".
+QString folderOf(const QString &path) {
+    return path.left(qMax<qsizetype>(path.lastIndexOf('\\'), 0));
+}
+
+// From the paths below the work folder, with "\" between the components, in any order.
+FolderChanges changesOf(QStringList changed, QStringList added) {
+    changed.sort();
+    added.sort();
+    FolderChanges changes;
+    for (const QString &path : std::as_const(changed)) {
+        changes.nodes.changed.insert(path.contains('\\') ? path : '\\' + path);
+        changes.nodes.folders.insert(folderOf(path));
+    }
+    QHash<QString, QStringList> namesOf;
+    for (const QString &path : std::as_const(added))
+        namesOf[folderOf(path)].append(path.mid(path.lastIndexOf('\\') + 1));
+    for (auto names = namesOf.cbegin(); names != namesOf.cend(); ++names)
+        changes.nodes.added.insert(names.key(), ShortList(names.value()));
+    changes.note =
+        ChangesNote(changed.replaceInStrings("\\", "/"), added.replaceInStrings("\\", "/"));
+    return changes;
 }
 
 } // namespace
@@ -73,14 +98,15 @@ struct ChangedFiles::Task {
                 return result;
             m_now = 1'000'000 * QDateTime::currentMSecsSinceEpoch();
             m_top = platform::nativePath(path);
+            m_changed.clear();
+            m_added.clear();
             result.isComplete = walk(root, {}, 0, result);
+            result.changes = changesOf(std::move(m_changed), std::move(m_added));
         } catch (const platform::RuntimeError &) {
             return result;
         }
         if (result.folders.size() > kMostWatched)
             result.folders.clear();
-        result.changes.changed.sort();
-        result.changes.added.sort();
         return result;
     }
 
@@ -117,16 +143,18 @@ struct ChangedFiles::Task {
             result.folders.append(path.isEmpty() ? m_top
                                                  : m_top + '/' + QString(path).replace('\\', '/'));
         std::vector<FolderItem> items;
-        if (!folder.list(items).ok())
+        std::vector<FileInfo> infos;
+        if (!folder.list(items, infos).ok())
             return !stop;
-        for (const FolderItem &item : items) {
+        for (std::size_t i = 0; i < items.size(); ++i) {
             if (stop)
                 return false;
+            const FolderItem &item = items[i];
             const QString name = QString::fromStdString(item.name);
             const QString below = path.isEmpty() ? name : path + '\\' + name;
             Folder opened;
             if (item.kind == FileInfo::Kind::File)
-                lookAt(folder, item, below, result.changes);
+                lookAt(folder, item, infos[i], below);
             else if (item.kind == FileInfo::Kind::Folder && depth < kMostDeep &&
                      folder.openFolder(item.name, opened).ok() &&
                      !walk(opened, below, depth + 1, result))
@@ -135,17 +163,16 @@ struct ChangedFiles::Task {
         return true;
     }
 
-    void lookAt(const Folder &folder, const FolderItem &item, const QString &path,
-                FolderChanges &changes) {
+    void lookAt(const Folder &folder, const FolderItem &item, const FileInfo &info,
+                const QString &path) {
         constexpr std::uint8_t kNotPacked = platform::kAttributeHidden | platform::kAttributeSystem;
-        FileInfo info;
         const auto entry = m_paths.constFind(foldedPath(path));
         if (entry != m_paths.cend()) {
-            if (folder.info(item.name, info).ok() && !isKnown(folder, item.name, path, info))
-                changes.changed.append(*entry);
+            if (info.kind == FileInfo::Kind::File && !isKnown(folder, item.name, path, info))
+                m_changed.append(*entry);
         } else if (!platform::isTemporaryName(item.name) && !platform::isNameOfDeleted(item.name) &&
                    (folder.recordedAttributes(item) & kNotPacked) == 0) {
-            changes.added.append(path);
+            m_added.append(path);
         }
     }
 
@@ -170,11 +197,13 @@ struct ChangedFiles::Task {
     platform::PackedFiles m_known;
     QHash<QString, QString> m_paths; // of all entries, by the folded path
     QHash<QString, Seen> m_seen;
+    QStringList m_changed; // files of entries, spelled as the entry is
+    QStringList m_added;
     QString m_top;
     std::int64_t m_now = 0; // when the look began, in nanoseconds since 1970
 };
 
-ChangedFiles::ChangedFiles(QObject *parent, std::function<void(const FolderChanges &)> found)
+ChangedFiles::ChangedFiles(QObject *parent, std::function<void(FolderChanges)> found)
     : QObject(parent), m_found(std::move(found)) {
     m_poll.setInterval(kPollTime);
     connect(&m_poll, &QTimer::timeout, this, [this] {
@@ -220,9 +249,9 @@ void ChangedFiles::start() {
 void ChangedFiles::finish() {
     m_poll.stop();
     m_thread.join();
-    const Result result = std::move(m_task->found);
+    Result result = std::move(m_task->found);
     if (result.isComplete)
-        m_found(result.changes);
+        m_found(std::move(result.changes));
     // A folder that is removed is no longer watched, even if another one gets its path.
     const bool watches = m_watcher != nullptr && m_watched == result.folders &&
                          m_watcher->directories().size() == m_watched.size();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "workspace/archiveTree.h"
+
 #include <QFileSystemWatcher>
 #include <QObject>
 #include <QString>
@@ -12,13 +14,11 @@
 #include <thread>
 #include <vector>
 
-// What differs in a work folder from the archive that was extracted into it. Paths are relative to
-// the work folder, with "\" between the components, and sorted.
+// What differs in a work folder from the archive that was extracted into it, as the window shows
+// it: the changed files of entries, and the files without an entry that a save would pack.
 struct FolderChanges {
-    QStringList changed; // files of entries, spelled as the entry is
-    QStringList added;   // files without an entry that a save would pack
-
-    bool isEmpty() const { return changed.isEmpty() && added.isEmpty(); }
+    ArchiveTree::Changes nodes;
+    QString note; // about all; "" if there are none
 };
 
 // Finds the changed and new files of one work folder, on a thread of its own: by file information
@@ -35,7 +35,7 @@ class ChangedFiles : public QObject {
     using Listing = std::shared_ptr<const std::vector<Listed>>;
 
     // `found` gets the result of each look, on the caller's thread.
-    ChangedFiles(QObject *parent, std::function<void(const FolderChanges &)> found);
+    ChangedFiles(QObject *parent, std::function<void(FolderChanges)> found);
     ~ChangedFiles() override;
 
     // Looks at the work folder `name` of the folder `folders`, in the program's form. Another look
@@ -52,7 +52,7 @@ class ChangedFiles : public QObject {
     void start();
     void finish();
 
-    std::function<void(const FolderChanges &)> m_found;
+    std::function<void(FolderChanges)> m_found;
     std::unique_ptr<Task> m_task; // null if stopped
     bool m_again = false;         // look once more after this one
     std::unique_ptr<QFileSystemWatcher> m_watcher;

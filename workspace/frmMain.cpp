@@ -19,6 +19,7 @@
 #include <QPushButton>
 
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -50,8 +51,8 @@ frmMain::frmMain()
                                       this, [this](int image) { return imgIcons16->Image(image); },
                                       [this](int entry) { return EntryTip(entry); })),
       m_lines(new ArchiveLines(this)),
-      m_changes(
-          new ChangedFiles(this, [this](const FolderChanges &changes) { ShowChanges(changes); })) {
+      m_changes(new ChangedFiles(
+          this, [this](FolderChanges changes) { ShowChanges(std::move(changes)); })) {
     setObjectName("frmMain");
     setWindowTitle("Orvel");
     platform::setLayoutFont(this);
@@ -162,8 +163,10 @@ void frmMain::FillArchiveList() {
 // Other programs edit the files while they have the focus.
 void frmMain::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow() && isEnabled())
-        LookForChanges();
+    if (event->type() != QEvent::ActivationChange || !isActiveWindow() || !isEnabled())
+        return;
+    MarkAllWork();
+    LookForChanges();
 }
 
 // The window cannot be closed during a long operation.

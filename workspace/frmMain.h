@@ -100,8 +100,10 @@ class frmMain : public QWidget {
     // names the archive, else the first free one for its text. Marks archives with work in
     // progress.
     void AssignWorkFolders() const;
-    // Marks an entry of the drop-down by its font if its work folder exists and holds files.
+    // Marks an entry of the drop-down by its font if its work folder exists and holds files; all
+    // entries.
     void MarkWork(int entry, bool exists) const;
+    void MarkAllWork() const;
     // Whether no other window works on the selected archive's work folder. If so, none can until
     // this one releases the lock.
     bool OwnsWorkFolder();
@@ -145,7 +147,7 @@ class frmMain : public QWidget {
     // frmMainChanges.cpp: what differs from the archive
     // Starts a look at the work folder if this window works on it.
     void LookForChanges();
-    void ShowChanges(const FolderChanges &changes);
+    void ShowChanges(FolderChanges changes);
     // Ends the looks, as the work folder is about to change.
     void StopLooking();
 
@@ -163,29 +165,35 @@ class frmMain : public QWidget {
     // frmMainRecord.cpp: what the archive held when the work folder was extracted
     // The name of the selected archive's work folder in WorkFolders().
     QString WorkFolderName() const;
-    // Writes the record before an extraction. `exists`: whether the work folder has a file.
-    void PrepareRecord(const WorkRecord::Archive &archive,
-                       const std::function<bool(const QString &)> &exists);
-    // Writes the record after an extraction of `archive`, as it was before the extraction.
-    void WriteRecord(const std::optional<WorkRecord::Archive> &archive);
+    // Writes the record before an extraction and returns it. `exists`: whether the work folder has
+    // a file.
+    WorkRecord PrepareRecord(const WorkRecord::Archive &archive,
+                             const std::function<bool(const QString &)> &exists);
+    // Writes the record after an extraction, from what PrepareRecord returned.
+    void WriteRecord(const WorkRecord &prepared);
     // The record of the work folder; none if there is none of the selected archive.
     std::optional<WorkRecord> ReadRecord() const;
     // What a save has to compare folder and archive with; none without a record.
     std::optional<std::vector<EntryVersion>> SaveBase() const;
     // Notes in the record, if there is one, what the last save has packed.
     void UpdateRecord();
-    // The folder for the archive's versions of files that were changed on both sides.
+
+    // frmMainConflicts.cpp: files that were changed in the folder and in the archive
+    // Remembers the conflicts of the last save whose versions in the archive are kept beside the
+    // work folder, and returns the text about all.
+    QString ConflictText();
+    // The folder for these versions.
     QString TheirsFolder() const;
-    // Extracts these versions there, as NAME.theirs. Returns "" or why some are missing.
-    QString ExtractTheirs(const std::vector<EntryVersion> &conflicts);
+    // Extracts the versions there, as NAME.theirs, in place of earlier ones. Returns those that are
+    // there then, and in `reason` why others are not.
+    std::vector<EntryVersion> ExtractTheirs(const std::vector<EntryVersion> &conflicts,
+                                            QString &reason) const;
 
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
     void cmdCancel_Click();
     // Packs the work folder. Returns "" if every file is in the archive, else an error text.
     QString PackWorkFolder();
-    // Remembers the conflicts of the last save and returns the text about them.
-    QString ConflictText();
     // Empties and removes the work folder, and its record once it holds no file. Keep: deletes only
     // the files in `known`. Trash: moves the others to the desktop's trash. Returns a note about
     // these, "" if there are none.
@@ -236,6 +244,7 @@ class frmMain : public QWidget {
     ArchiveTree *m_tree;          // the model of treArchive
     ArchiveLines *m_lines;        // the model of lstArchive
     mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
+    std::vector<platform::FileInfo> m_cleared; // by ClearFileAttributes, for each entry
     ChangedFiles *m_changes;
     ChangedFiles::Listing m_listing; // of the archive listed last
     // The archive's versions that the user was told about: the next save replaces them.

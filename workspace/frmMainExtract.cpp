@@ -92,10 +92,11 @@ void frmMain::cmdExtract_Click() {
 
 QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
-    const auto archive = WorkRecord::archiveAt(ArchivePath());
-    if (archive)
-        PrepareRecord(*archive,
-                      [&](const QString &file) { return before.contains(comparable(file)); });
+    std::optional<WorkRecord> prepared;
+    if (const auto archive = WorkRecord::archiveAt(ArchivePath()))
+        prepared = PrepareRecord(*archive, [&](const QString &file) {
+            return !before.isEmpty() && before.contains(comparable(file));
+        });
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
@@ -103,8 +104,8 @@ QString frmMain::ExtractAll() {
         note = UndoExtraction(before);
     if (platform::storedName(WorkFolder()).isEmpty())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
-    else if (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0)
-        WriteRecord(archive);
+    else if (prepared && (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
+        WriteRecord(*prepared);
     m_conflicts.clear();
     return note;
 }
@@ -122,6 +123,7 @@ QString frmMain::PrepareWorkFolder() {
 
 void frmMain::ClearFileAttributes() {
     platform::WorkFolderCleaner cleaner(WorkFolder());
+    m_cleared.assign(static_cast<std::size_t>(m_lines->Count()), {});
     // FileExists ignores hidden files, and the probe file may be one.
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (nodes.Count() > 0)
@@ -129,7 +131,7 @@ void frmMain::ClearFileAttributes() {
     if (FileExists(ProbeFile()) == 0)
         return;
     for (int line = 0; line < m_lines->Count(); ++line) {
-        cleaner.clearAttributes(m_lines->Text(line));
+        cleaner.clearAttributes(m_lines->Text(line), &m_cleared[static_cast<std::size_t>(line)]);
         if ((line & 0x3F) == 0)
             platform::repaintPending();
     }

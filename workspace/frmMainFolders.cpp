@@ -21,7 +21,8 @@ struct Recorded {
     WorkRecord::Archive archive;
 };
 
-// The work folders in `folders` that have a record; a record without its folder counts as none.
+// The work folders in `folders` that have a record. The record of a folder that was removed by hand
+// is removed.
 std::vector<Recorded> recordedFolders(const QString &folders) {
     const QString pattern = WorkRecord::fileName("*");
     const qsizetype before = pattern.indexOf('*');
@@ -30,9 +31,9 @@ std::vector<Recorded> recordedFolders(const QString &folders) {
     std::vector<Recorded> found;
     for (const QString &file : parent.entryList({pattern}, QDir::Files | QDir::Hidden)) {
         const QString name = file.mid(before, file.size() - before - after);
-        if (!QFileInfo(parent.filePath(name)).isDir())
-            continue;
-        if (auto archive = WorkRecord::readArchive(folders, name))
+        if (platform::storedName(folders + '\\' + name).isEmpty())
+            WorkRecord::remove(folders, name);
+        else if (auto archive = WorkRecord::readArchive(folders, name))
             found.push_back({name, std::move(*archive)});
     }
     return found;
@@ -63,11 +64,6 @@ void frmMain::AssignWorkFolders() const {
     QSet<QString> taken;
     for (const Recorded &folder : recorded)
         taken.insert(folder.name);
-    // Looking for each of many folders that do not exist would take long.
-    QSet<QString> there;
-    const QDir parent(platform::nativePath(m_assignedIn));
-    for (const QString &name : parent.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot))
-        there.insert(name.toCaseFolded());
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString text = drpVL2File->itemText(entry);
         QString name;
@@ -80,6 +76,18 @@ void frmMain::AssignWorkFolders() const {
             name = folderNameFor(text, taken);
         taken.insert(name);
         drpVL2File->setItemData(entry, name, kWorkFolderRole);
+    }
+    MarkAllWork();
+}
+
+void frmMain::MarkAllWork() const {
+    // Looking for each of many folders that do not exist would take long.
+    QSet<QString> there;
+    const QDir parent(platform::nativePath(m_assignedIn));
+    for (const QString &name : parent.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot))
+        there.insert(name.toCaseFolded());
+    for (int entry = 0; entry < drpVL2File->count(); ++entry) {
+        const QString name = drpVL2File->itemData(entry, kWorkFolderRole).toString();
         MarkWork(entry, there.contains(name.toCaseFolded()));
     }
 }
@@ -90,7 +98,8 @@ void frmMain::MarkWork(int entry, bool exists) const {
         exists && QDirIterator(platform::nativePath(WorkFolders() + '\\' + name),
                                QDir::Files | QDir::Hidden, QDirIterator::Subdirectories)
                       .hasNext();
-    QFont font;
+    // Not all views add what a font of an item leaves open.
+    QFont font = drpVL2File->font();
     font.setBold(true);
     drpVL2File->setItemData(entry, works ? font : QVariant(), Qt::FontRole);
     const QString tip = works ? QStringLiteral("Work in progress") : QString();

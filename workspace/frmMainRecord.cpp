@@ -2,43 +2,62 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/packedFiles.h"
-#include "platform/workFolderCleaner.h"
 #include "workspace/controls.h"
+#include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
-#include "workspace/reasons.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QSet>
+#include <QComboBox>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
 
 namespace {
 
-// Fewer than the names that one call of the library takes.
-constexpr std::int32_t kNamesOfCall = 1000;
-
-// Whether a file of the work folder exists, and whether it has these bytes.
-struct FileOnDisk {
-    bool exists = false;
-    bool same = false;
-
-    FileOnDisk(const QString &workFolder, const EntryVersion &version) {
-        const std::string path = workFolder.toStdString() + '/' + version.path;
-        platform::InputFile file;
-        platform::FileInfo info;
-        exists = file.open(path, info).ok();
-        if (!exists)
-            return;
-        const QString name = QString::fromStdString(version.path);
-        platform::FileInfo seen;
-        seen.size = version.size;
-        platform::PackedFiles wanted;
-        wanted.add(name, seen, version.crc, INT64_MIN);
-        same = wanted.hold(name, info, false,
-                           [&](platform::InputFile &opened) { return opened.open(path); });
+// Clearing the attributes of an extracted file has changed one of its times: takes that over, and
+// returns the newest one. Both lists are in the archive's order; `cleared` has an item for each
+// listed entry, also for folders.
+std::int64_t takeCleared(std::vector<WorkRecord::Entry> &extracted,
+                         const std::vector<platform::FileInfo> &cleared) {
+    constexpr std::ptrdiff_t kMostSkipped = 64;
+    std::int64_t newest = INT64_MIN;
+    auto next = cleared.begin();
+    for (WorkRecord::Entry &entry : extracted) {
+        if (!entry.written)
+            continue;
+        platform::FileInfo &file = entry.file;
+        const auto end = next + std::min(kMostSkipped, cleared.end() - next);
+        const auto found = std::find_if(
+            next, end, [&](const platform::FileInfo &info) { return sameFile(info, file); });
+        if (found != end) {
+            next = found + 1;
+            // Otherwise another program has written to it.
+            if (found->size == file.size && found->modified == file.modified)
+                file.changed = found->changed;
+        }
+        newest = std::max(newest, file.changed);
     }
-};
+    return newest;
+}
+
+// The disk's time, later than `newest` if a short wait can reach that: otherwise the times of files
+// that have just been written would prove nothing.
+bool timeAfter(std::int64_t newest, const platform::Folder &folder, platform::FileInfo &now) {
+    // Longer than the step of the clock of Linux, and of Windows.
+    constexpr std::chrono::milliseconds kWaits[] = {std::chrono::milliseconds(5),
+                                                    std::chrono::milliseconds(20)};
+    platform::FileInfo seen;
+    seen.changed = newest;
+    for (const std::chrono::milliseconds wait : kWaits) {
+        std::this_thread::sleep_for(wait);
+        if (!folder.newFileInfo(now).ok())
+            return false;
+        if (platform::PackedFiles::timesProve(seen, now.changed))
+            break;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -49,8 +68,8 @@ QString frmMain::WorkFolderName() const {
 // Written before the extraction, so that there is a base for each file that a killed one has
 // written: what the archive holds now for files that do not exist, and for the others what is known
 // of them.
-void frmMain::PrepareRecord(const WorkRecord::Archive &archive,
-                            const std::function<bool(const QString &)> &exists) {
+WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
+                                  const std::function<bool(const QString &)> &exists) {
     auto earlier = WorkRecord::read(WorkFolders(), WorkFolderName());
     if (earlier && !earlier->archive().isSame(archive))
         earlier.reset();
@@ -76,25 +95,25 @@ void frmMain::PrepareRecord(const WorkRecord::Archive &archive,
     // A record of an earlier state would be worse than none.
     if (!record.write(WorkFolders(), WorkFolderName()).ok())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
+    return record;
 }
 
 // A file that was there before stays as it is, so what was known about it stays too: otherwise a
 // file from an older archive would look like an edit and replace a newer entry.
-void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
+void frmMain::WriteRecord(const WorkRecord &prepared) {
     auto extracted = m_cUnzip->TakeExtracted();
+    const std::vector<platform::FileInfo> cleared = std::exchange(m_cleared, {});
     platform::Folder workFolder;
     platform::FileInfo now;
-    if (!archive || !extracted || !workFolder.open(platform::storagePath(WorkFolder())).ok() ||
-        !workFolder.newFileInfo(now).ok())
+    if (!extracted || !workFolder.open(platform::storagePath(WorkFolder())).ok())
+        return;
+    if (!timeAfter(takeCleared(*extracted, cleared), workFolder, now))
         return;
     const QString folder = platform::nativePath(WorkFolder());
-    auto earlier = WorkRecord::read(WorkFolders(), WorkFolderName());
-    if (earlier && !earlier->archive().isSame(*archive))
-        earlier.reset();
-    WorkRecord record(*archive, now);
+    WorkRecord record(prepared.archive(), now);
     for (WorkRecord::Entry &entry : *extracted) {
-        const WorkRecord::Entry *before = earlier ? earlier->find(entry.path) : nullptr;
-        // From PrepareRecord: the file did not exist before the extraction.
+        const WorkRecord::Entry *before = prepared.find(entry.path);
+        // The file did not exist before the extraction.
         const bool isPrepared = before != nullptr && before->size == EntryVersion::kUnknownSize &&
                                 before->sameBytes(entry);
         if (isPrepared)
@@ -111,10 +130,9 @@ void frmMain::WriteRecord(const std::optional<WorkRecord::Archive> &archive) {
         if ((record.entries().size() & 0x3FU) == 0)
             platform::repaintPending();
     }
-    if (earlier)
-        for (const WorkRecord::Entry &before : earlier->entries())
-            if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
-                record.put(before);
+    for (const WorkRecord::Entry &before : prepared.entries())
+        if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
+            record.put(before);
     // Without a record everything works, with less knowledge.
     if (!record.write(WorkFolders(), WorkFolderName()).ok())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
@@ -155,60 +173,4 @@ void frmMain::UpdateRecord() {
         if (changesBase(file))
             record->put(file);
     static_cast<void>(record->write(WorkFolders(), WorkFolderName()));
-}
-
-QString frmMain::TheirsFolder() const {
-    QString name = WorkFolderName() + ".theirs";
-    while (drpVL2File->findData(name, kWorkFolderRole, Qt::MatchFixedString) >= 0)
-        name += '~';
-    return WorkFolders() + '\\' + name;
-}
-
-// The library has no names but those of the entries, so the files are renamed afterwards.
-QString frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts) {
-    if (QFileInfo(platform::nativePath(TheirsFolder())).isSymLink())
-        return "it is a link";
-    QSet<QString> wanted;
-    for (const EntryVersion &entry : conflicts)
-        wanted.insert(QString::fromStdString(entry.path).replace('/', '\\'));
-    cUnzip archive;
-    archive.setZipFile(ArchivePath());
-    archive.setUnzipFolder(TheirsFolder());
-    archive.setUseFolderNames(true);
-    archive.setOverwriteExisting(true);
-    archive.Directory();
-    QStringList files;
-    QString reason;
-    qsizetype laid = 0;
-    const auto extract = [&] {
-        if (!files.isEmpty() && archive.Unzip())
-            reason = Reason(archive.LastCode(), archive.LastMessage());
-        platform::WorkFolderCleaner theirs(TheirsFolder());
-        for (const QString &file : std::as_const(files)) {
-            const QString path = platform::nativePath(TheirsFolder() + '\\' + file);
-            if (!theirs.clearAttributes(file))
-                continue;
-            theirs.deleteFile(file + ".theirs");
-            laid += QFile::rename(path, path + ".theirs") ? 1 : 0;
-        }
-        files.clear();
-    };
-    for (int i = 1; i <= archive.FileCount(); ++i)
-        archive.setFileSelected(i, false);
-    for (int i = 1, first = 1; i <= archive.FileCount(); ++i) {
-        const QString folder = archive.FileDirectory(i);
-        const QString file =
-            folder.isEmpty() ? archive.Filename(i) : folder + '\\' + archive.Filename(i);
-        archive.setFileSelected(i, wanted.contains(file) && StaysBelow(file));
-        if (archive.FileSelected(i))
-            files.append(file);
-        if (files.size() < kNamesOfCall && i < archive.FileCount())
-            continue;
-        extract();
-        for (; first <= i; ++first)
-            archive.setFileSelected(first, false);
-    }
-    if (laid == wanted.size())
-        return {};
-    return reason.isEmpty() ? QStringLiteral("not all of them could be extracted") : reason;
 }

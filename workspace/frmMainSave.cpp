@@ -17,6 +17,7 @@
 
 namespace {
 
+constexpr int kManyFiles = 100; // in a folder, beside those of the archive
 constexpr const char *kPartly = "was saved, but not all of it";
 
 bool containsNoFile(const QString &folder) {
@@ -32,10 +33,11 @@ void frmMain::cmdSaveChanges_Click() {
     platform::setMousePointer(this, 11);
     DisableWindow();
     StopLooking();
+    QString stayed;
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
-        CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
+        stayed = CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
         m_conflicts.clear();
         lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
         UpdateRecord();
@@ -52,7 +54,7 @@ void frmMain::cmdSaveChanges_Click() {
         platform::MsgBox(failure, platform::kCritical, "Orvel");
     const bool saved = failure.isEmpty() || failure.contains(kPartly);
     if (saved)
-        ShowNote(SaveNote());
+        ShowNote(stayed.isEmpty() ? SaveNote() : SaveNote() + '\n' + stayed);
 }
 
 QString frmMain::SaveNote() const {
@@ -155,33 +157,6 @@ QString frmMain::PackWorkFolder() {
     return filesLeft ? failure + ". Your files are still in " + folder : failure;
 }
 
-QString frmMain::ConflictText() {
-    const std::vector<EntryVersion> &conflicts = m_cZ->LastResult().conflicts;
-    if (m_conflictArchive != ArchivePath())
-        m_conflicts.clear();
-    m_conflictArchive = ArchivePath();
-    m_conflicts.insert(m_conflicts.end(), conflicts.begin(), conflicts.end());
-    QStringList names;
-    for (const EntryVersion &entry : conflicts)
-        names.append(QString::fromStdString(entry.path));
-    const QString theirs = QDir::toNativeSeparators(platform::nativePath(TheirsFolder()));
-    QString missing;
-    try {
-        missing = ExtractTheirs(conflicts);
-    } catch (const platform::RuntimeError &error) {
-        missing = error.description();
-    }
-    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
-                                  "archive too. ")
-                       .arg(ShortList(names));
-    if (missing.isEmpty())
-        text += QStringLiteral("The archive's versions are in %1. ").arg(theirs);
-    else
-        text += QStringLiteral("The archive's versions cannot all be put into %1 (%2). ")
-                    .arg(theirs, missing);
-    return text + "Press Save Changes again to pack yours over them";
-}
-
 // A step that fails is skipped: files that cannot be deleted stay.
 QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others others) {
     QString note;
@@ -200,12 +175,20 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             if (!cleaner.deleteFile(file))
                 cleaner.clearAttributes(file);
             SetProgress(line);
+            platform::repaintPending(); // moving to the trash takes long
         }
-        cleaner.deleteFilesIn({});
+        const auto step = [this](int file, int count) {
+            if (file == 0 && count >= kManyFiles)
+                ShowProgressBar(count - 1);
+            if (count >= kManyFiles)
+                SetProgress(file);
+            platform::repaintPending();
+        };
+        cleaner.deleteFilesIn({}, step);
         for (int node = nodes.Count(); node >= 1; --node) {
             if (!nodes.HasChildren(node))
                 continue;
-            cleaner.deleteFilesIn(nodes.Text(node));
+            cleaner.deleteFilesIn(nodes.Text(node), step);
             cleaner.removeFolder(nodes.Text(node));
             platform::repaintPending();
         }
@@ -213,7 +196,9 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
         if (containsNoFile(platform::nativePath(WorkFolder())))
             WorkRecord::remove(WorkFolders(), WorkFolderName());
         ProgressBar->hide();
-        note = TrashNote(cleaner.trashed(), cleaner.deleted());
+        note = others == Others::Keep
+                   ? StayedNote(cleaner.kept())
+                   : TrashNote(cleaner.trashed(), cleaner.deleted(), cleaner.kept());
     }
     UpdateButtons();
     return note;

@@ -77,7 +77,14 @@ QString ChangesNote(const QStringList &changed, const QStringList &added) {
     return text.isEmpty() ? text : text + ": " + ShortList(changed + added);
 }
 
-QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
+QString StayedNote(const QStringList &paths) {
+    return paths.isEmpty() ? QString()
+                           : QStringLiteral("Left in the work folder, as another program has them "
+                                            "open or has changed them since: ") +
+                                 ShortList(paths);
+}
+
+QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept) {
     const auto line = [](const QStringList &paths, const char *what) {
         return paths.isEmpty()
                    ? QString()
@@ -85,9 +92,11 @@ QString TrashNote(const QStringList &trashed, const QStringList &deleted) {
                          .arg(paths.size())
                          .arg(paths.size() == 1 ? " was" : "s were", what, ShortList(paths));
     };
-    const QString moved = line(trashed, "moved to the trash");
-    const QString gone = line(deleted, "deleted, as there is no trash for this disk");
-    return moved.isEmpty() || gone.isEmpty() ? moved + gone : moved + '\n' + gone;
+    QStringList lines{line(trashed, "moved to the trash"),
+                      line(deleted, "deleted, as there is no trash for this disk"),
+                      line(kept, "left in the work folder, as the trash cannot be written to")};
+    lines.removeAll(QString());
+    return lines.join('\n');
 }
 
 QString LeftoversNote(const QStringList &paths) {

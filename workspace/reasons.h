@@ -23,9 +23,12 @@ QString OddArchiveNote(const QString &reason);
 // What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
 QString ChangesNote(const QStringList &changed, const QStringList &added);
 
-// The note about edited files that Cancel moved to the trash or, for lack of one, deleted; "" for
-// none.
-QString TrashNote(const QStringList &trashed, const QStringList &deleted);
+// The note about files that a save has left in the work folder; "" for none.
+QString StayedNote(const QStringList &paths);
+
+// The note about edited files that Cancel moved to the trash, deleted for lack of one, or left in
+// the work folder because the trash did not take them; "" for none.
+QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept);
 
 // The note after a save that added entries for leftovers of editors and systems. `paths` is not
 // empty.

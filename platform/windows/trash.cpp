@@ -1,11 +1,12 @@
 #include "platform/trash.h"
 
 #include <QFile>
+#include <QString>
 
 namespace platform {
 
-bool moveToTrash(const QString &file) {
-    return QFile::moveToTrash(file);
+Trashing moveToTrash(const std::string &file) {
+    return QFile::moveToTrash(QString::fromStdString(file)) ? Trashing::Moved : Trashing::NoTrash;
 }
 
 } // namespace platform

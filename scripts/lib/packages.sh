@@ -4,10 +4,13 @@
 
 packages_of() {
     case $1 in
-    build) echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev ;;
+    build)
+        echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev libcli11-dev \
+            nlohmann-json3-dev libpcre2-dev
+        ;;
     test)
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
-            xdg-utils strace e2fsprogs
+            xdg-utils strace e2fsprogs faketime
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
             python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info ;;
@@ -24,7 +27,7 @@ packages_of() {
     debian) echo debootstrap ;;
     disks)
         echo xfsprogs btrfs-progs f2fs-tools exfatprogs dosfstools ntfs-3g exfat-fuse fuse2fs sshfs \
-            openssh-sftp-server bindfs gocryptfs fuse-overlayfs nfs-kernel-server samba cifs-utils \
+            openssh-sftp-server bindfs gocryptfs rclone fuse-overlayfs nfs-kernel-server samba cifs-utils \
             qemu-system-x86 busybox-static kmod
         ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;

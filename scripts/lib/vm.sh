@@ -2,8 +2,9 @@
 # Runs a command in a virtual machine with the distribution's own kernel. Source it after common.sh.
 #
 # The root of this machine is the root there. Changes go to memory and are lost, except in the folder
-# $VM/shared. There is no network but the loopback. The processor is emulated, which makes it some ten
-# times slower; ORVEL_VM_ACCELERATOR=kvm uses that of this machine.
+# $VM/shared. There is no network but the loopback. ORVEL_CLOCK_IS_FREE tells the command that it may set
+# the clock. The processor is emulated, which makes it some ten times slower;
+# ORVEL_VM_ACCELERATOR=kvm uses that of this machine.
 
 VM=$ROOT/build/vm
 # Required to mount the root; later modules are loaded by the kernel's own requests.
@@ -47,7 +48,7 @@ for folder in dev/shm tmp run; do mount -t tmpfs tmpfs /root/\$folder; done
 mount -t 9p -o trans=virtio,version=9p2000.L,msize=262144 shared '/root$VM/shared'
 mount --bind '/root$VM/kernel/lib/modules/$version' /root/lib/modules/$version
 ip link set lo up
-HOME=/root LC_ALL=C.UTF-8 PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \\
+HOME=/root LC_ALL=C.UTF-8 ORVEL_CLOCK_IS_FREE=1 PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \\
     chroot /root /bin/bash -c $(printf '%q' "$(printf '%q ' "$@")") >'/root$VM/shared/output' 2>&1
 echo \$? >'/root$VM/shared/status'
 poweroff -f

@@ -1,10 +1,11 @@
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
 #include "storage/temporary.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
@@ -24,18 +25,21 @@ constexpr std::chrono::milliseconds kRenamePause{25};
 
 // Links a file without a name to a name that must not exist.
 int linkNameless(int file, int folder, const char *name) {
-    int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
-    if (result != 0 && errno == ENOENT) {
-        // Older kernels allow that to administrators only.
-        result = linkat(AT_FDCWD, pathThrough(file).c_str(), folder, name, AT_SYMLINK_FOLLOW);
+    // Older kernels allow that to administrators only.
+    static std::atomic<bool> byDescriptor{true};
+    if (byDescriptor) {
+        const int result = linkat(file, "", folder, name, AT_EMPTY_PATH);
+        if (result == 0 || errno != ENOENT)
+            return result;
+        byDescriptor = false;
     }
-    return result;
+    return linkat(AT_FDCWD, pathThrough(file).c_str(), folder, name, AT_SYMLINK_FOLLOW);
 }
 
 // For file systems without RENAME_NOREPLACE: most fail with EEXIST for a second link. On the
 // others, such as a shared folder of a virtual machine, the name is checked first.
-int renameByLink(int folder, const char *from, const char *to) {
-    if (linkat(folder, from, folder, to, 0) == 0) {
+int renameByLink(Disk &disk, int folder, const char *from, const char *to) {
+    if (disk.attempt(Disk::Links, [&] { return linkat(folder, from, folder, to, 0); }) == 0) {
         unlinkat(folder, from, 0);
         return 0;
     }
@@ -54,6 +58,10 @@ bool mayBeHeld(int error) {
     return std::find(std::begin(kHeld), std::end(kHeld), error) != std::end(kHeld);
 }
 
+bool closed(int file) {
+    return ::close(file) == 0 || errno == EINTR;
+}
+
 bool sameContent(const FileInfo &a, const FileInfo &b) {
     return a.kind == b.kind && a.size == b.size && a.modified == b.modified;
 }
@@ -65,6 +73,19 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
     const int folder = static_cast<int>(m_folder->m_handle);
     const int file = static_cast<int>(m_handle);
     Status status;
+    if (!m_temporary.empty() && replace == Replace::No) {
+        // Closed first: a server reports only then what it could not write, and a FUSE client
+        // renames a file that is deleted while it is open.
+        m_handle = -1;
+        status = closed(file) ? takeFreeName(name)
+                              : errnoStatus(errno, "cannot write", m_folder->pathOf(name));
+        if (!status.ok())
+            unlinkat(folder, m_temporary.c_str(), 0);
+        else if (named != nullptr && !m_folder->info(name, *named).ok())
+            *named = {};
+        m_temporary.clear();
+        return status;
+    }
     if (m_temporary.empty()) {
         // Only a file with a name can replace another.
         const std::string first = replace == Replace::No ? name : temporaryName();
@@ -72,8 +93,6 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
             status = errnoStatus(errno, "cannot create", m_folder->pathOf(name));
         else if (replace == Replace::Yes)
             m_temporary = first;
-    } else if (replace == Replace::No) {
-        status = takeFreeName(name);
     }
     if (status.ok() && replace == Replace::Yes)
         status = replaceFile(name, replaced);
@@ -85,11 +104,8 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
         *named = {};
     // From here on discard() must not remove the file, whatever close reports.
     m_temporary.clear();
-    const bool closed = ::close(file) == 0;
-    const int error = errno;
     m_handle = -1;
-    return closed || error == EINTR ? Status()
-                                    : errnoStatus(error, "cannot write", m_folder->pathOf(name));
+    return closed(file) ? Status() : errnoStatus(errno, "cannot write", m_folder->pathOf(name));
 }
 
 // The old file, which the caller has open, stays complete until this one has its name. If a failed
@@ -143,9 +159,12 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
 Status NewFile::takeFreeName(const std::string &name) {
     const int folder = static_cast<int>(m_folder->m_handle);
     const char *from = m_temporary.c_str();
-    int result = renameat2(folder, from, folder, name.c_str(), RENAME_NOREPLACE);
-    if (result != 0 && (errno == EINVAL || errno == ENOSYS))
-        result = renameByLink(folder, from, name.c_str());
+    Disk &disk = m_folder->disk();
+    int result = disk.attempt(Disk::ExclusiveRename, [&] {
+        return renameat2(folder, from, folder, name.c_str(), RENAME_NOREPLACE);
+    });
+    if (result != 0 && disk.refuses(Disk::ExclusiveRename))
+        result = renameByLink(disk, folder, from, name.c_str());
     if (result != 0)
         return errnoStatus(errno, "cannot create", m_folder->pathOf(name));
     m_temporary = name;

@@ -1,5 +1,6 @@
 #include "storage/posix/fileInfo.h"
 
+#include "storage/posix/disk.h"
 #include "storage/posix/dosRecord.h"
 #include "storage/posix/systemError.h"
 
@@ -76,38 +77,50 @@ void giveToOwnerOf(int folder, int file) {
         return; // some disks know no owners
 }
 
-std::uint8_t readDosBits(int descriptor) {
-    return readDosBits([descriptor](void *value, std::size_t size) {
-               return fgetxattr(descriptor, kDosAttributeName, value, size);
-           }) &
-           kHiddenOrSystem;
-}
-
-std::uint8_t readDosBits(const std::string &path) {
+std::uint8_t readDosBits(Disk &disk, int descriptor) {
     return readDosBits([&](void *value, std::size_t size) {
-               return getxattr(path.c_str(), kDosAttributeName, value, size);
+               return disk.attempt(
+                   Disk::Attributes,
+                   [&] { return fgetxattr(descriptor, kDosAttributeName, value, size); });
            }) &
            kHiddenOrSystem;
 }
 
-Status writeDosBits(int descriptor, std::uint8_t bits, const std::string &shown) {
+std::uint8_t readDosBits(Disk &disk, const std::string &path) {
+    return readDosBits([&](void *value, std::size_t size) {
+               return disk.attempt(
+                   Disk::Attributes,
+                   [&] { return getxattr(path.c_str(), kDosAttributeName, value, size); });
+           }) &
+           kHiddenOrSystem;
+}
+
+Status writeDosBits(Disk &disk, int descriptor, std::uint8_t bits, const std::string &shown) {
     char text[8];
     const int length = std::snprintf(text, sizeof text, "0x%x", static_cast<unsigned>(bits));
-    if (fsetxattr(descriptor, kDosAttributeName, text, static_cast<std::size_t>(length), 0) != 0)
+    if (disk.attempt(Disk::Attributes, [&] {
+            return fsetxattr(descriptor, kDosAttributeName, text, static_cast<std::size_t>(length),
+                             0);
+        }) != 0)
         return errnoStatus(errno, "cannot record the attributes of", shown);
     return {};
 }
 
-std::uint8_t readDosBitsAt(int folder, const std::string &name) {
+std::uint8_t readDosBitsAt(Disk &disk, int folder, const std::string &name) {
     const std::string path = pathThrough(folder) + "/" + name;
     return readDosBits([&](void *value, std::size_t size) {
-        return lgetxattr(path.c_str(), kDosAttributeName, value, size);
+        return disk.attempt(Disk::Attributes, [&] {
+            return lgetxattr(path.c_str(), kDosAttributeName, value, size);
+        });
     });
 }
 
-Status dropDosBitsAt(int folder, const std::string &name, const std::string &shown) {
+Status dropDosBitsAt(Disk &disk, int folder, const std::string &name, const std::string &shown,
+                     bool &dropped) {
     const std::string path = pathThrough(folder) + "/" + name;
-    if (lremovexattr(path.c_str(), kDosAttributeName) != 0 && errno != ENODATA && errno != ENOTSUP)
+    dropped = disk.attempt(Disk::Attributes,
+                           [&] { return lremovexattr(path.c_str(), kDosAttributeName); }) == 0;
+    if (!dropped && errno != ENODATA && errno != ENOTSUP)
         return errnoStatus(errno, "cannot change the attributes of", shown);
     return {};
 }

@@ -1,5 +1,5 @@
 #include "storage/posix/descriptor.h"
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
@@ -46,7 +46,18 @@ void Folder::close() {
     if (m_handle != -1) {
         ::close(static_cast<int>(m_handle));
         m_handle = -1;
+        m_disk = nullptr;
     }
+}
+
+Disk &Folder::disk() const {
+    Disk *disk = m_disk;
+    if (disk == nullptr) {
+        struct stat st {};
+        static_cast<void>(fstat(static_cast<int>(m_handle), &st));
+        m_disk = disk = &Disk::of(st.st_dev);
+    }
+    return *disk;
 }
 
 Status Folder::open(const std::string &path) {
@@ -72,7 +83,9 @@ Status Folder::openFolder(const std::string &name, Folder &folder) const {
 }
 
 Status Folder::makeFolder(const std::string &name) const {
-    if (mkdirat(static_cast<int>(m_handle), name.c_str(), 0777) != 0)
+    if (createSteadily(static_cast<int>(m_handle), [&] {
+            return mkdirat(static_cast<int>(m_handle), name.c_str(), 0777);
+        }) != 0)
         return errnoStatus(errno, "cannot make the folder", pathOf(name));
     return {};
 }
@@ -137,6 +150,14 @@ Status Folder::list(std::vector<FolderItem> &items) const {
     return errno == 0 ? Status() : errnoStatus(errno, "cannot list the folder", m_path);
 }
 
+Status Folder::list(std::vector<FolderItem> &items, std::vector<FileInfo> &infos) const {
+    Status status = list(items);
+    infos.assign(items.size(), {});
+    for (std::size_t i = 0; i < items.size(); ++i)
+        static_cast<void>(info(items[i].name, infos[i]));
+    return status;
+}
+
 Status Folder::removeFile(const std::string &name) const {
     if (unlinkat(static_cast<int>(m_handle), name.c_str(), 0) != 0)
         return errnoStatus(errno, "cannot delete", pathOf(name));
@@ -166,13 +187,14 @@ Status Folder::removeFileIf(const std::string &name, bool fresh,
     return removeFile(name);
 }
 
-Status Folder::clearAttributes(const std::string &name) const {
+Status Folder::clearAttributes(const std::string &name, FileInfo *cleared) const {
     const int folder = static_cast<int>(m_handle);
     const std::string path = pathOf(name);
     struct stat st {};
     if (fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
         return errnoStatus(errno, "cannot examine", path);
-    if (S_ISREG(st.st_mode) && isReadOnly(st.st_mode)) {
+    const bool wasReadOnly = S_ISREG(st.st_mode) && isReadOnly(st.st_mode);
+    if (wasReadOnly) {
         // Through a descriptor: the name may lead to another file or a link by now. An extended
         // attribute can be changed only while the file is writable.
         const Descriptor file(openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
@@ -183,11 +205,16 @@ Status Folder::clearAttributes(const std::string &name) const {
     }
     if (!S_ISREG(st.st_mode))
         return {Failure::WrongKind, path + " is not an ordinary file", path};
-    return dropDosBitsAt(folder, name, path);
+    bool dropped = false;
+    Status status = dropDosBitsAt(Disk::of(st.st_dev), folder, name, path, dropped);
+    if (!status.ok() || cleared == nullptr)
+        return status;
+    *cleared = fileInfo(st);
+    return wasReadOnly || dropped ? info(name, *cleared) : Status();
 }
 
 std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
-    return readDosBitsAt(static_cast<int>(m_handle), item.name);
+    return readDosBitsAt(disk(), static_cast<int>(m_handle), item.name);
 }
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {

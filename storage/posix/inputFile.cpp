@@ -1,10 +1,12 @@
 #include "storage/lockWait.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -60,6 +62,19 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+// The system grants no read lease on a file that is open for writing. While it lasts, a few
+// microseconds, the signal that an opening would cause is one that is ignored.
+bool InputFile::isOpenForWriting() const {
+    const int file = static_cast<int>(m_handle);
+    if (fcntl(file, F_SETSIG, SIGURG) != 0)
+        return false;
+    const bool granted = fcntl(file, F_SETLEASE, F_RDLCK) == 0;
+    const bool isOpen = !granted && errno == EAGAIN && knowsWriters(file);
+    if (granted)
+        static_cast<void>(fcntl(file, F_SETLEASE, F_UNLCK));
+    return isOpen;
+}
+
 void InputFile::dropCache() const {
     if (isOpen())
         posix_fadvise(static_cast<int>(m_handle), 0, 0, POSIX_FADV_DONTNEED);
@@ -69,7 +84,7 @@ Status InputFile::attributes(std::uint8_t &attributes) const {
     FileInfo known;
     if (Status status = info(known); !status.ok())
         return status;
-    attributes = readDosBits(static_cast<int>(m_handle));
+    attributes = readDosBits(Disk::of(known.device), static_cast<int>(m_handle));
     if (known.readOnly)
         attributes |= kAttributeReadOnly;
     return {};

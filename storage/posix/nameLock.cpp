@@ -1,5 +1,5 @@
 #include "storage/lockWait.h"
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
@@ -16,7 +16,9 @@ namespace {
 
 // Creates or opens the lock file. A file of another user is opened for reading, only to be locked.
 int openLockFile(int folder, const char *lockFile) {
-    const int file = openat(folder, lockFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    const int file = createSteadily(folder, [&] {
+        return openat(folder, lockFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    });
     if (file >= 0) {
         static_cast<void>(fchmod(file, 0666)); // for other users who lock the name
         return file;
@@ -28,15 +30,6 @@ int openLockFile(int folder, const char *lockFile) {
         return readable;
     }
     return file;
-}
-
-// The previous holder may have removed the file, which makes its lock useless.
-bool isStillThere(int folder, const char *lockFile, int file) {
-    struct stat opened {};
-    struct stat there {};
-    return fstat(file, &opened) == 0 &&
-           fstatat(folder, lockFile, &there, AT_SYMLINK_NOFOLLOW) == 0 &&
-           opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
 }
 
 } // namespace
@@ -63,11 +56,13 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
             unlinkat(descriptor, m_lockFile.c_str(), 0);
             return {};
         }
-        if (lock == Lock::Taken &&
-            isStillThere(descriptor, m_lockFile.c_str(), static_cast<int>(file.m_handle))) {
+        if (lock == Lock::Taken) {
             m_folder = &folder;
             m_file = std::move(file);
-            return {};
+            // The previous holder may have removed the file, which makes its lock useless.
+            if (isHeldIn(folder))
+                return {};
+            m_file.close();
         }
         if (Status waited = until.pause(std::chrono::milliseconds(lock == Lock::Held ? 10 : 0));
             !waited.ok())
@@ -97,10 +92,11 @@ void NameLock::writeNote(const std::string &note) {
 }
 
 void NameLock::release() {
-    if (m_file.isOpen()) {
+    if (!m_file.isOpen())
+        return;
+    if (isHeldIn(*m_folder)) // else the name is another program's lock
         unlinkat(static_cast<int>(m_folder->m_handle), m_lockFile.c_str(), 0);
-        m_file.close();
-    }
+    m_file.close();
 }
 
 } // namespace platform

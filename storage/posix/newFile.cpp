@@ -1,4 +1,4 @@
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -35,21 +35,28 @@ constexpr std::uint64_t kSharedBlock = 64U << 10;
 
 // A file without a name costs one change of the folder instead of two, and disappears if the
 // process is killed. -1 if this system or disk does not support it.
-int openNameless(int folder) {
+int openNameless(Disk &disk, int folder) {
     static const bool canBeNamed = access("/proc/self/fd", X_OK) == 0;
-    return canBeNamed ? openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666) : -1;
+    return canBeNamed
+               ? disk.attempt(
+                     Disk::NamelessFiles,
+                     [&] { return openat(folder, ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0666); })
+               : -1;
 }
 
 // Shares the whole blocks of a range of an open file with another one, from `target` on. Returns
 // how many bytes are shared: 0 if the disk cannot.
-std::uint64_t shareRange(int from, std::uint64_t offset, int to, std::uint64_t target,
+std::uint64_t shareRange(Disk &disk, int from, std::uint64_t offset, int to, std::uint64_t target,
                          std::uint64_t size) {
     struct file_clone_range range {};
     range.src_fd = from;
     range.src_offset = offset;
     range.src_length = size - size % kSharedBlock;
     range.dest_offset = target;
-    return range.src_length > 0 && ioctl(to, FICLONERANGE, &range) == 0 ? range.src_length : 0;
+    const bool shared = range.src_length > 0 && disk.attempt(Disk::ShareRange, [&] {
+        return ioctl(to, FICLONERANGE, &range);
+    }) == 0;
+    return shared ? range.src_length : 0;
 }
 
 // The status for a failed write. Some file servers have no error code for a full disk.
@@ -71,13 +78,16 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     m_size = 0;
     m_temporary.clear();
     // A file that must be found after a crash, or locked, needs a name from the start.
-    m_handle = guard == Guard::None ? openNameless(static_cast<int>(folder.m_handle)) : -1;
+    m_handle =
+        guard == Guard::None ? openNameless(folder.disk(), static_cast<int>(folder.m_handle)) : -1;
     if (m_handle >= 0)
         return {};
     do {
         m_temporary = temporaryName();
-        m_handle = openat(static_cast<int>(folder.m_handle), m_temporary.c_str(),
+        m_handle = createSteadily(static_cast<int>(folder.m_handle), [&] {
+            return openat(static_cast<int>(folder.m_handle), m_temporary.c_str(),
                           O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+        });
     } while (m_handle < 0 && errno == EEXIST);
     if (m_handle < 0)
         return errnoStatus(errno, "cannot create a file in", folder.path());
@@ -117,6 +127,7 @@ Status NewFile::writeAt(std::uint64_t offset, const void *data, std::size_t size
 Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uint64_t size,
                          const KeepGoing &keepGoing) {
     const int target = static_cast<int>(m_handle);
+    Disk &disk = m_folder->disk();
     const bool prepared = size >= kLongRange;
     // Drops prepared space that was not written.
     const auto trimmed = [&](Status status) {
@@ -126,14 +137,18 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     };
     if (prepared) {
         const std::uint64_t shared =
-            shareRange(static_cast<int>(source.m_handle), offset, target, m_size, size);
+            shareRange(disk, static_cast<int>(source.m_handle), offset, target, m_size, size);
         m_size += shared;
         offset += shared;
         size -= shared;
         // Allocating all blocks at once is cheaper than at each write, and a full disk shows at the
         // start. If unsupported, each write allocates.
         if (size > 0 &&
-            fallocate(target, 0, static_cast<off_t>(m_size), static_cast<off_t>(size)) != 0 &&
+            disk.attempt(Disk::ReserveRange,
+                         [&] {
+                             return fallocate(target, 0, static_cast<off_t>(m_size),
+                                              static_cast<off_t>(size));
+                         }) != 0 &&
             (errno == ENOSPC || errno == EDQUOT))
             return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
     }
@@ -143,7 +158,7 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
     const std::uint64_t start = m_size;
     // A file server copies ranges by itself. A local file system does so page by page, which takes
     // longer than to read and write large chunks.
-    bool ranges = !isOwnDevice(target);
+    bool ranges = !disk.refuses(Disk::CopyRange) && !isOwnDevice(target);
     std::unique_ptr<char[]> buffer;
     while (size > 0) {
         if (keepGoing && !keepGoing())
@@ -152,15 +167,18 @@ Status NewFile::copyFrom(const InputFile &source, std::uint64_t offset, std::uin
         if (ranges) {
             auto from = static_cast<off_t>(offset);
             auto to = static_cast<off_t>(m_size);
-            const ssize_t n =
-                copy_file_range(static_cast<int>(source.m_handle), &from, target, &to,
-                                static_cast<std::size_t>(std::min(size, kRangeStep)), 0);
+            const ssize_t n = disk.attempt(Disk::CopyRange, [&] {
+                return copy_file_range(static_cast<int>(source.m_handle), &from, target, &to,
+                                       static_cast<std::size_t>(std::min(size, kRangeStep)), 0);
+            });
             if (n < 0 && errno == EINTR)
                 continue;
             if (n < 0 && (errno == ENOSPC || errno == EDQUOT))
                 return trimmed(errnoStatus(errno, "cannot write in", m_folder->path()));
             // Some file systems fail, and some return 0 although a plain read returns bytes.
             if (n <= 0) {
+                if (n == 0)
+                    disk.refuse(Disk::CopyRange);
                 ranges = false;
                 continue;
             }
@@ -220,7 +238,8 @@ Status NewFile::setAttributes(std::uint8_t attributes) {
     if ((attributes & (kAttributeHidden | kAttributeSystem)) != 0) {
         const std::uint8_t bits =
             attributes & (kAttributeHidden | kAttributeSystem | kAttributeArchive);
-        if (Status status = writeDosBits(static_cast<int>(m_handle), bits, m_folder->path());
+        if (Status status =
+                writeDosBits(m_folder->disk(), static_cast<int>(m_handle), bits, m_folder->path());
             !status.ok())
             return status;
     }

@@ -2,6 +2,7 @@
 
 #include "storage/pathText.h"
 #include "storage/posix/descriptor.h"
+#include "storage/posix/disk.h"
 #include "storage/posix/dosRecord.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/systemError.h"
@@ -100,7 +101,8 @@ Status attributesOf(const std::string &path, std::uint8_t &attributes) {
     struct stat st {};
     if (stat(path.c_str(), &st) != 0)
         return errnoStatus(errno, "cannot examine", path);
-    attributes = readDosBits(path) | (S_ISDIR(st.st_mode) ? kAttributeFolder : kAttributeNormal) |
+    attributes = readDosBits(Disk::of(st.st_dev), path) |
+                 (S_ISDIR(st.st_mode) ? kAttributeFolder : kAttributeNormal) |
                  (isReadOnly(st.st_mode) ? kAttributeReadOnly : kAttributeNormal);
     return {};
 }

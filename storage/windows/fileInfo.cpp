@@ -9,10 +9,6 @@ namespace {
 
 constexpr DWORD kReported = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
-std::int64_t nanoseconds(std::int64_t ticks) {
-    return (ticks - kTicksTo1970) * 100;
-}
-
 // Newer information classes than those in the compiler's headers.
 constexpr auto kDispositionEx = std::bit_cast<FILE_INFORMATION_CLASS>(64U);
 constexpr ULONG kDelete = 0x1;
@@ -29,6 +25,14 @@ bool isLink(DWORD attributes, DWORD tag) {
 
 std::uint8_t dosBits(DWORD attributes) {
     return static_cast<std::uint8_t>(attributes & kReported);
+}
+
+std::int64_t nanoseconds(const LARGE_INTEGER &time) {
+    return (time.QuadPart - kTicksTo1970) * 100;
+}
+
+std::int64_t changeTime(const LARGE_INTEGER &time) {
+    return time.QuadPart != 0 ? nanoseconds(time) : std::numeric_limits<std::int64_t>::max();
 }
 
 DWORD fileInfo(HANDLE file, FileInfo &info) {
@@ -50,10 +54,8 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
         info.kind = FileInfo::Kind::File;
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
-    info.modified = nanoseconds(times.LastWriteTime.QuadPart);
-    // On a disk without change times nothing proves that a file is unchanged.
-    info.changed = times.ChangeTime.QuadPart != 0 ? nanoseconds(times.ChangeTime.QuadPart)
-                                                  : std::numeric_limits<std::int64_t>::max();
+    info.modified = nanoseconds(times.LastWriteTime);
+    info.changed = changeTime(times.ChangeTime);
     info.device = known.dwVolumeSerialNumber;
     info.id = static_cast<std::uint64_t>(known.nFileIndexHigh) << 32U | known.nFileIndexLow;
     return ERROR_SUCCESS;

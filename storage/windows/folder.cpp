@@ -125,7 +125,16 @@ Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) c
 }
 
 Status Folder::list(std::vector<FolderItem> &items) const {
+    std::vector<FileInfo> infos;
+    return list(items, infos);
+}
+
+Status Folder::list(std::vector<FolderItem> &items, std::vector<FileInfo> &infos) const {
     items.clear();
+    infos.clear();
+    FileInfo folder;
+    if (const DWORD error = fileInfo(handleOf(m_handle), folder))
+        return errorStatus(error, "cannot list the folder", m_path);
     // A separate handle, because duplicates share the position in the folder.
     Access access;
     access.rights = FILE_LIST_DIRECTORY;
@@ -142,9 +151,18 @@ Status Folder::list(std::vector<FolderItem> &items) const {
             const auto *item = reinterpret_cast<const FILE_ID_BOTH_DIR_INFO *>(at);
             const std::wstring_view name(item->FileName, item->FileNameLength / sizeof(wchar_t));
             // The field for the size of extended attributes holds the reparse tag of a link.
-            if (name != L"." && name != L"..")
+            if (name != L"." && name != L"..") {
                 items.push_back({utf8FromWide(name), kindOf(item->FileAttributes, item->EaSize),
                                  dosBits(item->FileAttributes)});
+                FileInfo &info = infos.emplace_back();
+                info.kind = items.back().kind;
+                info.readOnly = (items.back().attributes & kAttributeReadOnly) != 0;
+                info.size = static_cast<std::uint64_t>(item->EndOfFile.QuadPart);
+                info.modified = nanoseconds(item->LastWriteTime);
+                info.changed = changeTime(item->ChangeTime);
+                info.device = folder.device;
+                info.id = static_cast<std::uint64_t>(item->FileId.QuadPart);
+            }
             if (item->NextEntryOffset == 0)
                 break;
             at += item->NextEntryOffset;
@@ -190,7 +208,7 @@ Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
     return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();
 }
 
-Status Folder::clearAttributes(const std::string &name) const {
+Status Folder::clearAttributes(const std::string &name, FileInfo *cleared) const {
     Access access;
     access.rights = FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT;
@@ -202,6 +220,8 @@ Status Folder::clearAttributes(const std::string &name) const {
         return {Failure::WrongKind, pathOf(name) + " is not an ordinary file", pathOf(name)};
     if (error == ERROR_SUCCESS && (status = setOpenedAttributes(file.get(), 0)) < 0)
         error = errorOf(status);
+    if (error == ERROR_SUCCESS && cleared != nullptr)
+        error = fileInfo(file.get(), *cleared);
     return error != ERROR_SUCCESS
                ? errorStatus(error, "cannot change the attributes of", pathOf(name))
                : Status();

@@ -9,6 +9,21 @@ namespace {
 
 constexpr ACCESS_MASK kRead = FILE_READ_DATA | FILE_READ_ATTRIBUTES | READ_CONTROL;
 constexpr DWORD kLargestRead = 16U << 20;
+// A virus scanner that opens each new file without sharing closes it within this time.
+constexpr int kOpenRounds = 25;
+constexpr DWORD kOpenPause = 20; // ms
+
+// Repeats a call that opens a file while another program has it open without sharing. `open`
+// returns the error.
+template<typename Open>
+DWORD openShared(Open open) {
+    DWORD error = open();
+    for (int round = 0; error == ERROR_SHARING_VIOLATION && round < kOpenRounds; ++round) {
+        Sleep(kOpenPause);
+        error = open();
+    }
+    return error;
+}
 
 Status checkOrdinary(const Handle &file, const std::string &shown, FileInfo &info) {
     if (const DWORD error = fileInfo(file.get(), info))
@@ -26,9 +41,12 @@ Status openInputAt(HANDLE folder, const std::string &name, const std::string &sh
     access.rights = kRead;
     access.options = FILE_NON_DIRECTORY_FILE | (followLinks ? 0U : FILE_OPEN_REPARSE_POINT);
     Handle opened;
-    const NTSTATUS status = openAt(folder, name, access, opened);
-    if (status < 0)
-        return errorStatus(errorOf(status), "cannot open", shown);
+    const DWORD error = openShared([&] {
+        const NTSTATUS status = openAt(folder, name, access, opened);
+        return status < 0 ? errorOf(status) : ERROR_SUCCESS;
+    });
+    if (error != ERROR_SUCCESS)
+        return errorStatus(error, "cannot open", shown);
     if (Status checked = checkOrdinary(opened, shown, info); !checked.ok())
         return checked;
     if (!followLinks) {
@@ -54,11 +72,15 @@ Status InputFile::open(const Location &location, FileInfo &info) {
     const DWORD kind = GetFileAttributesW(whole.c_str());
     if (kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return {Failure::WrongKind, "cannot open " + path + ": not an ordinary file", path};
-    Handle file(CreateFileW(whole.c_str(), kRead,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.isOpen())
-        return errorStatus(GetLastError(), "cannot open", path);
+    Handle file;
+    const DWORD error = openShared([&] {
+        file = Handle(CreateFileW(whole.c_str(), kRead,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        return file.isOpen() ? DWORD{ERROR_SUCCESS} : GetLastError();
+    });
+    if (error != ERROR_SUCCESS)
+        return errorStatus(error, "cannot open", path);
     if (Status checked = checkOrdinary(file, path, info); !checked.ok())
         return checked;
     m_handle = numberOf(file.release());
@@ -98,6 +120,13 @@ Status InputFile::info(FileInfo &info) const {
 }
 
 // No call of the system does that for a file that may be open elsewhere.
+bool InputFile::isOpenForWriting() const {
+    // Without the permission for others to write.
+    const Handle again(
+        ReOpenFile(handleOf(m_handle), FILE_READ_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, 0));
+    return !again.isOpen() && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
 void InputFile::dropCache() const {}
 
 Status InputFile::attributes(std::uint8_t &attributes) const {

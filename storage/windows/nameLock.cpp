@@ -26,7 +26,8 @@ Status NameLock::acquire(const Folder &folder, const std::string &name, Content 
     m_lockFile = lockFileName(foldedName(name));
     const LockWait until(wait, keepGoing, folder.pathOf(name));
     Access access;
-    access.rights = content == Content::Note ? DELETE | FILE_WRITE_DATA : DELETE;
+    access.rights =
+        DELETE | FILE_READ_ATTRIBUTES | (content == Content::Note ? FILE_WRITE_DATA : 0U);
     access.disposition = FILE_OPEN_IF;
     access.options = FILE_NON_DIRECTORY_FILE | FILE_DELETE_ON_CLOSE;
     access.share = content == Content::Note ? FILE_SHARE_READ : 0;

@@ -80,6 +80,11 @@ bool isComponent(std::wstring_view name);
 // Opens a name in a folder; "" is the folder itself. Fails for anything but a single component.
 NTSTATUS openAt(HANDLE folder, const std::string &name, const Access &access, Handle &opened);
 
+// A system time as nanoseconds since 1970.
+std::int64_t nanoseconds(const LARGE_INTEGER &time);
+// The same for FileInfo::changed. On a disk without change times nothing proves that a file is
+// unchanged.
+std::int64_t changeTime(const LARGE_INTEGER &time);
 // The information on an open file. Returns a Win32 error.
 DWORD fileInfo(HANDLE file, FileInfo &info);
 // The DOS attributes in FILE_ATTRIBUTE_* bits, without archive.

@@ -155,15 +155,30 @@ def above(*words, prepare=None):
 
 
 @contextlib.contextmanager
-def gocryptfs(scratch):
+def gocryptfs(scratch, user=False):
     secret = os.path.join(folder(scratch), "secret")
     Path(secret).write_text("secret\n", encoding="ascii")
 
     def prepare(names):
         command("gocryptfs", "-init", "-q", "-scryptn", "10", "-passfile", secret, names["LOWER"])
+        if user:
+            shutil.chown(names["LOWER"], 1000, 1000)
+            for name in os.listdir(names["LOWER"]):
+                shutil.chown(os.path.join(names["LOWER"], name), 1000, 1000)
 
     with above("gocryptfs", "-q", "-passfile", secret, "LOWER", "DISK", prepare=prepare)(scratch) as path:
         yield path
+
+
+@contextlib.contextmanager
+def rclone(scratch):
+    """A remote folder of rclone's, which caches written files: reading changes their times."""
+    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown:
+        path = folder(scratch, "disk")
+        words = ["rclone", "mount", shown, path, "--vfs-cache-mode", "writes", "--daemon",
+                 "--config", os.devnull, "--cache-dir", folder(scratch, "cache")]
+        with mounted(path, *words):
+            yield path
 
 
 @contextlib.contextmanager
@@ -198,12 +213,14 @@ def nfs(options):
             folder("/var/lib/nfs/v4recovery")
             if not os.path.ismount("/proc/fs/nfsd"):
                 command("mount", "-t", "nfsd", "nfsd", "/proc/fs/nfsd")
-            command("exportfs", "-o", "rw,no_root_squash,insecure,no_subtree_check,fsid=7", "127.0.0.1:" + shown)
+            command("exportfs", "-o", "rw,no_root_squash,insecure,no_subtree_check,fsid=0", "127.0.0.1:" + shown)
             command("rpc.mountd")
             subprocess.run(["rpc.statd"], stderr=subprocess.DEVNULL, check=False)
             command("rpc.nfsd", "--grace-time", "1", "--lease-time", "10", "2")
             try:
-                with mounted(path, "mount", "-t", "nfs", "-o", options, "127.0.0.1:" + shown, path):
+                # What has the number 0 is the root of version 4.
+                top = "/" if options.startswith("vers=4") else shown
+                with mounted(path, "mount", "-t", "nfs", "-o", options, "127.0.0.1:" + top, path):
                     yield path
             finally:
                 command("rpc.nfsd", "0")
@@ -242,8 +259,10 @@ def samba(scratch):
         conf = os.path.join(state, "smb.conf")
         Path(conf).write_text(SMB_CONF % {"state": state, "shown": shown}, encoding="ascii")
         try:
+            # It ends with all of its process group.
             server = subprocess.Popen(["smbd", "-s", conf, "-F", "--no-process-group"],
-                                      stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                                      start_new_session=True, stdout=subprocess.DEVNULL,
+                                      stderr=subprocess.DEVNULL)
         except FileNotFoundError:
             raise NotMade("smbd is not installed") from None
         try:
@@ -284,7 +303,7 @@ DISKS = {
     "ntfs3": (kernel("ntfs3", "mkfs.ntfs", "-q", "-F"), False),
     "tmpfs": (tmpfs, True),
     "overlayfs": (above("mount", "-t", "overlay", "-o", "lowerdir=LOWER,upperdir=UPPER,workdir=WORK",
-                        "overlay", "DISK"), False),
+                        "overlay", "DISK"), True),
     "ntfs-3g": (ntfs3g("ntfs-3g", "big_writes"), False),
     "ntfs-3g, ignore_case": (ntfs3g("lowntfs-3g", "ignore_case"), False),
     "ntfs-3g, windows_names": (ntfs3g("ntfs-3g", "windows_names"), False),
@@ -293,6 +312,8 @@ DISKS = {
     "sshfs": (sshfs, False),
     "bindfs": (above("bindfs", "LOWER", "DISK"), False),
     "gocryptfs": (gocryptfs, False),
+    "gocryptfs, of a user": (lambda scratch: gocryptfs(scratch, user=True), False),
+    "rclone": (rclone, False),
     "fuse-overlayfs": (above("fuse-overlayfs", "-o",
                              "lowerdir=LOWER,upperdir=UPPER,workdir=WORK", "DISK"), False),
     "NFS 4.2": (nfs("vers=4.2"), False),

@@ -3,15 +3,17 @@
 full disk, two programs at once.
 
 usage: matrix.py BINARIES SCRATCH [--short | [--list-missing FILE] DISK...]
-  --short         only the disks that every machine has, one row each
+  --short         only the disks that every machine has
   --list-missing  writes the names of the disks that this machine could not make to FILE
 
 Prints a line for each disk, and in the end which disks this machine could not make. The exit code is
 77 if it could make none."""
 
+import collections
 import contextlib
 import io
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -23,9 +25,10 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "faults"))
 
 # pylint: disable=wrong-import-position
 import faults
+import hardship
 import together
 from disks import DISKS, NotMade
-from job import ENTRIES, SKIPPED, Job, archive_content, check, ended, go, read_tree
+from job import ENTRIES, SKIPPED, Job, archive_content, check, ended, go, read_tree, write_files
 
 SAVED = "Job.vl2 was created successfully"
 
@@ -59,6 +62,26 @@ def whole(binaries, scratch, **places):
         check("error:" not in said, said)
         check(job.bytes_of_archive() == saved, "the archive was written without an edit")
     check(not left(job), "files stay after Cancel:", left(job))
+
+
+def case(binaries, scratch, **places):
+    """Of two names that differ only in case, a disk holds both, or the first, and the note says what
+    helps. An edit goes to the right entry, and the other one stays."""
+    job = Job(binaries, scratch, **places)
+    twin = "scripts/CLIENT.cs"
+    entries = {**ENTRIES, twin: b"// the other one\r\n" * 20}
+    job.make_archive(entries)
+    said = job.steps("extract").stdout
+    both = job.extracted() == entries
+    check(both or job.extracted() == ENTRIES, "extracted are", sorted(job.extracted()))
+    check(both != (twin in said and "upper and lower case" in said), "the note says:", said)
+    job.entries, job.edits = entries, {"scripts/client.cs": b"// edited\r\n" * 70}
+    job.wanted = {**entries, **job.edits}
+    write_files(job.work, job.edits)
+    said = job.steps("save").stdout
+    check(SAVED in said, "not saved:", said)
+    check(archive_content(job.archive) == job.wanted, "the archive holds something else")
+    check(not left(job), "files stay in the work folder:", left(job))
 
 
 def fill(folder, leave):
@@ -96,24 +119,80 @@ def kills(binaries, scratch, **places):
     faults.interrupted_saves(binaries, scratch, sample=5, **places)
 
 
+def refusals(binaries, scratch, **places):
+    """What a disk does not support is not tried again for each file."""
+    job = Job(binaries, scratch, **places)
+    entries = {"many/f%d.cs" % i: b"echo(%d);\r\n" % i for i in range(40)}
+    job.make_archive(entries)
+    log = Path(scratch, "strace.log")
+    pattern = re.compile(r" (?!readlink)(\w+)\(.*%s.* = -1 (EOPNOTSUPP|EINVAL|ENOSYS|EPERM|EISDIR) "
+                         % re.escape(job.temp))
+    for step in ("extract", "save"):
+        if step == "save":
+            write_files(job.work, {name: b"// edited\r\n" + text for name, text in entries.items()})
+        subprocess.run(["strace", "-f", "-y", "-o", log, os.path.join(binaries, "jobDriver"), "Job", step],
+                       env=job.env, capture_output=True, check=True)
+        refused = collections.Counter(match[1] for match in pattern.finditer(log.read_text()))
+        # Two threads may be the first.
+        check(max(refused.values(), default=0) <= 4, step, "was refused:", refused)
+    check(not left(job), "files stay in the work folder:", left(job))
+
+
 def two(binaries, scratch, **places):
-    together.save(binaries, scratch, sample=2, **places)
+    together.save(binaries, scratch, sample=3, **places)
 
 
-# Name, test, and what lies on the disk.
+def set_clock(shift):
+    time.clock_settime(time.CLOCK_REALTIME, time.time() + shift)
+
+
+def clock(binaries, scratch, **places):
+    """The clock is set between an extraction and a save, and then set again while it saves."""
+    year = 31_556_952
+    for shift in (-3600, 3600, -year, year):
+        where = "clock set by %d s:" % shift
+        job = Job(binaries, scratch, **places)
+        job.extract_and_edit()
+        job.freeze()
+        calls = job.calls_of("save")
+        job.reset()
+        set_clock(shift)
+        write_files(job.work, job.edits)
+        first = together.stopped(job, "save", len(calls) // 2, where)
+        set_clock(-shift)
+        job.edits.update(together.LATE)
+        job.wanted.update(together.LATE)
+        together.edit_late(job)
+        together.go_on(first, where)
+        job.edits_are_somewhere(where)
+        job.save_again(where)
+
+
+def same_tick(binaries, scratch, temp):
+    hardship.same_tick(binaries, temp, scratch, hardship.SAME_TICK[:2])
+
+
+# Name, test, what lies on the disk, and on which disks if not on all.
 ROWS = [
     ("job", whole, "game temp"),
     ("job, game folder there", whole, "game"),
     ("job, work folder there", whole, "temp"),
+    ("case", case, "temp"),
+    ("refusals", refusals, "game temp"),
     ("kills", kills, "game temp"),
     ("full", full, "game temp"),
     ("two programs", two, "game temp"),
+    ("same tick", same_tick, "temp", ("ext2", "vfat")),  # whole seconds and two
 ]
+
+
+if os.environ.get("ORVEL_CLOCK_IS_FREE"):
+    ROWS.append(("clock", clock, "game temp"))
 
 
 def try_rows(binaries, scratch, disk, rows):
     """Yields row and what failed, "" for nothing, on a new disk for each row."""
-    for name, test, parts in rows:
+    for name, test, parts, *_ in rows:
         shutil.rmtree(scratch, ignore_errors=True)
         os.makedirs(scratch)
         with disk(scratch) as path:
@@ -128,6 +207,10 @@ def try_rows(binaries, scratch, disk, rows):
             yield name, failed
 
 
+def rows_of(disk, short):
+    return [row for row in ROWS if (len(row) < 4 or disk in row[3]) and not (short and "," in row[0])]
+
+
 def main():
     binaries, scratch, *wanted = sys.argv[1:]
     list_missing = wanted[1] if wanted[:1] == ["--list-missing"] else None
@@ -139,14 +222,15 @@ def main():
     for name in wanted:
         if name not in DISKS:
             sys.exit("no such disk: %s; there are: %s" % (name, "; ".join(DISKS)))
-    missing, failures, made = {}, [], 0
+    missing, failures, made = {}, 0, 0
     for name in wanted or DISKS:
         began, passed = time.monotonic(), []
         try:
             for row, failed in try_rows(binaries, os.path.abspath(scratch), DISKS[name][0],
-                                        ROWS[:1] if short else ROWS):
+                                        rows_of(name, short)):
                 if failed:
-                    failures.append("%s: %s: %s" % (name, row, failed))
+                    failures += 1
+                    print("%s: %s: %s" % (name, row, failed), flush=True)
                 else:
                     passed.append(row)
         except NotMade as why:
@@ -155,8 +239,6 @@ def main():
         made += 1
         print("%-24s %-70s %4d s" % (name, "passed: " + "; ".join(passed), time.monotonic() - began), flush=True)
     shutil.rmtree(scratch, ignore_errors=True)
-    for failure in failures:
-        print(failure)
     if list_missing:
         Path(list_missing).write_text("".join(name + "\n" for name in missing), encoding="utf-8")
     if missing:

@@ -18,7 +18,7 @@ from accessibility import Bus, Person, role_of  # noqa: E402
 from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
 from job import MAIN, SETTINGS, Job  # noqa: E402
 from sandbox import Sandbox  # noqa: E402
-from screen import Screen  # noqa: E402
+from screen import Missed, Screen  # noqa: E402
 
 SHOWN, FILE = "Names", "names.vl2"
 NAMES = {
@@ -120,13 +120,24 @@ def selected(person, known):
     return next((name for name in names if name in NAMES.values() and name not in known), None)
 
 
+def select_next(person, known):
+    """Presses Down until another file is selected: keys that are pressed while a program is being
+    started are discarded, and its file may be saved before that time is over."""
+    for _ in range(3):
+        person.screen.key("Down")
+        try:
+            return person.screen.wait("a selected file", lambda: selected(person, known), 10)
+        except Missed as missed:
+            reason = missed
+    raise reason
+
+
 def save_changes(person, job, archive):
     """Edits every file, from the tree's first to its last as the tree shows them, and saves."""
     before, edited, shown = Snapshot(archive), {}, []
     person.screen.key("Home", "Right")
     for number in range(len(NAMES)):
-        person.screen.key("Down")
-        item = person.screen.wait("a selected file", lambda: selected(person, shown))
+        item = select_next(person, shown)
         shown.append(item)
         keys = "Return" if number % 2 else "alt+e"
         edited[f"names/{item}"] = job.edit(SHOWN, f"names/{item}", [keys], f"file-{number}")

@@ -17,12 +17,13 @@ BUILD, FOLDER = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
 ID = "org.orvel.Orvel"
 
 # Paths below usr: of programs, which may be executed, and of other files.
-PROGRAMS = "bin/orvel bin/orvel-reg share/orvel/windows/NOTEPAD.EXE"
+PROGRAMS = "bin/orvel bin/orvel-reg bin/orvel-vl2 share/orvel/windows/NOTEPAD.EXE"
 FILES = f"""lib/orvel/modules/libvl2uzip.so lib/orvel/modules/libvl2zip.so
     share/applications/{ID}.desktop share/metainfo/{ID}.metainfo.xml share/mime/packages/{ID}.xml
     share/icons/hicolor/scalable/apps/{ID}.svg share/icons/hicolor/16x16/apps/{ID}.png
     share/icons/hicolor/256x256/apps/{ID}.png share/doc/orvel/copyright
-    share/man/man1/orvel.1* share/man/man1/orvel-reg.1*"""
+    share/man/man1/orvel.1* share/man/man1/orvel-reg.1* share/man/man1/orvel-vl2.1*
+    share/bash-completion/completions/orvel-vl2 share/zsh/site-functions/_orvel-vl2"""
 
 
 def run(*command, **options):

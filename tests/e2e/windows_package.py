@@ -4,10 +4,11 @@ import re
 import subprocess
 import zipfile
 
-FILES = {"orvel.exe", "orvel-reg.exe", "vl2uzip.dll", "vl2zip.dll", "LICENSE.txt", "LICENCES.txt"}
+FILES = {"orvel.exe", "orvel-reg.exe", "orvel-vl2.exe", "vl2uzip.dll", "vl2zip.dll",
+         "LICENSE.txt", "LICENCES.txt"}
 LICENCES = {
     "Qt-LGPL-3.txt", "Qt-GPL-3.txt", "Qt-copyright.txt", "PCRE2.txt", "PNG.txt", "JPEG.txt",
-    "zlib.txt", "libdeflate.txt", "GCC-copyright.txt", "mingw-w64.txt",
+    "zlib.txt", "libdeflate.txt", "CLI11.txt", "nlohmann-json.txt", "GCC-copyright.txt", "mingw-w64.txt",
 }
 REMOVAL = "HKCU\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Orvel"
 CLASSES = "HKCU\\Software\\Classes"
@@ -57,13 +58,20 @@ class Installation:
 
     def install(self, packages, expected):
         self.wine("reg", "add", CLASSES + "\\.vl2", "/ve", "/d", "Former.Program", "/f")
-        self.wine(packages.installer, "/S", "/D=" + self.told)
+        self.wine("reg", "add", "HKCU\\Environment", "/v", "Path", "/d", "C:\\mine", "/f")
+        self.wine(packages.installer, "/S", "/PATH", "/D=" + self.told)
+        assert self.path() == "C:\\mine;" + self.told
         for path in expected.rglob("*"):
             if path.is_file():
                 installed = self.folder / path.relative_to(expected)
                 assert installed.read_bytes() == path.read_bytes(), installed
         assert self.told in self.wine("reg", "query", REMOVAL, "/v", "InstallLocation")
         assert self.opener("x")[0] == self.told + "\\orvel.exe"
+
+    def path(self):
+        """The user's PATH."""
+        said = self.wine("reg", "query", "HKCU\\Environment", "/v", "Path")
+        return re.search(r"REG_\w+\s+(.*\S)", said)[1]
 
     def opener(self, file):
         """The command of Windows for a .vl2 file. Wine ignores the types of a user by itself."""
@@ -91,4 +99,5 @@ class Installation:
         assert left == [work], left
         for key in (REMOVAL, CLASSES + "\\Orvel.Archive"):
             self.wine("reg", "query", key, fails=True)
+        assert self.path() == "C:\\mine"
         assert "Former.Program" in self.wine("reg", "query", CLASSES + "\\.vl2", "/ve")

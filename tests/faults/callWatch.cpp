@@ -11,6 +11,8 @@
 //                  " local ": it is a network share
 //                  " locks ", or " read-locks ": of files that are open for reading only
 //                  " times ", or " one-time " without the other: they are dropped without an error
+//                  " steady ": each third call that creates a file or folder fails with EPERM
+//                  " still-times ": each read sets a file's time
 //                  " room ": writes are lost, and only a sync fails, with EIO
 //                  " open-rename ": a renaming over an archive that this process has open fails and
 //                  takes the archive with it when it is closed
@@ -123,6 +125,15 @@ bool lacking(const char *what) {
     return true;
 }
 
+// True for each third call.
+bool unsteady() {
+    static std::atomic<int> turn{0};
+    if (!lacking("steady") || ++turn % 3 != 0)
+        return false;
+    errno = EPERM;
+    return true;
+}
+
 // The file that a refused rename deleted, or is to delete when it is closed (`doomed`).
 std::string taken;
 std::atomic<bool> doomed{false};
@@ -136,6 +147,8 @@ bool isOpenHere(const std::string &path) {
 
 // True if a rename to this path, of an archive, is refused.
 bool refused(const char *name, const std::string &path) {
+    if (std::strcmp(name, "mkdirat") == 0 && unsteady())
+        return true;
     if (std::strncmp(name, "rename", 6) != 0 || !path.ends_with(".vl2"))
         return false;
     const bool isThere = syscall(SYS_faccessat, AT_FDCWD, path.c_str(), F_OK) == 0;
@@ -216,6 +229,8 @@ int openCounted(const char *name, int folder, const char *path, int flags, mode_
         return -1;
     if (((flags & (O_CREAT | O_TRUNC)) != 0 || nameless) && counted(name, pathOf(folder, path)))
         return -1;
+    if ((flags & O_CREAT) != 0 && pathOf(folder, path).starts_with(settings().folder) && unsteady())
+        return -1;
     return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
 }
 
@@ -292,8 +307,12 @@ extern "C" int flock(int fd, int operation) {
 
 extern "C" ssize_t pread(int fd, void *p, size_t n, off_t at) {
     static const auto real = next<ssize_t (*)(int, void *, size_t, off_t)>("pread");
-    return lacking("room") && pathOf(fd).find("/.orvel-") != std::string::npos ? 0
-                                                                               : real(fd, p, n, at);
+    if (lacking("room") && pathOf(fd).find("/.orvel-") != std::string::npos)
+        return 0;
+    const ssize_t got = real(fd, p, n, at);
+    if (lacking("still-times") && pathOf(fd).starts_with(settings().folder))
+        syscall(SYS_utimensat, fd, nullptr, nullptr, 0);
+    return got;
 }
 
 extern "C" int fstatvfs(int fd, struct statvfs *disk) {

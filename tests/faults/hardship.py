@@ -3,6 +3,7 @@
 is 77 if this machine or a user other than root cannot make one of the faults."""
 
 import contextlib
+import glob
 import os
 import re
 import random
@@ -10,6 +11,7 @@ import resource
 import stat
 import subprocess
 import tempfile
+import time
 import zipfile
 
 from powercut import on_disk
@@ -220,14 +222,17 @@ def limits(binaries, scratch):
     return code
 
 
-@on_disk("-I", "128")
-def seconds(binaries, disk, scratch):
-    """The tests about files that change within a second, on a disk that stores whole seconds."""
-    environment = {**os.environ, "HOME": scratch, "TMPDIR": disk.path, "QT_QPA_PLATFORM": "offscreen"}
-    os.makedirs(scratch)
-    for program, tests in (("platformTest", "WorkFolderCleanerTest.*"),
-                           ("vl2zip_test", "PackFaults.*DuringTheSave*"),
-                           ("windowTest", "frmMainSave.*")):
+SAME_TICK = (("platformTest", "WorkFolderCleanerTest.AfterASave*:*.BytesAre*"),
+             ("vl2zip_test", "PackFaults.*DuringTheSave*"),
+             ("windowTest", "frmMainSave.*"))
+
+
+def same_tick(binaries, folder, scratch, programs=SAME_TICK):
+    """The tests about files that change within a tick of the disk's clock, on the disk of a folder."""
+    os.makedirs(folder, exist_ok=True)
+    environment = {**os.environ, "HOME": scratch, "TMPDIR": folder, "QT_QPA_PLATFORM": "offscreen"}
+    os.makedirs(scratch, exist_ok=True)
+    for program, tests in programs:
         done = subprocess.run([os.path.join(binaries, program), "--gtest_filter=" + tests], check=False,
                               env=environment, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
@@ -235,5 +240,53 @@ def seconds(binaries, disk, scratch):
         check(done.returncode == 0 and ran, program, done.stdout[-2000:])
 
 
+@on_disk("-I", "128")
+def seconds(binaries, disk, scratch):
+    same_tick(binaries, disk.path, scratch)
+
+
+def clocks(binaries, scratch):
+    """Whatever the clock, the time zone and the dates of files do between an extraction and a save: no
+    edit is lost, no file is left, and a second save has nothing to do."""
+    library = next(iter(glob.glob("/usr/lib/*/faketime/libfaketime.so.1")), "libfaketime")
+
+    def at(offset):
+        return {"FAKETIME": offset, "LD_PRELOAD": library, "NO_FAKE_STAT": "1",
+                "FAKETIME_DONT_FAKE_MONOTONIC": "1"}
+
+    east, west, year = {"TZ": "Pacific/Kiritimati"}, {"TZ": "Pacific/Pago_Pago"}, 31_556_952
+    rows = [(offset + " later", {}, at(offset), None) for offset in ("-1h", "+1h", "-1y", "+1y")]
+    rows += [("a server's clock ahead", at("-5m"), at("-5m"), None),
+             ("a zone further west", east, west, None), ("a zone further east", west, east, None)]
+    rows += [("edits of %d" % date, {}, {}, (date - 1970) * year)
+             for date in (1902, 1970, 1979, 2037, 2108, 2400)]
+
+    def one(where, before, after, date):
+        if "LD_PRELOAD" in after and not os.path.exists(library):
+            raise NotHere("libfaketime is not installed")
+        job = Job(binaries, scratch)
+        usual = dict(job.env)
+        job.env.update(before)
+        job.extract_and_edit()
+        for name in job.edits if date is not None else ():
+            os.utime(os.path.join(job.work, name), (date, date))
+        job.env = {**usual, **after}
+        began = time.monotonic()
+        said = job.steps("save").stdout
+        check("was created successfully" in said and "error:" not in said, where, said)
+        check(time.monotonic() - began < 10, where, "took", time.monotonic() - began, "s")
+        check(archive_content(job.archive) == job.wanted, where, "another content")
+        check(not read_tree(job.work), where, "left", sorted(read_tree(job.work)))
+        job.nothing_left(where)
+        saved = job.bytes_of_archive()
+        job.env = {**usual, **before}
+        job.steps("extract")
+        job.env = {**usual, **after}
+        job.steps("save")
+        check(job.bytes_of_archive() == saved and not read_tree(job.work), where, "saved without an edit")
+
+    return tried(rows, one)
+
+
 if __name__ == "__main__":
-    main({"save": save, "extract": extract, "limits": limits, "seconds": seconds})
+    main({"clocks": clocks, "save": save, "extract": extract, "limits": limits, "seconds": seconds})

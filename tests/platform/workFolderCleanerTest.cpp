@@ -151,6 +151,10 @@ TEST_F(WorkFolderCleanerTest, BytesAreComparedIfTimesDoNotTell) {
     platform::FileInfo seen = stateOf("temp/Classic", "a.cs");
     platform::Folder folder;
     ASSERT_TRUE(folder.open(bytesAt("temp/Classic").toStdString()).ok());
+    platform::FileInfo first;
+    ASSERT_TRUE(folder.newFileInfo(first).ok());
+    if (first.changed == INT64_MIN)
+        GTEST_SKIP() << "refused by this machine: a disk with the time of the last change";
     // Not known, in the same tick, set back since, and later.
     for (const std::int64_t began :
          {INT64_MIN, seen.changed, seen.changed + kHour, seen.changed + 1}) {

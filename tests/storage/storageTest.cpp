@@ -125,10 +125,21 @@ TEST_F(Storage, FilesAndFoldersAreToldApartAndFoldersStayOpen) {
     EXPECT_EQ(filesIn(root.path()), (Files{{"file", "x"}, {"moved/", ""}, {"moved/inner/", ""}}));
 
     std::vector<platform::FolderItem> items;
-    ASSERT_TRUE(folder.list(items).ok());
+    std::vector<FileInfo> infos;
+    ASSERT_TRUE(folder.list(items, infos).ok());
     ASSERT_EQ(items.size(), 2U);
-    for (const auto &item : items)
-        EXPECT_EQ(item.kind, item.name == "file" ? FileInfo::Kind::File : FileInfo::Kind::Folder);
+    ASSERT_EQ(infos.size(), 2U);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const bool isFile = items[i].name == "file";
+        EXPECT_EQ(items[i].kind, isFile ? FileInfo::Kind::File : FileInfo::Kind::Folder);
+        EXPECT_EQ(infos[i].kind, items[i].kind);
+        FileInfo info;
+        ASSERT_TRUE(folder.info(items[i].name, info).ok());
+        EXPECT_TRUE(sameFile(infos[i], info));
+        EXPECT_EQ(infos[i].changed, info.changed);
+        EXPECT_EQ(infos[i].modified, info.modified);
+        EXPECT_TRUE(!isFile || infos[i].size == info.size);
+    }
     EXPECT_EQ(folder.removeFolder("moved").kind, Failure::Exists);
     ASSERT_TRUE(below.removeFolder("inner").ok());
     setDosAttributes(root / "file", platform::kAttributeReadOnly | platform::kAttributeHidden);

@@ -148,6 +148,9 @@ TEST(frmMainBusy, extracts_saves_and_cleans_up_without_a_stall) {
     window.pick("Many");
     expectNoStall("extract_cancel", [&] {
         const qint64 extracting = stallOf(window, "cmdExtract");
+        // These go to the trash, which takes much longer.
+        for (int file = 0; file < 1000; ++file)
+            writeFile(game.temp() + QString("/Many/folder00000/new%1").arg(file), "new");
         return qMax(extracting, stallOf(window, "cmdCancel"));
     });
     window.pick("Base");

@@ -48,6 +48,20 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
     const QString shown = "J\u0101nis \u65e5\u672c Map"; // in no code page
     Extracted job(kFiles, shown);
     writeFile(job.folder + "scripts/a.cs", "edited");
+    // The record proves of each file that it is the extracted one, without a look into it.
+    const auto record = WorkRecord::read(job.game.temp(), shown);
+    ASSERT_TRUE(record);
+    ASSERT_EQ(record->entries().size(), kFiles.size());
+    for (const WorkRecord::Entry &entry : record->entries()) {
+        platform::InputFile file;
+        platform::FileInfo now;
+        EXPECT_TRUE(file.open(job.folder.toStdString() + entry.path, now).ok());
+        const bool wholeSeconds = now.changed % 1'000'000'000 == 0; // these prove nothing so soon
+        EXPECT_TRUE(entry.timesTell || wholeSeconds) << entry.path;
+        EXPECT_TRUE(entry.path == "scripts/a.cs" || entry.file.changed == now.changed)
+            << entry.path;
+    }
+    EXPECT_EQ(joined(job.window->boldEntries()), shown.toStdString());
     // A date in the future, as of an archive from another time zone.
     setFileTime(pathOf(job.folder + "readme.txt"), 2'100'000'000);
     job.window->click("cmdSaveChanges");
@@ -62,6 +76,7 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
     }
     EXPECT_EQ(job.window->status(), shown + ".vl2 was created successfully");
     EXPECT_EQ(job.window->note(), "1 file changed: scripts/a.cs");
+    EXPECT_EQ(joined(job.window->boldEntries()), "");
     EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
     EXPECT_TRUE(job.window->isReady());
 }
@@ -132,6 +147,9 @@ TEST(frmMainSave, lets_one_window_at_a_time_work_on_an_archive) {
     writeFile(job.folder + "scripts/a.cs", "edited");
     job.window->click("cmdSaveChanges");
     EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "edited");
+    EXPECT_EQ(joined(second.boldEntries()), "Classic");
+    second.returnTo({});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return second.boldEntries().isEmpty(); }));
     second.pick("Classic");
     EXPECT_EQ(joined(second.enabledButtons()), "Extract");
     EXPECT_EQ(second.note(), "");
@@ -143,6 +161,20 @@ TEST(frmMainSave, lets_one_window_at_a_time_work_on_an_archive) {
     second.pick("Other");
     job.window->pick("Classic");
     EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+    // A lock that was removed by hand, with its folder, holds nothing.
+    second.pick("Classic");
+    isRefused(second);
+    if (QFile::rename(job.game.temp(), job.game.temp() + ".old")) {
+        second.pick("Classic");
+        second.click("cmdExtract");
+        writeFile(job.folder + "scripts/a.cs", "of the second");
+        job.window->click("cmdSaveChanges");
+        isRefused(*job.window);
+        EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), "of the second");
+        writeFile(job.folder + "scripts/a.cs", "edited");
+    }
+    // The lock of a window that was killed.
+    writeFile(job.game.temp() + "/.orvel-0123456789abcdef.part", "process 1");
     // What is left of a lock does not stop the window that shows the archive next.
     job.window.reset();
     second.pick("Classic");
@@ -181,6 +213,24 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     EXPECT_EQ(joined(QDir(job.folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot)),
               "shapes");
     EXPECT_TRUE(QDir(job.folder + "shapes").isEmpty());
+    if (QDir::rootPath() != "/")
+        return;
+    // A name that has no room for the ending of the information, and a trash that takes nothing.
+    const QString longName = QString(250, 'n') + ".cs";
+    for (const bool takes : {true, false}) {
+        job.window->click("cmdExtract");
+        writeFile(job.folder + longName, "new");
+        if (!takes) {
+            EXPECT_TRUE(QDir(files + "info").removeRecursively());
+            writeFile(files + "info", "in the way");
+        }
+        job.window->click("cmdCancel");
+        EXPECT_NE(QFile::exists(job.folder + longName), takes);
+        EXPECT_TRUE(job.window->note().contains(takes ? "1 edited file was moved to the trash"
+                                                      : "left in the work folder"))
+            << job.window->note().toStdString();
+    }
+    EXPECT_EQ(readFile(job.folder + longName), "new");
 }
 
 TEST(frmMainSave, deletes_files_added_at_the_top_but_only_if_the_first_file_is_there) {
@@ -236,6 +286,8 @@ TEST(frmMainSave, says_so_and_offers_to_extract_if_the_work_folder_has_no_files)
         EXPECT_EQ(job.window->status().toStdString(), text);
         EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
         EXPECT_EQ(readFile(job.archive), before);
+        job.window->pick("Classic");
+        EXPECT_EQ(QFile::exists(job.record()), !gone);
     }
 }
 
@@ -295,18 +347,24 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
         Content base, mine, theirs, saved;
         bool conflict = false;
         bool otherEdit = true;
+        const char *said = "";
     };
+    constexpr const char *kKept = "\nNewer in the archive, and left so: scripts/x.cs";
+    constexpr const char *kRemoved =
+        "\nRemoved from the archive since the extraction, and left so: scripts/x.cs";
+    constexpr const char *kRestored =
+        "\nRemoved from the archive since the extraction, and added again: scripts/x.cs";
     const Row rows[] = {
         {"changed in the folder only", "a", "mine", "a", "mine"},
-        {"changed in the archive only", "a", "a", "theirs", "theirs"},
-        {"nothing else changed", "a", "a", "theirs", "theirs", false, false},
+        {"changed in the archive only", "a", "a", "theirs", "theirs", false, true, kKept},
+        {"nothing else changed", "a", "a", "theirs", "theirs", false, false, kKept},
         {"changed in the archive to as many bytes", "a", "a", "b", "b"},
         {"deleted in the folder, changed in the archive", "a", {}, "theirs", "theirs"},
         {"changed in both to the same", "a", "same", "same", "same"},
         {"changed in both", "a", "mine", "theirs", "mine", true},
-        {"removed from the archive", "a", "a", {}, {}},
-        {"removed, and nothing else changed", "a", "a", {}, {}, false, false},
-        {"removed from the archive, changed in the folder", "a", "mine", {}, "mine"},
+        {"removed from the archive", "a", "a", {}, {}, false, true, kRemoved},
+        {"removed, and nothing else changed", "a", "a", {}, {}, false, false, kRemoved},
+        {"removed, changed in the folder", "a", "mine", {}, "mine", false, true, kRestored},
         {"added in the folder", {}, "mine", {}, "mine"},
         {"added in the archive", {}, {}, "theirs", "theirs"},
         {"added in both, the same", {}, "same", "same", "same"},
@@ -367,9 +425,83 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
         EXPECT_EQ(entry == saved.end() ? Content() : entry->second, row.saved);
         EXPECT_EQ(saved.at("textures/sky.png"), row.otherEdit ? "painted" : "sky");
         EXPECT_EQ(saved.size(), row.saved ? 3U : 2U);
+        EXPECT_TRUE(job.window->note().endsWith(row.said)) << job.window->note().toStdString();
         EXPECT_FALSE(QFile::exists(file));
         EXPECT_FALSE(QFile::exists(job.record()));
         EXPECT_EQ(readFile(job.archive) == before, !row.otherEdit);
+    }
+}
+
+TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_work_folder) {
+    const auto filesOf = [](const QByteArray &who) {
+        return std::vector<ArchiveFile>{
+            {"readme.txt", "r"}, {"scripts/x.cs", who}, {"scripts/x.cs.theirs", who + ", too"}};
+    };
+    Extracted job(filesOf("base"));
+    const QString theirs = job.game.temp() + "/Classic.theirs";
+    const Answers answers;
+    for (const ArchiveFile &file : filesOf("mine"))
+        writeFile(job.folder + file.name, file.bytes);
+    job.replaceArchive(filesOf("theirs"));
+    const QByteArray before = readFile(job.archive);
+    writeFile(theirs, "in the way");
+    for (std::size_t time = 1; time <= 2; ++time) {
+        job.window->click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), time);
+        EXPECT_TRUE(
+            job.window->status().contains("scripts/x.cs, scripts/x.cs.theirs cannot be put into"))
+            << job.window->status().toStdString();
+        EXPECT_EQ(readFile(job.archive), before);
+    }
+    QFile::remove(theirs);
+    // A conflict of an earlier time.
+    writeFile(theirs + "/scripts/x.cs.theirs", "stale");
+    QFile::setPermissions(theirs + "/scripts/x.cs.theirs", QFile::ReadOwner);
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(answers.boxes().size(), 3U);
+    EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs"), "theirs");
+    EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs.theirs"), "theirs, too");
+    EXPECT_EQ(QDir(theirs).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList("scripts"));
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(answers.boxes().size(), 3U);
+    EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "mine");
+    EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs.theirs"), "mine, too");
+}
+
+TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
+    for (const QString moved : {"game", "work folders", "setting only"}) {
+        SCOPED_TRACE(moved.toStdString());
+        Extracted job;
+        const Answers answers;
+        writeFile(job.folder + "readme.txt", "mine");
+        std::vector<ArchiveFile> newer = kFiles;
+        newer[1].bytes = "theirs";
+        job.replaceArchive(newer);
+        const QString elsewhere = job.game.root() + "/elsewhere";
+        if (moved == "setting only") {
+            TempGame::setTempFolder(elsewhere);
+            job.window->click("cmdSaveChanges");
+            EXPECT_EQ(answers.boxes().size(), 1U);
+            EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
+            TempGame::setTempFolder(job.game.temp());
+        }
+        job.window.reset();
+        if (moved == "game") {
+            ASSERT_TRUE(QFile::rename(job.game.folder(), elsewhere));
+            TempGame::setGameFolder(elsewhere);
+            job.archive.replace(job.game.folder(), elsewhere);
+        } else if (moved == "work folders") {
+            ASSERT_TRUE(QFile::rename(job.game.temp(), elsewhere));
+            TempGame::setTempFolder(elsewhere);
+        }
+        MainWindow window;
+        window.pick("Classic");
+        window.click("cmdSaveChanges");
+        EXPECT_EQ(window.note(), "1 file changed: readme.txt\n"
+                                 "Newer in the archive, and left so: scripts/a.cs");
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "mine");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
     }
 }
 

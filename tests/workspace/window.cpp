@@ -67,6 +67,16 @@ QStringList MainWindow::bold() const {
     return texts;
 }
 
+QStringList MainWindow::boldEntries() const {
+    QStringList texts;
+    QFont bold = dropDown()->font();
+    bold.setBold(true);
+    for (int entry = 0; entry < dropDown()->count(); ++entry)
+        if (dropDown()->itemData(entry, Qt::FontRole) == bold)
+            texts.append(dropDown()->itemText(entry));
+    return texts;
+}
+
 void MainWindow::returnTo(const QStringList &bold) {
     QWidget other;
     other.show();

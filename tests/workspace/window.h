@@ -62,6 +62,8 @@ class MainWindow {
     QString tip(int folder) const;
     // The texts of the nodes in bold, in the tree's order.
     QStringList bold() const;
+    // Those of the archives with work in progress, in the drop-down's own font apart from that.
+    QStringList boldEntries() const;
     // Gives the focus to another window and takes it back, as after work in another program, and
     // waits until the nodes in bold are these.
     void returnTo(const QStringList &bold);

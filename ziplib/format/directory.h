@@ -62,6 +62,10 @@ class Directory {
     std::uint8_t attributes(const Entry &entry) const;
 
     std::string_view archiveComment() const { return m_end.comment; }
+    // Whether both were read from the same bytes at the same place.
+    bool hasBytesOf(const Directory &other) const {
+        return start() == other.start() && m_bytes == other.m_bytes;
+    }
     // Bytes in front of the archive; offsets of entries include them.
     std::uint64_t base() const { return m_end.base; }
     // Offset and size of the directory in the file.

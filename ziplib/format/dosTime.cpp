@@ -28,6 +28,27 @@ std::int64_t offsetAt(std::int64_t instant) {
            instant;
 }
 
+constexpr std::uint32_t kEarliest = (1U << 21) | (1U << 16);
+
+std::int64_t roundedUp(std::int64_t seconds) {
+    return seconds + (seconds & 1);
+}
+
+std::uint32_t fieldsOf(const std::tm &parts) {
+    constexpr std::uint32_t kLatest =
+        (127U << 25) | (12U << 21) | (31U << 16) | (23U << 11) | (59U << 5) | 29U;
+    if (parts.tm_year < 80)
+        return kEarliest;
+    if (parts.tm_year > 207)
+        return kLatest;
+    return (static_cast<std::uint32_t>(parts.tm_year - 80) << 25) |
+           (static_cast<std::uint32_t>(parts.tm_mon + 1) << 21) |
+           (static_cast<std::uint32_t>(parts.tm_mday) << 16) |
+           (static_cast<std::uint32_t>(parts.tm_hour) << 11) |
+           (static_cast<std::uint32_t>(parts.tm_min) << 5) |
+           static_cast<std::uint32_t>(std::min(parts.tm_sec, 59) / 2);
+}
+
 } // namespace
 
 DosTime dosTime(std::uint16_t date, std::uint16_t time) {
@@ -58,22 +79,27 @@ std::int64_t toNanoseconds(const DosTime &local) {
 }
 
 std::uint32_t toDosFields(std::int64_t nanoseconds) {
-    constexpr std::uint32_t kEarliest = (1U << 21) | (1U << 16);
-    constexpr std::uint32_t kLatest =
-        (127U << 25) | (12U << 21) | (31U << 16) | (23U << 11) | (59U << 5) | 29U;
-    std::int64_t seconds = nanoseconds / kSecond + (nanoseconds % kSecond > 0 ? 1 : 0);
-    seconds += seconds & 1;
+    const std::int64_t seconds =
+        roundedUp(nanoseconds / kSecond + (nanoseconds % kSecond > 0 ? 1 : 0));
     std::tm parts{};
-    if (!platform::localTime(seconds, parts) || parts.tm_year < 80)
-        return kEarliest;
-    if (parts.tm_year > 207)
-        return kLatest;
-    return (static_cast<std::uint32_t>(parts.tm_year - 80) << 25) |
-           (static_cast<std::uint32_t>(parts.tm_mon + 1) << 21) |
-           (static_cast<std::uint32_t>(parts.tm_mday) << 16) |
-           (static_cast<std::uint32_t>(parts.tm_hour) << 11) |
-           (static_cast<std::uint32_t>(parts.tm_min) << 5) |
-           static_cast<std::uint32_t>(std::min(parts.tm_sec, 59) / 2);
+    return platform::localTime(seconds, parts) ? fieldsOf(parts) : kEarliest;
+}
+
+std::uint32_t toDosFieldsUtc(std::int64_t nanoseconds) {
+    using namespace std::chrono;
+    const auto whole = floor<seconds>(std::chrono::nanoseconds(nanoseconds));
+    const sys_seconds instant{seconds(roundedUp(whole.count()))};
+    const auto day = floor<days>(instant);
+    const year_month_day date(day);
+    const hh_mm_ss time(instant - day);
+    std::tm parts{};
+    parts.tm_year = static_cast<int>(date.year()) - 1900;
+    parts.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    parts.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+    parts.tm_hour = static_cast<int>(time.hours().count());
+    parts.tm_min = static_cast<int>(time.minutes().count());
+    parts.tm_sec = static_cast<int>(time.seconds().count());
+    return fieldsOf(parts);
 }
 
 } // namespace ziplib

@@ -23,5 +23,8 @@ std::int64_t toNanoseconds(const DosTime &local);
 // The two fields for an instant, date in the upper half: rounded up to the even second, clamped to
 // 1980 to 2107.
 std::uint32_t toDosFields(std::int64_t nanoseconds);
+// The same for UTC instead of local time, and without the fraction of the second: it depends
+// neither on the machine's time zone nor on how precisely its disk stores times.
+std::uint32_t toDosFieldsUtc(std::int64_t nanoseconds);
 
 } // namespace ziplib

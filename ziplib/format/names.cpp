@@ -43,7 +43,8 @@ std::string decodeName(std::string_view raw) {
     while (path.compare(start, kRootFolder.size(), kRootFolder) == 0 &&
            start + kRootFolder.size() < path.size())
         start += kRootFolder.size();
-    return path.substr(start);
+    path.erase(0, start);
+    return path;
 }
 
 } // namespace ziplib

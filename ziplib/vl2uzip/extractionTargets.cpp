@@ -21,7 +21,11 @@ bool isOlder(std::int64_t onDisk, std::int64_t stored) {
 }
 
 Status sharedTarget(const std::string &path) {
-    return {Failure::Exists, "skipped " + path + ": another entry goes to the same file", path};
+    return {Failure::Exists,
+            "skipped " + path +
+                ": another entry has the same name on this disk; a folder on a disk that "
+                "distinguishes upper and lower case can hold both",
+            path};
 }
 
 } // namespace

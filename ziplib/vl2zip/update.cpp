@@ -4,6 +4,7 @@
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/changeDetector.h"
 #include "ziplib/vl2zip/compare/detectChanges.h"
+#include "ziplib/vl2zip/compare/sourceFile.h"
 #include "ziplib/vl2zip/select/leftovers.h"
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/select/selection.h"
@@ -206,7 +207,7 @@ Status Update::write(ChangeDetector &detector, std::vector<std::size_t> &packed)
             return found;
     }
     packed = detector.toPack();
-    if (packed.empty() || !detector.beginOthers()) {
+    if (!m_guess || packed.empty() || !detector.beginOthers()) {
         if (auto found = detector.findOthers(); !found.ok())
             return found;
         packed = detector.toPack();
@@ -259,8 +260,7 @@ void Update::reportPacked() {
         packed.size = file.info.size;
         packed.modified = file.info.modified;
         packed.changed = file.info.changed;
-        const bool known = m_scan.began && m_scan.began->device == file.info.device;
-        packed.began = known ? m_scan.began->changed : INT64_MIN;
+        packed.began = m_scan.beganFor(file.info);
         packed.crc = file.crc;
         packed.outcome = file.outcome;
         m_report.packed(packed);
@@ -337,6 +337,7 @@ Status Update::run(bool &again) {
 } // namespace
 
 Status updateArchive(const PackOptions &options, Report &report) {
+    SourceFile::allowWaiting();
     std::optional<std::string> password;
     std::string changed;
     bool guess = true;

@@ -4,6 +4,8 @@
 #include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/write/report.h"
 
+#include <string>
+
 namespace ziplib {
 
 // Adds the selected files of the folder to the archive, replacing the entries that they stand for.
@@ -12,5 +14,23 @@ Status updateArchive(const PackOptions &options, Report &report);
 
 // Deletes the selected entries. Without its last entry an empty archive remains.
 Status deleteFromArchive(const PackOptions &options, Report &report);
+
+// Renames an entry, or, if both names end in "/", all entries below a folder. Data and all other
+// fields stay as they are. Unsafe for a new name that some reader or the game does not support,
+// Exists if another entry has it in any case.
+Status renameInArchive(const PackOptions &options, const std::string &from, const std::string &to,
+                       Report &report);
+
+// What a build did or found.
+enum class Built {
+    Written,
+    Same,    // the archive has exactly these bytes already and was not written
+    Differs, // the same was to be found out, and it has not
+};
+
+// Makes an archive of the files of the folder and its folders, sorted by path, in place of one that
+// exists. The bytes depend on the files' paths, contents and times and on the options only.
+// `checkOnly` replaces nothing.
+Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built);
 
 } // namespace ziplib

@@ -84,7 +84,7 @@ TEST(Options, ChangeTheFilesThatAreWritten) {
 TEST(ExistingFiles, AreKeptOrReplacedByTheAnswers) {
     // Overwrites without a question, the answer (0 without a callback), the number of questions.
     const std::tuple<int, std::int32_t, std::size_t, bool> rows[] = {
-        {0, kNo, 2, false}, {0, 0, 0, false},     {0, kYes, 2, true}, {1, kNo, 0, true},
+        {0, kNo, 2, false}, {0, 0, 0, false},      {0, kYes, 2, true}, {1, kNo, 0, true},
         {0, kAll, 1, true}, {0, kNever, 1, false}, {0, 7, 2, false}};
     for (const auto &[overwrites, answer, asked, replaced] : rows) {
         SCOPED_TRACE(answer);

@@ -173,6 +173,50 @@ TEST_F(PackFaults, AnArchiveReplacedDuringTheSaveIsMergedAnew) {
     }
 }
 
+// The file to be merged is known early. The others look untouched, so writing starts before they
+// have been compared: that must happen in one attempt only.
+TEST_F(PackFaults, EditsThatKeepSizeAndTimeArePackedBesideAMerge) {
+    constexpr std::int64_t kTime = 985'780'800;
+    const auto put = [&](const std::string &name, std::size_t size, char byte) {
+        writeFile(work / name, std::string(size, byte));
+        setFileTime(work / name, kTime);
+    };
+    for (int i = 0; i < 200; ++i)
+        put("m" + std::to_string(i) + ".txt", 40'000, 'x');
+    put("c.txt", 100, 'x');
+    put("z.txt", 40'000, 'x');
+    ASSERT_EQ(run(call()).code, 0);
+    put("c.txt", 100, 'y');
+    put("z.txt", 40'000, 'y');
+    writeFile(work / "gone.txt", "edited");
+    auto pack = call();
+    pack.base.emplace()["gone.txt"] = "removed since";
+    for (const auto &[name, bytes] : files(archive))
+        pack.base->emplace(name, bytes);
+    const auto result = run(pack);
+    EXPECT_EQ(result.code, 0) << result.all();
+    for (const char *name : {"c.txt", "z.txt"})
+        EXPECT_EQ(content(archive, name)[0], 'y') << name;
+    EXPECT_EQ(content(archive, "gone.txt"), "edited");
+}
+
+TEST_F(PackFaults, AConflictWithAnEntryInAnotherCaseCanBeSettled) {
+    fs::remove(archive);
+    fs::remove_all(work);
+    writeFile(work / "Scripts/Camera.cs", "newer");
+    ASSERT_EQ(run(call()).code, 0);
+    fs::remove_all(work);
+    writeFile(work / "scripts/camera.cs", "mine");
+    auto pack = call();
+    pack.base.emplace()["scripts/camera.cs"] = "extracted";
+    const auto result = run(pack);
+    EXPECT_EQ(result.code, 83);
+    EXPECT_EQ(result.conflicts, Names{"Scripts/Camera.cs"});
+    (*pack.base)["Scripts/Camera.cs"] = "newer";
+    EXPECT_EQ(run(pack).code, 0);
+    EXPECT_EQ(files(archive), (Files{{"Scripts/Camera.cs", "mine"}}));
+}
+
 TEST_F(PackFaults, AnArchiveDeletedDuringTheSaveIsMadeAnewWithItsEntries) {
     writeFile(work / "other.txt", "not extracted");
     ASSERT_EQ(run(call()).code, 0);

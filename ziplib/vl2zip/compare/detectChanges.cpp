@@ -80,8 +80,7 @@ class FolderCheck {
 // True if any change since the scan began shows in the file's times. Only times of the file's own
 // disk are compared, so that neither its time resolution nor its clock matters.
 bool FolderCheck::timesShowChanges(const FoundFile &file) const {
-    return m_scan.began && m_scan.began->device == file.info.device &&
-           file.info.changed < m_scan.began->changed;
+    return file.info.changed < m_scan.beganFor(file.info);
 }
 
 // A file that cannot be read counts as changed; the next attempt to pack it reports the reason.
@@ -90,8 +89,9 @@ bool FolderCheck::hasPackedBytes(const FoundFile &file) const {
     source.setFolder(m_folder);
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
-    return source.open().ok() && source.measure(crc, size).ok() && source.unchanged() &&
-           sameVersion(source.version(), file.info) && crc == file.crc;
+    return source.open().ok() && sameFile(source.version(), file.info) &&
+           source.version().size == file.info.size && source.measure(crc, size).ok() &&
+           crc == file.crc;
 }
 
 Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
@@ -102,8 +102,10 @@ Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) 
                                    : m_folder.info(name, now, Folder::Links::Follow);
     if (!known.ok() && !known.is(Failure::NotFound))
         return failure(known, Failure::CannotOpen);
-    if (!known.ok() || !sameVersion(file.info, now) ||
-        (file.packed && !timesShowChanges(file) && !hasPackedBytes(file)))
+    // The times of a packed file prove nothing if they differ: on some disks reading changes them.
+    const bool same = known.ok() && sameVersion(file.info, now);
+    if (!known.ok() || (!same && !file.packed) ||
+        (file.packed && !(same && timesShowChanges(file)) && !hasPackedBytes(file)))
         m_scanned.changed = file.path;
     return {};
 }

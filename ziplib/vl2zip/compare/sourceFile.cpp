@@ -7,6 +7,7 @@
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace ziplib {
 
@@ -15,6 +16,22 @@ namespace {
 constexpr std::size_t kChunk = 128U << 10U;
 // Bytes of a file that decide whether it is text.
 constexpr std::size_t kTextSample = 64U << 10U;
+// Pauses for programs that write to files: the time without a change, and the most for all files.
+constexpr std::chrono::milliseconds kPause{20};
+constexpr int kQuiet = 50;
+constexpr std::chrono::milliseconds kMostWaiting{3000};
+
+// The end of the waiting in this save, on the steady clock; 0 before the first wait. Calls of the
+// library do not overlap.
+std::atomic<std::chrono::steady_clock::rep> waitingEnds{0};
+
+bool mayWait() {
+    using Clock = std::chrono::steady_clock;
+    const Clock::rep now = Clock::now().time_since_epoch().count();
+    Clock::rep end = 0;
+    waitingEnds.compare_exchange_strong(end, now + Clock::duration(kMostWaiting).count());
+    return end == 0 || now < end;
+}
 
 } // namespace
 
@@ -75,6 +92,31 @@ bool SourceFile::unchanged() const {
     platform::FileInfo current;
     return m_file.info(current).ok() && sameVersion(current, m_version) &&
            m_position == m_version.size;
+}
+
+bool SourceFile::unchangedButTimes() const {
+    platform::FileInfo current;
+    return m_file.info(current).ok() && sameFile(current, m_version) &&
+           current.size == m_version.size && m_position == m_version.size;
+}
+
+bool SourceFile::waitForWriter() const {
+    platform::FileInfo seen = m_version;
+    int quiet = 0;
+    bool waited = false;
+    while (quiet < kQuiet && m_file.isOpenForWriting() && mayWait()) {
+        waited = true;
+        std::this_thread::sleep_for(kPause);
+        platform::FileInfo now;
+        const bool same = m_file.info(now).ok() && sameVersion(now, seen);
+        quiet = same ? quiet + 1 : 0;
+        seen = now;
+    }
+    return waited;
+}
+
+void SourceFile::allowWaiting() {
+    waitingEnds = 0;
 }
 
 std::uint8_t SourceFile::attributes() const {

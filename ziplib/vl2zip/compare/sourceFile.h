@@ -33,6 +33,14 @@ class SourceFile {
     void rewind();
     // True if the file was read to its end and is still the version that was opened.
     bool unchanged() const;
+    // The same, but its times may differ.
+    bool unchangedButTimes() const;
+    // Waits until no program has the open file open for writing, which may have written half of it,
+    // or the file does not change for a second. True if it has waited: open the file again. All
+    // files of a save together wait for three seconds at most, from the first wait on.
+    bool waitForWriter() const;
+    // Begins a save: resets that time.
+    static void allowWaiting();
     // DOS attributes.
     std::uint8_t attributes() const;
     // Finds out whether the open file, before conversion, looks like text.
@@ -55,21 +63,28 @@ class SourceFile {
     Bytes m_raw;
 };
 
-// Repeats `attempt` until it has read one version of the file from beginning to end, as far as
-// times show. Fails if the file keeps changing.
+// Repeats `attempt`, which sets `crc` to the CRC-32 of all that it has read, until it has read one
+// version of the file from beginning to end, as far as times show. On a disk where reading changes
+// the times, two attempts that read the same bytes show it. Fails if the file keeps changing.
 template<typename Attempt>
-Status readWhole(SourceFile &file, Attempt attempt) {
+Status readWhole(SourceFile &file, const std::uint32_t &crc, Attempt attempt) {
     constexpr int kTries = 4;
     constexpr std::chrono::milliseconds kPause{20};
+    std::uint32_t before = 0;
     for (int i = 0; i < kTries; ++i) {
         if (i > 0)
             std::this_thread::sleep_for(kPause * i);
         if (auto opened = file.open(); !opened.ok())
             return opened;
+        if (i == 0 && file.waitForWriter()) {
+            if (auto opened = file.open(); !opened.ok())
+                return opened;
+        }
         if (auto read = attempt(); !read.ok())
             return read;
-        if (file.unchanged())
+        if (file.unchanged() || (i > 0 && crc == before && file.unchangedButTimes()))
             return {};
+        before = crc;
     }
     return {Failure::CannotOpen, file.name() + ": another program keeps writing to it"};
 }

@@ -21,9 +21,12 @@ void Base::mark(const Directory &directory, const std::function<void()> &idle,
             continue;
         }
         const Entry &entry = directory.entries()[candidate.entry];
-        // The entry's path may differ from the file's in case.
-        if (candidate.base == nullptr)
-            candidate.base = find(directory.path(entry));
+        // The entry's path may differ from the file's in case. A version of it that the user has
+        // seen is stored under the entry's own path.
+        const BaseVersion *ofEntry = find(directory.path(entry));
+        if (candidate.base == nullptr ||
+            (ofEntry != nullptr && ofEntry->isOf(entry.size, entry.crc)))
+            candidate.base = ofEntry;
         candidate.disputed =
             candidate.base == nullptr || !candidate.base->isOf(entry.size, entry.crc);
     }

@@ -2,7 +2,9 @@
 
 #include "ziplib/vl2zip/select/base.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,12 @@ struct PackOptions {
     bool crlfToLf = false;             // line ends of text files
     bool lfToCrlf = false;
     bool remove = false; // delete the matching entries instead
+    // For builds: times of entries in UTC instead of local time; one time for all of them
+    // (nanoseconds since 1970, UTC); also pack leftovers of editors and names that begin with a
+    // dot.
+    bool utc = false;
+    std::optional<std::int64_t> time;
+    bool leftoversToo = false;
     // Null to pack every file that differs from its entry, whatever changed the entry.
     std::shared_ptr<const Base> base;
     bool verbose = false;

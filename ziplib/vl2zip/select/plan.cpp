@@ -13,9 +13,6 @@ namespace ziplib {
 
 namespace {
 
-// The longest name that the game can read, in bytes.
-constexpr std::size_t kLongestName = 209;
-
 // The path that a file has in the archive.
 std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
     return options.junkFolders ? lastComponent(file.path) : std::string_view(file.path);
@@ -74,29 +71,13 @@ std::size_t Matcher::entryFor(std::string_view path) {
     return only ? found->second.entry : kNoEntry;
 }
 
-// Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
-// the same name.
-std::string reasonAgainst(std::string_view path) {
-    if (path.find('\\') != std::string::npos)
-        return "it holds a backslash, which archives read as a folder's end";
-    if (!platform::isUtf8(path))
-        return "it is not valid text";
-    if (const char *reason = unsafeReason(path))
-        return reason;
-    if (path.size() > kLongestName) {
-        return "it is longer than the " + std::to_string(kLongestName) +
-               " bytes that the game can read";
-    }
-    return {};
-}
-
 std::string refusal(std::string_view path, const std::string &reason) {
     return std::string(path) + ": cannot be packed under this name: " + reason;
 }
 
 // True if the new name can be packed; otherwise adds the reason to the scan's `leftOut`.
 bool acceptsNewName(std::string_view path, Scan &scan) {
-    const std::string reason = reasonAgainst(path);
+    const std::string reason = reasonAgainstName(path);
     if (!reason.empty())
         scan.leftOut.push_back(refusal(path, reason));
     return reason.empty();
@@ -128,6 +109,20 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
 }
 
 } // namespace
+
+std::string reasonAgainstName(std::string_view path) {
+    if (path.find('\\') != std::string::npos)
+        return "it holds a backslash, which archives read as a folder's end";
+    if (!platform::isUtf8(path))
+        return "it is not valid text";
+    if (const char *reason = unsafeReason(path))
+        return reason;
+    if (path.size() > kLongestName) {
+        return "it is longer than the " + std::to_string(kLongestName) +
+               " bytes that the game can read";
+    }
+    return {};
+}
 
 Status findCandidates(const PackOptions &options, Selection &selection, Scan &scan,
                       const EntryPaths &entries, const std::function<void()> &idle,

@@ -5,6 +5,7 @@
 #include "ziplib/vl2zip/select/options.h"
 #include "ziplib/vl2zip/select/scan.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,6 +14,13 @@
 namespace ziplib {
 
 class Selection;
+
+// The longest name that the game can read, in bytes.
+inline constexpr std::size_t kLongestName = 209;
+
+// Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
+// the same name.
+std::string reasonAgainstName(std::string_view path);
 
 // Finds the candidates among the selected files, sorted by path. A file replaces the last entry of
 // its exact path. If there is none, it replaces the only entry whose path differs in case only,

@@ -106,8 +106,10 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
     Folder top;
     platform::FileInfo began;
-    if (top.open(root).ok() && top.newFileInfo(began).ok())
+    if (top.open(root).ok() && top.newFileInfo(began).ok()) {
         scan.began = began;
+        scan.keepsInfo = top.keepsInfo();
+    }
     std::vector<std::string> level{std::string()};
     Status failed;
     while (!level.empty() && failed.ok()) {

@@ -32,6 +32,16 @@ struct Scan {
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
+    bool keepsInfo = false; // the system caches file information of this disk
+
+    // The time of `began` if any change since then shows in the times of a file with this
+    // information, else INT64_MIN. A client of a file server may invent a time of the last change
+    // until the server tells another one, and the server may have none: then it equals `modified`.
+    std::int64_t beganFor(const platform::FileInfo &info) const {
+        const bool known =
+            began && began->device == info.device && (!keepsInfo || info.modified < info.changed);
+        return known ? began->changed : INT64_MIN;
+    }
 };
 
 // Lists the folder `root` ("" is the current one), and the folders below it if `recurse`. Links to

@@ -96,9 +96,21 @@ bool ArchiveReplacement::undisturbed() const {
            now.modified == m_oldInfo.modified;
 }
 
+bool ArchiveReplacement::onlyRead() const {
+    platform::InputFile there;
+    platform::FileInfo before;
+    platform::FileInfo after;
+    Directory now;
+    return m_directory != nullptr &&
+           m_folder.openFile(m_name, there, platform::Folder::Links::Refuse, before).ok() &&
+           platform::sameFile(before, m_oldInfo) && before.size == m_oldInfo.size &&
+           now.read(there).ok() && there.info(after).ok() && after.modified != before.modified &&
+           now.hasBytesOf(*m_directory);
+}
+
 bool ArchiveReplacement::mayReplace() const {
     platform::FileInfo now;
-    return undisturbed() || m_folder.info(m_name, now).is(Failure::NotFound);
+    return undisturbed() || m_folder.info(m_name, now).is(Failure::NotFound) || onlyRead();
 }
 
 Status ArchiveReplacement::begin() {
@@ -122,7 +134,8 @@ Status ArchiveReplacement::sync(const std::function<void()> &idle) {
     return failed(status, "the new archive cannot be flushed to disk", Failure::CannotWrite);
 }
 
-Status ArchiveReplacement::readDirectory(Directory &directory) const {
+Status ArchiveReplacement::readDirectory(Directory &directory) {
+    m_directory = &directory;
     if (!exists())
         return {};
     if (auto read = failure(directory.read(m_old), Failure::CannotOpen); !read.ok())

@@ -25,12 +25,14 @@ class ArchiveReplacement {
     const platform::InputFile &old() const { return m_old; }
     const platform::FileInfo &oldInfo() const { return m_oldInfo; }
     // Reads the old archive's central directory; empty if there is none. Fails if it is damaged: a
-    // new archive would lose the entries that cannot be read.
-    Status readDirectory(Directory &directory) const;
+    // new archive would lose the entries that cannot be read. `directory` must outlive this.
+    Status readDirectory(Directory &directory);
 
     // Creates the new archive under a temporary name, with the old one's permissions.
     Status begin();
     platform::NewFile &fresh() { return m_fresh; }
+    // Opens the new archive for reading.
+    Status openFresh(platform::InputFile &file) const { return m_fresh.openWritten(file); }
     // Flushes the new archive to the disk.
     Status sync(const std::function<void()> &idle);
     // Flushes the new archive, calls `lastCheck` and renames the new archive over the old one.
@@ -50,6 +52,9 @@ class ArchiveReplacement {
     Status openOld(bool &again, const std::function<void()> &idle);
     // True if the name still refers to the file that open() found.
     bool undisturbed() const;
+    // True if the file has another time, but reading it changes its time, and it has the directory
+    // that was read.
+    bool onlyRead() const;
     // The same, or the file was deleted since: the new archive has all of it.
     bool mayReplace() const;
     // `taken` is set if another process has created an archive of this name.
@@ -62,6 +67,7 @@ class ArchiveReplacement {
     platform::NameLock m_nameLock;
     platform::InputFile m_old;
     platform::FileInfo m_oldInfo;
+    const Directory *m_directory = nullptr; // of the old archive
     platform::NewFile m_fresh;
     BackgroundTask m_droppingCache;
 };

@@ -38,6 +38,27 @@ void ArchiveWriter::pack(const Candidate &candidate, std::uint8_t attributes, Sc
         m_kept[candidate.entry] = false;
 }
 
+Status ArchiveWriter::rename(std::size_t entry, std::string_view name) {
+    return renameEntry(m_target.old(), m_directory, m_directory.entries()[entry], name,
+                       m_renamed[entry]);
+}
+
+// The segments whose local headers change. Entries that share one cannot be renamed.
+Status ArchiveWriter::findRenamed() {
+    std::map<std::size_t, std::size_t> users;
+    for (std::size_t i = 0; !m_renamed.empty() && i < m_directory.entries().size(); ++i)
+        ++users[m_layout.segmentOf(i)];
+    for (const auto &[entry, renamed] : m_renamed) {
+        const std::size_t segment = m_layout.segmentOf(entry);
+        if (users[segment] > 1 || m_layout.segments()[segment].length < renamed.oldHeader)
+            return {Failure::Damaged, m_target.path() + ": damaged, " +
+                                          m_directory.path(m_directory.entries()[entry]) +
+                                          " shares its data with another entry"};
+        m_renamedAt.emplace(segment, &renamed);
+    }
+    return {};
+}
+
 // Orders the jobs so that a replaced entry is written at the position of the old one, which keeps
 // the order of entries. A new one is written after all others, and so is one whose old bytes are
 // kept because another entry overlaps them.
@@ -67,6 +88,8 @@ Status ArchiveWriter::write(const std::optional<std::string> &password) {
     if (m_target.exists()) {
         if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
             return made;
+        if (auto found = findRenamed(); !found.ok())
+            return found;
     }
     orderJobs();
     if (auto begun = m_target.begin(); !begun.ok())
@@ -190,7 +213,8 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
         written.flags |= kFlagEncrypted;
     const std::int64_t modified = candidate.folder ? m_scan->folders[candidate.file].info.modified
                                                    : job.packing.version.modified;
-    const std::uint32_t fields = toDosFields(modified);
+    const std::uint32_t fields =
+        m_options.utc ? toDosFieldsUtc(m_options.time.value_or(modified)) : toDosFields(modified);
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
     written.dosTime = static_cast<std::uint16_t>(fields);
     written.text = job.text;
@@ -207,8 +231,19 @@ Status ArchiveWriter::copySegments(std::size_t end) {
     while (m_copied < end) {
         const std::size_t first = m_copied;
         std::uint64_t length = 0;
+        std::uint64_t skipped = 0;
         const std::uint64_t newStart = m_output->position();
-        while (m_copied < end && segments[m_copied].kept) {
+        if (const auto renamed = m_renamedAt.find(first);
+            renamed != m_renamedAt.end() && segments[first].kept) {
+            if (auto written = m_output->append(renamed->second->header); !written.ok())
+                return written;
+            segments[first].newStart = newStart;
+            skipped = renamed->second->oldHeader;
+            length = segments[first].length - skipped;
+            ++m_copied;
+        }
+        while (m_copied < end && segments[m_copied].kept && skipped == 0 &&
+               !m_renamedAt.contains(m_copied)) {
             segments[m_copied].newStart = newStart + length;
             length += segments[m_copied].length;
             ++m_copied;
@@ -217,7 +252,7 @@ Status ArchiveWriter::copySegments(std::size_t end) {
             ++m_copied;
             continue;
         }
-        if (auto copied = m_output->copy(m_target.old(), segments[first].start, length);
+        if (auto copied = m_output->copy(m_target.old(), segments[first].start + skipped, length);
             !copied.ok())
             return copied;
     }
@@ -237,7 +272,11 @@ Status ArchiveWriter::writeDirectory() {
         const std::size_t job = i < entries.size() ? m_jobOfEntry[i] : i - entries.size();
         if (kept) {
             offset = m_layout.segments()[m_layout.segmentOf(i)].newStart - base;
-            appendKept(record, m_directory.record(entries[i]), offset);
+            const auto renamed = m_renamed.find(i);
+            appendKept(record,
+                       renamed == m_renamed.end() ? m_directory.record(entries[i])
+                                                  : std::string_view(renamed->second.record),
+                       offset);
         } else if (job != kNoEntry && (i < entries.size() || m_jobs[job].isNew())) {
             offset = m_jobs[job].written.offset;
             appendCentral(record, m_jobs[job].written);

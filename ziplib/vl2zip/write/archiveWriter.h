@@ -9,8 +9,10 @@
 #include "ziplib/vl2zip/write/layout.h"
 #include "ziplib/vl2zip/write/output.h"
 #include "ziplib/vl2zip/write/pack.h"
+#include "ziplib/vl2zip/write/rename.h"
 #include "ziplib/vl2zip/write/report.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +33,8 @@ class ArchiveWriter {
     // Deletes an entry.
     void drop(std::size_t entry) { m_kept[entry] = false; }
 
+    // Renames an entry that is kept. Call it before write(). Fails if the entry is damaged.
+    Status rename(std::size_t entry, std::string_view name);
     // Writes the new archive under its temporary name and verifies its central directory.
     Status write(const std::optional<std::string> &password);
 
@@ -51,6 +55,7 @@ class ArchiveWriter {
         bool isNew() const { return candidate.entry == kNoEntry; }
     };
 
+    Status findRenamed();
     void orderJobs();
     Status writeJobs(const std::optional<std::string> &password);
     Status writeEntry(WriteJob &job, const std::optional<std::string> &password);
@@ -70,6 +75,8 @@ class ArchiveWriter {
     std::vector<bool> m_kept;
     Scan *m_scan = nullptr;
     Layout m_layout;
+    std::map<std::size_t, RenamedEntry> m_renamed;           // by entry
+    std::map<std::size_t, const RenamedEntry *> m_renamedAt; // by segment
     std::vector<WriteJob> m_jobs;
     std::vector<std::size_t> m_jobOfEntry; // of each old entry that is replaced
     std::size_t m_copied = 0;              // number of segments copied or skipped

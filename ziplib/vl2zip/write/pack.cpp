@@ -14,8 +14,9 @@ namespace ziplib {
 
 namespace {
 
-// Higher levels take several times as long and save less than 1 % more.
-constexpr int kLevel = 8;
+// Measured with a game's files: level 8 takes a sixth longer and saves less than 0.01 %, higher
+// ones take several times as long and save less than 1 %.
+constexpr int kLevel = 7;
 constexpr int kStreamLevel = 7;
 constexpr std::size_t kChunk = 256U << 10U;
 
@@ -50,7 +51,6 @@ void packBytes(Bytes &raw, const std::optional<std::string> &password, Packing &
     const PooledObject<Deflater> deflater(kLevel);
     const std::size_t before = password ? Cipher::kHeaderSize : 0;
     packing.size = raw.size();
-    packing.crc = crc32(0, raw.data(), raw.size());
     packing.method = kMethodStored;
     if (raw.size() > 1) {
         const std::size_t room = raw.size() - 1;
@@ -88,14 +88,18 @@ class Stream {
     Status store();
     bool tooLarge() const { return m_tooLarge; }
     std::uint64_t written() const { return m_written; }
+    // Of the bytes that were read.
+    std::uint32_t crc() const { return m_crc; }
 
   private:
+    Status read();
     Status write(std::uint8_t *data, std::size_t size);
 
     SourceFile &m_file;
     Output &m_output;
     std::optional<Cipher> m_cipher;
     std::uint64_t m_written = 0;
+    std::uint32_t m_crc = 0;
     bool m_tooLarge = false;
     Bytes m_in;
 };
@@ -105,6 +109,12 @@ Status Stream::write(std::uint8_t *data, std::size_t size) {
         m_cipher->encrypt(data, size);
     m_written += size;
     return m_output.append(data, size);
+}
+
+Status Stream::read() {
+    auto read = m_file.read(kChunk, m_in);
+    m_crc = crc32(m_crc, m_in.data(), m_in.size());
+    return read;
 }
 
 Status Stream::header(std::uint32_t crc) {
@@ -118,7 +128,7 @@ Status Stream::deflate(std::uint64_t limit) {
     DeflateStream deflater(kStreamLevel);
     Bytes out(kChunk);
     for (bool ended = false; !ended;) {
-        if (auto read = m_file.read(kChunk, m_in); !read.ok())
+        if (auto read = this->read(); !read.ok())
             return read;
         const bool last = m_in.empty();
         std::size_t taken = 0;
@@ -143,7 +153,7 @@ Status Stream::deflate(std::uint64_t limit) {
 
 Status Stream::store() {
     for (;;) {
-        if (auto read = m_file.read(kChunk, m_in); !read.ok() || m_in.empty())
+        if (auto read = this->read(); !read.ok() || m_in.empty())
             return read;
         if (auto written = write(m_in.data(), m_in.size()); !written.ok())
             return written;
@@ -169,8 +179,10 @@ Status streamOnce(SourceFile &file, const std::optional<std::string> &password, 
             return done;
         packing.method = method;
         packing.compressedSize = stream.written();
-        if (!stream.tooLarge())
+        if (!stream.tooLarge()) {
+            packing.crc = stream.crc();
             break;
+        }
     }
     packing.version = file.version();
     return {};
@@ -181,7 +193,11 @@ Status streamOnce(SourceFile &file, const std::optional<std::string> &password, 
 Status packWhole(SourceFile &file, const std::optional<std::string> &password, Packing &packing,
                  Bytes &data) {
     Bytes raw;
-    auto read = readWhole(file, [&] { return readAll(file, raw); });
+    auto read = readWhole(file, packing.crc, [&] {
+        auto all = readAll(file, raw);
+        packing.crc = crc32(0, raw.data(), raw.size());
+        return all;
+    });
     if (read.ok()) {
         packBytes(raw, password, packing, data);
         packing.version = file.version();
@@ -194,7 +210,7 @@ Status packStreamed(SourceFile &file, const std::optional<std::string> &password
     Status status;
     const std::uint64_t start = output.position();
     runInBackground({[&] {
-                        status = readWhole(file, [&] {
+                        status = readWhole(file, packing.crc, [&] {
                             const auto again = output.rewind(start);
                             return again.ok() ? streamOnce(file, password, output, packing) : again;
                         });

@@ -26,6 +26,7 @@ class Report : public CallbackReporter {
     }
     // Something was left out. The messages are sent when the call ends, as the last ones.
     void defer(const std::string &text) { m_deferred.push_back(text); }
+    const std::vector<std::string> &deferred() const { return m_deferred; }
     bool hasDeferred() const { return !m_deferred.empty(); }
     // For a save that starts again: a file that was left out may be packed this time.
     void dropDeferred() { m_deferred.clear(); }

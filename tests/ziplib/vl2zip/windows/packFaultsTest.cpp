@@ -1,6 +1,8 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 #include "storage/windows/system.h"
 
+#include <thread>
+
 using namespace packer; // NOLINT: the tests speak this language
 
 namespace {
@@ -19,6 +21,21 @@ TEST_F(PackFaults, AFileOpenInAnEditorWithoutSharingStopsTheSaveAndIsNamed) {
     }
     EXPECT_EQ(run(call()).code, 0);
     EXPECT_EQ(content(archive, "held.txt"), "mine");
+}
+
+TEST_F(PackFaults, AFileThatAScannerOpensForAMomentIsPacked) {
+    for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
+        writeFile(work / "new.txt", "mine " + std::to_string(share));
+        platform::Handle scanner = held(work / "new.txt", share);
+        std::thread closes([&] {
+            Sleep(150);
+            scanner = platform::Handle();
+        });
+        const auto result = run(call());
+        closes.join();
+        EXPECT_EQ(result.code, 0) << result.all();
+        EXPECT_EQ(content(archive, "new.txt"), "mine " + std::to_string(share));
+    }
 }
 
 TEST_F(PackFaults, AnArchiveOpenInAnotherProgramStaysWholeAndIsSavedOnceItIsClosed) {

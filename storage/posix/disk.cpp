@@ -1,6 +1,8 @@
-#include "storage/posix/diskKind.h"
+#include "storage/posix/disk.h"
 
 #include <linux/magic.h>
+#include <map>
+#include <mutex>
 #include <sys/vfs.h>
 
 namespace platform {
@@ -36,6 +38,33 @@ const FileSystem *ownFileSystem(int descriptor) {
 
 } // namespace
 
+Disk &Disk::of(std::uint64_t device) {
+    static std::mutex mutex;
+    static auto &disks = *new std::map<std::uint64_t, Disk>; // used until the process ends
+    const std::lock_guard lock(mutex);
+    return disks[device];
+}
+
+bool Disk::isRefusal(Feature feature, int error) {
+    switch (error) {
+    case EOPNOTSUPP:
+    case ENOSYS:
+        return true;
+    case EINVAL:
+        return (feature & (NamelessFiles | ExclusiveRename | CopyRange)) != 0;
+    case EISDIR:
+        return feature == NamelessFiles;
+    case EPERM: // the word for no links at all
+        return feature == Links;
+    case EXDEV:
+        return feature == CopyRange;
+    case ENOTTY:
+        return feature == ShareRange;
+    default:
+        return false;
+    }
+}
+
 bool isOwnDevice(int descriptor) {
     const FileSystem *own = ownFileSystem(descriptor);
     return own != nullptr && own->onDevice;
@@ -43,6 +72,12 @@ bool isOwnDevice(int descriptor) {
 
 bool replacesOpenFiles(int descriptor) {
     return ownFileSystem(descriptor) != nullptr;
+}
+
+bool knowsWriters(int descriptor) {
+    struct statfs system {};
+    return replacesOpenFiles(descriptor) ||
+           (fstatfs(descriptor, &system) == 0 && system.f_type == FUSE_SUPER_MAGIC);
 }
 
 } // namespace platform

@@ -1,0 +1,16 @@
+# Finds the 8-bit library of PCRE2, since not every version has a CMake package.
+find_path(PCRE2_INCLUDE_DIR pcre2.h)
+find_library(PCRE2_LIBRARY NAMES pcre2-8 libpcre2-8 pcre2-8-static)
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(PCRE2 REQUIRED_VARS PCRE2_LIBRARY PCRE2_INCLUDE_DIR)
+if(PCRE2_FOUND AND NOT TARGET PCRE2::PCRE2)
+  add_library(PCRE2::PCRE2 UNKNOWN IMPORTED)
+  set_target_properties(PCRE2::PCRE2 PROPERTIES
+    IMPORTED_LOCATION ${PCRE2_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${PCRE2_INCLUDE_DIR}
+    INTERFACE_COMPILE_DEFINITIONS PCRE2_CODE_UNIT_WIDTH=8)
+  if(WIN32)
+    set_property(TARGET PCRE2::PCRE2 APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS PCRE2_STATIC)
+  endif()
+endif()
+mark_as_advanced(PCRE2_INCLUDE_DIR PCRE2_LIBRARY)

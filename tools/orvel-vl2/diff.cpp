@@ -1,0 +1,168 @@
+#include "tools/orvel-vl2/commands.h"
+#include "tools/orvel-vl2/text.h"
+#include "tools/orvel-vl2/textDiff.h"
+#include "tools/orvel-vl2/tree.h"
+
+#include <map>
+#include <memory>
+
+namespace vl2 {
+
+namespace {
+
+struct DiffOptions {
+    std::string a, b;
+    bool unified = false;
+};
+
+constexpr std::uint64_t kLargestDiffed = 32U << 20;
+
+// Files of both sides by pairs; one that is only on one side has a null.
+struct Change {
+    TreeFile *before = nullptr;
+    TreeFile *after = nullptr;
+};
+
+std::vector<Change> pair(Tree &a, Tree &b) {
+    std::vector<Change> pairs;
+    auto left = a.files().begin();
+    auto right = b.files().begin();
+    while (left != a.files().end() || right != b.files().end()) {
+        const bool noLeft = left == a.files().end();
+        const int order = noLeft                     ? 1
+                          : right == b.files().end() ? -1
+                                                     : left->path.compare(right->path);
+        pairs.push_back({order <= 0 ? &*left : nullptr, order >= 0 ? &*right : nullptr});
+        left += order <= 0 ? 1 : 0;
+        right += order >= 0 ? 1 : 0;
+    }
+    return pairs;
+}
+
+bool isOneSided(const Change &change) {
+    return change.before == nullptr || change.after == nullptr;
+}
+
+// Measures the files of folders whose size does not show the difference. Entries of archives need
+// no reading: their sizes and CRCs are in the directories.
+void measure(Tree &a, Tree &b, const std::vector<Change> &changes) {
+    std::vector<TreeFile *> left, right;
+    for (const Change &change : changes) {
+        const bool needed = isOneSided(change) || change.before->size == change.after->size;
+        if (needed && change.before != nullptr && !change.before->crc)
+            left.push_back(change.before);
+        if (needed && change.after != nullptr && !change.after->crc)
+            right.push_back(change.after);
+    }
+    a.measure(left);
+    b.measure(right);
+}
+
+// Joins a removed and an added file of the same content.
+void findRenamed(std::vector<Change> &changes) {
+    std::multimap<std::pair<std::uint64_t, std::uint32_t>, Change *> removed;
+    for (Change &change : changes)
+        if (change.after == nullptr && change.before->size > 0)
+            removed.emplace(std::pair(change.before->size, *change.before->crc), &change);
+    for (Change &change : changes) {
+        if (change.before != nullptr)
+            continue;
+        const auto found = removed.find({change.after->size, *change.after->crc});
+        if (found == removed.end())
+            continue;
+        change.before = found->second->before;
+        found->second->before = nullptr;
+        removed.erase(found);
+    }
+    std::erase_if(changes, [](const Change &change) {
+        return change.before == nullptr && change.after == nullptr;
+    });
+}
+
+std::string textDifference(const Tree &a, const Tree &b, const Change &change) {
+    for (const TreeFile *file : {change.before, change.after})
+        if (file != nullptr && (file->size > kLargestDiffed || isBinaryName(file->path)))
+            return {};
+    const std::string before = change.before != nullptr ? a.read(*change.before) : std::string();
+    const std::string after = change.after != nullptr ? b.read(*change.after) : std::string();
+    if (!looksLikeText(before) || !looksLikeText(after))
+        return {};
+    const auto name = [](const Tree &tree, const TreeFile *file) {
+        return file == nullptr ? std::string("/dev/null") : tree.path() + '/' + file->path;
+    };
+    return unifiedDiff(name(a, change.before), toUtf8(before), name(b, change.after),
+                       toUtf8(after));
+}
+
+void printChange(const DiffOptions &options, const Tree &a, const Tree &b, const Change &change,
+                 bool json) {
+    const bool renamed = !isOneSided(change) && change.before->path != change.after->path;
+    const char *kind = change.before == nullptr  ? "added"
+                       : change.after == nullptr ? "removed"
+                       : renamed                 ? "renamed"
+                                                 : "changed";
+    const TreeFile *present = change.after != nullptr ? change.after : change.before;
+    if (present == nullptr)
+        return;
+    const TreeFile &file = *present;
+    const std::string text =
+        options.unified && !renamed ? textDifference(a, b, change) : std::string();
+    if (json) {
+        Json object{{"change", kind}, {"entry", file.path}};
+        if (renamed)
+            object["from"] = change.before->path;
+        if (!text.empty())
+            object["diff"] = text;
+        printJson(object);
+        return;
+    }
+    if (!text.empty()) {
+        for (const std::string_view line : linesOf(text)) {
+            const char sign = line.empty() ? ' ' : line[0];
+            const std::string safe = shown(line, Tabs::Kept);
+            printLine(sign == '+'   ? coloured(Colour::Green, safe)
+                      : sign == '-' ? coloured(Colour::Red, safe)
+                                    : safe);
+        }
+        return;
+    }
+    const Colour colour = change.before == nullptr  ? Colour::Green
+                          : change.after == nullptr ? Colour::Red
+                                                    : Colour::Yellow;
+    printLine(coloured(colour, kind) + ' ' + std::string(8 - std::string_view(kind).size(), ' ') +
+              (renamed ? shown(change.before->path) + " -> " : std::string()) + shown(file.path));
+}
+
+Exit diff(const DiffOptions &options, bool json) {
+    Tree a(options.a);
+    Tree b(options.b);
+    std::vector<Change> changes = pair(a, b);
+    // Of two archives most entries are equal, which needs nothing else.
+    measure(a, b, changes);
+    std::erase_if(changes, [](const Change &change) {
+        return !isOneSided(change) && change.before->size == change.after->size &&
+               change.before->crc == change.after->crc;
+    });
+    findRenamed(changes);
+    for (const Change &change : changes) {
+        checkInterrupt();
+        printChange(options, a, b, change, json);
+    }
+    return changes.empty() ? Exit::Fine : Exit::Findings;
+}
+
+} // namespace
+
+void addDiff(CLI::App &program, Request &request) {
+    CLI::App *command = program.add_subcommand(
+        "diff", "Compare two archives or folders by content; the exit code is 1 if they differ");
+    const auto options = std::make_shared<DiffOptions>();
+    command->add_flag("-u,--unified", options->unified, "Print the changed lines of texts");
+    command->add_option("A", options->a, "An archive or folder")->required();
+    command->add_option("B", options->b, "An archive or folder")->required();
+    command->callback([options, &request] {
+        request.run = [options, &request] { return diff(*options, request.json); };
+    });
+}
+
+} // namespace vl2

@@ -1,0 +1,167 @@
+#include "storage/storage.h"
+#include "tools/orvel-vl2/commands.h"
+#include "tools/orvel-vl2/console.h"
+#include "tools/orvel-vl2/readEntries.h"
+#include "ziplib/vl2uzip/callResult.h"
+#include "ziplib/vl2uzip/extraction.h"
+#include "ziplib/vl2uzip/nameFilter.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace vl2 {
+
+namespace {
+
+using platform::Status;
+using ziplib::ReturnCode;
+
+struct ExtractOptions {
+    std::string archive;
+    std::string folder = ".";
+    std::vector<std::string> names;
+    bool keep = false;
+};
+
+bool keepGoing() {
+    checkInterrupt();
+    return true;
+}
+
+// The library's callbacks have no argument for these.
+bool jsonOutput = false;
+Progress *progress = nullptr;
+
+std::int32_t onPrint(char *text, std::uint32_t size) {
+    if (size > 0)
+        complain(platform::utf8FromNarrow({text, size}));
+    return 0;
+}
+
+std::int32_t onProcessed(char *name, std::uint32_t) {
+    if (jsonOutput)
+        printJson({{"entry", platform::utf8FromNarrow(name)}});
+    progress->add(1);
+    return interrupted() ? 1 : 0;
+}
+
+std::int32_t onReplace(char *) {
+    constexpr std::int32_t kKeepAll = 104;
+    return kKeepAll;
+}
+
+Exit exitOf(ReturnCode code) {
+    switch (code) {
+    case ReturnCode::Done:
+        return Exit::Fine;
+    case ReturnCode::Warnings:
+    case ReturnCode::NothingMatched:
+        return Exit::Findings;
+    case ReturnCode::Damaged:
+    case ReturnCode::SevereDamage:
+    case ReturnCode::EndsEarly:
+    case ReturnCode::Unsupported:
+    case ReturnCode::NoPassword:
+        return Exit::BadArchive;
+    default:
+        return Exit::System;
+    }
+}
+
+// Prints the only entry that the names mean.
+Exit extractToOutput(const Archive &archive, ziplib::NameFilter &filter) {
+    std::vector<EntryOf> found;
+    for (std::size_t i = 0; i < archive.directory.entries().size(); ++i)
+        if (const EntryOf entry{&archive, i};
+            !archive.directory.isFolder(entry.entry()) && filter.accepts(entry.path()))
+            found.push_back(entry);
+    if (found.size() != 1)
+        throw Failed(found.empty() ? Exit::Findings : Exit::Misuse,
+                     archive.path + (found.empty() ? ": no such entry"
+                                                   : ": more than one entry for standard output"));
+    Exit result = Exit::Fine;
+    readEntries(
+        "extracting", found,
+        [](std::size_t, ziplib::EntryReader &reader) {
+            for (;;) {
+                ziplib::EntryReader::Chunk chunk;
+                if (Status status = reader.next(chunk); !status.ok() || chunk.empty())
+                    return status;
+                print({reinterpret_cast<const char *>(chunk.data()), chunk.size()});
+            }
+        },
+        [&](std::size_t, const Status &status) {
+            if (!status.ok())
+                throw Failed(vl2::exitOf(status), entryMessage(archive, status));
+        });
+    return result;
+}
+
+Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
+                     ziplib::NameFilter &filter) {
+    platform::Folder existing;
+    if (const Status opened = existing.open(options.folder);
+        !opened.ok() && !opened.is(platform::Failure::NotFound))
+        throw Failed(opened);
+    ziplib::Request request;
+    request.archive = options.archive;
+    request.target = options.folder;
+    request.wanted = options.names;
+    request.makeFolders = true;
+    request.replaceAll = !options.keep;
+    USERFUNCTIONS functions{};
+    functions.print = onPrint;
+    functions.ServCallBk = onProcessed;
+    functions.replace = onReplace;
+    constexpr std::int32_t kFailuresOnly = 1;
+    ziplib::Caller caller(functions, nullptr, kFailuresOnly);
+    ziplib::CallResult result;
+    const ziplib::Plan plan = makePlan(archive.directory, request, filter, keepGoing);
+    Progress shownProgress("extracting", plan.items.size());
+    progress = &shownProgress;
+    if (!plan.items.empty() || !filter.isSelective())
+        ziplib::Extraction(archive.file, archive.directory, request, caller, result).run(plan);
+    caller.warnLast(result.message());
+    checkInterrupt();
+    return exitOf(result.code());
+}
+
+Exit extract(ExtractOptions options, bool json) {
+    jsonOutput = json;
+    const bool toOutput = options.folder == "-" || std::erase(options.names, "-") > 0;
+    const auto archive = openArchive(options.archive, For::Reading);
+    Exit result = Exit::Fine;
+    if (const Status &damage = archive->directory.damage(); !damage.ok()) {
+        complain(damage.message);
+        result = vl2::exitOf(damage);
+    }
+    ziplib::NameFilter filter(options.names, {}, false, archive->directory, keepGoing);
+    result = worse(result, toOutput ? extractToOutput(*archive, filter)
+                                    : extractToFolder(options, *archive, filter));
+    for (const std::string &name : filter.unmatched()) {
+        complain(options.archive + ": no such entry: " + name);
+        result = worse(result, Exit::Findings);
+    }
+    return result;
+}
+
+} // namespace
+
+void addExtract(CLI::App &program, Request &request) {
+    CLI::App *command = program.add_subcommand(
+        "extract", "Extract entries as whole files, never outside of the folder");
+    const auto options = std::make_shared<ExtractOptions>();
+    command->add_option("ARCHIVE", options->archive, "The archive")->required();
+    command->add_option("-C,--directory", options->folder,
+                        "The folder, made if it is missing; - is standard output");
+    command->add_flag("-k,--keep", options->keep,
+                      "Keep files that exist instead of replacing them");
+    command->add_option("NAME", options->names,
+                        "Entries or patterns with * and ?; none means all, - prints the only "
+                        "entry to standard output");
+    command->callback([options, &request] {
+        request.run = [options, &request] { return extract(*options, request.json); };
+    });
+}
+
+} // namespace vl2

@@ -1,0 +1,136 @@
+#include "tools/orvel-vl2/rules.h"
+#include "ziplib/vl2zip/select/leftovers.h"
+#include "ziplib/vl2zip/select/plan.h"
+
+#include <algorithm>
+#include <array>
+
+// Rules about the archive itself and its names.
+
+namespace vl2 {
+
+namespace {
+
+constexpr std::uint64_t kLargestArchive = std::uint64_t{1} << 31;
+constexpr std::uint64_t kNear = std::uint64_t{64} << 20;
+
+void eachEntry(const Checked &checked, const std::function<void(const CheckedFile &)> &check) {
+    for (const CheckedFile &file : checked.files)
+        if (file.entry != nullptr)
+            check(file);
+}
+
+void method(const Checked &checked, const Report &report) {
+    eachEntry(
+        checked,
+        [&](const CheckedFile &file) {
+            if (file.entry->method != ziplib::kMethodStored &&
+                file.entry->method != ziplib::kMethodDeflated)
+                report(file.path, ziplib::methodName(file.entry->method));
+        });
+}
+
+void comment(const Checked &checked, const Report &report) {
+    if (checked.archive != nullptr && !checked.archive->directory.archiveComment().empty())
+        report("", "");
+    eachEntry(checked, [&](const CheckedFile &file) {
+        if (file.entry->commentLength > 0)
+            report(file.path, "");
+    });
+}
+
+void encrypted(const Checked &checked, const Report &report) {
+    eachEntry(
+        checked,
+        [&](const CheckedFile &file) {
+            if (file.entry->isEncrypted())
+                report(file.path, "");
+        });
+}
+
+void zip64(const Checked &checked, const Report &report) {
+    eachEntry(checked, [&](const CheckedFile &file) {
+        const std::string_view extra = checked.archive->directory.extra(*file.entry);
+        if (!ziplib::findExtra(extra, ziplib::kExtraZip64).empty())
+            report(file.path, "");
+    });
+    if (checked.archive != nullptr && checked.archive->directory.entries().size() >= 0xFFFF)
+        report("", "65,535 entries or more");
+}
+
+void longName(const Checked &checked, const Report &report) {
+    for (const CheckedFile &file : checked.files)
+        if (file.raw.size() > ziplib::kLongestName)
+            report(file.path, std::to_string(file.raw.size()) + " bytes");
+}
+
+void doubled(const Checked &checked, const Report &report) {
+    for (const auto &[folded, list] : checked.byPath)
+        for (std::size_t i = 1; i < list.size(); ++i)
+            if (checked.files[list[i]].path == checked.files[list[0]].path)
+                report(checked.files[list[i]].path, "");
+}
+
+void caseOnly(const Checked &checked, const Report &report) {
+    for (const auto &[folded, list] : checked.byPath)
+        for (std::size_t i = 1; i < list.size(); ++i)
+            if (checked.files[list[i]].path != checked.files[list[0]].path)
+                report(checked.files[list[i]].path, checked.files[list[0]].path);
+}
+
+void backslash(const Checked &checked, const Report &report) {
+    for (const CheckedFile &file : checked.files)
+        if (file.raw.find('\\') != std::string::npos)
+            report(file.path, "");
+}
+
+void folderEntry(const Checked &checked, const Report &report) {
+    // One finding: an archive has many of them or none.
+    if (!checked.folders.empty())
+        report("", andOthers(checked.folders));
+}
+
+void leftover(const Checked &checked, const Report &report) {
+    for (const CheckedFile &file : checked.files)
+        if (ziplib::isLeftover(file.path) || file.folded.find("__macosx/") == 0)
+            report(file.path, "");
+}
+
+void large(const Checked &checked, const Report &report) {
+    if (checked.archive != nullptr &&
+        checked.archive->directory.fileSize() + kNear > kLargestArchive)
+        report("", std::to_string(checked.archive->directory.fileSize()) + " bytes");
+}
+
+constexpr std::array<Rule, 11> kRules = {{
+    {"method", Severity::Error, "The game reads stored and deflated entries only: pack it again.",
+     method, nullptr},
+    {"comment", Severity::Warning, "The game does not expect comments: pack it without.", comment,
+     nullptr},
+    {"encrypted", Severity::Error, "The game reads no encrypted entry: pack it without a password.",
+     encrypted, nullptr},
+    {"zip64", Severity::Error, "The game does not know Zip64: pack it without.", zip64, nullptr},
+    {"long-name", Severity::Error, "The game reads names of at most 209 bytes: use a shorter one.",
+     longName, nullptr},
+    {"doubled", Severity::Error, "Two entries have this path: remove the old one.", doubled,
+     nullptr},
+    {"case-only", Severity::Error,
+     "Two names differ in the letters' case only, which the game ignores: rename one.", caseOnly,
+     nullptr},
+    {"backslash", Severity::Error, "A name holds a backslash instead of a slash: pack it again.",
+     backslash, nullptr},
+    {"folder-entry", Severity::Note, "Entries of folders are of no use to the game: remove them.",
+     folderEntry, nullptr},
+    {"leftover", Severity::Warning, "An editor or a system left this file: remove it.", leftover,
+     nullptr},
+    {"near-2gib", Severity::Error, "The game reads less than 2 GiB: split the archive.", large,
+     nullptr},
+}};
+
+} // namespace
+
+std::span<const Rule> formatRules() {
+    return kRules;
+}
+
+} // namespace vl2

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vl2 {
+
+// The folder GameData of the game that is registered in the settings. Throws Failed if there is
+// none.
+std::string gameDataFolder();
+
+// The archives of a folder, in the order of their names (letters' case does not count).
+std::vector<std::string> archivesOf(const std::string &folder);
+
+// The folders GameData/base and GameData/NAME of the mods. Throws Failed if one is missing.
+std::vector<std::string> gameFolders(const std::vector<std::string> &mods);
+
+} // namespace vl2

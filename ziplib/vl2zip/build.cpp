@@ -1,0 +1,157 @@
+#include "ziplib/vl2zip/compare/changeDetector.h"
+#include "ziplib/vl2zip/compare/detectChanges.h"
+#include "ziplib/vl2zip/select/entryPaths.h"
+#include "ziplib/vl2zip/select/leftovers.h"
+#include "ziplib/vl2zip/select/plan.h"
+#include "ziplib/vl2zip/select/scan.h"
+#include "ziplib/vl2zip/select/selection.h"
+#include "ziplib/vl2zip/update.h"
+#include "ziplib/vl2zip/write/archiveReplacement.h"
+#include "ziplib/vl2zip/write/archiveWriter.h"
+
+#include <algorithm>
+
+namespace ziplib {
+
+namespace {
+
+// Attempts while files or the archive change.
+constexpr int kTries = 4;
+constexpr std::size_t kChunk = 1U << 20U;
+
+// Folders and files of version control and of systems, and what editors leave.
+bool isNoContent(std::string_view path) {
+    return path.starts_with('.') || path.find("/.") != std::string_view::npos || isLeftover(path);
+}
+
+// One attempt.
+class Build {
+  public:
+    Build(const PackOptions &options, bool checkOnly, Report &report)
+        : m_options(options), m_checkOnly(checkOnly), m_report(report), m_target(options.archive),
+          m_selection({"*"}, true) {}
+    Status run(Built &built, bool &again);
+    void drop() {
+        m_target.drop([this] { m_report.tick(); });
+    }
+
+  private:
+    Status find();
+    Status write();
+    Status compareWithOld(bool &same) const;
+
+    const PackOptions &m_options;
+    const bool m_checkOnly;
+    Report &m_report;
+    ArchiveReplacement m_target;
+    Selection m_selection;
+    // Stays empty: nothing of an old archive is kept.
+    const Directory m_directory;
+    Scan m_scan;
+    std::vector<Candidate> m_candidates;
+};
+
+Status Build::find() {
+    const auto idle = [this] { m_report.tick(); };
+    if (auto scanned = scanFolder(m_options.root, true, m_scan); !scanned.ok())
+        return scanned;
+    const EntryPaths none(m_directory);
+    if (auto found = findCandidates(m_options, m_selection, m_scan, none, idle, m_candidates);
+        !found.ok())
+        return found;
+    if (!m_options.leftoversToo)
+        std::erase_if(m_candidates,
+                      [](const Candidate &candidate) { return isNoContent(candidate.path); });
+    for (const auto &line : m_scan.leftOut)
+        m_report.defer(line);
+    return {};
+}
+
+Status Build::write() {
+    ChangeDetector detector(
+        m_options, m_target.old(), m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
+        m_scan, m_candidates,
+        [](const Candidate &, const Comparison &comparison) { return comparison.status; },
+        [this] { m_report.tick(); });
+    if (auto found = detector.findOthers(); !found.ok())
+        return found;
+    ArchiveWriter writer(m_options, m_target, m_directory, m_report);
+    const auto packed = detector.toPack();
+    if (packed.empty())
+        return {Failure::NothingMatched, m_options.root + ": no file to pack"};
+    for (const std::size_t i : packed)
+        writer.pack(m_candidates[i], 0, m_scan);
+    return writer.write({});
+}
+
+Status Build::compareWithOld(bool &same) const {
+    platform::InputFile fresh;
+    platform::FileInfo info;
+    same = false;
+    if (!m_target.exists())
+        return {};
+    if (auto opened = m_target.openFresh(fresh); !opened.ok())
+        return failure(opened, Failure::CannotWrite);
+    if (!fresh.info(info).ok() || info.size != m_target.oldInfo().size)
+        return {};
+    Bytes ours(kChunk);
+    Bytes theirs(kChunk);
+    std::size_t got = 0;
+    std::size_t gotOld = 0;
+    for (std::uint64_t at = 0; at < info.size; at += got) {
+        if (auto read = fresh.readAt(at, ours.data(), kChunk, got); !read.ok())
+            return failure(read, Failure::CannotWrite);
+        if (auto read = m_target.old().readAt(at, theirs.data(), kChunk, gotOld); !read.ok())
+            return failure(read, Failure::CannotOpen);
+        if (got == 0 || got != gotOld || !std::equal(ours.data(), ours.data() + got, theirs.data()))
+            return {};
+        m_report.tick();
+    }
+    same = true;
+    return {};
+}
+
+Status Build::run(Built &built, bool &again) {
+    const auto idle = [this] { m_report.tick(); };
+    if (auto opened = m_target.open(idle); !opened.ok())
+        return opened;
+    if (auto found = find(); !found.ok())
+        return found;
+    if (auto written = write(); !written.ok())
+        return written;
+    bool same = false;
+    if (auto compared = compareWithOld(same); !compared.ok())
+        return compared;
+    const auto lastCheck = [&](bool &redo) {
+        std::string changed;
+        auto checked = detectChanges(m_options, true, m_scan, idle, changed);
+        redo = checked.ok() && !changed.empty();
+        return checked;
+    };
+    if (same || m_checkOnly) {
+        built = same ? Built::Same : Built::Differs;
+        drop();
+        return lastCheck(again);
+    }
+    built = Built::Written;
+    return m_target.commit(idle, lastCheck, again);
+}
+
+} // namespace
+
+Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built) {
+    for (int i = 0; i < kTries; ++i) {
+        bool again = false;
+        report.dropDeferred();
+        Build build(options, checkOnly, report);
+        auto status = build.run(built, again);
+        if (status.ok() && !again)
+            return status;
+        build.drop();
+        if (!again)
+            return status;
+    }
+    return {Failure::CannotOpen, options.root + ": other programs keep changing it"};
+}
+
+} // namespace ziplib
