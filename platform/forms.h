@@ -68,6 +68,10 @@ void fitCaptions(QWidget *window);
 // A tool tip that wraps its lines and shows the text literally, never as markup; "" for "".
 QString plainTip(const QString &text);
 
+// Gives a window a fixed size, in pixels. If the desktop maximises it nevertheless, it becomes a
+// normal window again.
+void fixWindow(QWidget *window, const QSize &size);
+
 // Centers a window on its screen.
 void centreOnScreen(QWidget *window);
 

@@ -19,6 +19,7 @@
 #include <QPushButton>
 
 #include <array>
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -27,6 +28,8 @@ namespace {
 // at the top, so that the controls have a margin of 180 twips.
 constexpr int kClientWidth = 3975;
 constexpr int kClientHeight = 7095;
+
+constexpr std::chrono::milliseconds kBarDelay(500);
 
 struct Layout {
     QWidget *control;
@@ -121,6 +124,9 @@ void frmMain::ConnectHandlers() {
     onClick(cmdSettings, &frmMain::cmdSettings_Click);
     connect(drpVL2File, &QComboBox::currentIndexChanged, this, &frmMain::drpVL2File_Change);
     connect(drpVL2File, &QComboBox::activated, this, &frmMain::drpVL2File_Click);
+    m_barDelay.setSingleShot(true);
+    m_barDelay.setInterval(kBarDelay);
+    connect(&m_barDelay, &QTimer::timeout, ProgressBar, &QWidget::show);
     connect(treArchive, &QTreeView::doubleClicked, this,
             [this] { Guarded([this] { treArchive_DblClick(); }); });
 }
@@ -128,10 +134,11 @@ void frmMain::ConnectHandlers() {
 void frmMain::Load() {
     platform::surviveLargeWrites();
     setWindowTitle(QStringLiteral("%1 v%2").arg(windowTitle(), kVersion));
-    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
     platform::centreOnScreen(this);
     m_cUnzip = std::make_unique<cUnzip>();
     m_cZ = std::make_unique<cZip>();
+    m_cUnzip->Cancel = m_cZ->Cancel = [this](const QString &, bool &) { StepProgress(); };
     // Not reset when this window is destroyed: it repaints every window of the program.
     setIdleHandler(platform::repaintPending);
     LocateGame();

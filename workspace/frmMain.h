@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QString>
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -127,7 +128,12 @@ class frmMain : public QWidget {
     void DisableWindow();
     void EnableWindow();
     void ShowProgressBar(int maximum);
+    // Begins an operation whose status text the bar covers: it is shown after half a second.
+    void BeginProgress(int maximum);
     void SetProgress(int value);
+    // One more entry or file is done.
+    void StepProgress() { SetProgress(m_progress + 1); }
+    void HideProgressBar();
     // Shows a text as a tool tip of the status line, in addition to the line's text.
     void ShowNote(const QString &text);
 
@@ -139,6 +145,8 @@ class frmMain : public QWidget {
     void ListArchive(const QString &path);
     // The note about the listing, in addition to the status text; "" for none.
     QString ListingNote() const;
+    // That about files in the work folder of an archive that is not extracted.
+    QString UnsavedNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
     // Disables the action buttons and says which other window works on the archive.
@@ -250,6 +258,8 @@ class frmMain : public QWidget {
     // The archive's versions that the user was told about: the next save replaces them.
     std::vector<EntryVersion> m_conflicts;
     QString m_conflictArchive;
+    QTimer m_barDelay;  // until the progress bar is shown
+    int m_progress = 0; // its value
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

@@ -9,9 +9,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QLocale>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 
@@ -94,7 +94,7 @@ void frmMain::ArchiveChosen() {
     AssignWorkFolders();
     OpenSelectedArchive();
     UpdateButtons();
-    const QString note = ListingNote();
+    const QString note = (ListingNote() + '\n' + UnsavedNote()).trimmed();
     if (!note.isEmpty() && !m_lock.isRefused())
         ShowNote(note);
 }
@@ -132,7 +132,7 @@ void frmMain::ListArchive(const QString &path) {
     m_tree->Fill(std::move(nodes), &platform::repaintPending);
     m_lines->SetLines(std::move(lines));
     m_listing = std::make_shared<const std::vector<ChangedFiles::Listed>>(std::move(listing));
-    ProgressBar->hide();
+    HideProgressBar();
     EnableWindow();
     if (count > 0)
         lblStatus->SetText("Click Extract to begin editing files");
@@ -157,6 +157,24 @@ QString frmMain::ListingNote() const {
         return QStringLiteral("The archive holds nothing that can be edited here: all of its files "
                               "are of types that only the game's own tools read.");
     return {};
+}
+
+// Such as one that an editor has saved after the clean-up removed the folder.
+QString frmMain::UnsavedNote() const {
+    if (!cmdExtract->isEnabled())
+        return {};
+    const QString folder = platform::nativePath(WorkFolder());
+    QStringList names;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        names.append(files.next().mid(folder.size() + 1));
+    if (names.isEmpty())
+        return {};
+    names.sort();
+    return QStringLiteral(
+               "Work in progress that is not saved: %1. Extract adds the other files and "
+               "keeps these.")
+        .arg(ShortList(names));
 }
 
 void frmMain::UpdateButtons() {

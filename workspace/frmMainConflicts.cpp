@@ -2,8 +2,8 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
-#include "workspace/fileOnDisk.h"
 #include "workspace/controls.h"
+#include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 

@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QDirIterator>
-#include <QProgressBar>
 
 #include <algorithm>
 #include <initializer_list>
@@ -34,6 +33,7 @@ void frmMain::cmdSaveChanges_Click() {
     DisableWindow();
     StopLooking();
     QString stayed;
+    BeginProgress(m_lines->Count());
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
@@ -48,6 +48,7 @@ void frmMain::cmdSaveChanges_Click() {
         UpdateButtons();
         lblStatus->SetText(failure);
     }
+    HideProgressBar();
     EnableWindow();
     platform::setMousePointer(this, 0);
     if (!failure.isEmpty())
@@ -195,7 +196,7 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
         cleaner.removeFolder({});
         if (containsNoFile(platform::nativePath(WorkFolder())))
             WorkRecord::remove(WorkFolders(), WorkFolderName());
-        ProgressBar->hide();
+        HideProgressBar();
         note = others == Others::Keep
                    ? StayedNote(cleaner.kept())
                    : TrashNote(cleaner.trashed(), cleaner.deleted(), cleaner.kept());

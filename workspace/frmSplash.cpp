@@ -29,7 +29,7 @@ frmSplash::frmSplash(const QString &sArchive)
     setObjectName("frmSplash");
     setAttribute(Qt::WA_QuitOnClose, false);
     setAccessibleName("Orvel");
-    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
     platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
     tmrSplash.setInterval(kShown);

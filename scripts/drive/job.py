@@ -71,8 +71,8 @@ class Job:
             raise Missed(f"the program exited with {self.process.returncode}; its output: {log}")
 
     def close(self):
-        self.screen.key("alt+F4")
-        self.ended("exit of the program")
+        if self.screen.close():
+            self.ended("exit of the program")
 
     def stop(self):
         """Kills the program if it is still running."""

@@ -135,8 +135,10 @@ TEST(frmMainBrowse, selects_an_archive_only_in_the_open_list) {
     EXPECT_TRUE(list->view()->isVisible());
     EXPECT_EQ(list->view()->currentIndex().data().toString(), "Textures");
     EXPECT_EQ(list->currentText(), "Base");
-    QTest::keyClick(list->view(), Qt::Key_Escape);
+    list->hidePopup();
     EXPECT_EQ(list->currentText(), "Base");
+    window.form().activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&window.form()));
     for (const bool byKey : {false, true}) {
         list->setFocus();
         if (byKey)
