@@ -2,8 +2,8 @@
 
 import os
 import re
-import subprocess
 import tempfile
+import time
 from pathlib import Path
 
 from screen import Screen
@@ -99,6 +99,7 @@ class WaylandScreen(Screen):
 
     def picture(self, name, window=None):
         """Saves a screenshot of the whole screen: where a window is, only the compositor knows."""
+        time.sleep(0.1)  # the program's request is in the log before the compositor shows it
         return super().picture(name)
 
     def is_active(self, title):

@@ -1,6 +1,7 @@
 #include "archive/libraryEvents.h"
 #include "tests/workspace/window.h"
 
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QTimer>
 
@@ -132,8 +133,9 @@ TEST(frmMainBusy, shows_that_it_extracts_and_drops_clicks_and_keys) {
     EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
 
     const QString first = game.temp() + "/Base/folder00000/file000000.cs";
-    for (int file = 0; file < 2000; ++file)
-        writeFile(game.temp() + QString("/Base/folder00001/new%1").arg(file), "new");
+    QDirIterator files(game.temp() + "/Base", QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        writeFile(files.next(), "edited");
     bool shownWhilePacking = false;
     {
         Pulse saving(window);
