@@ -65,7 +65,7 @@ frmSettings::frmSettings(QWidget *main) : QDialog(main), m_main(main) {
     setObjectName(QStringLiteral("frmSettings"));
     setWindowTitle(QStringLiteral("Orvel Settings"));
     platform::setLayoutFont(this);
-    setFixedSize(platform::rectFromTwips(0, 0, 9840, 5085).size());
+    platform::fixWindow(this, platform::rectFromTwips(0, 0, 9840, 5085).size());
 
     auto *images = setUp(new QGroupBox("Images", this), "fraImages",
                          platform::rectFromTwips(120, 120, 4695, 4815), "Images");

@@ -34,6 +34,8 @@ std::optional<ChosenFile> OpenFileDialog::show(QWidget *owner, const QString &ti
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     applyFileFilters(dialog, parseFileFilters(filter));
+    if (m_path.isEmpty() && QDir(programsFolder()).exists())
+        dialog.setDirectory(programsFolder());
     if (const QFileInfo held(m_path); !m_path.isEmpty() && held.dir().exists()) {
         dialog.setDirectory(held.path());
         dialog.selectFile(held.fileName());
@@ -42,6 +44,13 @@ std::optional<ChosenFile> OpenFileDialog::show(QWidget *owner, const QString &ti
         return std::nullopt;
     m_path = dialog.selectedFiles().constFirst();
     return ChosenFile{QDir::toNativeSeparators(m_path), QFileInfo(m_path).fileName()};
+}
+
+std::optional<QString> chooseFolder(const QString &title) {
+    if (prompts().folder)
+        return prompts().folder(title);
+    const QString folder = QFileDialog::getExistingDirectory(nullptr, title, QDir::homePath());
+    return folder.isEmpty() ? std::nullopt : std::optional(folder);
 }
 
 } // namespace platform

@@ -15,6 +15,9 @@ struct FileFilter {
 };
 QList<FileFilter> parseFileFilters(const QString &filter);
 
+// The folder in which the dialog starts at its first use: that of most programs. "" for none.
+QString programsFolder();
+
 // Sets the dialog's filters and selects the first one.
 void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters);
 

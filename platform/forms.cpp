@@ -74,13 +74,15 @@ Prompts &prompts() {
     return answers;
 }
 
-int MsgBox(const QString &text, int style, const QString &title) {
+int MsgBox(const QString &text, int style, const QString &title, const QString &cause) {
     if (prompts().messageBox)
-        return prompts().messageBox(text, style, title);
+        return prompts().messageBox(text, style, title, cause);
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(title);
     box.setTextFormat(Qt::PlainText);
     box.setText(text);
+    box.setToolTip(plainTip(cause));
+    box.setAccessibleDescription(cause);
     box.setWindowModality(Qt::ApplicationModal);
     box.setIcon(style == kCritical      ? QMessageBox::Critical
                 : style == kInformation ? QMessageBox::Information

@@ -24,8 +24,9 @@ inline constexpr int kInformation = 64;         // information icon, OK
 inline constexpr int kAnswerOk = 1;
 inline constexpr int kAnswerCancel = 2;
 
-// Shows a modal message box over the active window and returns the answer.
-int MsgBox(const QString &text, int style, const QString &title);
+// Shows a modal message box over the active window and returns the answer. `cause`, if any, is its
+// tool tip and its description for screen readers.
+int MsgBox(const QString &text, int style, const QString &title, const QString &cause = {});
 
 // A file that the user chose.
 struct ChosenFile {
@@ -44,11 +45,16 @@ class OpenFileDialog {
     QString m_path; // the file chosen last, "" at first
 };
 
+// Asks for a folder. Returns its path in the system's form, or nothing if the user cancels.
+std::optional<QString> chooseFolder(const QString &title);
+
 // Functions that a test sets to answer in place of the user. If unset, the real box or dialog is
 // shown.
 struct Prompts {
-    std::function<int(const QString &text, int style, const QString &title)> messageBox;
+    std::function<int(const QString &text, int style, const QString &title, const QString &cause)>
+        messageBox;
     std::function<std::optional<ChosenFile>(const QString &title, const QString &filter)> openFile;
+    std::function<std::optional<QString>(const QString &title)> folder;
 };
 Prompts &prompts();
 
@@ -61,6 +67,10 @@ void fitCaptions(QWidget *window);
 
 // A tool tip that wraps its lines and shows the text literally, never as markup; "" for "".
 QString plainTip(const QString &text);
+
+// Gives a window a fixed size, in pixels. If the desktop maximises it nevertheless, it becomes a
+// normal window again.
+void fixWindow(QWidget *window, const QSize &size);
 
 // Centers a window on its screen.
 void centreOnScreen(QWidget *window);

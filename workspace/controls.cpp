@@ -3,9 +3,27 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 
+#include <QAbstractItemView>
+#include <QKeyEvent>
 #include <QPainter>
+#include <QProxyStyle>
+#include <QWheelEvent>
 
 #include <utility>
+
+namespace {
+
+// Some styles show a drop-down list as a menu, which is as high as the screen and has no scroll
+// bar.
+class ListStyle : public QProxyStyle {
+  public:
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *data) const override {
+        return hint == SH_ComboBox_Popup ? 0 : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+};
+
+} // namespace
 
 ImageList::ImageList(QObject *parent, int count) : QObject(parent) {
     for (int number = 1; number <= count; ++number) {
@@ -32,6 +50,28 @@ QStringList FileList::Files() const {
     for (int row = 0; row < count(); ++row)
         files.append(item(row)->text());
     return files;
+}
+
+ArchiveDropDown::ArchiveDropDown(QWidget *parent) : QComboBox(parent) {
+    auto *style = new ListStyle; // NOLINT(cppcoreguidelines-owning-memory): Qt's
+    style->setParent(this);
+    setStyle(style);
+}
+
+void ArchiveDropDown::keyPressEvent(QKeyEvent *event) {
+    const bool types = !event->text().isEmpty() && event->text().front().isPrint() &&
+                       event->key() != Qt::Key_Space &&
+                       (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) == 0;
+    if (!types) {
+        QComboBox::keyPressEvent(event);
+        return;
+    }
+    showPopup();
+    view()->keyboardSearch(event->text());
+}
+
+void ArchiveDropDown::wheelEvent(QWheelEvent *event) {
+    event->ignore();
 }
 
 ArchiveLines::ArchiveLines(QObject *parent) : QAbstractListModel(parent) {}

@@ -3,6 +3,7 @@
 #include "archive/entryList.h"
 
 #include <QAbstractListModel>
+#include <QComboBox>
 #include <QIcon>
 #include <QLabel>
 #include <QListWidget>
@@ -31,6 +32,17 @@ class FileList : public QListWidget {
     // Reads the folder. Raises 76 if it cannot be read.
     void SetPath(const QString &folder, const QString &pattern);
     QStringList Files() const;
+};
+
+// A drop-down list in which neither the wheel nor typed letters select an entry while it is closed:
+// letters open it at the entry that they begin. Long lists have a scroll bar.
+class ArchiveDropDown : public QComboBox {
+  public:
+    explicit ArchiveDropDown(QWidget *parent);
+
+  protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
 };
 
 // One line for each entry of an archive: folder, "\" and name. The strings are shared with the

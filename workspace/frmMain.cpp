@@ -12,7 +12,6 @@
 
 #include <QAbstractItemView>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QDir>
 #include <QKeyEvent>
 #include <QListView>
@@ -20,6 +19,7 @@
 #include <QPushButton>
 
 #include <array>
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -28,6 +28,8 @@ namespace {
 // at the top, so that the controls have a margin of 180 twips.
 constexpr int kClientWidth = 3975;
 constexpr int kClientHeight = 7095;
+
+constexpr std::chrono::milliseconds kBarDelay(500);
 
 struct Layout {
     QWidget *control;
@@ -42,7 +44,7 @@ frmMain::frmMain()
     : QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                            Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
       imgIcons16(new ImageList(this, kImages)), Label1(new QLabel(this)),
-      drpVL2File(new QComboBox(this)), cmdExtract(new QPushButton(this)),
+      drpVL2File(new ArchiveDropDown(this)), cmdExtract(new QPushButton(this)),
       cmdSaveChanges(new QPushButton(this)), cmdCancel(new QPushButton(this)),
       Label2(new QLabel(this)), treArchive(new ArchiveTreeView(this)),
       cmdEditFile(new QPushButton(this)), cmdOpenFolder(new QPushButton(this)),
@@ -122,6 +124,9 @@ void frmMain::ConnectHandlers() {
     onClick(cmdSettings, &frmMain::cmdSettings_Click);
     connect(drpVL2File, &QComboBox::currentIndexChanged, this, &frmMain::drpVL2File_Change);
     connect(drpVL2File, &QComboBox::activated, this, &frmMain::drpVL2File_Click);
+    m_barDelay.setSingleShot(true);
+    m_barDelay.setInterval(kBarDelay);
+    connect(&m_barDelay, &QTimer::timeout, ProgressBar, &QWidget::show);
     connect(treArchive, &QTreeView::doubleClicked, this,
             [this] { Guarded([this] { treArchive_DblClick(); }); });
 }
@@ -129,10 +134,11 @@ void frmMain::ConnectHandlers() {
 void frmMain::Load() {
     platform::surviveLargeWrites();
     setWindowTitle(QStringLiteral("%1 v%2").arg(windowTitle(), kVersion));
-    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
     platform::centreOnScreen(this);
     m_cUnzip = std::make_unique<cUnzip>();
     m_cZ = std::make_unique<cZip>();
+    m_cUnzip->Cancel = m_cZ->Cancel = [this](const QString &, bool &) { StepProgress(); };
     // Not reset when this window is destroyed: it repaints every window of the program.
     setIdleHandler(platform::repaintPending);
     LocateGame();

@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QString>
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -18,12 +19,12 @@
 #include <optional>
 #include <vector>
 
+class ArchiveDropDown;
 class ArchiveLines;
 class ArchiveTreeView;
 class FileList;
 class frmSettings;
 class ImageList;
-class QComboBox;
 class QLabel;
 class QListView;
 class QProgressBar;
@@ -43,9 +44,13 @@ class frmMain : public QWidget {
     // is missing or unreadable.
     void Load();
 
-    // Selects the archive at a path in the system's form, as a selection in the drop-down does.
-    // Shows a message box if the drop-down does not list it.
+    // Selects the archive at a path in the system's form, as a selection in the drop-down does. One
+    // that the game's folder does not hold becomes an entry of this window's drop-down, named with
+    // its folder. Shows a message box if the file is no such archive or is never offered.
     void ChooseArchive(const QString &sFile);
+    // Comes to the front and selects an archive, unless an operation is running or a dialog is
+    // open. Returns whether it does.
+    bool ShowArchive(const QString &sFile);
 
     // The path with each component as the file system stores it; "" if a component does not exist,
     // "\" for an empty path. Raises 6 for a path of more than 32767 characters.
@@ -67,8 +72,9 @@ class frmMain : public QWidget {
     void keyPressEvent(QKeyEvent *event) override;
 
   private:
-    // Data of a drop-down entry: the archive's file name as stored, and the name of its work
-    // folder, which differs from the text if that is not a valid folder name or already in use.
+    // Data of a drop-down entry: the archive's file name as stored, or its whole path if the game's
+    // folder does not hold it, and the name of its work folder, which differs from the text if that
+    // is not a valid folder name or already in use.
     static constexpr int kArchiveFileRole = Qt::UserRole;
     static constexpr int kWorkFolderRole = Qt::UserRole + 1;
 
@@ -76,6 +82,8 @@ class frmMain : public QWidget {
     void PlaceControls();
     void ConnectHandlers();
     void FillArchiveList();
+    // Adds an archive outside the game's folder to the drop-down and returns its entry.
+    int AddArchive(const QString &path);
 
     // frmMainLocate.cpp: paths of the game and of the work folders
     void LocateGame();
@@ -86,6 +94,8 @@ class frmMain : public QWidget {
     static QString WorkFolders();
     // The path of the selected archive, with its file name as stored.
     QString ArchivePath() const;
+    // The same for an entry of the drop-down.
+    QString ArchivePath(int entry) const;
     // The work folder of the selected archive, without a trailing separator.
     QString WorkFolder() const;
     // Gives each archive of the drop-down its work folder's name: that of the folder whose record
@@ -119,7 +129,12 @@ class frmMain : public QWidget {
     void DisableWindow();
     void EnableWindow();
     void ShowProgressBar(int maximum);
+    // Begins an operation whose status text the bar covers: it is shown after half a second.
+    void BeginProgress(int maximum);
     void SetProgress(int value);
+    // One more entry or file is done.
+    void StepProgress() { SetProgress(m_progress + 1); }
+    void HideProgressBar();
     // Shows a text as a tool tip of the status line, in addition to the line's text.
     void ShowNote(const QString &text);
 
@@ -131,6 +146,8 @@ class frmMain : public QWidget {
     void ListArchive(const QString &path);
     // The note about the listing, in addition to the status text; "" for none.
     QString ListingNote() const;
+    // That about files in the work folder of an archive that is not extracted.
+    QString UnsavedNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
     // Disables the action buttons and says which other window works on the archive.
@@ -228,7 +245,7 @@ class frmMain : public QWidget {
 
     ImageList *imgIcons16;
     QLabel *Label1;
-    QComboBox *drpVL2File;
+    ArchiveDropDown *drpVL2File;
     QPushButton *cmdExtract;
     QPushButton *cmdSaveChanges;
     QPushButton *cmdCancel;
@@ -251,6 +268,8 @@ class frmMain : public QWidget {
     // The archive's versions that the user was told about: the next save replaces them.
     std::vector<EntryVersion> m_conflicts;
     QString m_conflictArchive;
+    QTimer m_barDelay;  // until the progress bar is shown
+    int m_progress = 0; // its value
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
 };

@@ -7,11 +7,11 @@
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
+#include <QApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QLocale>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 
@@ -36,8 +36,7 @@ void frmMain::drpVL2File_Click() {
 void frmMain::ChooseArchive(const QString &sFile) {
     const std::filesystem::path wanted = QFileInfo(sFile).filesystemAbsoluteFilePath();
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
-        const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
-        const QFileInfo listed(platform::nativePath(m_strBasePath + file));
+        const QFileInfo listed(platform::nativePath(ArchivePath(entry)));
         // Compares the files, as the paths may differ by a link, a short name or the letter case.
         std::error_code ignored;
         if (!std::filesystem::equivalent(listed.filesystemFilePath(), wanted, ignored))
@@ -45,11 +44,47 @@ void frmMain::ChooseArchive(const QString &sFile) {
         drpVL2File->setCurrentIndex(entry);
         return;
     }
+    const QFileInfo file(sFile);
     const QString base = platform::nativePath(m_strBasePath.chopped(1));
-    platform::MsgBox(QStringLiteral("%1 is not in the list of archives.\n\nThe list holds the "
-                                    "archives of %2.")
-                         .arg(QDir::toNativeSeparators(sFile), QDir::toNativeSeparators(base)),
-                     platform::kInformation, "Orvel");
+    const bool hidden = ProperCase(file.completeBaseName()) == QLatin1String("Interiors") &&
+                        QFileInfo(file.absolutePath()) == QFileInfo(base);
+    const QString reason = !file.isFile() ? QStringLiteral("There is no such file.")
+                           : hidden       ? QStringLiteral("Orvel does not edit this archive.")
+                           : file.suffix().compare("vl2", Qt::CaseInsensitive) != 0
+                               ? QStringLiteral("The names of the game's archives end in .vl2.")
+                               : QString();
+    if (reason.isEmpty())
+        drpVL2File->setCurrentIndex(AddArchive(file.absoluteFilePath()));
+    else
+        platform::MsgBox(QStringLiteral("%1 cannot be opened.\n\n%2")
+                             .arg(QDir::toNativeSeparators(sFile), reason),
+                         platform::kInformation, "Orvel");
+}
+
+// Its text has a separator, which no archive of the game's folder has, and so much of the path that
+// no other entry has the same.
+int frmMain::AddArchive(const QString &path) {
+    const QStringList parts = QDir::toNativeSeparators(path).chopped(4).split(QDir::separator());
+    QString text = parts.last();
+    for (qsizetype i = parts.size() - 2; i >= 0; --i) {
+        text.prepend(parts.at(i) + QDir::separator());
+        if (drpVL2File->findText(text) < 0)
+            break;
+    }
+    const QSignalBlocker quiet(drpVL2File);
+    drpVL2File->addItem(text, path);
+    AssignWorkFolders();
+    return drpVL2File->count() - 1;
+}
+
+bool frmMain::ShowArchive(const QString &sFile) {
+    if (!isEnabled() || QApplication::activeModalWidget() != nullptr)
+        return false;
+    showNormal();
+    raise();
+    activateWindow();
+    QTimer::singleShot(0, this, [this, sFile] { ChooseArchive(sFile); });
+    return true;
 }
 
 void frmMain::ArchiveChosen() {
@@ -59,7 +94,7 @@ void frmMain::ArchiveChosen() {
     AssignWorkFolders();
     OpenSelectedArchive();
     UpdateButtons();
-    const QString note = ListingNote();
+    const QString note = (ListingNote() + '\n' + UnsavedNote()).trimmed();
     if (!note.isEmpty() && !m_lock.isRefused())
         ShowNote(note);
 }
@@ -91,7 +126,7 @@ void frmMain::ListArchive(const QString &path) {
     m_tree->Fill(std::move(nodes), &platform::repaintPending);
     m_listing = m_cUnzip->Entries();
     m_lines->SetEntries(m_listing);
-    ProgressBar->hide();
+    HideProgressBar();
     EnableWindow();
     if (count > 0)
         lblStatus->SetText("Click Extract to begin editing files");
@@ -116,6 +151,24 @@ QString frmMain::ListingNote() const {
         return QStringLiteral("The archive holds nothing that can be edited here: all of its files "
                               "are of types that only the game's own tools read.");
     return {};
+}
+
+// Such as one that an editor has saved after the clean-up removed the folder.
+QString frmMain::UnsavedNote() const {
+    if (!cmdExtract->isEnabled())
+        return {};
+    const QString folder = platform::nativePath(WorkFolder());
+    QStringList names;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        names.append(files.next().mid(folder.size() + 1));
+    if (names.isEmpty())
+        return {};
+    names.sort();
+    return QStringLiteral(
+               "Work in progress that is not saved: %1. Extract adds the other files and "
+               "keeps these.")
+        .arg(ShortList(names));
 }
 
 void frmMain::UpdateButtons() {

@@ -13,6 +13,9 @@
 namespace {
 
 constexpr int kNoteTime = 20000; // ms, display time of a note
+// Between two values of the progress bar that are shown, if there are many: less than a pixel.
+constexpr int kManySteps = 0x1000;
+constexpr int kStepMask = 0x3F;
 
 } // namespace
 
@@ -24,7 +27,7 @@ void frmMain::Guarded(const std::function<void()> &handler) {
     } catch (const std::exception &error) {
         description = Reason(error);
     }
-    ProgressBar->hide();
+    HideProgressBar();
     platform::setMousePointer(this, 0);
     EnableWindow();
     UpdateButtons();
@@ -50,20 +53,34 @@ void frmMain::EnableWindow() {
 }
 
 void frmMain::ShowProgressBar(int maximum) {
-    // A bar with an empty range shows a busy animation.
-    ProgressBar->setRange(0, qMax(1, maximum));
-    ProgressBar->setValue(0);
-    ProgressBar->raise();
+    BeginProgress(maximum);
+    m_barDelay.stop();
     ProgressBar->show();
     platform::repaintPending();
 }
 
+// The timer fires in the repaints during the operation.
+void frmMain::BeginProgress(int maximum) {
+    // A bar with an empty range shows a busy animation.
+    ProgressBar->setRange(0, qMax(1, maximum));
+    ProgressBar->setValue(0);
+    ProgressBar->raise();
+    m_progress = 0;
+    m_barDelay.start();
+}
+
 void frmMain::SetProgress(int value) {
-    // For large archives, 64 steps are less than a pixel.
-    if ((value & 0x3F) != 0 && value != ProgressBar->maximum())
+    m_progress = value;
+    const int maximum = ProgressBar->maximum();
+    if (maximum > kManySteps && (value & kStepMask) != 0 && value != maximum)
         return;
     ProgressBar->setValue(value);
     platform::repaintPending();
+}
+
+void frmMain::HideProgressBar() {
+    m_barDelay.stop();
+    ProgressBar->hide();
 }
 
 void frmMain::ShowNote(const QString &text) {

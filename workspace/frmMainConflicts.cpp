@@ -3,6 +3,7 @@
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
 #include "storage/pathText.h"
+#include "workspace/controls.h"
 #include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"

@@ -9,15 +9,24 @@
 #include "workspace/archiveTree.h"
 #include "workspace/fileTypes.h"
 #include "workspace/modOther.h"
+#include "workspace/reasons.h"
 
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QTimer>
 
 #include <exception>
 
 namespace {
 
-constexpr int kTypeLength = 3; // characters
+constexpr int kTypeLength = 3;      // characters
+constexpr int kRetryInterval = 200; // ms
+
+// Notes at the status line about a button that does nothing.
+const QString kNeedsFile =
+    QStringLiteral("Select a file in the tree to edit it: this is a folder.");
+const QString kNeedsNode =
+    QStringLiteral("Select a file or folder in the tree to open its folder.");
 
 QString quoted(const QString &path) {
     return u'"' + path + u'"';
@@ -56,22 +65,38 @@ QString commandLine(const QString &program, const QString &file) {
     return program + u' ' + file;
 }
 
+// Shows why a file is not open, once the window is enabled: during a long operation a message box
+// would interrupt it.
+void showFailure(QWidget *window, const QString &text) {
+    if (window->isEnabled())
+        platform::MsgBox(text, platform::kInformation, QStringLiteral("Orvel"));
+    else
+        QTimer::singleShot(
+            kRetryInterval, window, [=] { showFailure(window, text); });
+}
+
 // Finding the desktop's editor takes seconds if the desktop does not respond. Clicks in that time
 // are discarded, so that they do not start another editor.
-void start(QWidget *window, const QString &line) {
+void start(QWidget *window, const QString &line, const QString &program, const QString &file) {
     platform::setMousePointer(window, 11);
     const auto restore = qScopeGuard([window] {
         platform::discardInput();
         platform::setMousePointer(window, 0);
     });
-    platform::Shell(line, platform::kShowNormal);
+    platform::Shell(
+        line, platform::kShowNormal,
+        [window = QPointer(window), program = program.trimmed(), file](const QString &reason) {
+            if (window)
+                showFailure(window,
+                            QStringLiteral("%1 has not opened %2: %3.").arg(program, file, reason));
+        });
 }
 
 // Returns true if the user chooses to open the settings.
-bool offerSettings() {
+bool offerSettings(const QString &cause) {
     return platform::MsgBox(QStringLiteral("Cannot edit file. Try changing your Orvel settings."),
-                            platform::kExclamationOkCancel,
-                            QStringLiteral("Orvel")) == platform::kAnswerOk;
+                            platform::kExclamationOkCancel, QStringLiteral("Orvel"),
+                            cause) == platform::kAnswerOk;
 }
 
 // The system's form of a folder's path without trailing separators.
@@ -103,9 +128,9 @@ void frmMain::EditSelectedFile() {
         textEditor = GetWinPath() + QStringLiteral("\\NOTEPAD.EXE ");
     try {
         EditNode(SelectedNode(), textEditor);
-    } catch (const std::exception &) {
+    } catch (const std::exception &error) {
         platform::MsgBox(QStringLiteral("You must select a file to edit."), platform::kInformation,
-                         QStringLiteral("Orvel"));
+                         QStringLiteral("Orvel"), SelectedNode() == 0 ? QString() : Reason(error));
     }
 }
 
@@ -115,6 +140,8 @@ void frmMain::EditNode(int node, const QString &textEditor) {
     const ArchiveNodes &nodes = m_tree->Nodes();
     if (node < 1 || node > nodes.Count())
         platform::raise(platform::ErrorNumber::SubscriptOutOfRange);
+    if (nodes.HasChildren(node))
+        ShowNote(kNeedsFile);
     if (nodes.HasChildren(node) || !KeepsWorkFolder())
         return;
     const QString file = ExtractedPath(nodes.Text(nodes.Parent(node)), nodes.Text(node));
@@ -122,12 +149,17 @@ void frmMain::EditNode(int node, const QString &textEditor) {
         platform::raise(platform::ErrorNumber::BadFileName, nodes.Text(node));
     const bool isText = nodes.Image(node) == TextImage;
     const QString program = isText ? textEditor : GetProgram(nodes.Text(node).right(kTypeLength));
-    if (program.isEmpty() || !FileExists(program)) {
-        if (offerSettings())
+    const bool exists = FileExists(program) != 0 || platform::isProgramInPath(program);
+    if (program.isEmpty() || !exists) {
+        const QString cause =
+            program.isEmpty() ? QStringLiteral("No program is set for files of the type %1.")
+                                    .arg(nodes.Text(node).right(kTypeLength).toUpper())
+                              : QStringLiteral("There is no program %1.").arg(program.trimmed());
+        if (offerSettings(cause))
             ShowSettings();
         return;
     }
-    start(this, isText ? textEditor + file : commandLine(program, file));
+    start(this, isText ? textEditor + file : commandLine(program, file), program, nodes.Text(node));
 }
 
 void frmMain::cmdSettings_Click() {
@@ -156,8 +188,10 @@ void frmMain::OpenWorkFolder() {
     try {
         const ArchiveNodes &nodes = m_tree->Nodes();
         const int node = SelectedNode();
-        if (node < 1 || node > nodes.Count())
+        if (node < 1 || node > nodes.Count()) {
+            ShowNote(kNeedsNode);
             return;
+        }
         const int folder = nodes.HasChildren(node) ? node : nodes.Parent(node);
         const QString path = ExtractedPath(nodes.Text(folder), {});
         if (!path.isEmpty())

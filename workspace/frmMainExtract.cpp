@@ -2,12 +2,12 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
+#include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
 
@@ -78,13 +78,16 @@ void frmMain::cmdExtract_Click() {
     m_cUnzip->setUnzipFolder(PrepareWorkFolder());
     const bool owned = OwnsWorkFolder();
     const QString note = owned ? ExtractAll() : QString();
+    HideProgressBar();
     platform::setMousePointer(this, 0);
     EnableWindow();
     lblStatus->SetText("Select a file to edit.");
     UpdateButtons();
-    if (!owned)
+    if (owned)
+        treArchive->setFocus(); // however Extract was pressed: the next step is to choose a file
+    else
         ShowOwner(); // even if it has extracted nothing yet
-    else if (!note.isEmpty())
+    if (owned && !note.isEmpty())
         ShowNote(note);
 }
 
@@ -95,6 +98,7 @@ QString frmMain::ExtractAll() {
         prepared = PrepareRecord(*archive, [&](const QString &file) {
             return !before.isEmpty() && before.contains(comparable(file));
         });
+    BeginProgress(m_cUnzip->FileCount() + m_lines->Count());
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
     QString note = problem ? ExtractionNote() : QString();
@@ -130,8 +134,7 @@ void frmMain::ClearFileAttributes() {
         return;
     for (int line = 0; line < m_lines->Count(); ++line) {
         cleaner.clearAttributes(m_lines->Text(line), &m_cleared[static_cast<std::size_t>(line)]);
-        if ((line & 0x3F) == 0)
-            platform::repaintPending();
+        StepProgress();
     }
 }
 

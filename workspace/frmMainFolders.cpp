@@ -1,9 +1,9 @@
 #include "archive/workRecord.h"
 #include "platform/files.h"
 #include "storage/safePath.h"
+#include "workspace/controls.h"
 #include "workspace/frmMain.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -44,6 +44,7 @@ std::vector<Recorded> recordedFolders(const QString &folders) {
 // rules are the same on all systems, so that work folders can be moved.
 QString folderNameFor(const QString &text, const QSet<QString> &taken) {
     QString folder = text;
+    folder.replace('/', '-').replace('\\', '-'); // of an archive outside the game's folder
     if (platform::isDeviceName(text.toStdString()))
         folder.insert(text.contains('.') ? text.indexOf('.') : text.size(), '~');
     while (!folder.isEmpty() && (folder.back() == ' ' || folder.back() == '.'))
@@ -66,10 +67,9 @@ void frmMain::AssignWorkFolders() const {
     QSet<QString> given;
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString text = drpVL2File->itemText(entry);
-        const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
         QString name;
         const auto archive =
-            recorded.empty() ? std::nullopt : WorkRecord::archiveAt(m_strBasePath + file);
+            recorded.empty() ? std::nullopt : WorkRecord::archiveAt(ArchivePath(entry));
         for (const Recorded &folder : recorded)
             if (archive && !given.contains(folder.name) && folder.archive.isSame(*archive) &&
                 name != text)
@@ -106,7 +106,8 @@ void frmMain::MarkWork(int entry, bool exists) const {
     font.setBold(true);
     drpVL2File->setItemData(entry, works ? font : QVariant(), Qt::FontRole);
     const QString tip = works ? QStringLiteral("Work in progress") : QString();
-    drpVL2File->setItemData(entry, tip, Qt::ToolTipRole);
+    const QString path = QDir::toNativeSeparators(platform::nativePath(ArchivePath(entry)));
+    drpVL2File->setItemData(entry, tip.isEmpty() ? path : path + '\n' + tip, Qt::ToolTipRole);
     drpVL2File->setItemData(entry, tip, Qt::AccessibleDescriptionRole);
 }
 

@@ -3,9 +3,10 @@
 #include "platform/files.h"
 #include "storage/safePath.h"
 #include "workspace/archiveTreeView.h"
+#include "workspace/controls.h"
 #include "workspace/frmMain.h"
 
-#include <QComboBox>
+#include <QDir>
 #include <QFileInfo>
 
 #include <limits>
@@ -102,7 +103,12 @@ QString frmMain::ProperCase(const QString &text) {
 }
 
 QString frmMain::ArchivePath() const {
-    return m_strBasePath + drpVL2File->currentData(kArchiveFileRole).toString();
+    return ArchivePath(drpVL2File->currentIndex());
+}
+
+QString frmMain::ArchivePath(int entry) const {
+    const QString file = drpVL2File->itemData(entry, kArchiveFileRole).toString();
+    return QDir::isAbsolutePath(file) ? file : m_strBasePath + file;
 }
 
 bool frmMain::StaysBelow(const QString &line) {

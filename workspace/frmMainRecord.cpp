@@ -2,6 +2,7 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/packedFiles.h"
+#include "workspace/controls.h"
 #include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
 

@@ -8,10 +8,8 @@
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
-#include <QProgressBar>
 #include <QSet>
 
 #include <algorithm>
@@ -37,6 +35,7 @@ void frmMain::cmdSaveChanges_Click() {
     DisableWindow();
     StopLooking();
     QString stayed;
+    BeginProgress(m_lines->Count());
     const QString failure = PackWorkFolder();
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
@@ -51,6 +50,7 @@ void frmMain::cmdSaveChanges_Click() {
         UpdateButtons();
         lblStatus->SetText(failure);
     }
+    HideProgressBar();
     EnableWindow();
     platform::setMousePointer(this, 0);
     if (!failure.isEmpty())
@@ -203,7 +203,7 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
         cleaner.removeFolder({});
         if (containsNoFile(platform::nativePath(WorkFolder())))
             WorkRecord::remove(WorkFolders(), WorkFolderName());
-        ProgressBar->hide();
+        HideProgressBar();
         note = others == Others::Keep
                    ? StayedNote(cleaner.kept())
                    : TrashNote(cleaner.trashed(), cleaner.deleted(), cleaner.kept());

@@ -2,6 +2,7 @@
 
 #include "config/modRegistry.h"
 #include "platform/forms.h"
+#include "platform/singleInstance.h"
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 
@@ -28,7 +29,7 @@ frmSplash::frmSplash(const QString &sArchive)
     setObjectName("frmSplash");
     setAttribute(Qt::WA_QuitOnClose, false);
     setAccessibleName("Orvel");
-    setFixedSize(platform::pixels(kClientWidth), platform::pixels(kClientHeight));
+    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
     platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
     tmrSplash.setInterval(kShown);
@@ -73,6 +74,8 @@ void frmSplash::tmrSplash_Timer() {
     m_main->setAttribute(Qt::WA_DeleteOnClose);
     frmMain *main = m_main.release();
     main->show();
+    platform::acceptHandovers(
+        main, [main](const QString &archive) { return main->ShowArchive(archive); });
     if (!m_archive.isEmpty())
         QTimer::singleShot(0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
 }

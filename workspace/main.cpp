@@ -1,24 +1,38 @@
 #include "platform/forms.h"
+#include "platform/singleInstance.h"
 #include "platform/version.h"
 #include "workspace/frmSplash.h"
+#include "workspace/registerGame.h"
 
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
 #include <QIcon>
+
+#include <cstdio>
 
 namespace {
 
-// Returns the archives of the command line. Exits after --help and --version.
-QStringList archiveArguments(const QCoreApplication &program) {
+struct Options {
+    QStringList archives;
+    bool registersGame = false;
+};
+
+// Exits after --help and --version, and for a wrong option.
+Options parseOptions(const QCoreApplication &program) {
     QCommandLineParser parser;
     parser.setApplicationDescription("Edits the archives of the game Tribes 2.");
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument("archive", "One of the game's archives, to begin with.",
+    const QCommandLineOption registers("register",
+                                       "Asks for the folder of the game and registers it first.");
+    parser.addOption(registers);
+    parser.addPositionalArgument("archive", "The archive to begin with, in any folder.",
                                  "[archive]");
     parser.process(program);
-    return parser.positionalArguments();
+    return {parser.positionalArguments(), parser.isSet(registers)};
 }
 
 // True for options that only print a text, which needs no display.
@@ -43,22 +57,44 @@ int main(int argc, char **argv) {
     QCoreApplication::setApplicationName("Orvel");
     QCoreApplication::setApplicationVersion(kVersion);
     if (printsOnly(argc, argv))
-        archiveArguments(QCoreApplication(argc, argv));
+        parseOptions(QCoreApplication(argc, argv));
 
     QApplication program(argc, argv);
     QApplication::setDesktopFileName("org.orvel.Orvel");
     QApplication::setWindowIcon(QIcon(":/assets/orvel.png"));
     QAccessible::installFactory(windowInterface);
 
-    const QStringList archives = archiveArguments(program);
+    const auto [archives, registersGame] = parseOptions(program);
+    if (registersGame && !RegisterGameFolder())
+        return 1;
     if (archives.size() > 1) {
         platform::MsgBox("Orvel opens one archive at a time.", platform::kCritical, "Orvel");
         return 1;
     }
 
+    const QString archive =
+        archives.isEmpty() ? QString() : QFileInfo(archives.first()).absoluteFilePath();
+    switch (archive.isEmpty() ? platform::Handover::None : platform::handOver(archive)) {
+    case platform::Handover::None:
+        break;
+    case platform::Handover::Shown:
+        return 0;
+    case platform::Handover::Busy:
+        platform::MsgBox(
+            QStringLiteral("%1 was not opened, because Orvel is busy.\n\nOpen it again "
+                           "when Orvel has finished or its dialog is closed.")
+                .arg(QDir::toNativeSeparators(archive)),
+            platform::kInformation, "Orvel");
+        return 1;
+    }
+
     // Deletes itself after it has opened the main window.
-    auto *splash = new frmSplash(archives.value(0)); // NOLINT(cppcoreguidelines-owning-memory)
+    auto *splash = new frmSplash(archive); // NOLINT(cppcoreguidelines-owning-memory)
     if (!splash->Load()) {
+        std::fputs("To register the folder of the game, which holds GameData, use\n"
+                   "  orvel --register\nor\n"
+                   "  orvel-reg add 'SOFTWARE\\Sierra Online\\Setup\\Tribes2' directory FOLDER\n",
+                   stderr);
         delete splash; // NOLINT(cppcoreguidelines-owning-memory)
         return 1;
     }

@@ -1,11 +1,17 @@
 #include "platform/posix/detached.h"
 
+#include "platform/shell.h"
+
 #include "storage/posix/descriptor.h"
 #include "storage/posix/systemError.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -18,7 +24,9 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern char **environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
@@ -40,6 +48,7 @@ struct Plan {
     std::vector<char *> variables;
     int null = -1;
     int report = -1;
+    int outcome = -1; // where the watcher writes how the program ended; -1: it is not watched
     int firstClosed = kReport;
     int lastDescriptor = 0;
 };
@@ -49,6 +58,22 @@ Descriptor duplicateAbove(int descriptor) {
     return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 10));
 }
 
+// Its ends are closed when a program is executed.
+struct Pipe {
+    Descriptor read;
+    Descriptor write;
+
+    bool open() {
+        std::array<int, 2> ends = {-1, -1};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+            return false;
+        read = Descriptor(ends[0]);
+        const Descriptor low(ends[1]);
+        write = duplicateAbove(low.get());
+        return write.isOpen();
+    }
+};
+
 void closeAtExecution(int first, int last) {
 #if defined(SYS_close_range)
     constexpr unsigned kMarkOnly = 4; // CLOSE_RANGE_CLOEXEC
@@ -57,6 +82,15 @@ void closeAtExecution(int first, int last) {
 #endif
     for (int descriptor = first; descriptor <= last; ++descriptor)
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+void closeAll(int first, int last) {
+#if defined(SYS_close_range)
+    if (::syscall(SYS_close_range, static_cast<unsigned>(first), ~0U, 0U) == 0)
+        return;
+#endif
+    for (int descriptor = first; descriptor <= last; ++descriptor)
+        ::close(descriptor);
 }
 
 void resetSignals() {
@@ -84,6 +118,63 @@ void resetSignals() {
     resetSignals();
     ::execve(plan.arguments[0], plan.arguments.data(), plan.variables.data());
     reportAndExit(plan);
+}
+
+// Waits for the program, its child, as long as a start takes, and writes its wait status if it has
+// failed. A process of its own, because the program must not be a child of the one that starts it.
+[[noreturn]] void watch(pid_t program, const Plan &plan) {
+    // Nothing of the other process stays open here, least of all its connection to the display.
+    ::dup2(plan.outcome, kReport);
+    ::dup2(plan.null, 0);
+    ::dup2(plan.null, 1);
+    ::dup2(plan.null, 2);
+    closeAll(kReport + 1, plan.lastDescriptor);
+    constexpr int kStep = 10; // ms
+    for (int waited = 0; waited < kStartTime; waited += kStep) {
+        int status = 0;
+        if (::waitpid(program, &status, WNOHANG) == program) {
+            if (status != 0) [[maybe_unused]]
+                const ssize_t written = ::write(kReport, &status, sizeof status);
+            break;
+        }
+        const timespec pause = {0, kStep * 1'000'000L};
+        ::nanosleep(&pause, nullptr);
+    }
+    ::_exit(0);
+}
+
+// Starts the program, in a process that the caller's child has made.
+[[noreturn]] void startFrom(const Plan &plan) {
+    if (plan.outcome < 0)
+        becomeProgram(plan);
+    resetSignals();
+    const pid_t program = ::fork();
+    if (program == 0)
+        becomeProgram(plan);
+    if (program < 0)
+        reportAndExit(plan);
+    watch(program, plan);
+}
+
+QString outcomeText(int status) {
+    return WIFSIGNALED(status)
+               ? QStringLiteral("it was ended by signal %1").arg(WTERMSIG(status))
+               : QStringLiteral("it ended at once with exit code %1").arg(WEXITSTATUS(status));
+}
+
+// Calls `failed` when the watcher reports a failure.
+void expectOutcome(Descriptor outcome, const std::function<void(const QString &)> &failed) {
+    auto *notifier =
+        new QSocketNotifier(outcome.get(), QSocketNotifier::Read, QCoreApplication::instance());
+    auto held = std::make_shared<Descriptor>(std::move(outcome));
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [notifier, held, failed] {
+        int status = 0;
+        const bool reported = ::read(held->get(), &status, sizeof status) == sizeof status;
+        notifier->setEnabled(false);
+        notifier->deleteLater();
+        if (reported)
+            failed(outcomeText(status));
+    });
 }
 
 int waitForReport(int report, StartedWhen started) {
@@ -123,8 +214,9 @@ int highestDescriptor() {
 } // namespace
 
 Status startDetached(const QByteArray &program, const QList<QByteArray> &arguments,
-                     StartedWhen started) {
-    const auto failed = [&](int error) {
+                     StartedWhen started,
+                     const std::function<void(const QString &reason)> &failed) {
+    const auto refused = [&](int error) {
         return errnoStatus(error, "cannot start", program.toStdString());
     };
     Plan plan;
@@ -138,38 +230,39 @@ Status startDetached(const QByteArray &program, const QList<QByteArray> &argumen
     plan.firstClosed = started == StartedWhen::ReportedItself ? kReport + 1 : kReport;
     plan.lastDescriptor = highestDescriptor();
 
-    std::array<int, 2> ends = {-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        return failed(errno);
-    Descriptor read(ends[0]);
-    Descriptor write(ends[1]);
-    write = duplicateAbove(write.get());
+    Pipe report;
+    Pipe outcome;
     const Descriptor opened(::open("/dev/null", O_RDWR | O_CLOEXEC));
     const Descriptor null = duplicateAbove(opened.get());
-    if (!write.isOpen() || !null.isOpen())
-        return failed(EMFILE);
-    plan.report = write.get();
+    if (!report.open() || (failed && !outcome.open()) || !null.isOpen())
+        return refused(EMFILE);
+    plan.report = report.write.get();
+    plan.outcome = outcome.write.get();
     plan.null = null.get();
 
     const pid_t middle = ::fork();
     if (middle < 0)
-        return failed(errno);
+        return refused(errno);
     if (middle == 0) {
         // The intermediate process ends at once, so that the program is not a child of this
         // process.
         ::setsid();
         const pid_t child = ::fork();
         if (child == 0)
-            becomeProgram(plan);
+            startFrom(plan);
         if (child < 0)
             reportAndExit(plan);
         ::_exit(0);
     }
-    write = Descriptor();
+    report.write = Descriptor();
+    outcome.write = Descriptor();
     while (::waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
     }
-    const int reason = waitForReport(read.get(), started);
-    return reason == 0 ? Status() : failed(reason);
+    if (const int reason = waitForReport(report.read.get(), started); reason != 0)
+        return refused(reason);
+    if (failed)
+        expectOutcome(std::move(outcome.read), failed);
+    return {};
 }
 
 } // namespace platform

@@ -3,10 +3,16 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QSortFilterProxyModel>
+#include <QTreeView>
+
+#include <algorithm>
 
 namespace platform {
 namespace {
+
+constexpr int kWidth = 760; // pixels
 
 bool isProgramPattern(const QString &pattern) {
     return pattern.compare(QStringLiteral("*.exe"), Qt::CaseInsensitive) == 0;
@@ -53,9 +59,20 @@ void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters) {
     // The dialog itself accepts every name, and its list of filters shows the texts only.
     dialog.setOption(QFileDialog::HideNameFilterDetails);
     QStringList names;
-    for (const FileFilter &filter : filters)
-        names.append(filter.text + QStringLiteral(" (*)"));
+    for (const FileFilter &filter : filters) {
+        // What is shown is more than "(*.exe)" says.
+        QString text = filter.text;
+        if (std::any_of(filter.patterns.begin(), filter.patterns.end(), isProgramPattern))
+            text = text.section(u'(', 0, 0).trimmed();
+        names.append(text + QStringLiteral(" (*)"));
+    }
     dialog.setNameFilters(names);
+
+    // Names, sizes and dates in full.
+    if (auto *details = dialog.findChild<QTreeView *>(QStringLiteral("treeView"))) {
+        details->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+        dialog.resize(std::max(dialog.width(), kWidth), dialog.height());
+    }
 
     auto *model = new FilterModel(filters, &dialog);
     dialog.setProxyModel(model);
@@ -63,6 +80,10 @@ void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters) {
                      [model, names](const QString &name) {
                          model->select(static_cast<int>(names.indexOf(name)));
                      });
+}
+
+QString programsFolder() {
+    return QStringLiteral("/usr/bin");
 }
 
 } // namespace platform

@@ -8,6 +8,7 @@
 #include "platform/posix/paths.h"
 #include "storage/posix/environment.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace platform {
@@ -26,10 +27,11 @@ bool isLauncher(const QByteArray &program) {
     return !folder.isEmpty() && realPath(program) == toNarrow(folder) + "/NOTEPAD.EXE";
 }
 
-void start(const QByteArray &program, const QList<QByteArray> &arguments) {
+void start(const QByteArray &program, const QList<QByteArray> &arguments,
+           const StartFailed &failed) {
     const StartedWhen when =
         isLauncher(program) ? StartedWhen::ReportedItself : StartedWhen::Executed;
-    const Status started = startDetached(program, arguments, when);
+    const Status started = startDetached(program, arguments, when, failed);
     if (started.ok())
         return;
     raise(started.is(Failure::NotFound) ? ErrorNumber::FileNotFound
@@ -39,7 +41,12 @@ void start(const QByteArray &program, const QList<QByteArray> &arguments) {
 
 } // namespace
 
-void Shell(const QString &commandLine, int /*style*/) {
+bool isProgramInPath(const QString &name) {
+    return std::none_of(name.begin(), name.end(), isSeparator) &&
+           !findInPath(toNarrow(name.trimmed()).toStdString()).empty();
+}
+
+void Shell(const QString &commandLine, int /*style*/, StartFailed failed) {
     Command command = parseCommandLine(commandLine);
     if (command.isWindowsProgram) {
         const QByteArray wine = QByteArray::fromStdString(findInPath("wine"));
@@ -48,7 +55,7 @@ void Shell(const QString &commandLine, int /*style*/) {
         command.arguments.prepend(command.program);
         command.program = wine;
     }
-    start(command.program, command.arguments);
+    start(command.program, command.arguments, failed);
 }
 
 int ShellExecuteA(const QString &verb, const QString &file, const QString & /*parameters*/,

@@ -9,6 +9,9 @@ target_sources(orvel_platform PRIVATE
   posix/shell.cpp
   posix/trash.cpp)
 
+find_package(Qt6 REQUIRED COMPONENTS Network)
+target_link_libraries(orvel_forms PUBLIC Qt6::Network)
+
 # The package's data and private libraries relative to its programs, so that an installation can be
 # moved as a whole.
 file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)

@@ -13,4 +13,8 @@ void applyFileFilters(QFileDialog &dialog, const QList<FileFilter> &filters) {
     dialog.setNameFilters(names);
 }
 
+QString programsFolder() {
+    return {}; // the system's dialog remembers the folder used last
+}
+
 } // namespace platform

@@ -4,6 +4,10 @@
 #include "platform/windows/system.h"
 #include "storage/storage.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+#include <QWinEventNotifier>
+
 #include <shellapi.h>
 
 namespace platform {
@@ -58,6 +62,21 @@ Command takeApart(const QString &line) {
     return {};
 }
 
+// Calls `failed` if the process ends with an error in the time of a start. Closes its handle.
+void expectOutcome(HANDLE process, const StartFailed &failed) {
+    auto *notifier = new QWinEventNotifier(process, QCoreApplication::instance());
+    QObject::connect(
+        notifier, &QWinEventNotifier::activated, notifier,
+        [=] {
+            DWORD code = 0;
+            notifier->deleteLater();
+            if (GetExitCodeProcess(process, &code) && code != 0)
+                failed(QStringLiteral("it ended at once with exit code %1").arg(code));
+        });
+    QObject::connect(notifier, &QObject::destroyed, [process] { CloseHandle(process); });
+    QTimer::singleShot(kStartTime, notifier, &QObject::deleteLater);
+}
+
 bool startElevated(const Command &command, int style) {
     SHELLEXECUTEINFOW request{};
     request.cbSize = sizeof request;
@@ -80,7 +99,13 @@ int ShellExecuteA(const QString &verb, const QString &file, const QString &param
     return static_cast<int>(reinterpret_cast<INT_PTR>(result));
 }
 
-void Shell(const QString &commandLine, int style) {
+bool isProgramInPath(const QString &name) {
+    const QString trimmed = name.trimmed();
+    return !trimmed.contains(u'\\') && !trimmed.contains(u'/') && !trimmed.contains(u':') &&
+           !findProgram(trimmed).isEmpty();
+}
+
+void Shell(const QString &commandLine, int style, StartFailed failed) {
     const Command command = takeApart(commandLine);
     if (command.program.isEmpty())
         raise(ErrorNumber::FileNotFound, commandLine);
@@ -95,7 +120,10 @@ void Shell(const QString &commandLine, int style) {
                        nullptr, FALSE, 0, nullptr, nullptr, &start, &process)) {
         AllowSetForegroundWindow(process.dwProcessId);
         CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
+        if (failed)
+            expectOutcome(process.hProcess, failed);
+        else
+            CloseHandle(process.hProcess);
         return;
     }
     // A program that requires elevation is started by the shell, which asks the user for consent.

@@ -71,8 +71,8 @@ class Job:
             raise Missed(f"the program exited with {self.process.returncode}; its output: {log}")
 
     def close(self):
-        self.screen.key("alt+F4")
-        self.ended("exit of the program")
+        if self.screen.close():
+            self.ended("exit of the program")
 
     def stop(self):
         """Kills the program if it is still running."""
@@ -80,7 +80,7 @@ class Job:
             self.process.kill()
             self.process.wait()
 
-    # The main window. The drop-down has the focus at first; a button's letter does not move it.
+    # The main window. The drop-down has the focus at first, and after Extract the tree.
 
     def pick(self, shown):
         """Selects an archive in the drop-down by its shown name."""
@@ -112,10 +112,6 @@ class Job:
         self.screen.wait(f"complete files of {shown} in {folder}", complete)
         self.screen.settle()
         self.picture("extracted", self.window)
-
-    def go_to_tree(self):
-        """Moves the focus from the drop-down past Save Changes and Cancel."""
-        self.screen.key("Tab", "Tab", "Tab")
 
     def select(self, name):
         """Selects a file in the tree by typing its name."""

@@ -124,6 +124,11 @@ class Screen:
             ["xdotool", "key", "--delay", "40", *keys], env=self.environment, check=True
         )
 
+    def close(self):
+        """Closes the active window. Returns whether there is a key for it."""
+        self.key("alt+F4")
+        return True
+
     def type(self, text):
         """Types a text quickly, letter by letter."""
         # xdotool maps other characters to a key for a moment, in which the program must read it.

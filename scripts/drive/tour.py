@@ -1,7 +1,7 @@
 """The tour: edits and saves an archive in the real windows, with a screenshot of each step, and
 checks the saved archive.
 
-usage: tour.py PROGRAMS PICTURES [--scale N] [--dark] [--sandbox FOLDER]
+usage: tour.py PROGRAMS PICTURES [--scale N] [--dark] [--compositor NAME] [--sandbox FOLDER]
   PROGRAMS  the folder of orvel and orvel-reg
   PICTURES  the folder for the screenshots
 """
@@ -12,9 +12,10 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
-from job import Job  # noqa: E402
+from job import MAIN, Job  # noqa: E402
 from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Missed, Screen  # noqa: E402
+from wayland import WaylandScreen  # noqa: E402
 
 SHOWN, FILE = "My Map_pack", "My Map_pack.vl2"
 SCRIPT, PICTURE = "scripts/autoexec/MapPack.cs", "textures\\skins\\team.png"
@@ -37,7 +38,6 @@ def edit_files(job, archive):
     before, edited = Snapshot(archive), {}
     job.pick(SHOWN)
     job.extract(SHOWN, before)
-    job.go_to_tree()
     for name, keys, picture in ((SCRIPT, "alt+e", "script"), (PICTURE, "Return", "picture")):
         path = before.names_on_disk()[name]
         job.select(Path(path).name)
@@ -65,6 +65,31 @@ def throw_away(job, archive):
     return ["after Cancel the archive is unchanged"]
 
 
+def use_desktop(job, archive):
+    """What the compositor decides: the window's size, and the focus of a program that is started.
+    Returns the checked facts."""
+    screen = job.screen
+    screen.maximise()
+    job.picture("maximise")
+    if job.process.poll() is not None:
+        raise AssertionError("the compositor has ended the program")
+    job.sandbox.set(OWN_KEY + r"\Programs", "Text", "mousepad")
+    job.extract(SHOWN, Snapshot(archive))
+    file = job.work_folder(SHOWN) / THROWN_AWAY
+    job.select(THROWN_AWAY)
+    screen.key("alt+e")
+    screen.wait("another window", lambda: not screen.is_active(MAIN))
+    screen.settle()
+    screen.type("by hand: ")
+    screen.key("ctrl+s")
+    screen.wait("a change by mousepad", lambda: file.read_bytes().startswith(b"by hand: "))
+    job.picture("mousepad")
+    screen.key("ctrl+q")
+    screen.window(MAIN)
+    job.cancel(SHOWN)
+    return ["the window keeps its size, and mousepad gets the focus"]
+
+
 def whole_job(screen, sandbox, scale):
     """The whole tour, from a machine without the game to the exit of the program."""
     job = Job(screen, sandbox, scale)
@@ -73,6 +98,8 @@ def whole_job(screen, sandbox, scale):
         found = save_changes(job, archive)
         found += throw_away(job, archive)
         job.see_settings()
+        if isinstance(screen, WaylandScreen):
+            found += use_desktop(job, archive)
         job.close()
     finally:
         job.stop()
@@ -85,6 +112,7 @@ def main():
     parser.add_argument("pictures", type=Path)
     parser.add_argument("--scale", type=float, default=1)
     parser.add_argument("--dark", action="store_true", help="with a desktop's dark colours")
+    parser.add_argument("--compositor", choices=["sway", "weston"], help="of Wayland; default: X11")
     parser.add_argument("--sandbox", type=Path, help="the folder for settings and the sample game")
     options = parser.parse_args()
     pictures = options.pictures.resolve()
@@ -93,7 +121,11 @@ def main():
         sandbox.use_dark_colours()
     size = f"{round(800 * options.scale)}x{round(640 * options.scale)}"
     try:
-        with Screen(sandbox.environment, pictures, size) as screen:
+        display = Screen(sandbox.environment, pictures, size)
+        if options.compositor:
+            display = WaylandScreen(sandbox.environment, pictures, sandbox.folder / "orvel.log",
+                                    size, options.compositor)
+        with display as screen:
             found = whole_job(screen, sandbox, options.scale)
     except (Missed, AssertionError) as failure:
         print(f"The tour failed: {failure}", file=sys.stderr)

@@ -13,7 +13,8 @@ packages_of() {
             xdg-utils strace e2fsprogs faketime
         ;;
     display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
-            python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info ;;
+            python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info mousepad pcmanfm ;;
+    wayland) echo sway weston qt6-wayland ;;
     bench) echo ziptool ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     windows)

@@ -17,7 +17,7 @@ sys.path.insert(0, str(ROOT / "scripts" / "drive"))
 from accessibility import Bus, Person, role_of  # noqa: E402
 from archive_check import Snapshot, compare, judge_with_7z  # noqa: E402
 from job import MAIN, SETTINGS, Job  # noqa: E402
-from sandbox import Sandbox  # noqa: E402
+from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Missed, Screen  # noqa: E402
 
 SHOWN, FILE = "Names", "names.vl2"
@@ -30,12 +30,12 @@ NAMES = {
 
 # The stops of the Tab key, in order: a control's role, name and description.
 BUTTONS = ["Edit File", "Open Folder", "Settings..."]
-MAIN_STOPS = [
+MAIN_STOPS = [("tree", "Select a file to edit", "")]
+MAIN_STOPS += [("push button", name, "") for name in BUTTONS] + [
     ("combo box", SHOWN, ""),  # named by its choice; its label has its purpose
     ("push button", "Save Changes", ""),
     ("push button", "Cancel", ""),
-    ("tree", "Select a file to edit", ""),
-] + [("push button", name, "") for name in BUTTONS]
+]
 MAIN_LABELS = {
     "Select a category": ("combo box", SHOWN),
     "Select a file to edit": ("tree", "Select a file to edit"),
@@ -135,7 +135,6 @@ def select_next(person, known):
 def save_changes(person, job, archive):
     """Edits every file, from the tree's first to its last as the tree shows them, and saves."""
     before, edited, shown = Snapshot(archive), {}, []
-    job.go_to_tree()
     person.screen.key("Home", "Right")
     for number in range(len(NAMES)):
         item = select_next(person, shown)
@@ -147,8 +146,36 @@ def save_changes(person, job, archive):
     return compare(before, Snapshot(archive), edited) + [judge_with_7z(archive)]
 
 
+def use_desktop_programs(job):
+    """Edits a file in an editor of the desktop, which is found by its name, and shows its folder in
+    a file manager. Both get the keyboard focus."""
+    screen, name = job.screen, NAMES["mixed directions"]
+    job.sandbox.set(OWN_KEY + r"\Programs", "Text", "mousepad")
+    associations = Path(screen.environment["XDG_CONFIG_HOME"]) / "mimeapps.list"
+    associations.write_text("[Default Applications]\ninode/directory=pcmanfm.desktop\n")
+    job.select_first_in("names")
+    job.select("map")
+    screen.key("alt+e")
+    screen.window("Mousepad$")
+    screen.settle()
+    screen.type("by hand: ")
+    screen.key("ctrl+s")
+    file = job.work_folder(SHOWN) / "names" / name
+    screen.wait("change by the editor", lambda: file.read_bytes().startswith(b"by hand: "))
+    job.picture("mousepad")
+    screen.key("ctrl+q")
+    screen.window(MAIN)
+    screen.key("alt+o")
+    manager = screen.window("^names$")
+    screen.settle()
+    job.picture("pcmanfm", manager)
+    screen.key("alt+F4")
+    screen.window(MAIN)
+
+
 def throw_away(screen, sandbox, prefix, archive):
-    """Opens the archive from the desktop, extracts it, edits a file and cancels."""
+    """Opens the archive from the desktop, extracts it, edits a file with the desktop's programs and
+    cancels."""
     before = archive.read_bytes()
     job = Job(screen, sandbox)
     found = {
@@ -160,7 +187,7 @@ def throw_away(screen, sandbox, prefix, archive):
     screen.settle()
     job.picture("opened", job.window)
     job.extract(SHOWN, Snapshot(archive))
-    (job.work_folder(SHOWN) / "names" / NAMES["emoji"]).write_text("edited")
+    use_desktop_programs(job)
     job.cancel(SHOWN)
     screen.key("alt+F4")
     screen.wait("the program's end", lambda: not screen.find(MAIN))

@@ -114,7 +114,6 @@ def main(build, run):
                 job.pick("Scripts")
                 job.extract("Scripts", before)
                 name = "prefs/ClientDefaults.cs"
-                job.go_to_tree()
                 changed = job.edit_in_notepad(job.work_folder("Scripts") / name, "// mine; ")
                 job.save("Scripts", archive)
                 job.close()

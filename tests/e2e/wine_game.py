@@ -97,7 +97,6 @@ def edit_under_wine(screen, job, archive):
     job.see_splash()
     job.pick(SHOWN)
     job.extract(SHOWN, before)
-    job.go_to_tree()
     job.select_first_in(str(Path(names[UMLAUTS]).parent).replace("/", "\\"))
     edited[UMLAUTS] = job.edit(SHOWN, names[UMLAUTS], ["Return"], "windows-editor")
     for drive in (prefix.prefix / "dosdevices").glob("[abd-z]:"):

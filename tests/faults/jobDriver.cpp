@@ -59,7 +59,8 @@ bool take(QWidget &window, const QString &step) {
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    platform::prompts().messageBox = [](const QString &text, int style, const QString &) {
+    platform::prompts().messageBox = [](const QString &text, int style, const QString &,
+                                        const QString &) {
         say(style == platform::kCritical ? "error" : "box", text);
         return platform::kAnswerOk;
     };

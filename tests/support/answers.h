@@ -13,12 +13,14 @@ class Answers {
         QString text;
         int style;
         QString title;
+        QString cause;
     };
 
     explicit Answers(int answer = platform::kAnswerOk) {
         platform::prompts().messageBox = [this, answer](const QString &text, int style,
-                                                        const QString &title) {
-            m_boxes.push_back({text, style, title});
+                                                        const QString &title,
+                                                        const QString &cause) {
+            m_boxes.push_back({text, style, title, cause});
             return answer;
         };
     }

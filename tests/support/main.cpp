@@ -17,7 +17,8 @@ int main(int argc, char **argv) {
     // Windows come and go between the tests.
     QApplication::setQuitOnLastWindowClosed(false);
     // A box without an answer would block the test.
-    platform::prompts().messageBox = [](const QString &text, int, const QString &) {
+    platform::prompts().messageBox = [](const QString &text, int, const QString &,
+                                        const QString &) {
         ADD_FAILURE() << "unexpected message box: " << text.toStdString();
         return platform::kAnswerOk;
     };

@@ -52,4 +52,5 @@ int main(int, char **arguments) {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         save(manner, fileOf(line));
     }
+    return manner == "fail" ? 3 : 0;
 }

@@ -79,16 +79,19 @@ TEST_F(EditFile, OffersTheSettingsIfNoProgramIsUsable) {
     extract({{"d/a.txt", "text"}, {"d/a.png", "png"}});
     const struct {
         const char *name, *value;
-        QString path;
+        QString path, cause;
     } rows[] = {
-        {"a.txt", "Text", inRoot("no such program")},
-        {"a.png", "PNG", QString()},
-        {"a.png", "PNG", game.root()}, // a folder
+        {"a.txt", "Text", inRoot("no such program"),
+         "There is no program " + inRoot("no such program") + '.'},
+        {"a.png", "PNG", QString(), "No program is set for files of the type PNG."},
+        {"a.png", "PNG", game.root(), "There is no program " + game.root() + '.'}, // a folder
+        {"a.png", "PNG", "no-such-program", "There is no program no-such-program."},
     };
     for (const auto &row : rows) {
         choose(row.value, row.path);
         select("d", row.name);
         click("cmdEditFile");
+        EXPECT_EQ(answers->boxes().back().cause, row.cause);
         EXPECT_EQ(boxes(platform::kAnswerOk), kSettingsPrompt) << row.name;
         EXPECT_TRUE(window->form().isEnabled());
         click("cmdEditFile");
@@ -108,6 +111,7 @@ TEST_F(EditFile, AsksForAFileIfNoneIsSelectedOrTheProgramDoesNotStart) {
     select("d", QString());
     click("cmdEditFile");
     EXPECT_EQ(boxes(), ""); // folders are ignored
+    EXPECT_TRUE(window->note().contains("this is a folder"));
     window->tree()->selectionModel()->clear();
     click("cmdEditFile");
     EXPECT_EQ(boxes(), kSelectPrompt);
@@ -118,6 +122,22 @@ TEST_F(EditFile, AsksForAFileIfNoneIsSelectedOrTheProgramDoesNotStart) {
     click("cmdEditFile");
     EXPECT_EQ(boxes(), kSelectPrompt);
     EXPECT_TRUE(window->isReady());
+}
+
+TEST_F(EditFile, SaysThatAProgramHasEndedAtOnceWithAnError) {
+    extract({{"d/a.png", "png"}});
+    select("d", "a.png");
+    for (const bool fails : {true, false}) {
+        const QString tool = program(fails ? "failing" : "good", fails ? "fail" : "");
+        choose("PNG", tool);
+        click("cmdEditFile");
+        EXPECT_NE(startedAs(tool), "");
+        const QString text = tool + " has not opened a.png: it ended at once with exit code 3.";
+        const std::string expected = "64 Orvel: " + text.toStdString() + '\n';
+        // Longer than a failure is reported.
+        EXPECT_EQ(QTest::qWaitFor([&] { return !answers->boxes().empty(); }, 2500), fails);
+        EXPECT_EQ(boxes(), fails ? expected : "");
+    }
 }
 
 TEST_F(EditFile, OpensNothingOutsideTheWorkFolder) {
@@ -235,6 +255,7 @@ TEST_F(OpenFolder, ShowsTheFolderOfTheSelectedNode) {
     }
     window->tree()->selectionModel()->clear();
     click("cmdOpenFolder");
+    EXPECT_TRUE(window->note().contains("to open its folder"));
     // A file browser would only complain about a missing folder.
     select("a folder", QString());
     ASSERT_TRUE(QTest::qWaitFor(

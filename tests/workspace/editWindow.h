@@ -18,7 +18,7 @@ class EditWindow : public testing::Test {
     void extract(const std::vector<ArchiveFile> &files);
 
     // Makes a program that saves the file that it is given, if `manner` says how ("by rename",
-    // "with a backup", "later"), and then records its command line.
+    // "with a backup", "later", "fail": ends with an error), and then records its command line.
     QString program(const QString &name, const QByteArray &manner = {});
     // Sets a value of the table of programs.
     static void choose(const QString &value, const QString &path);

@@ -1,4 +1,10 @@
+#include "platform/singleInstance.h"
 #include "tests/workspace/window.h"
+
+#include <QWheelEvent>
+
+#include <chrono>
+#include <future>
 
 namespace {
 
@@ -38,20 +44,26 @@ TEST(frmMainBrowse, lists_an_archive_into_tree_and_list) {
     EXPECT_EQ(window.note(), "");
 }
 
-TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_if_the_list_holds_it) {
+TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given) {
     const TempGame game;
     for (const char *name : {"My Mod.vl2", "other.vl2", "Interiors.vl2"})
         makeArchive(game.archive(name), {{"a.cs", "a"}});
-    makeArchive(game.root() + "/my mod.vl2", {{"a.cs", "a"}});
+    for (const char *path : {"/my mod.vl2", "/other/my mod.vl2", "/my mod.zip"}) {
+        QDir().mkpath(game.root() + "/other");
+        makeArchive(game.root() + path, {{"a.cs", "a"}});
+    }
+    const QString outside = QDir::toNativeSeparators(QDir(game.root()).dirName() + "/my mod");
     const bool linked = makeLink(game.archive("other.vl2").toStdString(),
                                  (game.root() + "/link.vl2").toStdString());
-    const std::pair<QString, const char *> rows[] = {
-        // "" if a box says that there is none
+    const std::pair<QString, QString> rows[] = {
+        // "" if a box says that it cannot be opened
         {game.folder() + "/GameData/./base/../base//My Mod.vl2", "My Mod"},
         {QDir().relativeFilePath(game.archive("My Mod.vl2")), "My Mod"},
         {game.archive("MY MOD.VL2"), QDir::rootPath() == "/" ? "" : "My Mod"},
         {game.root() + "/link.vl2", linked ? "Other" : ""},
-        {game.root() + "/my mod.vl2", ""},
+        {game.root() + "/my mod.vl2", outside},
+        {game.root() + "/my mod.zip", ""},
+        {game.root() + "/none.vl2", ""},
         {game.archive("Interiors.vl2"), ""},
     };
     for (const auto &[path, chosen] : rows) {
@@ -60,8 +72,82 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given_if_the_list_holds_i
         MainWindow window;
         window.form().ChooseArchive(path);
         EXPECT_EQ(window.dropDown()->currentText(), chosen);
-        EXPECT_EQ(joined(window.shownTree()), *chosen == 0 ? "" : "|  a.cs#8");
-        EXPECT_EQ(answers.boxes().size(), *chosen == 0 ? 1U : 0U);
+        EXPECT_EQ(joined(window.shownTree()), chosen.isEmpty() ? "" : "|  a.cs#8");
+        EXPECT_EQ(answers.boxes().size(), chosen.isEmpty() ? 1U : 0U);
+    }
+    // Each outside of the game's folder is saved where it lies, from a work folder of its own.
+    MainWindow window;
+    const QStringList offered = window.entries();
+    for (const QString path : {game.root() + "/my mod.vl2", game.root() + "/other/my mod.vl2",
+                               game.archive("My Mod.vl2")}) {
+        window.form().ChooseArchive(path);
+        window.click("cmdExtract");
+    }
+    for (const char *folder : {"My Mod", "other-my mod"})
+        EXPECT_EQ(readFile(game.temp() + '/' + folder + "/a.cs"), "a") << folder;
+    window.form().ChooseArchive(game.root() + "/other/my mod.vl2");
+    writeFile(game.temp() + "/other-my mod/a.cs", "edited");
+    window.click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(game.root() + "/other/my mod.vl2").at("a.cs"), "edited");
+    EXPECT_EQ(readArchive(game.root() + "/my mod.vl2").at("a.cs"), "a");
+    EXPECT_EQ(readArchive(game.archive("My Mod.vl2")).at("a.cs"), "a");
+    EXPECT_EQ(MainWindow().entries(), offered) << "for that window only";
+}
+
+TEST(frmMainBrowse, comes_to_the_front_with_an_archive_for_a_later_start_unless_it_is_busy) {
+    const TempGame game;
+    for (const char *name : {"a.vl2", "b.vl2"})
+        makeArchive(game.archive(name), {{"a.cs", "a"}});
+    const auto ask = [](const QString &archive) {
+        auto answer = std::async(std::launch::async, platform::handOver, archive);
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+            10'000));
+        return answer.get();
+    };
+    EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::None);
+    MainWindow window;
+    platform::acceptHandovers(&window.form(), [&](const QString &archive) {
+        return window.form().ShowArchive(archive);
+    });
+    EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::Shown);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.dropDown()->currentText() == "B"; }));
+    window.form().setEnabled(false);
+    EXPECT_EQ(ask(game.archive("a.vl2")), platform::Handover::Busy);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.dropDown()->currentText(), "B");
+    window.form().setEnabled(true);
+}
+
+// A person who types a name to find a file must not select another archive by mistake.
+TEST(frmMainBrowse, selects_an_archive_only_in_the_open_list) {
+    const TempGame game;
+    for (const char *name : {"base.vl2", "textures.vl2"})
+        makeArchive(game.archive(name), {{"textures.cs", "a"}});
+    MainWindow window;
+    window.pick("Base");
+    QComboBox *list = window.dropDown();
+    QWheelEvent wheel({5, 5}, list->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(list, &wheel);
+    EXPECT_EQ(list->currentText(), "Base");
+    QTest::keyClick(list, Qt::Key_T);
+    EXPECT_TRUE(list->view()->isVisible());
+    EXPECT_EQ(list->view()->currentIndex().data().toString(), "Textures");
+    EXPECT_EQ(list->currentText(), "Base");
+    list->hidePopup();
+    EXPECT_EQ(list->currentText(), "Base");
+    window.form().activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&window.form()));
+    for (const bool byKey : {false, true}) {
+        list->setFocus();
+        if (byKey)
+            QTest::keyClick(&window.form(), Qt::Key_E, Qt::AltModifier);
+        else
+            window.click("cmdExtract");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !window.button("cmdExtract")->isEnabled(); }));
+        EXPECT_EQ(window.form().focusWidget(), window.tree());
+        window.click("cmdCancel");
     }
 }
 

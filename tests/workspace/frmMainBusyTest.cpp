@@ -1,6 +1,7 @@
 #include "archive/libraryEvents.h"
 #include "tests/workspace/window.h"
 
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QTimer>
 
@@ -27,6 +28,9 @@ class Pulse : public QObject {
     }
     int beatsWhileBusy = 0, paints = 0, hourglasses = 0;
     QString status; // the first one while busy
+    // The progress bar in the first 400 ms, and its values after that.
+    bool earlyBar = false;
+    QList<int> values;
     std::function<void()> whileBusy;
 
   protected:
@@ -47,6 +51,11 @@ class Pulse : public QObject {
             ++hourglasses;
         if (status.isEmpty())
             status = m_window.status();
+        const auto *bar = m_window.control<QProgressBar>("ProgressBar");
+        if (bar->isVisible() && m_sinceStart.elapsed() > 400)
+            values.append(100 * bar->value() / bar->maximum());
+        else
+            earlyBar |= bar->isVisible();
         if (whileBusy)
             whileBusy();
     }
@@ -92,28 +101,55 @@ TEST(frmMainBusy, shows_that_it_extracts_and_drops_clicks_and_keys) {
     window.form().activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window.form()));
     window.pick("Base");
+    QElapsedTimer time;
     Pulse pulse(window);
     int injected = 0;
+    const auto slowDown = [&](QElapsedTimer time) {
+        if (time.elapsed() < 500)
+            QTest::qSleep(600);
+    };
     pulse.whileBusy = [&] {
         ++injected;
+        slowDown(time);
         window.clickFromOutside("cmdCancel");
         window.typeFromOutside(Qt::Key_Space);
         window.form().close();
     };
-    QElapsedTimer time;
     time.start();
     window.click("cmdExtract");
     EXPECT_GT(pulse.paints, 0);
-    EXPECT_LE(pulse.paints, time.elapsed() / 25 + 3) << "painting takes time from the work";
+    EXPECT_LE(pulse.paints, time.elapsed() / 25 + 5) << "painting takes time from the work";
     // The pointer is reset shortly before the window is enabled.
     EXPECT_GE(pulse.hourglasses, pulse.beatsWhileBusy - 2);
     EXPECT_EQ(pulse.status, "Please wait. Extracting files...");
+    EXPECT_FALSE(pulse.earlyBar) << "it would cover the status";
+    ASSERT_FALSE(pulse.values.isEmpty());
+    EXPECT_LT(0, pulse.values.last());
     pulse.whileBusy = nullptr;
     QTest::qWait(100);
     EXPECT_GT(injected, 1);
     EXPECT_TRUE(window.form().isVisible());
     EXPECT_TRUE(QFile::exists(game.temp() + "/Base/folder00000/file000000.cs"));
     EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
+
+    const QString first = game.temp() + "/Base/folder00000/file000000.cs";
+    QDirIterator files(game.temp() + "/Base", QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        writeFile(files.next(), "edited");
+    bool shownWhilePacking = false;
+    {
+        Pulse saving(window);
+        time.restart();
+        saving.whileBusy = [&] {
+            slowDown(time);
+            shownWhilePacking |= !saving.values.isEmpty() && saving.values.last() > 0 &&
+                                 QFile::exists(first);
+        };
+        window.click("cmdSaveChanges");
+        EXPECT_FALSE(saving.earlyBar);
+    }
+    EXPECT_TRUE(shownWhilePacking);
+    window.click("cmdExtract");
 
     // Once the window is enabled again, the same click works.
     window.clickFromOutside("cmdCancel");

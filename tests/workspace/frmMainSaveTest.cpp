@@ -315,12 +315,13 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_what_was_skipped) {
 TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     Extracted job;
     writeFile(job.folder + "scripts/a.cs", "in time");
-    // The bar is reset between the save of the archive and the clean-up.
+    // The bar is reset before the save of the archive and between it and the clean-up.
     writeFile(job.folder + "shapes/c.dts", "in time");
     const auto late =
         QObject::connect(job.window->control<QProgressBar>("ProgressBar"),
-                         &QProgressBar::valueChanged, [folder = job.folder](int value) {
-                             if (value != 0)
+                         &QProgressBar::valueChanged,
+                         [folder = job.folder, resets = 0](int value) mutable {
+                             if (value != 0 || ++resets != 2)
                                  return;
                              writeFile(folder + "textures/sky.png", QByteArray(5000, 't'));
                              writeFile(folder + "shapes/c.dts", "too late"); // others as long
@@ -343,6 +344,19 @@ TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     EXPECT_EQ(readArchive(job.archive).at("shapes/c.dts"), "too late");
     EXPECT_EQ(readArchive(job.archive).at("textures/sky.png"), QByteArray(5000, 't'));
     EXPECT_FALSE(QFile::exists(job.record()));
+
+    // An editor that still has a file open makes its folder again.
+    QDir().mkpath(job.folder + "textures");
+    writeFile(job.folder + "textures/sky.png", "saved once more");
+    MainWindow next;
+    next.pick(job.window->dropDown()->currentText());
+    EXPECT_EQ(joined(next.boldEntries()), next.dropDown()->currentText().toStdString());
+    EXPECT_TRUE(next.note().contains("not saved: textures/sky.png.")) << next.note().toStdString();
+    next.click("cmdExtract");
+    EXPECT_EQ(readFile(job.folder + "scripts/a.cs"), "in time");
+    next.click("cmdSaveChanges");
+    next.click("cmdSaveChanges"); // the version that was edited is not known
+    EXPECT_EQ(readArchive(job.archive).at("textures/sky.png"), "saved once more");
 }
 
 TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {

@@ -16,6 +16,15 @@ TEST(frmMainStart, has_its_size_and_room_for_every_caption_in_any_style) {
         EXPECT_EQ(window.dropDown()->geometry(), QRect(12, 28, 241, 21));
         expectCaptionsFit(window.form());
     }
+    // Some desktops maximise what has a fixed size, and end a program that does not follow.
+    MainWindow window;
+    for (const Qt::WindowState state : {Qt::WindowMaximized, Qt::WindowFullScreen}) {
+        window.form().setWindowState(state);
+        EXPECT_FALSE(window.form().updatesEnabled());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return window.form().updatesEnabled(); }));
+        EXPECT_EQ(window.form().windowState(), Qt::WindowNoState);
+        EXPECT_EQ(window.form().size(), QSize(265, 473));
+    }
 }
 
 TEST(frmMainStart, shows_the_version_and_offers_the_archives_in_proper_case) {

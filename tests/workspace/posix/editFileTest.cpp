@@ -22,9 +22,16 @@ TEST_F(Desktop, GivesTheTextEditorIfNoneIsChosen) {
     EXPECT_EQ(startedAs(editor), commandLine(editor, "@", extracted("d/a.txt")));
     EXPECT_EQ(boxes(), "");
 
+    // A name without a folder is that of a program in the search path.
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(inRoot("bin")) + ':' + path);
+    choose("Text", "gedit");
+    click("cmdEditFile");
+    EXPECT_EQ(startedAs(editor), commandLine(editor, "@", extracted("d/a.txt")));
+    choose("Text", "");
+
     // If the desktop has none, the start fails with a message.
     qunsetenv("VISUAL");
-    const QByteArray path = qgetenv("PATH");
     qputenv("PATH", "/nonexistent");
     click("cmdEditFile");
     EXPECT_EQ(boxes(), kSelectPrompt);

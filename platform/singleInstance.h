@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class QObject;
+
+// The instances of the program on one display with the same settings.
+namespace platform {
+
+// The answer of the running instance. None: there is no other instance, or it does not respond.
+enum class Handover { None, Shown, Busy };
+
+// Asks the running instance to show an archive and to come to the front. `archive` is an absolute
+// path in the system's form. Takes at most two seconds.
+Handover handOver(const QString &archive);
+
+// Accepts such requests during the lifetime of `owner`, if no other instance does. `show` is called
+// by the event loop and returns whether it shows the archive.
+void acceptHandovers(QObject *owner, const std::function<bool(const QString &archive)> &show);
+
+} // namespace platform
