@@ -97,16 +97,21 @@ std::uint64_t hashWithoutCase(std::string_view path) {
 // Finds the twins of the candidates. Does nothing if all entries have files.
 void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
                std::vector<Candidate> &candidates) {
-    std::unordered_set<std::size_t> matched;
-    for (const Candidate &candidate : candidates)
-        if (candidate.entry != kNoEntry)
-            matched.insert(candidate.entry);
-    if (matched.size() >= entries.size())
+    std::vector<bool> matched; // by entry
+    std::size_t count = 0;
+    for (const Candidate &candidate : candidates) {
+        if (candidate.entry == kNoEntry)
+            continue;
+        matched.resize(std::max(matched.size(), candidate.entry + 1));
+        count += matched[candidate.entry] ? 0 : 1;
+        matched[candidate.entry] = true;
+    }
+    if (count >= entries.size())
         return;
     std::unordered_multimap<std::uint64_t, Candidate *> byHash; // created when needed
     entries.each([&](std::string_view path, std::size_t entry) {
         idle();
-        if (matched.contains(entry) || path.ends_with('/'))
+        if ((entry < matched.size() && matched[entry]) || path.ends_with('/'))
             return;
         if (byHash.empty())
             for (Candidate &candidate : candidates)
