@@ -51,7 +51,7 @@ bool Disk::isRefusal(Feature feature, int error) {
     case ENOSYS:
         return true;
     case EINVAL:
-        return (feature & (NamelessFiles | ExclusiveRename | CopyRange)) != 0;
+        return (feature & (NamelessFiles | ExclusiveRename | CopyRange | Leases)) != 0;
     case EISDIR:
         return feature == NamelessFiles;
     case EPERM: // the word for no links at all

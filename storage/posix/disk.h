@@ -18,6 +18,7 @@ class Disk {
         CopyRange = 16,      // copies by the file system
         ShareRange = 32,     // copies that share blocks
         ReserveRange = 64,   // allocation before the data is written
+        Leases = 128,        // knowledge of programs that write to a file
     };
 
     // The disk of this device number; it is never destroyed.

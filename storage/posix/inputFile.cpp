@@ -66,12 +66,21 @@ Status InputFile::info(FileInfo &info) const {
 // microseconds, the signal that an opening would cause is one that is ignored.
 bool InputFile::isOpenForWriting() const {
     const int file = static_cast<int>(m_handle);
-    if (fcntl(file, F_SETSIG, SIGURG) != 0)
+    FileInfo known;
+    if (!info(known).ok())
         return false;
-    const bool granted = fcntl(file, F_SETLEASE, F_RDLCK) == 0;
-    const bool isOpen = !granted && errno == EAGAIN && knowsWriters(file);
-    if (granted)
+    Disk &disk = Disk::of(known.device);
+    if (disk.refuses(Disk::Leases) || fcntl(file, F_SETSIG, SIGURG) != 0)
+        return false;
+    if (disk.attempt(Disk::Leases, [&] { return fcntl(file, F_SETLEASE, F_RDLCK); }) == 0) {
         static_cast<void>(fcntl(file, F_SETLEASE, F_UNLCK));
+        return false;
+    }
+    if (errno != EAGAIN)
+        return false;
+    const bool isOpen = knowsWriters(file);
+    if (!isOpen)
+        disk.refuse(Disk::Leases);
     return isOpen;
 }
 
