@@ -195,10 +195,9 @@ class frmMain : public QWidget {
     // The folder for these versions.
     QString TheirsFolder() const;
     // Copies the whole archive there, for versions that cannot be extracted. Returns those that the
-    // copy holds.
-    std::vector<EntryVersion> CopyTheirs(const std::vector<EntryVersion> &conflicts) const;
-    // The path of that copy.
-    QString ArchiveOfTheirs() const;
+    // copy holds, and in `copy` its path.
+    std::vector<EntryVersion> CopyTheirs(const std::vector<EntryVersion> &conflicts,
+                                         QString &copy) const;
     // Extracts the versions there, as NAME.theirs, in place of earlier ones. Returns those that are
     // there then, and in `reason` why others are not.
     std::vector<EntryVersion> ExtractTheirs(const std::vector<EntryVersion> &conflicts,

@@ -42,13 +42,25 @@ QString theirsName(const QString &name) {
     return shown + last + '~' + QString::number(hash, 16) + ending;
 }
 
-// Copies an archive into a folder; an unfinished copy is removed.
-platform::Status copyInto(const QString &folder, const QString &archive) {
+// The path, in a folder, of a copy of an archive. Earlier copies may be all that is left of what
+// they hold.
+QString freeCopyName(const QString &folder, const QString &archive) {
+    const QFileInfo file(platform::nativePath(archive));
+    QString path = folder + '\\' + file.fileName();
+    for (int n = 2; QFileInfo::exists(platform::nativePath(path)); ++n)
+        path = QStringLiteral("%1\\%2~%3.%4")
+                   .arg(folder, file.completeBaseName(), QString::number(n), file.suffix());
+    return path;
+}
+
+// Copies an archive; an unfinished copy is removed.
+platform::Status copyArchive(const QString &archive, const QString &path) {
+    const QFileInfo to(platform::nativePath(path));
     platform::Folder target;
     platform::InputFile source;
     platform::FileInfo info;
     platform::NewFile copy;
-    platform::Status status = target.open(platform::storagePath(folder));
+    platform::Status status = target.open(to.path().toStdString());
     if (status.ok())
         status = source.open(platform::storagePath(archive), info);
     if (status.ok())
@@ -61,9 +73,8 @@ platform::Status copyInto(const QString &folder, const QString &archive) {
         status = copy.copyFrom(source, 0, info.size, repaint);
     if (status.ok())
         status = copy.sync();
-    const QString name = QFileInfo(platform::nativePath(archive)).fileName();
     if (status.ok())
-        status = copy.commit(name.toStdString(), platform::NewFile::Replace::Yes);
+        status = copy.commit(to.fileName().toStdString(), platform::NewFile::Replace::No);
     return status;
 }
 
@@ -120,21 +131,21 @@ QString frmMain::TheirsFolder() const {
     return WorkFolders() + '\\' + name;
 }
 
-QString frmMain::ArchiveOfTheirs() const {
-    return TheirsFolder() + '\\' + QFileInfo(platform::nativePath(ArchivePath())).fileName();
-}
-
-std::vector<EntryVersion> frmMain::CopyTheirs(const std::vector<EntryVersion> &conflicts) const {
+std::vector<EntryVersion> frmMain::CopyTheirs(const std::vector<EntryVersion> &conflicts,
+                                              QString &copy) const {
     std::vector<EntryVersion> there;
     const bool isLink = QFileInfo(platform::nativePath(TheirsFolder())).isSymLink();
-    if (conflicts.empty() || isLink || !copyInto(TheirsFolder(), ArchivePath()).ok())
+    copy = freeCopyName(TheirsFolder(), ArchivePath());
+    if (conflicts.empty() || isLink || !copyArchive(ArchivePath(), copy).ok())
         return there;
     // The archive may have been replaced since the save.
-    const auto listed = listedEntries(ArchiveOfTheirs());
+    const auto listed = listedEntries(copy);
     for (const EntryVersion &entry : conflicts)
         if (const QByteArray path = entryName(entry).toUtf8().left(kListedBytes);
             listed.contains({QString::fromUtf8(path), entry.crc}))
             there.push_back(entry);
+    if (there.empty())
+        QFile::remove(platform::nativePath(copy));
     return there;
 }
 
@@ -210,7 +221,8 @@ QString frmMain::ConflictText() {
         return ShortList(names);
     };
     const auto notExtracted = without(conflicts, ExtractTheirs(conflicts, reason));
-    const auto copied = CopyTheirs(notExtracted);
+    QString copy;
+    const auto copied = CopyTheirs(notExtracted, copy);
     const auto missing = without(notExtracted, copied);
     for (EntryVersion entry : without(conflicts, missing)) {
         entry.written = true; // whatever its file is, the user knows which one is packed over it
@@ -232,6 +244,6 @@ QString frmMain::ConflictText() {
     if (!copied.empty())
         text += QStringLiteral("%1 cannot be extracted (%2), so a copy of the whole archive is "
                                "there: %3. ")
-                    .arg(namesOf(copied), reason, shownPath(ArchiveOfTheirs()));
+                    .arg(namesOf(copied), reason, shownPath(copy));
     return text + QStringLiteral("Press Save Changes again to pack yours over them");
 }

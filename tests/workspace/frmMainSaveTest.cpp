@@ -599,11 +599,13 @@ TEST(frmMainSave, packs_over_a_version_that_no_file_can_hold_after_it_has_kept_t
         else
             job.replaceArchive({{"keep.txt", "k"}, {name, "theirs"}});
         const QByteArray theirs = readFile(job.archive);
+        const QString folder = job.game.temp() + "/Classic.theirs";
+        if (isEncrypted)
+            writeFile(folder + "/CLASSIC.vl2", "of an earlier conflict");
         job.window->click("cmdSaveChanges");
         EXPECT_EQ(answers.boxes().size(), 1U);
         EXPECT_EQ(readFile(job.archive), theirs);
-        const QString folder = job.game.temp() + "/Classic.theirs";
-        const QString copy = folder + "/CLASSIC.vl2";
+        const QString copy = folder + (isEncrypted ? "/CLASSIC~2.vl2" : "/CLASSIC.vl2");
         EXPECT_NE(job.window->status().contains(QDir::toNativeSeparators(copy)), isKept)
             << job.window->status().toStdString();
         EXPECT_EQ(readFile(copy), isKept ? QByteArray() : theirs);
