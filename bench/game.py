@@ -168,7 +168,7 @@ class Game:
         ours, peer = self.compare(
             self.environment.orvel("clean", self.archive, "{}/tree", prepare=prepare),
             Candidate("rm -r", lambda f: ["rm", "-r", f + "/tree"], prepare))
-        self.figures.share("clean up the game-like work folder", ours, peer, None)
+        self.figures.share("clean up the game-like work folder", ours, peer, 0.6)
 
         def prepare_cancel(folder):
             prepare(folder)

@@ -118,6 +118,16 @@ def make_small(path, count):
             archive.writestr(info(name), base[start:start + 40 + number * 37 % 660], compresslevel=1)
 
 
+def make_median(path):
+    """Four files, 100 KB, as most archives of players."""
+    rng = random.Random(3)
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        for name, data in (("readme.txt", text(rng, 900)), ("scripts/autoexec/tweak.cs", text(rng, 4000)),
+                           ("textures/skins/base.png", noise(rng, 48_000)),
+                           ("textures/skins/rough.png", noise(rng, 50_000))):
+            archive.writestr(info(name), data, zipfile.ZIP_DEFLATED)
+
+
 def make_large(path):
     """One entry of 5 GiB that compresses to about a third, and a small one."""
     block = noise(random.Random(5), 1 << 18)

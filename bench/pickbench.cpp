@@ -1,7 +1,8 @@
 // Picks an archive in the real main window. Prints the time from the key press to the painted tree,
-// and the longest time for which the event loop was blocked. With --extract: the same for the
-// button Extract. With a file of the work folder as the argument: the same for the time from the
-// return of the focus to the mark of that changed file.
+// and the longest time for which the event loop was blocked. With --press BUTTON: the same for a
+// button, to the end of its work; cmdEditFile edits the first file. With a file of the work folder
+// as the argument: the same for the time from the return of the focus to the mark of that changed
+// file.
 
 #include "workspace/frmMain.h"
 
@@ -110,16 +111,26 @@ double lookTime(QWidget &window, const QString &file) {
     return spent;
 }
 
-void extractTime(QWidget &window) {
-    auto *extract = window.findChild<QPushButton *>("cmdExtract");
+// False if the window is not in the state that the button has to lead to.
+bool pressTime(QWidget &window, QTreeView &tree, const QString &name) {
+    const auto *extract = window.findChild<QPushButton *>("cmdExtract");
+    auto *button = window.findChild<QPushButton *>(name);
+    const QAbstractItemModel &model = *tree.model();
+    tree.setCurrentIndex(model.index(0, 0, model.index(0, 0)));
+    processEventsFor(300); // the look for changes
+    if (button == nullptr || !button->isEnabled())
+        return false;
     EventLoopTimer eventLoop;
     QElapsedTimer clock;
     clock.start();
-    extract->click();
+    button->click();
     const double spent = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     eventLoop.tick();
-    std::printf("{\"code\": %d, \"ms\": %.3f, \"gap_ms\": %.3f}\n", extract->isEnabled() ? 1 : 0,
-                spent, eventLoop.longestGapMs());
+    const bool ends = name == "cmdSaveChanges" || name == "cmdCancel";
+    const bool done = extract->isEnabled() == ends;
+    std::printf("{\"code\": %d, \"ms\": %.3f, \"gap_ms\": %.3f}\n", done ? 0 : 1, spent,
+                eventLoop.longestGapMs());
+    return done;
 }
 
 } // namespace
@@ -148,10 +159,8 @@ int main(int argc, char **argv) {
         QApplication::processEvents(QEventLoop::AllEvents, 5);
     processEventsFor(300); // repainting and enabling of controls
     eventLoop.tick();
-    if (argc > 1 && QApplication::arguments()[1] == "--extract") {
-        extractTime(window);
-        return 0;
-    }
+    if (argc > 2 && QApplication::arguments()[1] == "--press")
+        return pressTime(window, *tree, QApplication::arguments()[2]) ? 0 : 1;
     if (argc > 1)
         return lookTime(window, QApplication::arguments()[1]) < 0 ? 1 : 0;
 

@@ -68,6 +68,12 @@ class Figures:
                   None if goal is None else "at most %g of its time" % goal,
                   goal is None or ratio <= goal)
 
+    def added(self, work, ours, peer, factor, milliseconds):
+        """A time that may exceed the peer's by a factor and a constant."""
+        self._add(work, ours, peer, "%.1f ms more" % (ours.median() - peer.median()),
+                  "at most %g of its time and %g ms" % (factor, milliseconds),
+                  ours.median() <= factor * peer.median() + milliseconds)
+
     def size(self, work, ours, name, peer, goal):
         ratio = ours / peer
         self._row(work, "%d bytes" % ours, name, "%d bytes" % peer, "%.4f of its size" % ratio,

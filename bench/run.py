@@ -8,7 +8,7 @@ Prints a table of ratios, each from one run on this machine. --write also writes
 keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
 5 GiB, which takes some minutes and 16 GB of disk. --quick checks that everything works: three
 rounds, at most 10,000 entries. --only measures some parts: listing, extraction, saving, window,
-scripts, growth, clean, copies (extraction and save compared with copies of the files, for other
+scripts, growth, clean, buttons, copies (extraction and save compared with copies of the files, for other
 disks than the usual).
 """
 
@@ -26,9 +26,9 @@ from game import CHANGED, Game  # noqa: E402
 import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from rows import Figures  # noqa: E402
-from window import extracting, looking, picking  # noqa: E402
+from window import looking, picking, pressing  # noqa: E402
 
-PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean", "copies")
+PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean", "buttons", "copies")
 
 
 def machine(environment):
@@ -49,7 +49,6 @@ def measure(environment, figures, options):
         game.listing()
     if "window" in parts:
         picking(environment, figures, game.many)
-        extracting(environment, figures, game.archive)
         looking(environment, figures, game.archive, CHANGED)
     if "extraction" in parts:
         game.extraction()
@@ -73,6 +72,8 @@ def measure(environment, figures, options):
     if growth:
         cycles.clean_up()
         growth.report()
+    if "buttons" in parts:
+        pressing(environment, figures, game)
 
 
 def written_by_hand(path):

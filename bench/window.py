@@ -1,10 +1,12 @@
-"""Times the main window: the pick of an archive of 100,000 entries, an extraction with its record, the
-look for changed files."""
+"""Times the main window: the pick of an archive of 100,000 entries, each button from the press to the
+end of its work, the look for changed files."""
 
 import os
 import sys
 
-from paired import Candidate, run_paired
+import make_archive
+from environment import sh
+from paired import Candidate, files_in, run_paired
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts",
                                 "drive"))
@@ -46,20 +48,85 @@ def picking(environment, figures, archive):
     bound_gaps(figures, "longest time without response of the window", window, 100)
 
 
-def extracting(environment, figures, archive):
-    """The window lists the work folder, clears attributes and writes the record besides."""
-    sandbox = start_window(environment, archive)
-    with Screen(sandbox.environment, sandbox.folder / "pictures") as screen:
-        window = pickbench(environment, screen, "--extract",
-                           prepare=lambda f: sandbox.set(OWN_KEY, "tempdir", f))
-        bare = environment.orvel("extract", archive, "{}/out")
+def append_to(paths):
+    for path in paths:
+        with open(path, "ab") as file:
+            file.write(b"\r\n")
+
+
+# What is done to the extracted files before a button is pressed.
+EDITS = {"nothing changed": lambda files: None,
+         "one file changed": lambda files: append_to(files[:1]),
+         "all files changed": append_to}
+
+
+class Buttons:
+    """Each button of an archive that the user works on, from the press to the end of its work, beside
+    what another tool needs for the same."""
+
+    def __init__(self, environment, figures, screen, sandbox, name, archive, rounds):
+        self.environment, self.figures, self.screen, self.sandbox = environment, figures, screen, sandbox
+        self.name, self.archive, self.rounds = name, archive, rounds
+        self.listed = sandbox.folder / "Tribes2" / "GameData" / "base" / "many.vl2"
+        for kind in ("Text", "PNG", "WAV"):
+            sandbox.set(OWN_KEY + r"\Programs", kind, "/bin/true")
+
+    def fresh(self, folder):
+        self.listed.unlink(missing_ok=True)
+        os.link(self.archive, self.listed)  # a save replaces the link
+        self.sandbox.set(OWN_KEY, "tempdir", folder)
+
+    def extracted(self, edit):
+        def prepare(folder):
+            self.fresh(folder)
+            sh(os.path.join(self.environment.programs, "pickbench"), "--press", "cmdExtract",
+               env=self.screen.environment)
+            EDITS[edit](sorted(files_in(folder + "/Many")))
+        return prepare
+
+    def tree(self, edit):
+        """The same for other tools."""
+        def prepare(folder):
+            sh("cp", self.archive, folder + "/game.vl2")
+            sh(self.environment.tool, "extract", self.archive, folder + "/tree")
+            EDITS[edit](sorted(files_in(folder + "/tree")))
+        return prepare
+
+    def row(self, work, button, prepare, peer=None, goal=None):
+        window = pickbench(self.environment, self.screen, "--press", button, prepare=prepare)
+        run_paired([window] + ([peer] if peer else []), self.environment.new_path(), self.rounds)
+        window.command = lambda f: ["pickbench", "--press", button]
+        work = "window: %s, %s" % (work, self.name)
+        if peer is None:
+            self.figures.bound(work, window, goal)
+        elif goal is None:
+            self.figures.faster(work, window, peer, None)
+        else:
+            self.figures.added(work, window, peer, *goal)
+
+    def run(self):
+        bare = self.environment.orvel("extract", self.archive, "{}/out")
         bare.name = "bare extraction"
-        run_paired([window, bare], environment.new_path(), environment.rounds)
-    if any(report["code"] != 0 for report in window.reports):
-        raise SystemExit("the window does not extract the archive")
-    window.command = lambda f: ["pickbench", "--extract"]
-    figures.share("Extract in the window, game-like archive", window, bare, 1.3)
-    bound_gaps(figures, "longest time without response during Extract", window, 100)
+        self.row("Extract", "cmdExtract", self.fresh, bare, (1.1, 20))
+        self.row("Edit File", "cmdEditFile", self.extracted("nothing changed"), goal=50)
+        for edit in EDITS:
+            self.row("Save Changes, " + edit, "cmdSaveChanges", self.extracted(edit),
+                     Candidate("7z u, sync, rm -r", lambda f: [
+                         "sh", "-c", 'cd "$1/tree" && 7z u -tzip ../game.vl2 . -r && sync ../game.vl2 && '
+                         'exec rm -r "$1/tree"', "sh", f], self.tree(edit)))
+        self.row("Cancel", "cmdCancel", self.extracted("nothing changed"),
+                 Candidate("rm -r", lambda f: ["rm", "-r", f + "/tree"], self.tree("nothing changed")))
+
+
+def pressing(environment, figures, game):
+    median = environment.cached("median.vl2", make_archive.make_median)
+    # Each round of the large ones takes a minute to prepare.
+    for name, archive, rounds in (("game-like archive", game.archive, min(3, environment.rounds)),
+                                  ("100,000 entries", game.many, 1),
+                                  ("4 entries", median, environment.rounds)):
+        sandbox = start_window(environment, archive)
+        with Screen(sandbox.environment, sandbox.folder / "pictures") as screen:
+            Buttons(environment, figures, screen, sandbox, name, archive, rounds).run()
 
 
 def looking(environment, figures, archive, changed):

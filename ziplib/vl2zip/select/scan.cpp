@@ -77,7 +77,11 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
     for (const auto &item : items) {
         if (platform::isNameOfDeleted(item.name))
             continue;
-        std::string below = path.empty() ? item.name : path + '/' + item.name;
+        std::string below;
+        below.reserve(path.size() + 1 + item.name.size()); // else it may take twice as much
+        if (!path.empty())
+            below.append(path) += '/';
+        below += item.name;
         if (platform::isTemporaryName(item.name)) {
             if (item.kind == Kind::File)
                 found.temporaries.push_back(std::move(below));
