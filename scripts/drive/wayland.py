@@ -15,6 +15,7 @@ default_floating_border normal
 focus_on_window_activation focus
 bindsym Mod1+F4 kill
 bindsym Mod4+Shift+m fullscreen toggle
+bindsym Mod4+Tab focus mode_toggle
 """
 
 
@@ -35,6 +36,9 @@ class WaylandScreen(Screen):
         width, height = self.size.split("x")
         self.environment.update({"XDG_RUNTIME_DIR": self.runtime.name, "WLR_BACKENDS": "x11",
                                  "WLR_RENDERER": "pixman", "GDK_BACKEND": "wayland"})
+        bus = f"unix:path={self.runtime.name}/bus"
+        self._start(["dbus-daemon", "--session", "--nofork", f"--address={bus}"])
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus
         if self.compositor == "sway":
             config = Path(self.runtime.name) / "sway.conf"
             config.write_text(SWAY.format(size=self.size))

@@ -107,9 +107,8 @@ TEST(frmMainBrowse, comes_to_the_front_with_an_archive_for_a_later_start_unless_
     };
     EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::None);
     MainWindow window;
-    platform::acceptHandovers(&window.form(), [&](const QString &archive) {
-        return window.form().ShowArchive(archive);
-    });
+    platform::acceptHandovers(
+        &window.form(), [&](const QString &archive) { return window.form().ShowArchive(archive); });
     EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::Shown);
     EXPECT_TRUE(QTest::qWaitFor([&] { return window.dropDown()->currentText() == "B"; }));
     window.form().setEnabled(false);

@@ -142,8 +142,8 @@ TEST(frmMainBusy, shows_that_it_extracts_and_drops_clicks_and_keys) {
         time.restart();
         saving.whileBusy = [&] {
             slowDown(time);
-            shownWhilePacking |= !saving.values.isEmpty() && saving.values.last() > 0 &&
-                                 QFile::exists(first);
+            shownWhilePacking |=
+                !saving.values.isEmpty() && saving.values.last() > 0 && QFile::exists(first);
         };
         window.click("cmdSaveChanges");
         EXPECT_FALSE(saving.earlyBar);
