@@ -78,7 +78,7 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given) {
     // Each outside of the game's folder is saved where it lies, from a work folder of its own.
     MainWindow window;
     const QStringList offered = window.entries();
-    for (const QString path : {game.root() + "/my mod.vl2", game.root() + "/other/my mod.vl2",
+    for (const QString &path : {game.root() + "/my mod.vl2", game.root() + "/other/my mod.vl2",
                                game.archive("My Mod.vl2")}) {
         window.form().ChooseArchive(path);
         window.click("cmdExtract");

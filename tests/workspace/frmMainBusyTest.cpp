@@ -104,8 +104,8 @@ TEST(frmMainBusy, shows_that_it_extracts_and_drops_clicks_and_keys) {
     QElapsedTimer time;
     Pulse pulse(window);
     int injected = 0;
-    const auto slowDown = [&](QElapsedTimer time) {
-        if (time.elapsed() < 500)
+    const auto slowDown = [](const QElapsedTimer &since) {
+        if (since.elapsed() < 500)
             QTest::qSleep(600);
     };
     pulse.whileBusy = [&] {
