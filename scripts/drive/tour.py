@@ -81,6 +81,8 @@ def use_desktop(job, archive):
     found = ["the window keeps its size, and mousepad gets the focus"]
     if screen.compositor == "sway":  # weston has no protocol for it
         edit_by_hand(job, SCRIPT)
+        if not (job.sandbox.editor.parent / "stand-in-editor.token").read_text():
+            raise AssertionError("the stand-in editor got no token to ask for the focus")
         found.append("a mousepad that runs already gets the focus")
     screen.key("ctrl+q")
     screen.window(MAIN)
