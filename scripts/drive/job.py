@@ -47,6 +47,9 @@ class Job:
         self.picture("no-game", box)
         self.screen.key("Return")
         self.ended("exit after the message", expected=1)
+        help_text = (self.sandbox.folder / "orvel.log").read_text(errors="replace")
+        if "orvel-reg add 'SOFTWARE" not in help_text:
+            raise Missed(f"no help for the terminal: {help_text}")
 
     def see_splash(self):
         self.start()

@@ -15,6 +15,7 @@ default_floating_border normal
 focus_on_window_activation focus
 bindsym Mod1+F4 kill
 bindsym Mod4+Shift+m fullscreen toggle
+bindsym Mod4+Tab focus mode_toggle
 """
 
 
@@ -35,6 +36,9 @@ class WaylandScreen(Screen):
         width, height = self.size.split("x")
         self.environment.update({"XDG_RUNTIME_DIR": self.runtime.name, "WLR_BACKENDS": "x11",
                                  "WLR_RENDERER": "pixman", "GDK_BACKEND": "wayland"})
+        bus = f"unix:path={self.runtime.name}/bus"
+        self._start(["dbus-daemon", "--session", "--nofork", f"--address={bus}"])
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus
         if self.compositor == "sway":
             config = Path(self.runtime.name) / "sway.conf"
             config.write_text(SWAY.format(size=self.size))
@@ -61,8 +65,9 @@ class WaylandScreen(Screen):
         keyboard focus."""
         surfaces, windows, focus = {}, {}, None
         text = self.log.read_text(errors="replace") if self.log.exists() else ""
-        start = text.rfind("get_registry(new id wl_registry@2)")
-        for line in text[max(start, 0):].splitlines():
+        # The connection of a start; those for activation tokens bind no compositor.
+        start = [found.start() for found in re.finditer(r'bind\(\d+, "wl_compositor"', text)]
+        for line in text[start[-1] if start else 0:].splitlines():
             if found := re.search(r"get_xdg_surface\(new id xdg_surface@(\d+), wl_surface@(\d+)", line):
                 surfaces[found[1]] = found[2]
             elif found := re.search(r"xdg_surface@(\d+)\.get_toplevel\(new id xdg_toplevel@(\d+)", line):
@@ -99,7 +104,7 @@ class WaylandScreen(Screen):
 
     def picture(self, name, window=None):
         """Saves a screenshot of the whole screen: where a window is, only the compositor knows."""
-        time.sleep(0.1)  # the program's request is in the log before the compositor shows it
+        time.sleep(0.3)  # the program's request is in the log before the compositor shows it
         return super().picture(name)
 
     def is_active(self, title):

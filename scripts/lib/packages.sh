@@ -6,7 +6,7 @@ packages_of() {
     case $1 in
     build)
         echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev libcli11-dev \
-            nlohmann-json3-dev libpcre2-dev
+            nlohmann-json3-dev libpcre2-dev pkg-config libwayland-dev wayland-protocols
         ;;
     test)
         echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \

@@ -317,15 +317,14 @@ TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     writeFile(job.folder + "scripts/a.cs", "in time");
     // The bar is reset before the save of the archive and between it and the clean-up.
     writeFile(job.folder + "shapes/c.dts", "in time");
-    const auto late =
-        QObject::connect(job.window->control<QProgressBar>("ProgressBar"),
-                         &QProgressBar::valueChanged,
-                         [folder = job.folder, resets = 0](int value) mutable {
-                             if (value != 0 || ++resets != 2)
-                                 return;
-                             writeFile(folder + "textures/sky.png", QByteArray(5000, 't'));
-                             writeFile(folder + "shapes/c.dts", "too late"); // others as long
-                         });
+    const auto late = QObject::connect(
+        job.window->control<QProgressBar>("ProgressBar"), &QProgressBar::valueChanged,
+        [folder = job.folder, resets = 0](int value) mutable {
+            if (value != 0 || ++resets != 2)
+                return;
+            writeFile(folder + "textures/sky.png", QByteArray(5000, 't'));
+            writeFile(folder + "shapes/c.dts", "too late"); // others as long
+        });
     job.window->click("cmdSaveChanges");
     QObject::disconnect(late);
     EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "in time");

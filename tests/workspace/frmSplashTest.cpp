@@ -1,10 +1,14 @@
 #include "workspace/frmSplash.h"
 #include "tests/workspace/window.h"
+#include "workspace/registerGame.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
+
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -91,4 +95,27 @@ TEST(frmSplash, ends_the_program_with_a_message_if_there_is_no_game) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         EXPECT_EQ(splash, nullptr);
     }
+}
+
+TEST(frmSplash, starts_after_the_user_has_registered_a_folder_that_holds_the_game) {
+    const TempGame game;
+    TempGame::setGameFolder("");
+    const Answers answers;
+    QStringList chosen; // the last one first; then the user cancels
+    platform::prompts().folder = [&](const QString &) {
+        return chosen.isEmpty() ? std::nullopt : std::optional(chosen.takeLast());
+    };
+    const auto starts = [] {
+        const std::unique_ptr<frmSplash> splash(new frmSplash);
+        return splash->Load();
+    };
+    chosen = {game.root()};
+    EXPECT_FALSE(RegisterGameFolder());
+    ASSERT_EQ(answers.boxes().size(), 1U);
+    EXPECT_TRUE(answers.boxes().front().text.contains("is not the folder of the game"));
+    EXPECT_FALSE(starts());
+    chosen = {game.folder(), game.base()};
+    EXPECT_TRUE(RegisterGameFolder());
+    EXPECT_EQ(answers.boxes().size(), 3U);
+    EXPECT_TRUE(starts());
 }
