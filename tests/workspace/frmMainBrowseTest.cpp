@@ -79,7 +79,7 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given) {
     MainWindow window;
     const QStringList offered = window.entries();
     for (const QString &path : {game.root() + "/my mod.vl2", game.root() + "/other/my mod.vl2",
-                               game.archive("My Mod.vl2")}) {
+                                game.archive("My Mod.vl2")}) {
         window.form().ChooseArchive(path);
         window.click("cmdExtract");
     }
