@@ -23,10 +23,6 @@ class PackedTexts {
         const std::size_t start = index == 0 ? 0 : m_ends[index - 1];
         return {m_text.data() + start, static_cast<qsizetype>(m_ends.at(index) - start)};
     }
-    void shrink() {
-        m_text.shrink_to_fit();
-        m_ends.shrink_to_fit();
-    }
 
   private:
     std::u16string m_text;
