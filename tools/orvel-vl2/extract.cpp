@@ -32,13 +32,13 @@ bool keepGoing() {
 bool jsonOutput = false;
 Progress *progress = nullptr;
 
-std::int32_t onPrint(char *text, std::uint32_t size) {
+std::int32_t onWarning(char *text, std::uint32_t size) {
     if (size > 0)
         complain(platform::utf8FromNarrow({text, size}));
     return 0;
 }
 
-std::int32_t onProcessed(char *name, std::uint32_t) {
+std::int32_t onExtracted(char *name, std::uint32_t) {
     if (jsonOutput)
         printJson({{"entry", platform::utf8FromNarrow(name)}});
     progress->add(1);
@@ -50,7 +50,7 @@ std::int32_t onReplace(char *) {
     return kKeepAll;
 }
 
-Exit exitOf(ReturnCode code) {
+Exit exitForCode(ReturnCode code) {
     switch (code) {
     case ReturnCode::Done:
         return Exit::Fine;
@@ -92,7 +92,7 @@ Exit extractToOutput(const Archive &archive, ziplib::NameFilter &filter) {
         },
         [&](std::size_t, const Status &status) {
             if (!status.ok())
-                throw Failed(vl2::exitOf(status), entryMessage(archive, status));
+                throw Failed(exitOf(status), entryMessage(archive, status));
         });
     return result;
 }
@@ -110,8 +110,8 @@ Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
     request.makeFolders = true;
     request.replaceAll = !options.keep;
     USERFUNCTIONS functions{};
-    functions.print = onPrint;
-    functions.ServCallBk = onProcessed;
+    functions.print = onWarning;
+    functions.ServCallBk = onExtracted;
     functions.replace = onReplace;
     constexpr std::int32_t kFailuresOnly = 1;
     ziplib::Caller caller(functions, nullptr, kFailuresOnly);
@@ -123,7 +123,7 @@ Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
         ziplib::Extraction(archive.file, archive.directory, request, caller, result).run(plan);
     caller.warnLast(result.message());
     checkInterrupt();
-    return exitOf(result.code());
+    return exitForCode(result.code());
 }
 
 Exit extract(ExtractOptions options, bool json) {
@@ -133,7 +133,7 @@ Exit extract(ExtractOptions options, bool json) {
     Exit result = Exit::Fine;
     if (const Status &damage = archive->directory.damage(); !damage.ok()) {
         complain(damage.message);
-        result = vl2::exitOf(damage);
+        result = exitOf(damage);
     }
     ziplib::NameFilter filter(options.names, {}, false, archive->directory, keepGoing);
     result = worse(result, toOutput ? extractToOutput(*archive, filter)
