@@ -16,6 +16,7 @@ packages_of() {
             python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info mousepad pcmanfm ;;
     wayland) echo sway weston qt6-wayland ;;
     bench) echo ziptool ;;
+    archivers) echo ark file-roller engrampa dbus ;;
     package) echo desktop-file-utils appstream shared-mime-info dpkg-dev lintian binutils gzip file ;;
     windows)
         echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest dpkg-dev nsis wine wine64
