@@ -26,6 +26,6 @@ using StartFailed = std::function<void(const QString &reason)>;
 // unquoted one with blanks, the longest existing file is used), then its arguments as one string
 // with double quotes. No shell interprets it. Raises 53 if there is no such program, 5 if it cannot
 // be started. A failure after that goes to `failed`.
-void Shell(const QString &commandLine, int style, StartFailed failed = {});
+void Shell(const QString &commandLine, int style, const StartFailed &failed = {});
 
 } // namespace platform

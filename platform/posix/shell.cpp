@@ -61,7 +61,7 @@ bool isProgramInPath(const QString &name) {
            !findInPath(toNarrow(name.trimmed()).toStdString()).empty();
 }
 
-void Shell(const QString &commandLine, int /*style*/, StartFailed failed) {
+void Shell(const QString &commandLine, int /*style*/, const StartFailed &failed) {
     Command command = parseCommandLine(commandLine);
     if (command.isWindowsProgram) {
         const QByteArray wine = QByteArray::fromStdString(findInPath("wine"));

@@ -105,7 +105,7 @@ bool isProgramInPath(const QString &name) {
            !findProgram(trimmed).isEmpty();
 }
 
-void Shell(const QString &commandLine, int style, StartFailed failed) {
+void Shell(const QString &commandLine, int style, const StartFailed &failed) {
     const Command command = takeApart(commandLine);
     if (command.program.isEmpty())
         raise(ErrorNumber::FileNotFound, commandLine);
