@@ -191,6 +191,9 @@ class frmMain : public QWidget {
     // What a save has to compare folder and archive with; none without a record, nothing with an
     // unreadable one.
     std::optional<std::vector<EntryVersion>> SaveBase() const;
+    // Whether the work folder has a file for each entry. If not, and without a record, its files
+    // may be those that came back after a clean-up.
+    bool HoldsAllFiles() const;
     // Notes in the record, if there is one, what the last save has packed, and where.
     void UpdateRecord();
 

@@ -238,14 +238,16 @@ QString frmMain::ConflictText() {
         return QDir::toNativeSeparators(platform::nativePath(path));
     };
     QString text = namesOf(conflicts);
+    const QString verb = conflicts.size() == 1 ? " differs" : " differ";
     if (ReadRecord())
         text += " changed in your work folder and, by another program, in the archive too. ";
     else if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
-        text += " differ from the archive, and as the record of the extraction is damaged, Orvel "
-                "does not know which versions are newer. ";
+        text += verb + " from the archive, and as the record of the extraction is damaged, Orvel "
+                       "does not know which versions are newer. ";
     else
-        text += " differ from the archive, and as they were deleted with the work folder and put "
-                "back, Orvel does not know which versions are newer. ";
+        text += verb +
+                " from the archive, and as there is no record of their extraction, Orvel does "
+                "not know which versions are newer. ";
     // Without a copy of it, the archive's version would be lost.
     if (!missing.empty())
         return text + QStringLiteral("Yours are not packed over them as long as the archive's "

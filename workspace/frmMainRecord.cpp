@@ -148,12 +148,12 @@ std::optional<WorkRecord> frmMain::ReadRecord() const {
 }
 
 // What the folder was extracted from is the base, even if the archive's name leads to another one
-// now, as a link does. Of files with an unreadable record, and of those that come back after this
-// window's clean-up, nothing is known: each that differs from its entry may be older than that.
+// now, as a link does. Of files with an unreadable record, and of those that come back after a
+// clean-up, nothing is known: each that differs from its entry may be older than that.
 std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     const auto record = ReadRecord();
     if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()) &&
-        !m_emptied.contains(WorkFolder()))
+        !m_emptied.contains(WorkFolder()) && HoldsAllFiles())
         return {};
     std::vector<EntryVersion> base;
     if (record)
@@ -162,6 +162,18 @@ std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     if (m_conflictArchive == ArchivePath())
         base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
     return base;
+}
+
+bool frmMain::HoldsAllFiles() const {
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i) {
+        const QString &name = m_cUnzip->Filename(i);
+        const QString path = ExtractedPath(m_cUnzip->FileDirectory(i), name);
+        if (!name.isEmpty() && !path.isEmpty() && platform::storedName(path).isEmpty())
+            return false;
+        if ((i & 0x3F) == 0)
+            platform::repaintPending();
+    }
+    return true;
 }
 
 void frmMain::UpdateRecord() {

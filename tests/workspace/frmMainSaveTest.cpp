@@ -683,9 +683,9 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         const char *saved = "a"; // of the entry that only the archive's side has changed
     };
     QByteArray other; // the record of another archive
-    for (const Row &row :
-         {Row{"other"}, Row{"missing", false}, Row{"cut off"}, Row{"version"}, Row{"folder"},
-          Row{"empty"}, Row{"of another", false, "theirs"}, Row{"deleted with the folder"}}) {
+    for (const Row &row : {Row{"other"}, Row{"missing", false}, Row{"cut off"}, Row{"version"},
+                           Row{"folder"}, Row{"empty"}, Row{"of another", false, "theirs"},
+                           Row{"deleted with the folder"}, Row{"deleted, as some files"}}) {
         const QString record = row.record;
         SCOPED_TRACE(row.record);
         Extracted job(kFiles, record == "other" ? "Other" : "Classic");
@@ -709,6 +709,8 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         const bool isBack = record == "deleted with the folder";
         if (isBack)
             job.window->click("cmdCancel");
+        if (record == "deleted, as some files")
+            QFile::remove(job.folder + "textures/sky.png");
         for (const ArchiveFile &file : kFiles)
             if (isBack) // from the trash
                 writeFile(job.folder + file.name, file.bytes);
@@ -724,9 +726,10 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         if (row.asks) {
             EXPECT_EQ(answers.boxes().size(), 1U);
             const QString text = job.window->status();
-            EXPECT_TRUE(
-                text.contains(": readme.txt, scripts/a.cs differ from the archive") &&
-                text.contains(isBack ? "were deleted" : "record of the extraction is damaged"))
+            EXPECT_TRUE(text.contains(": readme.txt, scripts/a.cs differ from the archive") &&
+                        text.contains(record.startsWith("deleted")
+                                          ? "no record"
+                                          : "record of the extraction is damaged"))
                 << text.toStdString();
             EXPECT_EQ(readFile(job.game.temp() + "/Classic.theirs/scripts/a.cs.theirs"), "theirs");
             EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
