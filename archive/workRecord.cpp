@@ -407,5 +407,7 @@ void WorkRecord::remove(const QString &folders, const QString &name) {
 }
 
 QString WorkRecord::fileName(const QString &name) {
-    return QStringLiteral(".orvel-%1.record").arg(name);
+    const QString start = ".orvel-";
+    const QString ending = ".record";
+    return start + platform::fittedName(name, start.size() + ending.size()) + ending;
 }

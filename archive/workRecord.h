@@ -82,13 +82,13 @@ class WorkRecord {
     static std::optional<Archive> readArchive(const QString &folders, const QString &name);
     // Whether there is a record, which may be unreadable.
     static bool exists(const QString &folders, const QString &name);
-    // Replaces the record atomically.
+    // Replaces the record atomically. After a failure, the earlier one is there.
     platform::Status write(const QString &folders, const QString &name) const;
     // Deletes what a killed write() has left.
     static void removeTemporaries(const QString &folders);
     // Deletes the record, if there is one, and these.
     static void remove(const QString &folders, const QString &name);
-    // The name of its file.
+    // The name of its file, which holds that of the work folder, or its start if it is long.
     static QString fileName(const QString &name);
 
   private:

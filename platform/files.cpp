@@ -1,8 +1,24 @@
 #include "platform/files.h"
 
 #include "platform/error.h"
+#include "storage/pathText.h"
 
 namespace platform {
+
+QString fittedName(const QString &name, qsizetype added) {
+    constexpr qsizetype kLongest = 255; // bytes, on most disks
+    constexpr qsizetype kCut = 200;
+    const QByteArray bytes = name.toUtf8();
+    if (bytes.size() + added <= kLongest)
+        return name;
+    std::uint64_t hash = kHashStart;
+    for (const char byte : bytes)
+        hash = hashStep(hash, byte);
+    QString cut = name;
+    while (cut.toUtf8().size() > kCut || cut.back().isHighSurrogate())
+        cut.chop(1);
+    return cut + '~' + QString::number(hash, 16);
+}
 
 namespace {
 

@@ -38,6 +38,10 @@ QString findFirst(const QString &pattern, int mask);
 // one), or "" if there is none. Raises nothing.
 QString storedName(const QString &path);
 
+// A file name to which at most `added` bytes are added. If most disks have no room for both, the
+// name is cut short and made unique by a hash.
+QString fittedName(const QString &name, qsizetype added);
+
 // The names of the files in a folder that match a pattern, without hidden and system ones, sorted
 // case-insensitively. Raises 76 if the folder cannot be read.
 QStringList listFiles(const QString &folder, const QString &pattern);

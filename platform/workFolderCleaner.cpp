@@ -162,7 +162,13 @@ struct WorkFolderCleaner::State {
         Status status = deleteHeld(folder, name, file, isEdited);
         if (status.ok() || status.is(Failure::NotFound) || packed == nullptr)
             return status;
-        QString shown = file.toString().replace(u'\\', u'/');
+        // A separator within the stored name is a character of it.
+        const QString stored = QString::fromStdString(name);
+        const QStringView above =
+            file.endsWith(stored) ? file.chopped(stored.size()) : SplitPath(file).folder;
+        QString shown = above.toString().replace(u'\\', u'/');
+        shown +=
+            (shown.isEmpty() || shown.endsWith(u'/') ? QString() : QStringLiteral("/")) + stored;
         if (shown.startsWith(u'/'))
             shown.remove(0, 1);
         if (!trashes) {
@@ -170,6 +176,12 @@ struct WorkFolderCleaner::State {
                 kept.append(shown);
             return status;
         }
+        // An extraction makes no links: this one leads to a folder or nowhere.
+        FileInfo info;
+        if (status.is(Failure::Busy) && folder.info(name, info).ok() &&
+            info.kind == FileInfo::Kind::Link)
+            isEdited = true;
+        kept.removeAll(shown); // of an earlier attempt
         const Trashing trashing = isEdited ? moveToTrash(folder.pathOf(name)) : Trashing::NoTrash;
         if (trashing == Trashing::Moved) {
             trashed.append(shown);

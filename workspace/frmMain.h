@@ -8,6 +8,7 @@
 #include "workspace/archiveTree.h"
 #include "workspace/changedFiles.h"
 
+#include <QHash>
 #include <QPointer>
 #include <QSet>
 #include <QString>
@@ -148,6 +149,9 @@ class frmMain : public QWidget {
     QString ListingNote() const;
     // That about files in the work folder of an archive that is not extracted.
     QString UnsavedNote() const;
+    // That about a work folder which seems to be this archive's, but whose record names another one
+    // that the drop-down does not have.
+    QString OtherWorkNote() const;
     void UpdateButtons();
     QString EntryTip(int entry) const;
     // Disables the action buttons and says which other window works on the archive.
@@ -175,16 +179,21 @@ class frmMain : public QWidget {
     // The name of the selected archive's work folder in WorkFolders().
     QString WorkFolderName() const;
     // Writes the record before an extraction and returns it. `exists`: whether the work folder has
-    // a file.
+    // a file. `written` receives the outcome of the writing.
     WorkRecord PrepareRecord(const WorkRecord::Archive &archive,
-                             const std::function<bool(const QString &)> &exists);
-    // Writes the record after an extraction, from what PrepareRecord returned.
-    void WriteRecord(const WorkRecord &prepared);
+                             const std::function<bool(const QString &)> &exists,
+                             platform::Status &written);
+    // Writes the record after an extraction, from what PrepareRecord returned. A success replaces
+    // `written`.
+    void WriteRecord(const WorkRecord &prepared, platform::Status &written);
     // The record of the work folder; none if there is none or it is unreadable.
     std::optional<WorkRecord> ReadRecord() const;
     // What a save has to compare folder and archive with; none without a record, nothing with an
     // unreadable one.
     std::optional<std::vector<EntryVersion>> SaveBase() const;
+    // Whether the work folder has a file for each entry. If not, and without a record, its files
+    // may be those that came back after a clean-up.
+    bool HoldsAllFiles() const;
     // Notes in the record, if there is one, what the last save has packed, and where.
     void UpdateRecord();
 
@@ -198,10 +207,11 @@ class frmMain : public QWidget {
     // copy holds, and in `copy` its path.
     std::vector<EntryVersion> CopyTheirs(const std::vector<EntryVersion> &conflicts,
                                          QString &copy) const;
-    // Extracts the versions there, as NAME.theirs, in place of earlier ones. Returns those that are
-    // there then, and in `reason` why others are not.
+    // Extracts the versions there, as NAME.theirs, or NAME.theirs~2 ... beside files that differ.
+    // Returns those that are there then, in `reason` why others are not, and in `numbered` the
+    // names of the latter kind.
     std::vector<EntryVersion> ExtractTheirs(const std::vector<EntryVersion> &conflicts,
-                                            QString &reason) const;
+                                            QString &reason, QStringList &numbered) const;
 
     // frmMainSave.cpp
     void cmdSaveChanges_Click();
@@ -261,6 +271,9 @@ class frmMain : public QWidget {
     ArchiveTree *m_tree;          // the model of treArchive
     ArchiveLines *m_lines;        // the model of lstArchive
     mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
+    // The archives of the recorded work folders there that no entry of the drop-down has, by name.
+    mutable QHash<QString, WorkRecord::Archive> m_ownerless;
+    QSet<QString> m_emptied;                   // work folders whose record a clean-up has deleted
     std::vector<platform::FileInfo> m_cleared; // by ClearFileAttributes, for each entry
     ChangedFiles *m_changes;
     ChangedFiles::Listing m_listing; // of the archive listed last

@@ -20,6 +20,13 @@
 
 using ziplib::ReturnCode;
 
+namespace {
+
+// Bytes of files that are compared by content at a selection: the others count as edited.
+constexpr std::uint64_t kMostRead = 64U << 20U;
+
+} // namespace
+
 // Selecting another entry sends the change and then the click, selecting the same entry again only
 // the click. The archive is opened once in both cases.
 void frmMain::drpVL2File_Change() {
@@ -94,7 +101,9 @@ void frmMain::ArchiveChosen() {
     AssignWorkFolders();
     OpenSelectedArchive();
     UpdateButtons();
-    const QString note = (ListingNote() + '\n' + UnsavedNote()).trimmed();
+    QStringList notes{ListingNote(), UnsavedNote(), OtherWorkNote()};
+    notes.removeAll(QString());
+    const QString note = notes.join('\n');
     if (!note.isEmpty() && !m_lock.isRefused())
         ShowNote(note);
 }
@@ -160,8 +169,24 @@ QString frmMain::UnsavedNote() const {
     const QString folder = platform::nativePath(WorkFolder());
     QStringList names;
     QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (files.hasNext())
-        names.append(files.next().mid(folder.size() + 1));
+    const platform::PackedFiles known = files.hasNext() ? KnownFiles() : platform::PackedFiles();
+    std::uint64_t unread = kMostRead;
+    while (files.hasNext()) {
+        const std::string path = files.next().toStdString();
+        const QString name = files.filePath().mid(folder.size() + 1);
+        platform::InputFile file;
+        platform::FileInfo info;
+        const bool isOpen = file.open(path, info).ok();
+        const auto open = [&](platform::InputFile &opened) {
+            if (info.size > unread)
+                return platform::Status(platform::Failure::Busy, "too large to look into");
+            unread -= info.size;
+            return opened.open(path);
+        };
+        if (!isOpen || !known.hold(name, info, true, open))
+            names.append(name);
+        platform::repaintPending();
+    }
     if (names.isEmpty())
         return {};
     names.sort();

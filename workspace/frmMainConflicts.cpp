@@ -2,7 +2,6 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/workFolderCleaner.h"
-#include "storage/pathText.h"
 #include "workspace/controls.h"
 #include "workspace/fileOnDisk.h"
 #include "workspace/frmMain.h"
@@ -24,22 +23,22 @@ QString entryName(const EntryVersion &entry) {
     return QString::fromStdString(entry.path);
 }
 
-// The name under which the archive's version of a file is kept. If the disk has no room for the
-// ending, the name is cut short and made unique by a hash.
-QString theirsName(const QString &name) {
-    constexpr qsizetype kLongest = 255; // bytes, on most disks
-    constexpr qsizetype kCut = 200;
-    const QString ending = ".theirs";
-    QString last = name.mid(name.lastIndexOf('/') + 1);
-    if (last.toUtf8().size() + ending.size() <= kLongest)
-        return name + ending;
-    std::uint64_t hash = platform::kHashStart;
-    for (const char byte : name.toUtf8())
-        hash = platform::hashStep(hash, byte);
-    QString shown = name.left(name.size() - last.size());
-    while (last.toUtf8().size() > kCut || last.back().isHighSurrogate())
-        last.chop(1);
-    return shown + last + '~' + QString::number(hash, 16) + ending;
+// The name under which the archive's version of an entry is kept in a folder: that of the file that
+// holds it already (`isThere`), else the first free one, so that neither an earlier version nor
+// the user's own file is overwritten.
+QString theirsName(const QString &folder, const EntryVersion &entry, bool &isThere) {
+    const QString path = entryName(entry);
+    const qsizetype start = path.lastIndexOf('/') + 1;
+    for (int number = 1;; ++number) {
+        const QString ending =
+            number == 1 ? QStringLiteral(".theirs") : QStringLiteral(".theirs~%1").arg(number);
+        QString name =
+            path.left(start) + platform::fittedName(path.mid(start), ending.size()) + ending;
+        isThere = FileOnDisk(folder, {name.toStdString(), entry.size, entry.crc}).same;
+        const QFileInfo file(folder + '/' + name);
+        if (isThere || (!file.exists() && !file.isSymLink()))
+            return name;
+    }
 }
 
 // The path, in a folder, of a copy of an archive. Earlier copies may be all that is left of what
@@ -125,7 +124,8 @@ QString extractEntries(const QString &zipFile, const QString &folder, const QSet
 } // namespace
 
 QString frmMain::TheirsFolder() const {
-    QString name = WorkFolderName() + ".theirs";
+    constexpr qsizetype kEnding = 10; // bytes
+    QString name = platform::fittedName(WorkFolderName(), kEnding) + ".theirs";
     while (drpVL2File->findData(name, kWorkFolderRole, Qt::MatchFixedString) >= 0)
         name += '~';
     return WorkFolders() + '\\' + name;
@@ -150,7 +150,7 @@ std::vector<EntryVersion> frmMain::CopyTheirs(const std::vector<EntryVersion> &c
 }
 
 std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion> &conflicts,
-                                                 QString &reason) const {
+                                                 QString &reason, QStringList &numbered) const {
     // The library has no names but those of the entries, so it extracts into a folder of its own:
     // "x.theirs" may be an entry too.
     const QString extracted = TheirsFolder() + "\\.part";
@@ -162,13 +162,12 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
         reason = QDir::toNativeSeparators(folder) + " is a link";
         return {};
     }
-    platform::WorkFolderCleaner earlier(TheirsFolder());
     QSet<QString> wanted;
+    bool isThere = false;
     for (const EntryVersion &entry : conflicts) {
         const QString file = entryName(entry).replace('/', '\\');
-        // Not to pass for this version.
-        earlier.deleteFile(theirsName(entryName(entry)).replace('/', '\\'));
-        if (StaysBelow(file))
+        theirsName(to, entry, isThere);
+        if (!isThere && StaysBelow(file))
             wanted.insert(file);
     }
     QDir().mkpath(from);
@@ -179,7 +178,9 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     }
     for (const EntryVersion &entry : conflicts) {
         const QString name = entryName(entry);
-        const QString target = to + '/' + theirsName(name);
+        const QString target = to + '/' + theirsName(to, entry, isThere);
+        if (isThere)
+            continue;
         // An open folder cannot be removed on some disks.
         platform::WorkFolderCleaner(extracted).clearAttributes(name);
         QDir().mkpath(QFileInfo(target).path());
@@ -188,10 +189,14 @@ std::vector<EntryVersion> frmMain::ExtractTheirs(const std::vector<EntryVersion>
     }
     QDir(from).removeRecursively();
     std::vector<EntryVersion> there;
-    for (const EntryVersion &entry : conflicts)
-        if (FileOnDisk(to, {theirsName(entryName(entry)).toStdString(), entry.size, entry.crc})
-                .same)
-            there.push_back(entry);
+    for (const EntryVersion &entry : conflicts) {
+        const QString name = theirsName(to, entry, isThere);
+        if (!isThere)
+            continue;
+        there.push_back(entry);
+        if (!name.endsWith(".theirs"))
+            numbered.append(name);
+    }
     if (reason.isEmpty())
         reason = "they could not be written";
     return there;
@@ -220,7 +225,8 @@ QString frmMain::ConflictText() {
             names.append(entryName(entry));
         return ShortList(names);
     };
-    const auto notExtracted = without(conflicts, ExtractTheirs(conflicts, reason));
+    QStringList numbered;
+    const auto notExtracted = without(conflicts, ExtractTheirs(conflicts, reason, numbered));
     QString copy;
     const auto copied = CopyTheirs(notExtracted, copy);
     const auto missing = without(notExtracted, copied);
@@ -231,16 +237,26 @@ QString frmMain::ConflictText() {
     const auto shownPath = [](const QString &path) {
         return QDir::toNativeSeparators(platform::nativePath(path));
     };
-    QString text = QStringLiteral("%1 changed in your work folder and, by another program, in the "
-                                  "archive too. ")
-                       .arg(namesOf(conflicts));
+    QString text = namesOf(conflicts);
+    const QString verb = conflicts.size() == 1 ? " differs" : " differ";
+    if (ReadRecord())
+        text += " changed in your work folder and, by another program, in the archive too. ";
+    else if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
+        text += verb + " from the archive, and as the record of the extraction is damaged, Orvel "
+                       "does not know which versions are newer. ";
+    else
+        text += verb +
+                " from the archive, and as there is no record of their extraction, Orvel does "
+                "not know which versions are newer. ";
     // Without a copy of it, the archive's version would be lost.
     if (!missing.empty())
         return text + QStringLiteral("Yours are not packed over them as long as the archive's "
                                      "versions of %1 cannot be put into %2: %3. Mend that, or move "
                                      "your files away, and press Save Changes again")
                           .arg(namesOf(missing), shownPath(TheirsFolder()), reason);
-    text += QStringLiteral("The archive's versions are in %1. ").arg(shownPath(TheirsFolder()));
+    text += "The archive's versions are in " + shownPath(TheirsFolder());
+    text +=
+        numbered.isEmpty() ? ". " : " (" + ShortList(numbered) + ", as earlier files stay there). ";
     if (!copied.empty())
         text += QStringLiteral("%1 cannot be extracted (%2), so a copy of the whole archive is "
                                "there: %3. ")

@@ -94,10 +94,14 @@ void frmMain::cmdExtract_Click() {
 QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
     std::optional<WorkRecord> prepared;
+    platform::Status recorded;
     if (const auto archive = WorkRecord::archiveAt(ArchivePath()))
-        prepared = PrepareRecord(*archive, [&](const QString &file) {
-            return !before.isEmpty() && before.contains(comparable(file));
-        });
+        prepared = PrepareRecord(
+            *archive,
+            [&](const QString &file) {
+                return !before.isEmpty() && before.contains(comparable(file));
+            },
+            recorded);
     BeginProgress(m_cUnzip->FileCount() + m_lines->Count());
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
@@ -107,7 +111,10 @@ QString frmMain::ExtractAll() {
     if (platform::storedName(WorkFolder()).isEmpty())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
     else if (prepared && (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
-        WriteRecord(*prepared);
+        WriteRecord(*prepared, recorded);
+    if (!recorded.ok() && FileExists(ProbeFile()) != 0 &&
+        !WorkRecord::readArchive(WorkFolders(), WorkFolderName()))
+        note = (note + '\n' + RecordNote(QString::fromStdString(recorded.message))).trimmed();
     m_conflicts.clear();
     return note;
 }

@@ -30,7 +30,11 @@ std::vector<Recorded> recordedFolders(const QString &folders) {
     const QDir parent(platform::nativePath(folders));
     std::vector<Recorded> found;
     for (const QString &file : parent.entryList({pattern}, QDir::Files | QDir::Hidden)) {
-        const QString name = file.mid(before, file.size() - before - after);
+        QString name = file.mid(before, file.size() - before - after);
+        if (platform::storedName(folders + '\\' + name).isEmpty())
+            for (const QString &folder : parent.entryList(QDir::Dirs | QDir::Hidden))
+                if (WorkRecord::fileName(folder) == file)
+                    name = folder; // too long for the record's name
         if (platform::storedName(folders + '\\' + name).isEmpty())
             WorkRecord::remove(folders, name);
         else if (auto archive = WorkRecord::readArchive(folders, name))
@@ -64,6 +68,7 @@ void frmMain::AssignWorkFolders() const {
     QSet<QString> taken;
     for (const Recorded &folder : recorded)
         taken.insert(folder.name);
+    m_ownerless.clear();
     QSet<QString> given;
     for (int entry = 0; entry < drpVL2File->count(); ++entry) {
         const QString text = drpVL2File->itemText(entry);
@@ -80,7 +85,30 @@ void frmMain::AssignWorkFolders() const {
         taken.insert(name);
         drpVL2File->setItemData(entry, name, kWorkFolderRole);
     }
+    for (const Recorded &folder : recorded)
+        if (!given.contains(folder.name))
+            m_ownerless.insert(folder.name, folder.archive);
     MarkAllWork();
+}
+
+QString frmMain::OtherWorkNote() const {
+    const auto archive =
+        m_ownerless.isEmpty() ? std::nullopt : WorkRecord::archiveAt(ArchivePath());
+    const QString own = folderNameFor(drpVL2File->currentText(), {});
+    QStringList lines;
+    for (auto folder = m_ownerless.cbegin(); archive && folder != m_ownerless.cend(); ++folder) {
+        const platform::FileInfo &seen = folder->seen;
+        const bool hasName = folder.key() == own || folder.key().startsWith(own + '~');
+        const bool isFile = seen.id != 0 && sameFile(seen, archive->seen);
+        const QString path = platform::nativePath(m_assignedIn + '\\' + folder.key());
+        if ((hasName || isFile) &&
+            QDirIterator(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories).hasNext())
+            lines.append(
+                QStringLiteral("The folder %1 holds work for %2.")
+                    .arg(QDir::toNativeSeparators(path), QDir::toNativeSeparators(folder->path)));
+    }
+    lines.sort();
+    return lines.join('\n');
 }
 
 void frmMain::MarkAllWork() const {

@@ -69,7 +69,8 @@ QString frmMain::WorkFolderName() const {
 // written: what the archive holds now for files that do not exist, and for the others what is known
 // of them.
 WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
-                                  const std::function<bool(const QString &)> &exists) {
+                                  const std::function<bool(const QString &)> &exists,
+                                  platform::Status &written) {
     auto earlier = WorkRecord::read(WorkFolders(), WorkFolderName());
     if (earlier && !earlier->archive().isSame(archive))
         earlier.reset();
@@ -92,15 +93,15 @@ WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
         for (const WorkRecord::Entry &known : earlier->entries())
             if (exists(QString::fromStdString(known.path).replace('/', '\\')))
                 record.put(known);
-    // A record of an earlier state would be worse than none.
-    if (!record.write(WorkFolders(), WorkFolderName()).ok())
-        WorkRecord::remove(WorkFolders(), WorkFolderName());
+    // After a failure, an earlier record tells as much of the files that were there before; others
+    // count as added.
+    written = record.write(WorkFolders(), WorkFolderName());
     return record;
 }
 
 // A file that was there before stays as it is, so what was known about it stays too: otherwise a
 // file from an older archive would look like an edit and replace a newer entry.
-void frmMain::WriteRecord(const WorkRecord &prepared) {
+void frmMain::WriteRecord(const WorkRecord &prepared, platform::Status &written) {
     auto extracted = m_cUnzip->TakeExtracted();
     const std::vector<platform::FileInfo> cleared = std::exchange(m_cleared, {});
     platform::Folder workFolder;
@@ -136,9 +137,10 @@ void frmMain::WriteRecord(const WorkRecord &prepared) {
     for (const WorkRecord::Entry &before : prepared.entries())
         if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
             record.put(before);
-    // Without a record everything works, with less knowledge.
-    if (!record.write(WorkFolders(), WorkFolderName()).ok())
-        WorkRecord::remove(WorkFolders(), WorkFolderName());
+    // After a failure, the prepared record tells what the archive held.
+    const platform::Status status = record.write(WorkFolders(), WorkFolderName());
+    if (status.ok())
+        written = status;
 }
 
 std::optional<WorkRecord> frmMain::ReadRecord() const {
@@ -146,11 +148,12 @@ std::optional<WorkRecord> frmMain::ReadRecord() const {
 }
 
 // What the folder was extracted from is the base, even if the archive's name leads to another one
-// now, as a link does. Of files with an unreadable record nothing is known: each that differs from
-// its entry may be older than that.
+// now, as a link does. Of files with an unreadable record, and of those that come back after a
+// clean-up, nothing is known: each that differs from its entry may be older than that.
 std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     const auto record = ReadRecord();
-    if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()))
+    if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()) &&
+        !m_emptied.contains(WorkFolder()) && HoldsAllFiles())
         return {};
     std::vector<EntryVersion> base;
     if (record)
@@ -159,6 +162,18 @@ std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     if (m_conflictArchive == ArchivePath())
         base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
     return base;
+}
+
+bool frmMain::HoldsAllFiles() const {
+    for (int i = 1; i <= m_cUnzip->FileCount(); ++i) {
+        const QString &name = m_cUnzip->Filename(i);
+        const QString path = ExtractedPath(m_cUnzip->FileDirectory(i), name);
+        if (!name.isEmpty() && !path.isEmpty() && platform::storedName(path).isEmpty())
+            return false;
+        if ((i & 0x3F) == 0)
+            platform::repaintPending();
+    }
+    return true;
 }
 
 void frmMain::UpdateRecord() {

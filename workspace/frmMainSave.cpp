@@ -201,8 +201,10 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
         if (!containsNoFile(platform::nativePath(WorkFolder())))
             DeleteLostFiles(cleaner);
         cleaner.removeFolder({});
-        if (containsNoFile(platform::nativePath(WorkFolder())))
+        if (containsNoFile(platform::nativePath(WorkFolder()))) {
             WorkRecord::remove(WorkFolders(), WorkFolderName());
+            m_emptied.insert(WorkFolder());
+        }
         HideProgressBar();
         note = others == Others::Keep
                    ? StayedNote(cleaner.kept())

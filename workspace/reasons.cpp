@@ -56,6 +56,13 @@ QString OddArchiveNote(const QString &reason) {
     return QStringLiteral("Something about the archive is odd: %1.").arg(reason);
 }
 
+QString RecordNote(const QString &reason) {
+    return QStringLiteral("The record of the extraction could not be written: %1. If another "
+                          "program changes the archive before you save, Orvel does not know which "
+                          "versions are newer.")
+        .arg(reason);
+}
+
 QString ShortList(const QStringList &names) {
     constexpr qsizetype kMaxNames = 10;
     QString list = names.mid(0, kMaxNames).join(", ");

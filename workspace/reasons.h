@@ -20,6 +20,9 @@ QString ShortList(const QStringList &names);
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
 
+// The note that there is no record of an extraction.
+QString RecordNote(const QString &reason);
+
 // What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
 QString ChangesNote(const QStringList &changed, const QStringList &added);
 

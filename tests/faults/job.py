@@ -256,10 +256,13 @@ class Job:
         for name, content in self.entries.items():
             check(name in self.edits or packed.get(name) == content, where, "damaged", name)
 
-    def save_again(self, where):
+    def save_again(self, where, may_ask=False):
         """What a user does after a fault: start, select the archive, extract if it is not
-        extracted, save. Returns whether the work folder was recognised as extracted."""
+        extracted, save. Returns whether the work folder was recognised as extracted. `may_ask`: files
+        may have come back after the clean-up, so that the save has to be confirmed."""
         done = self.steps("ready", "save").stdout
+        if may_ask and "there is no record of their extraction" in done:
+            done = self.steps("ready", "save", "save").stdout.replace("error:", "asked:", 1)
         check("error:" not in done, where, "second save failed:", done)
         check(archive_content(self.archive) == self.wanted, where,
               "second save left another content")

@@ -86,7 +86,7 @@ def save(binaries, scratch, **options):
             first.kill()
             first.wait()
         job.edits_are_somewhere(where)
-        job.save_again(where)
+        job.save_again(where, may_ask=True)
     # A file server may not let others read a locked file.
     check(named > tried // 2 or job.sample is not None, "the first program was named only", named, "times")
     print("%d points, the first program was named at %d" % (tried, named))

@@ -222,15 +222,22 @@ TEST(frmMainSave, throws_changes_away_on_Cancel) {
     for (const bool takes : {true, false}) {
         job.window->click("cmdExtract");
         writeFile(job.folder + longName, "new");
-        if (!takes) {
+        if (takes) {
+            writeFile(job.folder + "scripts/back\\slash.cs", "new");
+            for (const QString &target : {job.game.root(), job.game.root() + "/nowhere"})
+                EXPECT_TRUE(makeLink(pathOf(target), pathOf(job.folder + "scripts/to " +
+                                                            QFileInfo(target).fileName())));
+        } else {
             EXPECT_TRUE(QDir(files + "info").removeRecursively());
             writeFile(files + "info", "in the way");
         }
         job.window->click("cmdCancel");
         EXPECT_NE(QFile::exists(job.folder + longName), takes);
-        EXPECT_TRUE(job.window->note().contains(takes ? "1 edited file was moved to the trash"
-                                                      : "left in the work folder"))
+        EXPECT_TRUE(job.window->note().contains(takes
+                                                    ? "4 edited files were moved to the trash"
+                                                    : "1 edited file was left in the work folder"))
             << job.window->note().toStdString();
+        EXPECT_EQ(job.window->note().contains("scripts/back\\slash.cs"), takes);
     }
     EXPECT_EQ(readFile(job.folder + longName), "new");
 }
@@ -347,6 +354,7 @@ TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
     // An editor that still has a file open makes its folder again.
     QDir().mkpath(job.folder + "textures");
     writeFile(job.folder + "textures/sky.png", "saved once more");
+    writeFile(job.folder + "shapes/c.dts", "too late"); // as the archive has it
     MainWindow next;
     next.pick(job.window->dropDown()->currentText());
     EXPECT_EQ(joined(next.boldEntries()), next.dropDown()->currentText().toStdString());
@@ -430,10 +438,13 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
             job.window->click("cmdSaveChanges");
             EXPECT_EQ(answers.boxes().size(), 2);
             EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "third");
-            EXPECT_EQ(readFile(theirs), "third");
+            EXPECT_TRUE(job.window->status().contains("scripts/x.cs.theirs~2"))
+                << job.window->status().toStdString();
+            // Until the user deletes them.
             job.window->click("cmdSaveChanges");
             EXPECT_EQ(answers.boxes().size(), 2);
-            EXPECT_EQ(readFile(theirs), "third"); // until the user deletes it
+            EXPECT_EQ(readFile(theirs), row.theirs);
+            EXPECT_EQ(readFile(theirs + "~2"), "third");
         } else {
             EXPECT_EQ(said(answers), "");
         }
@@ -477,7 +488,8 @@ TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_wo
     QFile::setPermissions(theirs + "/scripts/x.cs.theirs", QFile::ReadOwner);
     job.window->click("cmdSaveChanges");
     EXPECT_EQ(answers.boxes().size(), 3U);
-    EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs"), "theirs");
+    EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs"), "stale");
+    EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs~2"), "theirs");
     EXPECT_EQ(readFile(theirs + "/scripts/x.cs.theirs.theirs"), "theirs, too");
     EXPECT_EQ(QDir(theirs).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
               QStringList("scripts"));
@@ -488,9 +500,12 @@ TEST(frmMainSave, packs_nothing_over_a_version_that_cannot_be_kept_beside_the_wo
 }
 
 TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
-    for (const QString moved : {"game", "work folders", "setting only", "name", "link"}) {
+    for (const QString moved : {"game", "work folders", "setting only", "name", "link", "nothing",
+                                "other name", "game copied"}) {
         SCOPED_TRACE(moved.toStdString());
-        Extracted job;
+        const bool isLong = moved == "nothing" && QDir::rootPath() == "/"; // Windows has no room
+        const QString shown = isLong ? 'C' + QString(247, 'c') : "Classic";
+        Extracted job(kFiles, shown);
         const Answers answers;
         std::vector<ArchiveFile> newer = kFiles;
         newer[1].bytes = "theirs";
@@ -515,7 +530,8 @@ TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
             EXPECT_EQ(said(answers), "");
             continue;
         }
-        job.replaceArchive(newer);
+        if (moved != "other name") // only the file itself tells whose it is
+            job.replaceArchive(newer);
         const QString elsewhere = job.game.root() + "/elsewhere";
         if (moved == "setting only") {
             TempGame::setTempFolder(elsewhere);
@@ -529,6 +545,13 @@ TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
             const QString renamed = job.game.archive("classic.VL2");
             ASSERT_TRUE(QFile::rename(job.archive, renamed));
             job.archive = renamed;
+        } else if (moved == "other name") {
+            ASSERT_TRUE(QFile::rename(job.archive, job.game.archive("other.vl2")));
+        } else if (moved == "game copied") {
+            std::filesystem::copy(pathOf(job.game.folder()), pathOf(elsewhere),
+                                  std::filesystem::copy_options::recursive);
+            QDir(job.game.folder()).removeRecursively();
+            TempGame::setGameFolder(elsewhere);
         } else if (moved == "game") {
             ASSERT_TRUE(QFile::rename(job.game.folder(), elsewhere));
             TempGame::setGameFolder(elsewhere);
@@ -538,8 +561,19 @@ TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
             TempGame::setTempFolder(elsewhere);
         }
         MainWindow window;
-        window.pick("Classic");
+        // Nothing proves that the archive is the same one.
+        if (moved == "other name" || moved == "game copied") {
+            window.pick(moved == "other name" ? "Other" : "Classic");
+            EXPECT_EQ(joined(window.enabledButtons()), "Extract");
+            EXPECT_EQ(window.note().toStdString(),
+                      "The folder " + job.shownFolder() + " holds work for " +
+                          QDir::toNativeSeparators(job.archive).toStdString() + '.');
+            continue;
+        }
+        window.pick(shown);
         window.click("cmdSaveChanges");
+        EXPECT_EQ(QDir(job.game.temp()).entryList({".orvel*"}, QDir::Files | QDir::Hidden).size(),
+                  0);
         EXPECT_EQ(window.note(), "1 file changed: readme.txt\n"
                                  "Newer in the archive, and left so: scripts/a.cs");
         EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "mine");
@@ -650,7 +684,8 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
     };
     QByteArray other; // the record of another archive
     for (const Row &row : {Row{"other"}, Row{"missing", false}, Row{"cut off"}, Row{"version"},
-                           Row{"folder"}, Row{"empty"}, Row{"of another", false, "theirs"}}) {
+                           Row{"folder"}, Row{"empty"}, Row{"of another", false, "theirs"},
+                           Row{"deleted with the folder"}, Row{"deleted, as some files"}}) {
         const QString record = row.record;
         SCOPED_TRACE(row.record);
         Extracted job(kFiles, record == "other" ? "Other" : "Classic");
@@ -671,17 +706,31 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
             writeFile(job.record(), "");
         else if (record == "of another")
             writeFile(job.record(), other);
+        const bool isBack = record == "deleted with the folder";
+        if (isBack)
+            job.window->click("cmdCancel");
+        if (record == "deleted, as some files")
+            QFile::remove(job.folder + "textures/sky.png");
+        for (const ArchiveFile &file : kFiles)
+            if (isBack) // from the trash
+                writeFile(job.folder + file.name, file.bytes);
         std::vector<ArchiveFile> newer = kFiles;
         newer[1].bytes = "theirs";
         job.replaceArchive(newer);
         writeFile(job.folder + "readme.txt", "edited");
         writeFile(job.folder + "scripts/new.cs", "added");
+        if (isBack)
+            job.window->pick("Classic");
         const Answers answers;
         job.window->click("cmdSaveChanges");
         if (row.asks) {
             EXPECT_EQ(answers.boxes().size(), 1U);
-            EXPECT_TRUE(job.window->status().contains("readme.txt, scripts/a.cs changed in"))
-                << job.window->status().toStdString();
+            const QString text = job.window->status();
+            EXPECT_TRUE(text.contains(": readme.txt, scripts/a.cs differ from the archive") &&
+                        text.contains(record.startsWith("deleted")
+                                          ? "no record"
+                                          : "record of the extraction is damaged"))
+                << text.toStdString();
             EXPECT_EQ(readFile(job.game.temp() + "/Classic.theirs/scripts/a.cs.theirs"), "theirs");
             EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), "theirs");
             job.window->click("cmdSaveChanges");
@@ -693,5 +742,8 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         EXPECT_EQ(joined(job.window->enabledButtons()), "Extract");
         job.window->click("cmdExtract");
         EXPECT_EQ(joined(job.window->enabledButtons()), kExtracted);
+        EXPECT_EQ(job.window->note().startsWith("The record of the extraction could not be"),
+                  record == "folder")
+            << job.window->note().toStdString();
     }
 }

@@ -94,6 +94,8 @@ Status Update::scan() {
     // A new archive gets all files: it would lack those that are as in the base.
     if (found.ok() && m_options.base && m_target.exists())
         m_options.base->mark(m_directory, paths, m_scan, idle, m_candidates);
+    if (found.ok())
+        markObstructed(paths, idle, m_candidates);
     return found;
 }
 
@@ -127,6 +129,10 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
     case Verdict::CutOff:
         warn(": is cut off, as after a power cut, and was left out; the archive keeps the whole "
              "file. To pack it as it is, save it again with its program; else delete it");
+        break;
+    case Verdict::Obstructed:
+        warn(": was left out, as the archive has a folder of this name, or a file with the name of "
+             "one of its folders; give it another name");
         break;
     }
 }

@@ -200,6 +200,28 @@ TEST_F(PackFaults, EditsThatKeepSizeAndTimeArePackedBesideAMerge) {
     EXPECT_EQ(content(archive, "gone.txt"), "edited");
 }
 
+TEST_F(PackFaults, NoFileIsPackedBesideAFolderOfItsName) {
+    // The archive's file and folders, then the work folder's.
+    for (const auto &[entry, file] : {std::pair("b.cs/x.cs", "b.cs"), std::pair("d", "d/e/f.cs")}) {
+        fs::remove(archive);
+        fs::remove_all(work);
+        writeFile(work / entry, "theirs");
+        ASSERT_EQ(run(call()).code, 0);
+        for (const bool isEdited : {false, true}) {
+            fs::remove_all(work);
+            writeFile(work / file, isEdited ? "mine" : "extracted");
+            writeFile(work / "b.cs.txt", "new");
+            auto pack = call();
+            pack.base.emplace()[file] = "extracted";
+            const auto result = run(pack);
+            EXPECT_EQ(result.code, isEdited ? 1 : 0) << result.all();
+            EXPECT_EQ(result.last().find(file) == 0, isEdited) << result.all();
+            EXPECT_EQ(files(archive), (Files{{entry, "theirs"}, {"b.cs.txt", "new"}}));
+            EXPECT_NE(result.packed.contains(file), isEdited);
+        }
+    }
+}
+
 TEST_F(PackFaults, AConflictWithAnEntryInAnotherCaseCanBeSettled) {
     fs::remove(archive);
     fs::remove_all(work);

@@ -216,6 +216,8 @@ Status judge(const ComparisonContext &context, FoundFile &found, const Candidate
         result.verdict = Verdict::Same;
     if (!same && result.verdict == Verdict::Pack && candidate.disputed && entry != nullptr)
         result.verdict = Verdict::Conflict;
+    if (result.verdict == Verdict::Pack && candidate.obstructed)
+        result.verdict = Verdict::Obstructed;
     if (result.verdict == Verdict::Same) {
         found.packed = true;
         found.crc = entry->crc;

@@ -34,6 +34,7 @@ struct Comparison {
         Kept,          // as extracted, while its entry was changed or removed in the archive
         Conflict,      // changed, and so was its entry
         CutOff,        // an incomplete copy of its entry that was not edited
+        Obstructed,    // a new file that the archive has no place for
     };
 
     bool done = false;

@@ -32,6 +32,9 @@ struct Candidate {
     const BaseVersion *base = nullptr;
     bool disputed = false;
     bool folder = false;
+    // New, but the archive has a folder of its path or a file of that of one of its folders: no
+    // reader could extract both.
+    bool obstructed = false;
     // Entries without a file in the folder whose paths differ from the file's in case only: on a
     // disk that ignores case, the file may be theirs.
     std::vector<std::size_t> twins;

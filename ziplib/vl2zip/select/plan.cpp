@@ -194,4 +194,25 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
     return {};
 }
 
+void markObstructed(const EntryPaths &entries, const std::function<void()> &idle,
+                    std::vector<Candidate> &candidates) {
+    std::unordered_map<std::string_view, Candidate *> added;
+    for (Candidate &candidate : candidates) {
+        if (entries.empty() || candidate.entry != kNoEntry || candidate.folder)
+            continue;
+        added.emplace(candidate.path, &candidate);
+        for (auto folder = folderOf(candidate.path); !folder.empty(); folder = folderOf(folder))
+            candidate.obstructed = candidate.obstructed || entries.find(folder) != kNoEntry;
+        idle();
+    }
+    if (added.empty())
+        return;
+    entries.each([&](std::string_view path, std::size_t) {
+        idle();
+        for (auto folder = folderOf(path); !folder.empty(); folder = folderOf(folder))
+            if (const auto found = added.find(folder); found != added.end())
+                found->second->obstructed = true;
+    });
+}
+
 } // namespace ziplib

@@ -33,4 +33,8 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
                       const EntryPaths &entries, const std::function<void()> &idle,
                       std::vector<Candidate> &candidates);
 
+// Marks the candidates that are obstructed. Calls `idle` often.
+void markObstructed(const EntryPaths &entries, const std::function<void()> &idle,
+                    std::vector<Candidate> &candidates);
+
 } // namespace ziplib
