@@ -52,6 +52,7 @@ ROWS = [
      r"renamed  scripts/c.cs -> scripts/d.cs\nremoved  textures/x.png\n", ""),
     ("diff -u a.vl2 b.vl2", 1, r".*--- a.vl2/scripts/b.cs\n\+\+\+ b.vl2/scripts/b.cs\n@@ -1 \+1 @@\n"
      r"-café flag\n\+café flags\n.*", ""),
+    ("diff b-to-a left", 1, r"renamed  b -> a\n", ""),
     ("diff a.vl2 tree", 1, "removed  scripts/b.cs\nremoved  scripts/c.cs\nremoved  textures/x.png\n", ""),
     ("diff a.vl2 none", 4, "", "none"),
     ("grep -i FLAG a.vl2", 0, r'a.vl2:scripts/a.cs:4:   echo\("Flag"\);\na.vl2:scripts/b.cs:1:café flag\n', ""),
@@ -143,6 +144,8 @@ class Vl2(unittest.TestCase):
         self.write("slow.vl2", archive([Entry("a.txt", b"a" * 99 + b"!\n")]))
         self.write("text.txt", b"text\n")
         self.write("tree/scripts/a.cs", SCRIPT)
+        self.write("b-to-a/b", b"x\n")
+        self.write("left/a", b"x\n")
 
     def write(self, name, data, moment=1_000_000_001):
         path = FOLDER / name
@@ -258,7 +261,7 @@ class Vl2(unittest.TestCase):
                         self.assertLessEqual(set((FOLDER / "inner").glob("*")), inside)
                         shutil.rmtree(FOLDER / "inner", ignore_errors=True)
         self.assertEqual({path.name for path in FOLDER.iterdir()} - {"hostile.vl2"},
-                         {"a.vl2", "b.vl2", "c.vl2", "one.vl2", "bad.vl2", "slow.vl2", "text.txt", "tree"})
+                         {"a.vl2", "b.vl2", "c.vl2", "one.vl2", "bad.vl2", "slow.vl2", "text.txt", "tree", "b-to-a", "left"})
 
     def test_the_game_is_searched_by_the_order_of_names(self):
         game = FOLDER / "game"

@@ -65,7 +65,8 @@ void findRenamed(std::vector<Change> &changes) {
         if (change.after == nullptr && change.before->size > 0)
             removed.emplace(std::pair(change.before->size, *change.before->crc), &change);
     for (Change &change : changes) {
-        if (change.before != nullptr)
+        // Neither may be set any more: such a one was joined before.
+        if (change.before != nullptr || change.after == nullptr)
             continue;
         const auto found = removed.find({change.after->size, *change.after->crc});
         if (found == removed.end())
