@@ -55,6 +55,10 @@ ROWS = [
     ("diff b-to-a left", 1, r"renamed  b -> a\n", ""),
     ("diff a.vl2 tree", 1, "removed  scripts/b.cs\nremoved  scripts/c.cs\nremoved  textures/x.png\n", ""),
     ("diff a.vl2 none", 4, "", "none"),
+    ("diff '' a.vl2", 2, "", "must not be empty"),
+    ("diff -u bad.vl2 one.vl2", 3, r"--- bad.vl2/a.cs\n\+\+\+ /dev/null\n@@ -1 \+0,0 @@\n-good\n# removed  b.cs\n"
+     r".*\+\+\+ one.vl2/scripts/a.cs\n.*", "bad.vl2: b.cs is damaged"),
+    ("diff -u --json marks.vl2 empty.vl2", 1, r'.*"diff":"--- \\"marks.vl2/a\\\\012\\\\\\"b.cs\\"\\n.*', ""),
     ("grep -i FLAG a.vl2", 0, r'a.vl2:scripts/a.cs:4:   echo\("Flag"\);\na.vl2:scripts/b.cs:1:café flag\n', ""),
     ("grep é.*(flag|mark)$ a.vl2", 0, "a.vl2:scripts/b.cs:1:café flag\na.vl2:scripts/c.cs:1:café mark\n", ""),
     ("grep -l ^function a.vl2 --json", 0, r'\{"archive":"a.vl2","entry":"scripts/a.cs"\}\n', ""),
@@ -64,15 +68,39 @@ ROWS = [
     ("grep ^(a+)+$ slow.vl2", 2, "", "the pattern takes too long"),
     ("grep ^(a+)+! slow.vl2 -l", 0, "slow.vl2:a.txt\n", ""),
     ("grep x bad.vl2 none.vl2", 4, "", "none.vl2"),
+    ("grep needle long.vl2", 1, "", ""),
+    ("grep needl[e] long.vl2", 1, "", ""),
+    ("grep '' one.vl2 -l", 0, "one.vl2:scripts/a.cs\n", ""),
     ("rename c.vl2 scripts/a.cs TEXTURES/X.PNG", 2, "", "textures/x.png exists"),
+    ("rename c.vl2 scripts/a.cs Scripts/B.cs/a.cs", 2, "", "scripts/b.cs exists"),
+    ("rename c.vl2 textures/x.png Scripts", 2, "", "exists"),
     ("rename c.vl2 scripts/a.cs ../a.cs", 2, "", "upwards"),
     ("rename c.vl2 no.cs new.cs", 1, "", "no such entry"),
-    ("remove c.vl2 no.cs", 1, "", "no entry"),
+    ("remove c.vl2 no.cs", 1, "", "no entry to delete: no.cs"),
+    ("remove names.vl2 *.mis", 0, "", ""),
+    ("remove names.vl2 [CTF]*.mis [y", 1, "", r"\[y: no such entry"),
+    ("remove names.vl2 [x]", 0, "", ""),
+    ("list names.vl2", 0, "Car.mis\nTap.mis\nx\n", ""),
+    ("list [x]", 4, "", r"cannot open \[x\]"),
+    ("extract a.vl2 - []", 1, "", "no such entry"),
+    ("extract a.vl2 -C ''", 2, "", "must not be empty"),
+    ("extract --json bad.vl2 -C out2", 3, r'\{"entry":"a.cs"\}\n', "bad.vl2: b.cs is damaged"),
+    ("extract --json -k one.vl2 -C tree", 0, "", ""),
+    ("save c.vl2 left/none", 0, "", ""),
+    ("build tree text.txt", 3, "", "text.txt is not a zip archive"),
+    ("build '' new.vl2", 2, "", "must not be empty"),
+    ("build twins new.vl2", 2, "", "twins: a.txt and A.TXT have one name"),
+    ("build mixed new.vl2", 2, "", "mixed: a and A/b.txt have one name"),
+    ("build --help", 0, ".*UTC.*Exit codes:.*", ""),
+    ("where ''", 2, "", "must not be empty"),
     ("save none.vl2 tree", 4, "", "none.vl2"),
     ("save text.txt tree", 3, "", "text.txt"),
     ("build none new.vl2", 4, "", "none"),
     ("check tree", 0, "", ""),
     ("check --ignore none tree", 2, "", "no rule none"),
+    ("check --ignore unbalanced --ignore bom tree marks.vl2", 0, "", ""),
+    ("check --ignore=unbalanced tree marks.vl2", 1, r"marks.vl2: error \[bom\][^\n]*\n", ""),
+    ("check hurt.vl2", 3, r"hurt.vl2: error \[unbalanced\] a.cs[^\n]*\n", "hurt.vl2: b.cs is damaged(.|\n)*c.png is damaged"),
     ("", 2, "", "--help"),
     ("frobnicate", 2, "", "--help"),
     ("list", 2, "", "ARCHIVE"),
@@ -89,19 +117,21 @@ def files(content, **fields):
     return [Entry(name, data, **fields) for name, data in content.items()]
 
 
-# For each rule an archive that it must report, and one that it must not.
+# For each rule an archive that it must report, one that it must not, and more that it must.
 RULES = {
     "method": ([Entry("a.txt", b"x", 12)], [Entry("a.txt", b"x", 8)]),
     "comment": ([Entry("a.txt", comment=b"c")], [Entry("a.txt")]),
     "encrypted": ([Entry("a.txt", b"x", password=b"p")], [Entry("a.txt", b"x")]),
     "zip64": ([Entry("a.bin", b"k" * 9, central=dict(packed=0xFFFFFFFF, size=0xFFFFFFFF), extra=zip64(9, 9))],
-              [Entry("a.bin", extra=b"\x55\x54\1\0\0")]),
+              [Entry("a.bin", extra=b"\x55\x54\1\0\0")],
+              [Entry("a.bin", b"k" * 9, local=dict(packed=0xFFFFFFFF, size=0xFFFFFFFF, extra=zip64(9, 9)))]),
     "long-name": ([Entry("n" * 206 + ".txt")], [Entry("n" * 205 + ".txt")]),
     "doubled": ([Entry("a.txt"), Entry("a.txt")], [Entry("a.txt"), Entry("A.txt")]),
     "case-only": ([Entry("a.txt"), Entry("A.TXT")], [Entry("a.txt"), Entry("a.txt")]),
     "backslash": ([Entry("a\\b.txt")], [Entry("a/b.txt")]),
     "folder-entry": ([Entry("a/", attributes=16)], [Entry("a/b.txt")]),
-    "leftover": ([Entry("a/Thumbs.db")], [Entry("a/thumbs.png")]),
+    "leftover": ([Entry("a/Thumbs.db")], [Entry("a/thumbs.png"), Entry("a.git/b.txt")],
+                 *([Entry(name)] for name in ("a.cs.orig", "a.rej", "a/.git/HEAD", ".svn/b.txt", "VSSVER.SCC"))),
     "dso-stale": ([Entry("a.cs", **NEW), Entry("a.cs.dso", **OLD)], [Entry("a.cs", **OLD), Entry("a.cs.dso", **NEW)]),
     "dso-shadow": ([Entry("a.cs", **OLD), Entry("A.cs.dso", **NEW)], [Entry("b.cs"), Entry("a.cs.dso")]),
     "bm8-twin": ([Entry("t/a.png", **NEW), Entry("t/a.bm8", **OLD)], [Entry("t/a.png", **OLD), Entry("t/a.bm8", **NEW)]),
@@ -110,7 +140,9 @@ RULES = {
     "mission-graph": (files({"missions/M.mis": MISSION, "terrains/M.ter": b"", "terrains/M.nav": b""}),
                       files({"missions/M.mis": MISSION, **GRAPH})),
     "bom": (files({"a.cs": b"\xef\xbb\xbfecho();"}), files({"a.cs": "// é".encode()})),
-    "mixed-encoding": (files({"a.txt": "éééé".encode() + b"\xe9"}), files({"a.txt": b"\xe9\xe8"})),
+    "mixed-encoding": (files({"a.txt": "éééé".encode() + b"\xe9"}),
+                       files({"a.txt": b"\xe9\xe8 f\xfcr" + b" \xbbSpa\xdf\xab" * 3}),
+                       files({"a.txt": "éé".encode() + b"\xe9\xe9"})),
     "mission-types": (files({"missions/M.mis": b"new SimGroup();", **GRAPH}),
                       files({"missions/M.mis": MISSION, **GRAPH})),
     "mission-terrain": (files({"missions/M.mis": MISSION}),
@@ -126,7 +158,7 @@ def run(arguments, **options):
 
 
 def split(line):
-    return [part for part in line.split(" ") if part]
+    return [part.strip("'") for part in line.split(" ") if part]
 
 
 class Vl2(unittest.TestCase):
@@ -142,10 +174,19 @@ class Vl2(unittest.TestCase):
                                      Entry("scripts/d.cs", "café mark\n".encode()), Entry("new.cs", b"1\n")]))
         self.write("bad.vl2", archive([Entry("a.cs", b"good\n"), Entry("b.cs", b"bad\n", both=dict(crc=1))]))
         self.write("slow.vl2", archive([Entry("a.txt", b"a" * 99 + b"!\n")]))
-        self.write("text.txt", b"text\n")
-        self.write("tree/scripts/a.cs", SCRIPT)
+        self.write("hurt.vl2", archive([Entry("a.cs", b"f(\n"), Entry("b.cs", b"bad\n", both=dict(crc=1)),
+                                        Entry("c.png", b"bad\n", both=dict(crc=1))]))
+        self.write("marks.vl2", archive([Entry("a\n\"b.cs", b"\xef\xbb\xbff(\n")]))
+        self.write("empty.vl2", archive([]))
+        self.write("long.vl2", archive([Entry("a.txt", b"a" * (1 << 16) + b"needle\n", 8)]))
+        self.write("names.vl2", archive([Entry(name, b"x") for name in
+                                         ("[CTF]Map.mis", "Car.mis", "Tap.mis", "*.mis", "[x]", "x")]))
         self.write("b-to-a/b", b"x\n")
         self.write("left/a", b"x\n")
+        for name in ("twins/a.txt", "twins/A.TXT", "mixed/a", "mixed/A/b.txt", "left/none/"):
+            (self.write(name, b"x") if name[-1] != "/" else (FOLDER / name).mkdir())
+        self.write("text.txt", b"text\n")
+        self.write("tree/scripts/a.cs", SCRIPT)
 
     def write(self, name, data, moment=1_000_000_001):
         path = FOLDER / name
@@ -160,26 +201,29 @@ class Vl2(unittest.TestCase):
         for line, code, out, error in ROWS:
             with self.subTest(line):
                 done = run(split(line))
-                said = done.stdout.decode("latin-1" if "- scripts" in line else "utf-8")
+                said = done.stdout.decode("latin-1" if re.search("- scripts|-u ", line) else "utf-8")
                 self.assertEqual(done.returncode, code, done)
                 self.assertRegex(said, re.compile(r"\A%s\Z" % out, re.S))
                 self.assertRegex(done.stderr.decode(), error or r"\A\Z")
                 self.assertLessEqual(len(done.stderr.splitlines()), 2)
+                self.assertEqual(len(set(done.stderr.splitlines())), len(done.stderr.splitlines()), done)
                 self.nothing_left()
 
     def test_each_rule_finds_its_sample_only(self):
         known = set(re.findall(r"^  ([a-z0-9-]+) +(?:error|warning|note) ",
                                run(["check", "--help"]).stdout.decode(), re.M))
         self.assertEqual(known, set(RULES) | {"near-2gib"})
-        for code, samples in RULES.items():
-            for number, (entries, expected) in enumerate(zip(samples, (True, False))):
+        for code, (bad, good, *others) in RULES.items():
+            for entries in (bad, good, *others):
                 name = "rule.vl2"
                 self.write(name, archive(entries))
-                with self.subTest(code, sample=number):
+                with self.subTest(code, sample=entries[0].name):
                     done = run(["check", "--json", name])
-                    found = [json.loads(line)["code"] for line in done.stdout.splitlines()]
-                    self.assertEqual(code in found, expected, done)
+                    found = {finding["code"]: finding for finding in map(json.loads, done.stdout.splitlines())}
+                    self.assertEqual(code in found, entries is not good, done)
                     self.assertEqual(done.returncode, 1 if found else 0)
+                    if code in ("folder-entry", "mission-graph"):
+                        self.assertTrue("entry" in found.get(code, ["entry"]), done)
         with open(FOLDER / "large.vl2", "wb") as sparse:  # an empty archive behind 2 GiB of nothing
             sparse.truncate(1 << 31)
             sparse.seek(0, 2)
@@ -199,7 +243,7 @@ class Vl2(unittest.TestCase):
         self.assertEqual(content(), before)
         self.assertEqual(list(content())[0], "scripts/längst.cs")
         self.assertEqual(run(["rename", "c.vl2", "scripts/", "code/"]).returncode, 0)
-        self.assertEqual(run(["remove", "c.vl2", "code/[bc].cs", "*.png"]).returncode, 0)
+        self.assertEqual(run(["remove", "c.vl2", "code/?.cs", "*.png"]).returncode, 0)
         self.assertEqual(content(), {"code/längst.cs": SCRIPT})
         self.write("tree/code/längst.cs", b"edited\n")
         self.assertEqual(run(["save", "c.vl2", "tree"]).returncode, 0)
@@ -247,6 +291,7 @@ class Vl2(unittest.TestCase):
         self.assertEqual([json.loads(line)["line"] for line in found], list(range(1, 301, 3)))
 
     def test_hostile_archives_end_every_command_that_reads(self):
+        before = {path.name for path in FOLDER.iterdir()}
         for path in HOSTILE:
             for command in (["list", "-l"], ["test"], ["grep", "e"], ["check"], ["diff", "a.vl2"],
                             ["extract", "-C", "inner/out"]):
@@ -260,8 +305,7 @@ class Vl2(unittest.TestCase):
                         inside = {FOLDER / "inner", FOLDER / "inner/out"}
                         self.assertLessEqual(set((FOLDER / "inner").glob("*")), inside)
                         shutil.rmtree(FOLDER / "inner", ignore_errors=True)
-        self.assertEqual({path.name for path in FOLDER.iterdir()} - {"hostile.vl2"},
-                         {"a.vl2", "b.vl2", "c.vl2", "one.vl2", "bad.vl2", "slow.vl2", "text.txt", "tree", "b-to-a", "left"})
+        self.assertEqual({path.name for path in FOLDER.iterdir()} - {"hostile.vl2"}, before)
 
     def test_the_game_is_searched_by_the_order_of_names(self):
         game = FOLDER / "game"
