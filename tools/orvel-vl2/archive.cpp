@@ -13,11 +13,6 @@ using platform::Status;
 
 constexpr std::size_t kGroup = 16;
 
-// A message that names the archive.
-std::string named(const std::string &path, const std::string &message) {
-    return message.find(path) != std::string::npos ? message : path + ": " + message;
-}
-
 Status open(const std::string &path, For purpose, std::unique_ptr<Archive> &opened) {
     auto archive = std::make_unique<Archive>();
     archive->path = path;
@@ -33,6 +28,10 @@ Status open(const std::string &path, For purpose, std::unique_ptr<Archive> &open
 }
 
 } // namespace
+
+std::string named(const std::string &path, const std::string &message) {
+    return message.find(path) != std::string::npos ? message : path + ": " + message;
+}
 
 std::unique_ptr<Archive> openArchive(const std::string &path, For purpose) {
     std::unique_ptr<Archive> archive;

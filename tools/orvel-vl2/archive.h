@@ -20,6 +20,9 @@ struct Archive {
     std::optional<ziplib::Extents> extents; // set if entries are read
 };
 
+// A message that names the archive or folder.
+std::string named(const std::string &path, const std::string &message);
+
 enum class For { Listing, Reading };
 
 // Throws Failed if the archive cannot be read. A directory that is only partly readable is opened;

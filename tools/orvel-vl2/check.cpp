@@ -25,14 +25,6 @@ struct Finding {
 
 constexpr std::uint64_t kLargestText = 32U << 20;
 
-std::vector<const Rule *> allRules() {
-    std::vector<const Rule *> all;
-    for (const auto rules : {formatRules(), contentRules(), textRules()})
-        for (const Rule &rule : rules)
-            all.push_back(&rule);
-    return all;
-}
-
 const char *nameOf(Severity severity) {
     return severity == Severity::Error     ? "error"
            : severity == Severity::Warning ? "warning"
@@ -41,16 +33,26 @@ const char *nameOf(Severity severity) {
 
 } // namespace
 
+std::vector<const Rule *> allRules() {
+    std::vector<const Rule *> all;
+    for (const auto rules : {formatRules(), contentRules(), textRules()})
+        for (const Rule &rule : rules)
+            all.push_back(&rule);
+    return all;
+}
+
 const CheckedFile *Checked::find(const std::string &wanted) const {
     const auto found = byPath.find(wanted);
     return found == byPath.end() ? nullptr : &files[found->second.back()];
 }
 
-std::string andOthers(const std::vector<std::string> &names) {
+void reportFirst(const std::vector<std::string> &names, const Report &report) {
+    if (names.empty())
+        return;
     const std::size_t others = names.size() - 1;
-    return names[0] + (others == 0   ? ""
-                       : others == 1 ? " and another"
-                                     : " and " + std::to_string(others) + " others");
+    report(names[0], others == 0   ? ""
+                     : others == 1 ? "and another"
+                                   : "and " + std::to_string(others) + " others");
 }
 
 namespace {
@@ -81,55 +83,63 @@ Checked facts(const Tree &tree) {
     return checked;
 }
 
-// Reads the texts and passes them to the rules that need them.
-void checkTexts(const Tree &tree, const Checked &checked, const std::vector<const Rule *> &rules,
-                std::vector<Finding> &findings) {
-    std::vector<std::size_t> texts;
+// Passes a text to the rules that need it.
+void checkText(const Checked &checked, const CheckedFile &file, std::string_view content,
+               const std::vector<const Rule *> &rules, std::vector<Finding> &findings) {
+    for (const Rule *rule : rules) {
+        const auto report = [&](std::string_view found, const std::string &detail) {
+            findings.push_back({rule, std::string(found), detail});
+        };
+        if (rule->text != nullptr)
+            rule->text(checked, file, content, report);
+    }
+}
+
+bool isCheckedText(const CheckedFile &file) {
+    return isTextName(file.path) && file.size <= kLargestText;
+}
+
+// Reads all entries, since any of them may be damaged. Complains about these and goes on.
+Exit checkEntries(const Archive &archive, const Checked &checked,
+                  const std::vector<const Rule *> &rules, std::vector<Finding> &findings) {
+    const auto &all = archive.directory.entries();
     std::vector<EntryOf> entries;
-    for (std::size_t i = 0; i < checked.files.size(); ++i) {
-        const CheckedFile &file = checked.files[i];
-        if (!isTextName(file.path) || file.size > kLargestText)
-            continue;
-        texts.push_back(i);
-        if (tree.archive() != nullptr)
-            entries.push_back(
-                {tree.archive(), static_cast<std::size_t>(
-                                     file.entry - tree.archive()->directory.entries().data())});
-    }
-    std::vector<std::vector<Finding>> found(texts.size());
-    const auto apply = [&](std::size_t i, std::string_view content) {
-        for (const Rule *rule : rules) {
-            const auto report = [&](std::string_view file, const std::string &detail) {
-                found[i].push_back({rule, std::string(file), detail});
-            };
-            if (rule->text != nullptr)
-                rule->text(checked, checked.files[texts[i]], content, report);
-        }
-    };
-    if (tree.archive() == nullptr) {
-        for (std::size_t i = 0; i < texts.size(); ++i) {
-            checkInterrupt();
-            apply(i, tree.read({checked.files[texts[i]].path, 0, std::nullopt, 0, 0}));
-        }
-    } else {
-        readEntries(
-            "checking", entries,
-            [&](std::size_t i, ziplib::EntryReader &reader) {
-                std::string content;
-                Status status = readAll(reader, content);
-                if (status.ok())
-                    apply(i, content);
-                return status;
-            },
+    for (const CheckedFile &file : checked.files)
+        entries.push_back({&archive, static_cast<std::size_t>(file.entry - all.data())});
+    Exit result = Exit::Fine;
+    std::vector<std::vector<Finding>> found(entries.size());
+    readEntries(
+        "checking", entries,
+        [&](std::size_t i, ziplib::EntryReader &reader) {
+            if (!isCheckedText(checked.files[i]))
+                return readThrough(reader);
+            std::string content;
+            Status status = readAll(reader, content);
+            if (status.ok())
+                checkText(checked, checked.files[i], content, rules, found[i]);
+            return status;
+        },
+        [&](std::size_t i, const Status &status) {
+            std::move(found[i].begin(), found[i].end(), std::back_inserter(findings));
+            found[i] = {};
             // Encryption and methods have rules of their own.
-            [&](std::size_t, const Status &status) {
-                if (status.is(platform::Failure::Damaged) ||
-                    status.is(platform::Failure::EndsEarly))
-                    throw Failed(exitOf(status), entryMessage(*tree.archive(), status));
-            });
+            if (status.ok() || status.is(platform::Failure::Unsupported) ||
+                status.is(platform::Failure::Password))
+                return;
+            complain(entryMessage(archive, status));
+            result = worse(result, exitOf(status));
+        });
+    return result;
+}
+
+void checkFiles(const Tree &tree, const Checked &checked, const std::vector<const Rule *> &rules,
+                std::vector<Finding> &findings) {
+    for (const CheckedFile &file : checked.files) {
+        checkInterrupt();
+        if (isCheckedText(file))
+            checkText(checked, file, tree.read({file.path, 0, std::nullopt, 0, 0}), rules,
+                      findings);
     }
-    for (auto &list : found)
-        std::move(list.begin(), list.end(), std::back_inserter(findings));
 }
 
 void printFinding(const Checked &checked, const Finding &finding, bool json) {
@@ -154,7 +164,7 @@ void printFinding(const Checked &checked, const Finding &finding, bool json) {
               rule.advice + (finding.detail.empty() ? "" : " (" + shown(finding.detail) + ')'));
 }
 
-bool checkOne(const std::string &path, const std::vector<const Rule *> &rules, bool json) {
+Exit checkOne(const std::string &path, const std::vector<const Rule *> &rules, bool json) {
     const Tree tree(path);
     const Checked checked = facts(tree);
     std::vector<Finding> findings;
@@ -165,7 +175,11 @@ bool checkOne(const std::string &path, const std::vector<const Rule *> &rules, b
         if (rule->files != nullptr)
             rule->files(checked, report);
     }
-    checkTexts(tree, checked, rules, findings);
+    Exit result = Exit::Fine;
+    if (checked.archive != nullptr)
+        result = checkEntries(*checked.archive, checked, rules, findings);
+    else
+        checkFiles(tree, checked, rules, findings);
     std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) {
         return a.rule != b.rule && a.rule->severity != b.rule->severity
                    ? a.rule->severity < b.rule->severity
@@ -175,7 +189,7 @@ bool checkOne(const std::string &path, const std::vector<const Rule *> &rules, b
     });
     for (const Finding &finding : findings)
         printFinding(checked, finding, json);
-    return !findings.empty();
+    return findings.empty() ? result : worse(result, Exit::Findings);
 }
 
 Exit check(const CheckOptions &options, bool json) {
@@ -186,8 +200,7 @@ Exit check(const CheckOptions &options, bool json) {
     Exit result = Exit::Fine;
     for (const std::string &path : options.paths) {
         try {
-            if (checkOne(path, rules, json))
-                result = worse(result, Exit::Findings);
+            result = worse(result, checkOne(path, rules, json));
         } catch (const Failed &failed) {
             checkInterrupt();
             complain(failed.what());
@@ -215,11 +228,12 @@ void addCheck(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
         "check", "Print what goes wrong in the game; the exit code is 1 if there is anything");
     const auto options = std::make_shared<CheckOptions>();
-    command->add_option("--ignore", options->ignored, "Leave out the rule of this code")
-        ->type_name("CODE")
-        ->expected(1);
+    command
+        ->add_option("--ignore", options->ignored,
+                     "Leave out the rule of this code; may be repeated")
+        ->type_name("CODE");
     command->add_option("PATH", options->paths, "Archives or folders")->required();
-    command->footer(ruleTable());
+    command->footer(ruleTable() + "\n\n" + program.get_footer());
     command->callback([options, &request] {
         request.run = [options, &request] { return check(*options, request.json); };
     });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <span>
 
 // What the tool asks of the system about its standard streams.
 namespace vl2 {
@@ -10,7 +11,9 @@ namespace vl2 {
 void prepareStreams();
 bool isTerminal(std::FILE *stream);
 
-// SIGINT sets a flag instead of ending the process, so that nothing temporary is left.
+// The signals that ask the process to end.
+std::span<const int> interruptSignals();
+// They set a flag instead of ending the process, so that nothing temporary is left.
 void catchInterrupt();
 bool interrupted();
 

@@ -99,8 +99,7 @@ void missionGraph(const Checked &checked, const Report &report) {
         if (checked.find(stem + ".nav") == nullptr || checked.find(stem + ".spn") == nullptr)
             missions.push_back(file.path);
     }
-    if (!missions.empty())
-        report("", andOthers(missions));
+    reportFirst(missions, report);
 }
 
 constexpr std::array<Rule, 5> kRules = {{

@@ -1,4 +1,5 @@
 #include "tools/orvel-vl2/commands.h"
+#include "tools/orvel-vl2/console.h"
 #include "tools/orvel-vl2/text.h"
 #include "tools/orvel-vl2/textDiff.h"
 #include "tools/orvel-vl2/tree.h"
@@ -65,7 +66,8 @@ void findRenamed(std::vector<Change> &changes) {
         if (change.after == nullptr && change.before->size > 0)
             removed.emplace(std::pair(change.before->size, *change.before->crc), &change);
     for (Change &change : changes) {
-        if (change.before != nullptr)
+        // Neither may be set any more: such a one was joined before.
+        if (change.before != nullptr || change.after == nullptr)
             continue;
         const auto found = removed.find({change.after->size, *change.after->crc});
         if (found == removed.end())
@@ -90,11 +92,44 @@ std::string textDifference(const Tree &a, const Tree &b, const Change &change) {
     const auto name = [](const Tree &tree, const TreeFile *file) {
         return file == nullptr ? std::string("/dev/null") : tree.path() + '/' + file->path;
     };
-    return unifiedDiff(name(a, change.before), toUtf8(before), name(b, change.after),
-                       toUtf8(after));
+    return unifiedDiff(name(a, change.before), before, name(b, change.after), after);
 }
 
-void printChange(const DiffOptions &options, const Tree &a, const Tree &b, const Change &change,
+// A line as UTF-8, in whatever encoding its file is.
+std::string lineForPeople(std::string_view line) {
+    std::string mark;
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+        mark = "^M";
+    }
+    return shown(toUtf8(line), Tabs::Kept) + mark;
+}
+
+void printDifference(const std::string &text) {
+    if (!isTerminal(stdout)) {
+        print(text);
+        return;
+    }
+    for (std::string_view line : linesOf(text)) {
+        line.remove_suffix(1);
+        const char sign = line.empty() ? ' ' : line[0];
+        const std::string safe = lineForPeople(line);
+        printLine(sign == '+'   ? coloured(Colour::Green, safe)
+                  : sign == '-' ? coloured(Colour::Red, safe)
+                                : safe);
+    }
+}
+
+// The same for JSON, whose texts are UTF-8.
+std::string asUtf8(const std::string &text) {
+    std::string converted;
+    for (const std::string_view line : linesOf(text))
+        converted += toUtf8(line);
+    return converted;
+}
+
+// The result is BadArchive if an entry cannot be compared.
+Exit printChange(const DiffOptions &options, const Tree &a, const Tree &b, const Change &change,
                  bool json) {
     const bool renamed = !isOneSided(change) && change.before->path != change.after->path;
     const char *kind = change.before == nullptr  ? "added"
@@ -103,34 +138,39 @@ void printChange(const DiffOptions &options, const Tree &a, const Tree &b, const
                                                  : "changed";
     const TreeFile *present = change.after != nullptr ? change.after : change.before;
     if (present == nullptr)
-        return;
+        return Exit::Fine;
     const TreeFile &file = *present;
-    const std::string text =
-        options.unified && !renamed ? textDifference(a, b, change) : std::string();
+    Exit result = Exit::Fine;
+    std::string text;
+    try {
+        if (options.unified && !renamed)
+            text = textDifference(a, b, change);
+    } catch (const Failed &failed) {
+        checkInterrupt();
+        complain(failed.what());
+        result = failed.code;
+    }
     if (json) {
         Json object{{"change", kind}, {"entry", file.path}};
         if (renamed)
             object["from"] = change.before->path;
         if (!text.empty())
-            object["diff"] = text;
+            object["diff"] = asUtf8(text);
         printJson(object);
-        return;
+        return result;
     }
     if (!text.empty()) {
-        for (const std::string_view line : linesOf(text)) {
-            const char sign = line.empty() ? ' ' : line[0];
-            const std::string safe = shown(line, Tabs::Kept);
-            printLine(sign == '+'   ? coloured(Colour::Green, safe)
-                      : sign == '-' ? coloured(Colour::Red, safe)
-                                    : safe);
-        }
-        return;
+        printDifference(text);
+        return result;
     }
     const Colour colour = change.before == nullptr  ? Colour::Green
                           : change.after == nullptr ? Colour::Red
                                                     : Colour::Yellow;
-    printLine(coloured(colour, kind) + ' ' + std::string(8 - std::string_view(kind).size(), ' ') +
+    // Between hunks, as a comment that patch and git skip.
+    printLine((options.unified ? "# " : "") + coloured(colour, kind) + ' ' +
+              std::string(8 - std::string_view(kind).size(), ' ') +
               (renamed ? shown(change.before->path) + " -> " : std::string()) + shown(file.path));
+    return result;
 }
 
 Exit diff(const DiffOptions &options, bool json) {
@@ -144,11 +184,12 @@ Exit diff(const DiffOptions &options, bool json) {
                change.before->crc == change.after->crc;
     });
     findRenamed(changes);
+    Exit result = changes.empty() ? Exit::Fine : Exit::Findings;
     for (const Change &change : changes) {
         checkInterrupt();
-        printChange(options, a, b, change, json);
+        result = worse(result, printChange(options, a, b, change, json));
     }
-    return changes.empty() ? Exit::Fine : Exit::Findings;
+    return result;
 }
 
 } // namespace

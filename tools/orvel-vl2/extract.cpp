@@ -29,18 +29,21 @@ bool keepGoing() {
 }
 
 // The library's callbacks have no argument for these.
-bool jsonOutput = false;
+const std::string *archivePath = nullptr;
 Progress *progress = nullptr;
 
 std::int32_t onWarning(char *text, std::uint32_t size) {
     if (size > 0)
-        complain(platform::utf8FromNarrow({text, size}));
+        complain(named(*archivePath, platform::utf8FromNarrow({text, size})));
     return 0;
 }
 
-std::int32_t onExtracted(char *name, std::uint32_t) {
-    if (jsonOutput)
-        printJson({{"entry", platform::utf8FromNarrow(name)}});
+void onExtracted(const UZPEXTRACTED *entry) {
+    if (entry->written != 0)
+        printJson({{"entry", entry->path}});
+}
+
+std::int32_t onEntryDone(char *, std::uint32_t) {
     progress->add(1);
     return interrupted() ? 1 : 0;
 }
@@ -97,12 +100,18 @@ Exit extractToOutput(const Archive &archive, ziplib::NameFilter &filter) {
     return result;
 }
 
+// Makes the folder if it is missing.
+void requireFolder(const std::string &path) {
+    Status status = platform::makeFolders(path);
+    platform::Folder folder;
+    if (status.ok())
+        status = folder.open(path);
+    if (!status.ok())
+        throw Failed(Exit::System, named(path, status.message));
+}
+
 Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
-                     ziplib::NameFilter &filter) {
-    platform::Folder existing;
-    if (const Status opened = existing.open(options.folder);
-        !opened.ok() && !opened.is(platform::Failure::NotFound))
-        throw Failed(opened);
+                     ziplib::NameFilter &filter, bool json) {
     ziplib::Request request;
     request.archive = options.archive;
     request.target = options.folder;
@@ -111,33 +120,34 @@ Exit extractToFolder(const ExtractOptions &options, const Archive &archive,
     request.replaceAll = !options.keep;
     USERFUNCTIONS functions{};
     functions.print = onWarning;
-    functions.ServCallBk = onExtracted;
+    functions.ServCallBk = onEntryDone;
     functions.replace = onReplace;
     constexpr std::int32_t kFailuresOnly = 1;
-    ziplib::Caller caller(functions, nullptr, kFailuresOnly);
+    ziplib::Caller caller(functions, json ? onExtracted : nullptr, kFailuresOnly);
     ziplib::CallResult result;
     const ziplib::Plan plan = makePlan(archive.directory, request, filter, keepGoing);
     Progress shownProgress("extracting", plan.items.size());
     progress = &shownProgress;
-    if (!plan.items.empty() || !filter.isSelective())
+    archivePath = &options.archive;
+    if (!plan.items.empty() || !filter.isSelective()) {
+        requireFolder(options.folder);
         ziplib::Extraction(archive.file, archive.directory, request, caller, result).run(plan);
-    caller.warnLast(result.message());
+    }
     checkInterrupt();
-    return exitForCode(result.code());
+    return result.hasSystemFailure() ? Exit::System : exitForCode(result.code());
 }
 
 Exit extract(ExtractOptions options, bool json) {
-    jsonOutput = json;
     const bool toOutput = options.folder == "-" || std::erase(options.names, "-") > 0;
     const auto archive = openArchive(options.archive, For::Reading);
     Exit result = Exit::Fine;
     if (const Status &damage = archive->directory.damage(); !damage.ok()) {
-        complain(damage.message);
+        complain(named(options.archive, damage.message));
         result = exitOf(damage);
     }
     ziplib::NameFilter filter(options.names, {}, false, archive->directory, keepGoing);
     result = worse(result, toOutput ? extractToOutput(*archive, filter)
-                                    : extractToFolder(options, *archive, filter));
+                                    : extractToFolder(options, *archive, filter, json));
     for (const std::string &name : filter.unmatched()) {
         complain(options.archive + ": no such entry: " + name);
         result = worse(result, Exit::Findings);

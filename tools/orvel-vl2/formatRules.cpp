@@ -1,4 +1,6 @@
 #include "tools/orvel-vl2/rules.h"
+#include "ziplib/format/bytes.h"
+#include "ziplib/format/records.h"
 #include "ziplib/vl2zip/select/leftovers.h"
 #include "ziplib/vl2zip/select/plan.h"
 
@@ -48,10 +50,27 @@ void encrypted(const Checked &checked, const Report &report) {
         });
 }
 
+// Some programs write it into the local header only.
+bool hasLocalZip64(const Archive &archive, const ziplib::Entry &entry) {
+    constexpr std::size_t kMost = 1024;
+    std::array<std::uint8_t, kMost> head{};
+    std::size_t got = 0;
+    if (!archive.file.readAt(entry.localOffset, head.data(), head.size(), got).ok() ||
+        got < ziplib::kLocalSize || ziplib::get32(head.data()) != ziplib::kLocalSignature)
+        return false;
+    const std::size_t name =
+        ziplib::get16(head.data() + ziplib::kLocalCommon + ziplib::commonField::kNameLength);
+    const std::string_view all(reinterpret_cast<const char *>(head.data()),
+                               std::min(got, ziplib::localHeaderSize(head.data())));
+    const std::size_t start = std::min(ziplib::kLocalSize + name, all.size());
+    return !ziplib::findExtra(all.substr(start), ziplib::kExtraZip64).empty();
+}
+
 void zip64(const Checked &checked, const Report &report) {
     eachEntry(checked, [&](const CheckedFile &file) {
         const std::string_view extra = checked.archive->directory.extra(*file.entry);
-        if (!ziplib::findExtra(extra, ziplib::kExtraZip64).empty())
+        if (!ziplib::findExtra(extra, ziplib::kExtraZip64).empty() ||
+            hasLocalZip64(*checked.archive, *file.entry))
             report(file.path, "");
     });
     if (checked.archive != nullptr && checked.archive->directory.entries().size() >= 0xFFFF)
@@ -86,13 +105,22 @@ void backslash(const Checked &checked, const Report &report) {
 
 void folderEntry(const Checked &checked, const Report &report) {
     // One finding: an archive has many of them or none.
-    if (!checked.folders.empty())
-        report("", andOthers(checked.folders));
+    reportFirst(checked.folders, report);
+}
+
+// Folders of systems and of version control.
+bool isInFolderOfTools(std::string_view folded) {
+    for (const std::string_view folder : {"__macosx/", ".git/", ".svn/"}) {
+        const std::size_t at = folded.find(folder);
+        if (at == 0 || (at != std::string_view::npos && folded[at - 1] == '/'))
+            return true;
+    }
+    return false;
 }
 
 void leftover(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
-        if (ziplib::isLeftover(file.path) || file.folded.find("__macosx/") == 0)
+        if (ziplib::isLeftover(file.path) || isInFolderOfTools(file.folded))
             report(file.path, "");
 }
 
@@ -121,8 +149,8 @@ constexpr std::array<Rule, 11> kRules = {{
      backslash, nullptr},
     {"folder-entry", Severity::Note, "Entries of folders are of no use to the game: remove them.",
      folderEntry, nullptr},
-    {"leftover", Severity::Warning, "An editor or a system left this file: remove it.", leftover,
-     nullptr},
+    {"leftover", Severity::Warning,
+     "An editor, a system or version control left this file: remove it.", leftover, nullptr},
     {"near-2gib", Severity::Error, "The game reads less than 2 GiB: split the archive.", large,
      nullptr},
 }};

@@ -68,7 +68,9 @@ std::vector<std::string> gameFolders(const std::vector<std::string> &mods) {
         });
         if (found == items.end())
             throw Failed(Exit::System, std::string(data).append(": there is no folder ") + name);
-        folders.push_back(platform::joinPath(data, found->name));
+        const std::string folder = platform::joinPath(data, found->name);
+        if (std::find(folders.begin(), folders.end(), folder) == folders.end())
+            folders.push_back(folder);
     }
     return folders;
 }

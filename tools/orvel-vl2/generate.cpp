@@ -1,6 +1,7 @@
 #include "tools/orvel-vl2/generate.h"
 
 #include "tools/orvel-vl2/output.h"
+#include "tools/orvel-vl2/rules.h"
 
 #include <algorithm>
 
@@ -63,12 +64,11 @@ void describe(const CLI::Option &option) {
     printLine(roff(option.get_description()) + '.');
 }
 
-void printFooter(const CLI::App &app, const char *macro) {
-    if (app.get_footer().empty())
+void printFooter(std::string rest, const char *macro) {
+    if (rest.empty())
         return;
     printLine(macro);
     printLine(".nf");
-    std::string rest = app.get_footer();
     for (std::size_t end = 0; !rest.empty(); rest.erase(0, end + 1)) {
         end = std::min(rest.find('\n'), rest.size() - 1);
         std::string line = rest.substr(0, end + 1);
@@ -100,13 +100,25 @@ void manual(const CLI::App &program) {
             for (const CLI::Option *option : optionsOf(*command, positional))
                 if (nameOf(*option).find("--help") == std::string::npos)
                     describe(*option);
-        if (command->get_footer() != program.get_footer())
-            printFooter(*command, ".PP");
+        // Without the exit codes, which have a section of their own.
+        printFooter(replaced(command->get_footer(), program.get_footer(), ""), ".PP");
     }
-    printFooter(program, ".SH EXIT STATUS");
+    printFooter(program.get_footer(), ".SH EXIT STATUS");
     printLine(".SH ENVIRONMENT\n.TP\n.B SOURCE_DATE_EPOCH\nThe time of all entries of a build, in "
               "seconds since 1970.\n.TP\n.B NO_COLOR\nNo colours, if it is not empty.");
     printLine(".SH SEE ALSO\n.BR orvel (1),\n.BR orvel\\-reg (1)");
+}
+
+// The words that an option takes, or "" if it takes any.
+std::string wordsOf(const CLI::Option &option) {
+    const std::string type = valueOf(option);
+    std::string words;
+    if (type == "CODE") {
+        for (const Rule *rule : allRules())
+            words.append(words.empty() ? "" : " ").append(rule->code);
+        return words;
+    }
+    return type.find('|') == std::string::npos ? words : replaced(type, "|", " ");
 }
 
 // The names of options, each with its own word.
@@ -118,20 +130,50 @@ std::string optionWords(const CLI::App &app) {
 }
 
 void bash(const CLI::App &program) {
-    printLine("# bash completion for orvel-vl2\n_orvel_vl2() {\n    local words=");
+    printLine("# bash completion for orvel-vl2\n_orvel_vl2() {\n    local words= values= at=1");
     std::string names;
     for (const CLI::App *command : commandsOf(program))
         names += command->get_name() + ' ';
-    printLine("    case ${COMP_WORDS[1]} in");
-    for (const CLI::App *command : commandsOf(program))
-        printLine("    " + command->get_name() + ") words=\"" + optionWords(*command) +
-                  "--json\" ;;");
-    printLine("    esac\n    if ((COMP_CWORD == 1)); then words=\"" + names + optionWords(program) +
-              "\"; fi");
-    printLine("    COMPREPLY=()\n"
-              "    if ((COMP_CWORD == 1)) || [[ $2 == -* ]]; then\n"
+    printLine("    # The command may follow options.\n"
+              "    while ((at < COMP_CWORD)) && [[ ${COMP_WORDS[at]} == -* ]]; do ((++at)); done");
+    printLine("    case ${COMP_WORDS[at]} in");
+    for (const CLI::App *command : commandsOf(program)) {
+        printLine("    " + command->get_name() + ") words=\"" + optionWords(*command) + "--json\"");
+        for (const CLI::Option *option : optionsOf(*command, false))
+            if (const std::string values = wordsOf(*option); !values.empty())
+                printLine("        [[ $3 == " + nameOf(*option) + " || $3 == = && " +
+                          "${COMP_WORDS[COMP_CWORD-2]} == " + nameOf(*option) + " ]] && values=\"" +
+                          values + '"');
+        printLine("        ;;");
+    }
+    printLine("    esac\n    if ((COMP_CWORD == at)); then words=\"" + names +
+              optionWords(program) + "\"; fi");
+    printLine("    local current=${2#=}\n    COMPREPLY=()\n"
+              "    if [[ -n $values ]]; then\n"
+              "        mapfile -t COMPREPLY < <(compgen -W \"$values\" -- \"$current\")\n"
+              "    elif ((COMP_CWORD == at)) || [[ $2 == -* ]]; then\n"
               "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$2\")\n"
               "    fi\n}\ncomplete -o default -F _orvel_vl2 orvel-vl2");
+}
+
+// An option of the function _arguments for each name of an option.
+void zshOption(const CLI::Option &option, const std::string &description) {
+    const std::string value = replaced(valueOf(option), "|", " or ");
+    const std::string words = wordsOf(option);
+    std::string action;
+    if (!value.empty())
+        action = ':' + value + ':' + (words.empty() ? "_files" : '(' + words + ')');
+    // One that takes a list is repeated.
+    const char *repeated = option.get_items_expected_max() > 1 ? "*" : "";
+    std::string names = nameOf(option);
+    for (std::size_t at = 0; at != std::string::npos;) {
+        const std::size_t end = names.find(',');
+        const std::string name = names.substr(0, end);
+        const char *joined = !value.empty() && name.starts_with("--") ? "=" : "";
+        print(" '" + (repeated + name) + joined + '[' + description + ']' + action + "'");
+        at = end;
+        names.erase(0, end == std::string::npos ? names.size() : end + 1);
+    }
 }
 
 void zsh(const CLI::App &program) {
@@ -140,22 +182,23 @@ void zsh(const CLI::App &program) {
     };
     printLine("#compdef orvel-vl2\nlocal -a commands\ncommands=(");
     for (const CLI::App *command : commandsOf(program))
-        printLine("    '" + command->get_name() + ':' + quoted(command->get_description()) + "'");
-    printLine(")\nif ((CURRENT == 2)); then\n    _describe command commands\n    return\nfi");
-    printLine("case $words[2] in");
+        printLine("    '" + command->get_name() + ':' +
+                  quoted(replaced(command->get_description(), ":", "\\:")) + "'");
+    printLine(")\n# The command may follow options.\nlocal at=2\n"
+              "while ((at < CURRENT)) && [[ $words[at] == -* ]]; do ((++at)); done\n"
+              "if ((CURRENT == at)) && [[ $words[at] == -* ]]; then");
+    print("    _arguments");
+    for (const CLI::Option *option : optionsOf(program, false))
+        zshOption(*option, quoted(option->get_description()));
+    printLine("\n    return\nfi\n"
+              "if ((CURRENT == at)); then\n    _describe command commands\n    return\nfi\n"
+              "# _arguments takes the first word for the program.\n"
+              "local command=$words[at]\nshift $((at - 1)) words\n((CURRENT -= at - 1))");
+    printLine("case $command in");
     for (const CLI::App *command : commandsOf(program)) {
         print(command->get_name() + ")\n    _arguments '--json'");
-        for (const CLI::Option *option : optionsOf(*command, false)) {
-            const std::string value = valueOf(*option);
-            std::string names = nameOf(*option);
-            for (std::size_t at = 0; at != std::string::npos;) {
-                const std::size_t end = names.find(',');
-                print(" '" + names.substr(0, end) + '[' + quoted(option->get_description()) + ']' +
-                      (value.empty() ? "" : ':' + quoted(value) + ":_files") + "'");
-                at = end;
-                names.erase(0, end == std::string::npos ? names.size() : end + 1);
-            }
-        }
+        for (const CLI::Option *option : optionsOf(*command, false))
+            zshOption(*option, quoted(option->get_description()));
         printLine(" '*:file:_files' ;;");
     }
     printLine("esac");

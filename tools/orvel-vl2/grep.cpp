@@ -210,9 +210,10 @@ void addGrep(CLI::App &program, Request &request) {
     command->add_flag("-i,--ignore-case", options->ignoreCase, "Letters' case does not count");
     command->add_flag("-F,--fixed", options->fixed, "The pattern is a plain text");
     command->add_flag("-l,--names", options->namesOnly, "Print only the names of the entries");
-    command->add_option("--mod", options->mods, "Search GameData/NAME too, without archives")
-        ->type_name("NAME")
-        ->expected(1);
+    command
+        ->add_option("--mod", options->mods,
+                     "Search GameData/NAME too, without archives; may be repeated")
+        ->type_name("NAME");
     command->add_option("PATTERN", options->pattern, "A regular expression in PCRE2's syntax")
         ->required();
     command->add_option("ARCHIVE", options->archives,

@@ -142,8 +142,16 @@ bool LinePattern::Search::matches(std::string_view line) {
 }
 
 std::size_t LinePattern::Search::find(std::string_view text, std::size_t at) {
-    if (!m_pattern.m_plain.empty())
-        return findPlain(text, at, m_pattern.m_plain);
+    const std::string &plain = m_pattern.m_plain;
+    while (!plain.empty()) {
+        const std::size_t found = findPlain(text, at, plain);
+        if (found == std::string_view::npos)
+            return found;
+        const std::size_t start = found == 0 ? 0 : text.rfind('\n', found - 1) + 1;
+        if (found + plain.size() - start <= kLongestLine)
+            return found;
+        at = std::min(text.find('\n', found), text.size());
+    }
     while (at < text.size()) {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         if (matches(searchedPart(text.substr(at, end - at))))

@@ -21,6 +21,33 @@ constexpr char kExitCodes[] = R"(Exit codes:
   3  a bad archive
   4  an error of the system: a missing file, a full disk, a closed pipe, an interruption)";
 
+// CLI11 takes "[a,b]" for a list wherever several values are allowed. A NUL at the end, which no
+// argument holds, prevents it.
+std::string marked(std::string argument) {
+    if (argument.starts_with('[') && argument.ends_with(']'))
+        argument += '\0';
+    return argument;
+}
+
+// Makes the options take values as they are.
+void takeLiterally(CLI::App &app) {
+    for (CLI::Option *option : app.get_options()) {
+        if (option->get_type_size_max() == 0)
+            continue;
+        // An option is repeated for each value; the arguments after the first are positional.
+        if (!option->get_positional())
+            option->allow_extra_args(false);
+        const bool mayBeEmpty = option->get_name() == "PATTERN";
+        option->transform(CLI::Validator(
+            [mayBeEmpty](std::string &value) {
+                if (value.ends_with('\0'))
+                    value.pop_back();
+                return std::string(value.empty() && !mayBeEmpty ? "must not be empty" : "");
+            },
+            ""));
+    }
+}
+
 Exit run(std::vector<std::string> arguments) {
     vl2::Request request;
     CLI::App program("Lists, tests, extracts, writes, searches, compares and checks .vl2 archives.",
@@ -36,7 +63,11 @@ Exit run(std::vector<std::string> arguments) {
                            vl2::addRemove, vl2::addRename, vl2::addDiff, vl2::addGrep,
                            vl2::addWhere, vl2::addConflicts, vl2::addCheck})
         add(program, request);
+    takeLiterally(program);
+    for (CLI::App *command : program.get_subcommands({}))
+        takeLiterally(*command);
     try {
+        std::transform(arguments.begin(), arguments.end(), arguments.begin(), marked);
         // CLI11 takes them from the back.
         std::reverse(arguments.begin(), arguments.end());
         program.parse(std::move(arguments));

@@ -58,7 +58,7 @@ enum class Colour { Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 }
 std::string coloured(Colour colour, std::string_view text);
 void appendColoured(std::string &out, Colour colour, std::string_view text);
 
-// Throws Failed after SIGINT.
+// Throws Failed after an interrupt.
 void checkInterrupt();
 
 // The progress of long work in percent, on standard error if it is a terminal. One at a time.

@@ -72,6 +72,15 @@ void readEntries(const std::string &progress, const std::vector<EntryOf> &entrie
     platform::orderedParallelFor(job, platform::workerCount(), kBudget);
 }
 
+Status readThrough(ziplib::EntryReader &reader) {
+    ziplib::EntryReader::Chunk chunk;
+    Status status;
+    do
+        status = reader.next(chunk);
+    while (status.ok() && !chunk.empty());
+    return status;
+}
+
 Status readAll(ziplib::EntryReader &reader, std::string &text) {
     for (;;) {
         ziplib::EntryReader::Chunk chunk;

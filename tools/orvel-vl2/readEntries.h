@@ -21,12 +21,15 @@ struct EntryOf {
 };
 
 // Reads entries on several threads. `work` receives a reader for an entry on any thread; what it
-// returns is passed to `take` on the caller's thread, in order. After SIGINT it throws Failed.
+// returns is passed to `take` on the caller's thread, in order. After an interrupt it throws
+// Failed.
 void readEntries(
     const std::string &progress, const std::vector<EntryOf> &entries,
     const std::function<platform::Status(std::size_t i, ziplib::EntryReader &reader)> &work,
     const std::function<void(std::size_t i, const platform::Status &status)> &take);
 
+// Reads all of an entry, which checks its size and CRC.
+platform::Status readThrough(ziplib::EntryReader &reader);
 // Appends all of an entry to `text`.
 platform::Status readAll(ziplib::EntryReader &reader, std::string &text);
 // Reads one entry by itself.

@@ -52,11 +52,12 @@ struct Rule {
                  const Report &report);
 };
 
-// "NAME" or "NAME and 3 others".
-std::string andOthers(const std::vector<std::string> &names);
+// One finding for all names, of the first one; none if there are none.
+void reportFirst(const std::vector<std::string> &names, const Report &report);
 
 std::span<const Rule> formatRules();
 std::span<const Rule> contentRules();
 std::span<const Rule> textRules();
+std::vector<const Rule *> allRules();
 
 } // namespace vl2

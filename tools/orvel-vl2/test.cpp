@@ -11,16 +11,6 @@ struct TestOptions {
     std::vector<std::string> archives;
 };
 
-// Reads all of an entry, which checks its size and CRC.
-platform::Status readThrough(ziplib::EntryReader &reader) {
-    ziplib::EntryReader::Chunk chunk;
-    platform::Status status;
-    do
-        status = reader.next(chunk);
-    while (status.ok() && !chunk.empty());
-    return status;
-}
-
 void printResult(const Archive &archive, std::size_t bad, bool json) {
     const std::size_t count = archive.directory.entries().size();
     if (json) {

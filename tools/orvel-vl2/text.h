@@ -20,7 +20,7 @@ bool looksLikeText(std::string_view content);
 // The text as UTF-8 without a byte order mark: bytes that are no valid UTF-8 are Windows-1252.
 std::string toUtf8(std::string_view text);
 
-// The lines, without their ends.
+// The lines with their ends, which the last one may lack.
 std::vector<std::string_view> linesOf(std::string_view text);
 
 } // namespace vl2

@@ -95,6 +95,28 @@ std::string range(std::size_t start, std::size_t count) {
     return count == 1 ? text : text + ',' + std::to_string(count);
 }
 
+// A name in a header: with a tab behind it if it holds a blank, and in quotes if it holds control
+// characters, as patch and git read it.
+std::string headerName(std::string_view name) {
+    std::string text;
+    bool quoted = false;
+    for (const char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool control = byte < 0x20 || byte == 0x7F;
+        quoted = quoted || control || c == '"' || c == '\\';
+        if (control) {
+            text += '\\';
+            for (const unsigned shift : {6U, 3U, 0U})
+                text += static_cast<char>('0' + (byte >> shift & 7U));
+        } else {
+            text.append(c == '"' || c == '\\' ? "\\" : "") += c;
+        }
+    }
+    if (quoted)
+        return '"' + text + '"';
+    return name.find(' ') != std::string_view::npos ? text + '\t' : text;
+}
+
 } // namespace
 
 std::string unifiedDiff(std::string_view oldName, std::string_view oldText,
@@ -122,11 +144,13 @@ std::string unifiedDiff(std::string_view oldName, std::string_view oldText,
             oldCount += all[j].sign != '+' ? 1 : 0;
             newCount += all[j].sign != '-' ? 1 : 0;
             lines += all[j].sign;
-            lines += all[j].sign == '+' ? b[all[j].newLine] : a[all[j].oldLine];
-            lines += '\n';
+            const std::string_view line =
+                all[j].sign == '+' ? b[all[j].newLine] : a[all[j].oldLine];
+            lines += line;
+            lines += line.ends_with('\n') ? "" : "\n\\ No newline at end of file\n";
         }
         if (out.empty())
-            out.append("--- ").append(oldName).append("\n+++ ").append(newName).append("\n");
+            out += "--- " + headerName(oldName) + "\n+++ " + headerName(newName) + '\n';
         out += "@@ -" + range(all[first].oldLine, oldCount) + " +" +
                range(all[first].newLine, newCount) + " @@\n" + lines;
         i = end;

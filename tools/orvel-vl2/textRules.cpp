@@ -35,15 +35,20 @@ void mixedEncoding(const Checked &, const CheckedFile &file, std::string_view co
                    const Report &report) {
     if (platform::isAscii(content) || platform::isUtf8(content))
         return;
-    // Two letters in Windows-1252 may look like one in UTF-8 by chance, three hardly.
-    constexpr int kByChance = 2;
+    // Two letters in Windows-1252 may look like one in UTF-8 by chance, as a sharp s before a
+    // quotation mark. The codes of the letters of Western Europe and of typographic marks hardly
+    // do: they would be a capital A with a tilde or circumflex before a symbol.
     constexpr char32_t kLastUnicode = 0x10FFFF;
+    int sure = 0;
     int multiple = 0;
+    int single = 0;
     for (std::size_t at = 0; at < content.size();) {
         const char32_t c = platform::nextCodePoint(content, at);
         multiple += c >= 0x80 && c <= kLastUnicode ? 1 : 0;
+        single += c > kLastUnicode ? 1 : 0;
+        sure += (c >= 0xA1 && c <= 0xFF) || (c >= 0x2000 && c <= 0x20FF) ? 1 : 0;
     }
-    if (multiple > kByChance)
+    if (sure >= 2 || (multiple > 2 && multiple >= single))
         report(file.path, "");
 }
 

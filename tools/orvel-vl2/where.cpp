@@ -171,14 +171,13 @@ CLI::App *addCommand(CLI::App &program, Request &request, const char *name, cons
                      Exit (*work)(const WhereOptions &, bool)) {
     CLI::App *command = program.add_subcommand(name, help);
     command->add_option("--mod", options->mods, "Also GameData/NAME; may be repeated")
-        ->type_name("NAME")
-        ->expected(1);
+        ->type_name("NAME");
     // The community's sources disagree about it.
     command
         ->add_option("--loose", options->loose,
                      "Whether loose files win over archives of their folder (default: win)")
         ->type_name("win|lose")
-        ->check(CLI::IsMember({"win", "lose"}));
+        ->check(CLI::IsMember({"win", "lose"}).description("")); // the type names them
     command->callback([options, &request, work] {
         request.run = [options, &request, work] { return work(*options, request.json); };
     });

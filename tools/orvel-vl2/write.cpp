@@ -1,6 +1,8 @@
 #include "storage/storage.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/console.h"
+#include "ziplib/vl2uzip/nameFilter.h"
+#include "ziplib/vl2zip/select/scan.h"
 #include "ziplib/vl2zip/update.h"
 
 #include <charconv>
@@ -59,6 +61,13 @@ Exit run(const WriteOptions &options, bool json,
     return report.hasDeferred() ? Exit::Findings : Exit::Fine;
 }
 
+// For commands of which not the archive but a name may be wrong.
+Status refusing(Status status) {
+    if (status.is(platform::Failure::Unsafe) || status.is(platform::Failure::Exists))
+        throw Failed(Exit::Misuse, status.message);
+    return status;
+}
+
 void requireArchive(const std::string &path) {
     platform::InputFile file;
     if (const Status status = file.open(path); !status.ok())
@@ -70,8 +79,16 @@ Exit save(WriteOptions &options, bool json) {
     requireArchive(options.pack.archive);
     options.pack.patterns = {"*"};
     options.pack.recurse = true;
-    return run(options, json,
-               [&](ziplib::Report &report, Json &) { return updateArchive(options.pack, report); });
+    return run(options, json, [&](ziplib::Report &report, Json &) {
+        Status status = updateArchive(options.pack, report);
+        ziplib::Scan scan;
+        // Other than in the window, a folder without files is nothing to do.
+        if (status.is(platform::Failure::NothingMatched) &&
+            ziplib::scanFolder(options.pack.root, true, scan).ok() && scan.files.empty() &&
+            scan.leftOut.empty())
+            return Status();
+        return status;
+    });
 }
 
 // Seconds since 1970 for all entries, as reproducible builds set it.
@@ -94,7 +111,7 @@ Exit build(WriteOptions &options, bool json) {
     readSourceDate(options.pack);
     ziplib::Built built = ziplib::Built::Written;
     const Exit code = run(options, json, [&](ziplib::Report &report, Json &result) {
-        Status status = buildArchive(options.pack, options.check, report, built);
+        Status status = refusing(buildArchive(options.pack, options.check, report, built));
         result["upToDate"] = built != ziplib::Built::Differs;
         result["written"] = status.ok() && built == ziplib::Built::Written;
         return status;
@@ -105,20 +122,28 @@ Exit build(WriteOptions &options, bool json) {
 }
 
 Exit remove(WriteOptions &options, bool json) {
-    return run(
-        options, json,
-        [&](ziplib::Report &report, Json &) { return deleteFromArchive(options.pack, report); });
+    // Names mean the same entries as those of an extraction.
+    const auto choose = [&](const ziplib::Directory &directory) {
+        const auto filter = std::make_shared<ziplib::NameFilter>(
+            options.pack.patterns, std::vector<std::string>(), false, directory,
+            [] {
+                checkInterrupt();
+                return true;
+            });
+        return ziplib::EntryChoice{
+            [filter](const std::string &path) { return filter->accepts(path); },
+            [filter] { return filter->unmatched(); }};
+    };
+    return run(options, json, [&](ziplib::Report &report, Json &) {
+        return deleteFromArchive(options.pack, choose, report);
+    });
 }
 
 Exit rename(WriteOptions &options, bool json) {
     return run(
         options, json,
         [&](ziplib::Report &report, Json &) {
-            Status status = renameInArchive(options.pack, options.from, options.to, report);
-            // Not the archive is wrong but the new name.
-            if (status.is(platform::Failure::Unsafe) || status.is(platform::Failure::Exists))
-                throw Failed(Exit::Misuse, status.message);
-            return status;
+            return refusing(renameInArchive(options.pack, options.from, options.to, report));
         });
 }
 
@@ -156,7 +181,8 @@ void addBuild(CLI::App &program, Request &request) {
     command->add_flag("--all", options->pack.leftoversToo,
                       "Also pack editors' leftovers and names that begin with a dot");
     command->footer("All entries get the time SOURCE_DATE_EPOCH (seconds since 1970) if it is set, "
-                    "otherwise that of their file, in UTC.");
+                    "otherwise that of their file, in UTC.\n\n" +
+                    program.get_footer());
 }
 
 void addRemove(CLI::App &program, Request &request) {

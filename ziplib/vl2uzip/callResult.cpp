@@ -40,6 +40,12 @@ void CallResult::add(ReturnCode code, const std::string &message) {
     }
 }
 
+void CallResult::add(const Status &status, const std::string &message) {
+    m_systemFailure = m_systemFailure || status.is(Failure::Denied) || status.is(Failure::Io) ||
+                      status.is(Failure::Resources) || status.is(Failure::Busy);
+    add(codeOfEntry(status), message);
+}
+
 void CallResult::replace(ReturnCode code, const std::string &message) {
     m_code = code;
     m_message = message;

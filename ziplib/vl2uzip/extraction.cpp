@@ -156,7 +156,7 @@ void Extraction::collect(std::unique_ptr<ExtractTask> task) {
                                         ? "there is not enough memory for " + task->path
                                         : task->status.message;
         m_caller.warn(message);
-        m_result.add(codeOfEntry(task->status), message);
+        m_result.add(task->status, message);
         if (task->status.is(Failure::Full)) {
             stop(ReturnCode::DiskFull, message);
             return;

@@ -1,7 +1,9 @@
+#include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/changeDetector.h"
 #include "ziplib/vl2zip/compare/detectChanges.h"
 #include "ziplib/vl2zip/select/entryPaths.h"
 #include "ziplib/vl2zip/select/leftovers.h"
+#include "ziplib/vl2zip/select/nameClashes.h"
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/select/scan.h"
 #include "ziplib/vl2zip/select/selection.h"
@@ -36,6 +38,9 @@ class Build {
     }
 
   private:
+    Status requireArchive() const;
+    bool mayClash() const;
+    Status requireDistinctNames() const;
     Status find();
     Status write();
     Status compareWithOld(bool &same) const;
@@ -51,6 +56,54 @@ class Build {
     std::vector<Candidate> m_candidates;
 };
 
+// A damaged archive may be replaced, but not a file that somebody has named by mistake.
+Status Build::requireArchive() const {
+    if (!m_target.exists())
+        return {};
+    Directory old;
+    const auto read =
+        failure(old.readEach(m_target.old(), [](const Entry &) {}), Failure::CannotOpen);
+    return read.is(Failure::WrongFormat) ? read : Status();
+}
+
+// By hashes, which take little memory: true if some name may be equal to another, or to a folder.
+bool Build::mayClash() const {
+    std::vector<std::uint64_t> files;
+    std::vector<std::uint64_t> folders;
+    std::string_view lastFolder;
+    for (const Candidate &candidate : m_candidates) {
+        files.push_back(hashWithoutCase(candidate.path));
+        // The files are sorted by their paths.
+        if (folderOf(candidate.path) == lastFolder)
+            continue;
+        lastFolder = folderOf(candidate.path);
+        for (auto folder = lastFolder; !folder.empty(); folder = folderOf(folder))
+            folders.push_back(hashWithoutCase(folder));
+    }
+    std::sort(files.begin(), files.end());
+    return std::adjacent_find(files.begin(), files.end()) != files.end() ||
+           std::any_of(folders.begin(), folders.end(), [&](std::uint64_t folder) {
+               return std::binary_search(files.begin(), files.end(), folder);
+           });
+}
+
+Status Build::requireDistinctNames() const {
+    if (!mayClash())
+        return {};
+    NameClashes clashes;
+    for (const Candidate &candidate : m_candidates) {
+        const std::string fellow = clashes.find(candidate.path);
+        if (!fellow.empty())
+            return {Failure::Exists, m_options.root + ": " + std::string(candidate.path) + " and " +
+                                         fellow +
+                                         " have one name in the game, which ignores the letters' "
+                                         "case"};
+        clashes.add(candidate.path);
+        m_report.tick();
+    }
+    return {};
+}
+
 Status Build::find() {
     const auto idle = [this] { m_report.tick(); };
     if (auto scanned = scanFolder(m_options.root, true, m_scan); !scanned.ok())
@@ -62,6 +115,8 @@ Status Build::find() {
     if (!m_options.leftoversToo)
         std::erase_if(m_candidates,
                       [](const Candidate &candidate) { return isNoContent(candidate.path); });
+    if (auto distinct = requireDistinctNames(); !distinct.ok())
+        return distinct;
     for (const auto &line : m_scan.leftOut)
         m_report.defer(line);
     return {};
@@ -117,6 +172,8 @@ Status Build::run(Built &built, bool &again) {
     const auto idle = [this] { m_report.tick(); };
     if (auto opened = m_target.open(idle); !opened.ok())
         return opened;
+    if (auto old = requireArchive(); !old.ok())
+        return old;
     if (auto found = find(); !found.ok())
         return found;
     if (auto written = write(); !written.ok())

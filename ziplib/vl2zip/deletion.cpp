@@ -2,17 +2,37 @@
 #include "ziplib/vl2zip/select/selection.h"
 #include "ziplib/vl2zip/update.h"
 
+#include <memory>
+
 namespace ziplib {
 
 Status deleteFromArchive(const PackOptions &options, Report &report) {
+    return deleteFromArchive(
+        options,
+        [&](const Directory &) {
+            const auto selection = std::make_shared<Selection>(options.patterns, options.recurse);
+            return EntryChoice{
+                [selection](const std::string &path) { return selection->selectsEntry(path); },
+                [selection] {
+                    const std::string *first = selection->unmatched();
+                    return first != nullptr ? std::vector<std::string>{*first}
+                                            : std::vector<std::string>();
+                }};
+        },
+        report);
+}
+
+Status deleteFromArchive(const PackOptions &options,
+                         const std::function<EntryChoice(const Directory &directory)> &choose,
+                         Report &report) {
     return rewriteArchive(
         options, report,
         [&](const auto &target, const auto &directory, ArchiveWriter &writer) -> Status {
-            Selection selection(options.patterns, options.recurse);
+            const EntryChoice choice = choose(directory);
             std::size_t dropped = 0;
             for (std::size_t entry = 0; entry < directory.entries().size(); ++entry) {
                 const std::string path = directory.path(directory.entries()[entry]);
-                if (!selection.selectsEntry(path))
+                if (!choice.selects(path))
                     continue;
                 writer.drop(entry);
                 ++dropped;
@@ -20,10 +40,13 @@ Status deleteFromArchive(const PackOptions &options, Report &report) {
                 if (!report.processed(path))
                     return target.cancelled();
             }
+            const std::vector<std::string> unmatched = choice.unmatched();
             if (dropped == 0)
-                return {Failure::NothingMatched, options.archive + ": no entry to delete"};
-            if (const auto *unmatched = selection.unmatched())
-                report.defer(*unmatched + ": no such entry");
+                return {Failure::NothingMatched,
+                        options.archive + ": no entry to delete" +
+                            (unmatched.empty() ? "" : ": " + unmatched.front())};
+            for (const std::string &name : unmatched)
+                report.defer(name + ": no such entry");
             return {};
         });
 }

@@ -1,10 +1,8 @@
-#include "storage/utf8.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/rewrite.h"
+#include "ziplib/vl2zip/select/nameClashes.h"
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/update.h"
-
-#include <unordered_map>
 
 namespace ziplib {
 
@@ -32,7 +30,7 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
         options, report,
         [&](const auto & /*target*/, const auto &directory, ArchiveWriter &writer) -> Status {
             const auto &entries = directory.entries();
-            std::unordered_map<std::string, std::size_t> names; // folded new names
+            NameClashes clashes;
             std::size_t count = 0;
             for (const bool renaming : {true, false}) {
                 for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -40,17 +38,20 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                     const std::string fresh = renamed(path, from, to);
                     if (fresh.empty() == renaming)
                         continue;
-                    if (!renaming && names.contains(platform::foldCase(path)))
-                        return {Failure::Exists, where + path + " exists already"};
-                    if (!renaming)
+                    if (!renaming) {
+                        const std::string fellow = clashes.find(path);
+                        if (!fellow.empty())
+                            return {Failure::Exists, where + path + " exists already, so that " +
+                                                         fellow + " is no name for an entry"};
                         continue;
+                    }
                     if (const std::string reason = reasonAgainstName(fresh); !reason.empty()) {
                         const std::string what = fresh + " is no name for an entry: " + reason;
                         return {Failure::Unsafe, where + what};
                     }
                     if (auto done = writer.rename(i, fresh); !done.ok())
                         return done;
-                    names.emplace(platform::foldCase(fresh), i);
+                    clashes.add(fresh);
                     ++count;
                     report.tick();
                 }

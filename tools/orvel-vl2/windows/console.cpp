@@ -1,6 +1,8 @@
 #include "tools/orvel-vl2/console.h"
 
 #include "storage/windows/windowsHeader.h"
+#include <array>
+#include <csignal>
 #include <fcntl.h>
 #include <io.h>
 
@@ -25,6 +27,11 @@ void prepareStreams() {
     SetConsoleOutputCP(CP_UTF8);
     enableColours(STD_OUTPUT_HANDLE);
     enableColours(STD_ERROR_HANDLE);
+}
+
+std::span<const int> interruptSignals() {
+    static constexpr std::array kSignals{SIGINT, SIGTERM, SIGBREAK};
+    return kSignals;
 }
 
 bool isTerminal(std::FILE *stream) {

@@ -10,11 +10,13 @@ namespace ziplib {
 
 namespace {
 
-constexpr std::array<std::string_view, 17> kLeftovers = {
+constexpr std::array<std::string_view, 20> kLeftovers = {
     // editors: backups, automatic saves, locks
     "?*~", "*?.bak", "#?*#", ".#?*", ".?*.swp", ".?*.swo", ".?*.swn", ".?*.kate-swp",
     // locks of office programs
     "~$?*", ".~lock.?*#",
+    // merges, patches and version control
+    "*?.orig", "*?.rej", "vssver.scc",
     // temporary files
     "*?.tmp", ".goutputstream-?*",
     // metadata of file managers

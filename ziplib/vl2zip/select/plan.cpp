@@ -85,15 +85,6 @@ bool acceptsNewName(std::string_view path, Scan &scan) {
     return reason.empty();
 }
 
-// The same for all spellings of a path in upper and lower case, and cheaper than foldCase.
-std::uint64_t hashWithoutCase(std::string_view path) {
-    std::uint64_t hash = platform::kHashStart;
-    for (const char c : path)
-        if (platform::isAscii({&c, 1}))
-            hash = platform::hashStep(hash, static_cast<char>(c | 0x20));
-    return hash;
-}
-
 // Finds the twins of the candidates. Does nothing if all entries have files.
 void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
                std::vector<Candidate> &candidates) {
@@ -150,6 +141,14 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
 }
 
 } // namespace
+
+std::uint64_t hashWithoutCase(std::string_view path) {
+    std::uint64_t hash = platform::kHashStart;
+    for (const char c : path)
+        if (platform::isAscii({&c, 1}))
+            hash = platform::hashStep(hash, static_cast<char>(c | 0x20));
+    return hash;
+}
 
 std::string reasonAgainstName(std::string_view path) {
     if (path.find('\\') != std::string::npos)

@@ -6,6 +6,7 @@
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ inline constexpr std::size_t kLongestName = 209;
 // Why an entry with a new name cannot be added; "" if it can. Every reader must extract it under
 // the same name.
 std::string reasonAgainstName(std::string_view path);
+
+// The same for all spellings of a path in upper and lower case, and cheaper than foldCase. Others
+// may have it too.
+std::uint64_t hashWithoutCase(std::string_view path);
 
 // Finds the candidates among the selected files, sorted by path. A file replaces the last entry of
 // its exact path. If there is none, it replaces the only entry whose path differs in case only,
