@@ -212,11 +212,13 @@ QString frmMain::ConflictText() {
                             const std::vector<EntryVersion> &some) {
         std::vector<EntryVersion> left;
         auto next = some.begin();
-        for (const EntryVersion &entry : all)
-            if (next != some.end() && next->path == entry.path)
+        for (const EntryVersion &entry : all) {
+            const bool isNext = next != some.end() && next->path == entry.path;
+            if (isNext)
                 ++next;
             else
                 left.push_back(entry);
+        }
         return left;
     };
     const auto namesOf = [](const std::vector<EntryVersion> &entries) {
@@ -249,11 +251,13 @@ QString frmMain::ConflictText() {
                 " from the archive, and as there is no record of their extraction, Orvel does "
                 "not know which versions are newer. ";
     // Without a copy of it, the archive's version would be lost.
-    if (!missing.empty())
-        return text + QStringLiteral("Yours are not packed over them as long as the archive's "
-                                     "versions of %1 cannot be put into %2: %3. Mend that, or move "
-                                     "your files away, and press Save Changes again")
-                          .arg(namesOf(missing), shownPath(TheirsFolder()), reason);
+    if (!missing.empty()) {
+        text += QStringLiteral("Yours are not packed over them as long as the archive's versions "
+                               "of %1 cannot be put into %2: %3. Mend that, or move your files "
+                               "away, and press Save Changes again")
+                    .arg(namesOf(missing), shownPath(TheirsFolder()), reason);
+        return text;
+    }
     text += "The archive's versions are in " + shownPath(TheirsFolder());
     text +=
         numbered.isEmpty() ? ". " : " (" + ShortList(numbered) + ", as earlier files stay there). ";
