@@ -4,6 +4,8 @@
 #include "ziplib/vl2zip/select/plan.h"
 #include "ziplib/vl2zip/update.h"
 
+#include <utility>
+
 namespace ziplib {
 
 namespace {
@@ -40,14 +42,17 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
                         continue;
                     if (!renaming) {
                         const std::string fellow = clashes.find(path);
-                        if (!fellow.empty())
-                            return {Failure::Exists, where + path + " exists already, so that " +
-                                                         fellow + " is no name for an entry"};
-                        continue;
+                        if (fellow.empty())
+                            continue;
+                        std::string text = where;
+                        text.append(path).append(" exists already, so that ");
+                        text.append(fellow).append(" is no name for an entry");
+                        return {Failure::Exists, std::move(text)};
                     }
                     if (const std::string reason = reasonAgainstName(fresh); !reason.empty()) {
-                        const std::string what = fresh + " is no name for an entry: " + reason;
-                        return {Failure::Unsafe, where + what};
+                        std::string text = where;
+                        text.append(fresh).append(" is no name for an entry: ").append(reason);
+                        return {Failure::Unsafe, std::move(text)};
                     }
                     if (auto done = writer.rename(i, fresh); !done.ok())
                         return done;
