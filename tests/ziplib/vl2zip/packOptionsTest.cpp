@@ -234,10 +234,9 @@ TEST_F(PackOptions, ADeclinedPasswordOrAStopLeavesTheArchiveAsItWas) {
 }
 
 TEST(Names, AreThoseOfLeftoversOrAreNot) {
-    for (const char *path :
-         {"a/x.cs~", "#x#", ".#x", "a/.x.cs.swp", "THUMBS.DB", "desktop.ini", "a/.DS_Store",
-          "._sky.png", "~$notes.doc", ".directory", "a.bak", "~wrl0001.tmp", ".~lock.a.odt#",
-          "a.cs.orig", "a.rej", "VSSVER.SCC"})
+    for (const char *path : {"a/x.cs~", "#x#", ".#x", "a/.x.cs.swp", "THUMBS.DB", "desktop.ini",
+                             "a/.DS_Store", "._sky.png", "~$notes.doc", ".directory", "a.bak",
+                             "~wrl0001.tmp", ".~lock.a.odt#", "a.cs.orig", "a.rej", "VSSVER.SCC"})
         EXPECT_TRUE(ziplib::isLeftover(path)) << path;
     for (const char *path :
          {"a.cs", "~", "a~b", "##", "x#", "#x", "a.swp", ".x.swf", "._", "thumbs.db.cs", "bak",
