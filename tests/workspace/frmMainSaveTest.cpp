@@ -692,6 +692,8 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         const QByteArray whole = readFile(job.record());
         ASSERT_FALSE(whole.isEmpty());
         QFile::remove(job.record());
+        // On Windows it goes when the look for changes has closed it.
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(job.record()); }));
         if (record == "other") {
             other = whole;
             continue;
