@@ -66,9 +66,9 @@ def edit(folder):
     write(folder / "a.txt", b"after", MOMENTS[1])
     write(folder / "sub/edit.txt", b"after", MOMENTS[1])
     write(folder / "\u00fcber.txt", b"after", MOMENTS[2], 0o444)
-    write(folder / "new/empty", b"", MOMENTS[3])
-    write(folder / "new/\u6f22\u5b57.cs", b"echo(1);\n" * 500, MOMENTS[4])
-    write(folder / "new/noise.wav", random.Random(7).randbytes(70000), MOMENTS[5])
+    write(folder / "added/empty", b"", MOMENTS[3])
+    write(folder / "added/\u6f22\u5b57.cs", b"echo(1);\n" * 500, MOMENTS[4])
+    write(folder / "added/noise.wav", random.Random(7).randbytes(70000), MOMENTS[5])
     return folder
 
 
