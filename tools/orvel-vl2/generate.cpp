@@ -139,11 +139,13 @@ void bash(const CLI::App &program) {
     printLine("    case ${COMP_WORDS[at]} in");
     for (const CLI::App *command : commandsOf(program)) {
         printLine("    " + command->get_name() + ") words=\"" + optionWords(*command) + "--json\"");
-        for (const CLI::Option *option : optionsOf(*command, false))
-            if (const std::string values = wordsOf(*option); !values.empty())
-                printLine("        [[ $3 == " + nameOf(*option) + " || $3 == = && " +
-                          "${COMP_WORDS[COMP_CWORD-2]} == " + nameOf(*option) + " ]] && values=\"" +
-                          values + '"');
+        for (const CLI::Option *option : optionsOf(*command, false)) {
+            if (wordsOf(*option).empty())
+                continue;
+            printLine("        [[ $3 == " + nameOf(*option) + " || $3 == = && " +
+                      "${COMP_WORDS[COMP_CWORD-2]} == " + nameOf(*option) + " ]] && values=\"" +
+                      wordsOf(*option) + '"');
+        }
         printLine("        ;;");
     }
     printLine("    esac\n    if ((COMP_CWORD == at)); then words=\"" + names +
@@ -170,7 +172,10 @@ void zshOption(const CLI::Option &option, const std::string &description) {
         const std::size_t end = names.find(',');
         const std::string name = names.substr(0, end);
         const char *joined = !value.empty() && name.starts_with("--") ? "=" : "";
-        print(" '" + (repeated + name) + joined + '[' + description + ']' + action + "'");
+        std::string line = " '";
+        line.append(repeated).append(name).append(joined);
+        line.append("[").append(description).append("]").append(action).append("'");
+        print(line);
         at = end;
         names.erase(0, end == std::string::npos ? names.size() : end + 1);
     }
