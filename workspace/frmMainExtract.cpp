@@ -95,13 +95,11 @@ QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
     std::optional<WorkRecord> prepared;
     platform::Status recorded;
+    const auto wasThere = [&](const QString &file) {
+        return !before.isEmpty() && before.contains(comparable(file));
+    };
     if (const auto archive = WorkRecord::archiveAt(ArchivePath()))
-        prepared = PrepareRecord(
-            *archive,
-            [&](const QString &file) {
-                return !before.isEmpty() && before.contains(comparable(file));
-            },
-            recorded);
+        prepared = PrepareRecord(*archive, wasThere, recorded);
     BeginProgress(m_cUnzip->FileCount() + m_lines->Count());
     const bool problem = m_cUnzip->Unzip();
     ClearFileAttributes();
