@@ -12,6 +12,7 @@
 #include "ziplib/vl2zip/write/archiveWriter.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ziplib {
 
@@ -93,11 +94,12 @@ Status Build::requireDistinctNames() const {
     NameClashes clashes;
     for (const Candidate &candidate : m_candidates) {
         const std::string fellow = clashes.find(candidate.path);
-        if (!fellow.empty())
-            return {Failure::Exists, m_options.root + ": " + std::string(candidate.path) + " and " +
-                                         fellow +
-                                         " have one name in the game, which ignores the letters' "
-                                         "case"};
+        if (!fellow.empty()) {
+            std::string text = m_options.root + ": ";
+            text.append(candidate.path).append(" and ").append(fellow);
+            text += " have one name in the game, which ignores the letters' case";
+            return {Failure::Exists, std::move(text)};
+        }
         clashes.add(candidate.path);
         m_report.tick();
     }
