@@ -59,12 +59,12 @@ Result run(Call call) {
     ZpInit(&callbacks);
     ZpReportPacked(onPacked);
     std::vector<ZPVERSION> base(1); // never a null pointer
-    if (call.base)
-        for (const auto &[path, content] : *call.base) {
-            const auto crc = ziplib::crc32(0, content.data(), content.size());
-            const auto unwritten = std::count(call.unwritten.begin(), call.unwritten.end(), path);
-            base.push_back({path.c_str(), content.size(), crc, unwritten == 0});
-        }
+    const auto versions = call.base.value_or(decltype(call.base)::value_type());
+    for (const auto &[path, content] : versions) {
+        const auto crc = ziplib::crc32(0, content.data(), content.size());
+        const auto unwritten = std::count(call.unwritten.begin(), call.unwritten.end(), path);
+        base.push_back({path.c_str(), content.size(), crc, unwritten == 0});
+    }
     ZpSetBase(call.base ? base.data() + 1 : nullptr, static_cast<std::uint32_t>(base.size() - 1),
               onConflict);
     call.options.szRootDir = call.root.data();
