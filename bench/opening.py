@@ -86,7 +86,7 @@ def opening(environment, figures, sandbox, archive):
         peers = [candidate(name, Path(archive).name, ["dbus-run-session", "--", *command])
                  for name, command in ARCHIVERS.items()]
         run_paired([ours, *peers], environment.new_path(), environment.rounds)
-        for each, command in zip((ours, *peers), ("orvel", *ARCHIVERS.values())):
+        for each, command in zip((ours, *peers), (["orvel"], *ARCHIVERS.values())):
             each.command = lambda f, command=command: [*command, "many.vl2"]
 
         def memory(each):
