@@ -44,6 +44,11 @@ inline bool sameFile(const FileInfo &a, const FileInfo &b) {
     return a.device == b.device && a.id == b.id;
 }
 
+// True if both are the same version of the same file.
+inline bool sameVersion(const FileInfo &a, const FileInfo &b) {
+    return sameFile(a, b) && a.size == b.size && a.modified == b.modified && a.changed == b.changed;
+}
+
 // The path of a file or folder below another folder.
 struct Location {
     std::string folder; // whole path; "" is the current folder

@@ -277,6 +277,7 @@ class frmMain : public QWidget {
     std::vector<platform::FileInfo> m_cleared; // by ClearFileAttributes, for each entry
     ChangedFiles *m_changes;
     ChangedFiles::Listing m_listing; // of the archive listed last
+    platform::FileInfo m_listed;     // that archive, before it was read
     // The archive's versions that the user was told about: the next save replaces them.
     std::vector<EntryVersion> m_conflicts;
     QString m_conflictArchive;

@@ -120,6 +120,8 @@ void frmMain::ListArchive(const QString &path) {
     platform::setMousePointer(this, 11);
     DisableWindow();
     m_cUnzip->setZipFile(path);
+    const auto archive = WorkRecord::archiveAt(path);
+    m_listed = archive ? archive->seen : platform::FileInfo{};
     const std::int32_t code = m_cUnzip->Directory();
     const int count = m_cUnzip->FileCount();
     if (count > 0)

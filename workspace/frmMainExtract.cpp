@@ -68,6 +68,13 @@ void removeEmptyFolders(const QString &workFolder, const QSet<QString> &before,
 } // namespace
 
 void frmMain::cmdExtract_Click() {
+    // Another program has replaced it, or this one has saved it: the list is that of the old one.
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
+    if (archive && !sameVersion(archive->seen, m_listed)) {
+        ArchiveChosen();
+        if (!cmdExtract->isEnabled())
+            return;
+    }
     lblStatus->SetText("Please wait. Extracting files...");
     DisableWindow();
     platform::setMousePointer(this, 11);

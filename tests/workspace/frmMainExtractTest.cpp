@@ -111,6 +111,28 @@ TEST(frmMainExtract, leaves_nothing_of_an_archive_behind_whose_first_file_cannot
     }
 }
 
+TEST(frmMainExtract, lists_an_archive_first_that_another_program_has_replaced) {
+    const TempGame game;
+    const QString archive = game.archive("base.vl2");
+    makeArchive(archive, {{"a.txt", "a"}, {"b.txt", "b"}});
+    MainWindow window;
+    window.pick("Base");
+    writeFile(archive, "no archive any more");
+    window.click("cmdExtract");
+    EXPECT_TRUE(window.status().startsWith("Cannot read the archive: "));
+    EXPECT_EQ(joined(window.enabledButtons()), "");
+    EXPECT_FALSE(QFile::exists(game.temp() + "/Base"));
+    window.pick("Base");
+    makeArchive(archive, {{"a.txt", "a"}});
+    window.pick("Base");
+    makeArchive(archive, {{"b.txt", "newer"}, {"c.txt", "c"}});
+    window.click("cmdExtract");
+    EXPECT_EQ(window.lines(), QStringList({"\\b.txt", "\\c.txt"}));
+    EXPECT_EQ(joined(window.enabledButtons()), kExtracted);
+    EXPECT_EQ(readFile(game.temp() + "/Base/b.txt"), "newer");
+    EXPECT_EQ(window.note(), "");
+}
+
 TEST(frmMainExtract, sets_the_default_work_folder_if_the_setting_was_emptied_since_start_up) {
     const TempGame game;
     makeArchive(game.archive("base.vl2"), {{"a.txt", "a"}});

@@ -100,11 +100,6 @@ void append(std::vector<T> &all, std::vector<T> &more) {
 
 } // namespace
 
-bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b) {
-    return platform::sameFile(a, b) && a.size == b.size && a.modified == b.modified &&
-           a.changed == b.changed;
-}
-
 bool Scan::hasFile(std::string_view path) const {
     const auto found = std::lower_bound(
         files.begin(), files.end(), path,

@@ -51,7 +51,4 @@ struct Scan {
 // if a folder cannot be read. Reads only the names of ordinary files.
 Status scanFolder(const std::string &root, bool recurse, Scan &scan);
 
-// True if both are the same version of the same file.
-bool sameVersion(const platform::FileInfo &a, const platform::FileInfo &b);
-
 } // namespace ziplib
