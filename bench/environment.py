@@ -1,5 +1,6 @@
 """The environment of a benchmark: a folder on the measured disk, and the programs to run."""
 
+import glob
 import os
 import shlex
 import shutil
@@ -50,7 +51,12 @@ class Environment:
                 shutil.rmtree(os.path.join(self.folder, name))
 
     def file_system(self):
-        return sh("df", "--output=fstype", self.folder).split()[-1]
+        kind, device = sh("df", "--output=fstype,source", self.folder).split()[-2:]
+        if not kind.startswith("ext"):
+            return kind
+        # It decides how fast files are created and deleted.
+        journal = glob.glob("/proc/fs/jbd2/%s-*" % os.path.basename(device))
+        return kind + (" with a journal" if journal else " without a journal")
 
     def shown(self, command):
         """A command as text, without the paths of this machine."""

@@ -106,10 +106,10 @@ class Game:
             Candidate("sync of a copy of the archive", lambda f: ["sync", f + "/copy"], copy,
                        settle=False))
         work = "save, one file changed, without sync"
-        self.figures.faster(work, ours, kept, 1.3)
+        self.figures.faster(work, ours, kept, 1.5)
         self.figures.faster(work, ours, touched, 10)
         self.figures.faster(work, ours, named, None)
-        self.figures.share(work, ours, least, 1.5)
+        self.figures.share(work, ours, least, 1.2)
         syncing = Candidate("Orvel", ours.command)
         syncing.times = [report["sync_ms"] for report in ours.reports]
         self.figures.share("sync of that save", syncing, sync, 1.1)
@@ -143,7 +143,7 @@ class Game:
             self.saver(),
             Candidate("read of the tree", lambda f: [self.environment.tool, "read", f + "/tree"],
                        self.edited()))
-        self.figures.share("save, nothing changed", ours, least, 1.2)
+        self.figures.share("save, nothing changed", ours, least, 1.1)
 
     def against_copies(self):
         """What a disk costs anyway: copies of the same files, with the sync."""

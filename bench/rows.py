@@ -1,5 +1,7 @@
 """The figures of a run, and the report page."""
 
+import sys
+
 HEAD = """# Performance
 
 Orvel compared with other tools in one run on one machine: whole processes, alternating, warm cache,
@@ -9,6 +11,9 @@ machine and its load. The range in parentheses is that of Orvel's own rounds.
 - Machine: {machine}
 - Date: {date}
 - Command: `{command}` (its output is this page)
+
+The disk was new: on one without a journal ext4 creates files slowly for minutes after files were
+deleted.
 """
 
 NOTES = """
@@ -39,8 +44,7 @@ COMMANDS = """
 
 `vl2bench` calls the two zip libraries through their C interface. `pickbench` shows the main window
 on a virtual display and presses the key. `bench/make_archive.py` creates the archives; their bytes
-are the same on every machine. Nothing is deleted before the last measurement, since a file system
-creates files slowly after many deletions.
+are the same on every machine. Files are deleted as late as possible.
 
 """
 
@@ -103,10 +107,11 @@ class Figures:
         if not reached:
             self.misses.append("%s%s: %s" % (work, " compared with " + name if name else "", result or ours))
         verdict = ("yes" if reached else "**no**") if goal else ""
+        print(" | ".join((work, ours, name, peer, result, verdict)), file=sys.stderr, flush=True)
         self.rows.append((work, ours, name, peer, result, goal or "", verdict))
 
     def text(self, machine, date, large):
-        command = "scripts/bench --large" if large else "scripts/bench"
+        command = "scripts/bench --disk FOLDER --page" + (" --large" if large else "")
         text = HEAD.format(rounds=self.environment.rounds, machine=machine, date=date, command=command)
         text += "\n| Task | Orvel | Compared with | Its time | Ratio | Target | Met |\n" + "|---" * 7 + "|\n"
         text += "".join("| %s |\n" % " | ".join(row) for row in self.rows) + NOTES
