@@ -36,10 +36,12 @@ def folder(*parts):
 
 
 def unmount(path):
-    """Ends a mount. A FUSE file system may be busy for a moment after its last file was closed."""
+    """Ends a mount. A FUSE file system may be busy for a moment after its last file was closed; that of a
+    server that hangs is only detached."""
     for _ in range(20):
-        if subprocess.run(["umount", path], stderr=subprocess.DEVNULL, check=False).returncode == 0:
-            return
+        with contextlib.suppress(subprocess.TimeoutExpired):
+            if subprocess.Popen(["umount", path], stderr=subprocess.DEVNULL).wait(10) == 0:
+                return
         time.sleep(0.2)
     subprocess.run(["umount", "-l", path], check=False)
 
