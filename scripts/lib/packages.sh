@@ -30,7 +30,7 @@ packages_of() {
     disks)
         echo xfsprogs btrfs-progs f2fs-tools exfatprogs dosfstools ntfs-3g exfat-fuse fuse2fs sshfs \
             openssh-sftp-server bindfs gocryptfs rclone fuse-overlayfs nfs-kernel-server samba cifs-utils \
-            qemu-system-x86 busybox-static kmod
+            gvfs-fuse gvfs-backends dbus libglib2.0-bin qemu-system-x86 busybox-static kmod
         ;;
     fuzz) echo clang llvm "libclang-rt-14-dev|libclang-rt-19-dev" ;;
     esac

@@ -55,8 +55,8 @@ poweroff -f
 END
 }
 
-# in_vm COMMAND...: runs a command as root there and prints its output. Returns its exit status, or
-# fails if the machine does not start or takes more than an hour.
+# in_vm COMMAND...: runs a command as root there and prints its output as it comes. Returns its exit
+# status, or 1 if the machine does not start or takes more than an hour.
 in_vm() {
     local version image=$VM/image module number=0
     vm_kernel
@@ -74,17 +74,19 @@ in_vm() {
     printf '#!/bin/busybox sh\nexec /bin/busybox chroot /root /sbin/modprobe "$@"\n' >"$image/sbin/modprobe"
     chmod +x "$image/init" "$image/sbin/modprobe"
     (cd "$image" && find . | busybox cpio -o -H newc 2>/dev/null) | gzip -1 >"$VM/initramfs"
+    touch "$VM/shared/output"
     timeout 3600 qemu-system-x86_64 -accel "${ORVEL_VM_ACCELERATOR:-tcg,thread=multi}" -cpu max -smp 2 -m 3G -nodefaults -display none \
         -no-reboot -nic none -serial "file:$VM/console" -kernel "$VM/kernel/boot/vmlinuz-$version" \
         -initrd "$VM/initramfs" -append "console=ttyS0 quiet panic=1 mitigations=off" \
         -fsdev local,id=root,path=/,security_model=none,readonly=on,multidevs=remap \
         -device virtio-9p-pci,fsdev=root,mount_tag=root \
         -fsdev "local,id=shared,path=$VM/shared,security_model=none" \
-        -device virtio-9p-pci,fsdev=shared,mount_tag=shared || true
+        -device virtio-9p-pci,fsdev=shared,mount_tag=shared &
+    tail --follow --pid $! "$VM/shared/output"
     [[ -e $VM/shared/status ]] || {
         tail -n 5 "$VM/console" >&2
-        fail "the virtual machine did not run the command"
+        warn "the virtual machine did not end the command"
+        return 1
     }
-    cat "$VM/shared/output"
     return "$(<"$VM/shared/status")"
 }

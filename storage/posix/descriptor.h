@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cerrno>
 #include <unistd.h>
-
 #include <utility>
 
 namespace platform {
@@ -34,5 +34,15 @@ class Descriptor {
 
     int m_number;
 };
+
+// Deletes a file that is open here and closes it with `close`, in this order if the disk deletes
+// open files. On others no program loses a file that it has opened in between.
+template<typename Close>
+void removeAndClose(int folder, const char *name, Close close) {
+    const bool busy = unlinkat(folder, name, 0) != 0 && errno == EBUSY;
+    close();
+    if (busy)
+        unlinkat(folder, name, 0);
+}
 
 } // namespace platform

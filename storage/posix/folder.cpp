@@ -219,8 +219,11 @@ std::uint8_t Folder::recordedAttributes(const FolderItem &item) const {
 
 Status Folder::freeSpace(std::uint64_t &bytes) const {
     struct statvfs st {};
-    if (fstatvfs(static_cast<int>(m_handle), &st) != 0)
-        return errnoStatus(errno, "cannot examine the disk of", m_path);
+    int error = fstatvfs(static_cast<int>(m_handle), &st) == 0 ? 0 : errno;
+    if (error == 0 && st.f_blocks == 0) // without a limit, or one that a FUSE program does not know
+        error = ENOSYS;
+    if (error != 0)
+        return errnoStatus(error, "cannot examine the disk of", m_path);
     const std::uint64_t blocks = geteuid() == 0 ? st.f_bfree : st.f_bavail;
     bytes = blocks * st.f_frsize;
     return {};
@@ -241,7 +244,7 @@ void Folder::removeStaleTemporaries() const {
         if (item.kind == FileInfo::Kind::File && isTemporaryName(item.name) &&
             openFile(item.name, file).ok() &&
             tryLock(static_cast<int>(file.m_handle)) == Lock::Taken)
-            unlinkat(static_cast<int>(m_handle), item.name.c_str(), 0);
+            removeAndClose(static_cast<int>(m_handle), item.name.c_str(), [&] { file.close(); });
     }
 }
 

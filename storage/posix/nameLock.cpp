@@ -1,4 +1,5 @@
 #include "storage/lockWait.h"
+#include "storage/posix/descriptor.h"
 #include "storage/posix/disk.h"
 #include "storage/posix/fileLock.h"
 #include "storage/posix/systemError.h"
@@ -14,7 +15,8 @@ namespace platform {
 
 namespace {
 
-// Creates or opens the lock file. A file of another user is opened for reading, only to be locked.
+// Creates or opens the lock file. A file of another user is opened for reading, only to be locked;
+// also one that a killed process left behind if the disk reopens no file for writing.
 int openLockFile(int folder, const char *lockFile) {
     const int file = createSteadily(folder, [&] {
         return openat(folder, lockFile, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
@@ -24,7 +26,7 @@ int openLockFile(int folder, const char *lockFile) {
         return file;
     }
     const int error = errno;
-    if (error == EACCES) {
+    if (error == EACCES || error == EOPNOTSUPP) {
         const int readable = openat(folder, lockFile, O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
         errno = error;
         return readable;
@@ -95,7 +97,8 @@ void NameLock::release() {
     if (!m_file.isOpen())
         return;
     if (isHeldIn(*m_folder)) // else the name is another program's lock
-        unlinkat(static_cast<int>(m_folder->m_handle), m_lockFile.c_str(), 0);
+        removeAndClose(static_cast<int>(m_folder->m_handle), m_lockFile.c_str(),
+                       [&] { m_file.close(); });
     m_file.close();
 }
 

@@ -1,3 +1,4 @@
+#include "storage/posix/descriptor.h"
 #include "storage/posix/disk.h"
 #include "storage/posix/fileInfo.h"
 #include "storage/posix/fileLock.h"
@@ -292,11 +293,12 @@ void NewFile::discard() {
         return;
     // Deleted before it is closed: some FUSE clients learn of the closing late, and a file that is
     // deleted at that moment stays behind under the client's own name.
-    if (!m_temporary.empty()) {
-        unlinkat(static_cast<int>(m_folder->m_handle), m_temporary.c_str(), 0);
-        m_temporary.clear();
-    }
-    ::close(static_cast<int>(m_handle));
+    const auto close = [&] { ::close(static_cast<int>(m_handle)); };
+    if (m_temporary.empty())
+        close();
+    else
+        removeAndClose(static_cast<int>(m_folder->m_handle), m_temporary.c_str(), close);
+    m_temporary.clear();
     m_handle = -1;
 }
 

@@ -3,7 +3,6 @@
 import contextlib
 import os
 import shutil
-import signal
 import socket
 import subprocess
 import time
@@ -29,6 +28,17 @@ def command(*words, **options):
         raise NotMade("%s: %s" % (os.path.basename(words[0]), line))
 
 
+def started(stack, *words, stdout=subprocess.DEVNULL, **options):
+    """Starts a program that runs until the ExitStack is closed; NotMade if it is missing."""
+    try:
+        process = subprocess.Popen(words, stdout=stdout, stderr=subprocess.DEVNULL, **options)
+    except FileNotFoundError:
+        raise NotMade(words[0] + " is not installed") from None
+    stack.callback(process.wait)
+    stack.callback(process.terminate)
+    return process
+
+
 def folder(*parts):
     path = os.path.join(*parts)
     os.makedirs(path, exist_ok=True)
@@ -36,10 +46,12 @@ def folder(*parts):
 
 
 def unmount(path):
-    """Ends a mount. A FUSE file system may be busy for a moment after its last file was closed."""
+    """Ends a mount. A FUSE file system may be busy for a moment after its last file was closed; that of a
+    server that hangs is only detached."""
     for _ in range(20):
-        if subprocess.run(["umount", path], stderr=subprocess.DEVNULL, check=False).returncode == 0:
-            return
+        with contextlib.suppress(subprocess.TimeoutExpired):
+            if subprocess.Popen(["umount", path], stderr=subprocess.DEVNULL).wait(10) == 0:
+                return
         time.sleep(0.2)
     subprocess.run(["umount", "-l", path], check=False)
 
@@ -189,12 +201,7 @@ def sshfs(scratch):
     with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown, contextlib.ExitStack() as ended:
         for words, end in ((["/usr/lib/openssh/sftp-server"], there),
                            (["sshfs", "-f", "-o", "passive", ":" + shown, path], here)):
-            try:
-                process = subprocess.Popen(words, stdin=end, stdout=end, stderr=subprocess.DEVNULL)
-            except FileNotFoundError:
-                raise NotMade(words[0] + " is not installed") from None
-            ended.callback(process.wait)
-            ended.callback(process.terminate)
+            started(ended, *words, stdin=end, stdout=end)
             end.close()
         with mounted(path, "true"):
             yield path
@@ -216,7 +223,9 @@ def nfs(options):
             command("exportfs", "-o", "rw,no_root_squash,insecure,no_subtree_check,fsid=0", "127.0.0.1:" + shown)
             command("rpc.mountd")
             subprocess.run(["rpc.statd"], stderr=subprocess.DEVNULL, check=False)
-            command("rpc.nfsd", "--grace-time", "1", "--lease-time", "10", "2")
+            command("rpc.nfsd", "--grace-time", "10", "--lease-time", "10", "2")
+            # No client is waited for that had files open before.
+            Path("/proc/fs/nfsd/v4_end_grace").write_text("Y\n", encoding="ascii")
             try:
                 # What has the number 0 is the root of version 4.
                 top = "/" if options.startswith("vers=4") else shown
@@ -253,28 +262,19 @@ SMB_CONF = """[global]
 
 @contextlib.contextmanager
 def samba(scratch):
-    """A server of Samba; yields the folder of its state, whose share is the folder `shown`."""
-    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown:
+    """A server of Samba; yields the folder of its state."""
+    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown, contextlib.ExitStack() as ended:
         state = folder(scratch, "state")
+        ended.callback(shutil.rmtree, state, ignore_errors=True)
         conf = os.path.join(state, "smb.conf")
         Path(conf).write_text(SMB_CONF % {"state": state, "shown": shown}, encoding="ascii")
-        try:
-            # It ends with all of its process group.
-            server = subprocess.Popen(["smbd", "-s", conf, "-F", "--no-process-group"],
-                                      start_new_session=True, stdout=subprocess.DEVNULL,
-                                      stderr=subprocess.DEVNULL)
-        except FileNotFoundError:
-            raise NotMade("smbd is not installed") from None
-        try:
-            for _ in range(100):
-                with contextlib.suppress(OSError), socket.create_connection(("127.0.0.1", 4450), 1):
-                    break
-                time.sleep(0.2)
-            yield state
-        finally:
-            server.send_signal(signal.SIGTERM)
-            server.wait()
-            shutil.rmtree(state, ignore_errors=True)
+        # It ends with all of its process group.
+        started(ended, "smbd", "-s", conf, "-F", "--no-process-group", start_new_session=True)
+        for _ in range(100):
+            with contextlib.suppress(OSError), socket.create_connection(("127.0.0.1", 4450), 1):
+                break
+            time.sleep(0.2)
+        yield state
 
 
 def cifs(options):
@@ -285,6 +285,22 @@ def cifs(options):
                                      "//127.0.0.1/share", path):
             yield path
     return disk
+
+
+@contextlib.contextmanager
+def gvfs(scratch):
+    """The desktop's own client of SMB, which shows the share by FUSE."""
+    runtime = folder(scratch, "run")
+    os.chmod(runtime, 0o700)
+    environment = {**os.environ, "XDG_RUNTIME_DIR": runtime, "HOME": folder(scratch, "home")}
+    with samba(scratch), contextlib.ExitStack() as ended:
+        # The bus starts the client's programs, which end with it.
+        bus = started(ended, "dbus-daemon", "--session", "--nofork", "--print-address=1",
+                      env=environment, stdout=subprocess.PIPE)
+        environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+        with mounted(folder(runtime, "gvfs"), "gio", "mount", "-a", "smb://127.0.0.1:4450/share",
+                     env=environment) as top:
+            yield os.path.join(top, *os.listdir(top))
 
 
 # Name, how it is made, and whether a machine of the usual kind runs it with all other tests.
@@ -320,4 +336,5 @@ DISKS = {
     "NFS 3": (nfs("vers=3,nolock"), False),
     "SMB": (cifs("vers=3.1.1"), False),
     "SMB, nobrl, no cache": (cifs("vers=3.1.1,nobrl,cache=none"), False),
+    "SMB, gvfs": (gvfs, False),
 }

@@ -13,6 +13,9 @@
 //                  " times ", or " one-time " without the other: they are dropped without an error
 //                  " steady ": each third call that creates a file or folder fails with EPERM
 //                  " still-times ": each read sets a file's time
+//                  " reopen ": a lock file that exists cannot be opened for writing
+//                  " open-unlink ": a file that is open cannot be deleted
+//                  " size ": the disk reports neither its size nor its free space
 //                  " room ": writes are lost, and only a sync fails, with EIO
 //                  " open-rename ": a renaming over an archive that this process has open fails and
 //                  takes the archive with it when it is closed
@@ -145,10 +148,15 @@ bool isOpenHere(const std::string &path) {
     return false;
 }
 
-// True if a rename to this path, of an archive, is refused.
+// True if a rename to this path, of an archive, or the deletion of this path is refused.
 bool refused(const char *name, const std::string &path) {
     if (std::strcmp(name, "mkdirat") == 0 && unsteady())
         return true;
+    if (std::strcmp(name, "unlinkat") == 0 && path.ends_with(".part") && lacking("open-unlink") &&
+        isOpenHere(path)) {
+        errno = EBUSY;
+        return true;
+    }
     if (std::strncmp(name, "rename", 6) != 0 || !path.ends_with(".vl2"))
         return false;
     const bool isThere = syscall(SYS_faccessat, AT_FDCWD, path.c_str(), F_OK) == 0;
@@ -231,6 +239,12 @@ int openCounted(const char *name, int folder, const char *path, int flags, mode_
         return -1;
     if ((flags & O_CREAT) != 0 && pathOf(folder, path).starts_with(settings().folder) && unsteady())
         return -1;
+    const bool reopens = !nameless && (flags & O_ACCMODE) != O_RDONLY &&
+                         (flags & (O_TRUNC | O_EXCL)) == 0 && std::strstr(path, ".part") != nullptr;
+    if (reopens && lacking("reopen") && syscall(SYS_faccessat, folder, path, F_OK) == 0) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
     return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
 }
 
@@ -320,6 +334,8 @@ extern "C" int fstatvfs(int fd, struct statvfs *disk) {
     const int result = real(fd, disk);
     if (lacking("room"))
         disk->f_bavail = 0;
+    if (lacking("size"))
+        disk->f_blocks = disk->f_bfree = disk->f_bavail = 0;
     return result;
 }
 

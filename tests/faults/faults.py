@@ -17,7 +17,7 @@ LARGE = {"front": b"#!/bin/sh\nexit 0\n" * 50,
 # A file system without unnamed files, hard links and exclusive renames.
 POOR = {"lacks": " nameless linkat renameat2 "}
 # A network share, on which another program may have the archive open.
-SHARE = {"lacks": " local open-rename read-locks "}
+SHARE = {"lacks": " local open-rename read-locks reopen "}
 HELD = {"lacks": " local held-rename renameat2 "}
 
 
@@ -113,7 +113,7 @@ def interrupted_extractions(binaries, scratch, *faults, **disk):
     job = Job(binaries, scratch, **disk)
     job.freeze()
     calls = job.calls_of("extract")
-    check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left something else")
+    check(read_tree(job.work) == ENTRIES, "an undisturbed extraction left", sorted(read_tree(job.work)))
     check(len(calls) > len(ENTRIES), "too few calls seen")
     killed = tried = 0
     for fault in faults:
@@ -238,12 +238,15 @@ def disks(binaries, scratch):
               "the archive holds something else")
         job.edits_are_somewhere(where)
         job.save_again(where)
-    job = Job(binaries, scratch)
-    job.steps("extract", watch={"lacks": " one-time nameless steady "})
-    check(job.extracted() == ENTRIES, "entries were lost:", sorted(job.extracted()))
-    for name in ENTRIES:
-        check(os.stat(os.path.join(job.work, name)).st_mtime < 1e9, name, "has lost its entry's time")
-    print("%d disks" % (len(rows) + 1))
+    extracting = (" one-time nameless steady ", " size nameless open-unlink ")
+    for lacks in extracting:
+        job = Job(binaries, scratch)
+        said = job.steps("extract", watch={"lacks": lacks}).stdout
+        check(read_tree(job.work) == ENTRIES, lacks, "entries were lost:", sorted(job.extracted()), said)
+        job.nothing_left(lacks)
+        for name in ENTRIES:
+            check(os.stat(os.path.join(job.work, name)).st_mtime < 1e9, name, "has lost its entry's time")
+    print("%d disks" % (len(rows) + len(extracting)))
 
 
 def order(binaries, scratch):

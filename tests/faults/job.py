@@ -63,9 +63,10 @@ def write_files(root, files):
 
 
 def read_tree(root):
-    """Every file below a folder by its relative path; none if the folder is missing."""
-    return {str(path.relative_to(root)): path.read_bytes()
-            for path in Path(root).rglob("*") if not path.is_dir()}
+    """Every file below a folder by its relative path; none if the folder is missing. Without those
+    that a FUSE client deletes late."""
+    return {str(path.relative_to(root)): path.read_bytes() for path in Path(root).rglob("*")
+            if not path.is_dir() and not path.name.startswith(".fuse_hidden")}
 
 
 def archive_content(path):
