@@ -92,6 +92,6 @@ void frmMain::HideProgressBar() {
 
 void frmMain::ShowNote(const QString &text) {
     lblStatus->SetNote(text);
-    QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), lblStatus->toolTip(), lblStatus, {},
-                       kNoteTime);
+    QToolTip::showText(lblStatus->mapToGlobal(lblStatus->rect().bottomLeft()), lblStatus->toolTip(),
+                       lblStatus, {}, kNoteTime);
 }
