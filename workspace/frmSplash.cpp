@@ -75,7 +75,8 @@ void frmSplash::tmrSplash_Timer() {
     frmMain *main = m_main.release();
     main->show();
     if (!m_archive.isEmpty())
-        QTimer::singleShot(0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
+        QTimer::singleShot(
+            0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
     platform::acceptHandovers(
         main, [main](const QString &archive) { return main->ShowArchive(archive); });
 }
