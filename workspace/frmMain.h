@@ -15,6 +15,7 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -126,6 +127,9 @@ class frmMain : public QWidget {
     // frmMainBusy.cpp: long operations
     // Runs a handler. On an error, restores window and pointer and shows it in a message box.
     void Guarded(const std::function<void()> &handler);
+    // Whether no handler, message or other window keeps this one from another archive. A handler
+    // that repaints lets timers and requests of other processes run, too.
+    bool IsFree() const;
     // Disable the window, and enable it again after discarding the input of that time.
     void DisableWindow();
     void EnableWindow();
@@ -142,6 +146,8 @@ class frmMain : public QWidget {
     // frmMainBrowse.cpp: selecting and listing an archive
     void drpVL2File_Change();
     void drpVL2File_Click();
+    // Runs ChooseArchive from the event loop, when the window is free.
+    void ChooseLater(const QString &sFile, std::chrono::milliseconds delay);
     void ArchiveChosen();
     void OpenSelectedArchive();
     void ListArchive(const QString &path);
@@ -285,4 +291,5 @@ class frmMain : public QWidget {
     int m_progress = 0; // its value
     QPointer<QWidget> m_focus;
     bool m_changeHandled = false;
+    int m_handlers = 0; // that run
 };

@@ -7,7 +7,6 @@
 #include "workspace/reasons.h"
 #include "ziplib/returnCode.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -15,15 +14,18 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 
+using namespace std::chrono_literals;
 using ziplib::ReturnCode;
 
 namespace {
 
 // Bytes of files that are compared by content at a selection: the others count as edited.
 constexpr std::uint64_t kMostRead = 64U << 20U;
+constexpr std::chrono::milliseconds kRetryInterval(200);
 
 } // namespace
 
@@ -48,7 +50,11 @@ void frmMain::ChooseArchive(const QString &sFile) {
         std::error_code ignored;
         if (!std::filesystem::equivalent(listed.filesystemFilePath(), wanted, ignored))
             continue;
-        drpVL2File->setCurrentIndex(entry);
+        // Choosing the same one again lists it again, as in the drop-down.
+        if (entry == drpVL2File->currentIndex())
+            Guarded([this] { ArchiveChosen(); });
+        else
+            drpVL2File->setCurrentIndex(entry);
         return;
     }
     const QFileInfo file(sFile);
@@ -85,13 +91,24 @@ int frmMain::AddArchive(const QString &path) {
 }
 
 bool frmMain::ShowArchive(const QString &sFile) {
-    if (!isEnabled() || QApplication::activeModalWidget() != nullptr)
+    if (!IsFree())
         return false;
     showNormal();
     raise();
     activateWindow();
-    QTimer::singleShot(0, this, [this, sFile] { ChooseArchive(sFile); });
+    ChooseLater(sFile, 0ms);
     return true;
+}
+
+void frmMain::ChooseLater(const QString &sFile, std::chrono::milliseconds delay) {
+    QTimer::singleShot(
+        delay, this,
+        [this, sFile] {
+            if (IsFree())
+                ChooseArchive(sFile);
+            else
+                ChooseLater(sFile, kRetryInterval);
+        });
 }
 
 void frmMain::ArchiveChosen() {

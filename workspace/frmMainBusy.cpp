@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QProgressBar>
+#include <QScopeGuard>
 #include <QToolTip>
 
 #include <exception>
@@ -21,6 +22,8 @@ constexpr int kStepMask = 0x3F;
 
 void frmMain::Guarded(const std::function<void()> &handler) {
     QString description;
+    ++m_handlers;
+    const auto end = qScopeGuard([this] { --m_handlers; });
     try {
         handler();
         return;
@@ -33,6 +36,10 @@ void frmMain::Guarded(const std::function<void()> &handler) {
     UpdateButtons();
     lblStatus->SetText(description);
     platform::MsgBox(description, platform::kCritical, "Orvel");
+}
+
+bool frmMain::IsFree() const {
+    return isEnabled() && m_handlers == 0 && QApplication::activeModalWidget() == nullptr;
 }
 
 void frmMain::DisableWindow() {
@@ -85,6 +92,6 @@ void frmMain::HideProgressBar() {
 
 void frmMain::ShowNote(const QString &text) {
     lblStatus->SetNote(text);
-    QToolTip::showText(lblStatus->mapToGlobal(QPoint(0, 0)), lblStatus->toolTip(), lblStatus, {},
-                       kNoteTime);
+    QToolTip::showText(lblStatus->mapToGlobal(lblStatus->rect().bottomLeft()), lblStatus->toolTip(),
+                       lblStatus, {}, kNoteTime);
 }

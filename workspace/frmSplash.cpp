@@ -74,10 +74,11 @@ void frmSplash::tmrSplash_Timer() {
     m_main->setAttribute(Qt::WA_DeleteOnClose);
     frmMain *main = m_main.release();
     main->show();
+    if (!m_archive.isEmpty())
+        QTimer::singleShot(
+            0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
     platform::acceptHandovers(
         main, [main](const QString &archive) { return main->ShowArchive(archive); });
-    if (!m_archive.isEmpty())
-        QTimer::singleShot(0, main, [main, archive = m_archive] { main->ChooseArchive(archive); });
 }
 
 void frmSplash::PrepareMainWindow() {

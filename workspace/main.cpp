@@ -51,6 +51,19 @@ QAccessibleInterface *windowInterface(const QString &, QObject *object) {
     return new QAccessibleWidget(window, QAccessible::Window); // NOLINT(*-owning-memory): Qt's
 }
 
+// Makes this process the instance of the program, or asks the one that runs already to show the
+// archive, if there is one. None: this process has to show it.
+platform::Handover handOver(const QString &archive) {
+    // The other instance may end at that moment.
+    for (int attempt = 0; attempt < 2 && !platform::becomeInstance() && !archive.isEmpty();
+         ++attempt) {
+        const platform::Handover answer = platform::handOver(archive);
+        if (answer != platform::Handover::None)
+            return answer;
+    }
+    return platform::Handover::None;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -74,7 +87,7 @@ int main(int argc, char **argv) {
 
     const QString archive =
         archives.isEmpty() ? QString() : QFileInfo(archives.first()).absoluteFilePath();
-    switch (archive.isEmpty() ? platform::Handover::None : platform::handOver(archive)) {
+    switch (handOver(archive)) {
     case platform::Handover::None:
         break;
     case platform::Handover::Shown:

@@ -6,11 +6,12 @@
 #include "platform/forms.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace {
 
 bool holdsGame(const QString &folder) {
-    return !platform::storedName(folder + "\\GameData\\base").isEmpty();
+    return QFileInfo(platform::nativePath(folder + "\\GameData\\base")).isDir();
 }
 
 } // namespace
@@ -29,7 +30,7 @@ bool RegisterGameFolder() {
             continue;
         }
         RegSetString(kHkeyLocalMachine, key, "directory", *folder);
-        if (!RegGetString(kHkeyLocalMachine, key, "directory").isEmpty())
+        if (RegGetString(kHkeyLocalMachine, key, "directory") == *folder)
             return true;
         platform::MsgBox("The folder could not be registered: the settings cannot be written.",
                          platform::kCritical, "Orvel");

@@ -1,10 +1,12 @@
 #include "platform/singleInstance.h"
 #include "tests/workspace/window.h"
 
+#include <QTimer>
 #include <QWheelEvent>
 
 #include <chrono>
 #include <future>
+#include <utility>
 
 namespace {
 
@@ -91,6 +93,10 @@ TEST(frmMainBrowse, begins_with_the_archive_that_it_is_given) {
     EXPECT_EQ(readArchive(game.root() + "/other/my mod.vl2").at("a.cs"), "edited");
     EXPECT_EQ(readArchive(game.root() + "/my mod.vl2").at("a.cs"), "a");
     EXPECT_EQ(readArchive(game.archive("My Mod.vl2")).at("a.cs"), "a");
+    // The same one again, downloaded again meanwhile.
+    makeArchive(game.root() + "/other/my mod.vl2", {{"b.cs", "b"}});
+    window.form().ChooseArchive(game.root() + "/other/my mod.vl2");
+    EXPECT_EQ(joined(window.shownTree()), "|  b.cs#8");
     EXPECT_EQ(MainWindow().entries(), offered) << "for that window only";
 }
 
@@ -98,24 +104,40 @@ TEST(frmMainBrowse, comes_to_the_front_with_an_archive_for_a_later_start_unless_
     const TempGame game;
     for (const char *name : {"a.vl2", "b.vl2"})
         makeArchive(game.archive(name), {{"a.cs", "a"}});
-    const auto ask = [](const QString &archive) {
-        auto answer = std::async(std::launch::async, platform::handOver, archive);
+    const auto start = [](const QString &archive) {
+        return std::async(std::launch::async, platform::handOver, archive);
+    };
+    const auto finish = [](std::future<platform::Handover> answer) {
         EXPECT_TRUE(QTest::qWaitFor(
             [&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
             10'000));
         return answer.get();
     };
-    EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::None);
+    const auto ask = [&](const QString &archive) { return finish(start(archive)); };
+    ASSERT_TRUE(platform::becomeInstance());
+    auto early = start(game.archive("b.vl2")); // before there is a window
     MainWindow window;
     platform::acceptHandovers(
         &window.form(), [&](const QString &archive) { return window.form().ShowArchive(archive); });
-    EXPECT_EQ(ask(game.archive("b.vl2")), platform::Handover::Shown);
+    EXPECT_EQ(finish(std::move(early)), platform::Handover::Shown);
     EXPECT_TRUE(QTest::qWaitFor([&] { return window.dropDown()->currentText() == "B"; }));
     window.form().setEnabled(false);
     EXPECT_EQ(ask(game.archive("a.vl2")), platform::Handover::Busy);
     QCoreApplication::processEvents();
     EXPECT_EQ(window.dropDown()->currentText(), "B");
     window.form().setEnabled(true);
+    // A look at many files of the work folder, in which the window repaints.
+    for (int i = 0; i < 20000; ++i)
+        writeFile(game.temp() + QString("/A/%1.cs").arg(i), "edited");
+    QTimer requests;
+    int shown = 0;
+    QObject::connect(&requests, &QTimer::timeout,
+                     [&] { shown += window.form().ShowArchive(game.archive("b.vl2")) ? 1 : 0; });
+    requests.start(1);
+    window.dropDown()->setCurrentIndex(0);
+    requests.stop();
+    EXPECT_EQ(shown, 0);
+    EXPECT_EQ(window.dropDown()->currentText(), "A");
 }
 
 // A person who types a name to find a file must not select another archive by mistake.

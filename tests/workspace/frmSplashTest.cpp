@@ -114,8 +114,9 @@ TEST(frmSplash, starts_after_the_user_has_registered_a_folder_that_holds_the_gam
     ASSERT_EQ(answers.boxes().size(), 1U);
     EXPECT_TRUE(answers.boxes().front().text.contains("is not the folder of the game"));
     EXPECT_FALSE(starts());
-    chosen = {game.folder(), game.base()};
+    writeFile(game.root() + "/GameData/base", "a file");
+    chosen = {game.folder(), game.root(), game.base()};
     EXPECT_TRUE(RegisterGameFolder());
-    EXPECT_EQ(answers.boxes().size(), 3U);
+    EXPECT_EQ(answers.boxes().size(), 4U);
     EXPECT_TRUE(starts());
 }
