@@ -11,6 +11,23 @@ std::int32_t lastNumber(QStringList &texts, const QString &text) {
 
 } // namespace
 
+std::string EntryList::utf8Path(std::int32_t index) const {
+    const QString &parent = m_folders.at(item(index).folder);
+    const QStringView own = m_names.view(static_cast<std::size_t>(index));
+    const qsizetype start = parent.isEmpty() ? 0 : parent.size() + 1;
+    std::string path(static_cast<std::size_t>(start + own.size()), '/');
+    char16_t all = 0;
+    const auto put = [&](QStringView text, char *to) {
+        for (const QChar letter : text) {
+            all |= letter.unicode();
+            *to++ = letter == u'\\' ? '/' : static_cast<char>(letter.unicode());
+        }
+    };
+    put(parent, path.data());
+    put(own, path.data() + start);
+    return all < 0x80 ? path : this->path(index).replace('\\', '/').toStdString();
+}
+
 void EntryList::add(const tZipEntry &entry) {
     m_names.add(entry.sName);
     m_items.push_back({entry.dDate, lastNumber(m_folders, entry.sFolder),

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 // One listed entry of an archive.
@@ -37,6 +38,8 @@ class EntryList {
         const QString parent = folder(index);
         return parent.isEmpty() ? name(index) : parent + u'\\' + name(index);
     }
+    // The same in UTF-8, separated by "/".
+    std::string utf8Path(std::int32_t index) const;
     std::uint32_t crc(std::int32_t index) const {
         return static_cast<std::uint32_t>(item(index).crc);
     }

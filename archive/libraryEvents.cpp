@@ -34,8 +34,10 @@ QString LibraryEvents::onPrint(const char *buffer, std::uint32_t size,
     // Not converted: its paths are shown to the user in the system's form.
     attempt([&] { lastMessage = message.trimmed(); });
     QString written = message;
-    attempt([&] { marshalling::SlashesToBackslashes(message); });
-    attempt([&] { RaiseProgress(message); });
+    if (Progress) { // a message for each of many entries is converted only if somebody reads it
+        attempt([&] { marshalling::SlashesToBackslashes(message); });
+        attempt([&] { RaiseProgress(message); });
+    }
     return written;
 }
 

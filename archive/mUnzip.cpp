@@ -192,6 +192,7 @@ void mUnzip::OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept {
             known.file.changed = entry->changed;
             known.file.device = entry->device;
             known.file.id = entry->id;
+            known.file.plain = entry->written == 2;
         }
         m_cCurrentUnzip->m_atExtracted->push_back(std::move(known));
     });

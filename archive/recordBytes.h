@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,14 +11,19 @@
 class RecordWriter {
   public:
     void fixed(std::uint64_t value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            m_bytes.push_back(static_cast<char>(value >> (8U * static_cast<unsigned>(i))));
+        std::array<char, 8> digits;
+        for (std::size_t i = 0; i < digits.size(); ++i)
+            digits[i] = static_cast<char>(value >> (8U * i));
+        m_bytes.append(digits.data(), static_cast<std::size_t>(bytes));
     }
     // Seven bits a byte; the highest bit marks that more follow.
     void number(std::uint64_t value) {
+        std::array<char, 10> digits; // NOLINT(*-member-init): filled as far as it is used
+        std::size_t count = 0;
         for (; value >= 0x80U; value >>= 7U)
-            m_bytes.push_back(static_cast<char>(value | 0x80U));
-        m_bytes.push_back(static_cast<char>(value));
+            digits[count++] = static_cast<char>(value | 0x80U);
+        digits[count++] = static_cast<char>(value);
+        m_bytes.append(digits.data(), count);
     }
     // The difference to `before`, which is small for similar numbers of either sign.
     void step(std::uint64_t value, std::uint64_t before) {
@@ -25,6 +32,7 @@ class RecordWriter {
         number((difference << 1U) ^ sign);
     }
     void text(std::string_view bytes) { m_bytes.append(bytes); }
+    void reserve(std::size_t bytes) { m_bytes.reserve(bytes); }
     const std::string &bytes() const { return m_bytes; }
 
   private:

@@ -9,6 +9,7 @@
 #include <libdeflate.h>
 
 #include <algorithm>
+#include <functional>
 #include <type_traits>
 
 // The file, all numbers little-endian:
@@ -33,6 +34,9 @@ constexpr std::size_t kHeadStart = kMagic.size() + kSizeBytes;
 // Far more than any path needs, and less than a damaged size could make the program allocate.
 constexpr std::uint64_t kLargestHead = 1U << 20U;
 constexpr std::uint64_t kLargestRecord = 1U << 30U;
+
+// About as many bytes does an entry need.
+constexpr std::size_t kUsualEntry = 40;
 
 // Flags of an entry.
 constexpr std::uint64_t kWritten = 1;
@@ -230,7 +234,6 @@ class WorkRecordReader {
             path = entry.path;
             if (entry.written)
                 before = entry.file;
-            m_record.m_indices[path] = m_record.m_entries.size();
             m_record.m_entries.push_back(std::move(entry));
         }
         return !in.failed() && in.atEnd();
@@ -277,8 +280,32 @@ bool WorkRecord::Archive::isSame(const Archive &other) const {
 }
 
 const WorkRecord::Entry *WorkRecord::find(std::string_view path) const {
-    const auto found = m_indices.find(std::string(path));
-    return found == m_indices.end() ? nullptr : &m_entries[found->second];
+    if (m_next < m_entries.size() && m_entries[m_next].path == path)
+        return &m_entries[m_next++];
+    const std::size_t key = keyOf(path);
+    const auto found = m_indices.constFind(key);
+    if (found == m_indices.cend())
+        return nullptr;
+    m_next = *found + 1;
+    return &m_entries[*found];
+}
+
+void WorkRecord::reserve(std::size_t count) {
+    m_entries.reserve(count);
+    m_indices.reserve(static_cast<qsizetype>(count));
+}
+
+std::size_t WorkRecord::keyOf(std::string_view path) const {
+    const auto placeOf = [this](std::string_view wanted) {
+        std::size_t key = std::hash<std::string_view>()(wanted);
+        auto known = m_indices.constFind(key);
+        while (known != m_indices.cend() && m_entries[*known].path != wanted)
+            known = m_indices.constFind(++key);
+        return key;
+    };
+    for (; m_indexed < m_entries.size(); ++m_indexed)
+        m_indices.insert(placeOf(m_entries[m_indexed].path), m_indexed);
+    return placeOf(path);
 }
 
 void WorkRecord::put(Entry entry) {
@@ -287,11 +314,14 @@ void WorkRecord::put(Entry entry) {
     const bool known = entry.written && entry.file.device == m_device;
     entry.timesTell = known && platform::PackedFiles::timesProve(entry.file, m_began) &&
                       entry.file.modified < entry.file.changed;
-    const auto [place, isNew] = m_indices.try_emplace(entry.path, m_entries.size());
-    if (isNew)
-        m_entries.push_back(std::move(entry));
-    else
-        m_entries[place->second] = std::move(entry);
+    const std::size_t key = keyOf(entry.path);
+    const auto earlier = m_indices.constFind(key);
+    if (earlier != m_indices.cend()) {
+        m_entries[*earlier] = std::move(entry);
+        return;
+    }
+    m_entries.push_back(std::move(entry));
+    m_indices.insert(key, m_indexed++);
 }
 
 platform::PackedFiles WorkRecord::knownFiles() const {
@@ -363,6 +393,7 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     head.number(m_entries.size());
 
     RecordWriter out;
+    out.reserve(kUsualEntry * m_entries.size() + 2 * head.bytes().size());
     out.text(kMagic);
     out.fixed(head.bytes().size(), kSizeBytes);
     out.text(head.bytes());

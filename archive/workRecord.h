@@ -3,13 +3,14 @@
 #include "platform/packedFiles.h"
 #include "storage/storage.h"
 
+#include <QHash>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -63,6 +64,8 @@ class WorkRecord {
     const Archive &archive() const { return m_archive; }
     void setArchive(Archive archive) { m_archive = std::move(archive); }
     const std::vector<Entry> &entries() const { return m_entries; }
+    // Makes room for as many entries, which may save copies of them.
+    void reserve(std::size_t count);
     // Null if there is no entry of exactly this path.
     const Entry *find(std::string_view path) const;
     // Adds an entry, in place of one with the same path. Decides `timesTell`.
@@ -96,9 +99,16 @@ class WorkRecord {
 
     WorkRecord() = default;
 
+    // The key of a path in m_indices, or the one that it gets. Completes m_indices.
+    std::size_t keyOf(std::string_view path) const;
+
     Archive m_archive;
     std::uint64_t m_device = 0; // of the time `began`
     std::int64_t m_began = INT64_MIN;
     std::vector<Entry> m_entries;
-    std::unordered_map<std::string, std::size_t> m_indices; // of m_entries, by path
+    // Of m_entries, by the hash of the path; paths with the same hash use the next free numbers.
+    // Completed when it is used: a record that was read may never need it.
+    mutable QHash<std::size_t, std::uint32_t> m_indices;
+    mutable std::uint32_t m_indexed = 0; // entries that it has
+    mutable std::size_t m_next = 0; // in m_entries, after the last find: most are in this order
 };

@@ -11,11 +11,15 @@
 #include <QFileInfo>
 #include <QString>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
@@ -79,6 +83,19 @@ std::int32_t save(std::string archive, std::string folder) {
     call.lpszZipFN = archive.data();
     call.FNV = names;
     return ZpArchive(call);
+}
+
+// Writes two files with an archive's bytes and syncs each: what a safe save costs at least.
+std::int32_t writeTwice(const std::string &archive, const std::string &folder) {
+    std::ifstream source(archive, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(source), {}};
+    for (const char *name : {"/first", "/second"}) {
+        const int file = open((folder + name).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+        if (file < 0 || write(file, bytes.data(), bytes.size()) != std::ssize(bytes) ||
+            fsync(file) != 0 || close(file) != 0)
+            return 1;
+    }
+    return 0;
 }
 
 // Writes the record of a work folder as an extraction does.
@@ -155,7 +172,7 @@ long peakKib() {
 int usage() {
     std::fputs("usage: vl2bench list ARCHIVE | extract ARCHIVE FOLDER | save ARCHIVE FOLDER |\n"
                "                clean ARCHIVE FOLDER | cancel ARCHIVE FOLDER |\n"
-               "                record ARCHIVE FOLDER | read FOLDER\n",
+               "                record ARCHIVE FOLDER | write-twice ARCHIVE FOLDER | read FOLDER\n",
                stderr);
     return 64;
 }
@@ -176,6 +193,8 @@ int main(int argc, char **argv) {
         code = unzip(argv[2], argv[3], false);
     } else if (verb == "save" && argc == 4) {
         code = save(argv[2], argv[3]);
+    } else if (verb == "write-twice" && argc == 4) {
+        code = writeTwice(argv[2], argv[3]);
     } else if (verb == "record" && argc == 4) {
         code = record(argv[2], argv[3]);
     } else if ((verb == "clean" || verb == "cancel") && argc == 4) {

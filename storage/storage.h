@@ -38,6 +38,9 @@ struct FileInfo {
     std::int64_t changed = 0;
     std::uint64_t device = 0; // device and id together identify a file
     std::uint64_t id = 0;
+    // The file has none of the attributes that Folder::clearAttributes clears. False if unknown:
+    // only NewFile knows it on every system.
+    bool plain = false;
 };
 
 inline bool sameFile(const FileInfo &a, const FileInfo &b) {
@@ -305,6 +308,7 @@ class NewFile {
     std::intptr_t m_handle = -1;
     std::uint64_t m_size = 0;
     std::string m_temporary;
+    bool m_isMarked = false; // it may have attributes that fileInfo() does not show (POSIX)
 };
 
 // Makes a folder and those above it that are missing. Private: for the user alone, or for the owner

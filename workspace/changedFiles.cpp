@@ -257,18 +257,30 @@ void ChangedFiles::finish() {
     // A folder that is removed is no longer watched, even if another one gets its path.
     const bool watches = m_watcher != nullptr && m_watched == result.folders &&
                          m_watcher->directories().size() == m_watched.size();
-    if (platform::canWatchFolders() && !result.folders.isEmpty() && !watches) {
-        m_watched = result.folders;
-        m_watcher = std::make_unique<QFileSystemWatcher>(m_watched);
-        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, &m_settled,
-                qOverload<>(&QTimer::start));
-    }
+    if (platform::canWatchFolders() && !result.folders.isEmpty() && !watches)
+        watch(result.folders);
     if (m_again && m_task != nullptr)
         start();
 }
 
+// The watcher stays when there is nothing to watch: Linux may take 20 ms to close one.
+void ChangedFiles::watch(const QStringList &folders) {
+    if (m_watcher == nullptr && folders.isEmpty())
+        return;
+    if (m_watcher == nullptr) {
+        m_watcher = std::make_unique<QFileSystemWatcher>();
+        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, &m_settled,
+                qOverload<>(&QTimer::start));
+    }
+    if (const QStringList former = m_watcher->directories(); !former.isEmpty())
+        m_watcher->removePaths(former);
+    if (!folders.isEmpty())
+        m_watcher->addPaths(folders);
+    m_watched = folders;
+}
+
 void ChangedFiles::Stop(void (*idle)()) {
-    m_watcher.reset();
+    watch({});
     m_settled.stop();
     m_poll.stop();
     m_again = false;

@@ -47,6 +47,8 @@ class ChangedFiles : public QObject {
 
     void start();
     void finish();
+    // Watches these folders in place of the former ones.
+    void watch(const QStringList &folders);
 
     std::function<void(FolderChanges)> m_found;
     std::unique_ptr<Task> m_task; // null if stopped

@@ -175,7 +175,8 @@ class frmMain : public QWidget {
     // Extracts every entry into the work folder and returns a note about it, "" for none.
     QString ExtractAll();
     QString PrepareWorkFolder();
-    void ClearFileAttributes();
+    // Only of files that may have any. Takes over the times that it changes.
+    void ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted);
     // The note about an extraction that reported a problem.
     QString ExtractionNote() const;
     // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
@@ -185,13 +186,14 @@ class frmMain : public QWidget {
     // The name of the selected archive's work folder in WorkFolders().
     QString WorkFolderName() const;
     // Writes the record before an extraction and returns it. `exists`: whether the work folder has
-    // a file. `written` receives the outcome of the writing.
+    // a file; empty if it has none. `written` receives the outcome of the writing.
     WorkRecord PrepareRecord(const WorkRecord::Archive &archive,
                              const std::function<bool(const QString &)> &exists,
                              platform::Status &written);
-    // Writes the record after an extraction, from what PrepareRecord returned. A success replaces
-    // `written`.
-    void WriteRecord(const WorkRecord &prepared, platform::Status &written);
+    // Writes the record after an extraction, from what PrepareRecord returned and the extraction
+    // reported. A success replaces `written`.
+    void WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::Entry> extracted,
+                     platform::Status &written);
     // The record of the work folder; none if there is none or it is unreadable.
     std::optional<WorkRecord> ReadRecord() const;
     // What a save has to compare folder and archive with; none without a record, nothing with an
@@ -279,8 +281,7 @@ class frmMain : public QWidget {
     mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
     // The archives of the recorded work folders there that no entry of the drop-down has, by name.
     mutable QHash<QString, WorkRecord::Archive> m_ownerless;
-    QSet<QString> m_emptied;                   // work folders whose record a clean-up has deleted
-    std::vector<platform::FileInfo> m_cleared; // by ClearFileAttributes, for each entry
+    QSet<QString> m_emptied; // work folders whose record a clean-up has deleted
     ChangedFiles *m_changes;
     ChangedFiles::Listing m_listing; // of the archive listed last
     platform::FileInfo m_listed;     // that archive, before it was read

@@ -81,7 +81,10 @@ void frmMain::SetProgress(int value) {
     const int maximum = ProgressBar->maximum();
     if (maximum > kManySteps && (value & kStepMask) != 0 && value != maximum)
         return;
+    // Painted by the next repaint of the window: by itself the bar paints each value at once.
+    ProgressBar->setUpdatesEnabled(false);
     ProgressBar->setValue(value);
+    ProgressBar->setUpdatesEnabled(true);
     platform::repaintPending();
 }
 

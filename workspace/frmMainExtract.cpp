@@ -27,6 +27,19 @@ void tryMakeFolder(const QString &path) {
     }
 }
 
+// The extracted entry of a listed one, sought from `next` on: both lists are in the archive's
+// order, and few entries are in one of them only.
+std::vector<WorkRecord::Entry>::iterator findEntry(std::vector<WorkRecord::Entry>::iterator next,
+                                                   std::vector<WorkRecord::Entry>::iterator end,
+                                                   const EntryList &listing, int line) {
+    constexpr std::ptrdiff_t kMostSkipped = 64;
+    const std::string path = listing.utf8Path(line);
+    const auto last = next + std::min(kMostSkipped, end - next);
+    const auto found = std::find_if(
+        next, last, [&](const WorkRecord::Entry &entry) { return entry.path == path; });
+    return found == last ? end : found;
+}
+
 // The path in a form for comparison, since some file systems ignore the letter case and the Unicode
 // normalization form of names.
 QString comparable(const QString &path) {
@@ -102,21 +115,24 @@ QString frmMain::ExtractAll() {
     const QSet<QString> before = namesBelow(platform::nativePath(m_cUnzip->UnzipFolder()));
     std::optional<WorkRecord> prepared;
     platform::Status recorded;
-    const auto wasThere = [&](const QString &file) {
-        return !before.isEmpty() && before.contains(comparable(file));
-    };
+    std::function<bool(const QString &)> wasThere;
+    if (!before.isEmpty())
+        wasThere = [&](const QString &file) { return before.contains(comparable(file)); };
     if (const auto archive = WorkRecord::archiveAt(ArchivePath()))
         prepared = PrepareRecord(*archive, wasThere, recorded);
-    BeginProgress(m_cUnzip->FileCount() + m_lines->Count());
+    BeginProgress(m_cUnzip->FileCount());
     const bool problem = m_cUnzip->Unzip();
-    ClearFileAttributes();
+    auto extracted = m_cUnzip->TakeExtracted();
+    std::vector<WorkRecord::Entry> unknown;
+    ClearFileAttributes(extracted ? *extracted : unknown);
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
     if (platform::storedName(WorkFolder()).isEmpty())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
-    else if (prepared && (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
-        WriteRecord(*prepared, recorded);
+    else if (prepared && extracted &&
+             (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
+        WriteRecord(*prepared, std::move(*extracted), recorded);
     if (!recorded.ok() && FileExists(ProbeFile()) != 0 &&
         !WorkRecord::readArchive(WorkFolders(), WorkFolderName()))
         note = (note + '\n' + RecordNote(QString::fromStdString(recorded.message))).trimmed();
@@ -135,18 +151,32 @@ QString frmMain::PrepareWorkFolder() {
     return folder;
 }
 
-void frmMain::ClearFileAttributes() {
+// Most files have none: asking the disk for each again would take a tenth of the extraction's time.
+void frmMain::ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
-    m_cleared.assign(static_cast<std::size_t>(m_lines->Count()), {});
     // FileExists ignores hidden files, and the probe file may be one.
     const ArchiveNodes &nodes = m_tree->Nodes();
-    if (nodes.Count() > 0)
+    if (nodes.Count() > 0 && FileExists(ProbeFile()) == 0)
         cleaner.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
     if (FileExists(ProbeFile()) == 0)
         return;
+    auto next = extracted.begin();
     for (int line = 0; line < m_lines->Count(); ++line) {
-        cleaner.clearAttributes(m_lines->Text(line), &m_cleared[static_cast<std::size_t>(line)]);
-        StepProgress();
+        if ((line & 0x3F) == 0)
+            platform::repaintPending();
+        const auto entry = findEntry(next, extracted.end(), *m_listing, line);
+        const bool isWritten = entry != extracted.end() && entry->written;
+        if (entry != extracted.end())
+            next = entry + 1;
+        platform::FileInfo cleared;
+        if ((isWritten && entry->file.plain) ||
+            !cleaner.clearAttributes(m_lines->Text(line), &cleared) || !isWritten)
+            continue;
+        // Otherwise another program has written to it.
+        platform::FileInfo &file = entry->file;
+        if (sameFile(cleared, file) && cleared.size == file.size &&
+            cleared.modified == file.modified)
+            file.changed = cleared.changed;
     }
 }
 

@@ -15,29 +15,12 @@
 
 namespace {
 
-// Clearing the attributes of an extracted file has changed one of its times: takes that over, and
-// returns the newest one. Both lists are in the archive's order; `cleared` has an item for each
-// listed entry, also for folders.
-std::int64_t takeCleared(std::vector<WorkRecord::Entry> &extracted,
-                         const std::vector<platform::FileInfo> &cleared) {
-    constexpr std::ptrdiff_t kMostSkipped = 64;
+// The time of the last change to any written file.
+std::int64_t newestChange(const std::vector<WorkRecord::Entry> &extracted) {
     std::int64_t newest = INT64_MIN;
-    auto next = cleared.begin();
-    for (WorkRecord::Entry &entry : extracted) {
-        if (!entry.written)
-            continue;
-        platform::FileInfo &file = entry.file;
-        const auto end = next + std::min(kMostSkipped, cleared.end() - next);
-        const auto found = std::find_if(
-            next, end, [&](const platform::FileInfo &info) { return sameFile(info, file); });
-        if (found != end) {
-            next = found + 1;
-            // Otherwise another program has written to it.
-            if (found->size == file.size && found->modified == file.modified)
-                file.changed = found->changed;
-        }
-        newest = std::max(newest, file.changed);
-    }
+    for (const WorkRecord::Entry &entry : extracted)
+        if (entry.written)
+            newest = std::max(newest, entry.file.changed);
     return newest;
 }
 
@@ -75,21 +58,19 @@ WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
     if (earlier && !earlier->archive().isSame(archive))
         earlier.reset();
     WorkRecord record(archive, platform::FileInfo{});
-    for (int i = 1; i <= m_cUnzip->FileCount(); ++i) {
-        const QString folder = m_cUnzip->FileDirectory(i);
-        QString file =
-            folder.isEmpty() ? m_cUnzip->Filename(i) : folder + '\\' + m_cUnzip->Filename(i);
-        if (exists(file))
+    record.reserve(static_cast<std::size_t>(m_listing->count()));
+    for (int i = 0; i < m_listing->count(); ++i) {
+        if (exists && exists(m_listing->path(i)))
             continue;
         WorkRecord::Entry entry;
-        entry.path = file.replace('\\', '/').toStdString();
+        entry.path = m_listing->utf8Path(i);
         entry.size = WorkRecord::Entry::kUnknownSize;
-        entry.crc = static_cast<std::uint32_t>(m_cUnzip->FileCRC(i));
+        entry.crc = m_listing->crc(i);
         record.put(std::move(entry));
         if ((i & 0x3F) == 0)
             platform::repaintPending();
     }
-    if (earlier)
+    if (earlier && exists)
         for (const WorkRecord::Entry &known : earlier->entries())
             if (exists(QString::fromStdString(known.path).replace('/', '\\')))
                 record.put(known);
@@ -101,18 +82,17 @@ WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
 
 // A file that was there before stays as it is, so what was known about it stays too: otherwise a
 // file from an older archive would look like an edit and replace a newer entry.
-void frmMain::WriteRecord(const WorkRecord &prepared, platform::Status &written) {
-    auto extracted = m_cUnzip->TakeExtracted();
-    const std::vector<platform::FileInfo> cleared = std::exchange(m_cleared, {});
+void frmMain::WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::Entry> extracted,
+                          platform::Status &written) {
     platform::Folder workFolder;
     platform::FileInfo now;
-    if (!extracted || !workFolder.open(platform::storagePath(WorkFolder())).ok())
-        return;
-    if (!timeAfter(takeCleared(*extracted, cleared), workFolder, now))
+    if (!workFolder.open(platform::storagePath(WorkFolder())).ok() ||
+        !timeAfter(newestChange(extracted), workFolder, now))
         return;
     const QString folder = platform::nativePath(WorkFolder());
     WorkRecord record(prepared.archive(), now);
-    for (WorkRecord::Entry &entry : *extracted) {
+    record.reserve(extracted.size());
+    for (WorkRecord::Entry &entry : extracted) {
         const WorkRecord::Entry *before = prepared.find(entry.path);
         // The file did not exist before the extraction.
         const bool isPrepared = before != nullptr && before->size == EntryVersion::kUnknownSize &&

@@ -6,8 +6,9 @@
 #include "workspace/frmMain.h"
 #include "workspace/reasons.h"
 
+#include <QApplication>
 #include <QCloseEvent>
-#include <QCoreApplication>
+#include <QIcon>
 #include <QPainter>
 
 #include <chrono>
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr std::chrono::milliseconds kShown(800);
+constexpr std::chrono::milliseconds kLastWait(20);
 constexpr int kClientWidth = 5970; // twips
 constexpr int kClientHeight = 3720;
 constexpr QSize kPictureSize(400, 250); // pixels
@@ -29,8 +31,6 @@ frmSplash::frmSplash(const QString &sArchive)
     setObjectName("frmSplash");
     setAttribute(Qt::WA_QuitOnClose, false);
     setAccessibleName("Orvel");
-    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
-    platform::centreOnScreen(this);
     tmrSplash.setObjectName("tmrSplash");
     tmrSplash.setInterval(kShown);
     tmrSplash.setTimerType(Qt::PreciseTimer); // a coarse timer may fire 40 ms early
@@ -39,8 +39,17 @@ frmSplash::frmSplash(const QString &sArchive)
 
 frmSplash::~frmSplash() = default;
 
+void frmSplash::SetProgramIcon() {
+    QApplication::setWindowIcon(QIcon(":/assets/orvel.png"));
+}
+
 bool frmSplash::Load() {
-    tmrSplash.start();
+    tmrSplash.start(); // before all that takes time
+    // Linux may end a wait late by a thousandth of it: the last one is short.
+    QTimer::singleShot(kShown - kLastWait, Qt::PreciseTimer, this, [] {});
+    SetProgramIcon();
+    platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
+    platform::centreOnScreen(this);
     QString folder;
     try {
         folder = RegGetString(kHkeyLocalMachine, QString::fromUtf16(kGameKey), "directory");
@@ -86,7 +95,8 @@ void frmSplash::PrepareMainWindow() {
         return;
     m_main = std::make_unique<frmMain>();
     m_main->ensurePolished();
-    m_main->winId(); // creates the system's window without showing it
+    m_main->winId();                   // creates the system's window without showing it
+    static_cast<void>(m_main->grab()); // loads fonts and lays out the controls
 }
 
 // Slow steps of the start run after the first paint, while the splash is shown anyway.

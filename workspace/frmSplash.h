@@ -21,6 +21,10 @@ class frmSplash : public QWidget {
     // the program must exit.
     bool Load();
 
+    // Sets the icon of all windows, as Load does. Takes 2 ms, so only what shows a window before
+    // the splash calls it.
+    static void SetProgramIcon();
+
   protected:
     void paintEvent(QPaintEvent *event) override;
     void closeEvent(QCloseEvent *event) override;

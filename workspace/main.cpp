@@ -9,7 +9,6 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
-#include <QIcon>
 
 #include <cstdio>
 
@@ -74,13 +73,16 @@ int main(int argc, char **argv) {
 
     QApplication program(argc, argv);
     QApplication::setDesktopFileName("org.orvel.Orvel");
-    QApplication::setWindowIcon(QIcon(":/assets/orvel.png"));
     QAccessible::installFactory(windowInterface);
 
     const auto [archives, registersGame] = parseOptions(program);
-    if (registersGame && !RegisterGameFolder())
-        return 1;
+    if (registersGame) {
+        frmSplash::SetProgramIcon();
+        if (!RegisterGameFolder())
+            return 1;
+    }
     if (archives.size() > 1) {
+        frmSplash::SetProgramIcon();
         platform::MsgBox("Orvel opens one archive at a time.", platform::kCritical, "Orvel");
         return 1;
     }
@@ -93,6 +95,7 @@ int main(int argc, char **argv) {
     case platform::Handover::Shown:
         return 0;
     case platform::Handover::Busy:
+        frmSplash::SetProgramIcon();
         platform::MsgBox(
             QStringLiteral("%1 was not opened, because Orvel is busy.\n\nOpen it again "
                            "when Orvel has finished or its dialog is closed.")

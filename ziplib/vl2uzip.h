@@ -96,7 +96,8 @@ typedef struct UZPEXTRACTED {
     uint64_t size;    /* of the entry's bytes */
     uint32_t crc;
     uint32_t time;   /* the entry's DOS date and time, the date in the upper half */
-    int32_t written; /* 1 if the call wrote the file, else 0: then the rest is 0 */
+    int32_t written; /* 1 if the call wrote the file, 2 if it has moreover none of the attributes
+                      * read-only, hidden, system and archive; else 0: then the rest is 0 */
     uint64_t device; /* device and id together name one file of the machine */
     uint64_t id;
     uint64_t fileSize;

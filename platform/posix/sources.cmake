@@ -30,9 +30,6 @@ target_include_directories(xdg_activation SYSTEM PUBLIC ${generated})
 target_link_libraries(xdg_activation PUBLIC PkgConfig::wayland)
 target_link_libraries(orvel_platform PRIVATE xdg_activation)
 
-find_package(Qt6 REQUIRED COMPONENTS Network)
-target_link_libraries(orvel_forms PUBLIC Qt6::Network)
-
 # The package's data and private libraries relative to its programs, so that an installation can be
 # moved as a whole.
 file(RELATIVE_PATH data ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/orvel)

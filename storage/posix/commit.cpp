@@ -86,7 +86,9 @@ Status NewFile::commit(const std::string &name, Replace replace, InputFile *repl
                               : errnoStatus(errno, "cannot write", m_folder->pathOf(name));
         if (!status.ok())
             unlinkat(folder, m_temporary.c_str(), 0);
-        else if (named != nullptr && !m_folder->info(name, *named).ok())
+        else if (named != nullptr && m_folder->info(name, *named).ok())
+            named->plain = !m_isMarked && !named->readOnly;
+        else if (named != nullptr)
             *named = {};
         m_temporary.clear();
         return status;

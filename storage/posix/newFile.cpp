@@ -78,6 +78,7 @@ Status NewFile::create(const Folder &folder, Guard guard) {
     m_folder = &folder;
     m_size = 0;
     m_temporary.clear();
+    m_isMarked = false;
     // A file that must be found after a crash, or locked, needs a name from the start.
     m_handle =
         guard == Guard::None ? openNameless(folder.disk(), static_cast<int>(folder.m_handle)) : -1;
@@ -105,6 +106,7 @@ Status NewFile::info(FileInfo &info) const {
     if (fstat(static_cast<int>(m_handle), &st) != 0)
         return errnoStatus(errno, "cannot examine a file in", m_folder->path());
     info = fileInfo(st);
+    info.plain = !m_isMarked && !info.readOnly;
     return {};
 }
 
@@ -237,6 +239,7 @@ Status NewFile::setModified(std::int64_t modified) {
 
 Status NewFile::setAttributes(std::uint8_t attributes) {
     if ((attributes & (kAttributeHidden | kAttributeSystem)) != 0) {
+        m_isMarked = true;
         const std::uint8_t bits =
             attributes & (kAttributeHidden | kAttributeSystem | kAttributeArchive);
         if (Status status =
@@ -264,6 +267,7 @@ void NewFile::takeOverFrom(const InputFile &other) {
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
     if (fchmod(descriptor, mode) != 0)
         return;
+    m_isMarked = true;
     copyAttributes(static_cast<int>(other.m_handle), descriptor);
 }
 
@@ -272,6 +276,7 @@ Status NewFile::copyProperties(const InputFile &other) {
     const int from = static_cast<int>(other.m_handle);
     if (fstat(from, &st) != 0 || fchmod(static_cast<int>(m_handle), st.st_mode & 07777) != 0)
         return errnoStatus(errno, "cannot set the mode of a file in", m_folder->path());
+    m_isMarked = true;
     copyAttributes(from, static_cast<int>(m_handle));
     return setModified(fileInfo(st).modified);
 }

@@ -7,6 +7,8 @@ namespace platform {
 
 namespace {
 
+constexpr DWORD kClearable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
+                             FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE;
 constexpr DWORD kReported = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
 // Newer information classes than those in the compiler's headers.
@@ -53,6 +55,7 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     else if (GetFileType(file) == FILE_TYPE_DISK)
         info.kind = FileInfo::Kind::File;
     info.readOnly = (known.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+    info.plain = (known.dwFileAttributes & kClearable) == 0;
     info.size = static_cast<std::uint64_t>(known.nFileSizeHigh) << 32U | known.nFileSizeLow;
     info.modified = nanoseconds(times.LastWriteTime);
     info.changed = changeTime(times.ChangeTime);

@@ -13,6 +13,7 @@ TEST(frmMainExtract, unpacks_every_entry_with_normal_attributes_and_shows_the_ex
     makeArchive(game.archive("my mod.vl2"), files);
     const QString folder = game.temp() + "/My Mod/";
     writeFile(folder + "scripts/b.cs", "edited"); // stays
+    ASSERT_TRUE(QFile::setPermissions(folder + "scripts/b.cs", QFile::ReadOwner));
     MainWindow window;
     window.pick("My Mod");
     window.click("cmdExtract");

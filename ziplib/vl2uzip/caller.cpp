@@ -75,7 +75,7 @@ void Caller::extracted(const std::string &path, const Entry &entry,
     record.crc = entry.crc;
     record.time = static_cast<std::uint32_t>(entry.date) << 16U | entry.time;
     if (written != nullptr) {
-        record.written = 1;
+        record.written = written->plain ? 2 : 1;
         record.device = written->device;
         record.id = written->id;
         record.fileSize = written->size;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <tuple>
 
@@ -109,14 +110,20 @@ TEST(Extraction, RestoresTheMostExactTimeAndTheAttributes) {
     EXPECT_EQ(modifiedOf(call.folder / "unix.txt"), 987654321);
     EXPECT_EQ(fileTime(call.folder / "ntfs.txt"), 987654321'500'000'000);
     EXPECT_EQ(modifiedOf(call.folder / "never.txt"), 315532800);
+    call.plain.clear();
     EXPECT_EQ(call.extract("archives/attributes", call.folder / "x"), 0);
     const std::pair<const char *, int> rows[] = {{"readonly.txt", 1}, {"unix.txt", 1},
                                                  {"hidden.txt", 2},   {"system.txt", 6},
                                                  {"plain.txt", 0},    {"archive.txt", 0}};
     // Some disks hold read-only alone.
     const int held = setDosAttributes(call.folder / "dos.txt", 2) ? 7 : 1;
-    for (const auto &[name, attributes] : rows)
+    for (const auto &[name, attributes] : rows) {
         EXPECT_EQ(dosAttributes(call.folder / "x" / name), attributes & held) << name;
+        // Windows gives new files the archive attribute.
+        const bool isPlain =
+            std::find(call.plain.begin(), call.plain.end(), name) != call.plain.end();
+        EXPECT_EQ(isPlain, attributes == 0 && !platform::namesIgnoreCase()) << name;
+    }
 }
 
 TEST(Version, IsWrittenAsFarAsTheCallersStructureReaches) {

@@ -61,6 +61,8 @@ void onExtracted(const UZPEXTRACTED *entry) {
     std::snprintf(text, sizeof text, " %u %08X %08X", static_cast<unsigned>(entry->size),
                   entry->crc, entry->time);
     current->extracted.push_back(path + text + (entry->written != 0 ? " written" : ""));
+    if (entry->written == 2)
+        current->plain.push_back(path);
     platform::FileInfo info;
     platform::InputFile file;
     if (entry->written != 0 &&

@@ -35,6 +35,7 @@ struct UnzipCall {
     std::vector<std::string> processed;
     // "path size CRC time" of each reported entry, and " written" or " not written".
     std::vector<std::string> extracted;
+    std::vector<std::string> plain;  // of these, the files without any attribute
     bool wrongVersion = false;       // a reported file is not the one in the folder
     std::vector<std::string> events; // all callbacks but heartbeats, in order
     USERFUNCTIONS functions{};
