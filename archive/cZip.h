@@ -108,9 +108,9 @@ class cZip : public LibraryEvents {
     void setAllowAppend(bool bState) { m_tOptions.fGrow = bState; }
 
     // What the archive held when the files of the folder were extracted: the base of the next Zip,
-    // which merges what was changed since then in the folder and in the archive. None (initially):
-    // every file that differs is packed.
-    void setBase(std::optional<std::vector<EntryVersion>> base) { m_base = std::move(base); }
+    // which merges what was changed since then in the folder and in the archive, and reads no file
+    // that proves to be as it was. None (initially): every file that differs is packed.
+    void setBase(std::optional<std::vector<WorkRecord::Entry>> base) { m_base = std::move(base); }
 
     // Packs the matching files, replaces entries of the same path and keeps the others. The
     // library's report is in LastResult. Raises 53 if the library is missing, 76 if BasePath is not
@@ -132,7 +132,7 @@ class cZip : public LibraryEvents {
     QString m_sBasePath;
     QStringList m_asSpecs;
     ZPOPT m_tOptions{}; // its texts stay null
-    std::optional<std::vector<EntryVersion>> m_base;
+    std::optional<std::vector<WorkRecord::Entry>> m_base;
     ZipResult m_tLastResult;
     std::optional<platform::PackedFiles> m_tPacked;
 };

@@ -33,12 +33,16 @@ void requireFolder(const QString &path) {
 }
 
 // Sets what the archive held at the extraction, or none.
-void setBase(const std::optional<std::vector<EntryVersion>> &base, VL2ZIP_CONFLICT onConflict) {
+void setBase(const std::optional<std::vector<WorkRecord::Entry>> &base,
+             VL2ZIP_CONFLICT onConflict) {
+    const std::int64_t start = platform::systemStart();
     std::vector<ZPVERSION> versions;
     if (base) {
         versions.reserve(base->size() + 1); // not null, even if the archive held nothing
-        for (const EntryVersion &entry : *base)
-            versions.push_back({entry.path.c_str(), entry.size, entry.crc, entry.written ? 1 : 0});
+        for (const WorkRecord::Entry &entry : *base)
+            versions.push_back({entry.path.c_str(), entry.size, entry.crc, entry.written ? 1 : 0,
+                                entry.provesContent(start) ? 1 : 0, entry.file.device,
+                                entry.file.id, entry.file.modified, entry.file.changed});
     }
     const auto set = library().functionIfThere<decltype(&ZpSetBase)>("ZpSetBase");
     const auto count = static_cast<std::uint32_t>(versions.size());

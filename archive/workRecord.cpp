@@ -43,6 +43,7 @@ constexpr std::uint64_t kWritten = 1;
 constexpr std::uint64_t kTimesTell = 2;
 constexpr std::uint64_t kOtherSize = 4;   // the file's size is not the entry's
 constexpr std::uint64_t kOtherDevice = 8; // than that of the previous written file
+constexpr std::uint64_t kSeenLater = 16;
 
 std::uint32_t crcOf(std::string_view bytes) {
     return libdeflate_crc32(0, bytes.data(), bytes.size());
@@ -66,7 +67,7 @@ void writeEntry(RecordWriter &out, const WorkRecord::Entry &entry, std::string_v
     const FileInfo &file = entry.file;
     std::uint64_t flags = 0;
     if (entry.written) {
-        flags = kWritten | (entry.timesTell ? kTimesTell : 0) |
+        flags = kWritten | (entry.timesTell ? kTimesTell : 0) | (entry.seenLater ? kSeenLater : 0) |
                 (file.size != entry.size ? kOtherSize : 0) |
                 (file.device != before.device ? kOtherDevice : 0);
     }
@@ -103,6 +104,7 @@ WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileI
     if (!entry.written)
         return entry;
     entry.timesTell = (flags & kTimesTell) != 0;
+    entry.seenLater = (flags & kSeenLater) != 0;
     entry.file.kind = FileInfo::Kind::File;
     entry.file.device = (flags & kOtherDevice) != 0 ? in.number() : before.device;
     entry.file.size = (flags & kOtherSize) != 0 ? in.number() : entry.size;

@@ -53,7 +53,18 @@ class WorkRecord {
         std::uint32_t dosTime = 0; // the stored date and time, the date in the upper half
         // If written: any later change of the file shows in its identity, size and times.
         bool timesTell = false;
+        // If written: `file` is not what the extraction saw, but what was seen after the attributes
+        // were cleared. Another program may have written to it before.
+        bool seenLater = false;
         platform::FileInfo file; // if written
+
+        // Whether a save needs not read the file as long as its information is `file`. After a
+        // power cut a disk may hold new bytes under old times, so only in the run of the system
+        // that has written the file, which started at `systemStart`.
+        bool provesContent(std::int64_t systemStart) const {
+            return written && timesTell && !seenLater && file.size == size &&
+                   file.changed > systemStart;
+        }
     };
 
     // `began` is the time by the work folder's disk after the last file was written; see
@@ -66,6 +77,13 @@ class WorkRecord {
     const std::vector<Entry> &entries() const { return m_entries; }
     // Makes room for as many entries, which may save copies of them.
     void reserve(std::size_t count);
+    // Leaves none.
+    std::vector<Entry> takeEntries() {
+        m_indices.clear();
+        m_indexed = 0;
+        m_next = 0;
+        return std::move(m_entries);
+    }
     // Null if there is no entry of exactly this path.
     const Entry *find(std::string_view path) const;
     // Adds an entry, in place of one with the same path. Decides `timesTell`.

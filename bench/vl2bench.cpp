@@ -1,6 +1,7 @@
 // Runs one operation on an archive and prints its time, sync time and peak memory as JSON. Each
 // operation is a process of its own, so that it can be timed like other tools.
 
+#include "archive/cZip.h"
 #include "archive/workRecord.h"
 #include "bench/syncClock.h"
 #include "bench/treeReader.h"
@@ -98,6 +99,25 @@ std::int32_t writeTwice(const std::string &archive, const std::string &folder) {
     return 0;
 }
 
+// A save as the window makes it, with what the record knows of the extracted files.
+std::int32_t saveExtracted(const std::string &archive, const std::string &folder) {
+    const QFileInfo path(QString::fromStdString(folder));
+    auto known = WorkRecord::read(path.absolutePath(), path.fileName());
+    if (!known)
+        return 1;
+    cZip zip;
+    zip.setZipFile(QString::fromStdString(archive));
+    zip.setBasePath(path.absoluteFilePath());
+    zip.setStoreFolderNames(true);
+    zip.setRecurseSubDirs(true);
+    zip.AddFileSpec("*");
+    zip.setBase(known->takeEntries());
+    known.reset();
+    zip.Zip();
+    listing().lastMessage = zip.LastResult().message.toStdString();
+    return zip.LastResult().code;
+}
+
 // Writes the record of a work folder as an extraction does.
 std::int32_t record(const std::string &archive, const std::string &folder) {
     const std::int32_t code = unzip(archive, "", true);
@@ -171,8 +191,9 @@ long peakKib() {
 
 int usage() {
     std::fputs("usage: vl2bench list ARCHIVE | extract ARCHIVE FOLDER | save ARCHIVE FOLDER |\n"
+               "                record ARCHIVE FOLDER | save-extracted ARCHIVE FOLDER |\n"
                "                clean ARCHIVE FOLDER | cancel ARCHIVE FOLDER |\n"
-               "                record ARCHIVE FOLDER | write-twice ARCHIVE FOLDER | read FOLDER\n",
+               "                write-twice ARCHIVE FOLDER | read FOLDER\n",
                stderr);
     return 64;
 }
@@ -195,6 +216,8 @@ int main(int argc, char **argv) {
         code = save(argv[2], argv[3]);
     } else if (verb == "write-twice" && argc == 4) {
         code = writeTwice(argv[2], argv[3]);
+    } else if (verb == "save-extracted" && argc == 4) {
+        code = saveExtracted(argv[2], argv[3]);
     } else if (verb == "record" && argc == 4) {
         code = record(argv[2], argv[3]);
     } else if ((verb == "clean" || verb == "cancel") && argc == 4) {

@@ -146,6 +146,9 @@ class Folder {
     // Whether the system caches file information of this disk for a while, as it does for a file
     // server.
     bool keepsInfo() const;
+    // Whether every write to a file of this disk, also through a memory mapping, sets its `changed`
+    // from a clock with small steps, if the disk stores them.
+    bool stampsWrites() const;
     // Like info, but bypasses that cache.
     Status freshInfo(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
     // The information on a new file that is created and dropped here. Its `changed` is the current
@@ -338,6 +341,8 @@ bool namesIgnoreCase();
 void reloadTimeZone();
 // The local calendar time for seconds since 1970, UTC. False if there is none. Thread-safe.
 bool localTime(std::int64_t seconds, std::tm &parts);
+// The time at which the system was started, in nanoseconds since 1970, UTC, by its present clock.
+std::int64_t systemStart();
 // The number of threads that can run at the same time.
 unsigned processorCount();
 

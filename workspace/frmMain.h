@@ -198,7 +198,7 @@ class frmMain : public QWidget {
     std::optional<WorkRecord> ReadRecord() const;
     // What a save has to compare folder and archive with; none without a record, nothing with an
     // unreadable one.
-    std::optional<std::vector<EntryVersion>> SaveBase() const;
+    std::optional<std::vector<WorkRecord::Entry>> SaveBase() const;
     // Whether the work folder has a file for each entry. If not, and without a record, its files
     // may be those that came back after a clean-up.
     bool HoldsAllFiles() const;

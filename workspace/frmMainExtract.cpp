@@ -175,8 +175,10 @@ void frmMain::ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted) {
         // Otherwise another program has written to it.
         platform::FileInfo &file = entry->file;
         if (sameFile(cleared, file) && cleared.size == file.size &&
-            cleared.modified == file.modified)
+            cleared.modified == file.modified && cleared.changed != file.changed) {
             file.changed = cleared.changed;
+            entry->seenLater = true;
+        }
     }
 }
 

@@ -130,17 +130,18 @@ std::optional<WorkRecord> frmMain::ReadRecord() const {
 // What the folder was extracted from is the base, even if the archive's name leads to another one
 // now, as a link does. Of files with an unreadable record, and of those that come back after a
 // clean-up, nothing is known: each that differs from its entry may be older than that.
-std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
-    const auto record = ReadRecord();
+std::optional<std::vector<WorkRecord::Entry>> frmMain::SaveBase() const {
+    auto record = ReadRecord();
     if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()) &&
         !m_emptied.contains(WorkFolder()) && HoldsAllFiles())
         return {};
-    std::vector<EntryVersion> base;
+    std::vector<WorkRecord::Entry> base;
     if (record)
-        base.assign(record->entries().begin(), record->entries().end());
+        base = record->takeEntries();
     // Later ones replace earlier ones.
     if (m_conflictArchive == ArchivePath())
-        base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
+        for (const EntryVersion &conflict : m_conflicts)
+            static_cast<EntryVersion &>(base.emplace_back()) = conflict;
     return base;
 }
 

@@ -116,6 +116,13 @@ typedef struct ZPVERSION {
     uint32_t crc;
     int32_t written; /* in a base: whether a file was written for the entry. On a disk that ignores
                       * letter case, there is one file for entries that differ in case only. */
+    /* In a base: whether the file that was written has `size` bytes, and every later change of it
+     * shows in its size or one of the fields below, also after a power cut. */
+    int32_t timesTell;
+    uint64_t device; /* of the written file if timesTell is set, as in ZPPACKED */
+    uint64_t id;
+    int64_t modified;
+    int64_t changed;
 } ZPVERSION;
 typedef void (*VL2ZIP_CONFLICT)(const ZPVERSION *entry);
 
@@ -129,10 +136,12 @@ VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
  * extracted from it, `count` entries; or none, by a null pointer. The entries are copied. With a
  * base, ZpArchive merges what was changed since then in the folder and in the archive. A file that
  * is as in the base is not packed: its entry stays as it is, or removed. A file whose entry is as
- * in the base is packed if it differs. If a file and its entry both differ from the base, and from
- * each other, nothing is packed and the result is 83; `lpConflict`, which may be null, is called
- * for the entry of each such file. Without a base, every file that differs from its entry is
- * packed. Returns 1, or 0 if memory is exhausted: then there is no base. */
+ * in the base is packed if it differs; it is not read if `timesTell` is set, its information is as
+ * in the base, and its disk sets `changed` at every write, from a clock with small steps. If a file
+ * and its entry both differ from the base, and from each other, nothing is packed and the result is
+ * 83; `lpConflict`, which may be null, is called for the entry of each such file. Without a base,
+ * every file that differs from its entry is packed. Returns 1, or 0 if memory is exhausted: then
+ * there is no base. */
 VL2ZIP_API int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT lpConflict);
 
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the

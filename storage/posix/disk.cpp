@@ -11,19 +11,20 @@ namespace {
 
 struct FileSystem {
     unsigned long type;
-    bool onDevice; // of this machine, not in memory
+    bool onDevice;     // of this machine, not in memory
+    bool stampsWrites; // see the function
 };
 
 // The system's header has no names for the plain numbers.
 constexpr FileSystem kOwn[] = {
-    {EXT4_SUPER_MAGIC, true},       {XFS_SUPER_MAGIC, true},
-    {BTRFS_SUPER_MAGIC, true},      {F2FS_SUPER_MAGIC, true},
-    {MSDOS_SUPER_MAGIC, true},      {EXFAT_SUPER_MAGIC, true},
-    {TMPFS_MAGIC, false},           {RAMFS_MAGIC, false},
-    {OVERLAYFS_SUPER_MAGIC, false}, {ECRYPTFS_SUPER_MAGIC, false},
-    {REISERFS_SUPER_MAGIC, false},  {NILFS_SUPER_MAGIC, false},
-    {0x2FC12FC1, false} /* ZFS */,  {0xCA451A4E, false} /* bcachefs */,
-    {0x3153464A, false} /* JFS */,  {0x7366746E, false} /* NTFS */,
+    {EXT4_SUPER_MAGIC, true, true},        {XFS_SUPER_MAGIC, true, true},
+    {BTRFS_SUPER_MAGIC, true, true},       {F2FS_SUPER_MAGIC, true, true},
+    {MSDOS_SUPER_MAGIC, true, false},      {EXFAT_SUPER_MAGIC, true, false},
+    {TMPFS_MAGIC, false, false},           {RAMFS_MAGIC, false, false},
+    {OVERLAYFS_SUPER_MAGIC, false, false}, {ECRYPTFS_SUPER_MAGIC, false, false},
+    {REISERFS_SUPER_MAGIC, false, false},  {NILFS_SUPER_MAGIC, false, false},
+    {0x2FC12FC1, false, false} /* ZFS */,  {0xCA451A4E, false, false} /* bcachefs */,
+    {0x3153464A, false, false} /* JFS */,  {0x7366746E, false, false} /* NTFS */,
 };
 
 const FileSystem *ownFileSystem(int descriptor) {
@@ -68,6 +69,11 @@ bool Disk::isRefusal(Feature feature, int error) {
 bool isOwnDevice(int descriptor) {
     const FileSystem *own = ownFileSystem(descriptor);
     return own != nullptr && own->onDevice;
+}
+
+bool stampsWrites(int descriptor) {
+    const FileSystem *own = ownFileSystem(descriptor);
+    return own != nullptr && own->stampsWrites;
 }
 
 bool replacesOpenFiles(int descriptor) {

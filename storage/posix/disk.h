@@ -50,6 +50,11 @@ class Disk {
 // Whether a file or folder is on a local device, where the kernel copies page by page.
 bool isOwnDevice(int descriptor);
 
+// Whether each write to a file of this disk sets the time of the file's last change, also the first
+// store through a memory mapping since the file was last written back. A store in memory of which
+// the disk learns nothing, as on tmpfs, does not.
+bool stampsWrites(int descriptor);
+
 // Whether a rename may replace an open file on the disk of this file or folder, as POSIX specifies.
 // True for known local file systems only: a file server may refuse, and the kernel's SMB client has
 // then already requested the deletion of the open file, which the server executes when it is

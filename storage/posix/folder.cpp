@@ -113,6 +113,10 @@ bool Folder::keepsInfo() const {
     return !replacesOpenFiles(static_cast<int>(m_handle));
 }
 
+bool Folder::stampsWrites() const {
+    return platform::stampsWrites(static_cast<int>(m_handle));
+}
+
 Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
     refreshInfo(static_cast<int>(m_handle), name.c_str(), linkFlag(links));
     return this->info(name, info, links);

@@ -144,6 +144,15 @@ bool localTime(std::int64_t seconds, std::tm &parts) {
     return localtime_r(&instant, &parts) != nullptr;
 }
 
+std::int64_t systemStart() {
+    struct timespec now {};
+    struct timespec running {}; // also while the machine slept
+    clock_gettime(CLOCK_REALTIME, &now);
+    clock_gettime(CLOCK_BOOTTIME, &running);
+    return (static_cast<std::int64_t>(now.tv_sec) - running.tv_sec) * 1'000'000'000 + now.tv_nsec -
+           running.tv_nsec;
+}
+
 unsigned processorCount() {
     cpu_set_t set;
     if (sched_getaffinity(0, sizeof set, &set) == 0)

@@ -120,6 +120,10 @@ bool Folder::keepsInfo() const {
     return false; // each query opens the file
 }
 
+bool Folder::stampsWrites() const {
+    return false; // NTFS may set the times when the file is closed
+}
+
 Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
     return this->info(name, info, links);
 }

@@ -123,6 +123,15 @@ bool namesIgnoreCase() {
     return true;
 }
 
+std::int64_t systemStart() {
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    LARGE_INTEGER time{};
+    time.LowPart = now.dwLowDateTime;
+    time.HighPart = static_cast<LONG>(now.dwHighDateTime);
+    return nanoseconds(time) - static_cast<std::int64_t>(GetTickCount64()) * 1'000'000;
+}
+
 unsigned processorCount() {
     DWORD_PTR ours = 0;
     DWORD_PTR all = 0;

@@ -98,12 +98,31 @@ TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
         known.file.device = row.device;
         made.put(known);
         EXPECT_EQ(made.find("a")->timesTell, row.trusted) << row.what;
+        EXPECT_EQ(made.find("a")->provesContent(kBefore - 1), row.trusted) << row.what;
+        EXPECT_FALSE(made.find("a")->provesContent(kBefore)) << "of an earlier run of the system";
         // Without trust, the content decides.
         const auto fails = [](platform::InputFile &) {
             return platform::Status(platform::Failure::Io, "must not be read");
         };
         EXPECT_EQ(made.knownFiles().hold(u"a", known.file, true, fails), row.trusted) << row.what;
     }
+}
+
+TEST_F(WorkRecordTest, proves_only_the_content_of_a_file_that_the_extraction_saw_whole) {
+    WorkRecord made = record(0);
+    WorkRecord::Entry whole = entry("whole", 0);
+    WorkRecord::Entry other = entry("other size", 0);
+    WorkRecord::Entry later = entry("seen later", 0);
+    --other.file.size;
+    later.seenLater = true;
+    for (const WorkRecord::Entry &entry : {whole, other, later})
+        made.put(entry);
+    ASSERT_TRUE(made.write(folders(), "Base").ok());
+    const auto read = WorkRecord::read(folders(), "Base");
+    ASSERT_TRUE(read);
+    for (const WorkRecord::Entry &entry : read->entries())
+        EXPECT_TRUE(entry.timesTell && entry.provesContent(0) == (entry.path == "whole"))
+            << entry.path;
 }
 
 TEST_F(WorkRecordTest, finds_its_archive_again_only_by_the_file_or_its_folder) {

@@ -83,6 +83,31 @@ TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_
     EXPECT_TRUE(job.window->isReady());
 }
 
+// Shown by a record that denies an edit.
+TEST(frmMainSave, reads_no_file_that_its_record_proves_to_be_as_extracted) {
+    Extracted job;
+    const QString file = job.folder + "scripts/a.cs";
+    writeFile(file, "A");
+    setFileTime(pathOf(file), 1'000'000'000);
+    platform::Folder top;
+    platform::InputFile opened;
+    platform::FileInfo now;
+    const auto record = WorkRecord::read(job.game.temp(), "Classic");
+    ASSERT_TRUE(record && top.open(job.folder.toStdString()).ok());
+    WorkRecord::Entry edited = *record->find("scripts/a.cs");
+    ASSERT_TRUE(opened.open(file.toStdString(), edited.file).ok());
+    opened.close();
+    do
+        ASSERT_TRUE(top.newFileInfo(now).ok());
+    while (now.changed <= edited.file.changed);
+    WorkRecord wrong(record->archive(), now);
+    for (const WorkRecord::Entry &entry : record->entries())
+        wrong.put(entry.path == edited.path ? edited : entry);
+    ASSERT_TRUE(wrong.write(job.game.temp(), "Classic").ok());
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(job.archive).at("scripts/a.cs"), top.stampsWrites() ? "a" : "A");
+}
+
 TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were_deleted) {
     Extracted job;
     writeFile(job.folder + "scripts/new.cs", "new");

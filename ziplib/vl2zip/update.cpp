@@ -191,7 +191,7 @@ Status Update::merge(ChangeDetector &detector) {
             continue;
         const Entry &entry = m_directory.entries()[m_candidates[i].entry];
         const std::string path = m_directory.path(entry);
-        m_report.conflict({path.c_str(), entry.size, entry.crc, 0});
+        m_report.conflict({path.c_str(), entry.size, entry.crc, 0, 0, 0, 0, 0, 0});
         if (++count <= kMostNames)
             names += (names.empty() ? "" : ", ") + path;
     }

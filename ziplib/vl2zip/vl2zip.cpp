@@ -50,6 +50,19 @@ ziplib::PackOptions optionsOf(const ZPOPT &given) {
     return options;
 }
 
+ziplib::BaseVersion baseVersion(const ZPVERSION &given) {
+    ziplib::BaseVersion version;
+    version.size = given.size;
+    version.crc = given.crc;
+    version.written = given.written != 0;
+    version.timesTell = given.written != 0 && given.timesTell != 0;
+    version.device = given.device;
+    version.id = given.id;
+    version.modified = given.modified;
+    version.changed = given.changed;
+    return version;
+}
+
 std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
     using ziplib::Failure;
     using ziplib::Status;
@@ -86,7 +99,7 @@ std::int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT 
         if (lpBase != nullptr)
             base = std::make_shared<ziplib::Base>();
         for (std::uint32_t i = 0; base && i < count; ++i)
-            base->add(lpBase[i].path, {lpBase[i].size, lpBase[i].crc, lpBase[i].written != 0});
+            base->add(lpBase[i].path, baseVersion(lpBase[i]));
     } catch (const std::exception &) {
         base.reset();
         complete = false;

@@ -1,5 +1,7 @@
 #include "tests/storage/storageFixture.h"
 
+#include <cstdlib>
+#include <sstream>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -32,6 +34,22 @@ TEST_F(PosixStorage, ALinkIsReplacedAndNotWrittenThrough) {
     EXPECT_EQ(commit("link", "new", Replace::No).kind, Failure::Exists);
     EXPECT_TRUE(commit("link", "new", Replace::Yes).ok());
     EXPECT_EQ(filesIn(root.path()), (Files{{"link", "new"}, {"target", "untouched"}}));
+}
+
+TEST_F(PosixStorage, WritesAreStampedOnDisksOnly) {
+    // A store through a memory mapping changes no time there.
+    EXPECT_TRUE(folder.open("/dev/shm").ok() && !folder.stampsWrites());
+    EXPECT_TRUE(folder.open("/proc").ok() && !folder.stampsWrites());
+}
+
+TEST_F(PosixStorage, TheStartOfTheSystemIsKnown) {
+    std::istringstream lines(readFile(fs::path("/proc/stat")));
+    std::string word;
+    std::int64_t seconds = 0;
+    while (word != "btime" && lines >> word)
+        continue;
+    ASSERT_TRUE(lines >> seconds);
+    EXPECT_LE(std::abs(platform::systemStart() / 1'000'000'000 - seconds), 1);
 }
 
 } // namespace

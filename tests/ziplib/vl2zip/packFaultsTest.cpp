@@ -1,5 +1,7 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 #include "tests/support/disk.h"
+#include "ziplib/codec/codec.h"
+#include "ziplib/vl2zip/select/scan.h"
 
 #include <functional>
 #include <tuple>
@@ -198,6 +200,98 @@ TEST_F(PackFaults, EditsThatKeepSizeAndTimeArePackedBesideAMerge) {
     for (const char *name : {"c.txt", "z.txt"})
         EXPECT_EQ(content(archive, name)[0], 'y') << name;
     EXPECT_EQ(content(archive, "gone.txt"), "edited");
+}
+
+// Shown by an edit that the base denies: it is packed if the file is read.
+TEST_F(PackFaults, OnlyAFileWhoseTimesProveThatItIsAsExtractedIsNotRead) {
+    fs::path file = work / "a.txt";
+    const auto record = [&](ZPVERSION &version) {
+        platform::InputFile opened;
+        platform::FileInfo info;
+        EXPECT_TRUE(opened.open(file.string(), info).ok());
+        version = {version.path, info.size, version.crc,   1,           1,
+                   info.device,  info.id,   info.modified, info.changed};
+    };
+    const auto edit = [&](const char *bytes) {
+        writeFile(file, bytes);
+        setFileTime(file, 1'000'000'000);
+    };
+    platform::Folder top;
+    ASSERT_TRUE(top.open(work.string()).ok());
+    const fs::path memory = "/dev/shm/orvel-test" + folder.path().filename().string();
+    // What is done before the save, and the bytes that are in the archive then; "" for a conflict.
+    using Change = std::function<void(Call & pack, ZPVERSION & version)>;
+    const std::tuple<const char *, std::string, Change> rows[] = {
+        {"as extracted", top.stampsWrites() ? "before" : "AFTER!", [](Call &, ZPVERSION &) {}},
+        {"no proof", "AFTER!", [](Call &, ZPVERSION &v) { v.timesTell = 0; }},
+        {"not written", "AFTER!", [](Call &, ZPVERSION &v) { v.written = 0; }},
+        {"of unknown size", "AFTER!", [](Call &, ZPVERSION &v) { v.size = UINT64_MAX; }},
+        {"on another disk", "AFTER!", [](Call &, ZPVERSION &v) { ++v.device; }},
+        {"another file", "AFTER!", [](Call &, ZPVERSION &v) { ++v.id; }},
+        {"of another time", "AFTER!", [](Call &, ZPVERSION &v) { ++v.modified; }},
+        {"with new properties", "AFTER!", [](Call &, ZPVERSION &v) { ++v.changed; }},
+        {"beside a new entry", "", [](Call &, ZPVERSION &v) { ++v.crc; }},
+        {"to be encrypted", "AFTER!", [](Call &pack, ZPVERSION &) { pack.options.fEncrypt = 1; }},
+        {"to be converted", "AFTER!", [](Call &pack, ZPVERSION &) { pack.options.fCRLF_LF = 1; }},
+        {"edited, then given its old time", "LATER!", [&](Call &, ZPVERSION &) { edit("LATER!"); }},
+        {"a link", "AFTER!",
+         [&](Call &, ZPVERSION &v) {
+             fs::rename(file, folder / "elsewhere");
+             if (makeLink(folder / "elsewhere", file))
+                 record(v);
+             else
+                 edit("AFTER!");
+         }},
+        {"on a disk in memory", "AFTER!", [&](Call &pack, ZPVERSION &v) {
+             pack.root = memory.string();
+             file = memory / "a.txt";
+             writeFile(memory / "b.txt", "new");
+             edit("AFTER!");
+             record(v);
+         }}};
+    for (const auto &[what, expected, change] : rows) {
+        SCOPED_TRACE(what);
+        writeFile(archive, before);
+        fs::remove(file);
+        edit("AFTER!");
+        writeFile(work / "b.txt", "new");
+        auto pack = call();
+        pack.password = "secret";
+        pack.base.emplace()["a.txt"] = "before";
+        pack.onVersion = [&record, &change = change](Call &running, ZPVERSION &version) {
+            record(version);
+            change(running, version);
+        };
+        const auto result = run(pack);
+        EXPECT_EQ(result.code, expected.empty() ? 83 : 0) << result.all();
+        EXPECT_EQ(readFile(archive) == before, expected.empty());
+        if (expected.empty())
+            continue;
+        EXPECT_EQ(result.files.size(), 2U);
+        EXPECT_EQ(result.packed.at("b.txt").outcome, VL2ZIP_ADDED);
+        // What a clean-up relies on.
+        const ZPPACKED &packed = result.packed.at("a.txt");
+        ZPVERSION now{};
+        record(now);
+        EXPECT_EQ(packed.outcome, expected == "before" ? VL2ZIP_SAME : VL2ZIP_CHANGED);
+        EXPECT_EQ(packed.crc, ziplib::crc32(0, expected.data(), expected.size()));
+        EXPECT_EQ(packed.size, 6U);
+        EXPECT_TRUE(packed.device == now.device && packed.id == now.id);
+        EXPECT_TRUE(packed.modified == now.modified && packed.changed == now.changed);
+    }
+    fs::remove_all(memory);
+    // Where the disk's clock may have large steps, times prove nothing.
+    ziplib::Scan scan;
+    scan.began.emplace();
+    platform::FileInfo extracted;
+    for (const bool stamps : {false, true})
+        for (const std::int64_t fraction : {0, 1, 1000, 1001}) {
+            scan.stampsWrites = stamps;
+            extracted.changed = 1'000'000'000'000 + fraction;
+            EXPECT_EQ(scan.stampsWritesTo(extracted), stamps && fraction % 10 == 1) << fraction;
+        }
+    extracted.device = 1;
+    EXPECT_FALSE(scan.stampsWritesTo(extracted));
 }
 
 TEST_F(PackFaults, NoFileIsPackedBesideAFolderOfItsName) {

@@ -63,7 +63,9 @@ Result run(Call call) {
     for (const auto &[path, content] : versions) {
         const auto crc = ziplib::crc32(0, content.data(), content.size());
         const auto unwritten = std::count(call.unwritten.begin(), call.unwritten.end(), path);
-        base.push_back({path.c_str(), content.size(), crc, unwritten == 0});
+        base.push_back({path.c_str(), content.size(), crc, unwritten == 0, 0, 0, 0, 0, 0});
+        if (call.onVersion)
+            call.onVersion(call, base.back());
     }
     ZpSetBase(call.base ? base.data() + 1 : nullptr, static_cast<std::uint32_t>(base.size() - 1),
               onConflict);

@@ -26,6 +26,8 @@ struct Call {
     std::string password;                                   // "" declines
     std::optional<std::map<std::string, std::string>> base; // content by path
     Names unwritten;                                        // of the base, without a file
+    // May change a version of the base, and the call.
+    std::function<void(Call &call, ZPVERSION &version)> onVersion;
     // Non-zero stops the call at this file.
     std::function<std::int32_t(const std::string &name)> onFile;
 

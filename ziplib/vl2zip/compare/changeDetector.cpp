@@ -28,8 +28,8 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const platform::Input
                                Scan &scan, const std::vector<Candidate> &candidates, Take take,
                                std::function<void()> idle)
     : m_directory(directory), m_scan(scan), m_candidates(candidates),
-      m_folders(openedRoot(options.root)), m_context{options, archive, archiveInfo, directory,
-                                                     m_folders},
+      m_folders(openedRoot(options.root)), m_context{options,   archive, archiveInfo,
+                                                     directory, scan,    m_folders},
       m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
       m_left(candidates.size()) {
     std::iota(m_left.begin(), m_left.end(), std::size_t{0});
@@ -53,15 +53,26 @@ platform::OrderedParallelFor ChangeDetector::work(const Indices &indices) const 
     return work;
 }
 
-void ChangeDetector::compareOne(std::size_t index) {
+// Without opening a file. Returns whether it is done.
+bool ChangeDetector::settleUntouched(std::size_t index) {
     const Candidate &candidate = m_candidates[index];
     Comparison &comparison = m_comparisons[index];
-    if (comparison.done)
+    if (!comparison.done &&
+        (candidate.folder ? candidate.entry != kNoEntry
+                          : isUntouched(m_context, m_scan.files[candidate.file], candidate))) {
+        comparison.verdict = Comparison::Verdict::Same;
+        comparison.done = true;
+    }
+    return comparison.done;
+}
+
+void ChangeDetector::compareOne(std::size_t index) {
+    if (settleUntouched(index))
         return;
+    const Candidate &candidate = m_candidates[index];
+    Comparison &comparison = m_comparisons[index];
     if (!candidate.folder)
         comparison = compareFile(m_context, m_scan.files[candidate.file], candidate);
-    else if (candidate.entry != kNoEntry)
-        comparison.verdict = Comparison::Verdict::Same;
     comparison.done = true;
 }
 
@@ -111,7 +122,7 @@ ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
     job.work = [&](std::size_t i) {
         const Candidate &candidate = m_candidates[m_left[i]];
         const Entry *entry = entryOf(m_left[i]);
-        edited[i] = candidate.folder || entry == nullptr ||
+        edited[i] = settleUntouched(m_left[i]) || candidate.folder || entry == nullptr ||
                     looksEdited(m_context, m_scan.files[candidate.file], *entry);
     };
     platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);

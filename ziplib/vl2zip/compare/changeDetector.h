@@ -52,6 +52,7 @@ class ChangeDetector {
     using Indices = std::vector<std::size_t>; // of candidates
     platform::OrderedParallelFor work(const Indices &indices) const;
     const Entry *entryOf(std::size_t index) const;
+    bool settleUntouched(std::size_t index);
     void compareOne(std::size_t index);
     Status takeOne(std::size_t index);
     Status find(const Indices &indices, bool untilOneIsPacked);

@@ -241,6 +241,27 @@ Comparison compareFile(const ComparisonContext &context, FoundFile &found,
     return result;
 }
 
+// After a power cut, the disk may hold a file's new size and times, but not its bytes. Such a file
+// counts as untouched too: nothing is packed, so the archive keeps what the file has lost.
+bool isUntouched(const ComparisonContext &context, FoundFile &found, const Candidate &candidate) {
+    if (candidate.base == nullptr || !candidate.base->timesTell || candidate.disputed ||
+        candidate.entry == kNoEntry || context.options.encrypt ||
+        lineEndsOf(context.options) != LineEnds::Keep)
+        return false;
+    std::shared_ptr<const platform::OpenFolder> open;
+    platform::FileInfo now;
+    if (!context.folders.get(folderOf(found.path), open).ok() ||
+        !open->folder.info(std::string(lastComponent(found.path)), now).ok() ||
+        now.kind != platform::FileInfo::Kind::File || !candidate.base->proves(now) ||
+        !context.scan.stampsWritesTo(now))
+        return false;
+    found.info = now;
+    found.known = true;
+    found.packed = true;
+    found.crc = candidate.base->crc;
+    return true;
+}
+
 bool looksEdited(const ComparisonContext &context, const FoundFile &file, const Entry &entry) {
     std::shared_ptr<const platform::OpenFolder> open;
     const std::string name(lastComponent(file.path));

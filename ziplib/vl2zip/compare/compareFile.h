@@ -19,6 +19,7 @@ struct ComparisonContext {
     const platform::InputFile &archive;
     const platform::FileInfo *archiveInfo; // null if there is no archive yet
     const Directory &directory;
+    const Scan &scan;
     platform::FolderCache &folders; // of the files
 };
 
@@ -51,6 +52,11 @@ LineEnds lineEndsOf(const PackOptions &options);
 // only. Thread-safe for different files.
 Comparison compareFile(const ComparisonContext &context, FoundFile &found,
                        const Candidate &candidate);
+
+// True if neither the file was written to since the extraction, as its information proves, nor its
+// entry was changed: they are the same then. Does not open the file; leaves its version in `found`.
+// Thread-safe for different files.
+bool isUntouched(const ComparisonContext &context, FoundFile &found, const Candidate &candidate);
 
 // True if the file's size or time differs from its entry's, or the file cannot be examined. Does
 // not open the file. Thread-safe.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/storage.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -16,9 +18,20 @@ struct BaseVersion {
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
     bool written = false; // a file was written for it
+    // That file has `size` bytes, and every later change of it shows in its size and these.
+    bool timesTell = false;
+    std::uint64_t device = 0;
+    std::uint64_t id = 0;
+    std::int64_t modified = 0;
+    std::int64_t changed = 0;
 
     bool isOf(std::uint64_t otherSize, std::uint32_t otherCrc) const {
         return crc == otherCrc && (size == otherSize || size == kUnknownSize);
+    }
+    // True if this is the information on the written file, and proves that it was not changed.
+    bool proves(const platform::FileInfo &info) const {
+        return timesTell && info.size == size && info.device == device && info.id == id &&
+               info.modified == modified && info.changed == changed;
     }
 };
 

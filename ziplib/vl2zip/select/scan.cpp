@@ -115,6 +115,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     if (top.open(root).ok() && top.newFileInfo(began).ok()) {
         scan.began = began;
         scan.keepsInfo = top.keepsInfo();
+        scan.stampsWrites = top.stampsWrites();
     }
     std::vector<std::string> level{std::string()};
     Status failed;

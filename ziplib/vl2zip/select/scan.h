@@ -32,7 +32,8 @@ struct Scan {
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
-    bool keepsInfo = false; // the system caches file information of this disk
+    bool keepsInfo = false;    // the system caches file information of this disk
+    bool stampsWrites = false; // see platform::Folder; of the disk of `began`
 
     bool hasFile(std::string_view path) const;
 
@@ -43,6 +44,12 @@ struct Scan {
         const bool known =
             began && began->device == info.device && (!keepsInfo || info.modified < info.changed);
         return known ? began->changed : INT64_MIN;
+    }
+
+    // Whether any write to a file since it had this information shows in its `changed`. A time in
+    // whole microseconds may come from a clock with large steps, or from another system.
+    bool stampsWritesTo(const platform::FileInfo &info) const {
+        return stampsWrites && began->device == info.device && info.changed % 1000 != 0;
     }
 };
 
