@@ -18,6 +18,8 @@ namespace {
 constexpr int kHourglass = 11;
 constexpr int kRepaintInterval = 25; // ms
 
+QElapsedTimer sinceRepaint; // by repaintPending()
+
 // The user's input to a window.
 constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::MouseButtonRelease,
@@ -150,11 +152,14 @@ void setMousePointer(QWidget *, int value) {
 }
 
 void repaintPending() {
-    static QElapsedTimer sinceLast;
-    if (sinceLast.isValid() && sinceLast.elapsed() < kRepaintInterval)
+    if (sinceRepaint.isValid() && sinceRepaint.elapsed() < kRepaintInterval)
         return;
     withoutInput([] { QCoreApplication::processEvents(); });
-    sinceLast.start();
+    sinceRepaint.start();
+}
+
+void postponeRepaint() {
+    sinceRepaint.start();
 }
 
 void discardInput() {

@@ -86,6 +86,9 @@ void trimSystemMenu(QWidget *window);
 // window does. Long operations call it often.
 void repaintPending();
 
+// Lets repaintPending() wait for the whole interval: an operation that takes less is not painted.
+void postponeRepaint();
+
 // Discards all pending input and paints. Call it before a busy window accepts input again, so that
 // earlier clicks and key presses have no effect.
 void discardInput();

@@ -95,6 +95,9 @@ void frmMain::HideProgressBar() {
 
 void frmMain::ShowNote(const QString &text) {
     lblStatus->SetNote(text);
-    QToolTip::showText(lblStatus->mapToGlobal(lblStatus->rect().bottomLeft()), lblStatus->toolTip(),
-                       lblStatus, {}, kNoteTime);
+    // Once the window is ready: the layout takes as long as the save of a small archive.
+    QTimer::singleShot(0, this, [this] {
+        QToolTip::showText(lblStatus->mapToGlobal(lblStatus->rect().bottomLeft()),
+                           lblStatus->toolTip(), lblStatus, {}, kNoteTime);
+    });
 }

@@ -33,6 +33,7 @@ void frmMain::cmdSaveChanges_Click() {
         return;
     platform::setMousePointer(this, 11);
     DisableWindow();
+    platform::postponeRepaint(); // a small archive is saved or cleaned up before that
     StopLooking();
     QString stayed;
     BeginProgress(m_lines->Count());
@@ -94,6 +95,7 @@ void frmMain::cmdCancel_Click() {
     m_conflicts.clear();
     platform::setMousePointer(this, 11);
     DisableWindow();
+    platform::postponeRepaint(); // a small archive is saved or cleaned up before that
     StopLooking();
     const platform::PackedFiles known = KnownFiles();
     const QString note = CleanUpWorkFolder(&known, Others::Trash);
