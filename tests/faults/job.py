@@ -89,9 +89,10 @@ class Snapshot:
 
     def restore(self):
         for folder in self.folders:
-            if os.path.isdir(folder):
-                shutil.rmtree(folder)
-            os.makedirs(folder)
+            # rclone cannot remove a folder of which it still uploads a file that was deleted.
+            shutil.rmtree(folder, ignore_errors=True)
+            os.makedirs(folder, exist_ok=True)
+            check(not os.listdir(folder), folder, "holds", os.listdir(folder))
         for path, mode, modified, content in self.held:
             if content is None:
                 path.mkdir()
@@ -285,7 +286,7 @@ class Job:
 
     def nothing_left(self, where):
         # The record stays with the files of the work folder.
-        kept = ".orvel-Job.record" if read_tree(self.work) else None
+        kept = ".orvel-Job.record" if any(not path.is_dir() for path in Path(self.work).rglob("*")) else None
         left = [name for part in self.parts for name in read_tree(part)
                 if os.path.basename(name) != kept and
                 (os.path.basename(name).startswith(".orvel-") or name.endswith(".part"))]
