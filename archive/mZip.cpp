@@ -81,6 +81,7 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
         oZip.m_tPacked.emplace();
     }
     setBase(oZip.m_base, OnZipConflict);
+    oZip.m_base.reset(); // copied by the library; the next call must not use it
 
     marshalling::NameTable names;
     for (std::int32_t index = 0; index < lSpecCount; ++index)
@@ -93,9 +94,7 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
     command.lpszZipFN = zipFile.data();
     command.FNV = names.table();
     oZip.m_tLastResult.code = library().function<decltype(&ZpArchive)>("ZpArchive")(command);
-    // Releases the memory, and the next call must not use it.
-    oZip.m_base.reset();
-    setBase(oZip.m_base, nullptr);
+    setBase({}, nullptr); // releases its memory
     if (!oZip.m_tLastResult.ok())
         oZip.m_tPacked.reset();
     return oZip.m_tLastResult.code;

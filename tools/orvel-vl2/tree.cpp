@@ -48,13 +48,12 @@ Tree::Tree(const std::string &path) : m_path(path) {
         ziplib::Scan scan;
         if (Status status = ziplib::scanFolder(path, true, scan); !status.ok())
             throw Failed(status);
-        for (ziplib::FoundFile &file : scan.files) {
+        for (const ziplib::FoundFile &file : scan.files) {
             platform::InputFile opened;
             platform::FileInfo info;
-            if (Status status = opened.open(platform::Location{path, file.path}, info);
-                !status.ok())
+            if (Status status = opened.open({path, std::string(file.path)}, info); !status.ok())
                 throw Failed(status);
-            m_files.push_back({std::move(file.path), info.size, std::nullopt, 0, info.modified});
+            m_files.push_back({std::string(file.path), info.size, std::nullopt, 0, info.modified});
         }
         return;
     }

@@ -60,10 +60,10 @@ void addFolder(std::uint32_t number, const std::string &folder, const std::strin
     ziplib::Scan scan;
     if (auto status = ziplib::scanFolder(folder, true, scan); !status.ok())
         throw Failed(status);
-    for (ziplib::FoundFile &file : scan.files) {
+    for (const ziplib::FoundFile &file : scan.files) {
         std::string folded = platform::foldCase(file.path);
         if (folded.find('/') != std::string::npos && (wanted.empty() || folded == wanted))
-            holders[std::move(folded)].push_back({number, std::move(file.path), 0, std::nullopt});
+            holders[std::move(folded)].push_back({number, std::string(file.path), 0, std::nullopt});
     }
 }
 

@@ -127,10 +127,7 @@ Status Build::find() {
 Status Build::write() {
     ChangeDetector detector(
         m_options, m_target.old(), m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
-        m_scan, m_candidates,
-        [](const Candidate &, const Comparison &comparison) {
-            return comparison.failure ? *comparison.failure : Status();
-        },
+        m_scan, m_candidates, [](const Candidate &, const Comparison &) { return Status(); },
         [this] { m_report.tick(); });
     if (auto found = detector.findOthers(); !found.ok())
         return found;

@@ -137,11 +137,9 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
     }
 }
 
-// Reports progress. Fails if the file could not be compared or the caller cancels.
+// Reports progress. Fails if the caller cancels.
 Status Update::take(const Candidate &candidate, const Comparison &comparison) {
     using Verdict = Comparison::Verdict;
-    if (comparison.failure)
-        return *comparison.failure;
     const bool done = comparison.verdict != Verdict::Pack &&
                       comparison.verdict != Verdict::Conflict &&
                       comparison.verdict != Verdict::Archive;

@@ -32,11 +32,11 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const platform::Input
                                                      directory, scan,    m_folders},
       m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
       m_left(candidates.size()) {
-    std::iota(m_left.begin(), m_left.end(), std::size_t{0});
+    std::iota(m_left.begin(), m_left.end(), std::uint32_t{0});
 }
 
 const Entry *ChangeDetector::entryOf(std::size_t index) const {
-    const std::size_t entry = m_candidates[index].entry;
+    const std::uint32_t entry = m_candidates[index].entry;
     return entry == kNoEntry ? nullptr : &m_directory.entries()[entry];
 }
 
@@ -71,12 +71,22 @@ void ChangeDetector::compareOne(std::size_t index) {
         return;
     const Candidate &candidate = m_candidates[index];
     Comparison &comparison = m_comparisons[index];
-    if (!candidate.folder)
-        comparison = compareFile(m_context, m_scan.files[candidate.file], candidate);
+    if (!candidate.folder) {
+        auto compared = compareFile(m_context, m_scan.files[candidate.file], candidate, comparison);
+        comparison.failed = !compared.ok();
+        if (comparison.failed) {
+            const std::lock_guard lock(m_mutex);
+            m_failures.emplace(index, std::move(compared));
+        }
+    }
     comparison.done = true;
 }
 
 Status ChangeDetector::takeOne(std::size_t index) {
+    if (m_comparisons[index].failed) {
+        const std::lock_guard lock(m_mutex);
+        return m_failures.at(index);
+    }
     auto taken = m_take(m_candidates[index], m_comparisons[index]);
     if (taken.ok() && m_comparisons[index].verdict == Comparison::Verdict::Pack)
         m_packed.push_back(index);
@@ -105,7 +115,7 @@ Status ChangeDetector::find(const Indices &indices, bool untilOneIsPacked) {
     platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
     // Threads stop in different places, so compared candidates may follow others.
     while (status.ok() && count < indices.size()) {
-        if (const std::size_t index = indices[count]; m_comparisons[index].done) {
+        if (const std::uint32_t index = indices[count]; m_comparisons[index].done) {
             take(index);
         } else {
             ++count;
@@ -166,7 +176,7 @@ bool ChangeDetector::beginOthers() {
         job.work = [this](std::size_t i) { compareOne(m_left[i]); };
         job.take = [this](std::size_t i) {
             m_compared = i + 1;
-            return m_comparisons[m_left[i]].failure == nullptr && !m_stopped;
+            return !m_comparisons[m_left[i]].failed && !m_stopped;
         };
         job.idle = [] {};
         platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
@@ -196,7 +206,7 @@ void ChangeDetector::stop() {
 }
 
 std::vector<std::size_t> ChangeDetector::toPack() const {
-    Indices indices = m_packed;
+    std::vector<std::size_t> indices = m_packed;
     std::sort(indices.begin(), indices.end());
     return indices;
 }

@@ -5,7 +5,10 @@
 #include "ziplib/vl2zip/select/candidate.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <map>
+#include <mutex>
 #include <vector>
 
 namespace platform {
@@ -20,7 +23,7 @@ namespace ziplib {
 class ChangeDetector {
   public:
     // All arguments must outlive this. Each candidate is passed to `take` on the caller's thread
-    // once it was compared; a failure returned by `take` ends the comparison.
+    // once it was compared; a failure to compare it, or one that `take` returns, is the end.
     using Take = std::function<Status(const Candidate &candidate, const Comparison &comparison)>;
     ChangeDetector(const PackOptions &options, const platform::InputFile &archive,
                    const platform::FileInfo *archiveInfo, const Directory &directory, Scan &scan,
@@ -49,7 +52,7 @@ class ChangeDetector {
     const std::vector<Comparison> &comparisons() const { return m_comparisons; }
 
   private:
-    using Indices = std::vector<std::size_t>; // of candidates
+    using Indices = std::vector<std::uint32_t>; // of candidates
     platform::OrderedParallelFor work(const Indices &indices) const;
     const Entry *entryOf(std::size_t index) const;
     bool settleUntouched(std::size_t index);
@@ -66,8 +69,10 @@ class ChangeDetector {
     const Take m_take;
     const std::function<void()> m_idle;
     std::vector<Comparison> m_comparisons;
-    Indices m_left; // not taken yet
-    Indices m_packed;
+    std::mutex m_mutex;
+    std::map<std::size_t, Status> m_failures; // by candidate
+    Indices m_left;                           // not taken yet
+    std::vector<std::size_t> m_packed;
     std::atomic<bool> m_stopped = false;
     std::atomic<std::size_t> m_compared = 0; // of m_left, in the background
     BackgroundTask m_background;             // last member: is destroyed, and so waited for, first

@@ -145,8 +145,8 @@ Status compareTwins(const ComparisonContext &context, SourceFile &file, const Ca
                     FoundFile &found, bool &same) {
     const auto &entries = context.directory.entries();
     const auto hasTwin = [&](auto isTwin) {
-        return std::any_of(candidate.twins.begin(), candidate.twins.end(),
-                           [&](std::size_t twin) { return isTwin(entries[twin]); });
+        return std::any_of(candidate.twins->begin(), candidate.twins->end(),
+                           [&](std::uint32_t twin) { return isTwin(entries[twin]); });
     };
     std::uint64_t size = file.version().size;
     same = false;
@@ -160,12 +160,20 @@ Status compareTwins(const ComparisonContext &context, SourceFile &file, const Ca
     return read;
 }
 
-Status judge(const ComparisonContext &context, FoundFile &found, const Candidate &candidate,
-             Comparison &result) {
+} // namespace
+
+LineEnds lineEndsOf(const PackOptions &options) {
+    if (options.crlfToLf)
+        return LineEnds::Lf;
+    return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
+}
+
+Status compareFile(const ComparisonContext &context, FoundFile &found, const Candidate &candidate,
+                   Comparison &result) {
     std::shared_ptr<const platform::OpenFolder> open;
     // Opening the file by its whole path reports why the folder cannot be opened.
     static_cast<void>(context.folders.get(folderOf(found.path), open));
-    SourceFile file(context.options.root, found.path, lineEndsOf(context.options));
+    SourceFile file(context.options.root, std::string(found.path), lineEndsOf(context.options));
     if (open)
         file.setFolder(open->folder);
     if (auto opened = file.open(); !opened.ok())
@@ -185,7 +193,7 @@ Status judge(const ComparisonContext &context, FoundFile &found, const Candidate
     Status compared;
     if (entry != nullptr)
         compared = compare(context, file, index, same);
-    if (compared.ok() && !same && !candidate.twins.empty())
+    if (compared.ok() && !same && candidate.twins != nullptr)
         compared = compareTwins(context, file, candidate, found, isTwins);
     if (compared.ok() && isTwins) {
         result.verdict = Verdict::Same;
@@ -223,22 +231,6 @@ Status judge(const ComparisonContext &context, FoundFile &found, const Candidate
         found.crc = entry->crc;
     }
     return {};
-}
-
-} // namespace
-
-LineEnds lineEndsOf(const PackOptions &options) {
-    if (options.crlfToLf)
-        return LineEnds::Lf;
-    return options.lfToCrlf ? LineEnds::CrLf : LineEnds::Keep;
-}
-
-Comparison compareFile(const ComparisonContext &context, FoundFile &found,
-                       const Candidate &candidate) {
-    Comparison result;
-    if (auto status = judge(context, found, candidate, result); !status.ok())
-        result.failure = std::make_unique<const Status>(std::move(status));
-    return result;
 }
 
 // After a power cut, the disk may hold a file's new size and times, but not its bytes. Such a file

@@ -9,7 +9,6 @@
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace ziplib {
 
@@ -39,9 +38,9 @@ struct Comparison {
     };
 
     bool done = false;
+    bool failed = false;
     Verdict verdict = Verdict::Pack;
-    std::uint8_t attributes = 0;           // DOS attributes of a file to pack
-    std::unique_ptr<const Status> failure; // null for almost all
+    std::uint8_t attributes = 0; // DOS attributes of a file to pack
 };
 
 LineEnds lineEndsOf(const PackOptions &options);
@@ -50,8 +49,8 @@ LineEnds lineEndsOf(const PackOptions &options);
 // the bytes if the times differ. A disputed file that differs is also compared with the base, by
 // size and CRC. Leaves in `found` the version that was opened; the verdict holds for this version
 // only. Thread-safe for different files.
-Comparison compareFile(const ComparisonContext &context, FoundFile &found,
-                       const Candidate &candidate);
+Status compareFile(const ComparisonContext &context, FoundFile &found, const Candidate &candidate,
+                   Comparison &result);
 
 // True if neither the file was written to since the extraction, as its information proves, nor its
 // entry was changed: they are the same then. Does not open the file; leaves its version in `found`.

@@ -25,7 +25,7 @@ constexpr std::uint64_t kFileCost = 64U << 10U;
 
 // A folder in the scan, and the result of its comparison.
 struct ScannedFolder {
-    const std::string *path = nullptr;
+    std::string_view path;
     std::vector<const FoundFile *> files;   // directly in it, sorted by name
     std::vector<const FoundFile *> folders; // directly in it, sorted by name
     Status status;
@@ -33,13 +33,12 @@ struct ScannedFolder {
 };
 
 // The folders of a scan with their contents.
-std::vector<ScannedFolder> foldersOf(const Scan &scan, const std::string &root) {
+std::vector<ScannedFolder> foldersOf(const Scan &scan) {
     std::vector<ScannedFolder> known(scan.folders.size() + 1);
     std::unordered_map<std::string_view, std::size_t> indices;
-    known[0].path = &root;
-    indices.emplace(root, 0);
+    indices.emplace(std::string_view(), 0);
     for (std::size_t i = 0; i < scan.folders.size(); ++i) {
-        known[i + 1].path = &scan.folders[i].path;
+        known[i + 1].path = scan.folders[i].path;
         indices.emplace(scan.folders[i].path, i + 1);
     }
     for (const auto &folder : scan.folders)
@@ -62,7 +61,7 @@ class FolderCheck {
     bool timesShowChanges(const FoundFile &file) const;
     bool hasPackedBytes(const FoundFile &file) const;
     void changed(std::string_view name) {
-        m_scanned.changed = *m_scanned.path;
+        m_scanned.changed = m_scanned.path;
         m_scanned.changed += m_scanned.changed.empty() ? "" : "/";
         m_scanned.changed += name;
     }
@@ -85,7 +84,7 @@ bool FolderCheck::timesShowChanges(const FoundFile &file) const {
 
 // A file that cannot be read counts as changed; the next attempt to pack it reports the reason.
 bool FolderCheck::hasPackedBytes(const FoundFile &file) const {
-    SourceFile source(m_options.root, file.path, lineEndsOf(m_options));
+    SourceFile source(m_options.root, std::string(file.path), lineEndsOf(m_options));
     source.setFolder(m_folder);
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
@@ -134,9 +133,9 @@ Status FolderCheck::compare(const platform::FolderItem &item) {
 
 void FolderCheck::run() {
     const std::string &root = m_options.root;
-    const auto opened = m_folder.open({root, *m_scanned.path});
+    const auto opened = m_folder.open({root, std::string(m_scanned.path)});
     if (opened.is(Failure::NotFound) || opened.is(Failure::WrongKind)) {
-        m_scanned.changed = m_scanned.path->empty() ? root : *m_scanned.path;
+        m_scanned.changed = m_scanned.path.empty() ? std::string_view(root) : m_scanned.path;
         m_scanned.changed += m_scanned.changed.empty() ? "." : "";
         return;
     }
@@ -161,8 +160,7 @@ void FolderCheck::run() {
 
 Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
                      const std::function<void()> &idle, std::string &changed) {
-    const std::string top;
-    std::vector<ScannedFolder> folders = foldersOf(scan, top);
+    std::vector<ScannedFolder> folders = foldersOf(scan);
     Status status;
     platform::OrderedParallelFor work;
     work.count = folders.size();

@@ -40,7 +40,7 @@ void Base::mark(const Directory &directory, const EntryPaths &entries, const Sca
             candidate.path = path;
             candidate.entry = entries.find(path);
             candidate.base = &version;
-            candidate.twins.clear();
+            candidate.twins.reset();
             return true;
         }
         return false;
@@ -51,10 +51,10 @@ void Base::mark(const Directory &directory, const EntryPaths &entries, const Sca
             continue;
         candidate.base = find(std::string(candidate.path));
         const bool isOwn =
-            candidate.base != nullptr ? candidate.base->written : candidate.twins.empty();
+            candidate.base != nullptr ? candidate.base->written : candidate.twins == nullptr;
         if (isOwn)
-            candidate.twins.clear();
-        const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && !candidate.twins.empty();
+            candidate.twins.reset();
+        const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && candidate.twins != nullptr;
         if (isOfUnknown)
             candidate.base = nullptr;
         if (candidate.entry == kNoEntry) {

@@ -4,12 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <vector>
 
 namespace ziplib {
 
-inline constexpr std::size_t kNoEntry = static_cast<std::size_t>(-1);
+inline constexpr std::uint32_t kNoEntry = UINT32_MAX;
 
 // What the archive held for a file when it was extracted.
 struct BaseVersion {
@@ -37,9 +38,9 @@ struct BaseVersion {
 
 // A file or folder of the scan, and the entry that it stands for.
 struct Candidate {
-    std::size_t file = 0;         // index in the scan's files, or in its folders if `folder`
-    std::size_t entry = kNoEntry; // index in the old central directory
-    std::string_view path;        // in the archive; the scan or the base owns the text
+    std::uint32_t file = 0;         // index in the scan's files, or in its folders if `folder`
+    std::uint32_t entry = kNoEntry; // index in the old central directory
+    std::string_view path;          // in the archive; the scan or the base owns the text
     // With a base only: what it holds for the file (the base owns it), or null; and whether the
     // entry differs from that, so that folder and archive have to be merged.
     const BaseVersion *base = nullptr;
@@ -49,8 +50,14 @@ struct Candidate {
     // reader could extract both.
     bool obstructed = false;
     // Entries without a file in the folder whose paths differ from the file's in case only: on a
-    // disk that ignores case, the file may be theirs.
-    std::vector<std::size_t> twins;
+    // disk that ignores case, the file may be theirs. Null for almost all.
+    std::unique_ptr<std::vector<std::uint32_t>> twins;
+
+    void addTwin(std::uint32_t twin) {
+        if (!twins)
+            twins = std::make_unique<std::vector<std::uint32_t>>();
+        twins->push_back(twin);
+    }
 };
 
 } // namespace ziplib

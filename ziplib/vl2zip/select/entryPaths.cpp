@@ -37,7 +37,7 @@ void EntryPaths::fill() {
     }
 }
 
-std::size_t EntryPaths::find(std::string_view path) const {
+std::uint32_t EntryPaths::find(std::string_view path) const {
     if (empty())
         return kNoEntry;
     const std::uint32_t number = m_slots[slotOf(path)].number;
@@ -45,7 +45,7 @@ std::size_t EntryPaths::find(std::string_view path) const {
 }
 
 void EntryPaths::each(
-    const std::function<void(std::string_view path, std::size_t entry)> &take) const {
+    const std::function<void(std::string_view path, std::uint32_t entry)> &take) const {
     for (const auto &slot : m_slots)
         if (slot.number != 0)
             take(m_directory.path(m_directory.entries()[slot.number - 1]), slot.number - 1);

@@ -23,8 +23,8 @@ class EntryPaths {
     bool empty() const { return m_count == 0; }
     std::size_t size() const { return m_count; } // different paths
     // The entry of exactly this path, or kNoEntry.
-    std::size_t find(std::string_view path) const;
-    void each(const std::function<void(std::string_view path, std::size_t entry)> &take) const;
+    std::uint32_t find(std::string_view path) const;
+    void each(const std::function<void(std::string_view path, std::uint32_t entry)> &take) const;
 
   private:
     struct Slot {

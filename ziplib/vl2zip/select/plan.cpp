@@ -17,7 +17,7 @@ namespace {
 
 // The path that a file has in the archive.
 std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
-    return options.junkFolders ? lastComponent(file.path) : std::string_view(file.path);
+    return options.junkFolders ? lastComponent(file.path) : file.path;
 }
 
 class Matcher {
@@ -26,12 +26,12 @@ class Matcher {
             const std::function<void()> &idle)
         : m_exact(entries), m_options(options), m_scan(scan), m_idle(idle) {}
 
-    std::size_t entryFor(std::string_view path);
+    std::uint32_t entryFor(std::string_view path);
 
   private:
     struct Fold {
         std::size_t entries = 0; // with different paths
-        std::size_t entry = kNoEntry;
+        std::uint32_t entry = kNoEntry;
         std::size_t files = 0;
     };
     void makeFolds();
@@ -46,7 +46,7 @@ class Matcher {
 void Matcher::makeFolds() {
     m_folds.emplace();
     m_folds->reserve(m_exact.size());
-    m_exact.each([&](std::string_view path, std::size_t entry) {
+    m_exact.each([&](std::string_view path, std::uint32_t entry) {
         Fold &fold = (*m_folds)[platform::foldCase(path)];
         ++fold.entries;
         fold.entry = entry;
@@ -60,7 +60,7 @@ void Matcher::makeFolds() {
     }
 }
 
-std::size_t Matcher::entryFor(std::string_view path) {
+std::uint32_t Matcher::entryFor(std::string_view path) {
     if (const auto found = m_exact.find(path); found != kNoEntry)
         return found;
     if (m_exact.empty())
@@ -93,14 +93,14 @@ void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<
     for (const Candidate &candidate : candidates) {
         if (candidate.entry == kNoEntry)
             continue;
-        matched.resize(std::max(matched.size(), candidate.entry + 1));
+        matched.resize(std::max<std::size_t>(matched.size(), candidate.entry + 1U));
         count += matched[candidate.entry] ? 0 : 1;
         matched[candidate.entry] = true;
     }
     if (count >= entries.size())
         return;
     std::unordered_multimap<std::uint64_t, Candidate *> byHash; // created when needed
-    entries.each([&](std::string_view path, std::size_t entry) {
+    entries.each([&](std::string_view path, std::uint32_t entry) {
         idle();
         if ((entry < matched.size() && matched[entry]) || path.ends_with('/'))
             return;
@@ -111,7 +111,7 @@ void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<
         for (auto found = begin; found != end; ++found)
             if (platform::foldCase(found->second->path) == platform::foldCase(path) &&
                 !scan.hasFile(path))
-                found->second->twins.push_back(entry);
+                found->second->addTwin(entry);
     });
 }
 
@@ -125,18 +125,18 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
             folder = folderOf(folder);
     }
     for (std::size_t i = 0; i < scan.folders.size(); ++i) {
-        const std::string &path = scan.folders[i].path;
+        const std::string_view path = scan.folders[i].path;
         // Called for each folder: the pattern counts as matched then.
         const bool selected = selection.selectsFolder(path);
         if (!selected && holding.find(path) == holding.end())
             continue;
         Candidate candidate;
-        candidate.file = i;
+        candidate.file = static_cast<std::uint32_t>(i);
         candidate.folder = true;
-        candidate.path = scan.folderPaths.emplace_back(path + '/');
+        candidate.path = scan.folderPaths.emplace_back(std::string(path) + '/');
         candidate.entry = matcher.entryFor(candidate.path);
         if (candidate.entry != kNoEntry || acceptsNewName(candidate.path, scan))
-            candidates.push_back(candidate);
+            candidates.push_back(std::move(candidate));
     }
 }
 
@@ -176,7 +176,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
         if (!selection.selectsFile(file.path))
             continue;
         Candidate candidate;
-        candidate.file = i;
+        candidate.file = static_cast<std::uint32_t>(i);
         candidate.path = storedPath(options, file);
         candidate.entry = matcher.entryFor(candidate.path);
         if (options.junkFolders && !seen.insert(candidate.path).second) {
@@ -184,7 +184,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
                     refusal(file.path, "without its folder another file has the same name")};
         }
         if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(candidate.path, scan)))
-            candidates.push_back(candidate);
+            candidates.push_back(std::move(candidate));
     }
     if (!options.junkFolders)
         findTwins(entries, scan, idle, candidates);
@@ -206,7 +206,7 @@ void markObstructed(const EntryPaths &entries, const std::function<void()> &idle
     }
     if (added.empty())
         return;
-    entries.each([&](std::string_view path, std::size_t) {
+    entries.each([&](std::string_view path, std::uint32_t) {
         idle();
         for (auto folder = folderOf(path); !folder.empty(); folder = folderOf(folder))
             if (const auto found = added.find(folder); found != added.end())

@@ -27,30 +27,30 @@ struct Contents {
 
   private:
     Status take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                std::string path);
+                std::string_view path);
 };
 
 Status Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                      std::string path) {
+                      std::string_view path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
             FoundFile inner;
             // If it was deleted, listing it fails.
             static_cast<void>(folder.info(item.name, inner.info));
-            inner.path = std::move(path);
-            found.folders.push_back(std::move(inner));
+            inner.path = path;
+            found.folders.push_back(inner);
         }
         return {};
     }
     FoundFile file;
     if (item.kind == Kind::File) {
-        file.path = std::move(path);
-        found.files.push_back(std::move(file));
+        file.path = path;
+        found.files.push_back(file);
         return {};
     }
     const auto known = folder.info(item.name, file.info, Folder::Links::Follow);
     if (item.kind == Kind::Link && (!known.ok() || file.info.kind != Kind::File)) {
-        found.leftOut.push_back(path + ": a link that leads to no file is not packed");
+        found.leftOut.push_back(std::string(path) + ": a link that leads to no file is not packed");
         return {};
     }
     if (known.is(Failure::NotFound))
@@ -58,12 +58,12 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
     if (!known.ok())
         return failure(known, Failure::CannotOpen);
     if (file.info.kind != Kind::File) {
-        found.leftOut.push_back(path + ": neither a file nor a folder, not packed");
+        found.leftOut.push_back(std::string(path) + ": neither a file nor a folder, not packed");
         return {};
     }
-    file.path = std::move(path);
+    file.path = path;
     file.known = true;
-    found.files.push_back(std::move(file));
+    found.files.push_back(file);
     return {};
 }
 
@@ -74,20 +74,27 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
     std::vector<platform::FolderItem> items;
     if (const auto listed = folder.list(items); !listed.ok())
         return failure(listed, Failure::CannotOpen);
+    std::string start = path;
+    if (!path.empty())
+        start += '/';
+    std::size_t size = 0;
+    for (const auto &item : items)
+        size += start.size() + item.name.size();
+    found.texts.push_back(std::make_unique<char[]>(size));
+    char *at = found.texts.back().get();
     for (const auto &item : items) {
         if (platform::isNameOfDeleted(item.name))
             continue;
-        std::string below;
-        below.reserve(path.size() + 1 + item.name.size()); // else it may take twice as much
-        if (!path.empty())
-            below.append(path) += '/';
-        below += item.name;
+        char *const end = std::copy(item.name.begin(), item.name.end(),
+                                    std::copy(start.begin(), start.end(), at));
+        const std::string_view below(at, static_cast<std::size_t>(end - at));
+        at = end;
         if (platform::isTemporaryName(item.name)) {
             if (item.kind == Kind::File)
-                found.temporaries.push_back(std::move(below));
+                found.temporaries.emplace_back(below);
             continue;
         }
-        if (auto taken = take(folder, item, recurse, std::move(below)); !taken.ok())
+        if (auto taken = take(folder, item, recurse, below); !taken.ok())
             return taken;
     }
     return {};
@@ -129,11 +136,12 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
             Contents &folder = contents[i];
             failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
-                next.push_back(inner.path);
+                next.emplace_back(inner.path);
             append(scan.files, folder.found.files);
             append(scan.folders, folder.found.folders);
             append(scan.leftOut, folder.found.leftOut);
             append(scan.temporaries, folder.found.temporaries);
+            append(scan.texts, folder.found.texts);
             folder = {};
             return true;
         };

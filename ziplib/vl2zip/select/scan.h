@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,21 +15,23 @@
 // The contents of the folder that is packed.
 namespace ziplib {
 
+// In little memory, for hundreds of thousands of files.
 struct FoundFile {
-    std::string path;                   // below the root, UTF-8, "/" between folders
-    bool known = false;                 // whether `info` is set
-    bool packed = false;                // whether it holds nothing that the archive lacks
-    std::uint32_t crc = 0;              // of its bytes, after a conversion of line ends
-    std::int32_t outcome = VL2ZIP_SAME; // of the save, if packed
+    std::string_view path; // below the root, UTF-8, "/" between folders; the scan owns the text
     platform::FileInfo info;
+    std::uint32_t crc = 0;             // of its bytes, after a conversion of line ends
+    bool known = false;                // whether `info` is set
+    bool packed = false;               // whether it holds nothing that the archive lacks
+    std::int8_t outcome = VL2ZIP_SAME; // of the save, if packed
 };
 
 struct Scan {
-    std::vector<FoundFile> files;         // sorted by path; includes links to files
-    std::vector<FoundFile> folders;       // sorted by path
-    std::vector<std::string> leftOut;     // messages about what cannot be packed
-    std::vector<std::string> temporaries; // files that a killed extraction left
-    std::deque<std::string> folderPaths;  // of folders that get entries, with "/" behind them
+    std::vector<FoundFile> files;               // sorted by path; includes links to files
+    std::vector<FoundFile> folders;             // sorted by path
+    std::vector<std::string> leftOut;           // messages about what cannot be packed
+    std::vector<std::string> temporaries;       // files that a killed extraction left
+    std::deque<std::string> folderPaths;        // of folders that get entries, with "/" behind them
+    std::vector<std::unique_ptr<char[]>> texts; // of the paths, one for each folder
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;

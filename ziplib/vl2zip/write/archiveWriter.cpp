@@ -31,7 +31,7 @@ std::string savedText(const Packing &packing) {
 void ArchiveWriter::pack(const Candidate &candidate, std::uint8_t attributes, Scan &scan) {
     m_scan = &scan;
     WriteJob job;
-    job.candidate = candidate;
+    job.candidate = &candidate;
     job.attributes = attributes;
     m_jobs.push_back(std::move(job));
     if (candidate.entry != kNoEntry)
@@ -50,7 +50,7 @@ Status ArchiveWriter::findRenamed() {
         ++users[m_layout.segmentOf(i)];
     for (const auto &[entry, renamed] : m_renamed) {
         const std::size_t segment = m_layout.segmentOf(entry);
-        if (users[segment] > 1 || m_layout.segments()[segment].length < renamed.oldHeader)
+        if (users[segment] > 1 || m_layout.length(segment) < renamed.oldHeader)
             return {Failure::Damaged, m_target.path() + ": damaged, " +
                                           m_directory.path(m_directory.entries()[entry]) +
                                           " shares its data with another entry"};
@@ -66,13 +66,13 @@ void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
         job.copyEnd = end;
-        const std::uint64_t size = job.candidate.folder ? 0 : fileOf(job).info.size;
+        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).info.size;
         job.streamed = size > kWholeLimit;
         // The file and its compressed data; a streamed file is not held in memory.
         job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
         if (!job.isNew()) {
-            const std::size_t segment = m_layout.segmentOf(job.candidate.entry);
-            job.copyEnd = m_layout.segments()[segment].kept ? end : segment;
+            const std::size_t segment = m_layout.segmentOf(job.candidate->entry);
+            job.copyEnd = m_layout.segments()[segment].kept() ? end : segment;
         }
     }
     std::stable_sort(m_jobs.begin(), m_jobs.end(), [](const WriteJob &a, const WriteJob &b) {
@@ -81,7 +81,7 @@ void ArchiveWriter::orderJobs() {
     m_jobOfEntry.assign(m_directory.entries().size(), kNoEntry);
     for (std::size_t i = 0; i < m_jobs.size(); ++i)
         if (!m_jobs[i].isNew())
-            m_jobOfEntry[m_jobs[i].candidate.entry] = i;
+            m_jobOfEntry[m_jobs[i].candidate->entry] = static_cast<std::uint32_t>(i);
 }
 
 Status ArchiveWriter::write(const std::optional<std::string> &password) {
@@ -105,9 +105,9 @@ Status ArchiveWriter::write(const std::optional<std::string> &password) {
 }
 
 void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &password) const {
-    if (job.candidate.folder || job.streamed)
+    if (job.candidate->folder || job.streamed)
         return;
-    SourceFile file(m_options.root, fileOf(job).path, lineEndsOf(m_options));
+    SourceFile file(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
     job.status = packWhole(file, password, job.packing, job.data);
     if (job.status.ok())
         job.status = notePacked(file, job);
@@ -122,8 +122,8 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     found.packed = true;
     found.outcome = VL2ZIP_CHANGED;
     if (job.isNew())
-        found.outcome = job.candidate.base != nullptr ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
-    const bool marked = !job.isNew() && m_directory.entries()[job.candidate.entry].isMarkedText();
+        found.outcome = job.candidate->base != nullptr ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
+    const bool marked = !job.isNew() && m_directory.entries()[job.candidate->entry].isMarkedText();
     return marked ? file.judgeText(job.text) : Status();
 }
 
@@ -147,12 +147,12 @@ Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string>
         return job.status;
     if (auto copied = copySegments(job.copyEnd); !copied.ok())
         return copied;
-    const bool encrypted = password && !job.candidate.folder;
+    const bool encrypted = password && !job.candidate->folder;
     job.written = describe(job, encrypted);
     job.written.offset = m_output->position() - m_directory.base();
     if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
         return written;
-    const std::string path(job.candidate.path);
+    const std::string path(job.candidate->path);
     m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
     return m_report.processed(path) ? Status() : m_target.cancelled();
 }
@@ -176,7 +176,7 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     job.written.zip64 = found.info.size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
-    SourceFile file(m_options.root, found.path, lineEndsOf(m_options));
+    SourceFile file(m_options.root, std::string(found.path), lineEndsOf(m_options));
     if (auto packed = packStreamed(
             file, password, [this] { m_report.tick(); }, *m_output, job.packing);
         !packed.ok())
@@ -189,7 +189,8 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     job.written.zip64 = zip64;
     job.written.offset = offset;
     if (!zip64 && std::max(job.packing.compressedSize, job.packing.size) >= kZip64Sentinel)
-        return {Failure::CannotOpen, found.path + ": grew beyond 4 GiB while it was packed"};
+        return {Failure::CannotOpen,
+                std::string(found.path) + ": grew beyond 4 GiB while it was packed"};
     std::string header;
     appendLocal(header, job.written);
     return m_output->patch(start, header);
@@ -198,7 +199,7 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
 // The fields of the entry's records. A replaced entry keeps its stored name, its comment and, if
 // the file is still text, its text mark.
 WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const {
-    const Candidate &candidate = job.candidate;
+    const Candidate &candidate = *job.candidate;
     WrittenEntry written;
     if (!job.isNew()) {
         const Entry &old = m_directory.entries()[candidate.entry];
@@ -234,18 +235,18 @@ Status ArchiveWriter::copySegments(std::size_t end) {
         std::uint64_t skipped = 0;
         const std::uint64_t newStart = m_output->position();
         if (const auto renamed = m_renamedAt.find(first);
-            renamed != m_renamedAt.end() && segments[first].kept) {
+            renamed != m_renamedAt.end() && segments[first].kept()) {
             if (auto written = m_output->append(renamed->second->header); !written.ok())
                 return written;
             segments[first].newStart = newStart;
             skipped = renamed->second->oldHeader;
-            length = segments[first].length - skipped;
+            length = m_layout.length(first) - skipped;
             ++m_copied;
         }
-        while (m_copied < end && segments[m_copied].kept && skipped == 0 &&
+        while (m_copied < end && segments[m_copied].kept() && skipped == 0 &&
                !m_renamedAt.contains(m_copied)) {
             segments[m_copied].newStart = newStart + length;
-            length += segments[m_copied].length;
+            length += m_layout.length(m_copied);
             ++m_copied;
         }
         if (m_copied == first) {

@@ -27,8 +27,9 @@ class ArchiveWriter {
         : m_options(options), m_target(target), m_directory(directory), m_report(report),
           m_kept(directory.entries().size(), true) {}
 
-    // Adds a file with the given DOS attributes, or a folder, to what write() packs. The scan, the
-    // same in each call, must outlive this; its file receives version and CRC of what was packed.
+    // Adds a file with the given DOS attributes, or a folder, to what write() packs. Both it and
+    // the scan, the same in each call, must outlive this; its file receives version and CRC of what
+    // was packed.
     void pack(const Candidate &candidate, std::uint8_t attributes, Scan &scan);
     // Deletes an entry.
     void drop(std::size_t entry) { m_kept[entry] = false; }
@@ -41,7 +42,7 @@ class ArchiveWriter {
   private:
     // An entry to write.
     struct WriteJob {
-        Candidate candidate;
+        const Candidate *candidate = nullptr;
         std::uint8_t attributes = 0;
         std::size_t copyEnd = 0; // segments before this one are copied first
         bool streamed = false;
@@ -52,7 +53,7 @@ class ArchiveWriter {
         Status status;
         WrittenEntry written;
 
-        bool isNew() const { return candidate.entry == kNoEntry; }
+        bool isNew() const { return candidate->entry == kNoEntry; }
     };
 
     Status findRenamed();
@@ -64,7 +65,7 @@ class ArchiveWriter {
     Status copySegments(std::size_t end);
     Status writeDirectory();
     WrittenEntry describe(const WriteJob &job, bool encrypted) const;
-    FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate.file]; }
+    FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate->file]; }
     void packOne(WriteJob &job, const std::optional<std::string> &password) const;
     Status notePacked(SourceFile &file, WriteJob &job) const;
 
@@ -78,8 +79,8 @@ class ArchiveWriter {
     std::map<std::size_t, RenamedEntry> m_renamed;           // by entry
     std::map<std::size_t, const RenamedEntry *> m_renamedAt; // by segment
     std::vector<WriteJob> m_jobs;
-    std::vector<std::size_t> m_jobOfEntry; // of each old entry that is replaced
-    std::size_t m_copied = 0;              // number of segments copied or skipped
+    std::vector<std::uint32_t> m_jobOfEntry; // of each old entry that is replaced
+    std::size_t m_copied = 0;                // number of segments copied or skipped
     std::optional<Output> m_output;
 };
 

@@ -46,19 +46,16 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
     m_segments.clear();
     m_segments.reserve(entries.size());
     m_coveredTo = 0;
+    m_end = directory.start();
     for (const std::uint32_t index : order) {
         const std::uint64_t offset = entries[index].localOffset;
         if (offset >= directory.start())
             return damaged(archive, directory, entries[index]);
         if (m_segments.empty() || m_segments.back().start != offset)
-            m_segments.push_back({offset, 0, false, 0});
+            m_segments.push_back({offset});
         m_segmentOf[index] = static_cast<std::uint32_t>(m_segments.size() - 1);
-        m_segments.back().kept = m_segments.back().kept || kept[index];
-    }
-    for (std::size_t i = 0; i < m_segments.size(); ++i) {
-        const std::uint64_t end =
-            i + 1 < m_segments.size() ? m_segments[i + 1].start : directory.start();
-        m_segments[i].length = end - m_segments[i].start;
+        if (kept[index])
+            m_segments.back().keep();
     }
     // In file order, as cover() requires for overlaps.
     for (const std::uint32_t index : order) {
@@ -80,9 +77,9 @@ Status Layout::cover(const platform::InputFile &archive, const Directory &direct
     needed += std::min(entry.compressedSize, UINT64_MAX - needed);
     // Only the local header has its own length. It is read only if the next segment is not kept, or
     // if the entry is larger than its segment.
-    if (last || !m_segments[segment + 1].kept || needed > m_segments[segment].length)
+    if (last || !m_segments[segment + 1].kept() || needed > length(segment))
         needed = std::max(needed, readExtent(archive, entry));
-    if (needed <= m_segments[segment].length)
+    if (needed <= length(segment))
         return {};
     if (needed > directory.start() - entry.localOffset)
         return damaged(archive, directory, entry);
@@ -91,7 +88,7 @@ Status Layout::cover(const platform::InputFile &archive, const Directory &direct
         [](const Segment &candidate, std::uint64_t end) { return candidate.start < end; });
     const auto end = static_cast<std::size_t>(behind - m_segments.begin());
     for (std::size_t i = std::max(segment + 1, m_coveredTo); i < end; ++i)
-        m_segments[i].kept = true;
+        m_segments[i].keep();
     m_coveredTo = std::max(m_coveredTo, end);
     return {};
 }

@@ -15,10 +15,13 @@ namespace ziplib {
 class Layout {
   public:
     struct Segment {
+        static constexpr std::uint64_t kDropped = UINT64_MAX;
+
         std::uint64_t start = 0;
-        std::uint64_t length = 0;
-        bool kept = false;
-        std::uint64_t newStart = 0; // in the new archive; set when it is copied
+        std::uint64_t newStart = kDropped; // in the new archive; set when it is copied
+
+        bool kept() const { return newStart != kDropped; }
+        void keep() { newStart = 0; }
     };
 
     // `kept` says for each entry whether it is kept unchanged. Fails if a kept entry's bytes exceed
@@ -28,6 +31,10 @@ class Layout {
 
     std::vector<Segment> &segments() { return m_segments; }
     const std::vector<Segment> &segments() const { return m_segments; }
+    std::uint64_t length(std::size_t segment) const {
+        const bool last = segment + 1 == m_segments.size();
+        return (last ? m_end : m_segments[segment + 1].start) - m_segments[segment].start;
+    }
     // The segment in which an entry, by index, starts.
     std::size_t segmentOf(std::size_t entry) const { return m_segmentOf[entry]; }
     // Bytes before the first entry.
@@ -39,6 +46,7 @@ class Layout {
     std::vector<Segment> m_segments;
     std::vector<std::uint32_t> m_segmentOf;
     std::uint64_t m_leading = 0;
+    std::uint64_t m_end = 0;     // of the last segment
     std::size_t m_coveredTo = 0; // overlapped segments before this one are marked as kept
 };
 
