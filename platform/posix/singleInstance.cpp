@@ -24,8 +24,8 @@
 #include <thread>
 #include <utility>
 
-// Sockets of the system: Qt's are in QtNetwork, which loads eleven libraries more, such as those of
-// Kerberos, at each start of the program.
+// Sockets of the system: Qt's are in QtNetwork, whose libraries, such as those of Kerberos, would be
+// loaded at each start of the program.
 namespace platform {
 
 namespace {
