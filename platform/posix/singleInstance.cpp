@@ -24,8 +24,8 @@
 #include <thread>
 #include <utility>
 
-// Sockets of the system: Qt's are in QtNetwork, whose libraries, such as those of Kerberos, would be
-// loaded at each start of the program.
+// Sockets of the system: Qt's are in QtNetwork, whose libraries, such as those of Kerberos, would
+// be loaded at each start of the program.
 namespace platform {
 
 namespace {
@@ -107,13 +107,13 @@ class Request : public QObject {
         : QObject(parent), m_client(std::move(client)), m_show(std::move(show)),
           m_notifier(m_client.get(), QSocketNotifier::Read) {
         connect(
-            &m_notifier, &QSocketNotifier::activated, this,
-            [this] {
-                if (!read())
-                    return;
-                m_notifier.setEnabled(false);
-                deleteLater();
-            });
+            &m_notifier, &QSocketNotifier::activated, this, [this] { proceed(); });
+    }
+    void proceed() {
+        if (!read())
+            return;
+        m_notifier.setEnabled(false);
+        deleteLater();
     }
 
   private:
@@ -207,14 +207,19 @@ Handover handOver(const QString &archive) {
 void acceptHandovers(QObject *owner, const Show &show) {
     if (thisInstance() == nullptr || !thisInstance()->socket.isOpen())
         return;
-    const int socket = thisInstance()->socket.get();
-    // Those that have waited count as activity too.
-    auto *notifier = new QSocketNotifier(socket, QSocketNotifier::Read, owner); // NOLINT: Qt's
-    QObject::connect(notifier, &QSocketNotifier::activated, owner, [socket, owner, show] {
-        Descriptor client(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        if (client.isOpen())
-            new Request(owner, std::move(client), show); // NOLINT(*-owning-memory): Qt's
-    });
+    const auto accept = [socket = thisInstance()->socket.get(), owner, show] {
+        for (;;) {
+            Descriptor client(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+            if (!client.isOpen())
+                return;
+            auto *request = new Request(owner, std::move(client), show); // NOLINT: the owner's
+            request->proceed();
+        }
+    };
+    auto *notifier = new QSocketNotifier(thisInstance()->socket.get(), QSocketNotifier::Read,
+                                         owner); // NOLINT(*-owning-memory): the owner's
+    QObject::connect(notifier, &QSocketNotifier::activated, owner, accept);
+    accept(); // those that have waited, before the owner is busy with its own archive
 }
 
 } // namespace platform

@@ -72,6 +72,7 @@ ROWS = [
     ("grep x bad.vl2 none.vl2", 4, "", "none.vl2"),
     ("grep needle long.vl2", 1, "", ""),
     ("grep needl[e] long.vl2", 1, "", ""),
+    ("grep -F needle huge.vl2", 0, "huge.vl2:a.txt:2:needle\n", ""),
     ("grep '' one.vl2 -l", 0, "one.vl2:scripts/a.cs\n", ""),
     ("rename c.vl2 scripts/a.cs TEXTURES/X.PNG", 2, "", "textures/x.png exists"),
     ("rename c.vl2 scripts/a.cs Scripts/B.cs/a.cs", 2, "", "scripts/b.cs exists"),
@@ -95,15 +96,28 @@ ROWS = [
     ("build mixed new.vl2", 2, "", "mixed: a and A/b.txt have one name"),
     ("build --help", 0, ".*UTC.*Exit codes:.*", ""),
     ("where ''", 2, "", "must not be empty"),
+    ("build tree -", 2, "", "standard output"),
+    ("extract a.vl2 - -- -lead.txt", 1, "", "no such entry"),
+    ("grep flag -l -- a.vl2 -lead.vl2", 4, ".*", "-lead.vl2"),
+    ("check -- one.vl2", 0, "", ""),
+    # A build leaves out what is no content, and a difference follows it unless both sides have it.
+    ("build dots dots.vl2", 0, "", r"dots: left out: \.git/HEAD and another"),
+    ("diff dots.vl2 dots", 0, "", r"dots: left out: \.git/HEAD and another"),
+    ("diff dots hidden.vl2", 1, r"changed  \.git/HEAD\nremoved  a.cs\n", "left out: a.cs~"),
     ("save none.vl2 tree", 4, "", "none.vl2"),
     ("save text.txt tree", 3, "", "text.txt"),
     ("build none new.vl2", 4, "", "none"),
     ("check tree", 0, "", ""),
     ("check --ignore none tree", 2, "", "no rule none"),
-    ("check --ignore unbalanced --ignore bom tree marks.vl2", 0, "", ""),
-    ("check --ignore=unbalanced tree marks.vl2", 1, r"marks.vl2: error \[bom\][^\n]*\n", ""),
+    ("check --ignore unbalanced --ignore bom --ignore unsafe-name tree marks.vl2", 0, "", ""),
+    ("check --ignore=unbalanced --ignore unsafe-name tree marks.vl2", 1, r"marks.vl2: error \[bom\][^\n]*\n", ""),
     ("check hurt.vl2", 3, r"hurt.vl2: error \[unbalanced\] a.cs[^\n]*\n",
      "hurt.vl2: b.cs is damaged(.|\n)*c.png is damaged"),
+    # A note is none of the exit code's business, and a terrain may be in another archive.
+    ("check mission.vl2", 0, r"mission.vl2: note \[mission-terrain\][^\n]*\n", ""),
+    ("check --at-least note mission.vl2", 1, ".*", ""),
+    ("check --at-least error a.git.vl2", 0, r"a.git.vl2: warning \[leftover\].*", ""),
+    ("check mission.vl2 terrain.vl2", 0, "", ""),
     ("", 2, "", "--help"),
     ("frobnicate", 2, "", "--help"),
     ("list", 2, "", "ARCHIVE"),
@@ -111,6 +125,7 @@ ROWS = [
 ]
 
 MISSION = b"// MissionTypes = CTF\nnew TerrainBlock(T) { terrainFile = \"M.ter\"; };\n"
+OWN_GRAPH = b"// MissionTypes = CTF\nterrainFile = \"T.ter\";\nGraphFile = \"G.nav\";\n"
 GRAPH = {"terrains/M.ter": b"", "terrains/M.nav": b"", "terrains/M.spn": b""}
 OLD, NEW = dict(date=42 << 9 | 1 << 5 | 1), dict(date=43 << 9 | 1 << 5 | 1)
 SKIN = ["lmale", "mmale", "hmale", "lfemale", "mfemale"]
@@ -140,8 +155,12 @@ RULES = {
     "bm8-twin": ([Entry("t/a.png", **NEW), Entry("t/a.bm8", **OLD)], [Entry("t/a.png", **OLD), Entry("t/a.bm8", **NEW)]),
     "skin-set": (files({"textures/skins/s.lmale.png": b""}),
                  files({"textures/skins/s.%s.png" % model: b"" for model in SKIN})),
+    # The mission names its graph; the spawn points have the name of one of both.
     "mission-graph": (files({"missions/M.mis": MISSION, "terrains/M.ter": b"", "terrains/M.nav": b""}),
-                      files({"missions/M.mis": MISSION, **GRAPH})),
+                      files({"missions/N.mis": OWN_GRAPH, "terrains/T.ter": b"", "terrains/G.nav": b"",
+                             "terrains/N.spn": b"", "missions/M.mis": MISSION.replace(b"M.ter", b"Stock.ter")}),
+                      files({"missions/N.mis": OWN_GRAPH, "terrains/T.ter": b"", "terrains/N.nav": b"",
+                             "terrains/N.spn": b""})),
     "bom": (files({"a.cs": b"\xef\xbb\xbfecho();"}), files({"a.cs": "// é".encode()})),
     "mixed-encoding": (files({"a.txt": "éééé".encode() + b"\xe9"}),
                        files({"a.txt": b"\xe9\xe8 f\xfcr" + b" \xbbSpa\xdf\xab" * 3}),
@@ -150,6 +169,9 @@ RULES = {
                       files({"missions/M.mis": MISSION, **GRAPH})),
     "mission-terrain": (files({"missions/M.mis": MISSION}),
                         files({"missions/M.mis": MISSION.replace(b"M.ter", b"Stock.ter")})),
+    "unsafe-name": ([Entry("../up")], [Entry("up..txt")],
+                    *([Entry(name)] for name in ("/abs", "C:/w", "a/con", "a\x01b")),
+                    [Entry("ok"), Entry("ok/a.txt")]),
     "unbalanced": (files({"a.cs": b"function f() { if (1) { }\n"}),
                    files({"a.cs": b"f(\"(\\\"\", '{') ; // ] it's\n"})),
 }
@@ -182,8 +204,15 @@ class Vl2(unittest.TestCase):
         self.write("marks.vl2", archive([Entry("a\n\"b.cs", b"\xef\xbb\xbff(\n")]))
         self.write("empty.vl2", archive([]))
         self.write("long.vl2", archive([Entry("a.txt", b"a" * (1 << 16) + b"needle\n", 8)]))
+        self.write("huge.vl2", archive([Entry("a.txt", b"a" * (20 << 20) + b"\nneedle\n", 8)]))
+        self.write("mission.vl2", archive(files({"missions/M.mis": MISSION})))
+        self.write("terrain.vl2", archive(files({"Terrains/m.ter": b""})))
+        self.write("a.git.vl2", archive([Entry("Thumbs.db")]))
         self.write("names.vl2", archive([Entry(name, b"x") for name in
                                          ("[CTF]Map.mis", "Car.mis", "Tap.mis", "*.mis", "[x]", "x")]))
+        self.write("hidden.vl2", archive([Entry(".git/HEAD", b"y\n")]))
+        for name in ("dots/a.cs", "dots/a.cs~", "dots/.git/HEAD"):
+            self.write(name, b"x\n")
         self.write("b-to-a/b", b"x\n")
         self.write("left/a", b"x\n")
         for name in ("twins/a.txt", "twins/A.TXT", "mixed/a", "mixed/A/b.txt", "left/none/"):
@@ -224,7 +253,8 @@ class Vl2(unittest.TestCase):
                     done = run(["check", "--json", name])
                     found = {finding["code"]: finding for finding in map(json.loads, done.stdout.splitlines())}
                     self.assertEqual(code in found, entries is not good, done)
-                    self.assertEqual(done.returncode, 1 if found else 0)
+                    grave = any(finding["severity"] != "note" for finding in found.values())
+                    self.assertEqual(done.returncode, 1 if grave else 0)
                     if code in ("folder-entry", "mission-graph"):
                         self.assertTrue("entry" in found.get(code, ["entry"]), done)
         with open(FOLDER / "large.vl2", "wb") as sparse:  # an empty archive behind 2 GiB of nothing
@@ -282,6 +312,8 @@ class Vl2(unittest.TestCase):
         self.assertEqual(run(["build", "--check", "tree", name], env=fixed).returncode, 1)
         self.assertEqual((FOLDER / name).stat().st_mtime_ns, stamp.st_mtime_ns)
         self.assertEqual(run(["build", "tree", name], env=fixed).returncode, 0)
+        done = run(["build", "tree", name], env={**os.environ, "SOURCE_DATE_EPOCH": "9" * 30})
+        self.assertEqual((done.returncode, b"too large" in done.stderr), (2, True))
         with zipfile.ZipFile(FOLDER / name) as built:
             self.assertEqual(built.getinfo("B.txt").date_time, (1980, 1, 1, 0, 0, 0))
         self.nothing_left()
@@ -315,6 +347,9 @@ class Vl2(unittest.TestCase):
         for name in ("B.vl2", "a.vl2"):
             self.write("game/GameData/base/" + name, archive([Entry("scripts/x.cs", name.encode() + b" word\n")]))
         self.write("game/GameData/base/Scripts/X.cs", b"loose\n")
+        self.write("game/GameData/base/Same.vl2", archive(files({"top.txt": b"1\n", "s/same.cs": b"same\n"})))
+        self.write("game/GameData/base/s/same.cs", b"same\n")
+        self.write("game/GameData/base/top.txt", b"2\n")
         self.write("game/GameData/mod/z.vl2", archive([Entry("other.cs", b"word\n")]))
         env = {**os.environ, "XDG_CONFIG_HOME": str(FOLDER / "config"), "HOME": str(FOLDER),
                "WINEPREFIX": os.environ.get("WINEPREFIX") if WINE else str(FOLDER / "none")}
@@ -334,7 +369,8 @@ class Vl2(unittest.TestCase):
         self.assertEqual(winners("where", "other.cs", "--mod", "MOD", "--mod", "base"), (0, ["z.vl2"]))
         twice = run(["where", "scripts/x.cs", "--mod", "Base"], env=env).stdout
         self.assertEqual(twice, run(["where", "scripts/x.cs"], env=env).stdout)
-        self.assertEqual(winners("conflicts"), (1, ["X.cs"]))
+        self.assertEqual(winners("where", "Top.txt"), (0, ["top.txt"]))
+        self.assertEqual(winners("conflicts"), (1, ["X.cs", "top.txt"]))
         found = run(["grep", "word"], env=env).stdout.decode()
         self.assertEqual(re.findall(r"(\w+)\.vl2:", found), ["a", "B"])
         self.assertIn("win", run(["conflicts"], env=env).stdout.decode().splitlines()[0])
@@ -373,15 +409,48 @@ class Vl2(unittest.TestCase):
                 self.assertEqual((FOLDER / "big.vl2").read_bytes(), before)
             self.nothing_left()
         self.assertGreater(stopped, 0)
+        # Once the new archive has the name, an interruption comes too late. A slow disk leaves time for it.
+        slow = ["strace", "-D", "-f", "-o", "/dev/null", "-e", "trace=fsync", "-e", "inject=fsync:delay_exit=100000"]
+        if shutil.which("strace") is None or subprocess.call([*slow, "true"], stderr=subprocess.DEVNULL) != 0:
+            print("refused by this machine: strace")
+            slow = []
+        for i in range(3):
+            number = (FOLDER / "one.vl2").stat().st_ino
+            process = subprocess.Popen([*slow, *PROGRAM, "rename", "one.vl2", "scripts/a.cs" if i == 0 else str(i),
+                                        str(i + 1)], cwd=FOLDER)
+            while (FOLDER / "one.vl2").stat().st_ino == number and process.poll() is None:
+                time.sleep(0.001)
+            process.terminate()
+            self.assertEqual(process.wait(60), 0)
+        self.write("one.vl2", archive(FILES[:1]))
         done = run(["build", "big", "big.vl2"],
                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, 1 << 20)))
         self.assertEqual((done.returncode, done.stderr.count(b"\n")), (4, 1), done)
         self.nothing_left()
+        os.mkfifo(FOLDER / "tree/pipe")
+        for command in (["check", "tree"], ["diff", "tree", "tree"]):
+            done = run(command)
+            self.assertEqual(done.returncode, 1, done)
+            self.assertIn(b"pipe", done.stderr)
+        (FOLDER / "tree/pipe").unlink()
         if OTHER_USER:
             for target in (".", "missing"):  # neither may be written to by the other user
                 done = run(["extract", "one.vl2", "-C", target], **OTHER_USER)
                 self.assertEqual((done.returncode, done.stderr.count(b"\n")), (4, 1), done)
                 self.assertRegex(done.stderr, b"one.vl2|missing")
+
+    @unittest.skipIf(WINE, "limits of POSIX")
+    def test_a_search_keeps_little_in_memory(self):
+        self.write("lines.vl2", archive([Entry(name, b"many a needle in a hay stack\n" * (2 << 20), 8)
+                                         for name in ("b.txt", "a.txt")]))
+        with subprocess.Popen([*PROGRAM, "grep", "needle", "lines.vl2"], cwd=FOLDER, stdout=subprocess.PIPE) as found:
+            self.assertEqual(found.stdout.readline(), b"lines.vl2:b.txt:1:many a needle in a hay stack\n")
+            count, peaks = 1, []
+            while data := found.stdout.read(1 << 20):
+                count += data.count(b"\n")
+                peaks += re.findall(r"VmHWM:\s*(\d+)", Path("/proc/%d/status" % found.pid).read_text())
+        self.assertEqual((found.returncode, count), (0, 4 << 20))
+        self.assertLess(max(map(int, peaks)), 64 << 10)
 
     @unittest.skipIf(WINE, "programs of POSIX")
     def test_a_unified_difference_can_be_applied(self):

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <unordered_map>
 
 namespace vl2 {
 
@@ -15,6 +16,14 @@ using platform::Status;
 struct CheckOptions {
     std::vector<std::string> paths;
     std::vector<std::string> ignored;
+    std::string atLeast = "warning";
+};
+
+// What is the same for all archives and folders of a command.
+struct CheckRun {
+    std::vector<const Rule *> rules;
+    Companions companions;
+    Severity atLeast; // the least severity that counts for the exit code
 };
 
 struct Finding {
@@ -41,46 +50,100 @@ std::vector<const Rule *> allRules() {
     return all;
 }
 
-const CheckedFile *Checked::find(const std::string &wanted) const {
-    const auto found = byPath.find(wanted);
-    return found == byPath.end() ? nullptr : &files[found->second.back()];
+const CheckedFile *Checked::find(std::string_view wanted) const {
+    const auto end = std::upper_bound(
+        byPath.begin(), byPath.end(), wanted,
+        [this](std::string_view text, std::uint32_t index) { return text < files[index].folded; });
+    if (end == byPath.begin() || files[end[-1]].folded != wanted)
+        return nullptr;
+    return &files[end[-1]];
+}
+
+void Checked::eachTwin(
+    const std::function<void(const CheckedFile &first, const CheckedFile &twin)> &take) const {
+    for (std::size_t i = 1, first = 0; i < byPath.size(); ++i)
+        if (files[byPath[i]].folded == files[byPath[first]].folded)
+            take(files[byPath[first]], files[byPath[i]]);
+        else
+            first = i;
+}
+
+std::uint64_t Checked::size(const CheckedFile &file) const {
+    return file.entry != nullptr ? file.entry->size : file.inFolder->size;
+}
+
+std::int64_t Checked::modified(const CheckedFile &file) const {
+    return file.entry != nullptr ? archive->directory.modified(*file.entry)
+                                 : tree->modified(*file.inFolder);
+}
+
+std::string_view Checked::rawName(const CheckedFile &file) const {
+    return file.entry != nullptr ? archive->directory.rawName(*file.entry) : file.path;
 }
 
 void reportFirst(const std::vector<std::string> &names, const Report &report) {
     if (names.empty())
         return;
-    const std::size_t others = names.size() - 1;
-    report(names[0], others == 0   ? ""
-                     : others == 1 ? "and another"
-                                   : "and " + std::to_string(others) + " others");
+    const std::string others = andOthers(names.size() - 1);
+    report(names[0], others.empty() ? others : others.substr(1));
+}
+
+bool Companions::hasTerrainFile(const std::string &name) const {
+    std::call_once(m_once, [this] { read(); });
+    return m_names.contains(name);
+}
+
+void Companions::read() const {
+    // One archive alone is known to the rules already.
+    if (m_paths.size() < 2)
+        return;
+    constexpr std::string_view kFolder = "terrains/";
+    for (const std::string &path : m_paths) {
+        checkInterrupt();
+        try {
+            Tree tree(path);
+            for (const TreeFile &file : tree.files())
+                if (std::string folded = platform::foldCase(file.path); folded.starts_with(kFolder))
+                    m_names.insert(folded.substr(kFolder.size()));
+        } catch (const Failed &) {
+            checkInterrupt(); // reported when its turn comes
+        }
+    }
 }
 
 namespace {
 
-Checked facts(const Tree &tree) {
-    Checked checked;
+void addFile(Checked &checked, std::string_view path, const ziplib::Entry *entry,
+             const TreeFile *inFolder) {
+    const std::string folded = platform::foldCase(path);
+    checked.byPath.push_back(static_cast<std::uint32_t>(checked.files.size()));
+    checked.files.push_back(
+        {path, folded == path ? path : checked.texts.add(folded), entry, inFolder});
+}
+
+void findFacts(Tree &tree, const Companions &companions, Checked &checked) {
+    checked.companions = &companions;
     checked.path = tree.path();
+    checked.tree = &tree;
     checked.archive = tree.archive();
     if (checked.archive != nullptr) {
         // All entries, also those of one path.
         const ziplib::Directory &directory = checked.archive->directory;
-        for (const ziplib::Entry &entry : directory.entries()) {
-            std::string path = directory.path(entry);
+        checked.files.reserve(directory.entries().size());
+        checked.byPath.reserve(directory.entries().size());
+        for (const ziplib::Entry &entry : directory.entries())
             if (directory.isFolder(entry))
-                checked.folders.push_back(std::move(path));
+                checked.folders.push_back(directory.path(entry));
             else
-                checked.files.push_back({path, platform::foldCase(path), entry.size,
-                                         directory.modified(entry),
-                                         std::string(directory.rawName(entry)), &entry});
-        }
+                addFile(checked, pathIn(directory, entry, checked.texts), &entry, nullptr);
     } else {
         for (const TreeFile &file : tree.files())
-            checked.files.push_back({file.path, platform::foldCase(file.path), file.size,
-                                     file.modified, file.path, nullptr});
+            addFile(checked, file.path, nullptr, &file);
     }
-    for (std::size_t i = 0; i < checked.files.size(); ++i)
-        checked.byPath[checked.files[i].folded].push_back(i);
-    return checked;
+    std::sort(checked.byPath.begin(), checked.byPath.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const int order = checked.files[a].folded.compare(checked.files[b].folded);
+        return order != 0 ? order < 0 : a < b;
+    });
 }
 
 // Passes a text to the rules that need it.
@@ -95,8 +158,8 @@ void checkText(const Checked &checked, const CheckedFile &file, std::string_view
     }
 }
 
-bool isCheckedText(const CheckedFile &file) {
-    return isTextName(file.path) && file.size <= kLargestText;
+bool isCheckedText(const Checked &checked, const CheckedFile &file) {
+    return isTextName(file.path) && checked.size(file) <= kLargestText;
 }
 
 // Reads all entries, since any of them may be damaged. Complains about these and goes on.
@@ -104,24 +167,35 @@ Exit checkEntries(const Archive &archive, const Checked &checked,
                   const std::vector<const Rule *> &rules, std::vector<Finding> &findings) {
     const auto &all = archive.directory.entries();
     std::vector<EntryOf> entries;
+    entries.reserve(checked.files.size());
     for (const CheckedFile &file : checked.files)
         entries.push_back({&archive, static_cast<std::size_t>(file.entry - all.data())});
     Exit result = Exit::Fine;
-    std::vector<std::vector<Finding>> found(entries.size());
+    std::mutex mutex;
+    std::unordered_map<std::size_t, std::vector<Finding>> found; // of entries that have any
     readEntries(
         "checking", entries,
         [&](std::size_t i, ziplib::EntryReader &reader) {
-            if (!isCheckedText(checked.files[i]))
+            if (!isCheckedText(checked, checked.files[i]))
                 return readThrough(reader);
             std::string content;
             Status status = readAll(reader, content);
+            std::vector<Finding> own;
             if (status.ok())
-                checkText(checked, checked.files[i], content, rules, found[i]);
+                checkText(checked, checked.files[i], content, rules, own);
+            if (!own.empty()) {
+                const std::lock_guard lock(mutex);
+                found.emplace(i, std::move(own));
+            }
             return status;
         },
         [&](std::size_t i, const Status &status) {
-            std::move(found[i].begin(), found[i].end(), std::back_inserter(findings));
-            found[i] = {};
+            {
+                const std::lock_guard lock(mutex);
+                if (auto own = found.extract(i))
+                    std::move(own.mapped().begin(), own.mapped().end(),
+                              std::back_inserter(findings));
+            }
             // Encryption and methods have rules of their own.
             if (status.ok() || status.is(platform::Failure::Unsupported) ||
                 status.is(platform::Failure::Password))
@@ -136,9 +210,8 @@ void checkFiles(const Tree &tree, const Checked &checked, const std::vector<cons
                 std::vector<Finding> &findings) {
     for (const CheckedFile &file : checked.files) {
         checkInterrupt();
-        if (isCheckedText(file))
-            checkText(checked, file, tree.read({file.path, 0, std::nullopt, 0, 0}), rules,
-                      findings);
+        if (isCheckedText(checked, file))
+            checkText(checked, file, tree.read(*file.inFolder), rules, findings);
     }
 }
 
@@ -164,22 +237,41 @@ void printFinding(const Checked &checked, const Finding &finding, bool json) {
               rule.advice + (finding.detail.empty() ? "" : " (" + shown(finding.detail) + ')'));
 }
 
-Exit checkOne(const std::string &path, const std::vector<const Rule *> &rules, bool json) {
-    const Tree tree(path);
-    const Checked checked = facts(tree);
+// One finding for all notes of a rule that say the same of several files: makers of maps forget
+// something in all of them or in none. The findings are sorted.
+void joinNotes(std::vector<Finding> &findings) {
+    const auto saysTheSame = [](const Finding &a, const Finding &b) {
+        return a.rule == b.rule && a.rule->severity == Severity::Note && a.detail.empty() &&
+               b.detail.empty();
+    };
+    for (auto first = findings.begin(); first != findings.end(); ++first) {
+        const auto end = std::find_if(first + 1, findings.end(), [&](const Finding &other) {
+            return !saysTheSame(*first, other);
+        });
+        const auto others = static_cast<std::size_t>(end - first) - 1;
+        findings.erase(first + 1, end);
+        if (others > 0)
+            first->detail = andOthers(others).substr(1);
+    }
+}
+
+Exit checkOne(const std::string &path, const CheckRun &run, bool json) {
+    Tree tree(path);
+    Checked checked;
+    findFacts(tree, run.companions, checked);
     std::vector<Finding> findings;
-    for (const Rule *rule : rules) {
+    for (const Rule *rule : run.rules) {
         const auto report = [&](std::string_view file, const std::string &detail) {
             findings.push_back({rule, std::string(file), detail});
         };
         if (rule->files != nullptr)
             rule->files(checked, report);
     }
-    Exit result = Exit::Fine;
+    Exit result = complainLeftOut(tree);
     if (checked.archive != nullptr)
-        result = checkEntries(*checked.archive, checked, rules, findings);
+        result = worse(result, checkEntries(*checked.archive, checked, run.rules, findings));
     else
-        checkFiles(tree, checked, rules, findings);
+        checkFiles(tree, checked, run.rules, findings);
     std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) {
         return a.rule != b.rule && a.rule->severity != b.rule->severity
                    ? a.rule->severity < b.rule->severity
@@ -187,20 +279,27 @@ Exit checkOne(const std::string &path, const std::vector<const Rule *> &rules, b
                    ? std::string_view(a.rule->code) < b.rule->code
                    : a.file < b.file;
     });
-    for (const Finding &finding : findings)
+    joinNotes(findings);
+    for (const Finding &finding : findings) {
         printFinding(checked, finding, json);
-    return findings.empty() ? result : worse(result, Exit::Findings);
+        if (finding.rule->severity <= run.atLeast)
+            result = worse(result, Exit::Findings);
+    }
+    return result;
 }
 
 Exit check(const CheckOptions &options, bool json) {
-    std::vector<const Rule *> rules = allRules();
+    CheckRun run{allRules(), Companions(options.paths), Severity::Note};
+    for (const Severity severity : {Severity::Warning, Severity::Error})
+        if (options.atLeast == nameOf(severity))
+            run.atLeast = severity;
     for (const std::string &code : options.ignored)
-        if (std::erase_if(rules, [&](const Rule *rule) { return rule->code == code; }) == 0)
+        if (std::erase_if(run.rules, [&](const Rule *rule) { return rule->code == code; }) == 0)
             throw Failed(Exit::Misuse, "there is no rule " + code);
     Exit result = Exit::Fine;
     for (const std::string &path : options.paths) {
         try {
-            result = worse(result, checkOne(path, rules, json));
+            result = worse(result, checkOne(path, run, json));
         } catch (const Failed &failed) {
             checkInterrupt();
             complain(failed.what());
@@ -226,13 +325,22 @@ std::string ruleTable() {
 
 void addCheck(CLI::App &program, Request &request) {
     CLI::App *command = program.add_subcommand(
-        "check", "Print what goes wrong in the game; the exit code is 1 if there is anything");
+        "check",
+        "Print what goes wrong in the game; the exit code is 1 if there is an error or a warning");
     const auto options = std::make_shared<CheckOptions>();
     command
         ->add_option("--ignore", options->ignored,
                      "Leave out the rule of this code; may be repeated")
         ->type_name("CODE");
-    command->add_option("PATH", options->paths, "Archives or folders")->required();
+    command
+        ->add_option("--at-least", options->atLeast,
+                     "The least severity that sets the exit code to 1 (default: warning)")
+        ->type_name("error|warning|note")
+        ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
+    command
+        ->add_option("PATH", options->paths,
+                     "Archives or folders; missions may use terrains of each other")
+        ->required();
     command->footer(ruleTable() + "\n\n" + program.get_footer());
     command->callback([options, &request] {
         request.run = [options, &request] { return check(*options, request.json); };

@@ -1,5 +1,4 @@
 #include "tools/orvel-vl2/rules.h"
-#include "ziplib/format/names.h"
 
 #include <algorithm>
 #include <array>
@@ -19,8 +18,8 @@ constexpr std::array<std::string_view, 5> kHuman = {"lmale", "mmale", "hmale", "
                                                     "mfemale"};
 constexpr std::array<std::string_view, 3> kBioderm = {"lbioderm", "mbioderm", "hbioderm"};
 
-std::string withoutExtension(const std::string &path) {
-    return path.substr(0, path.rfind('.'));
+std::string withoutExtension(std::string_view path) {
+    return std::string(path.substr(0, path.rfind('.')));
 }
 
 // The script of a compiled script, or null.
@@ -31,15 +30,15 @@ const CheckedFile *scriptOf(const Checked &checked, const CheckedFile &file) {
 void staleDso(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
         if (const CheckedFile *script = scriptOf(checked, file);
-            script != nullptr && file.modified < script->modified)
-            report(file.path, script->path);
+            script != nullptr && checked.modified(file) < checked.modified(*script))
+            report(file.path, std::string(script->path));
 }
 
 void shadowingDso(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
         if (const CheckedFile *script = scriptOf(checked, file);
-            script != nullptr && file.modified >= script->modified)
-            report(file.path, script->path);
+            script != nullptr && checked.modified(file) >= checked.modified(*script))
+            report(file.path, std::string(script->path));
 }
 
 // The game prefers the .bm8 of a picture, so one that is older shows the old picture.
@@ -50,8 +49,8 @@ void bm8Twin(const Checked &checked, const Report &report) {
         for (const std::string_view extension : kPictures) {
             const CheckedFile *twin =
                 checked.find(withoutExtension(file.folded) + std::string(extension));
-            if (twin != nullptr && file.modified < twin->modified)
-                report(file.path, twin->path);
+            if (twin != nullptr && checked.modified(file) < checked.modified(*twin))
+                report(file.path, std::string(twin->path));
         }
     }
 }
@@ -87,22 +86,7 @@ void skinSet(const Checked &checked, const Report &report) {
     checkSet(skins, kBioderm, report);
 }
 
-// The files that make the bots of the game find their ways. One finding: makers of maps add them to
-// all missions or to none.
-void missionGraph(const Checked &checked, const Report &report) {
-    std::vector<std::string> missions;
-    for (const CheckedFile &file : checked.files) {
-        if (!file.folded.starts_with("missions/") || !file.folded.ends_with(".mis"))
-            continue;
-        const std::string stem =
-            "terrains/" + withoutExtension(std::string(ziplib::lastComponent(file.folded)));
-        if (checked.find(stem + ".nav") == nullptr || checked.find(stem + ".spn") == nullptr)
-            missions.push_back(file.path);
-    }
-    reportFirst(missions, report);
-}
-
-constexpr std::array<Rule, 5> kRules = {{
+constexpr std::array<Rule, 4> kRules = {{
     {"dso-stale", Severity::Error,
      "A compiled script is older than its script: remove the .dso, the game makes a new one.",
      staleDso, nullptr},
@@ -114,9 +98,6 @@ constexpr std::array<Rule, 5> kRules = {{
      nullptr},
     {"skin-set", Severity::Warning,
      "A skin lacks models, which then show the default skin: draw these too.", skinSet, nullptr},
-    {"mission-graph", Severity::Note,
-     "Bots cannot play a mission without its .nav and .spn in terrains: add them for bots.",
-     missionGraph, nullptr},
 }};
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "tools/orvel-vl2/text.h"
 #include "tools/orvel-vl2/textDiff.h"
 #include "tools/orvel-vl2/tree.h"
+#include "ziplib/vl2zip/select/leftovers.h"
 
 #include <map>
 #include <memory>
@@ -24,6 +25,12 @@ struct Change {
     TreeFile *after = nullptr;
 };
 
+bool isOneSided(const Change &change) {
+    return change.before == nullptr || change.after == nullptr;
+}
+
+// The pairs that may differ. Of two archives most entries are equal, which their sizes and CRCs in
+// the directories say.
 std::vector<Change> pair(Tree &a, Tree &b) {
     std::vector<Change> pairs;
     auto left = a.files().begin();
@@ -33,15 +40,31 @@ std::vector<Change> pair(Tree &a, Tree &b) {
         const int order = noLeft                     ? 1
                           : right == b.files().end() ? -1
                                                      : left->path.compare(right->path);
-        pairs.push_back({order <= 0 ? &*left : nullptr, order >= 0 ? &*right : nullptr});
+        const bool equal = order == 0 && a.isMeasured(*left) && b.isMeasured(*right) &&
+                           left->size == right->size && left->crc == right->crc;
+        if (!equal)
+            pairs.push_back({order <= 0 ? &*left : nullptr, order >= 0 ? &*right : nullptr});
         left += order <= 0 ? 1 : 0;
         right += order >= 0 ? 1 : 0;
     }
     return pairs;
 }
 
-bool isOneSided(const Change &change) {
-    return change.before == nullptr || change.after == nullptr;
+// A folder's files that a build leaves out count only if the other side has them.
+void omitNoContent(const Tree &a, const Tree &b, std::vector<Change> &changes) {
+    for (const Tree *tree : {&a, &b}) {
+        std::vector<std::string> omitted;
+        std::erase_if(changes, [&](const Change &change) {
+            const TreeFile *file = change.before != nullptr ? change.before : change.after;
+            const bool omits = isOneSided(change) && !tree->isArchive() &&
+                               (tree == &a) == (change.before != nullptr) &&
+                               ziplib::isNoContent(file->path);
+            if (omits)
+                omitted.emplace_back(file->path);
+            return omits;
+        });
+        complainOmitted(tree->path(), omitted);
+    }
 }
 
 // Measures the files of folders whose size does not show the difference. Entries of archives need
@@ -50,9 +73,9 @@ void measure(Tree &a, Tree &b, const std::vector<Change> &changes) {
     std::vector<TreeFile *> left, right;
     for (const Change &change : changes) {
         const bool needed = isOneSided(change) || change.before->size == change.after->size;
-        if (needed && change.before != nullptr && !change.before->crc)
+        if (needed && change.before != nullptr && !a.isMeasured(*change.before))
             left.push_back(change.before);
-        if (needed && change.after != nullptr && !change.after->crc)
+        if (needed && change.after != nullptr && !b.isMeasured(*change.after))
             right.push_back(change.after);
     }
     a.measure(left);
@@ -64,12 +87,12 @@ void findRenamed(std::vector<Change> &changes) {
     std::multimap<std::pair<std::uint64_t, std::uint32_t>, Change *> removed;
     for (Change &change : changes)
         if (change.after == nullptr && change.before->size > 0)
-            removed.emplace(std::pair(change.before->size, *change.before->crc), &change);
+            removed.emplace(std::pair(change.before->size, change.before->crc), &change);
     for (Change &change : changes) {
         // Neither may be set any more: such a one was joined before.
         if (change.before != nullptr || change.after == nullptr)
             continue;
-        const auto found = removed.find({change.after->size, *change.after->crc});
+        const auto found = removed.find({change.after->size, change.after->crc});
         if (found == removed.end())
             continue;
         change.before = found->second->before;
@@ -90,7 +113,7 @@ std::string textDifference(const Tree &a, const Tree &b, const Change &change) {
     if (!looksLikeText(before) || !looksLikeText(after))
         return {};
     const auto name = [](const Tree &tree, const TreeFile *file) {
-        return file == nullptr ? std::string("/dev/null") : tree.path() + '/' + file->path;
+        return file == nullptr ? std::string("/dev/null") : (tree.path() + '/').append(file->path);
     };
     return unifiedDiff(name(a, change.before), before, name(b, change.after), after);
 }
@@ -176,15 +199,17 @@ Exit printChange(const DiffOptions &options, const Tree &a, const Tree &b, const
 Exit diff(const DiffOptions &options, bool json) {
     Tree a(options.a);
     Tree b(options.b);
+    Exit result = worse(complainLeftOut(a), complainLeftOut(b));
     std::vector<Change> changes = pair(a, b);
-    // Of two archives most entries are equal, which needs nothing else.
+    omitNoContent(a, b, changes);
     measure(a, b, changes);
     std::erase_if(changes, [](const Change &change) {
         return !isOneSided(change) && change.before->size == change.after->size &&
                change.before->crc == change.after->crc;
     });
     findRenamed(changes);
-    Exit result = changes.empty() ? Exit::Fine : Exit::Findings;
+    if (!changes.empty())
+        result = worse(result, Exit::Findings);
     for (const Change &change : changes) {
         checkInterrupt();
         result = worse(result, printChange(options, a, b, change, json));

@@ -1,6 +1,8 @@
 #include "tools/orvel-vl2/rules.h"
 #include "ziplib/format/bytes.h"
+#include "ziplib/format/names.h"
 #include "ziplib/format/records.h"
+#include "ziplib/vl2uzip/plan.h"
 #include "ziplib/vl2zip/select/leftovers.h"
 #include "ziplib/vl2zip/select/plan.h"
 
@@ -79,27 +81,27 @@ void zip64(const Checked &checked, const Report &report) {
 
 void longName(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
-        if (file.raw.size() > ziplib::kLongestName)
-            report(file.path, std::to_string(file.raw.size()) + " bytes");
+        if (const std::size_t size = checked.rawName(file).size(); size > ziplib::kLongestName)
+            report(file.path, std::to_string(size) + " bytes");
 }
 
 void doubled(const Checked &checked, const Report &report) {
-    for (const auto &[folded, list] : checked.byPath)
-        for (std::size_t i = 1; i < list.size(); ++i)
-            if (checked.files[list[i]].path == checked.files[list[0]].path)
-                report(checked.files[list[i]].path, "");
+    checked.eachTwin([&](const CheckedFile &first, const CheckedFile &twin) {
+        if (twin.path == first.path)
+            report(twin.path, "");
+    });
 }
 
 void caseOnly(const Checked &checked, const Report &report) {
-    for (const auto &[folded, list] : checked.byPath)
-        for (std::size_t i = 1; i < list.size(); ++i)
-            if (checked.files[list[i]].path != checked.files[list[0]].path)
-                report(checked.files[list[i]].path, checked.files[list[0]].path);
+    checked.eachTwin([&](const CheckedFile &first, const CheckedFile &twin) {
+        if (twin.path != first.path)
+            report(twin.path, std::string(first.path));
+    });
 }
 
 void backslash(const Checked &checked, const Report &report) {
     for (const CheckedFile &file : checked.files)
-        if (file.raw.find('\\') != std::string::npos)
+        if (checked.rawName(file).find('\\') != std::string_view::npos)
             report(file.path, "");
 }
 
@@ -124,13 +126,39 @@ void leftover(const Checked &checked, const Report &report) {
             report(file.path, "");
 }
 
+// What an extraction refuses to write.
+void unsafeName(const Checked &checked, const Report &report) {
+    if (checked.archive == nullptr) {
+        for (const CheckedFile &file : checked.files)
+            if (const char *reason = ziplib::unsafeReason(file.path); reason != nullptr)
+                report(file.path, reason);
+        return;
+    }
+    using Action = ziplib::PlanItem::Action;
+    const ziplib::Directory &directory = checked.archive->directory;
+    const auto keepGoing = [] { return true; };
+    ziplib::NameFilter all({}, {}, false, directory, keepGoing);
+    ziplib::Request request;
+    request.makeFolders = true;
+    for (const auto &item : makePlan(directory, request, all, keepGoing).items) {
+        const std::string path = directory.path(directory.entries()[item.index]);
+        const char *reason = item.action == Action::Unsafe    ? ziplib::unsafeReason(path)
+                             : item.action == Action::Special ? "it is a link or a device"
+                             : item.action == Action::Blocked
+                                 ? "other entries need a folder of this name"
+                                 : nullptr;
+        if (reason != nullptr)
+            report(path, reason);
+    }
+}
+
 void large(const Checked &checked, const Report &report) {
     if (checked.archive != nullptr &&
         checked.archive->directory.fileSize() + kNear > kLargestArchive)
         report("", std::to_string(checked.archive->directory.fileSize()) + " bytes");
 }
 
-constexpr std::array<Rule, 11> kRules = {{
+constexpr std::array<Rule, 12> kRules = {{
     {"method", Severity::Error, "The game reads stored and deflated entries only: pack it again.",
      method, nullptr},
     {"comment", Severity::Warning, "The game does not expect comments: pack it without.", comment,
@@ -151,6 +179,8 @@ constexpr std::array<Rule, 11> kRules = {{
      folderEntry, nullptr},
     {"leftover", Severity::Warning,
      "An editor, a system or version control left this file: remove it.", leftover, nullptr},
+    {"unsafe-name", Severity::Error, "An extraction leaves this entry out: rename it.", unsafeName,
+     nullptr},
     {"near-2gib", Severity::Error, "The game reads less than 2 GiB: split the archive.", large,
      nullptr},
 }};

@@ -2,6 +2,7 @@
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/game.h"
 #include "tools/orvel-vl2/linePattern.h"
+#include "tools/orvel-vl2/orderedOutput.h"
 #include "tools/orvel-vl2/readEntries.h"
 #include "tools/orvel-vl2/text.h"
 
@@ -25,12 +26,6 @@ struct GrepOptions {
     bool namesOnly = false;
 };
 
-// What is printed for one entry, made by the thread that reads it.
-struct Found {
-    std::string output;
-    bool any = false;
-};
-
 // The number of line ends, in blocks that compilers turn into vector instructions.
 std::uint64_t countLines(std::string_view text) {
     constexpr std::size_t kBlock = 128;
@@ -48,29 +43,52 @@ std::uint64_t countLines(std::string_view text) {
 class Search {
   public:
     Search(const LinePattern &pattern, const GrepOptions &options, const EntryOf &entry, bool json,
-           Found &found)
-        : m_search(pattern), m_options(options), m_entry(entry), m_json(json), m_found(found) {}
+           OrderedOutput::Part &output)
+        : m_search(pattern), m_options(options), m_entry(entry), m_json(json), m_output(output) {}
 
     Status run(ziplib::EntryReader &reader);
 
   private:
     void lines(std::string_view text);
     void line(std::string_view text);
-    bool done() const { return m_options.namesOnly && m_found.any; }
+    bool done() const { return (m_options.namesOnly && m_output.any()) || m_output.hasFailed(); }
 
     LinePattern::Search m_search;
     const GrepOptions &m_options;
     const EntryOf &m_entry;
     const bool m_json;
-    Found &m_found;
+    OrderedOutput::Part &m_output;
     std::uint64_t m_number = 0; // of lines before the text
     std::string m_prefix;       // of each line that is printed
 };
 
+// The start of a line that goes on in the next chunk. Of a line that is longer than any that a
+// person has written, only the start is kept: LinePattern does not search more.
+class Carried {
+  public:
+    void append(std::string_view text) {
+        constexpr std::size_t kLongest = 1U << 20;
+        if (m_line.size() < kLongest && m_line.size() + text.size() > kLongest) {
+            m_line += text.substr(0, kLongest - m_line.size());
+            // Half a character would make it another encoding; one has at most four bytes.
+            std::size_t end = kLongest - 1;
+            while (end > kLongest - 4 && (m_line[end] & 0xC0) == 0x80)
+                --end;
+            std::fill(m_line.begin() + static_cast<std::ptrdiff_t>(end), m_line.end(), ' ');
+        } else if (m_line.size() < kLongest) {
+            m_line += text;
+        }
+    }
+    std::string &line() { return m_line; }
+
+  private:
+    std::string m_line;
+};
+
 Status Search::run(ziplib::EntryReader &reader) {
-    std::string carried; // the start of a line that goes on in the next chunk
+    Carried carried;
     bool first = true;
-    for (;;) {
+    while (!done()) {
         ziplib::EntryReader::Chunk chunk;
         if (Status status = reader.next(chunk); !status.ok())
             return status;
@@ -79,24 +97,22 @@ Status Search::run(ziplib::EntryReader &reader) {
             return {};
         first = false;
         if (text.empty()) {
-            lines(carried);
+            lines(carried.line());
             return {};
         }
         const std::size_t end = text.rfind('\n') + 1;
-        if (!carried.empty() && end > 0) {
+        if (!carried.line().empty() && end > 0) {
             const std::size_t joint = text.find('\n') + 1;
-            lines(carried.append(text.substr(0, joint)));
-            carried.clear();
+            carried.append(text.substr(0, joint - 1));
+            lines(carried.line().append("\n"));
+            carried.line().clear();
             lines(text.substr(joint, end - joint));
         } else if (end > 0) {
             lines(text.substr(0, end));
         }
-        carried += text.substr(end);
-        // A line of this length is no text that a person has written.
-        constexpr std::size_t kLongest = 16U << 20;
-        if (carried.size() > kLongest)
-            return {};
+        carried.append(text.substr(end));
     }
+    return {};
 }
 
 // Searches whole lines, as UTF-8.
@@ -128,7 +144,6 @@ void Search::lines(std::string_view text) {
 }
 
 void Search::line(std::string_view text) {
-    m_found.any = true;
     const std::string &archive = m_entry.archive->path;
     if (m_json) {
         Json object{{"archive", archive}, {"entry", m_entry.path()}};
@@ -136,14 +151,13 @@ void Search::line(std::string_view text) {
             object["line"] = m_number + 1;
             object["text"] = std::string(text);
         }
-        m_found.output += object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+        m_output.append(object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
         return;
     }
     if (m_prefix.empty())
         m_prefix = coloured(Colour::Magenta, shown(archive)) + ':' +
                    coloured(Colour::Magenta, shown(m_entry.path()));
-    std::string &output = m_found.output;
-    output += m_prefix;
+    std::string output = m_prefix;
     if (!m_options.namesOnly) {
         std::array<char, 24> digits{};
         const auto end =
@@ -154,6 +168,7 @@ void Search::line(std::string_view text) {
         appendShown(output, text, Tabs::Kept);
     }
     output += '\n';
+    m_output.append(output);
 }
 
 Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LinePattern &pattern,
@@ -167,21 +182,22 @@ Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LineP
         }
     }
     Exit result = Exit::Fine;
-    std::vector<Found> found(entries.size());
+    OrderedOutput output;
     readEntries(
         "searching", entries,
         [&](std::size_t i, ziplib::EntryReader &reader) {
-            return Search(pattern, options, entries[i], json, found[i]).run(reader);
+            OrderedOutput::Part part(output, i);
+            const Status status = Search(pattern, options, entries[i], json, part).run(reader);
+            part.finish();
+            return status;
         },
         [&](std::size_t i, const Status &status) {
             if (!status.ok()) {
                 complain(entryMessage(*entries[i].archive, status));
                 result = worse(result, exitOf(status));
             }
-            any = any || found[i].any;
-            print(found[i].output);
-            found[i] = {};
         });
+    any = any || output.any();
     return result;
 }
 

@@ -29,6 +29,17 @@ std::string marked(std::string argument) {
     return argument;
 }
 
+// CLI11 takes "--" before the first positional argument of a command only. Behind it, a mark that
+// no argument holds makes words that begin with "-" positional.
+void marksPositional(std::vector<std::string> &arguments) {
+    const auto mark = std::find(arguments.begin(), arguments.end(), "--");
+    if (mark == arguments.end())
+        return;
+    for (auto word = mark + 1; word != arguments.end(); ++word)
+        word->insert(0, 1, '\0');
+    arguments.erase(mark);
+}
+
 // Makes the options take values as they are.
 void takeLiterally(CLI::App &app) {
     for (CLI::Option *option : app.get_options()) {
@@ -42,6 +53,8 @@ void takeLiterally(CLI::App &app) {
             [mayBeEmpty](std::string &value) {
                 if (value.ends_with('\0'))
                     value.pop_back();
+                if (value.starts_with('\0'))
+                    value.erase(0, 1);
                 return std::string(value.empty() && !mayBeEmpty ? "must not be empty" : "");
             },
             ""));
@@ -67,6 +80,7 @@ Exit run(std::vector<std::string> arguments) {
     for (CLI::App *command : program.get_subcommands({}))
         takeLiterally(*command);
     try {
+        marksPositional(arguments);
         std::transform(arguments.begin(), arguments.end(), arguments.begin(), marked);
         // CLI11 takes them from the back.
         std::reverse(arguments.begin(), arguments.end());

@@ -109,6 +109,17 @@ void complain(std::string_view text) {
     std::fprintf(stderr, "orvel-vl2: %s\n", shown(text).c_str());
 }
 
+std::string andOthers(std::size_t count) {
+    return count == 0   ? ""
+           : count == 1 ? " and another"
+                        : " and " + std::to_string(count) + " others";
+}
+
+void complainOmitted(const std::string &folder, const std::vector<std::string> &paths) {
+    if (!paths.empty())
+        complain(folder + ": left out: " + paths[0] + andOthers(paths.size() - 1));
+}
+
 void appendShown(std::string &out, std::string_view text, Tabs tabs) {
     const auto isPlain = [&](unsigned char c) {
         return (c >= 0x20 && c < 0x7F) || (c == '\t' && tabs == Tabs::Kept);

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // What the commands print, and the exit codes.
 namespace vl2 {
@@ -45,6 +46,11 @@ void flushOutput();
 
 // A line on standard error.
 void complain(std::string_view text);
+// The same about files of a folder that are left out for their names; nothing if there are none.
+void complainOmitted(const std::string &folder, const std::vector<std::string> &paths);
+
+// " and 3 others"; "" for none.
+std::string andOthers(std::size_t count);
 
 // A text for terminals: control characters become "?".
 enum class Tabs { Replaced, Kept };

@@ -3,10 +3,11 @@
 #include "tools/orvel-vl2/tree.h"
 
 #include <functional>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 // The rules of `check`: what goes wrong in the game.
@@ -18,25 +19,48 @@ enum class Severity {
     Note,
 };
 
-// One file of what is checked.
+// One file of what is checked. Its texts are parts of the directory, the tree or the arena.
 struct CheckedFile {
-    std::string path;
-    std::string folded; // without regard to the letters' case
-    std::uint64_t size = 0;
-    std::int64_t modified = 0;
-    std::string raw;                      // the stored name of an entry
+    std::string_view path;
+    std::string_view folded;              // without regard to the letters' case
     const ziplib::Entry *entry = nullptr; // null for a file of a folder
+    const TreeFile *inFolder = nullptr;   // null for an entry
+};
+
+// The terrains and graphs of everything that one command checks. Missions may use those of another
+// archive. Read when it is first asked for, by any thread; what cannot be read has none.
+class Companions {
+  public:
+    explicit Companions(const std::vector<std::string> &paths) : m_paths(paths) {}
+    // Whether terrains/`name`, a folded name, exists.
+    bool hasTerrainFile(const std::string &name) const;
+
+  private:
+    void read() const;
+
+    const std::vector<std::string> &m_paths;
+    mutable std::once_flag m_once;
+    mutable std::unordered_set<std::string> m_names;
 };
 
 struct Checked {
     std::string path;
-    const Archive *archive = nullptr;                                 // null for a folder
-    std::vector<CheckedFile> files;                                   // without folders
-    std::unordered_map<std::string, std::vector<std::size_t>> byPath; // folded
-    std::vector<std::string> folders;                                 // entries of folders
+    const Companions *companions = nullptr;
+    const Tree *tree = nullptr;
+    TextArena texts;
+    const Archive *archive = nullptr;  // null for a folder
+    std::vector<CheckedFile> files;    // without folders
+    std::vector<std::uint32_t> byPath; // indexes of files, sorted by folded path and index
+    std::vector<std::string> folders;  // entries of folders
 
     // The last file of a folded path, or null.
-    const CheckedFile *find(const std::string &wanted) const;
+    const CheckedFile *find(std::string_view wanted) const;
+    // Calls `take` for each file whose folded path an earlier one has, with the first of these.
+    void eachTwin(
+        const std::function<void(const CheckedFile &first, const CheckedFile &twin)> &take) const;
+    std::uint64_t size(const CheckedFile &file) const;
+    std::int64_t modified(const CheckedFile &file) const;
+    std::string_view rawName(const CheckedFile &file) const; // the stored one
 };
 
 // Adds a finding: the file or "" for the archive, and what else to say.

@@ -69,27 +69,61 @@ void missionTypes(const Checked &, const CheckedFile &file, std::string_view con
     report(file.path, "");
 }
 
-// The value of a field of the terrain, as `terrainFile = "Name.ter";`.
-std::string terrainOf(std::string_view content) {
-    const std::string folded = platform::foldCase(content);
-    std::size_t at = folded.find("terrainfile");
-    if (at == std::string::npos)
-        return {};
-    at = folded.find('"', at);
-    const std::size_t end = at == std::string::npos ? at : folded.find('"', at + 1);
-    return end == std::string::npos ? std::string() : folded.substr(at + 1, end - at - 1);
+// The file that a field of a mission names, folded and without folders, as for the field
+// "terrainfile" `terrainFile = "Name.ter";`; "" if there is none.
+std::string fileOfField(std::string_view folded, std::string_view field) {
+    for (std::size_t at = folded.find(field); at != std::string_view::npos;
+         at = folded.find(field, at + 1)) {
+        const std::size_t equals = folded.find_first_not_of(" \t", at + field.size());
+        if (equals == std::string_view::npos || folded[equals] != '=')
+            continue;
+        const std::size_t start = folded.find_first_not_of(" \t", equals + 1);
+        if (start == std::string_view::npos || folded[start] != '"')
+            continue;
+        const std::size_t end = folded.find_first_of("\"\n", start + 1);
+        if (end != std::string_view::npos && folded[end] == '"')
+            return std::string(ziplib::lastComponent(folded.substr(start + 1, end - start - 1)));
+    }
+    return {};
 }
 
-// Many missions use a terrain of the game itself. One of the mission's own name is the map's.
+std::string stemOf(std::string_view name) {
+    return std::string(name.substr(0, name.rfind('.')));
+}
+
+bool hasTerrainFile(const Checked &checked, const std::string &name) {
+    return checked.find("terrains/" + name) != nullptr || checked.companions->hasTerrainFile(name);
+}
+
+// Many missions use a terrain of the game itself. One of the mission's own name is most likely the
+// map's.
 void missionTerrain(const Checked &checked, const CheckedFile &file, std::string_view content,
                     const Report &report) {
     if (!isMission(file))
         return;
-    const std::string terrain(ziplib::lastComponent(terrainOf(content)));
-    const std::string name(ziplib::lastComponent(file.folded));
-    if (!terrain.empty() && terrain == name.substr(0, name.rfind('.')) + ".ter" &&
-        checked.find("terrains/" + terrain) == nullptr)
+    const std::string terrain = fileOfField(platform::foldCase(content), "terrainfile");
+    if (terrain == stemOf(ziplib::lastComponent(file.folded)) + ".ter" &&
+        !hasTerrainFile(checked, terrain))
         report(file.path, "terrains/" + terrain);
+}
+
+// A mission names its graph. Its spawn points have the name of the graph or of the mission. The
+// game has both for its own terrains, so that only missions with a terrain in the archive need
+// them.
+void missionGraph(const Checked &checked, const CheckedFile &file, std::string_view content,
+                  const Report &report) {
+    if (!isMission(file))
+        return;
+    const std::string folded = platform::foldCase(content);
+    const std::string terrain = fileOfField(folded, "terrainfile");
+    if (terrain.empty() || checked.find("terrains/" + terrain) == nullptr)
+        return;
+    const std::string mission = stemOf(ziplib::lastComponent(file.folded));
+    const std::string named = fileOfField(folded, "graphfile");
+    const std::string graph = named.empty() ? mission : stemOf(named);
+    if (!hasTerrainFile(checked, graph + ".nav") ||
+        !(hasTerrainFile(checked, graph + ".spn") || hasTerrainFile(checked, mission + ".spn")))
+        report(file.path, "");
 }
 
 // Finds the first bracket or quote without its partner. Comments reach to the end of the line.
@@ -167,7 +201,7 @@ void unbalanced(const Checked &, const CheckedFile &file, std::string_view conte
         report(file.path, problem);
 }
 
-constexpr std::array<Rule, 5> kRules = {{
+constexpr std::array<Rule, 6> kRules = {{
     {"bom", Severity::Error,
      "The game takes a byte order mark for a part of the first line: save it without.", nullptr,
      byteOrderMark},
@@ -176,9 +210,12 @@ constexpr std::array<Rule, 5> kRules = {{
     {"mission-types", Severity::Warning,
      "A mission without a line \"// MissionTypes =\" appears in no list: add one.", nullptr,
      missionTypes},
-    {"mission-terrain", Severity::Warning,
-     "The terrain of the mission's own name is missing: add it unless the game has it.", nullptr,
-     missionTerrain},
+    {"mission-terrain", Severity::Note,
+     "The terrain of the mission's name is not here: add it, unless it is one of the game's own.",
+     nullptr, missionTerrain},
+    {"mission-graph", Severity::Note,
+     "The mission's terrain is here, but not its graph: add the .nav and .spn for bots.", nullptr,
+     missionGraph},
     {"unbalanced", Severity::Error,
      "A bracket or quote has no partner, so the game rejects the script: correct it.", nullptr,
      unbalanced},

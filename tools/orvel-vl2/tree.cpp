@@ -18,15 +18,22 @@ constexpr std::uint64_t kAllTexts = 256U << 20;
 
 Status open(const std::string &root, const TreeFile &file, platform::InputFile &opened) {
     platform::FileInfo info;
-    return opened.open(platform::Location{root, file.path}, info);
+    return opened.open(platform::Location{root, std::string(file.path)}, info);
 }
 
-Status measureFile(const std::string &root, TreeFile &file) {
+} // namespace
+
+Status measureFile(const platform::Location &location, std::optional<std::uint64_t> onlyIfSize,
+                   std::uint64_t &size, std::uint32_t &crc) {
     platform::InputFile opened;
-    if (Status status = open(root, file, opened); !status.ok())
+    platform::FileInfo info;
+    if (Status status = opened.open(location, info); !status.ok())
         return status;
+    size = info.size;
+    crc = 0;
+    if (onlyIfSize && *onlyIfSize != size)
+        return {};
     ziplib::Bytes chunk(kChunk);
-    std::uint32_t crc = 0;
     std::size_t got = 0;
     std::uint64_t at = 0;
     do {
@@ -35,39 +42,74 @@ Status measureFile(const std::string &root, TreeFile &file) {
         crc = ziplib::crc32(crc, chunk.data(), got);
         at += got;
     } while (got > 0);
-    file.crc = crc;
-    file.size = at;
+    size = at;
     return {};
 }
 
-} // namespace
+std::string_view TextArena::add(std::string_view text) {
+    constexpr std::size_t kBlock = 64U << 10;
+    if (m_blocks.empty() || m_blocks.back().size() + text.size() > m_blocks.back().capacity())
+        m_blocks.emplace_back().reserve(std::max(kBlock, text.size()));
+    std::string &block = m_blocks.back();
+    block += text;
+    return std::string_view(block).substr(block.size() - text.size());
+}
+
+std::string_view pathIn(const ziplib::Directory &directory, const ziplib::Entry &entry,
+                        TextArena &arena) {
+    const std::string_view raw = directory.rawName(entry);
+    const std::string path = directory.path(entry);
+    return path == raw ? raw : arena.add(path);
+}
 
 Tree::Tree(const std::string &path) : m_path(path) {
     platform::Folder folder;
     if (folder.open(path).ok()) {
-        ziplib::Scan scan;
-        if (Status status = ziplib::scanFolder(path, true, scan); !status.ok())
-            throw Failed(status);
-        for (const ziplib::FoundFile &file : scan.files) {
-            platform::InputFile opened;
-            platform::FileInfo info;
-            if (Status status = opened.open({path, std::string(file.path)}, info); !status.ok())
-                throw Failed(status);
-            m_files.push_back({std::string(file.path), info.size, std::nullopt, 0, info.modified});
-        }
+        scan();
         return;
     }
     m_archive = openArchive(path, For::Reading);
     if (const Status &damage = m_archive->directory.damage(); !damage.ok())
         throw Failed(damage);
+}
+
+void Tree::scan() {
+    ziplib::Scan scan;
+    if (Status status = ziplib::scanFolder(m_path, true, scan); !status.ok())
+        throw Failed(status);
+    m_leftOut = std::move(scan.leftOut);
+    for (const ziplib::FoundFile &file : scan.files) {
+        platform::InputFile opened;
+        platform::FileInfo info;
+        if (Status status = opened.open(platform::Location{m_path, std::string(file.path)}, info);
+            !status.ok())
+            throw Failed(status);
+        m_files.push_back(
+            {m_texts.add(file.path), info.size, 0, static_cast<std::uint32_t>(m_modified.size())});
+        m_modified.push_back(info.modified);
+    }
+    m_measured.resize(m_files.size());
+}
+
+std::vector<TreeFile> &Tree::files() {
+    if (m_archive && m_files.empty())
+        fill();
+    return m_files;
+}
+
+void Tree::fill() {
     const ziplib::Directory &directory = m_archive->directory;
+    m_files.reserve(directory.entries().size());
     for (std::size_t i = 0; i < directory.entries().size(); ++i) {
         const ziplib::Entry &entry = directory.entries()[i];
         if (!directory.isFolder(entry))
-            m_files.push_back({directory.path(entry), entry.size, entry.crc, i, 0});
+            m_files.push_back({pathIn(directory, entry, m_texts), entry.size, entry.crc,
+                               static_cast<std::uint32_t>(i)});
     }
-    std::stable_sort(m_files.begin(), m_files.end(),
-                     [](const TreeFile &a, const TreeFile &b) { return a.path < b.path; });
+    std::sort(m_files.begin(), m_files.end(), [](const TreeFile &a, const TreeFile &b) {
+        const int order = a.path.compare(b.path);
+        return order != 0 ? order < 0 : a.index < b.index;
+    });
     // Keeps the last of equal paths, as an extraction does.
     const auto kept =
         std::unique(m_files.rbegin(), m_files.rend(),
@@ -75,13 +117,18 @@ Tree::Tree(const std::string &path) : m_path(path) {
     m_files.erase(m_files.begin(), kept.base());
 }
 
-void Tree::measure(const std::vector<TreeFile *> &files) const {
+void Tree::measure(const std::vector<TreeFile *> &files) {
     Status failed;
     std::vector<Status> states(files.size());
     platform::OrderedParallelFor job;
     job.count = files.size();
     job.cost = [](std::size_t) { return std::uint64_t{kChunk}; };
-    job.work = [&](std::size_t i) { states[i] = measureFile(m_path, *files[i]); };
+    job.work = [&](std::size_t i) {
+        TreeFile &file = *files[i];
+        states[i] =
+            measureFile({m_path, std::string(file.path)}, std::nullopt, file.size, file.crc);
+        m_measured[file.index] = 1;
+    };
     job.take = [&](std::size_t i) {
         failed = states[i];
         return failed.ok();
@@ -111,6 +158,12 @@ std::string Tree::read(const TreeFile &file) const {
         text.resize(at + got);
     } while (got > 0);
     return text;
+}
+
+Exit complainLeftOut(const Tree &tree) {
+    for (const std::string &message : tree.leftOut())
+        complain(tree.path() + ": " + message);
+    return tree.leftOut().empty() ? Exit::Fine : Exit::Findings;
 }
 
 } // namespace vl2

@@ -3,6 +3,7 @@
 #include "tools/orvel-vl2/archive.h"
 #include "tools/orvel-vl2/commands.h"
 #include "tools/orvel-vl2/game.h"
+#include "tools/orvel-vl2/tree.h"
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ struct Holder {
     std::uint32_t source = 0;
     std::string path; // as written there
     std::uint64_t size = 0;
-    std::optional<std::uint32_t> crc; // of an entry
+    std::optional<std::uint32_t> crc; // of an entry; of a loose file once it was measured
 };
 
 // Paths with the letters' case folded, and who holds them, in the order of the sources.
@@ -62,7 +63,7 @@ void addFolder(std::uint32_t number, const std::string &folder, const std::strin
         throw Failed(status);
     for (const ziplib::FoundFile &file : scan.files) {
         std::string folded = platform::foldCase(file.path);
-        if (folded.find('/') != std::string::npos && (wanted.empty() || folded == wanted))
+        if (wanted.empty() || folded == wanted)
             holders[std::move(folded)].push_back({number, std::string(file.path), 0, std::nullopt});
     }
 }
@@ -124,13 +125,33 @@ void printHolders(const std::vector<Source> &sources, const std::string &path,
     }
 }
 
-// True if all hold the same bytes, as far as the directories tell.
-bool isSame(const std::vector<Holder> &list) {
-    return std::all_of(
-        list.begin(), list.end(),
-        [&](const Holder &holder) {
-            return holder.crc && holder.crc == list[0].crc && holder.size == list[0].size;
-        });
+// True if all hold the same bytes. Loose files are read only if sizes and the other CRCs leave it
+// open. Complains about one that cannot be read.
+bool isSame(const std::vector<Source> &sources, std::vector<Holder> &list, Exit &result) {
+    // Those whose CRC is known come first: they are the cheaper to tell apart.
+    std::vector<Holder *> order;
+    for (const bool known : {true, false})
+        for (Holder &holder : list)
+            if (holder.crc.has_value() == known)
+                order.push_back(&holder);
+    for (Holder *holder : order) {
+        const Holder &first = *order.front();
+        if (!holder->crc) {
+            const platform::Location location{sources[holder->source].path, holder->path};
+            std::uint32_t crc = 0;
+            const auto expected = holder == &first ? std::nullopt : std::optional(first.size);
+            const platform::Status status = measureFile(location, expected, holder->size, crc);
+            if (!status.ok()) {
+                complain(status.message);
+                result = worse(result, exitOf(status));
+                return false;
+            }
+            holder->crc = crc;
+        }
+        if (holder->size != first.size || holder->crc != first.crc)
+            return false;
+    }
+    return true;
 }
 
 Exit where(const WhereOptions &options, bool json) {
@@ -152,10 +173,10 @@ Exit where(const WhereOptions &options, bool json) {
 Exit conflicts(const WhereOptions &options, bool json) {
     const std::vector<Source> sources = findSources(options);
     Holders holders;
-    const Exit result = findHolders(sources, {}, holders);
+    Exit result = findHolders(sources, {}, holders);
     std::vector<const Holders::value_type *> found;
-    for (const auto &item : holders)
-        if (item.second.size() > 1 && !isSame(item.second))
+    for (auto &item : holders)
+        if (item.second.size() > 1 && !isSame(sources, item.second, result))
             found.push_back(&item);
     std::sort(found.begin(), found.end(),
               [](const auto *a, const auto *b) { return a->first < b->first; });

@@ -30,23 +30,28 @@ struct WriteOptions {
 // The library's callbacks have no argument for this.
 bool printsMessages = false;
 
+// The new archive is in place: an interruption comes too late to be the result.
+bool inPlace = false;
+
 std::int32_t onPrint(char *text, std::uint32_t size) {
-    checkInterrupt(); // also the heartbeat, without a text, ends the work
+    if (!inPlace)
+        checkInterrupt(); // also the heartbeat, without a text, ends the work
     if (size > 0 && printsMessages)
         printLine(shown(platform::utf8FromNarrow({text, size})));
     return 0;
 }
 
 std::int32_t onProcessed(char *, std::uint32_t) {
-    return interrupted() ? 1 : 0;
+    return interrupted() && !inPlace ? 1 : 0;
 }
 
 // Runs one of the library's operations and prints its result.
-Exit run(const WriteOptions &options, bool json,
+Exit run(WriteOptions &options, bool json,
          const std::function<Status(ziplib::Report &report, Json &result)> &work) {
     printsMessages = options.verbose && !json;
     const ZIPUSERFUNCTIONS functions{onPrint, nullptr, nullptr, onProcessed};
     ziplib::Report report(functions, nullptr, nullptr, false, !options.verbose);
+    options.pack.replaced = [] { inPlace = true; };
     platform::reloadTimeZone();
     Json result{{"archive", options.pack.archive}};
     const Status status = work(report, result);
@@ -99,19 +104,27 @@ void readSourceDate(PackOptions &pack) {
     std::int64_t seconds = 0;
     const char *end = text + std::strlen(text);
     constexpr std::int64_t kLargest = INT64_MAX / 1'000'000'000;
-    if (const auto read = std::from_chars(text, end, seconds);
-        read.ec != std::errc() || read.ptr != end || seconds < 0 || seconds > kLargest)
+    const auto read = std::from_chars(text, end, seconds);
+    if (read.ptr != end || (read.ec == std::errc() && seconds < 0) || read.ptr == text ||
+        *text == '-')
         throw Failed(Exit::Misuse, "SOURCE_DATE_EPOCH is no number of seconds");
+    if (read.ec != std::errc() || seconds > kLargest)
+        throw Failed(Exit::Misuse, "SOURCE_DATE_EPOCH is too large: the last year is 2262");
     pack.time = seconds * 1'000'000'000;
 }
 
 Exit build(WriteOptions &options, bool json) {
+    if (options.pack.archive == "-")
+        throw Failed(Exit::Misuse, "build writes no archive to standard output; ./- is a file");
     options.pack.utc = true;
     options.pack.hiddenToo = true;
     readSourceDate(options.pack);
     ziplib::Built built = ziplib::Built::Written;
     const Exit code = run(options, json, [&](ziplib::Report &report, Json &result) {
-        Status status = refusing(buildArchive(options.pack, options.check, report, built));
+        std::vector<std::string> omitted;
+        Status status = refusing(buildArchive(options.pack, options.check, report, built, omitted));
+        complainOmitted(options.pack.root, omitted);
+        result["omitted"] = omitted.size();
         result["upToDate"] = built != ziplib::Built::Differs;
         result["written"] = status.ok() && built == ziplib::Built::Written;
         return status;
@@ -181,7 +194,8 @@ void addBuild(CLI::App &program, Request &request) {
     command->add_flag("--all", options->pack.leftoversToo,
                       "Also pack editors' leftovers and names that begin with a dot");
     command->footer("All entries get the time SOURCE_DATE_EPOCH (seconds since 1970) if it is set, "
-                    "otherwise that of their file, in UTC.\n\n" +
+                    "otherwise that of their file, in UTC. An archive that save has written is not "
+                    "up to date for --check: compare by diff.\n\n" +
                     program.get_footer());
 }
 

@@ -22,11 +22,6 @@ namespace {
 constexpr int kTries = 4;
 constexpr std::size_t kChunk = 1U << 20U;
 
-// Folders and files of version control and of systems, and what editors leave.
-bool isNoContent(std::string_view path) {
-    return path.starts_with('.') || path.find("/.") != std::string_view::npos || isLeftover(path);
-}
-
 // One attempt.
 class Build {
   public:
@@ -34,6 +29,8 @@ class Build {
         : m_options(options), m_checkOnly(checkOnly), m_report(report), m_target(options.archive),
           m_selection({"*"}, true) {}
     Status run(Built &built, bool &again);
+    // The files that were left out for their names.
+    std::vector<std::string> takeOmitted() { return std::move(m_omitted); }
     void drop() {
         m_target.drop([this] { m_report.tick(); });
     }
@@ -55,6 +52,7 @@ class Build {
     const Directory m_directory;
     Scan m_scan;
     std::vector<Candidate> m_candidates;
+    std::vector<std::string> m_omitted;
 };
 
 // A damaged archive may be replaced, but not a file that somebody has named by mistake.
@@ -115,8 +113,12 @@ Status Build::find() {
         !found.ok())
         return found;
     if (!m_options.leftoversToo)
-        std::erase_if(m_candidates,
-                      [](const Candidate &candidate) { return isNoContent(candidate.path); });
+        std::erase_if(m_candidates, [this](const Candidate &candidate) {
+            if (!isNoContent(candidate.path))
+                return false;
+            m_omitted.emplace_back(candidate.path);
+            return true;
+        });
     if (auto distinct = requireDistinctNames(); !distinct.ok())
         return distinct;
     for (const auto &line : m_scan.leftOut)
@@ -192,17 +194,19 @@ Status Build::run(Built &built, bool &again) {
         return lastCheck(again);
     }
     built = Built::Written;
-    return m_target.commit(idle, lastCheck, again);
+    return m_target.commit(idle, lastCheck, again, m_options.replaced);
 }
 
 } // namespace
 
-Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built) {
+Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built,
+                    std::vector<std::string> &omitted) {
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
         report.dropDeferred();
         Build build(options, checkOnly, report);
         auto status = build.run(built, again);
+        omitted = build.takeOmitted();
         if (status.ok() && !again)
             return status;
         build.drop();

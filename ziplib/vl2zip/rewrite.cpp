@@ -29,8 +29,9 @@ Status rewriteArchive(
         bool again = false;
         auto status = writer.write({});
         if (status.ok()) {
-            status = target.commit([&] { report.tick(); },
-                                   [](bool & /*again*/) { return Status(); }, again);
+            status =
+                target.commit([&] { report.tick(); }, [](bool & /*again*/) { return Status(); },
+                              again, options.replaced);
         }
         if (status.ok() && !again)
             return status;

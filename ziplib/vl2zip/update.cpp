@@ -333,7 +333,8 @@ Status Update::run(bool &again) {
     // Also if nothing is written: a folder that was moved in during the save holds files with old
     // times, which the program that empties the work folder afterwards cannot tell from packed
     // ones.
-    if (auto done = changes ? m_target.commit([this] { m_report.tick(); }, lastCheck, again)
+    if (auto done = changes ? m_target.commit([this] { m_report.tick(); }, lastCheck, again,
+                                              m_options.replaced)
                             : lastCheck(again);
         !done.ok() || again)
         return done;

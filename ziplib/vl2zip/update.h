@@ -46,7 +46,8 @@ enum class Built {
 // Makes an archive of the files of the folder and its folders, sorted by path, in place of one that
 // exists; WrongFormat if that is no archive, Exists if names differ in the letters' case only. The
 // bytes depend on the files' paths, contents and times and on the options only. `checkOnly`
-// replaces nothing.
-Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built);
+// replaces nothing. `omitted` are the files that were left out for their names (see isNoContent).
+Status buildArchive(const PackOptions &options, bool checkOnly, Report &report, Built &built,
+                    std::vector<std::string> &omitted);
 
 } // namespace ziplib

@@ -34,4 +34,8 @@ bool isLeftover(std::string_view path) {
     });
 }
 
+bool isNoContent(std::string_view path) {
+    return path.starts_with('.') || path.find("/.") != std::string_view::npos || isLeftover(path);
+}
+
 } // namespace ziplib

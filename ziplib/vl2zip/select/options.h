@@ -3,6 +3,7 @@
 #include "ziplib/vl2zip/select/base.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +34,9 @@ struct PackOptions {
     bool leftoversToo = false;
     // Null to pack every file that differs from its entry, whatever changed the entry.
     std::shared_ptr<const Base> base;
+    // Called once the new archive has replaced the old one: nothing can end the call as a failure
+    // then, except a disk that cannot be flushed. May be empty.
+    std::function<void()> replaced;
     bool verbose = false;
     bool quiet = false;
 };

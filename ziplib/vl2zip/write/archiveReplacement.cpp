@@ -144,8 +144,8 @@ Status ArchiveReplacement::readDirectory(Directory &directory) {
 }
 
 Status ArchiveReplacement::commit(const std::function<void()> &idle,
-                                  const std::function<Status(bool &again)> &lastCheck,
-                                  bool &again) {
+                                  const std::function<Status(bool &again)> &lastCheck, bool &again,
+                                  const std::function<void()> &onReplaced) {
     if (auto synced = sync(idle); !synced.ok())
         return synced;
     if (auto checked = lastCheck(again); !checked.ok() || again)
@@ -157,7 +157,11 @@ Status ArchiveReplacement::commit(const std::function<void()> &idle,
     auto replaced = replace(idle, again);
     if (again)
         return {};
-    return replaced.ok() ? syncFolder(idle) : replaced;
+    if (!replaced.ok())
+        return replaced;
+    if (onReplaced)
+        onReplaced();
+    return syncFolder(idle);
 }
 
 Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &taken) {

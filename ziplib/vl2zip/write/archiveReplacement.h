@@ -37,9 +37,11 @@ class ArchiveReplacement {
     Status sync(const std::function<void()> &idle);
     // Flushes the new archive, calls `lastCheck` and renames the new archive over the old one.
     // `again` is set, and nothing was replaced, if `lastCheck` sets it or another process has
-    // replaced the archive since open().
+    // replaced the archive since open(). Calls `onReplaced`, which may be empty, as soon as the new
+    // archive has the name.
     Status commit(const std::function<void()> &idle,
-                  const std::function<Status(bool &again)> &lastCheck, bool &again);
+                  const std::function<Status(bool &again)> &lastCheck, bool &again,
+                  const std::function<void()> &onReplaced);
     // The status of a save that the caller cancelled.
     Status cancelled() const;
     // Deletes the new archive instead, which may take long if it is large.
