@@ -244,8 +244,10 @@ QString frmMain::ConflictText() {
     if (ReadRecord())
         text += " changed in your work folder and, by another program, in the archive too. ";
     else if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
-        text += verb + " from the archive, and as the record of the extraction is damaged, Orvel "
-                       "does not know which versions are newer. ";
+        text += verb + " from the archive, and as the record of the extraction is " +
+                (WorkRecord::isNewer(WorkFolders(), WorkFolderName()) ? "of a newer Orvel"
+                                                                      : "damaged") +
+                ", Orvel does not know which versions are newer. ";
     else
         text += verb +
                 " from the archive, and as there is no record of their extraction, Orvel does "
