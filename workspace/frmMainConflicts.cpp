@@ -233,7 +233,7 @@ QString frmMain::ConflictText() {
     const auto copied = CopyTheirs(notExtracted, copy);
     const auto missing = without(notExtracted, copied);
     for (EntryVersion entry : without(conflicts, missing)) {
-        entry.written = true; // whatever its file is, the user knows which one is packed over it
+        entry.known = true;
         m_conflicts.push_back(std::move(entry));
     }
     const auto shownPath = [](const QString &path) {

@@ -158,7 +158,6 @@ std::optional<std::vector<EntryVersion>> frmMain::SaveBase() const {
     std::vector<EntryVersion> base;
     if (record)
         base.assign(record->entries().begin(), record->entries().end());
-    // Later ones replace earlier ones.
     if (m_conflictArchive == ArchivePath())
         base.insert(base.end(), m_conflicts.begin(), m_conflicts.end());
     return base;

@@ -388,6 +388,8 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
         {"deleted in the folder, changed in the archive", "a", {}, "theirs", "theirs"},
         {"changed in both to the same", "a", "same", "same", "same"},
         {"changed in both", "a", "mine", "theirs", "mine", true},
+        {"changed in both, and undone when told", "a", "mine", "theirs", "theirs", true, true,
+         kKept},
         {"removed from the archive", "a", "a", {}, {}, false, true, kRemoved},
         {"removed, and nothing else changed", "a", "a", {}, {}, false, false, kRemoved},
         {"removed, changed in the folder", "a", "mine", {}, "mine", false, true, kRestored},
@@ -433,18 +435,23 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
             EXPECT_EQ(readFile(file), row.mine);
             const QString theirs = job.game.temp() + "/Classic.theirs/scripts/x.cs.theirs";
             EXPECT_EQ(readFile(theirs), row.theirs);
-            // A third version meanwhile is not known to the user yet.
-            job.replaceArchive(filesWith("third"));
-            job.window->click("cmdSaveChanges");
-            EXPECT_EQ(answers.boxes().size(), 2);
-            EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "third");
-            EXPECT_TRUE(job.window->status().contains("scripts/x.cs.theirs~2"))
-                << job.window->status().toStdString();
+            const bool isUndone = row.saved != row.mine;
+            if (isUndone) {
+                writeFile(file, *row.base);
+            } else {
+                // A third version meanwhile is not known to the user yet.
+                job.replaceArchive(filesWith("third"));
+                job.window->click("cmdSaveChanges");
+                EXPECT_EQ(answers.boxes().size(), 2);
+                EXPECT_EQ(readArchive(job.archive).at("scripts/x.cs"), "third");
+                EXPECT_TRUE(job.window->status().contains("scripts/x.cs.theirs~2"))
+                    << job.window->status().toStdString();
+            }
             // Until the user deletes them.
             job.window->click("cmdSaveChanges");
-            EXPECT_EQ(answers.boxes().size(), 2);
+            EXPECT_EQ(answers.boxes().size(), isUndone ? 1 : 2);
             EXPECT_EQ(readFile(theirs), row.theirs);
-            EXPECT_EQ(readFile(theirs + "~2"), "third");
+            EXPECT_EQ(readFile(theirs + "~2"), isUndone ? "" : "third");
         } else {
             EXPECT_EQ(said(answers), "");
         }
@@ -458,6 +465,46 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
         EXPECT_FALSE(QFile::exists(file));
         EXPECT_FALSE(QFile::exists(job.record()));
         EXPECT_EQ(readFile(job.archive) == before, !row.otherEdit);
+    }
+}
+
+TEST(frmMainSave, keeps_edits_that_it_packed_if_the_archive_no_longer_has_them) {
+    for (const bool cancels : {false, true}) {
+        SCOPED_TRACE(cancels);
+        Extracted job;
+        const Answers answers;
+        const QString edited = job.folder + "readme.txt"; // the first file
+        const QString added = job.folder + "scripts/new.cs";
+        writeFile(edited, "mine");
+        writeFile(added, "mine, too");
+        {
+            QFile editors[] = {QFile(edited), QFile(added)};
+            for (QFile &file : editors)
+                ASSERT_TRUE(file.open(QFile::ReadWrite));
+            job.window->click("cmdSaveChanges");
+        }
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "mine");
+        ASSERT_EQ(readFile(edited) + readFile(added), "minemine, too");
+        job.window.reset();
+        job.replaceArchive(kFiles); // repaired by another program
+        MainWindow window;
+        window.pick("Classic");
+        window.click(cancels ? "cmdCancel" : "cmdSaveChanges");
+        if (cancels) {
+            EXPECT_TRUE(window.note().startsWith("2 edited files were ") &&
+                        window.note().endsWith(": readme.txt, scripts/new.cs"))
+                << window.note().toStdString();
+            continue;
+        }
+        EXPECT_TRUE(window.status().contains(": readme.txt changed in "))
+            << window.status().toStdString();
+        EXPECT_EQ(readFile(edited), "mine");
+        window.click("cmdSaveChanges");
+        EXPECT_EQ(answers.boxes().size(), 1U) << said(answers);
+        EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "mine");
+        EXPECT_EQ(readArchive(job.archive).at("scripts/new.cs"), "mine, too");
+        EXPECT_TRUE(window.note().endsWith("added again: scripts/new.cs"))
+            << window.note().toStdString();
     }
 }
 

@@ -86,7 +86,7 @@ std::int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT 
         if (lpBase != nullptr)
             base = std::make_shared<ziplib::Base>();
         for (std::uint32_t i = 0; base && i < count; ++i)
-            base->add(lpBase[i].path, {lpBase[i].size, lpBase[i].crc, lpBase[i].written != 0});
+            base->add(lpBase[i].path, {lpBase[i].size, lpBase[i].crc, lpBase[i].written});
     } catch (const std::exception &) {
         base.reset();
         complete = false;
