@@ -84,6 +84,16 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
     EXPECT_TRUE(namesIn(folder.path()).empty());
 }
 
+TEST_F(WorkRecordTest, of_version_2_is_read_and_tells_what_a_save_has_put_into_it) {
+    std::filesystem::copy_file(dataFile("records/version2.record"), file());
+    const auto read = WorkRecord::read(folders(), "Base");
+    ASSERT_TRUE(read && read->entries().size() == 5);
+    EXPECT_TRUE(read->archive().path.endsWith("/base/job.vl2"));
+    for (const WorkRecord::Entry &entry : read->entries())
+        EXPECT_TRUE(entry.written && entry.edited == (entry.path == "b.cs")) << entry.path;
+    EXPECT_FALSE(WorkRecord::isNewer(folders(), "Base"));
+}
+
 TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
     struct Row {
         const char *what;
