@@ -39,8 +39,13 @@ void setBase(const std::optional<std::vector<WorkRecord::Entry>> &base,
     std::vector<ZPVERSION> versions;
     if (base) {
         versions.reserve(base->size() + 1); // not null, even if the archive held nothing
+        const auto originOf = [](const EntryVersion &entry) {
+            if (entry.known || !entry.written)
+                return entry.known ? VL2ZIP_KNOWN : VL2ZIP_LISTED;
+            return entry.edited ? VL2ZIP_EDITED : VL2ZIP_EXTRACTED;
+        };
         for (const WorkRecord::Entry &entry : *base)
-            versions.push_back({entry.path.c_str(), entry.size, entry.crc, entry.written ? 1 : 0,
+            versions.push_back({entry.path.c_str(), entry.size, entry.crc, originOf(entry),
                                 entry.provesContent(start) ? 1 : 0, entry.file.device,
                                 entry.file.id, entry.file.modified, entry.file.changed});
     }
@@ -152,6 +157,7 @@ void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
         saved.size = file->size;
         saved.crc = file->crc;
         saved.written = true;
+        saved.edited = true; // entries of outcomes that are not the user's stay as they were
         saved.file = seen;
         saved.outcome = outcome;
         m_cCurrentZip->m_tLastResult.saved.push_back(std::move(saved));

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 #include <type_traits>
 
 // The file, all numbers little-endian:
@@ -27,13 +28,21 @@ using platform::Status;
 
 namespace {
 
-constexpr std::string_view kMagic = "OrvelWR\2"; // the last byte is the version
+constexpr std::string_view kMagic = "OrvelWR"; // a byte with the version follows
+// 2 has no birth times of archive and folder and no kEdited. The head of a later version begins
+// like that of this one.
+constexpr unsigned char kVersion = 3;
+constexpr unsigned char kOldest = 2;
 constexpr int kSizeBytes = 4;
 constexpr int kCrcBytes = 4;
-constexpr std::size_t kHeadStart = kMagic.size() + kSizeBytes;
+constexpr std::size_t kSizeStart = kMagic.size() + 1;
+constexpr std::size_t kHeadStart = kSizeStart + kSizeBytes;
 // Far more than any path needs, and less than a damaged size could make the program allocate.
 constexpr std::uint64_t kLargestHead = 1U << 20U;
 constexpr std::uint64_t kLargestRecord = 1U << 30U;
+// Of a record of a newer version, in whose place one was written.
+constexpr const char *kNewerEnding = ".newer";
+constexpr std::size_t kListedBytes = 256; // of paths in a listing
 
 // About as many bytes does an entry need.
 constexpr std::size_t kUsualEntry = 40;
@@ -44,6 +53,7 @@ constexpr std::uint64_t kTimesTell = 2;
 constexpr std::uint64_t kOtherSize = 4;   // the file's size is not the entry's
 constexpr std::uint64_t kOtherDevice = 8; // than that of the previous written file
 constexpr std::uint64_t kSeenLater = 16;
+constexpr std::uint64_t kEdited = 32;
 
 std::uint32_t crcOf(std::string_view bytes) {
     return libdeflate_crc32(0, bytes.data(), bytes.size());
@@ -69,7 +79,7 @@ void writeEntry(RecordWriter &out, const WorkRecord::Entry &entry, std::string_v
     if (entry.written) {
         flags = kWritten | (entry.timesTell ? kTimesTell : 0) | (entry.seenLater ? kSeenLater : 0) |
                 (file.size != entry.size ? kOtherSize : 0) |
-                (file.device != before.device ? kOtherDevice : 0);
+                (file.device != before.device ? kOtherDevice : 0) | (entry.edited ? kEdited : 0);
     }
     const std::size_t shared = sharedLength(path, entry.path);
     out.number(flags);
@@ -90,7 +100,8 @@ void writeEntry(RecordWriter &out, const WorkRecord::Entry &entry, std::string_v
     out.step(bits(file.changed), bits(before.changed));
 }
 
-WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileInfo &before) {
+WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileInfo &before,
+                            unsigned char version) {
     WorkRecord::Entry entry;
     const std::uint64_t flags = in.number();
     const std::uint64_t shared = in.number();
@@ -105,6 +116,8 @@ WorkRecord::Entry readEntry(RecordReader &in, std::string_view path, const FileI
         return entry;
     entry.timesTell = (flags & kTimesTell) != 0;
     entry.seenLater = (flags & kSeenLater) != 0;
+    // What a save puts into a record has no stored date.
+    entry.edited = version == kOldest ? entry.dosTime == 0 : (flags & kEdited) != 0;
     entry.file.kind = FileInfo::Kind::File;
     entry.file.device = (flags & kOtherDevice) != 0 ? in.number() : before.device;
     entry.file.size = (flags & kOtherSize) != 0 ? in.number() : entry.size;
@@ -133,8 +146,13 @@ bool isListed(const QString &path) {
                        [&](const platform::FolderItem &item) { return item.name == name; });
 }
 
-bool isKnownFile(const FileInfo &info, const FileInfo &other) {
-    return info.id != 0 && sameFile(info, other);
+// Whether a path leads to a certain file, as one in another case does on some disks.
+bool leadsTo(const QString &path, const FileInfo &file) {
+    Folder folder;
+    FileInfo found;
+    const QFileInfo info(path);
+    return folder.open(info.path().toStdString()).ok() &&
+           folder.info(info.fileName().toStdString(), found).ok() && sameFile(found, file);
 }
 
 // Opens the folder of the records; false if there is none.
@@ -144,6 +162,22 @@ bool openFolder(const QString &folders, Folder &folder) {
     } catch (const platform::RuntimeError &) {
         return false;
     }
+}
+
+// Copies a record of a newer version to the name with kNewerEnding.
+Status keepCopy(const Folder &folder, const QString &name) {
+    platform::InputFile source;
+    FileInfo info;
+    platform::NewFile copy;
+    const std::string file = name.toStdString();
+    Status status = folder.openFile(file, source, Folder::Links::Refuse, info);
+    if (status.ok())
+        status = copy.create(folder);
+    if (status.ok())
+        status = copy.copyFrom(source, 0, info.size, [] { return true; });
+    if (status.ok())
+        status = copy.commit(file + kNewerEnding, platform::NewFile::Replace::Yes);
+    return status;
 }
 
 // The part after the drive's letter, with "/"; "" if there is none, as in paths of POSIX.
@@ -192,9 +226,9 @@ class WorkRecordReader {
     }
 
     bool readHead() {
-        if (!readUpTo(kHeadStart) || !std::string_view(m_bytes).starts_with(kMagic))
+        if (!readVersion() || m_version < kOldest || !readUpTo(kHeadStart))
             return false;
-        RecordReader start(std::string_view(m_bytes).substr(kMagic.size()));
+        RecordReader start(std::string_view(m_bytes).substr(kSizeStart));
         const std::uint64_t size = start.fixed(kSizeBytes);
         if (size > kLargestHead || !readUpTo(kHeadStart + size + kCrcBytes) || !endsInCrc())
             return false;
@@ -212,12 +246,25 @@ class WorkRecordReader {
         m_record.m_device = head.number();
         m_record.m_began = static_cast<std::int64_t>(head.step(0));
         m_count = head.number();
-        return !head.failed() && head.atEnd();
+        if (m_version > kOldest) {
+            m_record.m_archive.born = static_cast<std::int64_t>(head.step(0));
+            m_record.m_archive.folderBorn = static_cast<std::int64_t>(head.step(0));
+        }
+        return !head.failed() && (head.atEnd() || m_version > kVersion);
     }
+
+    // False if the file is no record of any version.
+    bool readVersion() {
+        if (!readUpTo(kSizeStart) || !std::string_view(m_bytes).starts_with(kMagic))
+            return false;
+        m_version = static_cast<unsigned char>(m_bytes.back());
+        return true;
+    }
+    unsigned char version() const { return m_version; }
 
     bool readEntries() {
         const std::size_t start = m_bytes.size();
-        if (m_size < 2 * start + kCrcBytes + kSizeBytes)
+        if (m_version > kVersion || m_size < 2 * start + kCrcBytes + kSizeBytes)
             return false;
         const std::size_t end = static_cast<std::size_t>(m_size) - start - kSizeBytes;
         if (!readUpTo(m_size) || lastHead(m_bytes.substr(0, start)) != m_bytes.substr(end))
@@ -232,7 +279,7 @@ class WorkRecordReader {
         FileInfo before;
         std::string path;
         for (std::uint64_t i = 0; i < m_count && !in.failed(); ++i) {
-            WorkRecord::Entry entry = readEntry(in, path, before);
+            WorkRecord::Entry entry = readEntry(in, path, before, m_version);
             path = entry.path;
             if (entry.written)
                 before = entry.file;
@@ -269,6 +316,7 @@ class WorkRecordReader {
     std::uint64_t m_start = 0; // of m_bytes in the file
     std::uint64_t m_count = 0;
     std::string m_bytes;
+    unsigned char m_version = 0;
     WorkRecord m_record;
 };
 
@@ -277,8 +325,17 @@ bool WorkRecord::Archive::isSame(const Archive &other) const {
     if (path.compare(other.path, sensitivity) == 0 || isSameOnOtherSystem(path, other.path))
         return true;
     const QString name = QFileInfo(path).fileName();
-    return name.compare(QFileInfo(other.path).fileName(), Qt::CaseInsensitive) == 0 &&
-           (isKnownFile(seen, other.seen) || isKnownFile(folder, other.folder)) && !isListed(path);
+    const QString otherName = QFileInfo(other.path).fileName();
+    if (name.compare(otherName, Qt::CaseInsensitive) != 0 || isListed(path))
+        return false;
+    const bool hasBirth = born != 0 && other.born != 0;
+    const bool isVersion = seen.size == other.seen.size && seen.modified == other.seen.modified;
+    const bool isFile =
+        seen.id != 0 && sameFile(seen, other.seen) && (hasBirth ? born == other.born : isVersion);
+    const bool isFolder = folder.id != 0 && sameFile(folder, other.folder) && folderBorn != 0 &&
+                          folderBorn == other.folderBorn;
+    return isFile || (isFolder && name.compare(otherName, sensitivity) == 0) ||
+           leadsTo(path, other.seen);
 }
 
 const WorkRecord::Entry *WorkRecord::find(std::string_view path) const {
@@ -326,9 +383,16 @@ void WorkRecord::put(Entry entry) {
     m_indices.insert(key, m_indexed++);
 }
 
-platform::PackedFiles WorkRecord::knownFiles() const {
+platform::PackedFiles WorkRecord::knownFiles(const EntryList *listing) const {
     platform::PackedFiles files;
+    std::set<std::pair<std::string, std::uint32_t>> held; // if it matters
+    const auto isEdited = [](const Entry &entry) { return entry.edited; };
+    if (listing != nullptr && std::any_of(m_entries.begin(), m_entries.end(), isEdited))
+        for (std::int32_t i = 0; i < listing->count(); ++i)
+            held.emplace(listing->path(i).replace('\\', '/').toStdString(), listing->crc(i));
     for (const Entry &entry : m_entries) {
+        if (entry.edited && held.count({entry.path.substr(0, kListedBytes), entry.crc}) == 0)
+            continue;
         FileInfo seen = entry.file;
         seen.size = entry.written ? seen.size : entry.size;
         files.add(QString::fromStdString(entry.path), seen, entry.crc,
@@ -351,9 +415,10 @@ std::optional<WorkRecord::Archive> WorkRecord::archiveAt(const QString &path) {
     if (!opened.open(folder).ok() || !opened.info(name, archive.seen).ok())
         return {};
     archive.path = QString::fromStdString(opened.pathOf(name));
+    archive.born = opened.birthTime(name);
     std::string parent;
     if (platform::resolvePath(folder, parent, name).ok() && opened.open(parent).ok())
-        static_cast<void>(opened.info(name, archive.folder));
+        archive.folderBorn = opened.info(name, archive.folder).ok() ? opened.birthTime(name) : 0;
     return archive;
 }
 
@@ -378,6 +443,11 @@ bool WorkRecord::exists(const QString &folders, const QString &name) {
     return openFolder(folders, folder) && folder.info(fileName(name).toStdString(), info).ok();
 }
 
+bool WorkRecord::isNewer(const QString &folders, const QString &name) {
+    WorkRecordReader reader;
+    return reader.open(folders, name) && reader.readVersion() && reader.version() > kVersion;
+}
+
 Status WorkRecord::write(const QString &folders, const QString &name) const {
     RecordWriter head;
     const std::string path = m_archive.path.toStdString();
@@ -393,10 +463,13 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     head.number(m_device);
     head.step(bits(m_began), 0);
     head.number(m_entries.size());
+    head.step(bits(m_archive.born), 0);
+    head.step(bits(m_archive.folderBorn), 0);
 
     RecordWriter out;
     out.reserve(kUsualEntry * m_entries.size() + 2 * head.bytes().size());
     out.text(kMagic);
+    out.fixed(kVersion, 1);
     out.fixed(head.bytes().size(), kSizeBytes);
     out.text(head.bytes());
     out.fixed(crcOf(out.bytes()), kCrcBytes);
@@ -416,6 +489,9 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
     if (!openFolder(folders, folder))
         return {platform::Failure::NotFound, "cannot open " + folders.toStdString()};
     folder.removeStaleTemporaries();
+    if (isNewer(folders, name))
+        if (Status kept = keepCopy(folder, fileName(name)); !kept.ok())
+            return kept;
     platform::NewFile file;
     Status status = file.create(folder, platform::NewFile::Guard::Locked);
     if (status.ok())
@@ -436,7 +512,9 @@ void WorkRecord::remove(const QString &folders, const QString &name) {
     if (!openFolder(folders, folder))
         return;
     folder.removeStaleTemporaries();
-    static_cast<void>(folder.removeFile(fileName(name).toStdString()));
+    const std::string file = fileName(name).toStdString();
+    static_cast<void>(folder.removeFile(file));
+    static_cast<void>(folder.removeFile(file + kNewerEnding));
 }
 
 QString WorkRecord::fileName(const QString &name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/entryList.h"
 #include "platform/packedFiles.h"
 #include "storage/storage.h"
 
@@ -20,6 +21,10 @@ struct EntryVersion {
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
     bool written = false; // whether the extraction wrote its file
+    // With `written`: the file is the user's, and a save has packed it.
+    bool edited = false;
+    // Not extracted: the user has been told of it.
+    bool known = false;
 
     // The size of an entry that was listed only.
     static constexpr std::uint64_t kUnknownSize = platform::PackedFiles::kAnySize;
@@ -39,13 +44,17 @@ class WorkRecord {
         QString path;            // the real one, in the system's form
         platform::FileInfo seen; // at the extraction, or after the last save
         platform::FileInfo folder{};
+        std::int64_t born = 0;       // as Folder::birthTime
+        std::int64_t folderBorn = 0; // that of the folder
 
         // True if this is the archive at `other`, whose content may have changed. At another path
-        // it is if nothing has the old one any more, the names differ in case at most, and the file
-        // or its folder is still the same one: the folder of the game was moved, or the archive
-        // renamed. An archive on a disk that is not mounted is not the same as one elsewhere. A
-        // path of Windows is the same as one of POSIX that ends like it: both systems share the
-        // disk.
+        // it is if nothing has the old one any more, and either the names differ in case at most
+        // and the file is still the same one, or the names are the same and the folder is: the
+        // folder of the game was moved, or the archive renamed. Identities count only with the
+        // time when file or folder were made, or else with size and time of the file: the numbers
+        // of deleted ones are used again. An archive on a disk that is not mounted is not the same
+        // as one elsewhere. A path of Windows is the same as one of POSIX that ends like it: both
+        // systems share the disk.
         bool isSame(const Archive &other) const;
     };
 
@@ -90,8 +99,9 @@ class WorkRecord {
     void put(Entry entry);
 
     // The files in the versions that the archive held: `hold` of the result tells whether a file of
-    // the work folder is one of these.
-    platform::PackedFiles knownFiles() const;
+    // the work folder is one of these. A version that the user has made is one only if the archive
+    // still holds it by `listing`, which may be null.
+    platform::PackedFiles knownFiles(const EntryList *listing) const;
 
     // The archive at a path in the program's form; none if it cannot be examined.
     static std::optional<Archive> archiveAt(const QString &path);
@@ -103,11 +113,14 @@ class WorkRecord {
     static std::optional<Archive> readArchive(const QString &folders, const QString &name);
     // Whether there is a record, which may be unreadable.
     static bool exists(const QString &folders, const QString &name);
-    // Replaces the record atomically. After a failure, the earlier one is there.
+    // Whether there is one of a version that this program does not know.
+    static bool isNewer(const QString &folders, const QString &name);
+    // Replaces the record atomically; one of a newer version is kept beside it. After a failure,
+    // the earlier one is there.
     platform::Status write(const QString &folders, const QString &name) const;
     // Deletes what a killed write() has left.
     static void removeTemporaries(const QString &folders);
-    // Deletes the record, if there is one, and these.
+    // Deletes the record, if there is one, what write() has kept of a newer version, and these.
     static void remove(const QString &folders, const QString &name);
     // The name of its file, which holds that of the work folder, or its start if it is long.
     static QString fileName(const QString &name);

@@ -153,7 +153,7 @@ std::int32_t clean(const std::string &archive, const std::string &folder, bool c
         const auto read = WorkRecord::read(place.absolutePath(), place.fileName());
         if (!read)
             return 1;
-        known = read->knownFiles();
+        known = read->knownFiles(nullptr);
         cleaner.trashOthers(known);
     }
     std::set<std::string, std::greater<>> folders; // subfolders first

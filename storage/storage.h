@@ -143,6 +143,9 @@ class Folder {
     Status openFile(const std::string &name, InputFile &file, Links links, FileInfo &info) const;
     // The information on a file or folder; of a link itself unless followed.
     Status info(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
+    // When a file or folder was made, in nanoseconds since 1970; 0 if the disk does not tell. With
+    // the identity, whose numbers are used again after a deletion, it identifies one for all time.
+    std::int64_t birthTime(const std::string &name) const;
     // Whether the system caches file information of this disk for a while, as it does for a file
     // server.
     bool keepsInfo() const;

@@ -119,7 +119,7 @@ struct ChangedFiles::Task {
 
     void load() {
         if (const auto record = WorkRecord::read(parent, workFolder)) {
-            m_known = record->knownFiles();
+            m_known = record->knownFiles(listing.get());
             for (const WorkRecord::Entry &entry : record->entries())
                 if (const QString path = QString::fromStdString(entry.path).replace('/', '\\');
                     entry.written || !m_paths.contains(foldedPath(path)))

@@ -231,8 +231,10 @@ class frmMain : public QWidget {
     // these, "" if there are none.
     enum class Others { Keep, Trash };
     QString CleanUpWorkFolder(const platform::PackedFiles *known, Others others);
-    // The files of the work folder in the versions that the archive holds.
-    platform::PackedFiles KnownFiles() const;
+    // The files of the work folder in the versions that the archive held, or holds by a listing.
+    platform::PackedFiles KnownFiles(const ChangedFiles::Listing &listing) const;
+    // The entries of the archive as it is now; null if it cannot be read.
+    ChangedFiles::Listing ListedNow() const;
     // The listed entries, by their content alone.
     platform::PackedFiles ListedFiles() const;
     // Deletes the files of entries that the archive has lost since the extraction, and the folders
@@ -279,7 +281,8 @@ class frmMain : public QWidget {
     ArchiveTree *m_tree;          // the model of treArchive
     ArchiveLines *m_lines;        // the model of lstArchive
     mutable QString m_assignedIn; // the parent of the work folders at AssignWorkFolders
-    // The archives of the recorded work folders there that no entry of the drop-down has, by name.
+    // The archives of the recorded work folders there that no entry of the drop-down has, by name;
+    // without a path if the record is unreadable.
     mutable QHash<QString, WorkRecord::Archive> m_ownerless;
     QSet<QString> m_emptied; // work folders whose record a clean-up has deleted
     ChangedFiles *m_changes;

@@ -188,7 +188,8 @@ QString frmMain::UnsavedNote() const {
     const QString folder = platform::nativePath(WorkFolder());
     QStringList names;
     QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    const platform::PackedFiles known = files.hasNext() ? KnownFiles() : platform::PackedFiles();
+    const platform::PackedFiles known =
+        files.hasNext() ? KnownFiles(m_listing) : platform::PackedFiles();
     std::uint64_t unread = kMostRead;
     while (files.hasNext()) {
         const std::string path = files.next().toStdString();

@@ -233,7 +233,7 @@ QString frmMain::ConflictText() {
     const auto copied = CopyTheirs(notExtracted, copy);
     const auto missing = without(notExtracted, copied);
     for (EntryVersion entry : without(conflicts, missing)) {
-        entry.written = true; // whatever its file is, the user knows which one is packed over it
+        entry.known = true;
         m_conflicts.push_back(std::move(entry));
     }
     const auto shownPath = [](const QString &path) {
@@ -244,8 +244,10 @@ QString frmMain::ConflictText() {
     if (ReadRecord())
         text += " changed in your work folder and, by another program, in the archive too. ";
     else if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
-        text += verb + " from the archive, and as the record of the extraction is damaged, Orvel "
-                       "does not know which versions are newer. ";
+        text += verb + " from the archive, and as the record of the extraction is " +
+                (WorkRecord::isNewer(WorkFolders(), WorkFolderName()) ? "of a newer Orvel"
+                                                                      : "damaged") +
+                ", Orvel does not know which versions are newer. ";
     else
         text += verb +
                 " from the archive, and as there is no record of their extraction, Orvel does "

@@ -4,25 +4,67 @@
 #include "workspace/controls.h"
 #include "workspace/frmMain.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QFont>
 #include <QSet>
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
 namespace {
 
-// A work folder that a record says the archive of.
+// A work folder with a record.
 struct Recorded {
     QString name;
-    WorkRecord::Archive archive;
+    QString stored;                             // its name on the disk; "" if it is not there
+    std::optional<WorkRecord::Archive> archive; // none if the record is unreadable
 };
 
-// The work folders in `folders` that have a record. The record of a folder that was removed by hand
-// is removed.
+constexpr int kDaysKept = 90;
+
+QString foldedName(const QString &name) {
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
+// Names that lead to one folder, or to one record.
+class NameSet {
+  public:
+    void insert(const QString &name) {
+        m_keys.insert(foldedName(name));
+        m_keys.insert(foldedName(WorkRecord::fileName(name)));
+    }
+    bool contains(const QString &name) const {
+        return m_keys.contains(foldedName(name)) ||
+               m_keys.contains(foldedName(WorkRecord::fileName(name)));
+    }
+
+  private:
+    QSet<QString> m_keys;
+};
+
+// The same for two records of one folder.
+QString placeOf(const Recorded &folder) {
+    return folder.stored.isEmpty() ? foldedName(folder.name) : folder.stored;
+}
+
+bool isSameName(const QString &a, const QString &b) {
+    NameSet names;
+    names.insert(a);
+    return names.contains(b);
+}
+
+// Whether nothing has been left of a record's work for so long that it will not come back. A folder
+// or a disk may be away for some time.
+bool isForgotten(const Recorded &folder, const QFileInfo &record) {
+    return folder.stored.isEmpty() && folder.archive && !QFileInfo::exists(folder.archive->path) &&
+           record.lastModified().daysTo(QDateTime::currentDateTime()) > kDaysKept;
+}
+
+// The work folders in `folders` that have a record, also those that are away.
 std::vector<Recorded> recordedFolders(const QString &folders) {
     const QString pattern = WorkRecord::fileName("*");
     const qsizetype before = pattern.indexOf('*');
@@ -35,18 +77,27 @@ std::vector<Recorded> recordedFolders(const QString &folders) {
             for (const QString &folder : parent.entryList(QDir::Dirs | QDir::Hidden))
                 if (WorkRecord::fileName(folder) == file)
                     name = folder; // too long for the record's name
-        if (platform::storedName(folders + '\\' + name).isEmpty())
+        Recorded folder{name, platform::storedName(folders + '\\' + name),
+                        WorkRecord::readArchive(folders, name)};
+        if (isForgotten(folder, QFileInfo(parent, file)))
             WorkRecord::remove(folders, name);
-        else if (auto archive = WorkRecord::readArchive(folders, name))
-            found.push_back({name, std::move(*archive)});
+        else
+            found.push_back(std::move(folder));
     }
+    // If two records lead to one folder, that of exactly its name comes first.
+    const auto rank = [](const Recorded &folder) {
+        return folder.stored == folder.name ? 0 : folder.stored.isEmpty() ? 2 : 1;
+    };
+    std::stable_sort(found.begin(), found.end(), [&](const Recorded &left, const Recorded &right) {
+        return rank(left) < rank(right);
+    });
     return found;
 }
 
 // Archives whose names differ only in case have the same text, but must not share a work folder.
 // Folder names must not end in blanks or dots or be a Windows device name, as in "Con.old"; the
 // rules are the same on all systems, so that work folders can be moved.
-QString folderNameFor(const QString &text, const QSet<QString> &taken) {
+QString folderNameFor(const QString &text, const NameSet &taken) {
     QString folder = text;
     folder.replace('/', '-').replace('\\', '-'); // of an archive outside the game's folder
     if (platform::isDeviceName(text.toStdString()))
@@ -65,29 +116,66 @@ void frmMain::AssignWorkFolders() const {
     m_assignedIn = WorkFolders();
     const std::vector<Recorded> recorded = recordedFolders(m_assignedIn);
     // Folders of archives that are no longer there keep their names too.
-    QSet<QString> taken;
+    NameSet taken;
     for (const Recorded &folder : recorded)
         taken.insert(folder.name);
-    m_ownerless.clear();
+    const auto count = static_cast<std::size_t>(drpVL2File->count());
+    const auto textOf = [&](std::size_t entry) {
+        return drpVL2File->itemText(static_cast<int>(entry));
+    };
+    std::vector<std::optional<WorkRecord::Archive>> archives(count);
+    for (std::size_t entry = 0; entry < count && !recorded.empty(); ++entry)
+        archives[entry] = WorkRecord::archiveAt(ArchivePath(static_cast<int>(entry)));
+    std::vector<QString> names(count);
     QSet<QString> given;
-    for (int entry = 0; entry < drpVL2File->count(); ++entry) {
-        const QString text = drpVL2File->itemText(entry);
-        QString name;
-        const auto archive =
-            recorded.empty() ? std::nullopt : WorkRecord::archiveAt(ArchivePath(entry));
-        for (const Recorded &folder : recorded)
-            if (archive && !given.contains(folder.name) && folder.archive.isSame(*archive) &&
-                name != text)
-                name = folder.name;
-        given.insert(name);
-        if (name.isEmpty())
-            name = folderNameFor(text, taken);
-        taken.insert(name);
-        drpVL2File->setItemData(entry, name, kWorkFolderRole);
+    // Gives each archive without a folder the first one that it owns, that of its text if there are
+    // several.
+    const auto give = [&](auto isOwner) {
+        for (std::size_t entry = 0; entry < count; ++entry) {
+            const Recorded *found = nullptr;
+            for (const Recorded &folder : recorded) {
+                const bool isBetter =
+                    found == nullptr || (folder.name == textOf(entry) &&
+                                         folder.stored.isEmpty() == found->stored.isEmpty());
+                if (names[entry].isEmpty() && isBetter && !given.contains(placeOf(folder)) &&
+                    isOwner(folder, entry))
+                    found = &folder;
+            }
+            if (found == nullptr)
+                continue;
+            // The record's name may be the start of the folder's only.
+            const QString own = folderNameFor(textOf(entry), {});
+            const bool isOwn = found->stored.isEmpty() &&
+                               WorkRecord::fileName(own) == WorkRecord::fileName(found->name);
+            names[entry] = isOwn ? own : found->name;
+            given.insert(placeOf(*found));
+        }
+    };
+    give([&](const Recorded &folder, std::size_t entry) {
+        return folder.archive && archives[entry] && folder.archive->path == archives[entry]->path;
+    });
+    give([&](const Recorded &folder, std::size_t entry) {
+        return folder.archive && archives[entry] && folder.archive->isSame(*archives[entry]);
+    });
+    // Without a readable record, the name tells whose a folder is, if it is that of one archive.
+    const std::vector<QString> known = names;
+    give([&](const Recorded &folder, std::size_t entry) {
+        std::size_t owners = 0;
+        for (std::size_t i = 0; i < count && !folder.archive; ++i)
+            if (known[i].isEmpty() && isSameName(folderNameFor(textOf(i), {}), folder.name))
+                owners += i == entry ? 1 : count;
+        return owners == 1;
+    });
+    for (std::size_t entry = 0; entry < count; ++entry) {
+        if (names[entry].isEmpty())
+            names[entry] = folderNameFor(textOf(entry), taken);
+        taken.insert(names[entry]);
+        drpVL2File->setItemData(static_cast<int>(entry), names[entry], kWorkFolderRole);
     }
+    m_ownerless.clear();
     for (const Recorded &folder : recorded)
-        if (!given.contains(folder.name))
-            m_ownerless.insert(folder.name, folder.archive);
+        if (!folder.stored.isEmpty() && !given.contains(placeOf(folder)))
+            m_ownerless.insert(folder.name, folder.archive.value_or(WorkRecord::Archive()));
     MarkAllWork();
 }
 
@@ -103,9 +191,11 @@ QString frmMain::OtherWorkNote() const {
         const QString path = platform::nativePath(m_assignedIn + '\\' + folder.key());
         if ((hasName || isFile) &&
             QDirIterator(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories).hasNext())
-            lines.append(
-                QStringLiteral("The folder %1 holds work for %2.")
-                    .arg(QDir::toNativeSeparators(path), QDir::toNativeSeparators(folder->path)));
+            lines.append(QStringLiteral("The folder %1 holds work%2.")
+                             .arg(QDir::toNativeSeparators(path),
+                                  folder->path.isEmpty()
+                                      ? ", but its record does not say for which archive"
+                                      : " for " + QDir::toNativeSeparators(folder->path)));
     }
     lines.sort();
     return lines.join('\n');

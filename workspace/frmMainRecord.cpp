@@ -138,7 +138,6 @@ std::optional<std::vector<WorkRecord::Entry>> frmMain::SaveBase() const {
     std::vector<WorkRecord::Entry> base;
     if (record)
         base = record->takeEntries();
-    // Later ones replace earlier ones.
     if (m_conflictArchive == ArchivePath())
         for (const EntryVersion &conflict : m_conflicts)
             static_cast<EntryVersion &>(base.emplace_back()) = conflict;

@@ -97,7 +97,7 @@ void frmMain::cmdCancel_Click() {
     DisableWindow();
     platform::postponeRepaint(); // a small archive is saved or cleaned up before that
     StopLooking();
-    const platform::PackedFiles known = KnownFiles();
+    const platform::PackedFiles known = KnownFiles(ListedNow());
     const QString note = CleanUpWorkFolder(&known, Others::Trash);
     platform::setMousePointer(this, 0);
     EnableWindow();
@@ -105,9 +105,24 @@ void frmMain::cmdCancel_Click() {
         ShowNote(note);
 }
 
-platform::PackedFiles frmMain::KnownFiles() const {
+platform::PackedFiles frmMain::KnownFiles(const ChangedFiles::Listing &listing) const {
     const auto record = ReadRecord();
-    return record ? record->knownFiles() : ListedFiles();
+    return record ? record->knownFiles(listing.get()) : ListedFiles();
+}
+
+// Another program may have replaced the archive since it was listed.
+ChangedFiles::Listing frmMain::ListedNow() const {
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
+    if (archive && sameVersion(archive->seen, m_listed))
+        return m_listing;
+    cUnzip now;
+    now.setZipFile(ArchivePath());
+    try {
+        now.Directory();
+    } catch (const platform::RuntimeError &) {
+        return nullptr;
+    }
+    return now.Entries();
 }
 
 platform::PackedFiles frmMain::ListedFiles() const {

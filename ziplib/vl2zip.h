@@ -114,8 +114,9 @@ typedef struct ZPVERSION {
     const char *path; /* "/" between the folders; UTF-8 on every system */
     uint64_t size;    /* UINT64_MAX in a base: unknown */
     uint32_t crc;
-    int32_t written; /* in a base: whether a file was written for the entry. On a disk that ignores
-                      * letter case, there is one file for entries that differ in case only. */
+    int32_t written; /* in a base: whether a file was written for the entry, one of the following.
+                      * On a disk that ignores letter case, there is one file for entries that
+                      * differ in case only. */
     /* In a base: whether the file that was written has `size` bytes, and every later change of it
      * shows in its size or one of the fields below, also after a power cut. */
     int32_t timesTell;
@@ -124,6 +125,14 @@ typedef struct ZPVERSION {
     int64_t modified;
     int64_t changed;
 } ZPVERSION;
+#define VL2ZIP_LISTED 0    /* no file was written */
+#define VL2ZIP_EXTRACTED 1 /* the entry was extracted */
+#define VL2ZIP_EDITED                                                                              \
+    2 /* the file is the user's, and an earlier call has packed it: if the                         \
+       * archive no longer holds it, it counts as changed */
+#define VL2ZIP_KNOWN                                                                               \
+    3 /* not the base, but a later version of the entry, of which the user has                     \
+       * been told: a file that is not as in the base is packed over it */
 typedef void (*VL2ZIP_CONFLICT)(const ZPVERSION *entry);
 
 /* Registers a callback for the calls that follow, or none. At the end of each ZpArchive that adds

@@ -109,6 +109,15 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
     return {};
 }
 
+std::int64_t Folder::birthTime(const std::string &name) const {
+    struct statx found {};
+    const bool known = statx(static_cast<int>(m_handle), name.c_str(), AT_SYMLINK_NOFOLLOW,
+                             STATX_BTIME, &found) == 0 &&
+                       (found.stx_mask & STATX_BTIME) != 0;
+    return known ? std::int64_t{found.stx_btime.tv_sec} * 1'000'000'000 + found.stx_btime.tv_nsec
+                 : 0;
+}
+
 bool Folder::keepsInfo() const {
     return !replacesOpenFiles(static_cast<int>(m_handle));
 }

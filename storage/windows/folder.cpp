@@ -116,6 +116,19 @@ Status Folder::info(const std::string &name, FileInfo &info, Links links) const 
     return error != ERROR_SUCCESS ? errorStatus(error, "cannot examine", pathOf(name)) : Status();
 }
 
+std::int64_t Folder::birthTime(const std::string &name) const {
+    Access access;
+    access.rights = FILE_READ_ATTRIBUTES;
+    access.options = FILE_OPEN_REPARSE_POINT;
+    Handle item;
+    FILE_BASIC_INFO times{};
+    const bool known =
+        openAt(handleOf(m_handle), name, access, item) >= 0 &&
+        GetFileInformationByHandleEx(item.get(), FileBasicInfo, &times, sizeof times) &&
+        times.CreationTime.QuadPart != 0;
+    return known ? nanoseconds(times.CreationTime) : 0;
+}
+
 bool Folder::keepsInfo() const {
     return false; // each query opens the file
 }

@@ -22,6 +22,7 @@ class WorkRecordTest : public testing::Test {
         made.crc = 0xDEADBEEF ^ static_cast<std::uint32_t>(number);
         made.dosTime = 0x5A21'6C20;
         made.written = number % 7 != 3;
+        made.edited = made.written && number % 5 == 1;
         platform::FileInfo file;
         file.kind = platform::FileInfo::Kind::File;
         file.size = made.size;
@@ -40,7 +41,10 @@ class WorkRecordTest : public testing::Test {
         began.device = 0xFD02;
         began.changed = kBegan;
         WorkRecord made({"/game/base/b\u00E4se.vl2",
-                         {platform::FileInfo::Kind::File, false, 77, -1, INT64_MAX, UINT64_MAX, 5}},
+                         {platform::FileInfo::Kind::File, false, 77, -1, INT64_MAX, UINT64_MAX, 5},
+                         {},
+                         6,
+                         -7},
                         began);
         for (int i = 0; i < count; ++i)
             made.put(entry("textures/skins/base " + std::to_string(i) + ".png", i));
@@ -61,9 +65,9 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
         const WorkRecord::Entry *is = read->find(was.path);
         ASSERT_NE(is, nullptr) << was.path;
         ASSERT_TRUE(is->sameBytes(was) && is->dosTime == was.dosTime &&
-                    is->written == was.written && is->timesTell == was.timesTell &&
-                    is->timesTell == was.written && is->file.size == was.file.size &&
-                    is->file.modified == was.file.modified &&
+                    is->written == was.written && is->edited == was.edited &&
+                    is->timesTell == was.timesTell && is->timesTell == was.written &&
+                    is->file.size == was.file.size && is->file.modified == was.file.modified &&
                     is->file.changed == was.file.changed && sameFile(is->file, was.file))
             << was.path;
     }
@@ -72,10 +76,22 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
     ASSERT_TRUE(archive && archive->isSame(written.archive()));
     EXPECT_EQ(archive->seen.changed, INT64_MAX);
     EXPECT_EQ(archive->seen.id, 5U);
+    EXPECT_EQ(archive->born, 6);
+    EXPECT_EQ(archive->folderBorn, -7);
     EXPECT_FALSE(archive->isSame({"/game/base/other.vl2", archive->seen}));
     WorkRecord::remove(folders(), "Base");
     EXPECT_FALSE(WorkRecord::exists(folders(), "Base"));
     EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+TEST_F(WorkRecordTest, of_version_2_is_read_and_tells_what_a_save_has_put_into_it) {
+    std::filesystem::copy_file(dataFile("records/version2.record"), file());
+    const auto read = WorkRecord::read(folders(), "Base");
+    ASSERT_TRUE(read && read->entries().size() == 5);
+    EXPECT_TRUE(read->archive().path.endsWith("/base/job.vl2"));
+    for (const WorkRecord::Entry &entry : read->entries())
+        EXPECT_TRUE(entry.written && entry.edited == (entry.path == "b.cs")) << entry.path;
+    EXPECT_FALSE(WorkRecord::isNewer(folders(), "Base"));
 }
 
 TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
@@ -104,7 +120,8 @@ TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
         const auto fails = [](platform::InputFile &) {
             return platform::Status(platform::Failure::Io, "must not be read");
         };
-        EXPECT_EQ(made.knownFiles().hold(u"a", known.file, true, fails), row.trusted) << row.what;
+        EXPECT_EQ(made.knownFiles(nullptr).hold(u"a", known.file, true, fails), row.trusted)
+            << row.what;
     }
 }
 
@@ -131,12 +148,22 @@ TEST_F(WorkRecordTest, finds_its_archive_again_only_by_the_file_or_its_folder) {
         bool keepsFile, keepsFolder;
         const char *name, *left; // "" for nothing
         bool same;
+        std::uint64_t size = 0; // of the file
+        std::int64_t born = 0, folderBorn = 9;
     };
     for (const Row &row :
          {Row{"moved", true, false, "base.vl2", "", true},
           Row{"moved with its folder and replaced", false, true, "base.vl2", "", true},
           Row{"another game's", false, false, "base.vl2", "", false},
+          Row{"another game's, with the number of the deleted one", true, false, "base.vl2", "",
+              false, 1},
+          Row{"changed in place, and moved", true, false, "base.vl2", "", true, 1, 8},
+          Row{"another game's of the same size", true, false, "base.vl2", "", false, 0, 7},
+          Row{"another game's folder, with its number", false, true, "base.vl2", "", false, 0, 8,
+              7},
           Row{"renamed in case", true, true, "BASE.VL2", "", true},
+          Row{"one of two, the other one is away", false, true, "BASE.VL2", "",
+              platform::namesIgnoreCase()},
           Row{"another name", true, true, "other.vl2", "", false},
           Row{"one of two", true, true, "BASE.vl2", "base.vl2", false}}) {
         const auto fileOf = [](std::uint64_t id) {
@@ -149,10 +176,12 @@ TEST_F(WorkRecordTest, finds_its_archive_again_only_by_the_file_or_its_folder) {
         std::filesystem::create_directories(folder / "game");
         if (*row.left != '\0')
             writeFile(folder / "game" / row.left, "");
-        const WorkRecord::Archive known{there + "base.vl2", fileOf(1), fileOf(2)};
-        const WorkRecord::Archive other{folders() + "/elsewhere/" + row.name,
-                                        fileOf(row.keepsFile ? 1 : 3),
-                                        fileOf(row.keepsFolder ? 2 : 4)};
+        const WorkRecord::Archive known{there + "base.vl2", fileOf(1), fileOf(2), 8, 9};
+        WorkRecord::Archive other{folders() + "/elsewhere/" + row.name,
+                                  fileOf(row.keepsFile ? 1 : 3), fileOf(row.keepsFolder ? 2 : 4)};
+        other.seen.size = row.size;
+        other.born = row.born;
+        other.folderBorn = row.folderBorn;
         EXPECT_EQ(known.isSame(other), row.same) << row.what;
     }
     // On a disk that two systems share.
@@ -181,6 +210,17 @@ TEST_F(WorkRecordTest, counts_as_none_if_it_is_not_whole) {
         const auto archive = WorkRecord::readArchive(folders(), "Base");
         ASSERT_TRUE(archive && archive->isSame(record(0).archive())) << "flipped at " << cut;
     }
+    // One of a newer version is not lost.
+    std::string newer = whole;
+    newer[7] = '\x7F';
+    writeFile(file(), newer);
+    EXPECT_FALSE(WorkRecord::read(folders(), "Base"));
+    for (int time = 0; time < 2; ++time)
+        EXPECT_TRUE(record(20).write(folders(), "Base").ok());
+    EXPECT_EQ(readFile(folder / (file().filename().string() + ".newer")), newer);
+    EXPECT_EQ(namesIn(folder.path()).size(), 2U);
+    WorkRecord::remove(folders(), "Base");
+    EXPECT_TRUE(namesIn(folder.path()).empty());
     writeFile(file(), whole + '\0');
     EXPECT_FALSE(WorkRecord::read(folders(), "Base"));
     std::filesystem::remove(file());

@@ -270,10 +270,29 @@ TEST(frmMainBrowse, tells_archives_apart_whose_names_differ_in_case_and_their_wo
     }
     seen.sort();
     EXPECT_EQ(joined(seen), "\\lower.txt|\\mixed.txt|\\upper.txt");
+    // While one is away, the other one does not get its work.
+    for (const char *folder : {"/Base", "/Base~2"})
+        if (const QString file = game.temp() + folder + "/upper.txt"; QFile::exists(file))
+            writeFile(file, "mine");
+    ASSERT_TRUE(QFile::rename(game.archive("BASE.vl2"), game.root() + "/away"));
+    MainWindow next;
+    next.pick(0);
+    next.click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(game.archive("base.VL2")).count("upper.txt"), 0U);
+    // An archive outside the game's folder, and the folder's own one.
+    const QString outside = game.root() + "/maps/a/job.vl2";
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(outside).path()));
+    makeArchive(outside, {{"a.txt", "outside"}});
+    makeArchive(game.archive("a-job.vl2"), {{"a.txt", "a"}});
+    MainWindow last;
+    last.form().ChooseArchive(outside);
+    last.click("cmdExtract");
+    last.pick("A-job");
+    EXPECT_EQ(joined(last.enabledButtons()), "Extract");
 }
 
 TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_removed) {
-    for (const bool damaged : {false, true}) {
+    for (const QByteArray record : {"whole", "damaged", "unreadable"}) {
         const TempGame game;
         // The first one would get the work folder "Base", and sorts first.
         const QString first = game.archive("base .vl2");
@@ -286,9 +305,9 @@ TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_rem
             writeFile(game.temp() + "/Base/a.txt", "edited");
         }
         // Its start and its end name the archive.
-        const QString record = game.temp() + "/.orvel-Base.record";
-        if (damaged)
-            writeFile(record, "damaged" + readFile(record).mid(7));
+        const QString file = game.temp() + "/.orvel-Base.record";
+        if (record != "whole")
+            writeFile(file, record + (record == "damaged" ? readFile(file).mid(7) : ""));
         makeArchive(first, {{"a.txt", "first"}});
         const auto bold = [](const MainWindow &shown, int entry) {
             return shown.dropDown()->itemData(entry, Qt::FontRole).value<QFont>().bold();
@@ -307,9 +326,16 @@ TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_rem
             EXPECT_FALSE(bold(next, 0));
             if (removed)
                 break;
-            EXPECT_TRUE(bold(next, 1));
             EXPECT_EQ(next.dropDown()->itemText(1), "Base");
             next.pick(1);
+            if (record == "unreadable") { // both may be its archive
+                EXPECT_EQ(joined(next.enabledButtons()), "Extract");
+                EXPECT_TRUE(next.note().endsWith("holds work, but its record does not say for "
+                                                 "which archive."))
+                    << next.note().toStdString();
+                break;
+            }
+            EXPECT_TRUE(bold(next, 1));
             EXPECT_EQ(joined(next.enabledButtons()), kExtracted);
         }
         EXPECT_EQ(readFile(game.temp() + "/Base/a.txt"), "edited");
@@ -333,6 +359,18 @@ TEST(frmMainBrowse, keeps_a_work_folder_for_its_archive_whatever_is_added_or_rem
     window.pick(0);
     EXPECT_EQ(joined(window.enabledButtons()), "Extract");
     EXPECT_EQ(joined(window.boldEntries()), "");
+    // A record goes if its archive and its work folder have been away for a long time.
+    ASSERT_TRUE(QDir(game.temp() + "/Base").removeRecursively());
+    const QString record = game.temp() + "/.orvel-Base.record";
+    for (const int days : {10, 100}) {
+        setFileTime(pathOf(record), QDateTime::currentSecsSinceEpoch() - days * 86400);
+        MainWindow later;
+        EXPECT_EQ(QFile::exists(record), days == 10);
+        later.pick(0);
+        later.click("cmdExtract");
+        EXPECT_EQ(QFile::exists(game.temp() + "/Base/a.txt"), days == 100);
+        later.click("cmdCancel");
+    }
 }
 
 TEST(frmMainBrowse, shows_the_state_of_a_file_and_disables_every_action_without_an_archive) {

@@ -54,7 +54,7 @@ ziplib::BaseVersion baseVersion(const ZPVERSION &given) {
     ziplib::BaseVersion version;
     version.size = given.size;
     version.crc = given.crc;
-    version.written = given.written != 0;
+    version.written = given.written;
     version.timesTell = given.written != 0 && given.timesTell != 0;
     version.device = given.device;
     version.id = given.id;

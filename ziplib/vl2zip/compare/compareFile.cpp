@@ -129,13 +129,22 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, c
     return Verdict::Pack;
 }
 
-// Finds out whether a disputed file has the bytes that the archive held at the extraction. Then the
-// archive alone was changed, and its state stays.
-Status compareBase(SourceFile &file, const BaseVersion &base, FoundFile &found, bool &same) {
+// Finds out whether a disputed file has bytes that the archive held at the extraction or later, and
+// that are not the user's. Then the archive alone was changed, and its state stays.
+Status compareBase(SourceFile &file, const Candidate &candidate, FoundFile &found, bool &same) {
+    const BaseVersion *base = candidate.base;
+    if (base != nullptr && base->written == VL2ZIP_EDITED)
+        base = nullptr;
+    same = false;
+    if (base == nullptr && candidate.known == nullptr)
+        return {};
     std::uint64_t size = 0;
     file.rewind();
     auto read = file.measure(found.crc, size);
-    same = read.ok() && base.isOf(size, found.crc);
+    const auto isOf = [&](const BaseVersion *version) {
+        return version != nullptr && version->isOf(size, found.crc);
+    };
+    same = read.ok() && (isOf(base) || isOf(candidate.known));
     return read;
 }
 
@@ -200,8 +209,8 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
         found.packed = true;
         return {};
     }
-    if (compared.ok() && !same && candidate.disputed && candidate.base != nullptr)
-        compared = compareBase(file, *candidate.base, found, asExtracted);
+    if (compared.ok() && !same && candidate.disputed)
+        compared = compareBase(file, candidate, found, asExtracted);
     if (compared.ok() && !same && !asExtracted && entry != nullptr)
         compared = looksCutOff(context, file, index, cutOff);
     if (!compared.ok())
@@ -222,7 +231,8 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     // A file that the options leave out but the archive holds already stays in the archive.
     if (same && result.verdict != Verdict::Pack)
         result.verdict = Verdict::Same;
-    if (!same && result.verdict == Verdict::Pack && candidate.disputed && entry != nullptr)
+    const bool isOpen = candidate.disputed && !candidate.settled && entry != nullptr;
+    if (!same && result.verdict == Verdict::Pack && isOpen)
         result.verdict = Verdict::Conflict;
     if (result.verdict == Verdict::Pack && candidate.obstructed)
         result.verdict = Verdict::Obstructed;

@@ -10,16 +10,16 @@
 
 namespace ziplib {
 
-const BaseVersion *Base::find(const std::string &path) const {
-    const auto found = m_versions.find(path);
-    return found == m_versions.end() ? nullptr : &found->second;
+const BaseVersion *Base::find(const Versions &versions, const std::string &path) {
+    const auto found = versions.find(path);
+    return found == versions.end() ? nullptr : &found->second;
 }
 
 std::unordered_multimap<std::string, const Base::Versions::value_type *>
 Base::writtenByFold() const {
     std::unordered_multimap<std::string, const Versions::value_type *> found;
     for (const auto &version : m_versions)
-        if (version.second.written)
+        if (version.second.written != VL2ZIP_LISTED)
             found.emplace(platform::foldCase(version.first), &version);
     return found;
 }
@@ -49,9 +49,12 @@ void Base::mark(const Directory &directory, const EntryPaths &entries, const Sca
         idle();
         if (candidate.folder)
             continue;
-        candidate.base = find(std::string(candidate.path));
-        const bool isOwn =
-            candidate.base != nullptr ? candidate.base->written : candidate.twins == nullptr;
+        candidate.base = find(m_versions, std::string(candidate.path));
+        candidate.known = find(m_known, std::string(candidate.path));
+        // Whatever a file is, the user knows what it is packed over.
+        const bool isOwn = candidate.known != nullptr ||
+                           (candidate.base != nullptr ? candidate.base->written != VL2ZIP_LISTED
+                                                      : candidate.twins == nullptr);
         if (isOwn)
             candidate.twins.reset();
         const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && candidate.twins != nullptr;
@@ -62,12 +65,15 @@ void Base::mark(const Directory &directory, const EntryPaths &entries, const Sca
             continue;
         }
         const Entry &entry = directory.entries()[candidate.entry];
-        // The entry's path may differ from the file's in case. A version of it that the user has
-        // seen is stored under the entry's own path.
-        const BaseVersion *ofEntry = isOfUnknown ? nullptr : find(directory.path(entry));
+        // The entry's path may differ from the file's in case.
+        const std::string path = directory.path(entry);
+        const BaseVersion *ofEntry = isOfUnknown ? nullptr : find(m_versions, path);
         if (candidate.base == nullptr ||
             (ofEntry != nullptr && ofEntry->isOf(entry.size, entry.crc)))
             candidate.base = ofEntry;
+        candidate.known = find(m_known, path);
+        candidate.settled =
+            candidate.known != nullptr && candidate.known->isOf(entry.size, entry.crc);
         candidate.disputed =
             candidate.base == nullptr || !candidate.base->isOf(entry.size, entry.crc);
     }

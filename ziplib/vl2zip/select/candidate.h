@@ -12,13 +12,13 @@ namespace ziplib {
 
 inline constexpr std::uint32_t kNoEntry = UINT32_MAX;
 
-// What the archive held for a file when it was extracted.
+// What the archive held for a file when it was extracted, or later.
 struct BaseVersion {
     static constexpr std::uint64_t kUnknownSize = UINT64_MAX;
 
     std::uint64_t size = 0;
     std::uint32_t crc = 0;
-    bool written = false; // a file was written for it
+    std::int32_t written = 0; // VL2ZIP_LISTED and the following
     // That file has `size` bytes, and every later change of it shows in its size and these.
     bool timesTell = false;
     std::uint64_t device = 0;
@@ -45,6 +45,9 @@ struct Candidate {
     // entry differs from that, so that folder and archive have to be merged.
     const BaseVersion *base = nullptr;
     bool disputed = false;
+    // The later version of the entry that the user knows, or null; and whether the entry is that.
+    const BaseVersion *known = nullptr;
+    bool settled = false;
     bool folder = false;
     // New, but the archive has a folder of its path or a file of that of one of its folders: no
     // reader could extract both.
