@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDataStream>
+#include <QIODevice>
 #include <QPointer>
 #include <QSocketNotifier>
 #include <QStandardPaths>

@@ -61,11 +61,13 @@ const CheckedFile *Checked::find(std::string_view wanted) const {
 
 void Checked::eachTwin(
     const std::function<void(const CheckedFile &first, const CheckedFile &twin)> &take) const {
-    for (std::size_t i = 1, first = 0; i < byPath.size(); ++i)
-        if (files[byPath[i]].folded == files[byPath[first]].folded)
-            take(files[byPath[first]], files[byPath[i]]);
+    for (std::size_t i = 1, first = 0; i < byPath.size(); ++i) {
+        const CheckedFile &twin = files[byPath[i]];
+        if (twin.folded == files[byPath[first]].folded)
+            take(files[byPath[first]], twin);
         else
             first = i;
+    }
 }
 
 std::uint64_t Checked::size(const CheckedFile &file) const {
@@ -131,11 +133,13 @@ void findFacts(Tree &tree, const Companions &companions, Checked &checked) {
         const ziplib::Directory &directory = checked.archive->directory;
         checked.files.reserve(directory.entries().size());
         checked.byPath.reserve(directory.entries().size());
-        for (const ziplib::Entry &entry : directory.entries())
-            if (directory.isFolder(entry))
+        for (const ziplib::Entry &entry : directory.entries()) {
+            const bool isFolder = directory.isFolder(entry);
+            if (isFolder)
                 checked.folders.push_back(directory.path(entry));
             else
                 addFile(checked, pathIn(directory, entry, checked.texts), &entry, nullptr);
+        }
     } else {
         for (const TreeFile &file : tree.files())
             addFile(checked, file.path, nullptr, &file);

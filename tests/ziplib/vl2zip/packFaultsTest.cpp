@@ -284,12 +284,13 @@ TEST_F(PackFaults, OnlyAFileWhoseTimesProveThatItIsAsExtractedIsNotRead) {
     ziplib::Scan scan;
     scan.began.emplace();
     platform::FileInfo extracted;
-    for (const bool stamps : {false, true})
-        for (const std::int64_t fraction : {0, 1, 1000, 1001}) {
-            scan.stampsWrites = stamps;
-            extracted.changed = 1'000'000'000'000 + fraction;
-            EXPECT_EQ(scan.stampsWritesTo(extracted), stamps && fraction % 10 == 1) << fraction;
-        }
+    for (const std::int64_t fraction : {0, 1, 1000, 1001}) {
+        extracted.changed = 1'000'000'000'000 + fraction;
+        scan.stampsWrites = true;
+        EXPECT_EQ(scan.stampsWritesTo(extracted), fraction % 10 == 1) << fraction;
+        scan.stampsWrites = false;
+        EXPECT_FALSE(scan.stampsWritesTo(extracted));
+    }
     extracted.device = 1;
     EXPECT_FALSE(scan.stampsWritesTo(extracted));
 }
