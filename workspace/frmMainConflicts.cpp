@@ -240,18 +240,17 @@ QString frmMain::ConflictText() {
         return QDir::toNativeSeparators(platform::nativePath(path));
     };
     QString text = namesOf(conflicts);
+    const char *cause = "there is no record of their extraction";
+    if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
+        cause = WorkRecord::isNewer(WorkFolders(), WorkFolderName())
+                    ? "the record of the extraction is of a newer Orvel"
+                    : "the record of the extraction is damaged";
     const QString verb = conflicts.size() == 1 ? " differs" : " differ";
-    if (ReadRecord())
-        text += " changed in your work folder and, by another program, in the archive too. ";
-    else if (WorkRecord::exists(WorkFolders(), WorkFolderName()))
-        text += verb + " from the archive, and as the record of the extraction is " +
-                (WorkRecord::isNewer(WorkFolders(), WorkFolderName()) ? "of a newer Orvel"
-                                                                      : "damaged") +
-                ", Orvel does not know which versions are newer. ";
-    else
-        text += verb +
-                " from the archive, and as there is no record of their extraction, Orvel does "
-                "not know which versions are newer. ";
+    const QString unknown = verb + " from the archive, and as " + cause +
+                            ", Orvel does not know which versions are newer. ";
+    text += ReadRecord()
+                ? " changed in your work folder and, by another program, in the archive too. "
+                : unknown;
     // Without a copy of it, the archive's version would be lost.
     if (!missing.empty()) {
         text += QStringLiteral("Yours are not packed over them as long as the archive's versions "

@@ -10,6 +10,7 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QPushButton>
 
 #include <algorithm>
 #include <array>

@@ -189,13 +189,14 @@ QString frmMain::OtherWorkNote() const {
         const bool hasName = folder.key() == own || folder.key().startsWith(own + '~');
         const bool isFile = seen.id != 0 && sameFile(seen, archive->seen);
         const QString path = platform::nativePath(m_assignedIn + '\\' + folder.key());
-        if ((hasName || isFile) &&
-            QDirIterator(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories).hasNext())
-            lines.append(QStringLiteral("The folder %1 holds work%2.")
-                             .arg(QDir::toNativeSeparators(path),
-                                  folder->path.isEmpty()
-                                      ? ", but its record does not say for which archive"
-                                      : " for " + QDir::toNativeSeparators(folder->path)));
+        if ((!hasName && !isFile) ||
+            !QDirIterator(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories).hasNext())
+            continue;
+        const QString whose = folder->path.isEmpty()
+                                  ? ", but its record does not say for which archive"
+                                  : " for " + QDir::toNativeSeparators(folder->path);
+        lines.append(QStringLiteral("The folder %1 holds work%2.")
+                         .arg(QDir::toNativeSeparators(path), whose));
     }
     lines.sort();
     return lines.join('\n');

@@ -187,7 +187,7 @@ Exit searchGroup(const std::vector<std::unique_ptr<Archive>> &group, const LineP
         "searching", entries,
         [&](std::size_t i, ziplib::EntryReader &reader) {
             OrderedOutput::Part part(output, i);
-            const Status status = Search(pattern, options, entries[i], json, part).run(reader);
+            Status status = Search(pattern, options, entries[i], json, part).run(reader);
             part.finish();
             return status;
         },

@@ -112,13 +112,12 @@ Status Build::find() {
     if (auto found = findCandidates(m_options, m_selection, m_scan, none, idle, m_candidates);
         !found.ok())
         return found;
-    if (!m_options.leftoversToo)
-        std::erase_if(m_candidates, [this](const Candidate &candidate) {
-            if (!isNoContent(candidate.path))
-                return false;
-            m_omitted.emplace_back(candidate.path);
-            return true;
-        });
+    std::erase_if(m_candidates, [this](const Candidate &candidate) {
+        if (m_options.leftoversToo || !isNoContent(candidate.path))
+            return false;
+        m_omitted.emplace_back(candidate.path);
+        return true;
+    });
     if (auto distinct = requireDistinctNames(); !distinct.ok())
         return distinct;
     for (const auto &line : m_scan.leftOut)

@@ -19,10 +19,10 @@ namespace ziplib {
 struct FoundFile {
     std::string_view path; // below the root, UTF-8, "/" between folders; the scan owns the text
     platform::FileInfo info;
-    std::uint32_t crc = 0;             // of its bytes, after a conversion of line ends
-    bool known = false;                // whether `info` is set
-    bool packed = false;               // whether it holds nothing that the archive lacks
-    std::int8_t outcome = VL2ZIP_SAME; // of the save, if packed
+    std::uint32_t crc = 0;              // of its bytes, after a conversion of line ends
+    bool known = false;                 // whether `info` is set
+    bool packed = false;                // whether it holds nothing that the archive lacks
+    std::int16_t outcome = VL2ZIP_SAME; // of the save, if packed
 };
 
 struct Scan {
