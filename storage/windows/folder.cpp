@@ -125,7 +125,9 @@ std::int64_t Folder::birthTime(const std::string &name) const {
     const bool known =
         openAt(handleOf(m_handle), name, access, item) >= 0 &&
         GetFileInformationByHandleEx(item.get(), FileBasicInfo, &times, sizeof times) &&
-        times.CreationTime.QuadPart != 0;
+        times.CreationTime.QuadPart != 0 &&
+        // Wine gives the time of the last write for both.
+        times.CreationTime.QuadPart != times.LastWriteTime.QuadPart;
     return known ? nanoseconds(times.CreationTime) : 0;
 }
 
