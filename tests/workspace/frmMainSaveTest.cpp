@@ -646,7 +646,8 @@ TEST(frmMainSave, merges_after_the_game_or_the_work_folders_were_moved) {
         // Nothing proves that the archive is the same one.
         platform::Folder top;
         ASSERT_TRUE(top.open(job.game.root().toStdString()).ok());
-        const bool wasReplaced = moved == "game" || moved == "name";
+        const bool wasReplaced =
+            moved == "game" || (moved == "name" && !platform::namesIgnoreCase());
         if (moved == "other name" || moved == "game copied" ||
             (wasReplaced && top.birthTime("temp") == 0)) {
             window.pick(moved == "other name" ? "Other" : "Classic");
