@@ -69,6 +69,9 @@ void expectOutcome(HANDLE process, const StartFailed &failed) {
         notifier, &QWinEventNotifier::activated, notifier,
         [=] {
             DWORD code = 0;
+            // The handle stays signalled, so a notifier that still waits for it would be called
+            // again by the system's thread, even while it is deleted.
+            notifier->setEnabled(false);
             notifier->deleteLater();
             if (GetExitCodeProcess(process, &code) && code != 0)
                 failed(QStringLiteral("it ended at once with exit code %1").arg(code));

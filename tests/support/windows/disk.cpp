@@ -35,9 +35,10 @@ void removeTree(const fs::path &folder) {
 
 bool makeLink(const fs::path &target, const fs::path &link) {
     const DWORD kind = fs::is_directory(target) ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
-    // Some systems say yes and make none.
-    return CreateSymbolicLinkW(link.c_str(), target.c_str(), kind) != 0 &&
-           GetFileAttributesW(link.c_str()) != INVALID_FILE_ATTRIBUTES;
+    // Some systems say yes and make none. A folder of that name may still wait for its deletion.
+    const bool made = CreateSymbolicLinkW(link.c_str(), target.c_str(), kind) != 0;
+    const DWORD its = GetFileAttributesW(link.c_str());
+    return made && its != INVALID_FILE_ATTRIBUTES && (its & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
 std::int64_t fileTime(const fs::path &file) {
