@@ -25,12 +25,16 @@ unsigned workerCount(Work work) {
 
 ThreadPool::ThreadPool(unsigned workers, std::size_t window)
     : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)) {
+    m_threads.reserve(m_workers);
+    startThread();
+}
+
+void ThreadPool::startThread() {
     try {
-        m_threads.reserve(m_workers);
-        for (unsigned i = 0; i < m_workers; ++i)
-            m_threads.emplace_back([this, i] { work(i); });
+        const auto worker = static_cast<unsigned>(m_threads.size());
+        m_threads.emplace_back([this, worker] { work(worker); });
     } catch (const std::system_error &) {
-        // Continue with fewer threads, or none.
+        m_refused = true; // continue with fewer threads, or none
     }
 }
 
@@ -46,13 +50,17 @@ ThreadPool::~ThreadPool() {
 
 void ThreadPool::submit(std::unique_ptr<Task> task) {
     bool wake = false;
+    bool start = false;
     {
         const std::lock_guard lock(m_mutex);
         m_tasks.push_back({std::move(task), false});
         wake = m_idle > 0;
+        start = m_tasks.size() - m_started > m_threads.size() - m_busy;
     }
     if (wake)
         m_toDo.notify_one();
+    if (start && !m_refused && m_threads.size() < m_workers)
+        startThread();
 }
 
 std::unique_ptr<ThreadPool::Task> ThreadPool::next(std::chrono::milliseconds wait) {
@@ -87,9 +95,11 @@ void ThreadPool::work(unsigned worker) {
             return;
         Slot &slot = m_tasks[m_started++];
         Task &task = *slot.task;
+        ++m_busy;
         lock.unlock();
         task.run(worker);
         lock.lock();
+        --m_busy;
         slot.done = true;
         // Wakes the caller once half of the window is started: a context switch for every small
         // task would cost as much as the task.

@@ -18,8 +18,9 @@ enum class Work { Computes, Waits };
 // environment variable ORVEL_WORKERS overrides it.
 unsigned workerCount(Work work = Work::Computes);
 
-// Runs tasks on its threads and returns them in the order in which they were submitted. If no
-// thread can be started, next() runs them.
+// Runs tasks on its threads and returns them in the order in which they were submitted. Starts one
+// thread, and each other when a task finds none free. If no thread can be started, next() runs the
+// tasks.
 class ThreadPool {
   public:
     class Task {
@@ -56,10 +57,11 @@ class ThreadPool {
         bool done = false;
     };
 
+    void startThread();
     void work(unsigned worker);
 
     const std::size_t m_window;
-    unsigned m_workers;
+    const unsigned m_workers;
     std::mutex m_mutex;
     std::condition_variable m_toDo;
     std::condition_variable m_done;
@@ -67,7 +69,9 @@ class ThreadPool {
     std::size_t m_started = 0; // of m_tasks, from the front
     bool m_waiting = false;    // the caller is in next()
     unsigned m_idle = 0;       // threads that wait
+    unsigned m_busy = 0;       // threads that run a task
     bool m_ending = false;
+    bool m_refused = false; // the system starts no more threads
     std::vector<std::thread> m_threads;
 };
 
