@@ -9,6 +9,12 @@ import subprocess
 from paired import Candidate
 
 
+def on_screen(screen):
+    """What a command begins with to run on a virtual display."""
+    return ["env"] + ["%s=%s" % (name, text) for name, text in screen.environment.items()
+                      if os.environ.get(name) != text]
+
+
 def sh(*arguments, **options):
     return subprocess.run(arguments, check=True, stdout=subprocess.PIPE, text=True, **options).stdout
 

@@ -18,6 +18,7 @@ import time
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "scripts" / "drive"))
+from environment import on_screen  # noqa: E402
 from paired import Candidate, run_paired  # noqa: E402
 from screen import Screen  # noqa: E402
 
@@ -75,11 +76,8 @@ def measure(title, command):
 def opening(environment, figures, sandbox, archive):
     """Orvel, with its splash screen, beside the archivers of other desktops."""
     with Screen(sandbox.environment, sandbox.folder / "pictures") as screen:
-        setting = ["env"] + ["%s=%s" % (name, text) for name, text in screen.environment.items()
-                             if os.environ.get(name) != text]
-
         def candidate(name, title, command):
-            words = [*setting, sys.executable, __file__, title, *command, str(archive)]
+            words = [*on_screen(screen), sys.executable, __file__, title, *command, str(archive)]
             return Candidate(name, lambda f: words, time_of=lambda spent, report: report["ms"])
 
         ours = candidate("Orvel", "^Orvel v", [environment.programs + "/orvel"])

@@ -1,15 +1,17 @@
 """The figures of a run, and the report page."""
 
+import re
 import sys
 
 HEAD = """# Performance
 
 Orvel compared with other tools in one run on one machine: whole processes, alternating, warm cache,
 medians of {rounds} rounds after a warm-up. The ratios are the result; the times depend on this
-machine and its load. The range in parentheses is that of Orvel's own rounds.
+machine and its load. The range in parentheses is that of Orvel's own rounds. The column "Runs" gives
+the least and the greatest ratio of all runs that the next line dates.
 
 - Machine: {machine}
-- Date: {date}
+- Dates: {dates}; the times are those of the last one
 - Command: `{command}` (its output is this page)
 
 The disk was new: on one without a journal ext4 creates files slowly for minutes after files were
@@ -49,13 +51,57 @@ are the same on every machine. Files are deleted as late as possible.
 """
 
 
+NUMBER = re.compile(r"[0-9]+(?:\.[0-9]+)?")
+
+
+class EarlierRuns:
+    """What the page says already: the dates of its runs, and the range of each ratio."""
+
+    def __init__(self, page):
+        found = re.search(r"^- Dates?:.*", page, re.MULTILINE)
+        self.dates = re.findall(r"[0-9]+-[0-9]+-[0-9]+", found.group()) if found else []
+        self.ranges = {}
+        for line in page.splitlines():
+            cells = [cell.strip(" *") for cell in line.strip().strip("|").split(" | ")]
+            if len(cells) == 8:  # a ratio and a range
+                self._add(self.key(cells[0], cells[2], cells[4]), cells[4] + " " + cells[5])
+            elif len(cells) == 7:  # of a page without ranges
+                self._add(self.key(cells[0], cells[2], cells[4]), cells[4])
+            elif cells[0] in ("highest by lowest", "the same in all runs"):
+                for number, cell in enumerate(cells[1:]):
+                    self._add(("growth", number), cell)
+
+    @staticmethod
+    def key(work, name, ratio):
+        """Of a row: its time and its size have ratios of their own."""
+        return work, name, NUMBER.sub("", ratio, count=1).strip()
+
+    def _add(self, key, text):
+        numbers = [float(number) for number in NUMBER.findall(text)]
+        if numbers:
+            self.ranges[key] = [min(numbers + self.ranges.get(key, [])),
+                                max(numbers + self.ranges.get(key, []))]
+
+    def with_this(self, key, ratio):
+        """The range of all runs, this one included."""
+        number = NUMBER.search(ratio)
+        if number is None:
+            return ""
+        digits = len(number.group().partition(".")[2])
+        least, greatest = self.ranges.get(key, [float(number.group())] * 2)
+        bounds = [min(least, float(number.group())), max(greatest, float(number.group()))]
+        return " to ".join("%.*f" % (digits, bound) for bound in bounds)
+
+
 def spent(milliseconds):
     return "%.2f s" % (milliseconds / 1000) if milliseconds >= 1000 else "%.1f ms" % milliseconds
 
 
 class Figures:
-    def __init__(self, environment):
+    def __init__(self, environment, page=""):
+        """`page`: the page that this run's figures join."""
         self.environment = environment
+        self.earlier = EarlierRuns(page)
         self.rows, self.growth_rows, self.memory_rows, self.misses = [], [], {}, []
         self.growth_limit = 0
         self.commands = {}
@@ -108,12 +154,15 @@ class Figures:
             self.misses.append("%s%s: %s" % (work, " compared with " + name if name else "", result or ours))
         verdict = ("yes" if reached else "**no**") if goal else ""
         print(" | ".join((work, ours, name, peer, result, verdict)), file=sys.stderr, flush=True)
-        self.rows.append((work, ours, name, peer, result, goal or "", verdict))
+        runs = self.earlier.with_this(EarlierRuns.key(work, name, result), result)
+        self.rows.append((work, ours, name, peer, result, runs, goal or "", verdict))
 
     def text(self, machine, date, large):
         command = "scripts/bench --disk FOLDER --page" + (" --large" if large else "")
-        text = HEAD.format(rounds=self.environment.rounds, machine=machine, date=date, command=command)
-        text += "\n| Task | Orvel | Compared with | Its time | Ratio | Target | Met |\n" + "|---" * 7 + "|\n"
+        dates = ", ".join(dict.fromkeys(self.earlier.dates + [date]))
+        text = HEAD.format(rounds=self.environment.rounds, machine=machine, dates=dates, command=command)
+        text += ("\n| Task | Orvel | Compared with | Its time | Ratio | Runs | Target | Met |\n" +
+                 "|---" * 8 + "|\n")
         text += "".join("| %s |\n" % " | ".join(row) for row in self.rows) + NOTES
         if self.memory_rows:
             text += MEMORY + "".join(self._memory_lines())
@@ -134,11 +183,13 @@ class Figures:
         yield "| Entries | %s |\n|---%s|\n" % (" | ".join(verbs), "|---" * len(verbs))
         for count, times in self.growth_rows:
             yield "| %s | %s |\n" % (format(count, ","), " | ".join("%.2f" % times[v] for v in verbs))
-        ratios = []
-        for verb in verbs:
+        ratios, runs = [], []
+        for number, verb in enumerate(verbs):
             column = [times[verb] for _, times in self.growth_rows]
             ratio = max(column) / min(column)
             if ratio > self.growth_limit:
                 self.misses.append("growth of %s: %.2f" % (verb, ratio))
             ratios.append("%.2f" % ratio if ratio <= self.growth_limit else "**%.2f**" % ratio)
+            runs.append(self.earlier.with_this(("growth", number), "%.2f" % ratio))
         yield "| highest by lowest | %s |\n" % " | ".join(ratios)
+        yield "| the same in all runs | %s |\n" % " | ".join(runs)

@@ -5,9 +5,10 @@
            [--only PART ...]
 
 Prints a table of ratios, each from one run on this machine. --write also writes it to a file, and
-keeps the hand-written part of that file, from its heading "Limits" on. --large adds one entry of
-5 GiB, which takes some minutes and 16 GB of disk, and the archivers of other desktops. --quick
-checks that everything works: three rounds, at most 10,000 entries. --only measures some parts:
+keeps of that file the range of each ratio over earlier runs and the hand-written part, from its
+heading "Limits" on. --large adds one entry of 5 GiB, which takes some minutes and 16 GB of disk, and
+the archivers of other desktops. --quick checks that everything works: three rounds, at most 10,000
+entries. --only measures some parts:
 listing, extraction, saving, window, scripts, growth, clean, buttons, copies (extraction and save
 compared with copies of the files, for other disks than the usual).
 """
@@ -27,6 +28,7 @@ import memory  # noqa: E402
 from growth import Cycles, Growth, memory_of_game, memory_of_large  # noqa: E402
 from opening import opening  # noqa: E402
 from rows import Figures  # noqa: E402
+from startup import starting  # noqa: E402
 from window import looking, picking, pressing, start_window  # noqa: E402
 
 PARTS = ("listing", "extraction", "saving", "window", "scripts", "growth", "clean", "buttons", "copies")
@@ -49,6 +51,7 @@ def measure(environment, figures, options):
     if "listing" in parts:
         game.listing()
     if "window" in parts:
+        starting(environment, figures)
         picking(environment, figures, game.many)
         looking(environment, figures, game.archive, CHANGED)
         if options.large:
@@ -80,13 +83,14 @@ def measure(environment, figures, options):
         pressing(environment, figures, game)
 
 
-def written_by_hand(path):
+def read_page(path):
+    """What is written in it already, and its part that is written by hand."""
     try:
-        with open(path, encoding="utf-8") as file:
-            _, heading, rest = file.read().partition("\n## Limits")
+        with open(path or "", encoding="utf-8") as file:
+            measured, heading, rest = file.read().partition("\n## Limits")
     except FileNotFoundError:
-        return ""
-    return heading + rest
+        return "", ""
+    return measured, heading + rest
 
 
 def main():
@@ -101,7 +105,8 @@ def main():
     parser.add_argument("--only", nargs="+", choices=PARTS)
     options = parser.parse_args()
     environment = Environment(options.bin, options.work, 3 if options.quick else options.rounds)
-    figures = Figures(environment)
+    measured, by_hand = read_page(options.write)
+    figures = Figures(environment, measured)
     held = memory.hold()
     try:
         measure(environment, figures, options)
@@ -111,7 +116,7 @@ def main():
     text = figures.text(machine(environment), datetime.date.today().isoformat(), options.large)
     print(text)
     if options.write:
-        text += written_by_hand(options.write)
+        text += by_hand
         with open(options.write, "w", encoding="utf-8") as file:
             file.write(text)
     for miss in figures.misses:

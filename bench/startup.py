@@ -1,30 +1,30 @@
 #!/usr/bin/env python3
-"""Compares Orvel's start-up time with that of an empty window of the same size and toolkit.
+"""Times a program from its start until the X server maps a window of the main window's size.
 
-    startup.py --bin FOLDER --work FOLDER [--rounds N]
+    startup.py PROGRAM
 
-Both start alternately on a virtual display with a warm cache. The time is from the start of the
-process until the X server maps the window, without the 800 ms of Orvel's splash screen. Prints the
-medians and their ratio; fails if the ratio is above 1.5 or Orvel takes more than 150 ms.
+Runs on the display of the environment, which must have no window manager. Prints the milliseconds.
 """
 
-import argparse
 import ctypes
 import ctypes.util
-import statistics
+import json
+import os
 import subprocess
 import sys
 import time
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "scripts" / "drive"))
+from environment import on_screen  # noqa: E402
+from paired import Candidate, run_paired  # noqa: E402
 from sandbox import OWN_KEY, Sandbox  # noqa: E402
 from screen import Screen  # noqa: E402
 
 SPLASH_MS = 800
 WIDTH, HEIGHT = 265, 473
 MAPPED, SUBSTRUCTURE = 19, 1 << 19  # MapNotify, SubstructureNotifyMask
-RATIO, LIMIT_MS = 1.5, 150
+ROUNDS = 15
 
 
 class MapEvent(ctypes.Structure):
@@ -74,41 +74,35 @@ class Windows:
         return numbers[2].value, numbers[3].value
 
 
-def time_of(windows, program, environment):
-    """Milliseconds from the start of a program until its window is mapped."""
+def measure(program):
+    windows = Windows(os.environ["DISPLAY"])
     start = time.perf_counter()
-    process = subprocess.Popen([str(program)], env=environment, stderr=subprocess.DEVNULL)
+    process = subprocess.Popen([program], stderr=subprocess.DEVNULL)
     shown = windows.wait_for((WIDTH, HEIGHT))
     process.kill()
     process.wait()
-    return (shown - start) * 1000
+    print(json.dumps({"code": 0, "ms": (shown - start) * 1000}))
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--bin", type=Path, required=True)
-    parser.add_argument("--work", type=Path, required=True)
-    parser.add_argument("--rounds", type=int, default=15)
-    options = parser.parse_args()
-    sandbox = Sandbox(options.work / "startup", options.bin)
+def starting(environment, figures):
+    """The start without the time of the splash screen, beside an empty window of the same toolkit."""
+    sandbox = Sandbox(environment.new_path(), environment.programs)
     sandbox.install_game()
     sandbox.set(OWN_KEY, "tempdir", sandbox.folder / "work")
-    ours, empty = [], []
     with Screen(sandbox.environment, sandbox.folder, manager=None) as screen:
-        windows = Windows(screen.environment["DISPLAY"])
-        for number in range(options.rounds + 1):
-            pair = [
-                time_of(windows, sandbox.programs / program, screen.environment)
-                for program in ("orvel", "emptyWindow")
-            ]
-            if number > 0:  # the first run fills the cache
-                ours.append(pair[0] - SPLASH_MS)
-                empty.append(pair[1])
-    mine, theirs = statistics.median(ours), statistics.median(empty)
-    print(f"Start-up, medians of {options.rounds}: Orvel {mine:.0f} ms without the splash screen's")
-    print(f"{SPLASH_MS} ms, an empty window {theirs:.0f} ms: ratio {mine / theirs:.2f}")
-    print(f"Range: Orvel {min(ours):.0f}-{max(ours):.0f}, empty {min(empty):.0f}-{max(empty):.0f}")
-    return 0 if mine <= LIMIT_MS and mine <= RATIO * theirs else 1
+        def candidate(name, program, known):
+            words = [*on_screen(screen), sys.executable, __file__,
+                     os.path.join(environment.programs, program)]
+            return Candidate(name, lambda f: words,
+                             time_of=lambda spent, report: report["ms"] - known)
+
+        ours = candidate("Orvel", "orvel", SPLASH_MS)
+        empty = candidate("empty window", "emptyWindow", 0)
+        run_paired([ours, empty], environment.new_path(), ROUNDS)
+    ours.command, empty.command = lambda f: ["orvel"], lambda f: ["emptyWindow"]
+    figures.share("start to a usable window, without the 800 ms of the splash screen", ours, empty,
+                  1.2)
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    measure(sys.argv[1])

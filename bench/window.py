@@ -5,7 +5,7 @@ import os
 import sys
 
 import make_archive
-from environment import sh
+from environment import on_screen, sh
 from paired import Candidate, files_in, run_paired
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts",
@@ -28,10 +28,8 @@ def start_window(environment, archive):
 
 
 def pickbench(environment, screen, *arguments, **options):
-    setting = ["env"] + ["%s=%s" % (name, text) for name, text in screen.environment.items()
-                         if os.environ.get(name) != text]
     program = os.path.join(environment.programs, "pickbench")
-    return Candidate("Orvel", lambda f: setting + [program, *map(str, arguments)],
+    return Candidate("Orvel", lambda f: [*on_screen(screen), program, *map(str, arguments)],
                      time_of=lambda spent, report: report["ms"], **options)
 
 
