@@ -174,8 +174,7 @@ std::int32_t clean(const std::string &archive, const std::string &folder, bool c
     }
     cleaner.deleteFilesIn(QString());
     const bool removed = cleaner.removeFolder(QString());
-    if (cancels)
-        WorkRecord::remove(place.absolutePath(), place.fileName());
+    WorkRecord::remove(place.absolutePath(), place.fileName());
     return removed ? 0 : 1;
 }
 
@@ -192,6 +191,7 @@ long peakKib() {
 int usage() {
     std::fputs("usage: vl2bench list ARCHIVE | extract ARCHIVE FOLDER | save ARCHIVE FOLDER |\n"
                "                record ARCHIVE FOLDER | save-extracted ARCHIVE FOLDER |\n"
+               "                save-and-clean ARCHIVE FOLDER |\n"
                "                clean ARCHIVE FOLDER | cancel ARCHIVE FOLDER |\n"
                "                write-twice ARCHIVE FOLDER | read FOLDER\n",
                stderr);
@@ -218,6 +218,9 @@ int main(int argc, char **argv) {
         code = writeTwice(argv[2], argv[3]);
     } else if (verb == "save-extracted" && argc == 4) {
         code = saveExtracted(argv[2], argv[3]);
+    } else if (verb == "save-and-clean" && argc == 4) {
+        code = saveExtracted(argv[2], argv[3]);
+        code = code == 0 ? clean(argv[2], argv[3], false) : code;
     } else if (verb == "record" && argc == 4) {
         code = record(argv[2], argv[3]);
     } else if ((verb == "clean" || verb == "cancel") && argc == 4) {

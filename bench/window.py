@@ -95,40 +95,55 @@ class Buttons:
             EDITS[edit](sorted(files_in(folder + "/tree")))
         return prepare
 
-    def row(self, work, button, prepare, peer=None, goal=None):
+    def row(self, work, button, prepare, *peers, limit=None):
         window = pickbench(self.environment, self.screen, "--press", button, prepare=prepare)
-        run_paired([window] + ([peer] if peer else []), self.environment.new_path(), self.rounds)
+        run_paired([window, *peers], self.environment.new_path(), self.rounds)
         window.command = lambda f: ["pickbench", "--press", button]
         work = "window: %s, %s" % (work, self.name)
-        if peer is None:
-            self.figures.bound(work, window, goal)
-        elif goal is None:
-            self.figures.faster(work, window, peer, None)
-        elif peer.name == TWICE:
-            self.figures.share(work, window, peer, goal)
-        else:
-            self.figures.added(work, window, peer, *goal)
+        if limit:
+            self.figures.bound(work, window, limit)
+        for peer in peers:
+            if peer.name == TWICE:
+                self.figures.share(work, window, peer, 1.3)
+            elif peer.name.startswith("bare "):
+                self.figures.added(work, window, peer, 1.1, 20)
+            else:
+                self.figures.faster(work, window, peer, None)
 
-    def save_peer(self, edit):
-        """What a save is compared with, and the goal."""
+    def bare(self, name, *words, prepare=None):
+        """The same work without the window."""
+        peer = self.environment.orvel(*words, prepare=prepare,
+                                      time_of=lambda spent, report: report["ms"])
+        peer.name = name
+        return peer
+
+    def recorded(self, edit):
+        def prepare(folder):
+            self.tree("nothing changed")(folder)
+            sh(self.environment.tool, "record", folder + "/game.vl2", folder + "/tree")
+            EDITS[edit](sorted(files_in(folder + "/tree")))
+        return prepare
+
+    def save_peers(self, edit):
+        yield self.bare("bare save and clean-up", "save-and-clean", "{}/game.vl2", "{}/tree",
+                        prepare=self.recorded(edit))
         if self.is_small and edit != "nothing changed":  # a process of 7z takes longer to start
-            peer = self.environment.orvel("write-twice", self.archive, "{}",
-                                          time_of=lambda spent, report: report["ms"])
-            peer.name = TWICE
-            return peer, 1.3
-        return [Candidate("7z u, sync, rm -r", lambda f: [
-            "sh", "-c", 'cd "$1/tree" && 7z u -tzip ../game.vl2 . -r && sync ../game.vl2 && '
-            'exec rm -r "$1/tree"', "sh", f], self.tree(edit))]
+            yield self.bare(TWICE, "write-twice", self.archive, "{}")
+        else:
+            yield Candidate("7z u, sync, rm -r", lambda f: [
+                "sh", "-c", 'cd "$1/tree" && 7z u -tzip ../game.vl2 . -r && sync ../game.vl2 && '
+                'exec rm -r "$1/tree"', "sh", f], self.tree(edit))
 
     def run(self):
-        bare = self.environment.orvel("extract", self.archive, "{}/out")
-        bare.name = "bare extraction"
-        self.row("Extract", "cmdExtract", self.fresh, bare, (1.1, 20))
-        self.row("Edit File", "cmdEditFile", self.extracted("nothing changed"), goal=50)
+        self.row("Extract", "cmdExtract", self.fresh,
+                 self.bare("bare extraction", "extract", self.archive, "{}/out"))
+        self.row("Edit File", "cmdEditFile", self.extracted("nothing changed"), limit=50)
         for edit in EDITS:
             self.row("Save Changes, " + edit, "cmdSaveChanges", self.extracted(edit),
-                     *self.save_peer(edit))
+                     *self.save_peers(edit))
         self.row("Cancel", "cmdCancel", self.extracted("nothing changed"),
+                 self.bare("bare clean-up", "cancel", self.archive, "{}/tree",
+                           prepare=self.recorded("nothing changed")),
                  Candidate("rm -r", lambda f: ["rm", "-r", f + "/tree"], self.tree("nothing changed")))
 
 
