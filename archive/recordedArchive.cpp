@@ -38,14 +38,17 @@ QString belowDrive(const QString &path) {
     return path.size() > 1 && path[1] == ':' ? QString(path.mid(2)).replace('\\', '/') : QString();
 }
 
-// True if one is the path of a Windows drive, and the other one the same below a mount point.
+// True if one is the path of a Windows drive, and the other one the same below a mount point. A
+// shorter path than that of an archive in its game's folders would match archives of other games.
 bool isSameOnOtherSystem(const QString &a, const QString &b) {
+    constexpr qsizetype kFewestNames = 3; // GameData/base/NAME
     const QString tailA = belowDrive(a);
     const QString tailB = belowDrive(b);
     if (tailA.isEmpty() == tailB.isEmpty())
         return false;
-    return tailA.isEmpty() ? a.endsWith(tailB, Qt::CaseInsensitive)
-                           : b.endsWith(tailA, Qt::CaseInsensitive);
+    const QString &tail = tailA.isEmpty() ? tailB : tailA;
+    return tail.count('/') >= kFewestNames &&
+           (tailA.isEmpty() ? a : b).endsWith(tail, Qt::CaseInsensitive);
 }
 
 } // namespace

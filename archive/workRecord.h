@@ -53,8 +53,8 @@ class WorkRecord {
         // folder of the game was moved, or the archive renamed. Identities count only with the
         // time when file or folder were made, or else with size and time of the file: the numbers
         // of deleted ones are used again. An archive on a disk that is not mounted is not the same
-        // as one elsewhere. A path of Windows is the same as one of POSIX that ends like it: both
-        // systems share the disk.
+        // as one elsewhere. A path of Windows is the same as one of POSIX that ends like it, in
+        // two folders and the name at least: both systems share the disk.
         bool isSame(const Archive &other) const;
     };
 

@@ -132,9 +132,9 @@ struct WorkFolderCleaner::State {
     }
 
     // Deletes a file of an open folder unless `packed` forbids it; `file` is its path below the
-    // work folder. Thread-safe.
+    // work folder. `isEdited` stays unset if the file could not be examined. Thread-safe.
     Status deleteHeld(const Folder &folder, const std::string &name, QStringView file,
-                      bool &isEdited) const {
+                      std::optional<bool> &isEdited) const {
         if (packed == nullptr)
             return folder.removeFile(name);
         return folder.removeFileIf(
@@ -151,38 +151,42 @@ struct WorkFolderCleaner::State {
         const SplitPath split(file);
         const auto path = relativePath(split.folder.toString());
         std::shared_ptr<const OpenFolder> opened;
-        bool isEdited = false;
+        std::optional<bool> isEdited;
         return path && isUsableName(split.name) && folders->get(*path, opened).ok() &&
                deleteHeld(opened->folder, split.name.toString().toStdString(), file, isEdited).ok();
     }
 
     // Deletes a file of an open folder, or moves it to the trash.
     Status deleteIn(const Folder &folder, const std::string &name, QStringView file) {
-        bool isEdited = false;
+        std::optional<bool> isEdited;
         Status status = deleteHeld(folder, name, file, isEdited);
-        if (status.ok() || status.is(Failure::NotFound) || packed == nullptr)
+        if (packed == nullptr)
             return status;
-        // A separator within the stored name is a character of it.
-        const QString stored = QString::fromStdString(name);
-        const QStringView above =
-            file.endsWith(stored) ? file.chopped(stored.size()) : SplitPath(file).folder;
-        QString shown = above.toString().replace(u'\\', u'/');
-        shown +=
-            (shown.isEmpty() || shown.endsWith(u'/') ? QString() : QStringLiteral("/")) + stored;
-        if (shown.startsWith(u'/'))
-            shown.remove(0, 1);
+        const QString shown = shownPath(name, file);
+        if (status.ok() || status.is(Failure::NotFound)) {
+            inUse.removeAll(shown); // of an earlier attempt
+            return status;
+        }
+        FileInfo info;
+        const bool isLink = status.is(Failure::Busy) && folder.info(name, info).ok() &&
+                            info.kind == FileInfo::Kind::Link;
+        // An extraction makes no links: this one leads to a folder or nowhere.
+        if (trashes && isLink)
+            isEdited = true;
+        if (!isEdited) {
+            // What was not examined stays: it may be an edit.
+            if (status.is(Failure::Busy) && !isLink && !inUse.contains(shown))
+                inUse.append(shown);
+            return status;
+        }
+        inUse.removeAll(shown);
         if (!trashes) {
-            if (isEdited && !kept.contains(shown))
+            if (*isEdited && !kept.contains(shown))
                 kept.append(shown);
             return status;
         }
-        // An extraction makes no links: this one leads to a folder or nowhere.
-        FileInfo info;
-        if (status.is(Failure::Busy) && folder.info(name, info).ok() &&
-            info.kind == FileInfo::Kind::Link)
-            isEdited = true;
         kept.removeAll(shown); // of an earlier attempt
-        const Trashing trashing = isEdited ? moveToTrash(folder.pathOf(name)) : Trashing::NoTrash;
+        const Trashing trashing = *isEdited ? moveToTrash(folder.pathOf(name)) : Trashing::NoTrash;
         if (trashing == Trashing::Moved) {
             trashed.append(shown);
             return {};
@@ -192,9 +196,25 @@ struct WorkFolderCleaner::State {
             return status;
         }
         status = folder.removeFile(name);
-        if (isEdited && status.ok())
+        // Where a program still has it open, it may be found once more.
+        if (*isEdited && status.ok() && !deleted.contains(shown))
             deleted.append(shown);
         return status;
+    }
+
+    // The path below the work folder, with "/" between the components, of the file that is stored
+    // as `name`.
+    static QString shownPath(const std::string &name, QStringView file) {
+        // A separator within the stored name is a character of it.
+        const QString stored = QString::fromStdString(name);
+        const QStringView above =
+            file.endsWith(stored) ? file.chopped(stored.size()) : SplitPath(file).folder;
+        QString shown = above.toString().replace(u'\\', u'/');
+        shown +=
+            (shown.isEmpty() || shown.endsWith(u'/') ? QString() : QStringLiteral("/")) + stored;
+        if (shown.startsWith(u'/'))
+            shown.remove(0, 1);
+        return shown;
     }
 
     QString workFolder;
@@ -208,6 +228,7 @@ struct WorkFolderCleaner::State {
     QStringList trashed;
     QStringList deleted;
     QStringList kept;
+    QStringList inUse;
 };
 
 WorkFolderCleaner::WorkFolderCleaner(const QString &workFolder)
@@ -238,6 +259,10 @@ const QStringList &WorkFolderCleaner::deleted() const {
 
 const QStringList &WorkFolderCleaner::kept() const {
     return m_state->kept;
+}
+
+const QStringList &WorkFolderCleaner::inUse() const {
+    return m_state->inUse;
 }
 
 bool WorkFolderCleaner::clearAttributes(const QString &file, FileInfo *cleared) {

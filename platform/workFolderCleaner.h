@@ -32,6 +32,9 @@ class WorkFolderCleaner {
     const QStringList &trashed() const;
     const QStringList &deleted() const;
     const QStringList &kept() const;
+    // Those that stay because another program has them open and the system therefore refuses to
+    // examine them.
+    const QStringList &inUse() const;
 
     // Clears read-only, hidden, system and archive of one file. `cleared` receives the file's
     // information afterwards.

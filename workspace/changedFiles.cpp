@@ -207,6 +207,7 @@ struct ChangedFiles::Task {
 
 ChangedFiles::ChangedFiles(QObject *parent, std::function<void(FolderChanges)> found)
     : QObject(parent), m_found(std::move(found)) {
+    m_poll.setObjectName("tmrLook");
     m_poll.setInterval(kPollTime);
     connect(&m_poll, &QTimer::timeout, this, [this] {
         if (m_task != nullptr && m_task->done)

@@ -56,6 +56,6 @@ class ChangedFiles : public QObject {
     std::unique_ptr<QFileSystemWatcher> m_watcher;
     QStringList m_watched;
     QTimer m_settled;
-    QTimer m_poll;
+    QTimer m_poll{this};  // active during a look
     std::thread m_thread; // joinable during a look
 };

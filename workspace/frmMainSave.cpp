@@ -223,9 +223,9 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             m_emptied.insert(WorkFolder());
         }
         HideProgressBar();
-        note = others == Others::Keep
-                   ? StayedNote(cleaner.kept())
-                   : TrashNote(cleaner.trashed(), cleaner.deleted(), cleaner.kept());
+        note = others == Others::Keep ? StayedNote(cleaner.kept() + cleaner.inUse())
+                                      : TrashNote(cleaner.trashed(), cleaner.deleted(),
+                                                  cleaner.kept(), cleaner.inUse());
     }
     UpdateButtons();
     return note;

@@ -91,7 +91,8 @@ QString StayedNote(const QStringList &paths) {
                                  ShortList(paths);
 }
 
-QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept) {
+QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept,
+                  const QStringList &inUse) {
     const auto line = [](const QStringList &paths, const char *what) {
         return paths.isEmpty()
                    ? QString()
@@ -102,6 +103,9 @@ QString TrashNote(const QStringList &trashed, const QStringList &deleted, const 
     QStringList lines{line(trashed, "moved to the trash"),
                       line(deleted, "deleted, as there is no trash for this disk"),
                       line(kept, "left in the work folder, as the trash cannot be written to")};
+    if (!inUse.isEmpty())
+        lines.append("Left in the work folder, as another program has them open: " +
+                     ShortList(inUse));
     lines.removeAll(QString());
     return lines.join('\n');
 }

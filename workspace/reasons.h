@@ -30,8 +30,10 @@ QString ChangesNote(const QStringList &changed, const QStringList &added);
 QString StayedNote(const QStringList &paths);
 
 // The note about edited files that Cancel moved to the trash, deleted for lack of one, or left in
-// the work folder because the trash did not take them; "" for none.
-QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept);
+// the work folder because the trash did not take them, and about files that another program has
+// open; "" for none.
+QString TrashNote(const QStringList &trashed, const QStringList &deleted, const QStringList &kept,
+                  const QStringList &inUse);
 
 // The note after a save that added entries for leftovers of editors and systems. `paths` is not
 // empty.

@@ -185,10 +185,12 @@ TEST_F(WorkRecordTest, finds_its_archive_again_only_by_the_file_or_its_folder) {
         EXPECT_EQ(known.isSame(other), row.same) << row.what;
     }
     // On a disk that two systems share.
-    const WorkRecord::Archive mounted{"/mnt/d/Games/T2/base.vl2", {}};
+    const WorkRecord::Archive mounted{"/mnt/d/Games/T2/GameData/base/x.vl2", {}};
     for (const auto &[drive, same] :
-         {std::pair("D:\\games\\T2\\base.vl2", true), std::pair("E:\\T2\\base.vl2", true),
-          std::pair("D:\\Backup\\T2\\base.vl2", false)}) {
+         {std::pair("D:\\games\\T2\\gamedata\\base\\X.vl2", true),
+          std::pair("E:\\GameData\\base\\x.vl2", true), std::pair("E:\\base\\x.vl2", false),
+          std::pair("E:\\x.vl2", false),
+          std::pair("D:\\Backup\\T2\\GameData\\base\\x.vl2", false)}) {
         EXPECT_EQ(mounted.isSame({drive, {}}), same) << drive;
         EXPECT_EQ((WorkRecord::Archive{drive, {}}.isSame(mounted)), same) << drive;
     }

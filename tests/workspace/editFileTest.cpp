@@ -40,9 +40,8 @@ TEST_F(EditFile, StartsTheProgramInItsOwnForm) {
     // The path of a file that is missing is passed whole as well.
     const QString chosen = program("tool");
     choose("Text", chosen);
-    // The look for changes may have it open.
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return QDir(QString::fromStdString(extracted("my files"))).removeRecursively(); }));
+    window->waitForLook();
+    ASSERT_TRUE(QDir(QString::fromStdString(extracted("my files"))).removeRecursively());
     click("cmdEditFile");
     EXPECT_EQ(startedAs(chosen), commandLine(chosen, "@", extracted("my files/read me.txt")));
     EXPECT_EQ(boxes(), "");
@@ -149,7 +148,8 @@ TEST_F(EditFile, OpensNothingOutsideTheWorkFolder) {
              {"d/../../Other/a.txt", "text"},
              {"link/a.png", "png"}});
     const QString link = game.temp() + "/My Mod/link";
-    ASSERT_TRUE(QTest::qWaitFor([&] { return QDir(link).removeRecursively(); }));
+    window->waitForLook();
+    ASSERT_TRUE(QDir(link).removeRecursively());
     const bool linked = makeLink(pathOf(other), pathOf(link));
     const QString chosen = program("tool");
     const QString browser = program("bin/xdg-open");
@@ -258,8 +258,8 @@ TEST_F(OpenFolder, ShowsTheFolderOfTheSelectedNode) {
     EXPECT_TRUE(window->note().contains("to open its folder"));
     // A file browser would only complain about a missing folder.
     select("a folder", QString());
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return QDir(game.temp() + "/My Mod/a folder").removeRecursively(); }));
+    window->waitForLook();
+    ASSERT_TRUE(QDir(game.temp() + "/My Mod/a folder").removeRecursively());
     click("cmdOpenFolder");
     EXPECT_FALSE(started(browser));
     EXPECT_EQ(boxes(), "");

@@ -1,50 +1,9 @@
-#include "archive/workRecord.h"
-#include "tests/workspace/window.h"
+#include "tests/workspace/extracted.h"
 
 #include <QElapsedTimer>
 
 #include <memory>
 #include <optional>
-
-namespace {
-
-const std::vector<ArchiveFile> kFiles{{"readme.txt", "r"},
-                                      {"scripts/a.cs", "a"},
-                                      {"shapes/c.dts", "c"},
-                                      {"textures/sky.png", QByteArray(5000, 's')}};
-
-// A game whose one archive is extracted in the window.
-struct Extracted {
-    TempGame game;
-    QString archive;
-    QString folder;
-    std::unique_ptr<MainWindow> window;
-
-    explicit Extracted(const std::vector<ArchiveFile> &files = kFiles,
-                       const QString &shown = "Classic")
-        : archive(game.archive(shown.toUpper() + ".vl2")), folder(game.temp() + '/' + shown + '/') {
-        makeArchive(game.archive("made"), files);
-        EXPECT_TRUE(QFile::rename(game.archive("made"), archive));
-        window = std::make_unique<MainWindow>();
-        window->pick(shown);
-        window->click("cmdExtract");
-        EXPECT_EQ(joined(window->enabledButtons()), kExtracted);
-    }
-    // Another program replaces the archive.
-    void replaceArchive(const std::vector<ArchiveFile> &files) const {
-        makeArchive(game.archive("made"), files);
-        QFile::remove(archive);
-        EXPECT_TRUE(QFile::rename(game.archive("made"), archive));
-    }
-    QString record() const {
-        return game.temp() + '/' + WorkRecord::fileName(QDir(folder).dirName());
-    }
-    std::string shownFolder() const {
-        return QDir::toNativeSeparators(QDir::cleanPath(folder)).toStdString();
-    }
-};
-
-} // namespace
 
 TEST(frmMainSave, packs_an_edited_file_under_its_old_name_and_leaves_the_others_as_they_were) {
     const QString shown = "J\u0101nis \u65e5\u672c Map"; // in no code page
@@ -120,6 +79,7 @@ TEST(frmMainSave, packs_files_that_were_added_and_keeps_entries_whose_files_were
     for (const char *deleted : {".fuse_hidden0000001600000007", ".nfs00000000018b3c9700000001"})
         writeFile(job.folder + "mine/" + deleted, "deleted");
     writeFile(job.folder + "mine/own.txt", "own");
+    job.window->waitForLook();
     QFile::remove(job.folder + "textures/sky.png");
     writeFile(job.folder + "scripts/a.cs", "edited");
     // The same content again, in another file.
@@ -275,6 +235,7 @@ TEST(frmMainSave, deletes_files_added_at_the_top_but_only_if_the_first_file_is_t
     Extracted job(std::vector<ArchiveFile>{{"scripts/a.cs", "a"}}); // none of its own at the top
     writeFile(job.game.temp() + "/other.txt", "in the folder above");
     writeFile(job.folder + "own.txt", "own");
+    job.window->waitForLook();
     QFile::rename(job.folder + "scripts/a.cs", job.folder + "scripts/b.cs");
     job.window->click("cmdCancel");
     EXPECT_TRUE(QFile::exists(job.folder + "own.txt"));
@@ -313,8 +274,8 @@ TEST(frmMainSave, says_so_and_offers_to_extract_if_the_work_folder_has_no_files)
         Extracted job;
         const Answers answers;
         const QByteArray before = readFile(job.archive);
-        // The look for changes may have it open.
-        ASSERT_TRUE(QTest::qWaitFor([&] { return QDir(job.folder).removeRecursively(); }));
+        job.window->waitForLook();
+        ASSERT_TRUE(QDir(job.folder).removeRecursively());
         ASSERT_TRUE(gone || QDir().mkpath(job.folder + "scripts"));
         job.window->click("cmdSaveChanges");
         const char *why = gone ? "its work folder is no longer there: " : "there is no file in ";
@@ -438,6 +399,7 @@ TEST(frmMainSave, merges_what_was_changed_in_the_folder_and_in_the_archive) {
         const QString file = job.folder + "scripts/x.cs";
         const Answers answers;
         EXPECT_TRUE(QFile::exists(job.record()));
+        job.window->waitForLook();
         if (row.mine && row.mine != row.base)
             writeFile(file, *row.mine);
         else if (!row.mine)
@@ -672,6 +634,7 @@ TEST(frmMainSave, takes_no_file_that_an_earlier_extraction_left_for_an_edit) {
     for (const bool edited : {false, true}) {
         Extracted job;
         const Answers answers;
+        job.window->waitForLook();
         QFile::remove(job.folder + "readme.txt"); // the first file: not extracted without it
         if (edited)
             writeFile(job.folder + "scripts/a.cs", "mine");
@@ -779,9 +742,8 @@ TEST(frmMainSave, sets_no_entry_back_whatever_became_of_the_record) {
         Extracted job(kFiles, record == "other" ? "Other" : "Classic");
         const QByteArray whole = readFile(job.record());
         ASSERT_FALSE(whole.isEmpty());
-        QFile::remove(job.record());
-        // On Windows it goes when the look for changes has closed it.
-        ASSERT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(job.record()); }));
+        job.window->waitForLook();
+        ASSERT_TRUE(QFile::remove(job.record()) && !QFile::exists(job.record()));
         if (record == "other") {
             other = whole;
             continue;

@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QWindow>
 
 MainWindow::MainWindow() {
@@ -85,6 +86,11 @@ void MainWindow::returnTo(const QStringList &bold) {
     m_form.activateWindow();
     EXPECT_TRUE(QTest::qWaitFor([&] { return this->bold() == bold; }))
         << joined(this->bold()) << " instead of " << joined(bold);
+}
+
+void MainWindow::waitForLook() const {
+    const auto *look = control<QTimer>("tmrLook");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return look == nullptr || !look->isActive(); }));
 }
 
 QStringList MainWindow::enabledButtons() const {

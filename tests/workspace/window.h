@@ -67,6 +67,9 @@ class MainWindow {
     // Gives the focus to another window and takes it back, as after work in another program, and
     // waits until the nodes in bold are these.
     void returnTo(const QStringList &bold);
+    // Waits until no look for changes is under way: on Windows a file that it has open cannot be
+    // made again once it is deleted, and its folder cannot be moved.
+    void waitForLook() const;
     // The names of the enabled action buttons, without "cmd".
     QStringList enabledButtons() const;
 

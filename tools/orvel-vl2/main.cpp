@@ -143,5 +143,9 @@ int main(int argc, char **argv) {
     std::vector<std::string> arguments;
     for (const QString &argument : *given)
         arguments.push_back(argument.toStdString());
+    // Also for what is wrong with the arguments.
+    if (const auto end = std::find(arguments.begin(), arguments.end(), "--");
+        std::find(arguments.begin(), end, "--json") != end)
+        vl2::complainInJson();
     return static_cast<int>(runAndFlush(std::move(arguments)));
 }

@@ -19,6 +19,7 @@ constexpr std::chrono::milliseconds kProgressPeriod{200};
 constexpr char kEraseLine[] = "\r\033[K";
 
 bool progressShown = false;
+bool complainsInJson = false;
 
 void eraseProgress() {
     if (progressShown)
@@ -52,6 +53,11 @@ void endLine() {
     pending += '\n';
     if (atOnce || pending.size() >= kBlock)
         writePending();
+}
+
+std::string lineOf(const Json &object) {
+    // Names on POSIX disks may be no valid text.
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 } // namespace
@@ -96,17 +102,22 @@ void printShown(std::string_view text) {
 }
 
 void printJson(const Json &object) {
-    // Names on POSIX disks may be no valid text.
-    printLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+    printLine(lineOf(object));
 }
 
 void flushOutput() {
     writePending();
 }
 
-void complain(std::string_view text) {
+void complainInJson() {
+    complainsInJson = true;
+}
+
+void complain(std::string_view text, const char *member) {
     eraseProgress();
-    std::fprintf(stderr, "orvel-vl2: %s\n", shown(text).c_str());
+    const std::string line =
+        complainsInJson ? lineOf(Json{{member, text}}) : "orvel-vl2: " + shown(text);
+    std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 std::string andOthers(std::size_t count) {
@@ -117,7 +128,7 @@ std::string andOthers(std::size_t count) {
 
 void complainOmitted(const std::string &folder, const std::vector<std::string> &paths) {
     if (!paths.empty())
-        complain(folder + ": left out: " + paths[0] + andOthers(paths.size() - 1));
+        complain(folder + ": left out: " + paths[0] + andOthers(paths.size() - 1), "note");
 }
 
 void appendShown(std::string &out, std::string_view text, Tabs tabs) {

@@ -44,8 +44,10 @@ void printLine(std::string_view text);
 void printJson(const Json &object);
 void flushOutput();
 
-// A line on standard error.
-void complain(std::string_view text);
+// Makes the lines on standard error JSON objects too.
+void complainInJson();
+// A line on standard error; in JSON `member` holds the text.
+void complain(std::string_view text, const char *member = "error");
 // The same about files of a folder that are left out for their names; nothing if there are none.
 void complainOmitted(const std::string &folder, const std::vector<std::string> &paths);
 

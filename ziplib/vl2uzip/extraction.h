@@ -8,6 +8,7 @@
 #include "ziplib/vl2uzip/plan.h"
 
 #include <atomic>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -35,6 +36,10 @@ class Extraction {
     bool askReplace(const std::string &path);
     void resolveTakenName(ExtractTask &task);
     ExtractTask *laterTaskWithFile(const platform::FileInfo &file);
+    // Repeats a call that opens a folder while another program has that open without sharing, until
+    // all of them together have waited for m_patience.
+    template<typename Open>
+    platform::Status openPatiently(Open open);
     platform::Status folderFor(std::string_view path,
                                std::shared_ptr<const platform::OpenFolder> &folder);
     void collect(std::unique_ptr<ExtractTask> task);
@@ -58,7 +63,8 @@ class Extraction {
     std::optional<FolderTree> m_folders;
     bool m_replaceAll;
     bool m_keepAll = false;
-    OwnFiles m_replaced;        // files that existed before and are being replaced
+    OwnFiles m_replaced; // files that existed before and are being replaced
+    std::chrono::milliseconds m_patience{500};
     std::size_t m_complete = 0; // entries that ended as planned
     std::size_t m_collected = 0;
     // Finished tasks that come before those in the thread pool.

@@ -5,6 +5,7 @@
 #include "ziplib/format/names.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace ziplib {
@@ -30,11 +31,23 @@ Status sharedTarget(const std::string &path) {
 
 } // namespace
 
+template<typename Open>
+Status Extraction::openPatiently(Open open) {
+    constexpr std::chrono::milliseconds kPause{20};
+    Status status = open();
+    for (; status.is(Failure::Busy) && m_patience > kPause; m_patience -= kPause) {
+        std::this_thread::sleep_for(kPause);
+        m_caller.tick();
+        status = open();
+    }
+    return status;
+}
+
 bool Extraction::openTarget(const Plan &plan) {
     platform::Folder target;
     Status status = platform::makeFolders(m_request.target);
     if (status.ok())
-        status = target.open(m_request.target);
+        status = openPatiently([&] { return target.open(m_request.target); });
     if (!status.ok()) {
         m_caller.warn(status.message);
         m_result.add(codeOfEntry(status), status.message);
@@ -230,7 +243,7 @@ ExtractTask *Extraction::laterTaskWithFile(const FileInfo &file) {
 
 Status Extraction::folderFor(std::string_view path,
                              std::shared_ptr<const platform::OpenFolder> &folder) {
-    Status status = m_folders->get(path, folder);
+    Status status = openPatiently([&] { return m_folders->get(path, folder); });
     if (status.is(Failure::Resources)) {
         // Too many open handles: close those of finished entries and try again.
         drain();

@@ -1,6 +1,8 @@
 #include "platform/files.h"
 
+#include "platform/trash.h"
 #include "platform/windows/system.h"
+#include "storage/windows/system.h"
 #include "tests/platform/filesFixture.h"
 
 namespace {
@@ -23,6 +25,15 @@ TEST_F(WindowsFiles, TheFoldersOfProgramAndSystemHaveNoSeparatorBehindThem) {
     EXPECT_EQ(platform::windowsFolder(260).toUpper(), QString("C:\\WINDOWS"));
     EXPECT_EQ(platform::windowsFolder(3), QString());
     EXPECT_NE(platform::findFirst(platform::windowsFolder(260) + "\\NOTEPAD.EXE ", 0), QString());
+}
+
+TEST_F(WindowsFiles, AFileThatAProgramHasOpenIsNotTakenForOneWithoutATrash) {
+    const std::string file = makeFile("held.txt").toStdString();
+    const platform::Handle held(CreateFileW(platform::longPath(file).c_str(), GENERIC_READ,
+                                            FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held.isOpen());
+    EXPECT_EQ(platform::moveToTrash(file), platform::Trashing::Failed);
+    EXPECT_TRUE(exists("held.txt"));
 }
 
 } // namespace
