@@ -39,7 +39,7 @@ constexpr std::size_t kHeadStart = kSizeStart + kSizeBytes;
 constexpr std::uint64_t kLargestHead = 1U << 20U;
 constexpr std::uint64_t kLargestRecord = 1U << 30U;
 // Of a record of a newer version, in whose place one was written.
-constexpr const char *kNewerEnding = ".newer";
+constexpr QLatin1String kNewerEnding(".newer");
 constexpr std::size_t kListedBytes = 256; // of paths in a listing
 
 // About as many bytes does an entry need.
@@ -142,19 +142,25 @@ bool openFolder(const QString &folders, Folder &folder) {
     }
 }
 
-// Copies a record of a newer version to the name with kNewerEnding.
+// The name for the copy of a record of a newer version.
+std::string newerName(const QString &name) {
+    const QString file = WorkRecord::fileName(name);
+    return (platform::fittedName(file, kNewerEnding.size()) + kNewerEnding).toStdString();
+}
+
+// Copies it to that name.
 Status keepCopy(const Folder &folder, const QString &name) {
     platform::InputFile source;
     FileInfo info;
     platform::NewFile copy;
-    const std::string file = name.toStdString();
-    Status status = folder.openFile(file, source, Folder::Links::Refuse, info);
+    Status status = folder.openFile(WorkRecord::fileName(name).toStdString(), source,
+                                    Folder::Links::Refuse, info);
     if (status.ok())
         status = copy.create(folder);
     if (status.ok())
         status = copy.copyFrom(source, 0, info.size, [] { return true; });
     if (status.ok())
-        status = copy.commit(file + kNewerEnding, platform::NewFile::Replace::Yes);
+        status = copy.commit(newerName(name), platform::NewFile::Replace::Yes);
     return status;
 }
 
@@ -334,7 +340,7 @@ platform::PackedFiles WorkRecord::knownFiles(const EntryList *listing) const {
     const auto isEdited = [](const Entry &entry) { return entry.edited; };
     if (listing != nullptr && std::any_of(m_entries.begin(), m_entries.end(), isEdited))
         for (std::int32_t i = 0; i < listing->count(); ++i)
-            held.emplace(listing->path(i).replace('\\', '/').toStdString(), listing->crc(i));
+            held.emplace(listing->utf8Path(i), listing->crc(i));
     for (const Entry &entry : m_entries) {
         if (entry.edited && held.count({entry.path.substr(0, kListedBytes), entry.crc}) == 0)
             continue;
@@ -414,7 +420,7 @@ Status WorkRecord::write(const QString &folders, const QString &name) const {
         return {platform::Failure::NotFound, "cannot open " + folders.toStdString()};
     folder.removeStaleTemporaries();
     if (isNewer(folders, name))
-        if (Status kept = keepCopy(folder, fileName(name)); !kept.ok())
+        if (Status kept = keepCopy(folder, name); !kept.ok())
             return kept;
     platform::NewFile file;
     Status status = file.create(folder, platform::NewFile::Guard::Locked);
@@ -436,9 +442,8 @@ void WorkRecord::remove(const QString &folders, const QString &name) {
     if (!openFolder(folders, folder))
         return;
     folder.removeStaleTemporaries();
-    const std::string file = fileName(name).toStdString();
-    static_cast<void>(folder.removeFile(file));
-    static_cast<void>(folder.removeFile(file + kNewerEnding));
+    for (const std::string &file : {fileName(name).toStdString(), newerName(name)})
+        static_cast<void>(folder.removeFile(file));
 }
 
 QString WorkRecord::fileName(const QString &name) {

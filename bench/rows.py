@@ -51,7 +51,7 @@ are the same on every machine. Files are deleted as late as possible.
 """
 
 
-NUMBER = re.compile(r"[0-9]+(?:\.[0-9]+)?")
+NUMBER = re.compile(r"-?[0-9]+(?:\.[0-9]+)?")
 
 
 class EarlierRuns:

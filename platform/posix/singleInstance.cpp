@@ -50,12 +50,15 @@ std::string socketName() {
     return "orvel-" + hash.result().toHex().first(16).toStdString();
 }
 
+// "" if there is none; one that other users may write to is none.
 std::string runtimeFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation).toStdString();
 }
 
+// "" without such a folder.
 std::string socketPath() {
-    return runtimeFolder() + '/' + socketName();
+    const std::string folder = runtimeFolder();
+    return folder.empty() ? folder : folder + '/' + socketName();
 }
 
 sockaddr_un addressOf(const std::string &path) {
@@ -63,7 +66,7 @@ sockaddr_un addressOf(const std::string &path) {
     address.sun_family = AF_UNIX;
     if (path.size() < sizeof address.sun_path)
         path.copy(address.sun_path, path.size());
-    return address; // of no socket if the path is too long
+    return address; // of no socket if there is no path, or one that is too long
 }
 
 // A connection to the instance that accepts requests; not open if there is none.
@@ -73,7 +76,8 @@ Descriptor connection(const std::string &path) {
     for (const int option : {SO_SNDTIMEO, SO_RCVTIMEO})
         static_cast<void>(setsockopt(socket.get(), SOL_SOCKET, option, &timeout, sizeof timeout));
     const sockaddr_un address = addressOf(path);
-    if (connect(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+    if (address.sun_path[0] == '\0' ||
+        connect(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         return Descriptor(-1);
     return socket;
 }
@@ -175,10 +179,10 @@ bool becomeInstance() {
     auto instance = std::make_unique<Instance>(QCoreApplication::instance());
     std::string holder;
     // Without a folder for it, there is no lock and no socket either.
-    if (instance->folder.open(runtimeFolder()).ok() &&
+    instance->path = socketPath();
+    if (!instance->path.empty() && instance->folder.open(runtimeFolder()).ok() &&
         instance->lock.hold(instance->folder, socketName(), {}, holder).is(Failure::Busy))
         return false;
-    instance->path = socketPath();
     unlink(instance->path.c_str()); // that of a killed instance
     instance->socket = listeningSocket(instance->path);
     thisInstance() = instance.release();

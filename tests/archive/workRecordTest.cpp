@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::int64_t kBegan = 2'000'000'000'000'000'000;
@@ -217,12 +219,20 @@ TEST_F(WorkRecordTest, counts_as_none_if_it_is_not_whole) {
     newer[7] = '\x7F';
     writeFile(file(), newer);
     EXPECT_FALSE(WorkRecord::read(folders(), "Base"));
-    for (int time = 0; time < 2; ++time)
-        EXPECT_TRUE(record(20).write(folders(), "Base").ok());
-    EXPECT_EQ(readFile(folder / (file().filename().string() + ".newer")), newer);
-    EXPECT_EQ(namesIn(folder.path()).size(), 2U);
-    WorkRecord::remove(folders(), "Base");
-    EXPECT_TRUE(namesIn(folder.path()).empty());
+    // Also if its name leaves no room for a longer one.
+    for (const QString &name : {QStringLiteral("Base"), QString(240, 'n')}) {
+        std::filesystem::rename(file(), folder / WorkRecord::fileName(name).toStdString());
+        for (int time = 0; time < 2; ++time)
+            EXPECT_TRUE(record(20).write(folders(), name).ok());
+        const auto names = namesIn(folder.path());
+        EXPECT_EQ(names.size(), 2U);
+        EXPECT_EQ(std::count_if(names.begin(), names.end(),
+                                [&](const auto &kept) { return readFile(folder / kept) == newer; }),
+                  1);
+        WorkRecord::remove(folders(), name);
+        EXPECT_TRUE(namesIn(folder.path()).empty());
+        writeFile(file(), newer);
+    }
     writeFile(file(), whole + '\0');
     EXPECT_FALSE(WorkRecord::read(folders(), "Base"));
     std::filesystem::remove(file());

@@ -354,7 +354,8 @@ class Vl2(unittest.TestCase):
         self.write("game/GameData/base/Same.vl2", archive(files({"top.txt": b"1\n", "s/same.cs": b"same\n"})))
         self.write("game/GameData/base/s/same.cs", b"same\n")
         self.write("game/GameData/base/top.txt", b"2\n")
-        self.write("game/GameData/mod/z.vl2", archive([Entry("other.cs", b"word\n")]))
+        for name in ("z.vl2", "same.VL2"):  # the archives themselves are no loose files
+            self.write("game/GameData/mod/" + name, archive([Entry("other.cs", b"word\n")]))
         env = {**os.environ, "XDG_CONFIG_HOME": str(FOLDER / "config"), "HOME": str(FOLDER),
                "WINEPREFIX": os.environ.get("WINEPREFIX") if WINE else str(FOLDER / "none")}
         register = [*PROGRAM[:-1], PROGRAM[-1].replace("orvel-vl2", "orvel-reg")]
@@ -374,7 +375,8 @@ class Vl2(unittest.TestCase):
         twice = run(["where", "scripts/x.cs", "--mod", "Base"], env=env).stdout
         self.assertEqual(twice, run(["where", "scripts/x.cs"], env=env).stdout)
         self.assertEqual(winners("where", "Top.txt"), (0, ["top.txt"]))
-        self.assertEqual(winners("conflicts"), (1, ["X.cs", "top.txt"]))
+        for mods in ([], ["--mod", "mod"]):
+            self.assertEqual(winners("conflicts", *mods), (1, ["X.cs", "top.txt"]))
         found = run(["grep", "word"], env=env).stdout.decode()
         self.assertEqual(re.findall(r"(\w+)\.vl2:", found), ["a", "B"])
         self.assertIn("win", run(["conflicts"], env=env).stdout.decode().splitlines()[0])

@@ -13,8 +13,6 @@ namespace vl2 {
 
 namespace {
 
-constexpr char kExtension[] = ".vl2";
-
 bool isSeparator(QChar c) {
     return c == u'\\' || c == u'/';
 }
@@ -42,12 +40,16 @@ std::string gameDataFolder() {
     return platform::storagePath(folder);
 }
 
+bool isArchiveName(std::string_view name) {
+    return platform::foldCase(name).ends_with(".vl2");
+}
+
 std::vector<std::string> archivesOf(const std::string &folder) {
     std::vector<std::pair<std::string, std::string>> sorted;
     for (const platform::FolderItem &item : itemsOf(folder)) {
-        std::string folded = platform::foldCase(item.name);
-        if (item.kind != platform::FileInfo::Kind::Folder && folded.ends_with(kExtension))
-            sorted.emplace_back(std::move(folded), platform::joinPath(folder, item.name));
+        if (item.kind != platform::FileInfo::Kind::Folder && isArchiveName(item.name))
+            sorted.emplace_back(platform::foldCase(item.name),
+                                platform::joinPath(folder, item.name));
     }
     std::sort(sorted.begin(), sorted.end());
     std::vector<std::string> paths(sorted.size());

@@ -55,7 +55,7 @@ std::vector<Source> findSources(const WhereOptions &options) {
     return sources;
 }
 
-// `wanted` is a folded path, or empty for all.
+// `wanted` is a folded path, or empty for all. The archives of the folder are no loose files.
 void addFolder(std::uint32_t number, const std::string &folder, const std::string &wanted,
                Holders &holders) {
     ziplib::Scan scan;
@@ -63,7 +63,8 @@ void addFolder(std::uint32_t number, const std::string &folder, const std::strin
         throw Failed(status);
     for (const ziplib::FoundFile &file : scan.files) {
         std::string folded = platform::foldCase(file.path);
-        if (wanted.empty() || folded == wanted)
+        const bool isArchive = isArchiveName(folded) && folded.find('/') == std::string::npos;
+        if (!isArchive && (wanted.empty() || folded == wanted))
             holders[std::move(folded)].push_back({number, std::string(file.path), 0, std::nullopt});
     }
 }
