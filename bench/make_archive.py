@@ -99,10 +99,11 @@ def info(name):
     return entry
 
 
-def make_game(path):
+def make_game(path, share=1):
+    """The game-like archive; `share` divides the number of its files."""
     with zipfile.ZipFile(path, "w") as archive:
         for folder, extension, count, smallest, largest, content in KINDS:
-            for number in range(count):
+            for number in range(count // share):
                 name = "%s/%s_%04d.%s" % (folder, folder.split("/")[-1], number, extension)
                 rng = random.Random(hashlib.sha256(name.encode()).digest())
                 size = rng.randrange(smallest, largest) * 5 // 6

@@ -90,3 +90,27 @@ in_vm() {
     }
     return "$(<"$VM/shared/status")"
 }
+
+# on_disks COMMAND [DISK...]: runs the command in the array of this name, followed by a scratch folder,
+# --list-missing, a file and the disks. Runs it again in a virtual machine for each disk that it lists in the
+# file. Returns 1 or another status of failure.
+on_disks() {
+    local -n disk_command=$1
+    local disk code status=0 missing
+    shift
+    say "Disks of this machine's kernel"
+    "${disk_command[@]}" "$ROOT/build/disks" --list-missing "$VM-missing" "$@" || status=$?
+    [[ -e $VM-missing ]] || return "$status"
+    mapfile -t missing <"$VM-missing"
+    rm "$VM-missing"
+    if ((${#missing[@]})); then say "Disks in a virtual machine"; fi
+    if ((status == 77)); then status=0; fi
+    # One machine for each: if one hangs, the others are tried.
+    for disk in "${missing[@]}"; do
+        in_vm "${disk_command[@]}" /tmp/disks "$disk" || {
+            code=$?
+            if ((status == 0 || code != 77)); then status=$code; fi # what was skipped hides no failure
+        }
+    done
+    return "$status"
+}

@@ -1,4 +1,5 @@
-"""The disks of the matrix. Each is made below a scratch folder and mounted for a `with` block."""
+"""The disks of the matrix. Each is made below a scratch folder, with a size of at least some megabytes, and
+mounted for a `with` block."""
 
 import contextlib
 import os
@@ -86,21 +87,21 @@ def image(scratch, megabytes, *make):
         os.remove(path)
 
 
-def kernel(kind, *make, megabytes=64, options="noatime"):
+def kernel(kind, *make, smallest=0, options="noatime"):
     """A disk in a file, mounted by the kernel as `kind`."""
     @contextlib.contextmanager
-    def disk(scratch):
+    def disk(scratch, megabytes=64):
         path = folder(scratch, "disk")
-        with image(scratch, megabytes, *make) as file, \
+        with image(scratch, max(megabytes, smallest), *make) as file, \
                 mounted(path, "mount", "-t", kind, "-o", "loop," + options, file, path):
             yield path
     return disk
 
 
-def program(mount, *make, megabytes=64):
+def program(mount, *make):
     """A disk in a file, mounted by a FUSE program: `mount` gives the words of its command."""
     @contextlib.contextmanager
-    def disk(scratch):
+    def disk(scratch, megabytes=64):
         path = folder(scratch, "disk")
         with image(scratch, megabytes, *make) as file, mounted(path, *mount(file, path)):
             yield path
@@ -108,9 +109,9 @@ def program(mount, *make, megabytes=64):
 
 
 @contextlib.contextmanager
-def casefold(scratch):
+def casefold(scratch, megabytes=64):
     """ext4 with a folder whose names are compared without regard to case."""
-    with kernel("ext4", "mkfs.ext4", "-q", "-F", "-O", "casefold")(scratch) as path:
+    with kernel("ext4", "mkfs.ext4", "-q", "-F", "-O", "casefold")(scratch, megabytes) as path:
         below = folder(path, "folded")
         command("chattr", "+F", below)
         yield below
@@ -121,10 +122,10 @@ def ntfs3g(mount, options):
 
 
 @contextlib.contextmanager
-def exfat_fuse(scratch):
+def exfat_fuse(scratch, megabytes=64):
     """The program takes block devices only."""
     path = folder(scratch, "disk")
-    with image(scratch, 64, "mkfs.exfat") as file:
+    with image(scratch, megabytes, "mkfs.exfat") as file:
         device = subprocess.run(["losetup", "--find", "--show", file], capture_output=True, text=True,
                                 check=False).stdout.strip()
         if not device:
@@ -139,9 +140,9 @@ def exfat_fuse(scratch):
 # --- disks on top of a folder --------------------------------------------------------------------
 
 @contextlib.contextmanager
-def tmpfs(scratch):
+def tmpfs(scratch, megabytes=64):
     path = folder(scratch, "disk")
-    with mounted(path, "mount", "-t", "tmpfs", "-o", "size=64m", "tmpfs", path):
+    with mounted(path, "mount", "-t", "tmpfs", "-o", "size=%dm" % megabytes, "tmpfs", path):
         yield path
 
 
@@ -149,8 +150,8 @@ def above(*words, prepare=None):
     """A file system that shows a folder of an ext4 disk: `words` are its command, in which LOWER,
     UPPER, WORK and DISK stand for folders. `prepare` gets the folders by name first."""
     @contextlib.contextmanager
-    def disk(scratch):
-        with kernel("ext4", *EXT4)(folder(scratch, "below")) as below:
+    def disk(scratch, megabytes=64):
+        with kernel("ext4", *EXT4)(folder(scratch, "below"), megabytes) as below:
             names = {name: folder(below, name.lower()) for name in ("LOWER", "UPPER", "WORK")}
             names["DISK"] = folder(scratch, "disk")
             if prepare:
@@ -167,7 +168,7 @@ def above(*words, prepare=None):
 
 
 @contextlib.contextmanager
-def gocryptfs(scratch, user=False):
+def gocryptfs(scratch, megabytes=64, user=False):
     secret = os.path.join(folder(scratch), "secret")
     Path(secret).write_text("secret\n", encoding="ascii")
 
@@ -178,14 +179,15 @@ def gocryptfs(scratch, user=False):
             for name in os.listdir(names["LOWER"]):
                 shutil.chown(os.path.join(names["LOWER"], name), 1000, 1000)
 
-    with above("gocryptfs", "-q", "-passfile", secret, "LOWER", "DISK", prepare=prepare)(scratch) as path:
+    disk = above("gocryptfs", "-q", "-passfile", secret, "LOWER", "DISK", prepare=prepare)
+    with disk(scratch, megabytes) as path:
         yield path
 
 
 @contextlib.contextmanager
-def rclone(scratch):
+def rclone(scratch, megabytes=64):
     """A remote folder of rclone's, which caches written files: reading changes their times."""
-    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown:
+    with kernel("ext4", *EXT4)(folder(scratch, "below"), megabytes) as shown:
         path = folder(scratch, "disk")
         words = ["rclone", "mount", shown, path, "--vfs-cache-mode", "writes", "--daemon",
                  "--config", os.devnull, "--cache-dir", folder(scratch, "cache")]
@@ -194,11 +196,11 @@ def rclone(scratch):
 
 
 @contextlib.contextmanager
-def sshfs(scratch):
+def sshfs(scratch, megabytes=64):
     """sshfs that talks to a server program directly, without a network."""
     path = folder(scratch, "disk")
     here, there = socket.socketpair()
-    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown, contextlib.ExitStack() as ended:
+    with kernel("ext4", *EXT4)(folder(scratch, "below"), megabytes) as shown, contextlib.ExitStack() as ended:
         for words, end in ((["/usr/lib/openssh/sftp-server"], there),
                            (["sshfs", "-f", "-o", "passive", ":" + shown, path], here)):
             started(ended, *words, stdin=end, stdout=end)
@@ -211,9 +213,9 @@ def sshfs(scratch):
 
 def nfs(options):
     @contextlib.contextmanager
-    def disk(scratch):
+    def disk(scratch, megabytes=64):
         path = folder(scratch, "disk")
-        with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown:
+        with kernel("ext4", *EXT4)(folder(scratch, "below"), megabytes) as shown:
             command("modprobe", "nfsd")
             folder("/run/rpcbind")
             subprocess.run(["rpcbind", "-w"], stderr=subprocess.DEVNULL, check=False)
@@ -261,9 +263,9 @@ SMB_CONF = """[global]
 
 
 @contextlib.contextmanager
-def samba(scratch):
+def samba(scratch, megabytes=64):
     """A server of Samba; yields the folder of its state."""
-    with kernel("ext4", *EXT4)(folder(scratch, "below")) as shown, contextlib.ExitStack() as ended:
+    with kernel("ext4", *EXT4)(folder(scratch, "below"), megabytes) as shown, contextlib.ExitStack() as ended:
         state = folder(scratch, "state")
         ended.callback(shutil.rmtree, state, ignore_errors=True)
         conf = os.path.join(state, "smb.conf")
@@ -279,21 +281,21 @@ def samba(scratch):
 
 def cifs(options):
     @contextlib.contextmanager
-    def disk(scratch):
+    def disk(scratch, megabytes=64):
         path = folder(scratch, "disk")
-        with samba(scratch), mounted(path, "mount", "-t", "cifs", "-o", "guest,port=4450," + options,
+        with samba(scratch, megabytes), mounted(path, "mount", "-t", "cifs", "-o", "guest,port=4450," + options,
                                      "//127.0.0.1/share", path):
             yield path
     return disk
 
 
 @contextlib.contextmanager
-def gvfs(scratch):
+def gvfs(scratch, megabytes=64):
     """The desktop's own client of SMB, which shows the share by FUSE."""
     runtime = folder(scratch, "run")
     os.chmod(runtime, 0o700)
     environment = {**os.environ, "XDG_RUNTIME_DIR": runtime, "HOME": folder(scratch, "home")}
-    with samba(scratch), contextlib.ExitStack() as ended:
+    with samba(scratch, megabytes), contextlib.ExitStack() as ended:
         # The bus starts the client's programs, which end with it.
         bus = started(ended, "dbus-daemon", "--session", "--nofork", "--print-address=1",
                       env=environment, stdout=subprocess.PIPE)
@@ -310,8 +312,8 @@ DISKS = {
     "ext4, casefold": (casefold, False),
     "ext3": (kernel("ext3", "mkfs.ext3", "-q", "-F"), False),
     "ext2": (kernel("ext2", "mkfs.ext2", "-q", "-F"), False),
-    "xfs": (kernel("xfs", "mkfs.xfs", "-q", megabytes=320), False),
-    "btrfs": (kernel("btrfs", "mkfs.btrfs", "-q", megabytes=128), False),
+    "xfs": (kernel("xfs", "mkfs.xfs", "-q", smallest=320), False),
+    "btrfs": (kernel("btrfs", "mkfs.btrfs", "-q", smallest=128), False),
     "f2fs": (kernel("f2fs", "mkfs.f2fs", "-q"), False),
     "exfat": (kernel("exfat", "mkfs.exfat"), False),
     "vfat": (kernel("vfat", "mkfs.vfat", options="utf8"), False),
@@ -328,7 +330,7 @@ DISKS = {
     "sshfs": (sshfs, False),
     "bindfs": (above("bindfs", "LOWER", "DISK"), False),
     "gocryptfs": (gocryptfs, False),
-    "gocryptfs, of a user": (lambda scratch: gocryptfs(scratch, user=True), False),
+    "gocryptfs, of a user": (lambda scratch, megabytes=64: gocryptfs(scratch, megabytes, user=True), False),
     "rclone": (rclone, False),
     "fuse-overlayfs": (above("fuse-overlayfs", "-o",
                              "lowerdir=LOWER,upperdir=UPPER,workdir=WORK", "DISK"), False),
