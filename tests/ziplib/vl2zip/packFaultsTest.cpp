@@ -267,7 +267,7 @@ TEST_F(PackFaults, OnlyAFileWhoseTimesProveThatItIsAsExtractedIsNotRead) {
         EXPECT_EQ(readFile(archive) == before, expected.empty());
         if (expected.empty())
             continue;
-        EXPECT_EQ(result.files.size(), 2U);
+        EXPECT_GE(result.files.size(), 2U); // more if the save was tried again
         EXPECT_EQ(result.packed.at("b.txt").outcome, VL2ZIP_ADDED);
         // What a clean-up relies on.
         const ZPPACKED &packed = result.packed.at("a.txt");
