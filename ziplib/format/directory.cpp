@@ -18,6 +18,7 @@ using platform::Status;
 // Larger central directories are refused.
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
+constexpr std::size_t kEachStep = 512U << 10; // if no entry is kept
 constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
 
 } // namespace
@@ -47,7 +48,7 @@ Status Directory::readAll(const InputFile &file, const Take &take,
     if (size() > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
     reserve(m_bytes,
-            static_cast<std::size_t>(take ? std::min(size(), kReadStep + kLongestRecord) : size()));
+            static_cast<std::size_t>(take ? std::min(size(), kEachStep + kLongestRecord) : size()));
     if (!take)
         m_records.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
     std::uint64_t found = 0;
@@ -74,8 +75,8 @@ Status Directory::readRecords(const InputFile &file, const Take &take,
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
     while (filled < size()) {
-        const auto step =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, size() - filled));
+        const auto step = static_cast<std::size_t>(
+            std::min<std::uint64_t>(take ? kEachStep : kReadStep, size() - filled));
         std::size_t got = 0;
         if (Status status =
                 file.readAt(start() + filled, m_bytes.data() + (filled - kept), step, got);
