@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -107,10 +108,16 @@ class cZip : public LibraryEvents {
     bool AllowAppend() const { return m_tOptions.fGrow != 0; }
     void setAllowAppend(bool bState) { m_tOptions.fGrow = bState; }
 
+    // Passes each entry of a base to `take`, which keeps what it needs. False if some cannot be
+    // read: then the base has no entries.
+    using BaseSource =
+        std::function<bool(const std::function<void(const WorkRecord::Entry &entry)> &take)>;
     // What the archive held when the files of the folder were extracted: the base of the next Zip,
     // which merges what was changed since then in the folder and in the archive, and reads no file
-    // that proves to be as it was. None (initially): every file that differs is packed.
-    void setBase(std::optional<std::vector<WorkRecord::Entry>> base) { m_base = std::move(base); }
+    // that proves to be as it was. None (initially): every file that differs is packed. The base is
+    // read once, by Zip.
+    void setBase(BaseSource base) { m_base = std::move(base); }
+    void setBase(std::optional<std::vector<WorkRecord::Entry>> base);
 
     // Packs the matching files, replaces entries of the same path and keeps the others. The
     // library's report is in LastResult. Raises 53 if the library is missing, 76 if BasePath is not
@@ -132,7 +139,7 @@ class cZip : public LibraryEvents {
     QString m_sBasePath;
     QStringList m_asSpecs;
     ZPOPT m_tOptions{}; // its texts stay null
-    std::optional<std::vector<WorkRecord::Entry>> m_base;
+    BaseSource m_base;  // may be empty
     ZipResult m_tLastResult;
     std::optional<platform::PackedFiles> m_tPacked;
 };

@@ -32,28 +32,40 @@ void requireFolder(const QString &path) {
         platform::raise(ErrorNumber::PathNotFound);
 }
 
+std::int32_t originOf(const EntryVersion &entry) {
+    if (entry.known || !entry.written)
+        return entry.known ? VL2ZIP_KNOWN : VL2ZIP_LISTED;
+    return entry.edited ? VL2ZIP_EDITED : VL2ZIP_EXTRACTED;
+}
+
 // Sets what the archive held at the extraction, or none.
-void setBase(const std::optional<std::vector<WorkRecord::Entry>> &base,
-             VL2ZIP_CONFLICT onConflict) {
-    const std::int64_t start = platform::systemStart();
-    std::vector<ZPVERSION> versions;
-    if (base) {
-        versions.reserve(base->size() + 1); // not null, even if the archive held nothing
-        const auto originOf = [](const EntryVersion &entry) {
-            if (entry.known || !entry.written)
-                return entry.known ? VL2ZIP_KNOWN : VL2ZIP_LISTED;
-            return entry.edited ? VL2ZIP_EDITED : VL2ZIP_EXTRACTED;
-        };
-        for (const WorkRecord::Entry &entry : *base)
-            versions.push_back({entry.path.c_str(), entry.size, entry.crc, originOf(entry),
-                                entry.provesContent(start) ? 1 : 0, entry.file.device,
-                                entry.file.id, entry.file.modified, entry.file.changed});
-    }
+void setBase(const cZip::BaseSource &base, VL2ZIP_CONFLICT onConflict) {
     const auto set = library().functionIfThere<decltype(&ZpSetBase)>("ZpSetBase");
-    const auto count = static_cast<std::uint32_t>(versions.size());
-    // Without its base, a save could replace newer entries.
-    if (set != nullptr && set(base ? versions.data() : nullptr, count, onConflict) == 0)
-        throw std::bad_alloc();
+    const auto add = library().functionIfThere<decltype(&ZpAddToBase)>("ZpAddToBase");
+    if (set == nullptr || add == nullptr)
+        return;
+    const auto require = [](std::int32_t done) {
+        // Without its base, a save could replace newer entries.
+        if (done == 0)
+            throw std::bad_alloc();
+    };
+    const ZPVERSION none{}; // not a null pointer, even if the archive held nothing
+    require(set(base ? &none : nullptr, 0, onConflict));
+    const std::int64_t start = platform::systemStart();
+    const auto take = [&](const WorkRecord::Entry &entry) {
+        const ZPVERSION version{entry.path.c_str(),
+                                entry.size,
+                                entry.crc,
+                                originOf(entry),
+                                entry.provesContent(start) ? 1 : 0,
+                                entry.file.device,
+                                entry.file.id,
+                                entry.file.modified,
+                                entry.file.changed};
+        require(add(&version, 1));
+    };
+    if (base && !base(take))
+        require(set(&none, 0, onConflict));
 }
 
 } // namespace
@@ -86,7 +98,7 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
         oZip.m_tPacked.emplace();
     }
     setBase(oZip.m_base, OnZipConflict);
-    oZip.m_base.reset(); // copied by the library; the next call must not use it
+    oZip.m_base = nullptr; // copied by the library; the next call must not use it
 
     marshalling::NameTable names;
     for (std::int32_t index = 0; index < lSpecCount; ++index)

@@ -1,8 +1,8 @@
 #include "archive/workRecord.h"
 
-#include "archive/recordBytes.h"
 #include "platform/error.h"
 #include "platform/files.h"
+#include "storage/recordBytes.h"
 
 #include <libdeflate.h>
 
@@ -22,6 +22,9 @@
 
 using platform::FileInfo;
 using platform::Folder;
+using platform::RecordReader;
+using platform::RecordWriter;
+using platform::sharedLength;
 using platform::Status;
 
 namespace {
@@ -55,13 +58,6 @@ constexpr std::uint64_t kEdited = 32;
 
 std::uint32_t crcOf(std::string_view bytes) {
     return libdeflate_crc32(0, bytes.data(), bytes.size());
-}
-
-std::size_t sharedLength(std::string_view a, std::string_view b) {
-    const std::size_t most = std::min(a.size(), b.size());
-    return static_cast<std::size_t>(
-        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(most), b.begin()).first -
-        a.begin());
 }
 
 template<typename Value>
@@ -232,6 +228,16 @@ class WorkRecordReader {
     unsigned char version() const { return m_version; }
 
     bool readEntries() {
+        return readEach([this](WorkRecord::Entry &entry) {
+            // Not by the number that the record declares: that may need more memory than there is.
+            if (m_record.m_entries.empty())
+                m_record.m_entries.reserve(std::min<std::uint64_t>(m_count, m_size / 16));
+            m_record.m_entries.push_back(std::move(entry));
+        });
+    }
+
+    // `take` may move the entry.
+    bool readEach(const std::function<void(WorkRecord::Entry &entry)> &take) {
         const std::size_t start = m_bytes.size();
         if (m_version > kVersion || m_size < 2 * start + kCrcBytes + kSizeBytes)
             return false;
@@ -243,8 +249,6 @@ class WorkRecordReader {
             return false;
         RecordReader in(
             std::string_view(m_bytes).substr(start, m_bytes.size() - start - kCrcBytes));
-        // Not by the number that the record declares: that may need more memory than there is.
-        m_record.m_entries.reserve(std::min<std::uint64_t>(m_count, m_size / 16));
         FileInfo before;
         std::string path;
         for (std::uint64_t i = 0; i < m_count && !in.failed(); ++i) {
@@ -252,7 +256,7 @@ class WorkRecordReader {
             path = entry.path;
             if (entry.written)
                 before = entry.file;
-            m_record.m_entries.push_back(std::move(entry));
+            take(entry);
         }
         return !in.failed() && in.atEnd();
     }
@@ -357,6 +361,12 @@ std::optional<WorkRecord> WorkRecord::read(const QString &folders, const QString
     if (!reader.open(folders, name) || !reader.readHead() || !reader.readEntries())
         return {};
     return reader.take();
+}
+
+bool WorkRecord::readEach(const QString &folders, const QString &name,
+                          const std::function<void(const Entry &entry)> &take) {
+    WorkRecordReader reader;
+    return reader.open(folders, name) && reader.readHead() && reader.readEach(take);
 }
 
 std::optional<WorkRecord::Archive> WorkRecord::readArchive(const QString &folders,

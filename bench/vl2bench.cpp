@@ -102,18 +102,20 @@ std::int32_t writeTwice(const std::string &archive, const std::string &folder) {
 // A save as the window makes it, with what the record knows of the extracted files.
 std::int32_t saveExtracted(const std::string &archive, const std::string &folder) {
     const QFileInfo path(QString::fromStdString(folder));
-    auto known = WorkRecord::read(path.absolutePath(), path.fileName());
-    if (!known)
-        return 1;
+    bool known = true;
     cZip zip;
     zip.setZipFile(QString::fromStdString(archive));
     zip.setBasePath(path.absoluteFilePath());
     zip.setStoreFolderNames(true);
     zip.setRecurseSubDirs(true);
     zip.AddFileSpec("*");
-    zip.setBase(known->takeEntries());
-    known.reset();
+    zip.setBase([&](const auto &take) {
+        known = WorkRecord::readEach(path.absolutePath(), path.fileName(), take);
+        return known;
+    });
     zip.Zip();
+    if (!known)
+        return 1;
     listing().lastMessage = zip.LastResult().message.toStdString();
     return zip.LastResult().code;
 }

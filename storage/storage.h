@@ -27,10 +27,13 @@ constexpr std::uint8_t kAttributeFolder = 0x10;
 constexpr std::uint8_t kAttributeArchive = 0x20;
 
 struct FileInfo {
-    enum class Kind { File, Folder, Link, Other };
+    enum class Kind : std::uint8_t { File, Folder, Link, Other };
 
     Kind kind = Kind::Other;
     bool readOnly = false;
+    // The file has none of the attributes that Folder::clearAttributes clears. False if unknown:
+    // only NewFile knows it on every system.
+    bool plain = false;
     std::uint64_t size = 0;
     std::int64_t modified = 0; // nanoseconds since 1970, UTC
     // Time of the last change of the file or of its metadata; `modified` on disks without such a
@@ -38,9 +41,6 @@ struct FileInfo {
     std::int64_t changed = 0;
     std::uint64_t device = 0; // device and id together identify a file
     std::uint64_t id = 0;
-    // The file has none of the attributes that Folder::clearAttributes clears. False if unknown:
-    // only NewFile knows it on every system.
-    bool plain = false;
 };
 
 inline bool sameFile(const FileInfo &a, const FileInfo &b) {

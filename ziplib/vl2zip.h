@@ -153,6 +153,11 @@ VL2ZIP_API int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked);
  * there is no base. */
 VL2ZIP_API int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT lpConflict);
 
+/* Adds `count` entries to the base that ZpSetBase has set, so that it can be set in steps, without
+ * an array of all. Of entries with the same path the last one counts. Returns 1, or 0 if memory is
+ * exhausted or no base is set: then there is no base. */
+VL2ZIP_API int32_t ZpAddToBase(const ZPVERSION *lpBase, uint32_t count);
+
 /* Adds the matching files to the archive, replacing entries of the same path and keeping the
  * others, or deletes the matching entries (without its last entry an empty archive remains). The
  * archive is replaced atomically: its name refers to the old or the new archive at any time. If

@@ -42,12 +42,13 @@ class WorkRecordTest : public testing::Test {
         platform::FileInfo began;
         began.device = 0xFD02;
         began.changed = kBegan;
-        WorkRecord made({"/game/base/b\u00E4se.vl2",
-                         {platform::FileInfo::Kind::File, false, 77, -1, INT64_MAX, UINT64_MAX, 5},
-                         {},
-                         6,
-                         -7},
-                        began);
+        WorkRecord made(
+            {"/game/base/b\u00E4se.vl2",
+             {platform::FileInfo::Kind::File, false, false, 77, -1, INT64_MAX, UINT64_MAX, 5},
+             {},
+             6,
+             -7},
+            began);
         for (int i = 0; i < count; ++i)
             made.put(entry("textures/skins/base " + std::to_string(i) + ".png", i));
         return made;

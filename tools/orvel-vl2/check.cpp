@@ -71,16 +71,16 @@ void Checked::eachTwin(
 }
 
 std::uint64_t Checked::size(const CheckedFile &file) const {
-    return file.entry != nullptr ? file.entry->size : file.inFolder->size;
+    return file.inFolder != nullptr ? file.inFolder->size : entryOf(file).size;
 }
 
 std::int64_t Checked::modified(const CheckedFile &file) const {
-    return file.entry != nullptr ? archive->directory.modified(*file.entry)
-                                 : tree->modified(*file.inFolder);
+    return file.inFolder != nullptr ? tree->modified(*file.inFolder)
+                                    : archive->directory.modified(entryOf(file));
 }
 
 std::string_view Checked::rawName(const CheckedFile &file) const {
-    return file.entry != nullptr ? archive->directory.rawName(*file.entry) : file.path;
+    return file.inFolder != nullptr ? file.path : archive->directory.rawName(entryOf(file));
 }
 
 void reportFirst(const std::vector<std::string> &names, const Report &report) {
@@ -115,7 +115,7 @@ void Companions::read() const {
 
 namespace {
 
-void addFile(Checked &checked, std::string_view path, const ziplib::Entry *entry,
+void addFile(Checked &checked, std::string_view path, std::uint32_t entry,
              const TreeFile *inFolder) {
     const std::string folded = platform::foldCase(path);
     checked.byPath.push_back(static_cast<std::uint32_t>(checked.files.size()));
@@ -133,16 +133,17 @@ void findFacts(Tree &tree, const Companions &companions, Checked &checked) {
         const ziplib::Directory &directory = checked.archive->directory;
         checked.files.reserve(directory.entries().size());
         checked.byPath.reserve(directory.entries().size());
-        for (const ziplib::Entry &entry : directory.entries()) {
+        for (std::uint32_t i = 0; i < directory.entries().size(); ++i) {
+            const ziplib::Entry entry = directory.entries()[i];
             const bool isFolder = directory.isFolder(entry);
             if (isFolder)
                 checked.folders.push_back(directory.path(entry));
             else
-                addFile(checked, pathIn(directory, entry, checked.texts), &entry, nullptr);
+                addFile(checked, pathIn(directory, entry, checked.texts), i, nullptr);
         }
     } else {
         for (const TreeFile &file : tree.files())
-            addFile(checked, file.path, nullptr, &file);
+            addFile(checked, file.path, 0, &file);
     }
     std::sort(checked.byPath.begin(), checked.byPath.end(), [&](std::uint32_t a, std::uint32_t b) {
         const int order = checked.files[a].folded.compare(checked.files[b].folded);
@@ -169,11 +170,10 @@ bool isCheckedText(const Checked &checked, const CheckedFile &file) {
 // Reads all entries, since any of them may be damaged. Complains about these and goes on.
 Exit checkEntries(const Archive &archive, const Checked &checked,
                   const std::vector<const Rule *> &rules, std::vector<Finding> &findings) {
-    const auto &all = archive.directory.entries();
     std::vector<EntryOf> entries;
     entries.reserve(checked.files.size());
     for (const CheckedFile &file : checked.files)
-        entries.push_back({&archive, static_cast<std::size_t>(file.entry - all.data())});
+        entries.push_back({&archive, file.entry});
     Exit result = Exit::Fine;
     std::mutex mutex;
     std::unordered_map<std::size_t, std::vector<Finding>> found; // of entries that have any

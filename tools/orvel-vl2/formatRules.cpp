@@ -18,27 +18,28 @@ namespace {
 constexpr std::uint64_t kLargestArchive = std::uint64_t{1} << 31;
 constexpr std::uint64_t kNear = std::uint64_t{64} << 20;
 
-void eachEntry(const Checked &checked, const std::function<void(const CheckedFile &)> &check) {
+void eachEntry(
+    const Checked &checked,
+    const std::function<void(const CheckedFile &file, const ziplib::Entry &entry)> &check) {
     for (const CheckedFile &file : checked.files)
-        if (file.entry != nullptr)
-            check(file);
+        if (file.inFolder == nullptr)
+            check(file, checked.entryOf(file));
 }
 
 void method(const Checked &checked, const Report &report) {
     eachEntry(
         checked,
-        [&](const CheckedFile &file) {
-            if (file.entry->method != ziplib::kMethodStored &&
-                file.entry->method != ziplib::kMethodDeflated)
-                report(file.path, ziplib::methodName(file.entry->method));
+        [&](const CheckedFile &file, const ziplib::Entry &entry) {
+            if (entry.method != ziplib::kMethodStored && entry.method != ziplib::kMethodDeflated)
+                report(file.path, ziplib::methodName(entry.method));
         });
 }
 
 void comment(const Checked &checked, const Report &report) {
     if (checked.archive != nullptr && !checked.archive->directory.archiveComment().empty())
         report("", "");
-    eachEntry(checked, [&](const CheckedFile &file) {
-        if (file.entry->commentLength > 0)
+    eachEntry(checked, [&](const CheckedFile &file, const ziplib::Entry &entry) {
+        if (entry.commentLength > 0)
             report(file.path, "");
     });
 }
@@ -46,8 +47,8 @@ void comment(const Checked &checked, const Report &report) {
 void encrypted(const Checked &checked, const Report &report) {
     eachEntry(
         checked,
-        [&](const CheckedFile &file) {
-            if (file.entry->isEncrypted())
+        [&](const CheckedFile &file, const ziplib::Entry &entry) {
+            if (entry.isEncrypted())
                 report(file.path, "");
         });
 }
@@ -69,10 +70,10 @@ bool hasLocalZip64(const Archive &archive, const ziplib::Entry &entry) {
 }
 
 void zip64(const Checked &checked, const Report &report) {
-    eachEntry(checked, [&](const CheckedFile &file) {
-        const std::string_view extra = checked.archive->directory.extra(*file.entry);
+    eachEntry(checked, [&](const CheckedFile &file, const ziplib::Entry &entry) {
+        const std::string_view extra = checked.archive->directory.extra(entry);
         if (!ziplib::findExtra(extra, ziplib::kExtraZip64).empty() ||
-            hasLocalZip64(*checked.archive, *file.entry))
+            hasLocalZip64(*checked.archive, entry))
             report(file.path, "");
     });
     if (checked.archive != nullptr && checked.archive->directory.entries().size() >= 0xFFFF)

@@ -62,7 +62,7 @@ Exit list(const ListOptions &options, bool json) {
         first = false;
         if (!json && options.details)
             printLine("        size       packed  method    date       time      crc-32    entry");
-        for (const ziplib::Entry &entry : archive.directory.entries()) {
+        for (const ziplib::Entry entry : archive.directory.entries()) {
             checkInterrupt();
             if (json)
                 printEntryJson(archive, entry);

@@ -16,7 +16,7 @@ struct EntryOf {
     const Archive *archive = nullptr;
     std::size_t index = 0;
 
-    const ziplib::Entry &entry() const { return archive->directory.entries()[index]; }
+    ziplib::Entry entry() const { return archive->directory.entries()[index]; }
     std::string path() const { return archive->directory.path(entry()); }
 };
 

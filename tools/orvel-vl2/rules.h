@@ -22,9 +22,9 @@ enum class Severity {
 // One file of what is checked. Its texts are parts of the directory, the tree or the arena.
 struct CheckedFile {
     std::string_view path;
-    std::string_view folded;              // without regard to the letters' case
-    const ziplib::Entry *entry = nullptr; // null for a file of a folder
-    const TreeFile *inFolder = nullptr;   // null for an entry
+    std::string_view folded;            // without regard to the letters' case
+    std::uint32_t entry = 0;            // index in the archive, if it is an entry
+    const TreeFile *inFolder = nullptr; // null for an entry
 };
 
 // The terrains and graphs of everything that one command checks. Missions may use those of another
@@ -58,6 +58,10 @@ struct Checked {
     // Calls `take` for each file whose folded path an earlier one has, with the first of these.
     void eachTwin(
         const std::function<void(const CheckedFile &first, const CheckedFile &twin)> &take) const;
+    // Of a file that is an entry.
+    ziplib::Entry entryOf(const CheckedFile &file) const {
+        return archive->directory.entries()[file.entry];
+    }
     std::uint64_t size(const CheckedFile &file) const;
     std::int64_t modified(const CheckedFile &file) const;
     std::string_view rawName(const CheckedFile &file) const; // the stored one

@@ -101,7 +101,7 @@ void Tree::fill() {
     const ziplib::Directory &directory = m_archive->directory;
     m_files.reserve(directory.entries().size());
     for (std::size_t i = 0; i < directory.entries().size(); ++i) {
-        const ziplib::Entry &entry = directory.entries()[i];
+        const ziplib::Entry entry = directory.entries()[i];
         if (!directory.isFolder(entry))
             m_files.push_back({pathIn(directory, entry, m_texts), entry.size, entry.crc,
                                static_cast<std::uint32_t>(i)});

@@ -80,7 +80,7 @@ Exit findHolders(const std::vector<Source> &sources, const std::string &wanted, 
     }
     const Exit result = forEachArchive(archives, For::Listing, [&](Archive &archive) {
         const ziplib::Directory &directory = archive.directory;
-        for (const ziplib::Entry &entry : directory.entries()) {
+        for (const ziplib::Entry entry : directory.entries()) {
             std::string path = directory.path(entry);
             std::string folded = platform::foldCase(path);
             if (!directory.isFolder(entry) && (wanted.empty() || folded == wanted))

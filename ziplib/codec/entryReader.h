@@ -41,7 +41,7 @@ class EntryReader {
   public:
     using Chunk = std::span<const std::uint8_t>;
 
-    // The source, the directory's entry and the buffers must outlive the reader. An encrypted entry
+    // The source and the buffers must outlive the reader. An encrypted entry
     // needs a cipher.
     EntryReader(const Source &source, std::size_t index, const std::optional<Cipher> &cipher,
                 Scratch &scratch);
@@ -68,7 +68,7 @@ class EntryReader {
     platform::Status give(Chunk chunk);
 
     const Source &m_source;
-    const Entry &m_entry;
+    const Entry m_entry;
     const std::uint64_t m_limit; // where the next thing in the file starts
     std::optional<Cipher> m_cipher;
     Scratch &m_scratch;

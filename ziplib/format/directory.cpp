@@ -18,6 +18,7 @@ using platform::Status;
 // Larger central directories are refused.
 constexpr std::uint64_t kLargestDirectory = 512U << 20;
 constexpr std::size_t kReadStep = 4U << 20;
+constexpr std::size_t kEachStep = 512U << 10; // if no entry is kept
 constexpr std::uint64_t kLongestRecord = kCentralSize + 3ULL * kZip64Sentinel16;
 
 } // namespace
@@ -33,7 +34,7 @@ Status Directory::readEach(const InputFile &file, const Take &take,
 
 Status Directory::readAll(const InputFile &file, const Take &take,
                           const platform::KeepGoing &keepGoing) {
-    m_entries.clear();
+    m_records.clear();
     m_damage = {};
     m_missing = 0;
     platform::FileInfo info;
@@ -47,12 +48,12 @@ Status Directory::readAll(const InputFile &file, const Take &take,
     if (size() > kLargestDirectory)
         return {Failure::Damaged, file.path() + " has a directory that is too large", file.path()};
     reserve(m_bytes,
-            static_cast<std::size_t>(take ? std::min(size(), kReadStep + kLongestRecord) : size()));
+            static_cast<std::size_t>(take ? std::min(size(), kEachStep + kLongestRecord) : size()));
     if (!take)
-        m_entries.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
+        m_records.reserve(static_cast<std::size_t>(std::min(m_end.count, size() / kCentralSize)));
     std::uint64_t found = 0;
     if (Status status = readRecords(file, take, keepGoing, found); !status.ok()) {
-        m_entries.clear();
+        m_records.clear();
         return status;
     }
     const std::uint64_t counted = found & m_end.countMask;
@@ -74,22 +75,21 @@ Status Directory::readRecords(const InputFile &file, const Take &take,
     std::uint64_t filled = 0;
     std::uint64_t at = 0;
     while (filled < size()) {
-        const auto step =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kReadStep, size() - filled));
+        const auto step = static_cast<std::size_t>(
+            std::min<std::uint64_t>(take ? kEachStep : kReadStep, size() - filled));
         std::size_t got = 0;
         if (Status status =
                 file.readAt(start() + filled, m_bytes.data() + (filled - kept), step, got);
             !status.ok())
             return status;
         filled += got;
-        Entry entry;
-        while (parseRecord(at - kept, filled - kept, entry)) {
+        while (const std::uint64_t length = recordSize(at - kept, filled - kept)) {
             ++count;
             if (take)
-                take(entry);
+                take(decode(at - kept));
             else
-                m_entries.push_back(entry);
-            at += kCentralSize + entry.nameLength + entry.extraLength + entry.commentLength;
+                m_records.push_back(static_cast<std::uint32_t>(at));
+            at += length;
         }
         // The rest must be the start of a record that the next step completes.
         if (got < step || filled - at >= kLongestRecord)
@@ -110,19 +110,26 @@ Status Directory::readRecords(const InputFile &file, const Take &take,
     return {};
 }
 
-bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry) {
+std::uint64_t Directory::recordSize(std::uint64_t at, std::uint64_t filled) const {
     if (filled - at < kCentralSize)
-        return false;
+        return 0;
     const std::uint8_t *record = m_bytes.data() + at;
     if (get32(record) != kCentralSignature)
-        return false;
+        return 0;
     const std::uint8_t *fields = record + kCentralCommon;
+    const std::uint64_t length =
+        std::uint64_t{kCentralSize} + get16(fields + commonField::kNameLength) +
+        get16(fields + commonField::kExtraLength) + get16(record + centralField::kCommentLength);
+    return filled - at < length ? 0 : length;
+}
+
+Entry Directory::decode(std::uint64_t at) const {
+    const std::uint8_t *record = m_bytes.data() + at;
+    const std::uint8_t *fields = record + kCentralCommon;
+    Entry entry;
     entry.nameLength = get16(fields + commonField::kNameLength);
     entry.extraLength = get16(fields + commonField::kExtraLength);
     entry.commentLength = get16(record + centralField::kCommentLength);
-    if (filled - at - kCentralSize <
-        static_cast<std::uint64_t>(entry.nameLength) + entry.extraLength + entry.commentLength)
-        return false;
     entry.record = static_cast<std::uint32_t>(at);
     entry.madeBy = get16(record + centralField::kMadeBy);
     entry.flags = get16(fields + commonField::kFlags);
@@ -135,10 +142,11 @@ bool Directory::parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry
     entry.internalAttributes = get16(record + centralField::kInternalAttributes);
     entry.externalAttributes = get32(record + centralField::kExternalAttributes);
     entry.localOffset = get32(record + centralField::kLocalOffset);
-    applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
+    if (std::max({entry.size, entry.compressedSize, entry.localOffset}) == kZip64Sentinel)
+        applyZip64(extra(entry), {&entry.size, &entry.compressedSize, &entry.localOffset});
     // An offset that would overflow stays at the maximum: past the end of any file.
     entry.localOffset += std::min(base(), UINT64_MAX - entry.localOffset);
-    return true;
+    return entry;
 }
 
 std::string_view Directory::slice(std::size_t at, std::size_t size) const {

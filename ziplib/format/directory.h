@@ -13,7 +13,8 @@
 
 namespace ziplib {
 
-// One record of the central directory. Fields of variable length stay in the directory's buffer.
+// One record of the central directory, decoded. Fields of variable length stay in the directory's
+// buffer.
 struct Entry {
     std::uint64_t localOffset = 0; // of its local header, in the file
     std::uint64_t compressedSize = 0;
@@ -35,9 +36,42 @@ struct Entry {
     bool isMarkedText() const { return (internalAttributes & kInternalText) != 0; }
 };
 
-// The central directory of an archive: kept in memory as it is stored, indexed by compact entries.
+// The central directory of an archive: kept in memory as it is stored. Of each entry only the
+// offset of its record is kept beside it, and the entry is decoded at each access.
 class Directory {
   public:
+    // The entries in stored order.
+    class Entries {
+      public:
+        class Iterator {
+          public:
+            Iterator(const Directory &directory, std::size_t index)
+                : m_directory(&directory), m_index(index) {}
+            Entry operator*() const { return m_directory->entries()[m_index]; }
+            Iterator &operator++() {
+                ++m_index;
+                return *this;
+            }
+            bool operator==(const Iterator &other) const { return m_index == other.m_index; }
+
+          private:
+            const Directory *m_directory;
+            std::size_t m_index;
+        };
+
+        explicit Entries(const Directory &directory) : m_directory(&directory) {}
+        std::size_t size() const { return m_directory->m_records.size(); }
+        bool empty() const { return size() == 0; }
+        Entry operator[](std::size_t index) const {
+            return m_directory->decode(m_directory->m_records[index]);
+        }
+        Iterator begin() const { return {*m_directory, 0}; }
+        Iterator end() const { return {*m_directory, size()}; }
+
+      private:
+        const Directory *m_directory;
+    };
+
     // Reads it. WrongFormat, EndsEarly or Damaged if it cannot be read; it is empty then. Handles
     // data in front of the archive and a comment that holds an end record.
     platform::Status read(const platform::InputFile &file,
@@ -48,8 +82,7 @@ class Directory {
                               const std::function<void(const Entry &entry)> &take,
                               const platform::KeepGoing &keepGoing = {});
 
-    // In stored order.
-    const std::vector<Entry> &entries() const { return m_entries; }
+    Entries entries() const { return Entries(*this); }
 
     std::string_view rawName(const Entry &entry) const;
     std::string_view extra(const Entry &entry) const;
@@ -93,11 +126,13 @@ class Directory {
                              const platform::KeepGoing &keepGoing);
     platform::Status readRecords(const platform::InputFile &file, const Take &take,
                                  const platform::KeepGoing &keepGoing, std::uint64_t &count);
-    bool parseRecord(std::uint64_t at, std::uint64_t filled, Entry &entry);
+    // The size of the record at `at`, or 0 if there is none before `filled`.
+    std::uint64_t recordSize(std::uint64_t at, std::uint64_t filled) const;
+    Entry decode(std::uint64_t at) const;
     std::string_view slice(std::size_t at, std::size_t size) const;
 
     Bytes m_bytes;
-    std::vector<Entry> m_entries;
+    std::vector<std::uint32_t> m_records; // their offsets in m_bytes
     EndRecord m_end;
     std::uint64_t m_fileSize = 0;
     std::uint64_t m_missing = 0;

@@ -102,22 +102,38 @@ Status locateData(const InputFile &file, const Directory &directory, const Entry
     return status;
 }
 
-Extents::Extents(const InputFile &file, const Directory &directory)
-    : m_limits(directory.entries().size(), directory.fileSize()) {
-    const std::vector<Entry> &entries = directory.entries();
+std::vector<std::uint32_t> orderByOffset(const Directory &directory) {
+    const Directory::Entries entries = directory.entries();
     std::vector<std::uint32_t> order(entries.size());
     std::iota(order.begin(), order.end(), 0U);
-    const auto before = [&](std::uint32_t a, std::uint32_t b) {
-        return entries[a].localOffset < entries[b].localOffset;
-    };
-    if (!std::is_sorted(order.begin(), order.end(), before))
-        std::stable_sort(order.begin(), order.end(), before);
+    bool sorted = true;
+    std::uint64_t last = 0;
+    for (std::size_t i = 0; i < order.size() && sorted; ++i) {
+        const std::uint64_t offset = entries[i].localOffset;
+        sorted = offset >= last;
+        last = offset;
+    }
+    if (sorted)
+        return order;
+    std::vector<std::uint64_t> offsets(order.size());
+    std::transform(
+        order.begin(), order.end(), offsets.begin(),
+        [&](std::uint32_t i) { return entries[i].localOffset; });
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return offsets[a] < offsets[b]; });
+    return order;
+}
+
+Extents::Extents(const InputFile &file, const Directory &directory)
+    : m_limits(directory.entries().size(), directory.fileSize()) {
+    std::vector<std::uint32_t> order = orderByOffset(directory);
     if (findOverlaps(directory, order))
         return;
     // Some overlap. Entries without a matching local header are left out of the second pass.
     const auto isMissing = [&](std::uint32_t index) {
         std::uint64_t offset = 0;
-        return overlaps(index) && !locateData(file, directory, entries[index], offset).ok();
+        return overlaps(index) &&
+               !locateData(file, directory, directory.entries()[index], offset).ok();
     };
     order.erase(std::remove_if(order.begin(), order.end(), isMissing), order.end());
     std::fill(m_limits.begin(), m_limits.end(), directory.fileSize());
@@ -126,7 +142,7 @@ Extents::Extents(const InputFile &file, const Directory &directory)
 
 // Sets the limits of the entries in `order`, by offset. False if some overlap.
 bool Extents::findOverlaps(const Directory &directory, std::vector<std::uint32_t> &order) {
-    const std::vector<Entry> &entries = directory.entries();
+    const Directory::Entries entries = directory.entries();
     // From the back: the offset that follows each entry.
     std::uint64_t next = directory.fileSize();
     std::uint64_t here = next;
@@ -144,7 +160,7 @@ bool Extents::findOverlaps(const Directory &directory, std::vector<std::uint32_t
     std::uint64_t furthest = 0;
     std::uint32_t holder = 0;
     for (const std::uint32_t index : order) {
-        const Entry &entry = entries[index];
+        const Entry entry = entries[index];
         const std::uint64_t head = kLocalSize + entry.nameLength;
         const std::uint64_t end =
             entry.localOffset < UINT64_MAX - head &&

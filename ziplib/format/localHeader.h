@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace ziplib {
 
@@ -19,6 +20,10 @@ platform::Status checkLocal(const platform::InputFile &file, const Directory &di
 // the file.
 platform::Status locateData(const platform::InputFile &file, const Directory &directory,
                             const Entry &entry, std::uint64_t &dataOffset);
+
+// The indices of the entries, sorted by the offsets of their local headers; entries with the same
+// offset stay in stored order.
+std::vector<std::uint32_t> orderByOffset(const Directory &directory);
 
 // Finds the entries that share bytes with others or with the directory, in one pass. Gaps between
 // entries, and entries in another order than their records, are allowed. An entry without a

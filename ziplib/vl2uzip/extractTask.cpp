@@ -16,7 +16,7 @@ Status ExtractTask::perform(Scratch &scratch) {
     if (kind == Kind::Test)
         return read(scratch, nullptr);
     const Directory &directory = m_context.source.directory;
-    const Entry &entry = directory.entries()[index];
+    const Entry entry = directory.entries()[index];
     // In a folder that this call made, every file is its own.
     OwnFiles *own = folder->made || platform::namesIgnoreCase() ? nullptr : &m_context.own;
     platform::FileInfo named;

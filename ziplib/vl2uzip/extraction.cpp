@@ -48,8 +48,8 @@ void Extraction::run(const Plan &plan) {
         runTasks(plan);
     // Entries that were not reached before the call ended.
     for (; m_context.wantsWritten && m_collected < plan.items.size(); ++m_collected) {
-        const Entry &entry = m_directory.entries()[plan.items[m_collected].index];
-        reportExtracted(entry, m_directory.path(entry), nullptr);
+        const std::uint32_t index = plan.items[m_collected].index;
+        reportExtracted(index, m_directory.path(m_directory.entries()[index]), nullptr);
     }
     m_result.addMissing(plan.items.size() - m_complete);
 }
@@ -77,7 +77,7 @@ void Extraction::runTasks(const Plan &plan) {
 }
 
 void Extraction::start(const PlanItem &item) {
-    const Entry &entry = m_directory.entries()[item.index];
+    const Entry entry = m_directory.entries()[item.index];
     auto task = std::make_unique<ExtractTask>(m_context, item.index, m_directory.path(entry));
     switch (item.action) {
     case PlanItem::Action::SharesTarget:
@@ -129,9 +129,12 @@ void Extraction::drain() {
         collectNext();
 }
 
-void Extraction::reportExtracted(const Entry &entry, const std::string &path,
+void Extraction::reportExtracted(std::uint32_t index, const std::string &path,
                                  const platform::FileInfo *written) {
-    if (m_context.wantsWritten && !m_directory.isFolder(entry))
+    if (!m_context.wantsWritten)
+        return;
+    const Entry entry = m_directory.entries()[index];
+    if (!m_directory.isFolder(entry))
         m_caller.extracted(path, entry, written);
 }
 
@@ -145,7 +148,7 @@ void Extraction::collect(std::unique_ptr<ExtractTask> task) {
         retry(*task);
     }
     ++m_collected;
-    reportExtracted(m_directory.entries()[task->index], task->path,
+    reportExtracted(task->index, task->path,
                     task->status.ok() && task->written ? &*task->written : nullptr);
     if (task->status.ok()) {
         ++m_complete;

@@ -47,7 +47,7 @@ class Extraction {
     std::unique_ptr<ExtractTask> nextTask();
     void drain();
     void retry(ExtractTask &task);
-    void reportExtracted(const Entry &entry, const std::string &path,
+    void reportExtracted(std::uint32_t index, const std::string &path,
                          const platform::FileInfo *written);
     void stop(ReturnCode code, const std::string &message);
 

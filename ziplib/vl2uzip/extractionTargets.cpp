@@ -78,7 +78,7 @@ bool Extraction::fits(const Plan &plan, const platform::Folder &target) {
     for (const PlanItem &item : plan.items) {
         if (item.action != PlanItem::Action::File)
             continue;
-        const Entry &entry = m_directory.entries()[item.index];
+        const Entry entry = m_directory.entries()[item.index];
         const std::string path = targetPath(m_directory.path(entry), m_request);
         const std::string parent(folderOf(path));
         if (parent != lastFolder) { // entries come folder by folder
@@ -98,7 +98,7 @@ bool Extraction::fits(const Plan &plan, const platform::Folder &target) {
 // Decides which file an entry goes to and whether it may be written, and gets its password. If not,
 // the task stays settled and is reported in its turn.
 void Extraction::prepareFile(ExtractTask &task) {
-    const Entry &entry = m_directory.entries()[task.index];
+    const Entry entry = m_directory.entries()[task.index];
     if (m_folders) {
         const std::string target = targetPath(task.path, m_request);
         const std::string_view folder = folderOf(target);

@@ -64,7 +64,7 @@ NameFilter::NameFilter(const std::vector<std::string> &wanted,
     : m_wanted(wanted, ignoreCase), m_unwanted(unwanted, ignoreCase) {
     if (m_wanted.empty() && m_unwanted.empty())
         return;
-    for (const Entry &entry : directory.entries()) {
+    for (const Entry entry : directory.entries()) {
         const std::string path = directory.path(entry);
         m_wanted.resolve(path);
         m_unwanted.resolve(path);

@@ -12,7 +12,7 @@ constexpr int kMostTries = 3; // for one entry
 // True in `fits` if the entry's encryption header fits the cipher. A wrong password does in one
 // case of 256.
 Status checkPassword(const Source &source, std::size_t index, Cipher cipher, bool &fits) {
-    const Entry &entry = source.directory.entries()[index];
+    const Entry entry = source.directory.entries()[index];
     std::uint64_t offset = 0;
     fits = false;
     if (Status status = locateData(source.file, source.directory, entry, offset); !status.ok())

@@ -107,20 +107,21 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
               const platform::KeepGoing &keepGoing) {
     Plan plan;
     Paths paths;
-    const std::vector<Entry> &entries = directory.entries();
+    const Directory::Entries entries = directory.entries();
     for (std::size_t i = 0; i < entries.size() && keepGoing(); ++i) {
-        const std::string path = directory.path(entries[i]);
+        const Entry entry = entries[i];
+        const std::string path = directory.path(entry);
         if (!filter.accepts(path))
             continue;
         PlanItem item{static_cast<std::uint32_t>(i), PlanItem::Action::File};
         if (request.work == Request::Work::Extract) {
             const std::string target = targetPath(path, request);
-            item.action = decide(directory, entries[i], path, target);
+            item.action = decide(directory, entry, path, target);
             if ((item.action == PlanItem::Action::File ||
                  item.action == PlanItem::Action::Folder) &&
                 !target.empty())
                 paths.add(target, plan.items.size());
-        } else if (directory.isFolder(entries[i])) {
+        } else if (directory.isFolder(entry)) {
             item.action = PlanItem::Action::Folder;
         }
         plan.items.push_back(item);
@@ -128,7 +129,7 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
     paths.settle(plan.items, directory);
     for (const PlanItem &item : plan.items) {
         if (item.action == PlanItem::Action::File) {
-            const Entry &entry = entries[item.index];
+            const Entry entry = entries[item.index];
             plan.size += std::min(entry.size, UINT64_MAX - plan.size);
             plan.compressedSize += std::min(entry.compressedSize, UINT64_MAX - plan.compressedSize);
         }

@@ -86,7 +86,7 @@ void list(const Directory &directory, NameFilter &filter, Caller &caller, CallRe
     std::uint64_t size = 0;
     std::uint64_t compressedSize = 0;
     std::uint64_t count = 0;
-    for (const Entry &entry : directory.entries()) {
+    for (const Entry entry : directory.entries()) {
         const std::string path = directory.path(entry);
         if (filter.accepts(path)) {
             caller.list(path, entry);

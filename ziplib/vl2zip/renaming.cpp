@@ -31,7 +31,7 @@ Status renameInArchive(const PackOptions &options, const std::string &from, cons
     return rewriteArchive(
         options, report,
         [&](const auto & /*target*/, const auto &directory, ArchiveWriter &writer) -> Status {
-            const auto &entries = directory.entries();
+            const Directory::Entries entries = directory.entries();
             NameClashes clashes;
             std::size_t count = 0;
             for (const bool renaming : {true, false}) {

@@ -187,7 +187,7 @@ Status Update::merge(ChangeDetector &detector) {
     for (std::size_t i = 0; i < m_candidates.size(); ++i) {
         if (detector.comparisons()[i].verdict != Comparison::Verdict::Conflict)
             continue;
-        const Entry &entry = m_directory.entries()[m_candidates[i].entry];
+        const Entry entry = m_directory.entries()[m_candidates[i].entry];
         const std::string path = m_directory.path(entry);
         m_report.conflict({path.c_str(), entry.size, entry.crc, 0, 0, 0, 0, 0, 0});
         if (++count <= kMostNames)
@@ -263,12 +263,12 @@ void Update::reportPacked() {
         const std::string path(m_options.junkFolders ? file.path : candidate.path);
         ZPPACKED packed{};
         packed.path = path.c_str();
-        packed.device = file.info.device;
-        packed.id = file.info.id;
-        packed.size = file.info.size;
-        packed.modified = file.info.modified;
-        packed.changed = file.info.changed;
-        packed.began = m_scan.beganFor(file.info);
+        packed.device = file.device;
+        packed.id = file.id;
+        packed.size = file.size;
+        packed.modified = file.modified;
+        packed.changed = file.changed;
+        packed.began = m_scan.beganFor(file.info());
         packed.crc = file.crc;
         packed.outcome = file.outcome;
         m_report.packed(packed);
@@ -339,6 +339,7 @@ Status Update::run(bool &again) {
         !done.ok() || again)
         return done;
     removeTemporaries();
+    m_directory = {}; // the caller needs memory for what is reported
     reportPacked();
     return finish(packed);
 }

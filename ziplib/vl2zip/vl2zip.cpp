@@ -18,7 +18,7 @@ struct Setting {
     ZIPUSERFUNCTIONS callbacks{};
     VL2ZIP_PACKED packed = nullptr;
     VL2ZIP_CONFLICT conflict = nullptr;
-    std::shared_ptr<const ziplib::Base> base;
+    std::shared_ptr<ziplib::Base> base;
     ziplib::PackOptions options;
 };
 
@@ -63,6 +63,24 @@ ziplib::BaseVersion baseVersion(const ZPVERSION &given) {
     return version;
 }
 
+// Adds to the base of the setting, which is empty if there was none. False if memory is exhausted:
+// then there is none.
+bool addToBase(const ZPVERSION *versions, std::uint32_t count) {
+    std::shared_ptr<ziplib::Base> &base = setting().base;
+    try {
+        if (!base)
+            base = std::make_shared<ziplib::Base>();
+        else if (base.use_count() > 1) // a callback of a call in progress, which has its own
+            base = std::make_shared<ziplib::Base>(*base);
+        for (std::uint32_t i = 0; i < count; ++i)
+            base->add(versions[i].path, baseVersion(versions[i]));
+        return true;
+    } catch (const std::exception &) {
+        base.reset();
+        return false;
+    }
+}
+
 std::int32_t run(const ziplib::PackOptions &options, ziplib::Report &report) {
     using ziplib::Failure;
     using ziplib::Status;
@@ -93,21 +111,15 @@ std::int32_t ZpReportPacked(VL2ZIP_PACKED lpPacked) {
 }
 
 std::int32_t ZpSetBase(const ZPVERSION *lpBase, uint32_t count, VL2ZIP_CONFLICT lpConflict) {
-    std::shared_ptr<ziplib::Base> base;
-    bool complete = true;
-    try {
-        if (lpBase != nullptr)
-            base = std::make_shared<ziplib::Base>();
-        for (std::uint32_t i = 0; base && i < count; ++i)
-            base->add(lpBase[i].path, baseVersion(lpBase[i]));
-    } catch (const std::exception &) {
-        base.reset();
-        complete = false;
-    }
     const std::lock_guard lock(setting().mutex);
-    setting().base = std::move(base);
     setting().conflict = lpConflict;
-    return complete ? 1 : 0;
+    setting().base.reset();
+    return lpBase == nullptr || addToBase(lpBase, count) ? 1 : 0;
+}
+
+std::int32_t ZpAddToBase(const ZPVERSION *lpBase, uint32_t count) {
+    const std::lock_guard lock(setting().mutex);
+    return setting().base && addToBase(lpBase, count) ? 1 : 0;
 }
 
 int32_t ZpSetOptions(ZPOPT *lpZpOpt) {

@@ -35,19 +35,17 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const platform::Input
     std::iota(m_left.begin(), m_left.end(), std::uint32_t{0});
 }
 
-const Entry *ChangeDetector::entryOf(std::size_t index) const {
+// Of the entry, or 0 if the candidate is new.
+std::uint64_t ChangeDetector::entrySize(std::size_t index) const {
     const std::uint32_t entry = m_candidates[index].entry;
-    return entry == kNoEntry ? nullptr : &m_directory.entries()[entry];
+    return entry == kNoEntry ? 0 : m_directory.entries()[entry].size;
 }
 
 platform::OrderedParallelFor ChangeDetector::work(const Indices &indices) const {
     platform::OrderedParallelFor work;
     work.count = indices.size();
     // Not a bound on memory: it keeps one thread from claiming many large files at once.
-    work.cost = [this, &indices](std::size_t i) {
-        const Entry *entry = entryOf(indices[i]);
-        return entry == nullptr ? 0 : entry->size;
-    };
+    work.cost = [this, &indices](std::size_t i) { return entrySize(indices[i]); };
     work.take = [](std::size_t) { return true; };
     work.idle = m_idle;
     return work;
@@ -131,9 +129,9 @@ ChangeDetector::Indices ChangeDetector::takeLikelyEdited() {
     job.cost = [](std::size_t) { return kSmall; };
     job.work = [&](std::size_t i) {
         const Candidate &candidate = m_candidates[m_left[i]];
-        const Entry *entry = entryOf(m_left[i]);
-        edited[i] = settleUntouched(m_left[i]) || candidate.folder || entry == nullptr ||
-                    looksEdited(m_context, m_scan.files[candidate.file], *entry);
+        edited[i] = settleUntouched(m_left[i]) || candidate.folder || candidate.entry == kNoEntry ||
+                    looksEdited(m_context, m_scan.files[candidate.file],
+                                m_directory.entries()[candidate.entry]);
     };
     platform::orderedParallelFor(job, platform::workerCount(), UINT64_MAX);
     Indices found;
@@ -159,10 +157,8 @@ Status ChangeDetector::findDisputed() {
 Status ChangeDetector::findEdited() {
     Indices indices;
     indices.swap(m_left);
-    std::stable_partition(indices.begin(), indices.end(), [this](std::size_t index) {
-        const Entry *entry = entryOf(index);
-        return entry == nullptr || entry->size < kSmall;
-    });
+    std::stable_partition(indices.begin(), indices.end(),
+                          [this](std::size_t index) { return entrySize(index) < kSmall; });
     if (auto found = find(indices, true); !found.ok())
         return found;
     return find(takeLikelyEdited(), false);

@@ -54,7 +54,7 @@ class ChangeDetector {
   private:
     using Indices = std::vector<std::uint32_t>; // of candidates
     platform::OrderedParallelFor work(const Indices &indices) const;
-    const Entry *entryOf(std::size_t index) const;
+    std::uint64_t entrySize(std::size_t index) const;
     bool settleUntouched(std::size_t index);
     void compareOne(std::size_t index);
     Status takeOne(std::size_t index);

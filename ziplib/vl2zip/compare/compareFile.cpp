@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 namespace ziplib {
 
@@ -74,7 +75,7 @@ Status compareBytes(SourceFile &file, EntryReader &reader, bool &same) {
 // file; an edited file has another time.
 Status looksCutOff(const ComparisonContext &context, SourceFile &file, std::size_t index,
                    bool &cutOff) {
-    const Entry &entry = context.directory.entries()[index];
+    const Entry entry = context.directory.entries()[index];
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
              std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
@@ -99,7 +100,7 @@ Status looksCutOff(const ComparisonContext &context, SourceFile &file, std::size
 }
 
 Status compare(const ComparisonContext &context, SourceFile &file, std::size_t index, bool &same) {
-    const Entry &entry = context.directory.entries()[index];
+    const Entry entry = context.directory.entries()[index];
     same = false;
     if (lineEndsOf(context.options) == LineEnds::Keep && file.version().size != entry.size)
         return {};
@@ -116,35 +117,34 @@ Status compare(const ComparisonContext &context, SourceFile &file, std::size_t i
     return compareBytes(file, reader, same);
 }
 
-// Decides by the options whether a file is packed. `entry` is null if the file is new.
-Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file, const Entry *entry,
-                     std::uint8_t &attributes) {
+// Decides by the options whether a file is packed, which is new if it has no entry.
+Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file,
+                     const std::optional<Entry> &entry, std::uint8_t &attributes) {
     const PackOptions &options = context.options;
-    if (options.newerOnly && entry != nullptr &&
-        !isNewer(context.directory, *entry, file.version().modified))
+    if (options.newerOnly && entry && !isNewer(context.directory, *entry, file.version().modified))
         return Verdict::NotNewer;
     attributes = file.attributes();
     if ((attributes & kHiddenOrSystem) != 0 && !options.hiddenToo)
-        return entry != nullptr ? Verdict::HiddenChanged : Verdict::Hidden;
+        return entry ? Verdict::HiddenChanged : Verdict::Hidden;
     return Verdict::Pack;
 }
 
 // Finds out whether a disputed file has bytes that the archive held at the extraction or later, and
 // that are not the user's. Then the archive alone was changed, and its state stays.
-Status compareBase(SourceFile &file, const Candidate &candidate, FoundFile &found, bool &same) {
-    const BaseVersion *base = candidate.base;
-    if (base != nullptr && base->written == VL2ZIP_EDITED)
-        base = nullptr;
+Status compareBase(const Base &base, SourceFile &file, const Candidate &candidate, FoundFile &found,
+                   bool &same) {
+    std::optional<BaseVersion> version = base.find(candidate.base);
+    if (version && version->written == VL2ZIP_EDITED)
+        version.reset();
+    const std::optional<BaseVersion> known = base.findKnown(candidate.known());
     same = false;
-    if (base == nullptr && candidate.known == nullptr)
+    if (!version && !known)
         return {};
     std::uint64_t size = 0;
     file.rewind();
     auto read = file.measure(found.crc, size);
-    const auto isOf = [&](const BaseVersion *version) {
-        return version != nullptr && version->isOf(size, found.crc);
-    };
-    same = read.ok() && (isOf(base) || isOf(candidate.known));
+    same = read.ok() &&
+           ((version && version->isOf(size, found.crc)) || (known && known->isOf(size, found.crc)));
     return read;
 }
 
@@ -152,9 +152,10 @@ Status compareBase(SourceFile &file, const Candidate &candidate, FoundFile &foun
 // that has its name belongs to another file, which the disk could not hold beside it.
 Status compareTwins(const ComparisonContext &context, SourceFile &file, const Candidate &candidate,
                     FoundFile &found, bool &same) {
-    const auto &entries = context.directory.entries();
+    const Directory::Entries entries = context.directory.entries();
     const auto hasTwin = [&](auto isTwin) {
-        return std::any_of(candidate.twins->begin(), candidate.twins->end(),
+        const std::vector<std::uint32_t> &twins = candidate.special->twins;
+        return std::any_of(twins.begin(), twins.end(),
                            [&](std::uint32_t twin) { return isTwin(entries[twin]); });
     };
     std::uint64_t size = file.version().size;
@@ -187,9 +188,8 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
         file.setFolder(open->folder);
     if (auto opened = file.open(); !opened.ok())
         return opened;
-    found.info = file.version();
-    found.known = true;
-    if (context.archiveInfo != nullptr && sameFile(found.info, *context.archiveInfo)) {
+    found.setInfo(file.version());
+    if (context.archiveInfo != nullptr && sameFile(file.version(), *context.archiveInfo)) {
         result.verdict = Verdict::Archive;
         return {};
     }
@@ -198,11 +198,13 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     bool isTwins = false;
     bool cutOff = false;
     const std::size_t index = candidate.entry;
-    const Entry *entry = index == kNoEntry ? nullptr : &context.directory.entries()[index];
+    std::optional<Entry> entry;
+    if (index != kNoEntry)
+        entry = context.directory.entries()[index];
     Status compared;
-    if (entry != nullptr)
+    if (entry)
         compared = compare(context, file, index, same);
-    if (compared.ok() && !same && candidate.twins != nullptr)
+    if (compared.ok() && !same && candidate.hasTwins())
         compared = compareTwins(context, file, candidate, found, isTwins);
     if (compared.ok() && isTwins) {
         result.verdict = Verdict::Same;
@@ -210,15 +212,15 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
         return {};
     }
     if (compared.ok() && !same && candidate.disputed)
-        compared = compareBase(file, candidate, found, asExtracted);
-    if (compared.ok() && !same && !asExtracted && entry != nullptr)
+        compared = compareBase(*context.options.base, file, candidate, found, asExtracted);
+    if (compared.ok() && !same && !asExtracted && entry)
         compared = looksCutOff(context, file, index, cutOff);
     if (!compared.ok())
         return compared;
     if (asExtracted) {
         result.verdict = Verdict::Kept;
         found.packed = true;
-        found.outcome = entry != nullptr ? VL2ZIP_KEPT : VL2ZIP_REMOVED;
+        found.outcome = entry ? VL2ZIP_KEPT : VL2ZIP_REMOVED;
         return {};
     }
     // With encryption a file is packed even if its entry, which may be plain, holds its bytes.
@@ -231,7 +233,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     // A file that the options leave out but the archive holds already stays in the archive.
     if (same && result.verdict != Verdict::Pack)
         result.verdict = Verdict::Same;
-    const bool isOpen = candidate.disputed && !candidate.settled && entry != nullptr;
+    const bool isOpen = candidate.disputed && !candidate.settled && entry;
     if (!same && result.verdict == Verdict::Pack && isOpen)
         result.verdict = Verdict::Conflict;
     if (result.verdict == Verdict::Pack && candidate.obstructed)
@@ -246,21 +248,22 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
 // After a power cut, the disk may hold a file's new size and times, but not its bytes. Such a file
 // counts as untouched too: nothing is packed, so the archive keeps what the file has lost.
 bool isUntouched(const ComparisonContext &context, FoundFile &found, const Candidate &candidate) {
-    if (candidate.base == nullptr || !candidate.base->timesTell || candidate.disputed ||
-        candidate.entry == kNoEntry || context.options.encrypt ||
-        lineEndsOf(context.options) != LineEnds::Keep)
+    if (candidate.base == kNoVersion || candidate.disputed || candidate.entry == kNoEntry ||
+        context.options.encrypt || lineEndsOf(context.options) != LineEnds::Keep)
+        return false;
+    const BaseVersion base = *context.options.base->find(candidate.base);
+    if (!base.timesTell)
         return false;
     std::shared_ptr<const platform::OpenFolder> open;
     platform::FileInfo now;
     if (!context.folders.get(folderOf(found.path), open).ok() ||
         !open->folder.info(std::string(lastComponent(found.path)), now).ok() ||
-        now.kind != platform::FileInfo::Kind::File || !candidate.base->proves(now) ||
+        now.kind != platform::FileInfo::Kind::File || !base.proves(now) ||
         !context.scan.stampsWritesTo(now))
         return false;
-    found.info = now;
-    found.known = true;
+    found.setInfo(now);
     found.packed = true;
-    found.crc = candidate.base->crc;
+    found.crc = base.crc;
     return true;
 }
 

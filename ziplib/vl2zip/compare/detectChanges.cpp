@@ -79,7 +79,7 @@ class FolderCheck {
 // True if any change since the scan began shows in the file's times. Only times of the file's own
 // disk are compared, so that neither its time resolution nor its clock matters.
 bool FolderCheck::timesShowChanges(const FoundFile &file) const {
-    return file.info.changed < m_scan.beganFor(file.info);
+    return file.changed < m_scan.beganFor(file.info());
 }
 
 // A file that cannot be read counts as changed; the next attempt to pack it reports the reason.
@@ -88,9 +88,8 @@ bool FolderCheck::hasPackedBytes(const FoundFile &file) const {
     source.setFolder(m_folder);
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
-    return source.open().ok() && sameFile(source.version(), file.info) &&
-           source.version().size == file.info.size && source.measure(crc, size).ok() &&
-           crc == file.crc;
+    return source.open().ok() && sameFile(source.version(), file.info()) &&
+           source.version().size == file.size && source.measure(crc, size).ok() && crc == file.crc;
 }
 
 Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
@@ -102,7 +101,7 @@ Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) 
     if (!known.ok() && !known.is(Failure::NotFound))
         return failure(known, Failure::CannotOpen);
     // The times of a packed file prove nothing if they differ: on some disks reading changes them.
-    const bool same = known.ok() && sameVersion(file.info, now);
+    const bool same = known.ok() && sameVersion(file.info(), now);
     if (!known.ok() || (!same && !file.packed) ||
         (file.packed && !(same && timesShowChanges(file)) && !hasPackedBytes(file)))
         m_scanned.changed = file.path;

@@ -10,37 +10,33 @@
 
 namespace ziplib {
 
-const BaseVersion *Base::find(const Versions &versions, const std::string &path) {
-    const auto found = versions.find(path);
-    return found == versions.end() ? nullptr : &found->second;
-}
-
-std::unordered_multimap<std::string, const Base::Versions::value_type *>
-Base::writtenByFold() const {
-    std::unordered_multimap<std::string, const Versions::value_type *> found;
-    for (const auto &version : m_versions)
-        if (version.second.written != VL2ZIP_LISTED)
-            found.emplace(platform::foldCase(version.first), &version);
+std::unordered_multimap<std::string, std::uint32_t> Base::writtenByFold() const {
+    std::unordered_multimap<std::string, std::uint32_t> found;
+    m_versions.each([&](std::uint32_t number) {
+        if (m_versions.at(number).written != VL2ZIP_LISTED)
+            found.emplace(platform::foldCase(m_versions.path(number)), number);
+    });
     return found;
 }
 
-void Base::mark(const Directory &directory, const EntryPaths &entries, const Scan &scan,
+void Base::mark(const Directory &directory, const EntryPaths &entries, Scan &scan,
                 const std::function<void()> &idle, std::vector<Candidate> &candidates) const {
     std::optional<decltype(writtenByFold())> owners; // created when needed
-    std::unordered_set<const BaseVersion *> owned;
+    std::unordered_set<std::uint32_t> owned;
     // Makes the candidate its owner's; false if it has none.
     const auto giveToOwner = [&](Candidate &candidate) {
         if (!owners)
             owners = writtenByFold();
         const auto [begin, end] = owners->equal_range(platform::foldCase(candidate.path));
         for (auto owner = begin; owner != end; ++owner) {
-            const auto &[path, version] = *owner->second;
-            if (scan.hasFile(path) || !owned.insert(&version).second)
+            const std::uint32_t version = owner->second;
+            const std::string path = m_versions.path(version);
+            if (scan.hasFile(path) || !owned.insert(version).second)
                 continue;
-            candidate.path = path;
+            candidate.path = scan.addText(path);
             candidate.entry = entries.find(path);
-            candidate.base = &version;
-            candidate.twins.reset();
+            candidate.base = version;
+            candidate.clearTwins();
             return true;
         }
         return false;
@@ -49,33 +45,37 @@ void Base::mark(const Directory &directory, const EntryPaths &entries, const Sca
         idle();
         if (candidate.folder)
             continue;
-        candidate.base = find(m_versions, std::string(candidate.path));
-        candidate.known = find(m_known, std::string(candidate.path));
+        const std::string_view ownPath = candidate.path;
+        candidate.base = m_versions.find(ownPath);
+        candidate.setKnown(m_known.find(ownPath));
         // Whatever a file is, the user knows what it is packed over.
-        const bool isOwn = candidate.known != nullptr ||
-                           (candidate.base != nullptr ? candidate.base->written != VL2ZIP_LISTED
-                                                      : candidate.twins == nullptr);
+        const std::optional<BaseVersion> ofPath = find(candidate.base);
+        const bool isOwn = candidate.known() != kNoVersion ||
+                           (ofPath ? ofPath->written != VL2ZIP_LISTED : !candidate.hasTwins());
         if (isOwn)
-            candidate.twins.reset();
-        const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && candidate.twins != nullptr;
+            candidate.clearTwins();
+        const bool isOfUnknown = !isOwn && !giveToOwner(candidate) && candidate.hasTwins();
         if (isOfUnknown)
-            candidate.base = nullptr;
+            candidate.base = kNoVersion;
         if (candidate.entry == kNoEntry) {
-            candidate.disputed = candidate.base != nullptr;
+            candidate.disputed = candidate.base != kNoVersion;
             continue;
         }
-        const Entry &entry = directory.entries()[candidate.entry];
+        const Entry entry = directory.entries()[candidate.entry];
         // The entry's path may differ from the file's in case.
         const std::string path = directory.path(entry);
-        const BaseVersion *ofEntry = isOfUnknown ? nullptr : find(m_versions, path);
-        if (candidate.base == nullptr ||
-            (ofEntry != nullptr && ofEntry->isOf(entry.size, entry.crc)))
-            candidate.base = ofEntry;
-        candidate.known = find(m_known, path);
-        candidate.settled =
-            candidate.known != nullptr && candidate.known->isOf(entry.size, entry.crc);
-        candidate.disputed =
-            candidate.base == nullptr || !candidate.base->isOf(entry.size, entry.crc);
+        const auto isEntry = [&](const std::optional<BaseVersion> &version) {
+            return version && version->isOf(entry.size, entry.crc);
+        };
+        if (!isOfUnknown && path != std::string_view(candidate.path)) {
+            const std::uint32_t ofEntry = m_versions.find(path);
+            if (candidate.base == kNoVersion || isEntry(find(ofEntry)))
+                candidate.base = ofEntry;
+        }
+        if (path != ownPath)
+            candidate.setKnown(m_known.find(path));
+        candidate.settled = isEntry(findKnown(candidate.known()));
+        candidate.disputed = !isEntry(find(candidate.base));
     }
 }
 

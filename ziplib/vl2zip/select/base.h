@@ -1,11 +1,12 @@
 #pragma once
 
 #include "ziplib/vl2zip.h"
-#include "ziplib/vl2zip/select/candidate.h"
+#include "ziplib/vl2zip/select/packedVersions.h"
 
-#include <algorithm>
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -21,30 +22,32 @@ class Base {
   public:
     // In place of an earlier version of the path, but a version that is known only beside one that
     // was extracted.
-    void add(const std::string &path, const BaseVersion &version) {
-        Versions &versions = version.written == VL2ZIP_KNOWN ? m_known : m_versions;
-        BaseVersion &earlier = versions[path];
-        const std::int32_t written = std::max(earlier.written, version.written);
-        earlier = version;
-        earlier.written = written;
+    void add(std::string_view path, const BaseVersion &version) {
+        (version.written == VL2ZIP_KNOWN ? m_known : m_versions).add(path, version);
     }
+
+    // The versions of a candidate: `base` and `known`, none for kNoVersion.
+    std::optional<BaseVersion> find(std::uint32_t base) const { return find(m_versions, base); }
+    std::optional<BaseVersion> findKnown(std::uint32_t known) const { return find(m_known, known); }
 
     // For each file among the candidates: stores what the base holds for it, and whether its entry
     // was changed, added or removed since then, and the user knows it. Only these need a decision:
     // for the others, the folder alone differs from the base. If no file was written for the entry
     // of a candidate, but one for an entry whose path differs in case only and that has no other
     // file in the folder, the candidate becomes that entry's. Calls `idle` often.
-    void mark(const Directory &directory, const EntryPaths &entries, const Scan &scan,
+    void mark(const Directory &directory, const EntryPaths &entries, Scan &scan,
               const std::function<void()> &idle, std::vector<Candidate> &candidates) const;
 
   private:
-    using Versions = std::unordered_map<std::string, BaseVersion>; // by path
+    static std::optional<BaseVersion> find(const PackedVersions &versions, std::uint32_t number) {
+        if (number == kNoVersion)
+            return std::nullopt;
+        return versions.at(number);
+    }
+    std::unordered_multimap<std::string, std::uint32_t> writtenByFold() const;
 
-    static const BaseVersion *find(const Versions &versions, const std::string &path);
-    std::unordered_multimap<std::string, const Versions::value_type *> writtenByFold() const;
-
-    Versions m_versions;
-    Versions m_known; // VL2ZIP_KNOWN
+    PackedVersions m_versions;
+    PackedVersions m_known; // VL2ZIP_KNOWN
 };
 
 } // namespace ziplib

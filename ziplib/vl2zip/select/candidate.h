@@ -1,16 +1,17 @@
 #pragma once
 
 #include "storage/storage.h"
+#include "ziplib/vl2zip/select/textRef.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 namespace ziplib {
 
 inline constexpr std::uint32_t kNoEntry = UINT32_MAX;
+inline constexpr std::uint32_t kNoVersion = UINT32_MAX; // in the base
 
 // What the archive held for a file when it was extracted, or later.
 struct BaseVersion {
@@ -40,26 +41,44 @@ struct BaseVersion {
 struct Candidate {
     std::uint32_t file = 0;         // index in the scan's files, or in its folders if `folder`
     std::uint32_t entry = kNoEntry; // index in the old central directory
-    std::string_view path;          // in the archive; the scan or the base owns the text
-    // With a base only: what it holds for the file (the base owns it), or null; and whether the
-    // entry differs from that, so that folder and archive have to be merged.
-    const BaseVersion *base = nullptr;
+    TextRef path;                   // in the archive; the scan owns the text
+    // With a base only: what it holds for the file; and whether the entry differs from that, so
+    // that folder and archive have to be merged.
+    std::uint32_t base = kNoVersion;
     bool disputed = false;
-    // The later version of the entry that the user knows, or null; and whether the entry is that.
-    const BaseVersion *known = nullptr;
-    bool settled = false;
+    bool settled = false; // the entry is the version that the user knows
     bool folder = false;
     // New, but the archive has a folder of its path or a file of that of one of its folders: no
     // reader could extract both.
     bool obstructed = false;
-    // Entries without a file in the folder whose paths differ from the file's in case only: on a
-    // disk that ignores case, the file may be theirs. Null for almost all.
-    std::unique_ptr<std::vector<std::uint32_t>> twins;
 
-    void addTwin(std::uint32_t twin) {
-        if (!twins)
-            twins = std::make_unique<std::vector<std::uint32_t>>();
-        twins->push_back(twin);
+    // What almost no candidate has.
+    struct Special {
+        // The later version of the entry that the user knows.
+        std::uint32_t known = kNoVersion;
+        // Entries without a file in the folder whose paths differ from the file's in case only: on
+        // a disk that ignores case, the file may be theirs.
+        std::vector<std::uint32_t> twins;
+    };
+    std::unique_ptr<Special> special;
+
+    std::uint32_t known() const { return special ? special->known : kNoVersion; }
+    void setKnown(std::uint32_t version) {
+        if (special || version != kNoVersion)
+            makeSpecial().known = version;
+    }
+    bool hasTwins() const { return special && !special->twins.empty(); }
+    void addTwin(std::uint32_t twin) { makeSpecial().twins.push_back(twin); }
+    void clearTwins() {
+        if (special)
+            special->twins.clear();
+    }
+
+  private:
+    Special &makeSpecial() {
+        if (!special)
+            special = std::make_unique<Special>();
+        return *special;
     }
 };
 

@@ -15,7 +15,7 @@ std::uint32_t hashOf(std::string_view path) {
 
 // The slot of this path, or the free one for it.
 std::size_t EntryPaths::slotOf(std::string_view path) const {
-    const auto &entries = m_directory.entries();
+    const Directory::Entries entries = m_directory.entries();
     const std::uint32_t hash = hashOf(path);
     std::size_t slot = hash & (m_slots.size() - 1);
     while (
@@ -26,7 +26,7 @@ std::size_t EntryPaths::slotOf(std::string_view path) const {
 }
 
 void EntryPaths::fill() {
-    const auto &entries = m_directory.entries();
+    const Directory::Entries entries = m_directory.entries();
     m_count = 0;
     m_slots.assign(std::bit_ceil(2 * entries.size() + 1), {});
     for (std::size_t i = 0; i < entries.size(); ++i) {

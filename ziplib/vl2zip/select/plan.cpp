@@ -17,7 +17,7 @@ namespace {
 
 // The path that a file has in the archive.
 std::string_view storedPath(const PackOptions &options, const FoundFile &file) {
-    return options.junkFolders ? lastComponent(file.path) : file.path;
+    return options.junkFolders ? lastComponent(file.path) : std::string_view(file.path);
 }
 
 class Matcher {
@@ -133,7 +133,7 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
         Candidate candidate;
         candidate.file = static_cast<std::uint32_t>(i);
         candidate.folder = true;
-        candidate.path = scan.folderPaths.emplace_back(std::string(path) + '/');
+        candidate.path = scan.addText(path, "/");
         candidate.entry = matcher.entryFor(candidate.path);
         if (candidate.entry != kNoEntry || acceptsNewName(candidate.path, scan))
             candidates.push_back(std::move(candidate));
@@ -177,7 +177,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
             continue;
         Candidate candidate;
         candidate.file = static_cast<std::uint32_t>(i);
-        candidate.path = storedPath(options, file);
+        candidate.path = options.junkFolders ? scan.addText(storedPath(options, file)) : file.path;
         candidate.entry = matcher.entryFor(candidate.path);
         if (options.junkFolders && !seen.insert(candidate.path).second) {
             return {Failure::CannotOpen,

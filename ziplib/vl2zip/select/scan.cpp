@@ -20,36 +20,37 @@ constexpr std::uint64_t kFolderCost = 1U << 30U;
 
 // The direct contents of one folder.
 struct Contents {
-    Scan found;
+    Scan found;                 // `files` are those whose information is known
+    std::vector<TextRef> files; // the others
     Status status;
 
     Status list(const std::string &root, const std::string &path, bool recurse);
 
   private:
-    Status take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                std::string_view path);
+    Status take(const Folder &folder, const platform::FolderItem &item, bool recurse, TextRef path);
 };
 
 Status Contents::take(const Folder &folder, const platform::FolderItem &item, bool recurse,
-                      std::string_view path) {
+                      TextRef path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
             FoundFile inner;
+            platform::FileInfo info;
             // If it was deleted, listing it fails.
-            static_cast<void>(folder.info(item.name, inner.info));
+            if (folder.info(item.name, info).ok())
+                inner.setInfo(info);
             inner.path = path;
             found.folders.push_back(inner);
         }
         return {};
     }
-    FoundFile file;
     if (item.kind == Kind::File) {
-        file.path = path;
-        found.files.push_back(file);
+        files.push_back(path);
         return {};
     }
-    const auto known = folder.info(item.name, file.info, Folder::Links::Follow);
-    if (item.kind == Kind::Link && (!known.ok() || file.info.kind != Kind::File)) {
+    platform::FileInfo info;
+    const auto known = folder.info(item.name, info, Folder::Links::Follow);
+    if (item.kind == Kind::Link && (!known.ok() || info.kind != Kind::File)) {
         found.leftOut.push_back(std::string(path) + ": a link that leads to no file is not packed");
         return {};
     }
@@ -57,12 +58,13 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
         return {}; // deleted since it was listed
     if (!known.ok())
         return failure(known, Failure::CannotOpen);
-    if (file.info.kind != Kind::File) {
+    if (info.kind != Kind::File) {
         found.leftOut.push_back(std::string(path) + ": neither a file nor a folder, not packed");
         return {};
     }
+    FoundFile file;
     file.path = path;
-    file.known = true;
+    file.setInfo(info);
     found.files.push_back(file);
     return {};
 }
@@ -79,16 +81,14 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
         start += '/';
     std::size_t size = 0;
     for (const auto &item : items)
-        size += start.size() + item.name.size();
+        size += std::size_t{TextRef::kHead} + start.size() + item.name.size();
     found.texts.push_back(std::make_unique<char[]>(size));
     char *at = found.texts.back().get();
     for (const auto &item : items) {
         if (platform::isNameOfDeleted(item.name))
             continue;
-        char *const end = std::copy(item.name.begin(), item.name.end(),
-                                    std::copy(start.begin(), start.end(), at));
-        const std::string_view below(at, static_cast<std::size_t>(end - at));
-        at = end;
+        const TextRef below(at);
+        at = TextRef::write(at, start, item.name);
         if (platform::isTemporaryName(item.name)) {
             if (item.kind == Kind::File)
                 found.temporaries.emplace_back(below);
@@ -114,6 +114,14 @@ bool Scan::hasFile(std::string_view path) const {
     return found != files.end() && found->path == path;
 }
 
+TextRef Scan::addText(std::string_view first, std::string_view second) {
+    texts.push_back(
+        std::make_unique<char[]>(std::size_t{TextRef::kHead} + first.size() + second.size()));
+    char *const at = texts.back().get();
+    TextRef::write(at, first, second);
+    return TextRef(at);
+}
+
 // Works level by level, with one thread for each folder.
 Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
     scan = {};
@@ -125,6 +133,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
         scan.stampsWrites = top.stampsWrites();
     }
     std::vector<std::string> level{std::string()};
+    std::vector<TextRef> files;
     Status failed;
     while (!level.empty() && failed.ok()) {
         std::vector<Contents> contents(level.size());
@@ -137,6 +146,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
             failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
                 next.emplace_back(inner.path);
+            append(files, folder.files);
             append(scan.files, folder.found.files);
             append(scan.folders, folder.found.folders);
             append(scan.leftOut, folder.found.leftOut);
@@ -159,7 +169,13 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
         }
         level.swap(next);
     }
-    const auto byPath = [](const FoundFile &a, const FoundFile &b) { return a.path < b.path; };
+    // At once, not by growth, which would leave holes of the same size in memory.
+    scan.files.reserve(scan.files.size() + files.size());
+    for (const TextRef path : files)
+        scan.files.emplace_back().path = path;
+    const auto byPath = [](const FoundFile &a, const FoundFile &b) {
+        return std::string_view(a.path) < std::string_view(b.path);
+    };
     std::sort(scan.files.begin(), scan.files.end(), byPath);
     std::sort(scan.folders.begin(), scan.folders.end(), byPath);
     return failed;

@@ -3,8 +3,8 @@
 #include "storage/storage.h"
 #include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip.h"
+#include "ziplib/vl2zip/select/textRef.h"
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,12 +17,35 @@ namespace ziplib {
 
 // In little memory, for hundreds of thousands of files.
 struct FoundFile {
-    std::string_view path; // below the root, UTF-8, "/" between folders; the scan owns the text
-    platform::FileInfo info;
+    TextRef path;           // below the root, UTF-8, "/" between folders; the scan owns the text
+    std::uint64_t size = 0; // this and the following: see platform::FileInfo
+    std::uint64_t device = 0;
+    std::uint64_t id = 0;
+    std::int64_t modified = 0;
+    std::int64_t changed = 0;
     std::uint32_t crc = 0;              // of its bytes, after a conversion of line ends
-    bool known = false;                 // whether `info` is set
+    bool known = false;                 // whether its version is known: size, identity and times
     bool packed = false;                // whether it holds nothing that the archive lacks
     std::int16_t outcome = VL2ZIP_SAME; // of the save, if packed
+
+    // Its version, which must be known.
+    platform::FileInfo info() const {
+        platform::FileInfo info;
+        info.size = size;
+        info.device = device;
+        info.id = id;
+        info.modified = modified;
+        info.changed = changed;
+        return info;
+    }
+    void setInfo(const platform::FileInfo &info) {
+        size = info.size;
+        device = info.device;
+        id = info.id;
+        modified = info.modified;
+        changed = info.changed;
+        known = true;
+    }
 };
 
 struct Scan {
@@ -30,8 +53,7 @@ struct Scan {
     std::vector<FoundFile> folders;             // sorted by path
     std::vector<std::string> leftOut;           // messages about what cannot be packed
     std::vector<std::string> temporaries;       // files that a killed extraction left
-    std::deque<std::string> folderPaths;        // of folders that get entries, with "/" behind them
-    std::vector<std::unique_ptr<char[]>> texts; // of the paths, one for each folder
+    std::vector<std::unique_ptr<char[]>> texts; // of the paths, most in one for each folder
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
@@ -39,6 +61,8 @@ struct Scan {
     bool stampsWrites = false; // see platform::Folder; of the disk of `began`
 
     bool hasFile(std::string_view path) const;
+    // Keeps a text as long as the scan, in its two parts.
+    TextRef addText(std::string_view first, std::string_view second = {});
 
     // The time of `began` if any change since then shows in the times of a file with this
     // information, else INT64_MIN. A client of a file server may invent a time of the last change

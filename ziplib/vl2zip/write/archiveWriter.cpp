@@ -66,7 +66,7 @@ void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
         job.copyEnd = end;
-        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).info.size;
+        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).size;
         job.streamed = size > kWholeLimit;
         // The file and its compressed data; a streamed file is not held in memory.
         job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
@@ -78,10 +78,11 @@ void ArchiveWriter::orderJobs() {
     std::stable_sort(m_jobs.begin(), m_jobs.end(), [](const WriteJob &a, const WriteJob &b) {
         return a.isNew() != b.isNew() ? b.isNew() : a.copyEnd < b.copyEnd;
     });
-    m_jobOfEntry.assign(m_directory.entries().size(), kNoEntry);
     for (std::size_t i = 0; i < m_jobs.size(); ++i)
         if (!m_jobs[i].isNew())
-            m_jobOfEntry[m_jobs[i].candidate->entry] = static_cast<std::uint32_t>(i);
+            m_replaced.push_back({m_jobs[i].candidate->entry, static_cast<std::uint32_t>(i)});
+    std::sort(m_replaced.begin(), m_replaced.end(),
+              [](const Replaced &a, const Replaced &b) { return a.entry < b.entry; });
 }
 
 Status ArchiveWriter::write(const std::optional<std::string> &password) {
@@ -117,12 +118,12 @@ void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &pas
 // not keep it. No entry gains the mark: an unmarked text is extracted as it is.
 Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     FoundFile &found = fileOf(job);
-    found.info = job.packing.version;
+    found.setInfo(job.packing.version);
     found.crc = job.packing.crc;
     found.packed = true;
     found.outcome = VL2ZIP_CHANGED;
     if (job.isNew())
-        found.outcome = job.candidate->base != nullptr ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
+        found.outcome = job.candidate->base != kNoVersion ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
     const bool marked = !job.isNew() && m_directory.entries()[job.candidate->entry].isMarkedText();
     return marked ? file.judgeText(job.text) : Status();
 }
@@ -173,7 +174,7 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     const std::uint64_t start = m_output->position();
     // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    job.written.zip64 = found.info.size >= (kZip64Sentinel - 64U) / factor;
+    job.written.zip64 = found.size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
     SourceFile file(m_options.root, std::string(found.path), lineEndsOf(m_options));
@@ -202,7 +203,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
     const Candidate &candidate = *job.candidate;
     WrittenEntry written;
     if (!job.isNew()) {
-        const Entry &old = m_directory.entries()[candidate.entry];
+        const Entry old = m_directory.entries()[candidate.entry];
         written.name = m_directory.rawName(old);
         written.comment = m_directory.comment(old);
         written.flags = old.flags & kFlagUtf8;
@@ -212,8 +213,8 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
     }
     if (encrypted)
         written.flags |= kFlagEncrypted;
-    const std::int64_t modified = candidate.folder ? m_scan->folders[candidate.file].info.modified
-                                                   : job.packing.version.modified;
+    const std::int64_t modified =
+        candidate.folder ? m_scan->folders[candidate.file].modified : job.packing.version.modified;
     const std::uint32_t fields =
         m_options.utc ? toDosFieldsUtc(m_options.time.value_or(modified)) : toDosFields(modified);
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
@@ -261,16 +262,19 @@ Status ArchiveWriter::copySegments(std::size_t end) {
 }
 
 Status ArchiveWriter::writeDirectory() {
-    const auto &entries = m_directory.entries();
+    const Directory::Entries entries = m_directory.entries();
     const std::uint64_t base = m_directory.base();
     const std::uint64_t start = m_output->position();
     ExpectedDirectory expected;
     std::string record;
+    auto replaced = m_replaced.begin();
     for (std::size_t i = 0; i < entries.size() + m_jobs.size(); ++i) {
         record.clear();
         std::uint64_t offset = 0;
         const bool kept = i < entries.size() && m_kept[i];
-        const std::size_t job = i < entries.size() ? m_jobOfEntry[i] : i - entries.size();
+        std::size_t job = i < entries.size() ? kNoEntry : i - entries.size();
+        for (; replaced != m_replaced.end() && replaced->entry == i; ++replaced)
+            job = replaced->job;
         if (kept) {
             offset = m_layout.segments()[m_layout.segmentOf(i)].newStart - base;
             const auto renamed = m_renamed.find(i);

@@ -56,6 +56,12 @@ class ArchiveWriter {
         bool isNew() const { return candidate->entry == kNoEntry; }
     };
 
+    // An old entry in whose place a job writes.
+    struct Replaced {
+        std::uint32_t entry = 0;
+        std::uint32_t job = 0;
+    };
+
     Status findRenamed();
     void orderJobs();
     Status writeJobs(const std::optional<std::string> &password);
@@ -79,8 +85,8 @@ class ArchiveWriter {
     std::map<std::size_t, RenamedEntry> m_renamed;           // by entry
     std::map<std::size_t, const RenamedEntry *> m_renamedAt; // by segment
     std::vector<WriteJob> m_jobs;
-    std::vector<std::uint32_t> m_jobOfEntry; // of each old entry that is replaced
-    std::size_t m_copied = 0;                // number of segments copied or skipped
+    std::vector<Replaced> m_replaced; // sorted by entry
+    std::size_t m_copied = 0;         // number of segments copied or skipped
     std::optional<Output> m_output;
 };
 

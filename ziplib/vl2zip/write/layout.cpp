@@ -1,10 +1,10 @@
 #include "ziplib/vl2zip/write/layout.h"
 
 #include "ziplib/format/bytes.h"
+#include "ziplib/format/localHeader.h"
 #include "ziplib/format/records.h"
 
 #include <algorithm>
-#include <numeric>
 #include <string>
 
 namespace ziplib {
@@ -32,14 +32,8 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
 
 Status Layout::make(const platform::InputFile &archive, const Directory &directory,
                     const std::vector<bool> &kept) {
-    const auto &entries = directory.entries();
-    std::vector<std::uint32_t> order(entries.size());
-    std::iota(order.begin(), order.end(), std::uint32_t{0});
-    const auto before = [&](std::uint32_t a, std::uint32_t b) {
-        return entries[a].localOffset < entries[b].localOffset;
-    };
-    if (!std::is_sorted(order.begin(), order.end(), before))
-        std::stable_sort(order.begin(), order.end(), before);
+    const Directory::Entries entries = directory.entries();
+    const std::vector<std::uint32_t> order = orderByOffset(directory);
     m_segmentOf.assign(entries.size(), 0);
     m_leading = entries.empty() ? directory.start()
                                 : std::min(entries[order.front()].localOffset, directory.start());
@@ -48,9 +42,10 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
     m_coveredTo = 0;
     m_end = directory.start();
     for (const std::uint32_t index : order) {
-        const std::uint64_t offset = entries[index].localOffset;
+        const Entry entry = entries[index];
+        const std::uint64_t offset = entry.localOffset;
         if (offset >= directory.start())
-            return damaged(archive, directory, entries[index]);
+            return damaged(archive, directory, entry);
         if (m_segments.empty() || m_segments.back().start != offset)
             m_segments.push_back({offset});
         m_segmentOf[index] = static_cast<std::uint32_t>(m_segments.size() - 1);
@@ -70,7 +65,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
 // Marks all segments that contain bytes of a kept entry as kept.
 Status Layout::cover(const platform::InputFile &archive, const Directory &directory,
                      std::size_t index) {
-    const Entry &entry = directory.entries()[index];
+    const Entry entry = directory.entries()[index];
     const std::size_t segment = m_segmentOf[index];
     const bool last = segment + 1 == m_segments.size();
     std::uint64_t needed = kLocalSize + entry.nameLength;

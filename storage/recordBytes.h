@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -7,6 +8,13 @@
 #include <string_view>
 
 // Numbers in a record: little-endian, and in as few bytes as they need.
+namespace platform {
+
+// The number of bytes with which both texts begin.
+inline std::size_t sharedLength(std::string_view a, std::string_view b) {
+    return static_cast<std::size_t>(std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first -
+                                    a.begin());
+}
 
 class RecordWriter {
   public:
@@ -53,8 +61,8 @@ class RecordReader {
     }
     std::uint64_t number() {
         std::uint64_t value = 0;
-        for (unsigned shift = 0; shift < 64U; shift += 7U) {
-            const auto byte = static_cast<std::uint64_t>(fixed(1));
+        for (unsigned shift = 0; shift < 64U && m_at < m_bytes.size(); shift += 7U) {
+            const std::uint64_t byte = static_cast<unsigned char>(m_bytes[m_at++]);
             value |= (byte & 0x7FU) << shift;
             if ((byte & 0x80U) == 0)
                 return value;
@@ -84,3 +92,5 @@ class RecordReader {
     std::size_t m_at = 0;
     bool m_failed = false;
 };
+
+} // namespace platform
