@@ -5,6 +5,7 @@ import os
 import shlex
 import shutil
 import subprocess
+import sys
 
 from paired import Candidate
 
@@ -66,5 +67,6 @@ class Environment:
 
     def shown(self, command):
         """A command as text, without the paths of this machine."""
+        command = ["python3" if part == sys.executable else part for part in command]
         text = " ".join(shlex.quote(part) for part in command)
         return text.replace(self.folder + os.sep, "").replace(self.programs + os.sep, "")

@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import sys
 
 import make_archive
 from environment import sh
@@ -53,7 +54,7 @@ class Game:
             self.environment.orvel("list", self.many),
             Candidate("7z l", lambda f: ["7z", "l", self.many]),
             Candidate("bsdtar -tf", lambda f: ["bsdtar", "-tf", self.many]),
-            Candidate("Python zipfile", lambda f: ["python3", "-c", PYTHON_LIST, self.many]))
+            Candidate("Python zipfile", lambda f: [sys.executable, "-c", PYTHON_LIST, self.many]))
         for peer, goal in zip(peers, (20, 20, None)):
             self.figures.faster("list 100,000 entries, whole process", ours, peer, goal)
 
@@ -63,7 +64,7 @@ class Game:
             Candidate("7z x", lambda f: ["7z", "x", "-y", "-o" + f + "/out", self.archive]),
             Candidate("bsdtar -xf", lambda f: ["bsdtar", "-xf", self.archive, "-C", f]),
             Candidate("Python zipfile",
-                       lambda f: ["python3", "-c", PYTHON_EXTRACT, self.archive, f]),
+                       lambda f: [sys.executable, "-c", PYTHON_EXTRACT, self.archive, f]),
             Candidate("cp -r of the tree", lambda f: ["cp", "-r", self.tree, f + "/out"]))
         work = "extract the game-like archive"
         for peer, goal in zip(peers, (2, 2, None)):

@@ -222,14 +222,15 @@ ChangedFiles::~ChangedFiles() {
     Stop(nullptr);
 }
 
-void ChangedFiles::Look(const QString &folders, const QString &name, const Listing &listing) {
+void ChangedFiles::Look(const QString &folders, const QString &name,
+                        const std::function<Listing()> &listing) {
     if (m_task != nullptr && (m_task->parent != folders || m_task->workFolder != name))
         Stop(nullptr);
     if (m_task == nullptr) {
         m_task = std::make_unique<Task>();
         m_task->parent = folders;
         m_task->workFolder = name;
-        m_task->listing = listing;
+        m_task->listing = listing();
     }
     start();
 }

@@ -35,8 +35,8 @@ class ChangedFiles : public QObject {
     ~ChangedFiles() override;
 
     // Looks at the work folder `name` of the folder `folders`, in the program's form. Another look
-    // at the same folder uses what the last one has read.
-    void Look(const QString &folders, const QString &name, const Listing &listing);
+    // at the same folder uses what the last one has read; only the first one calls `listing`.
+    void Look(const QString &folders, const QString &name, const std::function<Listing()> &listing);
     // Ends the look and the watching, and forgets the folder: the next look reads the record again.
     // Calls `idle` while it waits for the thread.
     void Stop(void (*idle)());

@@ -10,7 +10,7 @@
 void frmMain::LookForChanges() {
     // The button shows that the archive is extracted and that this window works on it.
     if (cmdSaveChanges->isEnabled())
-        m_changes->Look(WorkFolders(), WorkFolderName(), m_listing);
+        m_changes->Look(WorkFolders(), WorkFolderName(), [this] { return ListedNow(); });
 }
 
 void frmMain::ShowChanges(FolderChanges changes) {

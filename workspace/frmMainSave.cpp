@@ -41,16 +41,13 @@ void frmMain::cmdSaveChanges_Click() {
     if (failure.isEmpty()) {
         const auto packed = m_cZ->TakePacked();
         stayed = CleanUpWorkFolder(packed ? &*packed : nullptr, Others::Keep);
-        m_conflicts.clear();
-        lblStatus->SetText(drpVL2File->currentText() + ".vl2 was created successfully");
-        UpdateRecord();
-    } else {
-        if (failure.contains(kPartly))
-            m_conflicts.clear(); // they are settled
-        UpdateRecord();
-        UpdateButtons();
-        lblStatus->SetText(failure);
     }
+    if (failure.isEmpty() || failure.contains(kPartly))
+        m_conflicts.clear(); // they are settled
+    UpdateRecord();
+    UpdateButtons(); // looks for changes by the new record
+    lblStatus->SetText(
+        failure.isEmpty() ? drpVL2File->currentText() + ".vl2 was created successfully" : failure);
     HideProgressBar();
     EnableWindow();
     platform::setMousePointer(this, 0);
@@ -99,6 +96,7 @@ void frmMain::cmdCancel_Click() {
     StopLooking();
     const platform::PackedFiles known = KnownFiles(ListedNow());
     const QString note = CleanUpWorkFolder(&known, Others::Trash);
+    UpdateButtons();
     platform::setMousePointer(this, 0);
     EnableWindow();
     if (!note.isEmpty())
@@ -227,7 +225,6 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
                                       : TrashNote(cleaner.trashed(), cleaner.deleted(),
                                                   cleaner.kept(), cleaner.inUse());
     }
-    UpdateButtons();
     return note;
 }
 

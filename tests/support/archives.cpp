@@ -10,7 +10,7 @@
 namespace {
 
 std::string runScript(const QStringList &arguments) {
-    std::vector<std::string> words{"python3", "-IS", ORVEL_ARCHIVE_SCRIPT};
+    std::vector<std::string> words{ORVEL_PYTHON, "-IS", ORVEL_ARCHIVE_SCRIPT};
     for (const QString &argument : arguments)
         words.push_back(argument.toStdString());
     const ToolRun run = runTool(words);

@@ -476,6 +476,10 @@ TEST(frmMainSave, keeps_edits_that_it_packed_if_the_archive_no_longer_has_them) 
         }
         EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "mine");
         ASSERT_EQ(readFile(edited) + readFile(added), "minemine, too");
+        job.window->returnTo({});
+        QCoreApplication::processEvents();
+        job.window->waitForLook();
+        EXPECT_EQ(job.window->bold(), QStringList());
         job.window.reset();
         job.replaceArchive(kFiles); // repaired by another program
         MainWindow window;

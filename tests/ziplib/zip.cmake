@@ -14,14 +14,13 @@ orvel_test(vl2zip_test
 add_executable(saveDriver vl2zip/saveDriver.cpp)
 target_link_libraries(saveDriver PRIVATE zip_packer)
 set_target_properties(saveDriver PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(runs together)
 if(CMAKE_CROSSCOMPILING)
   list(APPEND runs same-bytes)
 endif()
 foreach(run IN LISTS runs)
   add_test(NAME saves.${run}
-    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/saves.py ${run}
+    COMMAND ${ORVEL_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/saves.py ${run}
             ${CMAKE_CURRENT_BINARY_DIR}/saves-${run} ${CMAKE_CROSSCOMPILING_EMULATOR}
             $<TARGET_FILE:saveDriver>)
   set_tests_properties(saves.${run} PROPERTIES

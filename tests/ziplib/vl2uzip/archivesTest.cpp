@@ -140,7 +140,7 @@ TEST(Version, IsWrittenAsFarAsTheCallersStructureReaches) {
 TEST(LargeArchives, AreListedAndReadWithLittleMemoryAndRegularCallbacks) {
     const TestFolder folder;
     const auto made =
-        runTool({"python3", dataFile("make_archives.py"), "--large", folder.path().string()});
+        runTool({ORVEL_PYTHON, dataFile("make_archives.py"), "--large", folder.path().string()});
     ASSERT_EQ(made.code, 0) << made.output;
     const auto archive = [&](const char *name) {
         return (folder / (name + std::string(".vl2"))).string();

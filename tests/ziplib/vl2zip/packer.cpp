@@ -88,7 +88,7 @@ std::string noise(std::size_t size, unsigned seed) {
 }
 
 std::string judge(const std::vector<fs::path> &arguments, int code) {
-    std::vector<std::string> words{"python3", ORVEL_ARCHIVE_SCRIPT};
+    std::vector<std::string> words{ORVEL_PYTHON, ORVEL_ARCHIVE_SCRIPT};
     for (const auto &argument : arguments) {
         const auto text = argument.u8string();
         words.emplace_back(text.begin(), text.end());
