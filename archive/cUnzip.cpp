@@ -57,8 +57,8 @@ bool cUnzip::Unzip() {
     return mUnzip::CallUnzipLibrary(*this, m_tOptions, count, include, 0, {}) != 0;
 }
 
-std::optional<std::vector<WorkRecord::Entry>> cUnzip::TakeExtracted() {
-    return std::exchange(m_atExtracted, std::nullopt);
+std::optional<RecordEntries> cUnzip::TakeExtracted() {
+    return std::exchange(m_tExtracted, std::nullopt);
 }
 
 void cUnzip::GetVersion(std::int32_t &lMajor, std::int32_t &lMinor, std::int32_t &lRevision,

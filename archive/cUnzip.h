@@ -2,7 +2,7 @@
 
 #include "archive/entryList.h"
 #include "archive/libraryEvents.h"
-#include "archive/workRecord.h"
+#include "archive/recordEntries.h"
 #include "ziplib/vl2uzip.h"
 
 #include <QDateTime>
@@ -12,7 +12,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 // Lists the entries of one archive and extracts the selected ones, through the companion library
 // vl2uzip. Only one call of Directory or Unzip may be in progress in the whole program: an event
@@ -79,7 +78,7 @@ class cUnzip : public LibraryEvents {
 
     // The entries that the last Unzip was to extract, in stored order, and which files it wrote.
     // The first call after an Unzip takes them; none if the library does not report them.
-    std::optional<std::vector<WorkRecord::Entry>> TakeExtracted();
+    std::optional<RecordEntries> TakeExtracted();
 
     // The folder to extract into.
     const QString &UnzipFolder() const { return m_sUnzipFolder; }
@@ -122,7 +121,7 @@ class cUnzip : public LibraryEvents {
     QString m_sZipFile;
     QString m_sUnzipFolder;
     std::shared_ptr<EntryList> m_tEntries = std::make_shared<EntryList>();
-    std::optional<std::vector<WorkRecord::Entry>> m_atExtracted;
+    std::optional<RecordEntries> m_tExtracted;
     DCL m_tOptions{}; // its texts stay null
     std::int32_t m_lLastCode = 0;
     std::int32_t m_lMissing = 0;

@@ -50,18 +50,6 @@ QVariant cZip::FileSpec(std::int32_t nIndex) const {
     return m_asSpecs.at(nIndex - 1);
 }
 
-void cZip::setBase(std::optional<std::vector<WorkRecord::Entry>> base) {
-    if (!base) {
-        m_base = nullptr;
-        return;
-    }
-    m_base = [entries = std::move(*base)](const auto &take) {
-        for (const WorkRecord::Entry &entry : entries)
-            take(entry);
-        return true;
-    };
-}
-
 void cZip::Zip() {
     mZip::CallZipLibrary(*this, m_tOptions, m_asSpecs, FileSpecCount());
 }

@@ -117,7 +117,6 @@ class cZip : public LibraryEvents {
     // that proves to be as it was. None (initially): every file that differs is packed. The base is
     // read once, by Zip.
     void setBase(BaseSource base) { m_base = std::move(base); }
-    void setBase(std::optional<std::vector<WorkRecord::Entry>> base);
 
     // Packs the matching files, replaces entries of the same path and keeps the others. The
     // library's report is in LastResult. Raises 53 if the library is missing, 76 if BasePath is not

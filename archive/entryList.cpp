@@ -1,5 +1,8 @@
 #include "archive/entryList.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace {
 
 // The number of a text at the end of a list, after it was added if it is not the last one.
@@ -9,35 +12,49 @@ std::int32_t lastNumber(QStringList &texts, const QString &text) {
     return static_cast<std::int32_t>(texts.size()) - 1;
 }
 
+// Adding to an existing UTC time is the fastest way to construct one.
+QDateTime dateOf(std::int32_t minutes) {
+    static const QDateTime epoch = QDateTime::fromSecsSinceEpoch(0).toUTC();
+    return epoch.addSecs(std::int64_t{minutes} * 60);
+}
+
 } // namespace
 
 std::string EntryList::utf8Path(std::int32_t index) const {
-    const QString &parent = m_folders.at(item(index).folder);
-    const QStringView own = m_names.view(static_cast<std::size_t>(index));
-    const qsizetype start = parent.isEmpty() ? 0 : parent.size() + 1;
-    std::string path(static_cast<std::size_t>(start + own.size()), '/');
-    char16_t all = 0;
-    const auto put = [&](QStringView text, char *to) {
-        for (const QChar letter : text) {
-            all |= letter.unicode();
-            *to++ = letter == u'\\' ? '/' : static_cast<char>(letter.unicode());
-        }
-    };
-    put(parent, path.data());
-    put(own, path.data() + start);
-    return all < 0x80 ? path : this->path(index).replace('\\', '/').toStdString();
+    const std::string_view own = m_names.utf8(static_cast<std::size_t>(index));
+    std::string path = m_folders.at(item(index).folder).toStdString();
+    if (!path.empty())
+        path += '/';
+    path += own;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
 }
 
 void EntryList::add(const tZipEntry &entry) {
+    const std::int64_t minutes =
+        entry.dDate.isValid() ? entry.dDate.toSecsSinceEpoch() / 60 : kOddDate;
+    const bool isOdd = minutes <= kOddDate || minutes > INT32_MAX ||
+                       entry.dDate.timeSpec() != Qt::UTC ||
+                       dateOf(static_cast<std::int32_t>(minutes)) != entry.dDate;
+    if (isOdd)
+        m_oddDates.emplace(count(), entry.dDate);
     m_names.add(entry.sName);
-    m_items.push_back({entry.dDate, lastNumber(m_folders, entry.sFolder),
-                       lastNumber(m_methods, entry.sMethod), entry.lSize, entry.lFactor, entry.lCRC,
-                       entry.bEncrypted, entry.bSelected});
+    m_items.push_back(
+        {isOdd ? kOddDate : static_cast<std::int32_t>(minutes),
+         lastNumber(m_folders, entry.sFolder), entry.lSize, entry.lFactor, entry.lCRC,
+         static_cast<std::uint32_t>(lastNumber(m_methods, entry.sMethod)) & kMethodBits,
+         entry.bEncrypted, entry.bSelected});
 }
 
 tZipEntry EntryList::at(std::int32_t index) const {
     const Item &stored = item(index);
-    return {
-        name(index), folder(index), stored.size,      stored.factor,  m_methods.at(stored.method),
-        stored.date, stored.crc,    stored.encrypted, stored.selected};
+    return {name(index),
+            folder(index),
+            stored.size,
+            stored.factor,
+            m_methods.at(stored.method),
+            stored.date == kOddDate ? m_oddDates.at(index) : dateOf(stored.date),
+            stored.crc,
+            stored.encrypted != 0,
+            stored.selected != 0};
 }

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -43,25 +44,29 @@ class EntryList {
     std::uint32_t crc(std::int32_t index) const {
         return static_cast<std::uint32_t>(item(index).crc);
     }
-    bool isSelected(std::int32_t index) const { return item(index).selected; }
+    bool isSelected(std::int32_t index) const { return item(index).selected != 0; }
     void select(std::int32_t index, bool selected) {
-        m_items[static_cast<std::size_t>(index)].selected = selected;
+        m_items[static_cast<std::size_t>(index)].selected = selected ? 1 : 0;
     }
 
   private:
     struct Item {
-        QDateTime date;
-        std::int32_t folder = 0; // in m_folders
-        std::int32_t method = 0; // in m_methods
-        std::int32_t size = 0;
-        std::int32_t factor = 0;
-        std::int32_t crc = 0;
-        bool encrypted = false;
-        bool selected = true;
+        std::int32_t date;   // minutes since 1970, or kOddDate
+        std::int32_t folder; // in m_folders
+        std::int32_t size;
+        std::int32_t factor;
+        std::int32_t crc;
+        std::uint32_t method : 30; // in m_methods
+        std::uint32_t encrypted : 1;
+        std::uint32_t selected : 1;
     };
+    static constexpr std::uint32_t kMethodBits = (1U << 30U) - 1;
+    // In m_oddDates.
+    static constexpr std::int32_t kOddDate = INT32_MIN;
     const Item &item(std::int32_t index) const { return m_items[static_cast<std::size_t>(index)]; }
 
     std::vector<Item> m_items;
+    std::map<std::int32_t, QDateTime> m_oddDates; // invalid ones, and those of a far time, by index
     PackedTexts m_names;
     // Consecutive entries usually have the same one.
     QStringList m_folders;

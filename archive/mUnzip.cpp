@@ -52,7 +52,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
     oUnzip.m_lLastCode = -1;
     oUnzip.m_lMissing = 1;
     oUnzip.m_sLastMessage.clear();
-    oUnzip.m_atExtracted.reset();
+    oUnzip.m_tExtracted.reset();
     try {
         m_cCurrentUnzip = &oUnzip;
 
@@ -77,7 +77,7 @@ std::int32_t mUnzip::CallUnzipLibrary(cUnzip &oUnzip, const DCL &tOptions,
 
         const bool extracts = tOptions.nvflag == 0 && tOptions.ntflag == 0;
         if (reportExtractedTo(extracts ? OnUnzipExtracted : nullptr))
-            oUnzip.m_atExtracted.emplace().reserve(static_cast<std::size_t>(oUnzip.FileCount()));
+            oUnzip.m_tExtracted.emplace().reserve(static_cast<std::size_t>(oUnzip.FileCount()));
         oUnzip.m_bPasswordCancelled = false;
         oUnzip.m_lLastCode = library().function<decltype(&Wiz_SingleEntryUnzip)>(
             "Wiz_SingleEntryUnzip")(lIncludeCount, include.table(), lExcludeCount, exclude.table(),
@@ -177,9 +177,9 @@ std::int32_t mUnzip::OnUnzipPassword(char *p, std::int32_t n, char * /*m*/,
 // Without the idle handler, which OnUnzipService calls for the same entry.
 void mUnzip::OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept {
     attempt([&] {
-        if (m_cCurrentUnzip == nullptr || !m_cCurrentUnzip->m_atExtracted)
+        if (m_cCurrentUnzip == nullptr || !m_cCurrentUnzip->m_tExtracted)
             return;
-        WorkRecord::Entry known;
+        RecordEntry known;
         known.path = entry->path;
         known.size = entry->size;
         known.crc = entry->crc;
@@ -194,7 +194,7 @@ void mUnzip::OnUnzipExtracted(const UZPEXTRACTED *entry) noexcept {
             known.file.id = entry->id;
             known.file.plain = entry->written == 2;
         }
-        m_cCurrentUnzip->m_atExtracted->push_back(std::move(known));
+        m_cCurrentUnzip->m_tExtracted->append(known);
     });
 }
 

@@ -1,40 +1,18 @@
 #pragma once
 
 #include "archive/entryList.h"
+#include "archive/recordEntries.h"
+#include "archive/recordEntry.h"
 #include "platform/packedFiles.h"
 #include "storage/storage.h"
 
-#include <QHash>
 #include <QString>
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
-#include <vector>
-
-// An entry as an archive holds or held it.
-struct EntryVersion {
-    std::string path; // UTF-8, "/" between the folders
-    std::uint64_t size = 0;
-    std::uint32_t crc = 0;
-    bool written = false; // whether the extraction wrote its file
-    // With `written`: the file is the user's, and a save has packed it.
-    bool edited = false;
-    // Not extracted: the user has been told of it.
-    bool known = false;
-
-    // The size of an entry that was listed only.
-    static constexpr std::uint64_t kUnknownSize = platform::PackedFiles::kAnySize;
-
-    bool sameBytes(const EntryVersion &other) const {
-        const bool unknown = size == kUnknownSize || other.size == kUnknownSize;
-        return crc == other.crc && (unknown || size == other.size);
-    }
-};
 
 // What is known about the files of one work folder: the archive that they come from, and for each
 // entry what the archive held and which file was written. Stored beside the work folder, so that it
@@ -59,23 +37,7 @@ class WorkRecord {
         bool isSame(const Archive &other) const;
     };
 
-    struct Entry : EntryVersion {
-        std::uint32_t dosTime = 0; // the stored date and time, the date in the upper half
-        // If written: any later change of the file shows in its identity, size and times.
-        bool timesTell = false;
-        // If written: `file` is not what the extraction saw, but what was seen after the attributes
-        // were cleared. Another program may have written to it before.
-        bool seenLater = false;
-        platform::FileInfo file; // if written
-
-        // Whether a save needs not read the file as long as its information is `file`. After a
-        // power cut a disk may hold new bytes under old times, so only in the run of the system
-        // that has written the file, which started at `systemStart`.
-        bool provesContent(std::int64_t systemStart) const {
-            return written && timesTell && !seenLater && file.size == size &&
-                   file.changed > systemStart;
-        }
-    };
+    using Entry = RecordEntry;
 
     // `began` is the time by the work folder's disk after the last file was written; see
     // Folder::newFileInfo.
@@ -84,18 +46,10 @@ class WorkRecord {
 
     const Archive &archive() const { return m_archive; }
     void setArchive(Archive archive) { m_archive = std::move(archive); }
-    const std::vector<Entry> &entries() const { return m_entries; }
+    // In the order in which put() added them; valid until its next call.
+    const RecordEntries &entries() const;
     // Makes room for as many entries, which may save copies of them.
-    void reserve(std::size_t count);
-    // Leaves none.
-    std::vector<Entry> takeEntries() {
-        m_indices.clear();
-        m_indexed = 0;
-        m_next = 0;
-        return std::move(m_entries);
-    }
-    // Null if there is no entry of exactly this path.
-    const Entry *find(std::string_view path) const;
+    void reserve(std::size_t count) { m_entries.reserve(count); }
     // Adds an entry, in place of one with the same path. Decides `timesTell`.
     void put(Entry entry);
 
@@ -131,20 +85,15 @@ class WorkRecord {
     static QString fileName(const QString &name);
 
   private:
-    friend class WorkRecordReader;
-
     WorkRecord() = default;
 
-    // The key of a path in m_indices, or the one that it gets. Completes m_indices.
-    std::size_t keyOf(std::string_view path) const;
+    // Of entries with the same path, keeps the last one, in the place of the first.
+    void merge() const;
 
     Archive m_archive;
     std::uint64_t m_device = 0; // of the time `began`
     std::int64_t m_began = INT64_MIN;
-    std::vector<Entry> m_entries;
-    // Of m_entries, by the hash of the path; paths with the same hash use the next free numbers.
-    // Completed when it is used: a record that was read may never need it.
-    mutable QHash<std::size_t, std::uint32_t> m_indices;
-    mutable std::uint32_t m_indexed = 0; // entries that it has
-    mutable std::size_t m_next = 0; // in m_entries, after the last find: most are in this order
+    // Merged when they are used: until then, put() has nothing to seek.
+    mutable RecordEntries m_entries;
+    mutable std::size_t m_merged = 0; // entries at the start of m_entries whose paths differ
 };

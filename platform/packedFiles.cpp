@@ -1,18 +1,20 @@
 #include "platform/packedFiles.h"
 
+#include <QHash>
+#include <QString>
 #include <QVarLengthArray>
 
 #include <libdeflate.h>
 
 #include <algorithm>
 #include <optional>
-#include <vector>
 
 namespace platform {
 
 namespace {
 
 constexpr std::size_t kStep = 128U << 10U;
+constexpr std::uint64_t kKeyBits = (std::uint64_t{1} << 61U) - 1;
 
 // The same for all spellings of a path.
 std::uint64_t keyOf(QStringView path) {
@@ -42,6 +44,12 @@ std::uint64_t keyOf(QStringView path) {
 
 std::uint64_t versionOf(const FileInfo &info) {
     return qHashMulti(0, info.device, info.id, info.modified, info.changed);
+}
+
+// The CRC-32 of a content, changed if its size needs more than 32 bits.
+std::uint32_t contentKey(std::uint64_t size, std::uint32_t crc) {
+    constexpr std::uint32_t kOdd = 0x9E3779B1;
+    return crc ^ (static_cast<std::uint32_t>(size >> 32U) * kOdd);
 }
 
 struct Content {
@@ -78,11 +86,24 @@ bool isOpenForWriting(const OpenInput &open) {
 
 void PackedFiles::add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began,
                       bool checksWriters) {
-    std::uint64_t key = keyOf(path);
-    while (m_files.contains(key))
-        ++key;
-    m_files.insert(key, {versionOf(seen), seen.size, crc, timesProve(seen, began), checksWriters});
+    const bool hasAnySize = seen.size == kAnySize;
+    m_files.push_back({keyOf(path) & kKeyBits, hasAnySize, timesProve(seen, began), checksWriters,
+                       versionOf(seen), static_cast<std::uint32_t>(seen.size),
+                       hasAnySize ? crc : contentKey(seen.size, crc)});
+    m_sorting->isDone = false;
     m_began = std::max(m_began, began);
+}
+
+PackedFiles::Range PackedFiles::versionsOf(QStringView path) const {
+    const auto byKey = [](const Packed &a, const Packed &b) { return a.key < b.key; };
+    if (!m_sorting->isDone) {
+        const std::lock_guard lock(m_sorting->mutex);
+        if (!m_sorting->isDone)
+            std::sort(m_files.begin(), m_files.end(), byKey);
+        m_sorting->isDone = true;
+    }
+    const Packed wanted{keyOf(path) & kKeyBits, false, false, false, 0, 0, 0};
+    return std::equal_range(m_files.cbegin(), m_files.cend(), wanted, byKey);
 }
 
 bool PackedFiles::isClockRunning(const Folder &workFolder) const {
@@ -92,24 +113,25 @@ bool PackedFiles::isClockRunning(const Folder &workFolder) const {
 
 bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell, const OpenInput &open,
                        const std::atomic<bool> *stop) const {
-    const std::uint64_t first = keyOf(path);
+    const Range versions = versionsOf(path);
     const std::uint64_t version = versionOf(now);
     bool sameSize = false;
-    auto known = m_files.constFind(first);
-    for (std::uint64_t key = first; known != m_files.cend(); known = m_files.constFind(++key)) {
-        if (known->size != now.size && known->size != kAnySize)
+    for (auto known = versions.first; known != versions.second; ++known) {
+        if (!known->hasAnySize && known->size != static_cast<std::uint32_t>(now.size))
             continue;
         if (timesTell && known->timesTell && known->version == version)
             return !known->checksWriters || !isOpenForWriting(open);
         sameSize = true;
     }
     const std::optional<Content> content = sameSize ? contentOf(open, stop) : std::nullopt;
-    known = m_files.constFind(first);
-    for (std::uint64_t key = first; content && known != m_files.cend();
-         known = m_files.constFind(++key))
-        if ((known->size == content->size || known->size == kAnySize) && known->crc == content->crc)
-            return !known->checksWriters || !isOpenForWriting(open);
-    return false;
+    const auto hasContent = [&](const Packed &known) {
+        return known.hasAnySize != 0 ? known.content == content->crc
+                                     : known.size == static_cast<std::uint32_t>(content->size) &&
+                                           known.content == contentKey(content->size, content->crc);
+    };
+    const auto held =
+        content ? std::find_if(versions.first, versions.second, hasContent) : versions.second;
+    return held != versions.second && (!held->checksWriters || !isOpenForWriting(open));
 }
 
 } // namespace platform

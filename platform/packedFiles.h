@@ -2,18 +2,20 @@
 
 #include "storage/storage.h"
 
-#include <QHash>
-#include <QString>
 #include <QStringView>
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
 // The files that a save has written to an archive, and which version of each. The clean-up deletes
-// only these. Needs some 40 bytes a file.
+// only these. Needs 24 bytes a file.
 class PackedFiles {
   public:
     // `path` is relative to the work folder. `seen` is the file's information at the time of
@@ -23,6 +25,8 @@ class PackedFiles {
     static constexpr std::uint64_t kAnySize = UINT64_MAX;
     void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began,
              bool checksWriters = false);
+    // Makes room for as many files.
+    void reserve(std::size_t count) { m_files.reserve(count); }
 
     // Whether every change since then shows in identity, size and times of a file that was read in
     // the version `seen`. `began` as in add().
@@ -44,15 +48,27 @@ class PackedFiles {
 
   private:
     struct Packed {
-        std::uint64_t version = 0; // hash of identity and times
-        std::uint64_t size = 0;
-        std::uint32_t crc = 0;
-        bool timesTell = false;
-        bool checksWriters = false;
+        std::uint64_t key : 61; // hash of the path, the same for equivalent ones
+        std::uint64_t hasAnySize : 1;
+        std::uint64_t timesTell : 1;
+        std::uint64_t checksWriters : 1;
+        std::uint64_t version; // hash of identity and times
+        std::uint32_t size;    // the lower half
+        std::uint32_t content; // CRC-32, changed by the upper half of the size
     };
-    // By the hash of the path. Equivalent paths, such as those that differ in case only, use the
-    // next free numbers.
-    QHash<std::uint64_t, Packed> m_files;
+    using Range =
+        std::pair<std::vector<Packed>::const_iterator, std::vector<Packed>::const_iterator>;
+
+    // The versions of a path.
+    Range versionsOf(QStringView path) const;
+
+    // Sorted by the first of several threads that seek in it.
+    struct Sorting {
+        std::mutex mutex;
+        std::atomic<bool> isDone = true;
+    };
+    std::unique_ptr<Sorting> m_sorting = std::make_unique<Sorting>();
+    mutable std::vector<Packed> m_files;
     std::int64_t m_began = INT64_MIN;
 };
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // Numbers in a record: little-endian, and in as few bytes as they need.
 namespace platform {
@@ -18,6 +19,10 @@ inline std::size_t sharedLength(std::string_view a, std::string_view b) {
 
 class RecordWriter {
   public:
+    RecordWriter() = default;
+    // Continues after these bytes.
+    explicit RecordWriter(std::string bytes) : m_bytes(std::move(bytes)) {}
+
     void fixed(std::uint64_t value, int bytes) {
         std::array<char, 8> digits;
         for (std::size_t i = 0; i < digits.size(); ++i)

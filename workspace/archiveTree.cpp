@@ -1,7 +1,5 @@
 #include "workspace/archiveTree.h"
 
-#include "workspace/fileTypes.h"
-
 #include <QFont>
 
 #include <algorithm>
@@ -28,24 +26,25 @@ void sortKeys(std::vector<Key> &keys, void (*idle)()) {
 
 } // namespace
 
-int ArchiveNodes::add(const QString &text, int parent, int image, int number) {
-    m_nodes.push_back({parent, number, 0, static_cast<std::int8_t>(image)});
-    m_texts.add(text);
-    return Count();
-}
-
-void ArchiveNodes::AddFile(const QString &folder, const QString &name, int image, int entry) {
+void ArchiveNodes::AddFile(int entry, int image) {
+    const QString folder = m_entries->folder(entry - 1);
     // The files of a folder are usually listed together, so the last folder is checked first.
     if (m_lastFolder == 0 || Text(m_lastFolder) != folder) {
         int &known = m_folders[folder];
-        if (known == 0)
-            known = add(folder, 0, FolderImage, 0);
+        if (known == 0) {
+            m_nodes.push_back(
+                {static_cast<std::int32_t>(m_folderTexts.size()), Count() + 2, FolderImage, 0});
+            m_folderTexts.append(folder);
+            known = Count();
+        }
         m_lastFolder = known;
     }
-    const int file = add(name, m_lastFolder, image, entry);
-    Node &parent = m_nodes[static_cast<std::size_t>(m_lastFolder) - 1];
-    if (parent.number == 0)
-        parent.number = file;
+    m_nodes.push_back({m_lastFolder, entry, static_cast<std::uint32_t>(image) & kImageBits, 0});
+}
+
+QString ArchiveNodes::Text(int node) const {
+    const Node &wanted = at(node);
+    return HasChildren(node) ? m_folderTexts.at(wanted.parent) : m_entries->name(wanted.number - 1);
 }
 
 ArchiveTree::ArchiveTree(QObject *parent, std::function<QIcon(int)> image,
@@ -75,7 +74,6 @@ void ArchiveTree::Fill(ArchiveNodes nodes, void (*idle)()) {
 }
 
 void ArchiveTree::Arrange(void (*idle)()) {
-    std::vector<ArchiveNodes::Node> &all = m_nodes.m_nodes;
     std::vector<Key> folders;
     for (int node = 1; node <= m_nodes.Count(); ++node)
         if (m_nodes.Parent(node) == 0)
@@ -84,14 +82,13 @@ void ArchiveTree::Arrange(void (*idle)()) {
     m_folders.reserve(folders.size());
     m_children.resize(folders.size());
     for (const Key &folder : folders) {
-        all[static_cast<std::size_t>(folder.node) - 1].row =
-            static_cast<std::int32_t>(m_folders.size());
+        m_nodes.setRow(folder.node, m_folders.size());
         m_folders.push_back(folder.node);
     }
     for (int node = 1; node <= m_nodes.Count(); ++node) {
         const int parent = m_nodes.Parent(node);
         if (parent != 0)
-            m_children[static_cast<std::size_t>(m_nodes.at(parent).row)].push_back(node);
+            m_children[m_nodes.rowOf(parent)].push_back(node);
         if ((node & 0xFFF) == 0)
             idle();
     }
@@ -104,7 +101,7 @@ void ArchiveTree::Arrange(void (*idle)()) {
         children.shrink_to_fit();
         for (std::size_t row = 0; row < keys.size(); ++row) {
             children[row] = keys[row].node;
-            all[static_cast<std::size_t>(keys[row].node) - 1].row = static_cast<std::int32_t>(row);
+            m_nodes.setRow(keys[row].node, row);
         }
         idle();
     }
@@ -118,13 +115,14 @@ int ArchiveTree::NodeOf(const QModelIndex &index) const {
     const auto parent = static_cast<int>(index.internalId());
     if (parent == 0)
         return m_folders[row];
-    return m_children[static_cast<std::size_t>(m_nodes.at(parent).row)][row];
+    return m_children[m_nodes.rowOf(parent)][row];
 }
 
 QModelIndex ArchiveTree::IndexOf(int node) const {
     if (node < 1 || node > m_nodes.Count())
         return {};
-    return createIndex(m_nodes.at(node).row, 0, static_cast<quintptr>(m_nodes.Parent(node)));
+    return createIndex(static_cast<int>(m_nodes.rowOf(node)), 0,
+                       static_cast<quintptr>(m_nodes.Parent(node)));
 }
 
 QModelIndex ArchiveTree::index(int row, int column, const QModelIndex &parent) const {
@@ -229,9 +227,8 @@ QString ArchiveTree::ChangeText(int node) const {
 
 int ArchiveTree::NodeAfter(int node) const {
     const int folder = m_nodes.HasChildren(node) ? node : m_nodes.Parent(node);
-    const auto row = static_cast<std::size_t>(m_nodes.at(folder).row);
-    const std::size_t child =
-        folder == node ? 0 : static_cast<std::size_t>(m_nodes.at(node).row) + 1;
+    const std::size_t row = m_nodes.rowOf(folder);
+    const std::size_t child = folder == node ? 0 : m_nodes.rowOf(node) + 1;
     if (child < m_children[row].size())
         return m_children[row][child];
     return m_folders[(row + 1) % m_folders.size()];

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "archive/packedTexts.h"
+#include "archive/entryList.h"
+#include "workspace/fileTypes.h"
 
 #include <QAbstractItemModel>
 #include <QHash>
@@ -11,22 +12,30 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <utility>
 #include <vector>
 
 // The nodes of the archive tree: folders and the files in them. Nodes are numbered from 1 in the
 // order of adding. Folders are distinguished by their exact text.
 class ArchiveNodes {
   public:
-    // Adds a file to the folder of that text and creates the folder node if it does not exist.
-    // `entry` is the entry's number in the archive, `image` its icon number.
-    void AddFile(const QString &folder, const QString &name, int image, int entry);
+    ArchiveNodes() = default;
+    // Of files that are entries of a list, which keeps their names.
+    explicit ArchiveNodes(std::shared_ptr<const EntryList> entries)
+        : m_entries(std::move(entries)) {}
+
+    // Adds a file to the folder node of its folder and creates that if it does not exist. `entry`
+    // is the entry's number in the list, from 1, `image` its icon number.
+    void AddFile(int entry, int image);
 
     int Count() const { return static_cast<int>(m_nodes.size()); }
-    QString Text(int node) const { return m_texts.at(static_cast<std::size_t>(node) - 1); }
-    int Image(int node) const { return at(node).image; }
+    // The folder's path, or the file's name.
+    QString Text(int node) const;
+    int Image(int node) const { return static_cast<int>(at(node).image); }
     // The folder node that contains a file; 0 for a folder.
-    int Parent(int node) const { return at(node).parent; }
-    bool HasChildren(int node) const { return at(node).parent == 0; }
+    int Parent(int node) const { return HasChildren(node) ? 0 : at(node).parent; }
+    bool HasChildren(int node) const { return at(node).image == FolderImage; }
     // The file that was added to the folder first.
     int FirstChild(int folder) const { return at(folder).number; }
     // The archive entry that a file node stands for.
@@ -36,16 +45,23 @@ class ArchiveNodes {
     friend class ArchiveTree;
 
     struct Node {
-        std::int32_t parent = 0; // 0 for a folder
-        std::int32_t number = 0; // a folder's first child, a file's entry
-        std::int32_t row = 0;    // its position among its siblings in display order
-        std::int8_t image = 0;
+        std::int32_t parent;     // a file's folder, a folder's number in m_folderTexts
+        std::int32_t number;     // a folder's first child, a file's entry
+        std::uint32_t image : 4; // FolderImage marks a folder
+        std::uint32_t row : 28;  // its position among its siblings in display order
     };
+    static constexpr std::uint32_t kImageBits = 0xF;
+    static constexpr std::uint32_t kRowBits = 0xFFF'FFFF;
     const Node &at(int node) const { return m_nodes[static_cast<std::size_t>(node) - 1]; }
-    int add(const QString &text, int parent, int image, int number);
+    std::size_t rowOf(int node) const { return at(node).row; }
+    void setRow(int node, std::size_t row) {
+        m_nodes[static_cast<std::size_t>(node) - 1].row =
+            static_cast<std::uint32_t>(row) & kRowBits;
+    }
 
+    std::shared_ptr<const EntryList> m_entries;
     std::vector<Node> m_nodes;
-    PackedTexts m_texts; // of each node
+    QStringList m_folderTexts;
     QHash<QString, int> m_folders;
     int m_lastFolder = 0;
 };

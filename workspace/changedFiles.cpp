@@ -12,10 +12,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <new>
 #include <optional>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 using platform::FileInfo;
 using platform::Folder;
@@ -101,6 +103,7 @@ struct ChangedFiles::Task {
             m_changed.clear();
             m_added.clear();
             result.isComplete = walk(root, {}, 0, result);
+            spellAsEntries();
             result.changes = changesOf(std::move(m_changed), std::move(m_added));
         } catch (const platform::RuntimeError &) {
             return result;
@@ -118,25 +121,55 @@ struct ChangedFiles::Task {
     };
 
     void load() {
-        if (const auto record = WorkRecord::read(parent, workFolder)) {
+        const auto record = WorkRecord::read(parent, workFolder);
+        m_hasRecord = record.has_value();
+        if (record)
             m_known = record->knownFiles(listing.get());
-            for (const WorkRecord::Entry &entry : record->entries())
-                if (const QString path = QString::fromStdString(entry.path).replace('/', '\\');
-                    entry.written || !m_paths.contains(foldedPath(path)))
-                    addPath(path);
-        } else {
-            FileInfo anyVersion;
-            anyVersion.size = platform::PackedFiles::kAnySize;
-            for (std::int32_t i = 0; listing != nullptr && i < listing->count(); ++i) {
-                const QString path = listing->path(i);
-                m_known.add(path, anyVersion, listing->crc(i), INT64_MIN);
-                addPath(path);
-            }
-        }
+        FileInfo anyVersion;
+        anyVersion.size = platform::PackedFiles::kAnySize;
+        for (std::int32_t i = 0; !record && listing != nullptr && i < listing->count(); ++i)
+            m_known.add(listing->path(i), anyVersion, listing->crc(i), INT64_MIN);
+        forEachEntry(record, [this](const QString &path, bool) {
+            m_entries.push_back(qHash(foldedPath(path)));
+        });
+        std::sort(m_entries.begin(), m_entries.end());
         m_isLoaded = true;
     }
 
-    void addPath(const QString &path) { m_paths.insert(foldedPath(path), path); }
+    // Calls `step` for each entry with its path and whether its file was written.
+    template<typename Step>
+    void forEachEntry(const std::optional<WorkRecord> &record, Step step) const {
+        if (record)
+            for (const WorkRecord::Entry &entry : record->entries())
+                step(QString::fromStdString(entry.path).replace('/', '\\'), entry.written);
+        for (std::int32_t i = 0; !m_hasRecord && listing != nullptr && i < listing->count(); ++i)
+            step(listing->path(i), true);
+    }
+
+    bool isEntry(const QString &path) const {
+        return std::binary_search(m_entries.begin(), m_entries.end(), qHash(foldedPath(path)));
+    }
+
+    // Spells the changed files as their entries are, of several that of a written file. The entries
+    // are read again only if there are new ones.
+    void spellAsEntries() {
+        bool isNew = false;
+        for (const QString &path : std::as_const(m_changed)) {
+            QString &spelling = m_spellings[foldedPath(path)];
+            isNew = isNew || spelling.isNull();
+        }
+        if (isNew)
+            forEachEntry(m_hasRecord ? WorkRecord::read(parent, workFolder) : std::nullopt,
+                         [this](const QString &path, bool written) {
+                             const auto known = m_spellings.find(foldedPath(path));
+                             if (known != m_spellings.end() && (written || known->isNull()))
+                                 *known = path;
+                         });
+        for (QString &path : m_changed) {
+            const QString &spelling = m_spellings[foldedPath(path)];
+            path = spelling.isNull() ? path : spelling;
+        }
+    }
 
     // False if stopped.
     bool walk(const Folder &folder, const QString &path, int depth, Result &result) {
@@ -167,10 +200,9 @@ struct ChangedFiles::Task {
     void lookAt(const Folder &folder, const FolderItem &item, const FileInfo &info,
                 const QString &path) {
         constexpr std::uint8_t kNotPacked = platform::kAttributeHidden | platform::kAttributeSystem;
-        const auto entry = m_paths.constFind(foldedPath(path));
-        if (entry != m_paths.cend()) {
+        if (isEntry(path)) {
             if (info.kind == FileInfo::Kind::File && !isKnown(folder, item.name, path, info))
-                m_changed.append(*entry);
+                m_changed.append(path);
         } else if (!platform::isTemporaryName(item.name) && !platform::isNameOfDeleted(item.name) &&
                    (folder.recordedAttributes(item) & kNotPacked) == 0) {
             m_added.append(path);
@@ -197,9 +229,11 @@ struct ChangedFiles::Task {
 
     bool m_isLoaded = false;
     platform::PackedFiles m_known;
-    QHash<QString, QString> m_paths; // of all entries, by the folded path
+    bool m_hasRecord = false;
+    std::vector<std::size_t> m_entries;  // hashes of the folded paths, sorted
+    QHash<QString, QString> m_spellings; // of changed files, by the folded path
     QHash<QString, Seen> m_seen;
-    QStringList m_changed; // files of entries, spelled as the entry is
+    QStringList m_changed; // files of entries
     QStringList m_added;
     QString m_top;
     std::int64_t m_now = 0; // when the look began, in nanoseconds since 1970

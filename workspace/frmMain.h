@@ -176,7 +176,7 @@ class frmMain : public QWidget {
     QString ExtractAll();
     QString PrepareWorkFolder();
     // Only of files that may have any. Takes over the times that it changes.
-    void ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted);
+    void ClearFileAttributes(RecordEntries &extracted);
     // The note about an extraction that reported a problem.
     QString ExtractionNote() const;
     // Removes the extracted files, except the paths in `before`, and returns a note of the reason.
@@ -192,13 +192,13 @@ class frmMain : public QWidget {
                              platform::Status &written);
     // Writes the record after an extraction, from what PrepareRecord returned and the extraction
     // reported. A success replaces `written`.
-    void WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::Entry> extracted,
+    void WriteRecord(const WorkRecord &prepared, const RecordEntries &extracted,
                      platform::Status &written);
     // The record of the work folder; none if there is none or it is unreadable.
     std::optional<WorkRecord> ReadRecord() const;
     // What a save has to compare folder and archive with; none without a record, nothing with an
     // unreadable one.
-    std::optional<std::vector<WorkRecord::Entry>> SaveBase() const;
+    cZip::BaseSource SaveBase() const;
     // Whether the work folder has a file for each entry. If not, and without a record, its files
     // may be those that came back after a clean-up.
     bool HoldsAllFiles() const;

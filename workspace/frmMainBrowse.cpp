@@ -143,16 +143,15 @@ void frmMain::ListArchive(const QString &path) {
     const int count = m_cUnzip->FileCount();
     if (count > 0)
         ShowProgressBar(count);
-    ArchiveNodes nodes;
+    m_listing = m_cUnzip->Entries();
+    ArchiveNodes nodes(m_listing);
     for (int i = 1; i <= count; ++i) {
-        const QString name = m_cUnzip->Filename(i);
-        const int image = ImageOfFile(name);
+        const int image = ImageOfFile(m_cUnzip->Filename(i));
         if (image != 0)
-            nodes.AddFile(m_cUnzip->FileDirectory(i), name, image, i);
+            nodes.AddFile(i, image);
         SetProgress(i);
     }
     m_tree->Fill(std::move(nodes), &platform::repaintPending);
-    m_listing = m_cUnzip->Entries();
     m_lines->SetEntries(m_listing);
     HideProgressBar();
     EnableWindow();

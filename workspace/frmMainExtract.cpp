@@ -1,3 +1,4 @@
+#include "archive/recordEntries.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 using ziplib::ReturnCode;
 
@@ -28,17 +30,38 @@ void tryMakeFolder(const QString &path) {
     }
 }
 
-// The extracted entry of a listed one, sought from `next` on: both lists are in the archive's
-// order, and few entries are in one of them only.
-std::vector<WorkRecord::Entry>::iterator findEntry(std::vector<WorkRecord::Entry>::iterator next,
-                                                   std::vector<WorkRecord::Entry>::iterator end,
-                                                   const EntryList &listing, int line) {
-    constexpr std::ptrdiff_t kMostSkipped = 64;
+// Moves `next` to the extracted entry of a listed one; false if it is not among the next ones. Both
+// lists are in the archive's order, and few entries are in one of them only.
+bool findEntry(RecordEntries::Iterator &next, const RecordEntries::Iterator &end,
+               const EntryList &listing, int line) {
+    constexpr std::size_t kMostSkipped = 64;
     const std::string path = listing.utf8Path(line);
-    const auto last = next + std::min(kMostSkipped, end - next);
-    const auto found = std::find_if(
-        next, last, [&](const WorkRecord::Entry &entry) { return entry.path == path; });
-    return found == last ? end : found;
+    if (next == end || next->path == path)
+        return next != end;
+    RecordEntries::Iterator entry = next;
+    while (++entry != end && entry.number() < next.number() + kMostSkipped)
+        if (entry->path == path) {
+            next = std::move(entry);
+            return true;
+        }
+    return false;
+}
+
+// The entries with the new `changed` of some files, in the order of their numbers.
+RecordEntries seenLater(const RecordEntries &extracted,
+                        const std::vector<std::pair<std::size_t, std::int64_t>> &later) {
+    RecordEntries seen;
+    seen.reserve(extracted.size());
+    auto next = later.begin();
+    for (auto entry = extracted.begin(); entry != extracted.end(); ++entry) {
+        RecordEntry known = *entry;
+        if (next != later.end() && next->first == entry.number()) {
+            known.file.changed = next++->second;
+            known.seenLater = true;
+        }
+        seen.append(known);
+    }
+    return seen;
 }
 
 // The path in a form for comparison, since some file systems ignore the letter case and the Unicode
@@ -119,21 +142,28 @@ QString frmMain::ExtractAll() {
     std::function<bool(const QString &)> wasThere;
     if (!before.isEmpty())
         wasThere = [&](const QString &file) { return before.contains(comparable(file)); };
-    if (const auto archive = WorkRecord::archiveAt(ArchivePath()))
+    const auto archive = WorkRecord::archiveAt(ArchivePath());
+    if (archive)
         prepared = PrepareRecord(*archive, wasThere, recorded);
+    if (recorded.ok())
+        prepared.reset(); // read again when it is needed, as the extraction needs memory too
     BeginProgress(m_cUnzip->FileCount());
     const bool problem = m_cUnzip->Unzip();
     auto extracted = m_cUnzip->TakeExtracted();
-    std::vector<WorkRecord::Entry> unknown;
+    RecordEntries unknown;
     ClearFileAttributes(extracted ? *extracted : unknown);
     QString note = problem ? ExtractionNote() : QString();
     if (m_tree->Nodes().Count() > 0 && FileExists(ProbeFile()) == 0)
         note = UndoExtraction(before);
     if (platform::storedName(WorkFolder()).isEmpty())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
-    else if (prepared && extracted &&
-             (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
-        WriteRecord(*prepared, std::move(*extracted), recorded);
+    else if (archive && extracted &&
+             (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0)) {
+        if (!prepared)
+            prepared = ReadRecord();
+        if (prepared)
+            WriteRecord(*prepared, *extracted, recorded);
+    }
     if (!recorded.ok() && FileExists(ProbeFile()) != 0 &&
         !WorkRecord::readArchive(WorkFolders(), WorkFolderName()))
         note = (note + '\n' + RecordNote(QString::fromStdString(recorded.message))).trimmed();
@@ -153,7 +183,7 @@ QString frmMain::PrepareWorkFolder() {
 }
 
 // Most files have none: asking the disk for each again would take a tenth of the extraction's time.
-void frmMain::ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted) {
+void frmMain::ClearFileAttributes(RecordEntries &extracted) {
     platform::WorkFolderCleaner cleaner(WorkFolder());
     // FileExists ignores hidden files, and the probe file may be one.
     const ArchiveNodes &nodes = m_tree->Nodes();
@@ -161,26 +191,29 @@ void frmMain::ClearFileAttributes(std::vector<WorkRecord::Entry> &extracted) {
         cleaner.clearAttributes(nodes.Text(1) + '\\' + nodes.Text(nodes.FirstChild(1)));
     if (FileExists(ProbeFile()) == 0)
         return;
+    // The new `changed` of the files that are seen later.
+    std::vector<std::pair<std::size_t, std::int64_t>> later;
     auto next = extracted.begin();
+    bool isTaken = false; // the entry that `next` points to
     for (int line = 0; line < m_lines->Count(); ++line) {
         if ((line & 0x3F) == 0)
             platform::repaintPending();
-        const auto entry = findEntry(next, extracted.end(), *m_listing, line);
-        const bool isWritten = entry != extracted.end() && entry->written;
-        if (entry != extracted.end())
-            next = entry + 1;
+        if (isTaken)
+            ++next;
+        isTaken = findEntry(next, extracted.end(), *m_listing, line);
+        const bool isWritten = isTaken && next->written;
         platform::FileInfo cleared;
-        if ((isWritten && entry->file.plain) ||
+        if ((isWritten && next->file.plain) ||
             !cleaner.clearAttributes(m_lines->Text(line), &cleared) || !isWritten)
             continue;
         // Otherwise another program has written to it.
-        platform::FileInfo &file = entry->file;
+        const platform::FileInfo &file = next->file;
         if (sameFile(cleared, file) && cleared.size == file.size &&
-            cleared.modified == file.modified && cleared.changed != file.changed) {
-            file.changed = cleared.changed;
-            entry->seenLater = true;
-        }
+            cleared.modified == file.modified && cleared.changed != file.changed)
+            later.emplace_back(next.number(), cleared.changed);
     }
+    if (!later.empty())
+        extracted = seenLater(extracted, later);
 }
 
 QString frmMain::ExtractionNote() const {

@@ -1,3 +1,4 @@
+#include "archive/recordIndex.h"
 #include "archive/workRecord.h"
 #include "platform/files.h"
 #include "platform/forms.h"
@@ -16,7 +17,7 @@
 namespace {
 
 // The time of the last change to any written file.
-std::int64_t newestChange(const std::vector<WorkRecord::Entry> &extracted) {
+std::int64_t newestChange(const RecordEntries &extracted) {
     std::int64_t newest = INT64_MIN;
     for (const WorkRecord::Entry &entry : extracted)
         if (entry.written)
@@ -82,7 +83,7 @@ WorkRecord frmMain::PrepareRecord(const WorkRecord::Archive &archive,
 
 // A file that was there before stays as it is, so what was known about it stays too: otherwise a
 // file from an older archive would look like an edit and replace a newer entry.
-void frmMain::WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::Entry> extracted,
+void frmMain::WriteRecord(const WorkRecord &prepared, const RecordEntries &extracted,
                           platform::Status &written) {
     platform::Folder workFolder;
     platform::FileInfo now;
@@ -92,8 +93,10 @@ void frmMain::WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::En
     const QString folder = platform::nativePath(WorkFolder());
     WorkRecord record(prepared.archive(), now);
     record.reserve(extracted.size());
-    for (WorkRecord::Entry &entry : extracted) {
-        const WorkRecord::Entry *before = prepared.find(entry.path);
+    RecordIndex known(prepared.entries());
+    std::size_t count = 0;
+    for (const WorkRecord::Entry &entry : extracted) {
+        const WorkRecord::Entry *before = known.find(entry.path);
         // The file did not exist before the extraction.
         const bool isPrepared = before != nullptr && before->size == EntryVersion::kUnknownSize &&
                                 before->sameBytes(entry);
@@ -107,16 +110,17 @@ void frmMain::WriteRecord(const WorkRecord &prepared, std::vector<WorkRecord::En
         }
         const bool keep = !entry.written && before != nullptr &&
                           (before->sameBytes(entry) || !FileOnDisk(folder, entry).same);
-        if (keep)
-            record.put(*before);
-        else
-            record.put(std::move(entry));
-        if ((record.entries().size() & 0x3FU) == 0)
+        record.put(keep ? *before : entry);
+        if ((++count & 0x3FU) == 0)
             platform::repaintPending();
     }
+    std::vector<WorkRecord::Entry> others;
+    RecordIndex recorded(record.entries());
     for (const WorkRecord::Entry &before : prepared.entries())
-        if (record.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
-            record.put(before);
+        if (recorded.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
+            others.push_back(before);
+    for (WorkRecord::Entry &before : others)
+        record.put(std::move(before));
     // After a failure, the prepared record tells what the archive held.
     const platform::Status status = record.write(WorkFolders(), WorkFolderName());
     if (status.ok())
@@ -130,18 +134,25 @@ std::optional<WorkRecord> frmMain::ReadRecord() const {
 // What the folder was extracted from is the base, even if the archive's name leads to another one
 // now, as a link does. Of files with an unreadable record, and of those that come back after a
 // clean-up, nothing is known: each that differs from its entry may be older than that.
-std::optional<std::vector<WorkRecord::Entry>> frmMain::SaveBase() const {
+cZip::BaseSource frmMain::SaveBase() const {
     auto record = ReadRecord();
     if (!record && !WorkRecord::exists(WorkFolders(), WorkFolderName()) &&
         !m_emptied.contains(WorkFolder()) && HoldsAllFiles())
         return {};
-    std::vector<WorkRecord::Entry> base;
-    if (record)
-        base = record->takeEntries();
+    std::vector<EntryVersion> conflicts;
     if (m_conflictArchive == ArchivePath())
-        for (const EntryVersion &conflict : m_conflicts)
-            static_cast<EntryVersion &>(base.emplace_back()) = conflict;
-    return base;
+        conflicts = m_conflicts;
+    return [record = std::move(record), conflicts = std::move(conflicts)](const auto &take) {
+        if (record)
+            for (const WorkRecord::Entry &entry : record->entries())
+                take(entry);
+        for (const EntryVersion &conflict : conflicts) {
+            WorkRecord::Entry entry;
+            static_cast<EntryVersion &>(entry) = conflict;
+            take(entry);
+        }
+        return true;
+    };
 }
 
 bool frmMain::HoldsAllFiles() const {

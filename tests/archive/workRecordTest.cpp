@@ -1,4 +1,6 @@
 #include "archive/workRecord.h"
+
+#include "archive/recordIndex.h"
 #include "tests/support/disk.h"
 #include "tests/support/qtFiles.h"
 
@@ -37,6 +39,10 @@ class WorkRecordTest : public testing::Test {
         return made;
     }
 
+    static std::string pathOf(int number) {
+        return "textures/skins/base " + std::to_string(number) + ".png";
+    }
+
     // A record of `count` entries, with every kind of number.
     static WorkRecord record(int count) {
         platform::FileInfo began;
@@ -50,7 +56,7 @@ class WorkRecordTest : public testing::Test {
              -7},
             began);
         for (int i = 0; i < count; ++i)
-            made.put(entry("textures/skins/base " + std::to_string(i) + ".png", i));
+            made.put(entry(pathOf(i), i));
         return made;
     }
 
@@ -64,8 +70,9 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
     EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{file().filename().string()});
     const auto read = WorkRecord::read(folders(), "Base");
     ASSERT_TRUE(read && read->entries().size() == written.entries().size());
+    RecordIndex index(read->entries());
     for (const WorkRecord::Entry &was : written.entries()) {
-        const WorkRecord::Entry *is = read->find(was.path);
+        const WorkRecord::Entry *is = index.find(was.path);
         ASSERT_NE(is, nullptr) << was.path;
         ASSERT_TRUE(is->sameBytes(was) && is->dosTime == was.dosTime &&
                     is->written == was.written && is->edited == was.edited &&
@@ -74,7 +81,11 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
                     is->file.changed == was.file.changed && sameFile(is->file, was.file))
             << was.path;
     }
-    EXPECT_EQ(read->find("textures/skins/base 7.PNG"), nullptr);
+    EXPECT_EQ(index.find("textures/skins/base 7.PNG"), nullptr);
+    for (int number = 99'999; number > 0; number -= 7919) {
+        const WorkRecord::Entry *is = index.find(pathOf(number));
+        ASSERT_TRUE(is != nullptr && is->size == entry("", number).size) << number;
+    }
     const auto archive = WorkRecord::readArchive(folders(), "Base");
     ASSERT_TRUE(archive && archive->isSame(written.archive()));
     EXPECT_EQ(archive->seen.changed, INT64_MAX);
@@ -85,6 +96,27 @@ TEST_F(WorkRecordTest, is_read_as_it_was_written_and_needs_at_most_100_bytes_an_
     WorkRecord::remove(folders(), "Base");
     EXPECT_FALSE(WorkRecord::exists(folders(), "Base"));
     EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+TEST_F(WorkRecordTest, keeps_the_last_entry_of_a_path_in_the_place_of_the_first) {
+    WorkRecord made = record(5);
+    for (const int number : {1, 3, 1})
+        made.put(entry(pathOf(number), number + 100));
+    made.put(entry("new", 7));
+    made.put(entry(pathOf(1), 201));
+    ASSERT_TRUE(made.write(folders(), "Base").ok());
+    made.put(entry("new", 8)); // after the others were merged
+    const auto read = WorkRecord::read(folders(), "Base");
+    ASSERT_TRUE(read);
+    const auto textOf = [](const WorkRecord &record) {
+        std::string text;
+        for (const WorkRecord::Entry &entry : record.entries())
+            text += entry.path.substr(entry.path.rfind(' ') + 1) + "=" +
+                    std::to_string(entry.size - 1000) + (entry.written ? "w" : "") + ' ';
+        return text;
+    };
+    EXPECT_EQ(textOf(*read), "0.png=0w 1.png=201w 2.png=2w 3.png=103w 4.png=4w new=7w ");
+    EXPECT_EQ(textOf(made), "0.png=0w 1.png=201w 2.png=2w 3.png=103w 4.png=4w new=8w ");
 }
 
 TEST_F(WorkRecordTest, of_version_2_is_read_and_tells_what_a_save_has_put_into_it) {
@@ -116,9 +148,10 @@ TEST_F(WorkRecordTest, trusts_times_only_if_a_later_change_gets_others) {
         known.file.changed = row.changed;
         known.file.device = row.device;
         made.put(known);
-        EXPECT_EQ(made.find("a")->timesTell, row.trusted) << row.what;
-        EXPECT_EQ(made.find("a")->provesContent(kBefore - 1), row.trusted) << row.what;
-        EXPECT_FALSE(made.find("a")->provesContent(kBefore)) << "of an earlier run of the system";
+        const WorkRecord::Entry put = *made.entries().begin();
+        EXPECT_EQ(put.timesTell, row.trusted) << row.what;
+        EXPECT_EQ(put.provesContent(kBefore - 1), row.trusted) << row.what;
+        EXPECT_FALSE(put.provesContent(kBefore)) << "of an earlier run of the system";
         // Without trust, the content decides.
         const auto fails = [](platform::InputFile &) {
             return platform::Status(platform::Failure::Io, "must not be read");

@@ -170,6 +170,15 @@ TEST_F(WorkFolderCleanerTest, BytesAreComparedIfTimesDoNotTell) {
         cleaner.deleteOnly(packed);
         EXPECT_EQ(cleaner.deleteFile("A.cs"), began == seen.changed + 1);
     }
+    // The archive holds one with this CRC-32 that is 4 GiB larger.
+    platform::PackedFiles larger;
+    platform::FileInfo large = seen;
+    large.size += std::uint64_t{1} << 32U;
+    larger.add(u"a.cs", large, kContentCrc, INT64_MIN);
+    makeFile("temp/Classic/a.cs", "content");
+    platform::WorkFolderCleaner keeper(work());
+    keeper.deleteOnly(larger);
+    EXPECT_FALSE(keeper.deleteFile("a.cs"));
     // Extracted files are recognised by their entry's CRC-32 alone.
     makeFile("temp/Classic/own.cs", "saved by an editor since");
     makeFile("temp/Classic/extracted.cs", "content");

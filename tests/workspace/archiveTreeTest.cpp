@@ -4,19 +4,37 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// The nodes of files, given by folder and name.
+ArchiveNodes nodesOf(const std::vector<std::pair<QString, QString>> &files) {
+    auto entries = std::make_shared<EntryList>();
+    for (const auto &[folder, name] : files)
+        entries->add({name, folder, 0, 0, {}, {}, 0, false, true});
+    ArchiveNodes nodes(entries);
+    for (int entry = 1; entry <= entries->count(); ++entry)
+        nodes.AddFile(entry, ImageOfFile(files[static_cast<std::size_t>(entry) - 1].second));
+    return nodes;
+}
+
+} // namespace
+
 TEST(ArchiveTree, numbers_nodes_as_they_were_added_and_shows_them_sorted_without_regard_to_case) {
     ArchiveTree tree(
         nullptr, [](int) { return QIcon(); }, [](int entry) { return QString::number(entry); });
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::Fatal);
-    ArchiveNodes added;
-    added.AddFile("textures", "b.png", 4, 1);
-    added.AddFile("scripts", "Zeta.cs", 8, 2);
-    added.AddFile("", "readme.txt", 8, 3);
-    added.AddFile("scripts", "alpha.cs", 8, 4);
-    added.AddFile("Scripts", "other.cs", 8, 5);
-    added.AddFile("textures", "A.png", 4, 6);
     tree.Fill(
-        std::move(added), +[] {});
+        nodesOf({{"textures", "b.png"},
+                 {"scripts", "Zeta.cs"},
+                 {"", "readme.txt"},
+                 {"scripts", "alpha.cs"},
+                 {"Scripts", "other.cs"},
+                 {"textures", "A.png"}}),
+        +[] {});
     const ArchiveNodes &nodes = tree.Nodes();
 
     EXPECT_EQ(joined(shownTree(tree)), "|  readme.txt#8|scripts|  alpha.cs#8|  Zeta.cs#8|Scripts|"
@@ -39,12 +57,9 @@ TEST(ArchiveTree, numbers_nodes_as_they_were_added_and_shows_them_sorted_without
 TEST(ArchiveTreeView, goes_to_the_name_that_is_typed_and_opens_its_folder) {
     ArchiveTree tree(
         nullptr, [](int) { return QIcon(); }, [](int) { return QString(); });
-    ArchiveNodes nodes;
-    nodes.AddFile("skins", "base.png", 4, 1);
-    nodes.AddFile("skins", "blood.png", 4, 2);
-    nodes.AddFile("vehicles", "bomber.cs", 8, 3);
     tree.Fill(
-        std::move(nodes), +[] {});
+        nodesOf({{"skins", "base.png"}, {"skins", "blood.png"}, {"vehicles", "bomber.cs"}}),
+        +[] {});
     ArchiveTreeView view(nullptr);
     view.ShowTree(&tree);
     QApplication::setKeyboardInputInterval(30); // milliseconds until a typed name is over

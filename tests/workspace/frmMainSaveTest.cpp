@@ -1,3 +1,4 @@
+#include "archive/recordIndex.h"
 #include "tests/workspace/extracted.h"
 
 #include <QElapsedTimer>
@@ -53,7 +54,7 @@ TEST(frmMainSave, reads_no_file_that_its_record_proves_to_be_as_extracted) {
     platform::FileInfo now;
     const auto record = WorkRecord::read(job.game.temp(), "Classic");
     ASSERT_TRUE(record && top.open(job.folder.toStdString()).ok());
-    WorkRecord::Entry edited = *record->find("scripts/a.cs");
+    WorkRecord::Entry edited = *RecordIndex(record->entries()).find("scripts/a.cs");
     ASSERT_TRUE(opened.open(file.toStdString(), edited.file).ok());
     opened.close();
     do
