@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Compares an extraction and a save with copies of the same files on disks of tests/disks/disks.py.
 
-usage: disk_copies.py BINARIES ARCHIVE ROUNDS SCRATCH [--list-missing FILE] DISK...
+usage: disk_copies.py BINARIES ARCHIVE SHARE ROUNDS SCRATCH [--list-missing FILE] DISK...
   BINARIES        contains vl2bench
-  ARCHIVE         a third of the game-like archive; it is created if it is missing
+  ARCHIVE         is created if it is missing: the game-like archive with its files divided by SHARE
   --list-missing  writes the disks that this machine could not make to FILE
 
 Prints a row of a table for each disk, with the ratios of the medians and the range of the rounds' ratios:
@@ -25,7 +25,7 @@ from environment import Environment
 from game import Game
 from rows import Figures
 
-MEGABYTES = 1200  # which a virtual machine holds in memory
+MEGABYTES = 3600  # of a disk for the whole archive; a virtual machine holds a third in memory
 
 
 def ratios(ours, peer):
@@ -41,7 +41,7 @@ def measure(binaries, archive, rounds, path):
 
 
 def main():
-    binaries, archive, rounds, scratch, *names = sys.argv[1:]
+    binaries, archive, share, rounds, scratch, *names = sys.argv[1:]
     list_missing = names[1] if names[:1] == ["--list-missing"] else None
     if list_missing:
         names = names[2:]
@@ -49,12 +49,12 @@ def main():
         if name not in DISKS:
             sys.exit("no such disk: %s; there are: %s" % (name, "; ".join(DISKS)))
     if not os.path.exists(archive):
-        make_archive.make_game(archive, 3)
+        make_archive.make_game(archive, int(share))
     missing = {}
     held = memory.hold(8 << 30)
     for name in names or DISKS:
         try:
-            with DISKS[name][0](os.path.abspath(scratch), MEGABYTES) as path:
+            with DISKS[name][0](os.path.abspath(scratch), MEGABYTES // int(share)) as path:
                 print("| %s | %s |" % (name, " | ".join(measure(binaries, archive, int(rounds), path))), flush=True)
         except NotMade as why:
             missing[name] = str(why)

@@ -42,14 +42,18 @@ Status Folder::openFile(const std::string &name, InputFile &file, Links links) c
 Status Folder::newFileInfo(FileInfo &info) const {
     NewFile file;
     InputFile opened;
+    FileInfo written;
     if (Status made = file.create(*this); !made.ok())
         return made;
+    if (Status known = file.info(written); !known.ok())
+        return known;
     static_cast<void>(file.setModified(kTimeOfEveryDisk));
     if (Status reopened = file.openWritten(opened); !reopened.ok())
         return reopened;
     Status status = opened.info(info);
     if (info.changed == info.modified)
         info.changed = INT64_MIN;
+    info.modified = written.modified;
     return status;
 }
 

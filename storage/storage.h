@@ -154,10 +154,10 @@ class Folder {
     bool stampsWrites() const;
     // Like info, but bypasses that cache.
     Status freshInfo(const std::string &name, FileInfo &info, Links links = Links::Refuse) const;
-    // The information on a new file that is created and dropped here. Its `changed` is the current
-    // time of the disk's own clock, in that clock's resolution: any later change on this disk gets
-    // this time or a later one. It is INT64_MIN if the disk stores no time of the last change: a
-    // program that sets `modified` can hide a change there.
+    // The information on a new file that is created and dropped here. Its `modified` and `changed`
+    // are the current time of the disk's own clock, in that clock's resolution: any later change on
+    // this disk gets this time or a later one. `changed` is INT64_MIN if the disk stores no time of
+    // the last change: a program that sets `modified` can hide a change there.
     Status newFileInfo(FileInfo &info) const;
     // The entries of the folder except "." and "..", in no particular order.
     Status list(std::vector<FolderItem> &items) const;

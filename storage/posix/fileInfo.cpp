@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 #include <vector>
@@ -19,7 +20,8 @@ namespace {
 
 constexpr std::uint8_t kHiddenOrSystem = kAttributeHidden | kAttributeSystem;
 
-std::int64_t nanoseconds(const struct timespec &time) {
+template<typename Time>
+std::int64_t nanoseconds(const Time &time) {
     return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
@@ -49,9 +51,16 @@ FileInfo fileInfo(const struct stat &st) {
     return info;
 }
 
-void refreshInfo(int folder, const char *name, int flags) {
-    struct statx fresh {};
-    (void)statx(folder, name, flags | AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &fresh);
+FileInfo fileInfo(const struct statx &st) {
+    FileInfo info;
+    info.kind = kindOf(st.stx_mode);
+    info.readOnly = isReadOnly(st.stx_mode);
+    info.size = st.stx_size;
+    info.modified = nanoseconds(st.stx_mtime);
+    info.changed = nanoseconds(st.stx_ctime);
+    info.device = makedev(st.stx_dev_major, st.stx_dev_minor);
+    info.id = st.stx_ino;
+    return info;
 }
 
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,

@@ -12,9 +12,7 @@ class Disk;
 std::string pathThrough(int descriptor);
 
 FileInfo fileInfo(const struct stat &st);
-
-// Makes the system refresh its cached information on a name. `flags` are those of fstatat.
-void refreshInfo(int folder, const char *name, int flags);
+FileInfo fileInfo(const struct statx &st);
 
 // Opens an ordinary file in a folder; `shown` is its path for messages.
 Status openInputAt(int folder, const std::string &name, const std::string &shown, bool followLinks,

@@ -127,8 +127,12 @@ bool Folder::stampsWrites() const {
 }
 
 Status Folder::freshInfo(const std::string &name, FileInfo &info, Links links) const {
-    refreshInfo(static_cast<int>(m_handle), name.c_str(), linkFlag(links));
-    return this->info(name, info, links);
+    struct statx fresh {};
+    if (statx(static_cast<int>(m_handle), name.c_str(), linkFlag(links) | AT_STATX_FORCE_SYNC,
+              STATX_BASIC_STATS, &fresh) != 0)
+        return this->info(name, info, links); // a kernel without it, or the file's error
+    info = fileInfo(fresh);
+    return {};
 }
 
 Status Folder::list(std::vector<FolderItem> &items) const {

@@ -6,7 +6,7 @@ target_compile_definitions(zip_packer PRIVATE
   ORVEL_ARCHIVE_SCRIPT="${CMAKE_SOURCE_DIR}/tests/support/archives.py")
 
 orvel_test(vl2zip_test
-  SOURCES vl2zip/packTest.cpp vl2zip/packFaultsTest.cpp vl2zip/packOptionsTest.cpp
+  SOURCES vl2zip/packTest.cpp vl2zip/packFaultsTest.cpp vl2zip/packOptionsTest.cpp vl2zip/scanTest.cpp
           vl2zip/${ORVEL_SYSTEM}/packFaultsTest.cpp
   LIBRARIES zip_packer vl2zip_parts)
 

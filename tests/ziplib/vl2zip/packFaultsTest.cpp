@@ -1,7 +1,6 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 #include "tests/support/disk.h"
 #include "ziplib/codec/codec.h"
-#include "ziplib/vl2zip/select/scan.h"
 
 #include <functional>
 #include <tuple>
@@ -280,19 +279,6 @@ TEST_F(PackFaults, OnlyAFileWhoseTimesProveThatItIsAsExtractedIsNotRead) {
         EXPECT_TRUE(packed.modified == now.modified && packed.changed == now.changed);
     }
     fs::remove_all(memory);
-    // Where the disk's clock may have large steps, times prove nothing.
-    ziplib::Scan scan;
-    scan.began.emplace();
-    platform::FileInfo extracted;
-    for (const std::int64_t fraction : {0, 1, 1000, 1001}) {
-        extracted.changed = 1'000'000'000'000 + fraction;
-        scan.stampsWrites = true;
-        EXPECT_EQ(scan.stampsWritesTo(extracted), fraction % 10 == 1) << fraction;
-        scan.stampsWrites = false;
-        EXPECT_FALSE(scan.stampsWritesTo(extracted));
-    }
-    extracted.device = 1;
-    EXPECT_FALSE(scan.stampsWritesTo(extracted));
 }
 
 TEST_F(PackFaults, NoFileIsPackedBesideAFolderOfItsName) {

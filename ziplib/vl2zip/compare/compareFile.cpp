@@ -20,8 +20,6 @@ using Verdict = Comparison::Verdict;
 
 constexpr std::size_t kChunk = 128U << 10U;
 constexpr std::int64_t kSecond = 1'000'000'000;
-// The coarsest timestamp resolution of a file system.
-constexpr std::int64_t kTimeStep = 2 * kSecond;
 constexpr std::uint8_t kHiddenOrSystem = platform::kAttributeHidden | platform::kAttributeSystem;
 
 bool sameTime(const Directory &directory, const Entry &entry, std::int64_t modified) {
@@ -78,7 +76,7 @@ Status looksCutOff(const ComparisonContext &context, SourceFile &file, std::size
     const Entry entry = context.directory.entries()[index];
     const platform::FileInfo &seen = file.version();
     cutOff = lineEndsOf(context.options) == LineEnds::Keep && seen.size <= entry.size &&
-             std::abs(seen.modified - context.directory.modified(entry)) < kTimeStep;
+             std::abs(seen.modified - context.directory.modified(entry)) < kCoarsestTimeStep;
     if (!cutOff)
         return {};
     const PooledObject<Bytes> pooled;
@@ -248,8 +246,9 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
 // After a power cut, the disk may hold a file's new size and times, but not its bytes. Such a file
 // counts as untouched too: nothing is packed, so the archive keeps what the file has lost.
 bool isUntouched(const ComparisonContext &context, FoundFile &found, const Candidate &candidate) {
-    if (candidate.base == kNoVersion || candidate.disputed || candidate.entry == kNoEntry ||
-        context.options.encrypt || lineEndsOf(context.options) != LineEnds::Keep)
+    if (!context.scan.stampsWrites || candidate.base == kNoVersion || candidate.disputed ||
+        candidate.entry == kNoEntry || context.options.encrypt ||
+        lineEndsOf(context.options) != LineEnds::Keep)
         return false;
     const BaseVersion base = *context.options.base->find(candidate.base);
     if (!base.timesTell)

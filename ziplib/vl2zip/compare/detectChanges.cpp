@@ -58,7 +58,7 @@ class FolderCheck {
   private:
     Status compare(const platform::FolderItem &item);
     Status compareFile(const std::string &name, const FoundFile &file);
-    bool timesShowChanges(const FoundFile &file) const;
+    bool timesShowWrites(const FoundFile &file) const;
     bool hasPackedBytes(const FoundFile &file) const;
     void changed(std::string_view name) {
         m_scanned.changed = m_scanned.path;
@@ -76,10 +76,13 @@ class FolderCheck {
     std::size_t m_subfolder = 0; // next one in m_scanned.folders
 };
 
-// True if any change since the scan began shows in the file's times. Only times of the file's own
-// disk are compared, so that neither its time resolution nor its clock matters.
-bool FolderCheck::timesShowChanges(const FoundFile &file) const {
-    return file.changed < m_scan.beganFor(file.info());
+// True if any write since the scan began shows in the file's times. What was written into the archive
+// must be one state of the file, also where a program sets the old time again; of an unchanged file,
+// the archive keeps its entry.
+bool FolderCheck::timesShowWrites(const FoundFile &file) const {
+    const platform::FileInfo info = file.info();
+    return file.outcome == VL2ZIP_SAME ? m_scan.timesShowWritesTo(info)
+                                       : info.changed < m_scan.beganFor(info);
 }
 
 // A file that cannot be read counts as changed; the next attempt to pack it reports the reason.
@@ -103,7 +106,7 @@ Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) 
     // The times of a packed file prove nothing if they differ: on some disks reading changes them.
     const bool same = known.ok() && sameVersion(file.info(), now);
     if (!known.ok() || (!same && !file.packed) ||
-        (file.packed && !(same && timesShowChanges(file)) && !hasPackedBytes(file)))
+        (file.packed && !(same && timesShowWrites(file)) && !hasPackedBytes(file)))
         m_scanned.changed = file.path;
     return {};
 }

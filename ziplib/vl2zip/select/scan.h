@@ -15,6 +15,9 @@
 // The contents of the folder that is packed.
 namespace ziplib {
 
+// The coarsest step of the file times of a disk, in nanoseconds.
+inline constexpr std::int64_t kCoarsestTimeStep = 2'000'000'000;
+
 // In little memory, for hundreds of thousands of files.
 struct FoundFile {
     TextRef path;           // below the root, UTF-8, "/" between folders; the scan owns the text
@@ -71,6 +74,16 @@ struct Scan {
         const bool known =
             began && began->device == info.device && (!keepsInfo || info.modified < info.changed);
         return known ? began->changed : INT64_MIN;
+    }
+
+    // Whether any write to a file since it had this information shows in its times. If beganFor()
+    // is INT64_MIN, it does not show if the program that writes sets the old time again: who
+    // deletes the file has to compare its bytes first.
+    bool timesShowWritesTo(const platform::FileInfo &info) const {
+        if (const std::int64_t start = beganFor(info); start != INT64_MIN)
+            return info.changed < start;
+        return began && began->device == info.device &&
+               info.modified < began->modified - kCoarsestTimeStep;
     }
 
     // Whether any write to a file since it had this information shows in its `changed`. A time in
