@@ -117,6 +117,10 @@ std::int32_t mZip::CallZipLibrary(cZip &oZip, const ZPOPT &tOptions, const QStri
     return oZip.m_tLastResult.code;
 }
 
+void mZip::PreloadLibrary() {
+    attempt([] { library().function<decltype(&ZpInit)>("ZpInit"); });
+}
+
 std::int32_t mZip::OnZipPrint(char *buffer, std::uint32_t size) noexcept {
     callIdleHandler();
     attempt([&] {

@@ -16,6 +16,10 @@ class mZip {
     static std::int32_t CallZipLibrary(cZip &oZip, const ZPOPT &tOptions,
                                        const QStringList &asSpecs, std::int32_t lSpecCount);
 
+    // Loads the library, so that the first call takes less time. That it cannot be loaded is an
+    // error of the call.
+    static void PreloadLibrary();
+
     // The object that the callbacks serve: set by each call and kept after it.
     static cZip *m_cCurrentZip;
 

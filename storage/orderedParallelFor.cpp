@@ -29,6 +29,8 @@ struct Batch : ThreadPool::Task {
         }
     }
 
+    bool isShort() const override { return job.shortCost && cost <= *job.shortCost; }
+
     const OrderedParallelFor &job;
     const std::size_t first;
     std::size_t end;

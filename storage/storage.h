@@ -90,6 +90,8 @@ class InputFile {
     Status readAt(std::uint64_t offset, void *data, std::size_t size, std::size_t &got) const;
     // The file's current information.
     Status info(FileInfo &info) const;
+    // As Folder::isRemote.
+    bool isRemote() const;
     // Whether another program has the file open for writing; false if the system does not tell.
     bool isOpenForWriting() const;
     // Advises the system to drop the file's content from its cache.
@@ -146,6 +148,9 @@ class Folder {
     // When a file or folder was made, in nanoseconds since 1970; 0 if the disk does not tell. With
     // the identity, whose numbers are used again after a deletion, it identifies one for all time.
     std::int64_t birthTime(const std::string &name) const;
+    // Whether a call may wait long for this disk, as for a file server: also true for each disk
+    // that is not known to be of this machine.
+    bool isRemote() const;
     // Whether the system caches file information of this disk for a while, as it does for a file
     // server.
     bool keepsInfo() const;

@@ -11,22 +11,28 @@ namespace platform {
 namespace {
 
 constexpr unsigned kMostWorkers = 8;
+// From the start of a thread to the return of its first result.
+constexpr std::chrono::microseconds kThreadStart{300};
+
+// The number in the environment; 0 if there is none.
+unsigned requestedWorkers() {
+    const char *text = std::getenv("ORVEL_WORKERS");
+    const unsigned long wanted = text == nullptr ? 0 : std::strtoul(text, nullptr, 10);
+    return static_cast<unsigned>(std::min<unsigned long>(wanted, kMostWorkers));
+}
 
 } // namespace
 
 unsigned workerCount(Work work) {
-    if (const char *text = std::getenv("ORVEL_WORKERS")) {
-        const unsigned long wanted = std::strtoul(text, nullptr, 10);
-        if (wanted > 0)
-            return static_cast<unsigned>(std::min<unsigned long>(wanted, kMostWorkers));
-    }
+    if (const unsigned requested = requestedWorkers(); requested > 0)
+        return requested;
     return work == Work::Waits ? kMostWorkers : std::clamp(processorCount(), 1U, kMostWorkers);
 }
 
 ThreadPool::ThreadPool(unsigned workers, std::size_t window)
-    : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)) {
+    : m_window(std::max<std::size_t>(window, 1)), m_workers(std::max(workers, 1U)),
+      m_alone(requestedWorkers() > 0 ? std::chrono::microseconds::zero() : kThreadStart) {
     m_threads.reserve(m_workers);
-    startThread();
 }
 
 void ThreadPool::startThread() {
@@ -49,6 +55,7 @@ ThreadPool::~ThreadPool() {
 }
 
 void ThreadPool::submit(std::unique_ptr<Task> task) {
+    const bool starts = !isInline() || !task->isShort() || m_spent >= m_alone;
     bool wake = false;
     bool start = false;
     {
@@ -59,7 +66,7 @@ void ThreadPool::submit(std::unique_ptr<Task> task) {
     }
     if (wake)
         m_toDo.notify_one();
-    if (start && !m_refused && m_threads.size() < m_workers)
+    if (start && starts && !m_refused && m_threads.size() < m_workers)
         startThread();
 }
 
@@ -70,7 +77,9 @@ std::unique_ptr<ThreadPool::Task> ThreadPool::next(std::chrono::milliseconds wai
     if (isInline()) {
         Task &task = *m_tasks.front().task;
         lock.unlock();
+        const auto began = std::chrono::steady_clock::now();
         task.run(0);
+        m_spent += std::chrono::steady_clock::now() - began;
         lock.lock();
     } else if (!m_tasks.front().done) {
         m_waiting = true;

@@ -18,9 +18,11 @@ enum class Work { Computes, Waits };
 // environment variable ORVEL_WORKERS overrides it.
 unsigned workerCount(Work work = Work::Computes);
 
-// Runs tasks on its threads and returns them in the order in which they were submitted. Starts one
-// thread, and each other when a task finds none free. If no thread can be started, next() runs the
-// tasks.
+// Runs tasks on its threads and returns them in the order in which they were submitted. Short tasks
+// run on the caller's thread until they have taken as long as it takes to start a thread; then, or
+// with the first other task, a thread is started, and each further one when a task finds none free.
+// If no thread can be started, the caller's thread runs all tasks; if ORVEL_WORKERS is set, it runs
+// none.
 class ThreadPool {
   public:
     class Task {
@@ -31,6 +33,8 @@ class ThreadPool {
         Task &operator=(const Task &) = delete;
         // `worker` is less than workers(), for buffers that each thread keeps.
         virtual void run(unsigned worker) noexcept = 0;
+        // True if it usually takes less than a millisecond: the caller's thread may run it.
+        virtual bool isShort() const { return false; }
     };
 
     // `window` is the largest number of tasks that were submitted and not yet returned.
@@ -42,9 +46,9 @@ class ThreadPool {
 
     // At least 1.
     unsigned workers() const { return m_workers; }
-    // True if the tasks run on the caller's thread, in next().
+    // True if no thread was started: the submitted tasks run on the caller's thread, in next().
     bool isInline() const { return m_threads.empty(); }
-    bool full() const { return m_tasks.size() >= m_window; }
+    bool full() const { return m_tasks.size() >= (isInline() ? 1 : m_window); }
     bool empty() const { return m_tasks.empty(); }
     // Adds a task. The pool must not be full.
     void submit(std::unique_ptr<Task> task);
@@ -72,6 +76,9 @@ class ThreadPool {
     unsigned m_busy = 0;       // threads that run a task
     bool m_ending = false;
     bool m_refused = false; // the system starts no more threads
+    // The time that the caller's thread has spent on tasks, and after which a thread is started.
+    std::chrono::steady_clock::duration m_spent{0};
+    const std::chrono::microseconds m_alone;
     std::vector<std::thread> m_threads;
 };
 

@@ -1,3 +1,4 @@
+#include "archive/mZip.h"
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "workspace/archiveTreeView.h"
@@ -233,10 +234,13 @@ void frmMain::UpdateButtons() {
 
     if (chosen)
         MarkWork(drpVL2File->currentIndex(), true);
-    if (owned)
+    if (owned) {
         LookForChanges();
-    else
+        // Once the buttons are painted: it takes as long as half of the save of a small archive.
+        QTimer::singleShot(0, this, [] { mZip::PreloadLibrary(); });
+    } else {
         StopLooking();
+    }
     if (extracted)
         lblStatus->SetText("Select a file to edit.");
     if (!chosen)

@@ -118,8 +118,12 @@ std::int64_t Folder::birthTime(const std::string &name) const {
                  : 0;
 }
 
-bool Folder::keepsInfo() const {
+bool Folder::isRemote() const {
     return !replacesOpenFiles(static_cast<int>(m_handle));
+}
+
+bool Folder::keepsInfo() const {
+    return isRemote();
 }
 
 bool Folder::stampsWrites() const {

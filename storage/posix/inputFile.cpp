@@ -62,6 +62,10 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+bool InputFile::isRemote() const {
+    return !replacesOpenFiles(static_cast<int>(m_handle));
+}
+
 // The system grants no read lease on a file that is open for writing. While it lasts, a few
 // microseconds, the signal that an opening would cause is one that is ignored.
 bool InputFile::isOpenForWriting() const {

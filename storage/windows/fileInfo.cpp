@@ -64,6 +64,13 @@ DWORD fileInfo(HANDLE file, FileInfo &info) {
     return ERROR_SUCCESS;
 }
 
+// The call fails for a file of this machine.
+bool isOnServer(HANDLE file) {
+    FILE_REMOTE_PROTOCOL_INFO protocol{};
+    return GetFileInformationByHandleEx(file, FileRemoteProtocolInfo, &protocol, sizeof protocol) !=
+           0;
+}
+
 NTSTATUS setOpenedAttributes(HANDLE file, DWORD attributes) {
     FILE_BASIC_INFO basic{};
     basic.FileAttributes = attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes;

@@ -131,6 +131,10 @@ std::int64_t Folder::birthTime(const std::string &name) const {
     return known ? nanoseconds(times.CreationTime) : 0;
 }
 
+bool Folder::isRemote() const {
+    return isOnServer(handleOf(m_handle));
+}
+
 bool Folder::keepsInfo() const {
     return false; // each query opens the file
 }

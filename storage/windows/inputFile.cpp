@@ -119,6 +119,10 @@ Status InputFile::info(FileInfo &info) const {
     return {};
 }
 
+bool InputFile::isRemote() const {
+    return isOnServer(handleOf(m_handle));
+}
+
 // No call of the system does that for a file that may be open elsewhere.
 bool InputFile::isOpenForWriting() const {
     // Without the permission for others to write.

@@ -87,6 +87,8 @@ std::int64_t nanoseconds(const LARGE_INTEGER &time);
 std::int64_t changeTime(const LARGE_INTEGER &time);
 // The information on an open file. Returns a Win32 error.
 DWORD fileInfo(HANDLE file, FileInfo &info);
+// Whether a file or folder is on a file server.
+bool isOnServer(HANDLE file);
 // The DOS attributes in FILE_ATTRIBUTE_* bits, without archive.
 std::uint8_t dosBits(DWORD attributes);
 // Whether a reparse point is a link. Files that a service provides on demand are not.

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -57,6 +59,41 @@ TEST(OrderedParallelFor, StoppingAndErrorsEndEveryThread) {
     EXPECT_THROW(orderedParallelFor(job, 4, 100), std::out_of_range);
     job.count = 0;
     orderedParallelFor(job, 4, 100);
+}
+
+TEST(OrderedParallelFor, RunsFewShortItemsOnTheCallersThread) {
+    const struct {
+        const char *workers;
+        std::size_t count;
+        std::uint64_t cost;
+        std::chrono::microseconds time;
+        bool onCaller;
+        bool onOthers;
+    } rows[] = {{"", 4, 10, {}, true, false},
+                {"", 4, 11, {}, false, true},
+                {"", 100, 10, std::chrono::microseconds(100), true, true},
+                {"2", 4, 10, {}, false, true}};
+    for (const auto &row : rows) {
+        setVariable("ORVEL_WORKERS", row.workers);
+        std::atomic<bool> onCaller = false;
+        std::atomic<bool> onOthers = false;
+        std::size_t idle = 0;
+        OrderedParallelFor job;
+        job.count = row.count;
+        job.cost = [&](std::size_t) { return row.cost; };
+        job.shortCost = 10;
+        job.work = [&, caller = std::this_thread::get_id()](std::size_t) {
+            std::this_thread::sleep_for(row.time);
+            (std::this_thread::get_id() == caller ? onCaller : onOthers) = true;
+        };
+        job.take = [](std::size_t) { return true; };
+        job.idle = [&] { ++idle; };
+        orderedParallelFor(job, 2, UINT64_MAX);
+        EXPECT_EQ(onCaller, row.onCaller);
+        EXPECT_EQ(onOthers, row.onOthers);
+        EXPECT_TRUE(row.onOthers || idle == row.count);
+    }
+    setVariable("ORVEL_WORKERS", "");
 }
 
 TEST(WorkerCount, ComesFromTheEnvironmentUpToEight) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace ziplib {
@@ -36,6 +37,13 @@ void runInBackground(const std::vector<std::function<void()>> &functions,
             functions[i]();
     for (auto &task : tasks)
         task.wait(idle);
+}
+
+std::function<void()> onThisThread(std::function<void()> function) {
+    return [function = std::move(function), own = std::this_thread::get_id()] {
+        if (std::this_thread::get_id() == own)
+            function();
+    };
 }
 
 } // namespace ziplib

@@ -29,4 +29,8 @@ class BackgroundTask {
 void runInBackground(const std::vector<std::function<void()>> &functions,
                      const std::function<void()> &idle);
 
+// A function that calls `function` on the thread that made it and does nothing on others: for work
+// that may run on the caller's thread.
+std::function<void()> onThisThread(std::function<void()> function);
+
 } // namespace ziplib

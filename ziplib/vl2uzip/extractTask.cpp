@@ -1,5 +1,7 @@
 #include "ziplib/vl2uzip/extractTask.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <new>
 
@@ -9,6 +11,9 @@ namespace {
 
 using platform::Failure;
 using platform::Status;
+
+// Larger entries take as long as the start of a thread.
+constexpr std::uint64_t kShortSize = 128U << 10U;
 
 } // namespace
 
@@ -50,6 +55,12 @@ Status ExtractTask::read(Scratch &scratch, FileSink *sink) const {
             result = sink->write(chunk.data(), chunk.size());
     } while (result.ok() && !chunk.empty());
     return result;
+}
+
+bool ExtractTask::isShort() const {
+    const Entry entry = m_context.source.directory.entries()[index];
+    return kind == Kind::Settled ||
+           (!m_context.isRemote && std::max(entry.size, entry.compressedSize) <= kShortSize);
 }
 
 void ExtractTask::run(unsigned worker) noexcept {

@@ -18,6 +18,7 @@ struct TaskContext {
     std::atomic<Times> times{Times::Unknown};      // of the target's disk
     OwnFiles own;
     bool wantsWritten = false; // tasks report their files
+    bool isRemote = false;     // a disk may answer late
 };
 
 // One entry in the thread pool: to extract, to test, or settled, which is only reported.
@@ -29,6 +30,7 @@ class ExtractTask : public platform::ThreadPool::Task {
         : index(entryIndex), path(std::move(entryPath)), m_context(context) {}
 
     void run(unsigned worker) noexcept override;
+    bool isShort() const override;
 
     std::uint32_t index = 0;
     std::string path;   // of the entry, for messages and callbacks

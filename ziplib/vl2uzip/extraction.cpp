@@ -1,6 +1,7 @@
 #include "ziplib/vl2uzip/extraction.h"
 
 #include "storage/storage.h"
+#include "ziplib/common/backgroundTask.h"
 #include "ziplib/format/names.h"
 
 #include <chrono>
@@ -43,6 +44,7 @@ Extraction::Extraction(const platform::InputFile &file, const Directory &directo
       m_passwords(m_context.source, caller), m_replaceAll(request.replaceAll) {}
 
 void Extraction::run(const Plan &plan) {
+    m_context.isRemote = m_context.source.file.isRemote();
     m_context.wantsWritten = m_request.work == Request::Work::Extract && m_caller.wantsExtracted();
     if (m_request.work != Request::Work::Extract || openTarget(plan))
         runTasks(plan);
@@ -57,11 +59,9 @@ void Extraction::run(const Plan &plan) {
 void Extraction::runTasks(const Plan &plan) {
     m_pipeline = std::make_unique<platform::ThreadPool>(platform::workerCount(), kWindow);
     m_context.scratch.resize(m_pipeline->workers() + 1);
-    // If the caller's thread does the work, it must also send the heartbeats.
-    const bool alone = m_pipeline->isInline();
-    m_context.source.keepGoing = [this, alone] {
-        if (alone)
-            m_caller.tick();
+    // While the caller's thread works on a task, it must also send the heartbeats.
+    m_context.source.keepGoing = [this, tick = onThisThread([this] { m_caller.tick(); })] {
+        tick();
         return !m_stopped.load(std::memory_order_relaxed);
     };
     for (const PlanItem &item : plan.items) {

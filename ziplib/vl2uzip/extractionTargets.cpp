@@ -60,6 +60,7 @@ bool Extraction::openTarget(const Plan &plan) {
         m_result.add(ReturnCode::DiskFull, message);
         return false;
     }
+    m_context.isRemote = m_context.isRemote || target.isRemote();
     m_folders.emplace(std::move(target));
     return true;
 }

@@ -48,6 +48,7 @@ class Update {
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
 
   private:
+    bool isQuick() const;
     Status scan();
     void report(const Candidate &candidate, const Comparison &comparison);
     Status take(const Candidate &candidate, const Comparison &comparison);
@@ -73,6 +74,14 @@ class Update {
     std::string m_changed;
 };
 
+// Whether reading the archive and the folder usually takes less time than starting a thread. On a
+// file server, either may take long.
+bool Update::isQuick() const {
+    platform::Folder root;
+    return m_target.isSmall() && !m_target.isRemote() && root.open(m_options.root).ok() &&
+           !root.isRemote();
+}
+
 Status Update::scan() {
     const auto idle = [this] { m_report.tick(); };
     if (auto opened = m_target.open(idle); !opened.ok())
@@ -80,14 +89,19 @@ Status Update::scan() {
     EntryPaths paths(m_directory);
     Status archive;
     Status folder;
-    runInBackground(
-        {[&] {
-             archive = m_target.readDirectory(m_directory);
-             if (archive.ok())
-                 paths.fill();
-         },
-         [&] { folder = scanFolder(m_options.root, m_selection.needsFolders(), m_scan); }},
-        idle);
+    const auto readArchive = [&] {
+        archive = m_target.readDirectory(m_directory);
+        if (archive.ok())
+            paths.fill();
+    };
+    const bool recurse = m_selection.needsFolders();
+    if (isQuick()) {
+        readArchive();
+        folder = scanFolder(m_options.root, recurse, m_scan, idle);
+    } else {
+        runInBackground(
+            {readArchive, [&] { folder = scanFolder(m_options.root, recurse, m_scan); }}, idle);
+    }
     if (!archive.ok() || !folder.ok())
         return archive.ok() ? folder : archive;
     auto found = findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);

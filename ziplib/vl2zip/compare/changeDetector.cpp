@@ -20,6 +20,10 @@ platform::Folder openedRoot(const std::string &path) {
 
 // Most scripts are smaller.
 constexpr std::uint64_t kSmall = 32U << 10U;
+// Bytes of files that are compared in about the time that the start of a thread takes, and the
+// bytes for which opening a file counts.
+constexpr std::uint64_t kLittle = 256U << 10U;
+constexpr std::uint64_t kOpening = 8U << 10U;
 
 } // namespace
 
@@ -46,6 +50,8 @@ platform::OrderedParallelFor ChangeDetector::work(const Indices &indices) const 
     work.count = indices.size();
     // Not a bound on memory: it keeps one thread from claiming many large files at once.
     work.cost = [this, &indices](std::size_t i) { return entrySize(indices[i]); };
+    if (!isRemote())
+        work.shortCost = kLittle;
     work.take = [](std::size_t) { return true; };
     work.idle = m_idle;
     return work;
@@ -164,8 +170,22 @@ Status ChangeDetector::findEdited() {
     return find(takeLikelyEdited(), false);
 }
 
+// Whether the disk of the folder or of the archive may answer late.
+bool ChangeDetector::isRemote() const {
+    return m_scan.isRemote || (m_context.archive.isOpen() && m_context.archive.isRemote());
+}
+
+bool ChangeDetector::isLittleLeft() const {
+    if (isRemote())
+        return m_left.empty();
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < m_left.size() && bytes <= kLittle; ++i)
+        bytes += kOpening + entrySize(m_left[i]);
+    return bytes <= kLittle;
+}
+
 bool ChangeDetector::beginOthers() {
-    if (m_left.empty() || platform::workerCount() < 2)
+    if (isLittleLeft() || platform::workerCount() < 2)
         return m_left.empty();
     return m_background.start([this] {
         platform::OrderedParallelFor job = work(m_left);

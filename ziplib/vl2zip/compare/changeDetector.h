@@ -39,7 +39,7 @@ class ChangeDetector {
     // are edited most often. Then compares the others that look edited.
     Status findEdited();
     // Starts to compare the remaining files in the background; the scan must not be used for them
-    // until findOthers() returns. False if no second thread is available.
+    // until findOthers() returns. False if no second thread is available or worth it.
     bool beginOthers();
     // Compares the remaining files, or all.
     Status findOthers();
@@ -60,6 +60,8 @@ class ChangeDetector {
     Status takeOne(std::size_t index);
     Status find(const Indices &indices, bool untilOneIsPacked);
     Indices takeLikelyEdited();
+    bool isRemote() const;
+    bool isLittleLeft() const;
 
     const Directory &m_directory;
     Scan &m_scan;

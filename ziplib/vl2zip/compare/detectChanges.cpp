@@ -22,6 +22,7 @@ using platform::Folder;
 constexpr std::uint64_t kFolderCost = 8;
 // A thread works on folders with about 64 files at a time.
 constexpr std::uint64_t kFileCost = 64U << 10U;
+constexpr std::uint64_t kShortCost = 64 * kFileCost;
 
 // A folder in the scan, and the result of its comparison.
 struct ScannedFolder {
@@ -76,9 +77,9 @@ class FolderCheck {
     std::size_t m_subfolder = 0; // next one in m_scanned.folders
 };
 
-// True if any write since the scan began shows in the file's times. What was written into the archive
-// must be one state of the file, also where a program sets the old time again; of an unchanged file,
-// the archive keeps its entry.
+// True if any write since the scan began shows in the file's times. What was written into the
+// archive must be one state of the file, also where a program sets the old time again; of an
+// unchanged file, the archive keeps its entry.
 bool FolderCheck::timesShowWrites(const FoundFile &file) const {
     const platform::FileInfo info = file.info();
     return file.outcome == VL2ZIP_SAME ? m_scan.timesShowWritesTo(info)
@@ -167,6 +168,8 @@ Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
     platform::OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
+    if (!scan.isRemote)
+        work.shortCost = kShortCost;
     work.work = [&](std::size_t i) { FolderCheck(options, recurse, scan, folders[i]).run(); };
     work.take = [&](std::size_t i) {
         status = folders[i].status;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <thread>
 
 namespace ziplib {
 
@@ -106,13 +107,21 @@ bool SourceFile::waitForWriter() const {
     bool waited = false;
     while (quiet < kQuiet && m_file.isOpenForWriting() && mayWait()) {
         waited = true;
-        std::this_thread::sleep_for(kPause);
+        pause(kPause);
         platform::FileInfo now;
         const bool same = m_file.info(now).ok() && sameVersion(now, seen);
         quiet = same ? quiet + 1 : 0;
         seen = now;
     }
     return waited;
+}
+
+void SourceFile::pause(std::chrono::milliseconds time) const {
+    for (; time > std::chrono::milliseconds::zero(); time -= kPause) {
+        std::this_thread::sleep_for(std::min(time, kPause));
+        if (m_idle)
+            m_idle();
+    }
 }
 
 void SourceFile::allowWaiting() {

@@ -6,8 +6,8 @@
 #include "ziplib/common/returnCode.h"
 
 #include <chrono>
+#include <functional>
 #include <string>
-#include <thread>
 
 namespace ziplib {
 
@@ -20,6 +20,8 @@ class SourceFile {
 
     // Makes open() use the file's folder, which is faster. The folder must outlive this.
     void setFolder(const platform::Folder &folder) { m_folder = &folder; }
+    // Called about every 20 ms while it waits for another program.
+    void setIdle(const std::function<void()> &idle) { m_idle = idle; }
     // Opens the file and stores its version.
     Status open();
     const platform::FileInfo &version() const { return m_version; }
@@ -39,6 +41,8 @@ class SourceFile {
     // or the file does not change for a second. True if it has waited: open the file again. All
     // files of a save together wait for three seconds at most, from the first wait on.
     bool waitForWriter() const;
+    // Waits that long.
+    void pause(std::chrono::milliseconds time) const;
     // Begins a save: resets that time.
     static void allowWaiting();
     // DOS attributes.
@@ -52,6 +56,7 @@ class SourceFile {
     Status readConverted(std::size_t size, Bytes &out);
 
     platform::Location m_location;
+    std::function<void()> m_idle;
     const platform::Folder *m_folder = nullptr;
     LineEnds m_requestedLineEnds;
     LineEnds m_lineEnds = LineEnds::Keep; // conversion of this version
@@ -73,7 +78,7 @@ Status readWhole(SourceFile &file, const std::uint32_t &crc, Attempt attempt) {
     std::uint32_t before = 0;
     for (int i = 0; i < kTries; ++i) {
         if (i > 0)
-            std::this_thread::sleep_for(kPause * i);
+            file.pause(kPause * i);
         if (auto opened = file.open(); !opened.ok())
             return opened;
         if (i == 0 && file.waitForWriter()) {

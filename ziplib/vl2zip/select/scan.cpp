@@ -123,11 +123,13 @@ TextRef Scan::addText(std::string_view first, std::string_view second) {
 }
 
 // Works level by level, with one thread for each folder.
-Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
+Status scanFolder(const std::string &root, bool recurse, Scan &scan,
+                  const std::function<void()> &idle) {
     scan = {};
     Folder top;
     platform::FileInfo began;
-    if (top.open(root).ok() && top.newFileInfo(began).ok()) {
+    scan.isRemote = !top.open(root).ok() || top.isRemote();
+    if (top.isOpen() && top.newFileInfo(began).ok()) {
         scan.began = began;
         scan.keepsInfo = top.keepsInfo();
         scan.stampsWrites = top.stampsWrites();
@@ -155,18 +157,15 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
             folder = {};
             return true;
         };
-        if (level.size() == 1) {
-            list(0); // deep trees have many such levels, too small for a thread
-            take(0);
-        } else {
-            platform::OrderedParallelFor work;
-            work.count = level.size();
-            work.cost = [](std::size_t) { return kFolderCost; };
-            work.work = list;
-            work.take = take;
-            work.idle = [] {};
-            platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
-        }
+        platform::OrderedParallelFor work;
+        work.count = level.size();
+        work.cost = [](std::size_t) { return kFolderCost; };
+        if (!scan.isRemote)
+            work.shortCost = kFolderCost;
+        work.work = list;
+        work.take = take;
+        work.idle = idle;
+        platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
         level.swap(next);
     }
     // At once, not by growth, which would leave holes of the same size in memory.

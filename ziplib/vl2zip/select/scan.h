@@ -60,6 +60,7 @@ struct Scan {
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
+    bool isRemote = true;      // the disk may answer late
     bool keepsInfo = false;    // the system caches file information of this disk
     bool stampsWrites = false; // see platform::Folder; of the disk of `began`
 
@@ -95,7 +96,9 @@ struct Scan {
 
 // Lists the folder `root` ("" is the current one), and the folders below it if `recurse`. Links to
 // files count as files; links to folders are not followed; pipes and devices are not opened. Fails
-// if a folder cannot be read. Reads only the names of ordinary files.
-Status scanFolder(const std::string &root, bool recurse, Scan &scan);
+// if a folder cannot be read. Reads only the names of ordinary files. Calls `idle` between folders
+// and while it waits.
+Status scanFolder(
+    const std::string &root, bool recurse, Scan &scan, const std::function<void()> &idle = [] {});
 
 } // namespace ziplib

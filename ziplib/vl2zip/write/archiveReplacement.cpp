@@ -129,7 +129,8 @@ Status ArchiveReplacement::sync(const std::function<void()> &idle) {
     Status status;
     // Frees the old archive's page cache while the disk is busy; otherwise its deletion, on the
     // critical path, does.
-    m_droppingCache.start([this] { m_old.dropCache(); });
+    if (!isSmall())
+        m_droppingCache.start([this] { m_old.dropCache(); });
     runInBackground({[&] { status = m_fresh.sync(); }}, idle);
     return failed(status, "the new archive cannot be flushed to disk", Failure::CannotWrite);
 }
@@ -176,8 +177,13 @@ Status ArchiveReplacement::replace(const std::function<void()> &idle, bool &take
 
 Status ArchiveReplacement::syncFolder(const std::function<void()> &idle) {
     Status status;
+    std::vector<std::function<void()>> steps{[&] { status = m_folder.sync(); }};
     // Closing the old archive, which has no name any more, frees its disk space.
-    runInBackground({[&] { status = m_folder.sync(); }, [&] { m_old.close(); }}, idle);
+    if (isSmall() && !isRemote())
+        m_old.close();
+    else
+        steps.emplace_back([&] { m_old.close(); });
+    runInBackground(steps, idle);
     return failed(status, "the archive is saved, but its folder cannot be flushed to disk",
                   Failure::CannotWrite);
 }
@@ -188,7 +194,10 @@ Status ArchiveReplacement::cancelled() const {
 
 void ArchiveReplacement::drop(const std::function<void()> &idle) {
     m_droppingCache.wait(idle);
-    runInBackground({[&] { m_fresh.discard(); }}, idle);
+    if (m_fresh.size() < kSmall && !isRemote())
+        m_fresh.discard();
+    else
+        runInBackground({[&] { m_fresh.discard(); }}, idle);
 }
 
 } // namespace ziplib

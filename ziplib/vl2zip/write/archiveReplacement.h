@@ -24,6 +24,10 @@ class ArchiveReplacement {
     const std::string &path() const { return m_path; }
     const platform::InputFile &old() const { return m_old; }
     const platform::FileInfo &oldInfo() const { return m_oldInfo; }
+    // True if a step for each byte of the old archive takes less time than starting a thread.
+    bool isSmall() const { return m_oldInfo.size < kSmall; }
+    // True if its disk may answer late.
+    bool isRemote() const { return m_folder.isRemote(); }
     // Reads the old archive's central directory; empty if there is none. Fails if it is damaged: a
     // new archive would lose the entries that cannot be read. `directory` must outlive this.
     Status readDirectory(Directory &directory);
@@ -48,6 +52,8 @@ class ArchiveReplacement {
     void drop(const std::function<void()> &idle);
 
   private:
+    static constexpr std::uint64_t kSmall = 512U << 10U;
+
     Status lockName(const std::function<void()> &idle);
     Status savedByAnother() const;
     Status failed(const Status &status, const char *what, Failure kind) const;

@@ -3,6 +3,7 @@
 #include "storage/orderedParallelFor.h"
 #include "storage/threadPool.h"
 #include "storage/utf8.h"
+#include "ziplib/common/backgroundTask.h"
 #include "ziplib/format/dosTime.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
 #include "ziplib/vl2zip/write/verify.h"
@@ -17,6 +18,8 @@ namespace {
 constexpr std::uint64_t kBudget = 80U << 20U;
 // Memory for each file besides its bytes.
 constexpr std::uint64_t kOverhead = 4096;
+// Bytes that are read and packed in less than a millisecond.
+constexpr std::uint64_t kShortCost = 64U << 10U;
 
 std::string savedText(const Packing &packing) {
     if (packing.method == kMethodStored)
@@ -105,10 +108,12 @@ Status ArchiveWriter::write(const std::optional<std::string> &password) {
     return writeDirectory();
 }
 
-void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &password) const {
+void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &password,
+                            const std::function<void()> &idle) const {
     if (job.candidate->folder || job.streamed)
         return;
     SourceFile file(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
+    file.setIdle(idle);
     job.status = packWhole(file, password, job.packing, job.data);
     if (job.status.ok())
         job.status = notePacked(file, job);
@@ -130,15 +135,18 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
 
 Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
     Status failed;
+    const auto idle = onThisThread([this] { m_report.tick(); });
     platform::OrderedParallelFor work;
     work.count = m_jobs.size();
     work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
-    work.work = [&](std::size_t i) { packOne(m_jobs[i], password); };
+    if (m_scan != nullptr && !m_scan->isRemote)
+        work.shortCost = kShortCost;
+    work.work = [&](std::size_t i) { packOne(m_jobs[i], password, idle); };
     work.take = [&](std::size_t i) {
         failed = writeEntry(m_jobs[i], password);
         return failed.ok();
     };
-    work.idle = [this] { m_report.tick(); };
+    work.idle = idle;
     platform::orderedParallelFor(work, platform::workerCount(), kBudget);
     return failed;
 }

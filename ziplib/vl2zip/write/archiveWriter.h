@@ -12,6 +12,7 @@
 #include "ziplib/vl2zip/write/rename.h"
 #include "ziplib/vl2zip/write/report.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -72,7 +73,8 @@ class ArchiveWriter {
     Status writeDirectory();
     WrittenEntry describe(const WriteJob &job, bool encrypted) const;
     FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate->file]; }
-    void packOne(WriteJob &job, const std::optional<std::string> &password) const;
+    void packOne(WriteJob &job, const std::optional<std::string> &password,
+                 const std::function<void()> &idle) const;
     Status notePacked(SourceFile &file, WriteJob &job) const;
 
     const PackOptions &m_options;
