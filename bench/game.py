@@ -75,7 +75,7 @@ class Game:
         """Returns a function that copies the archive and its work folder, and applies `change`."""
         def prepare(folder):
             shutil.copyfile(self.archive, folder + "/game.vl2")
-            sh("cp", "-a", self.tree, folder + "/tree")
+            sh("cp", "-r", "--preserve=timestamps", self.tree, folder + "/tree")
             if change:
                 change(folder + "/tree")
             if touch:
@@ -190,7 +190,7 @@ class Game:
     def clean_up(self):
         """Must be the last measurement, since it deletes files."""
         def prepare(folder):
-            sh("cp", "-a", self.tree, folder + "/tree")
+            sh("cp", "-r", "--preserve=timestamps", self.tree, folder + "/tree")
 
         ours, peer = self.compare(
             self.environment.orvel("clean", self.archive, "{}/tree", prepare=prepare),

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/largeMemory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -8,13 +10,24 @@
 
 namespace ziplib {
 
-// Leaves new elements uninitialised: buffers are filled by reading.
+// Leaves new elements uninitialised: buffers are filled by reading. Takes large ones in large
+// pages.
 template<typename T>
 struct UninitialisedAllocator : std::allocator<T> {
     template<typename U>
     struct rebind {
         using other = UninitialisedAllocator<U>;
     };
+    T *allocate(std::size_t count) {
+        return isLarge(count) ? static_cast<T *>(platform::allocateLarge(count * sizeof(T)))
+                              : std::allocator<T>::allocate(count);
+    }
+    void deallocate(T *at, std::size_t count) {
+        if (isLarge(count))
+            platform::freeLarge(at);
+        else
+            std::allocator<T>::deallocate(at, count);
+    }
     template<typename U>
     void construct(U *at) {
         ::new (static_cast<void *>(at)) U;
@@ -23,6 +36,9 @@ struct UninitialisedAllocator : std::allocator<T> {
     void construct(U *at, Arguments &&...arguments) {
         ::new (static_cast<void *>(at)) U(std::forward<Arguments>(arguments)...);
     }
+
+  private:
+    static bool isLarge(std::size_t count) { return count >= platform::kLargeMemory / sizeof(T); }
 };
 
 // A buffer of bytes whose new part is not initialised.
