@@ -99,7 +99,14 @@ void RecordEntries::reserve(std::size_t count) {
 }
 
 void RecordEntries::append(const RecordEntry &entry) {
-    writeEntry(m_bytes, entry, m_path, m_file);
+    m_path.reserve(entry.path.size());
+    const std::size_t end = m_bytes.bytes().size();
+    try {
+        writeEntry(m_bytes, entry, m_path, m_file);
+    } catch (...) {
+        m_bytes.truncate(end); // otherwise no later entry could be read
+        throw;
+    }
     m_path = entry.path;
     if (entry.written)
         m_file = entry.file;

@@ -17,7 +17,7 @@ class RecordEntries {
     std::size_t size() const { return m_count; }
     // Makes room for as many entries of the usual size.
     void reserve(std::size_t count);
-    // Adds an entry at the end. Keeps all but `known`.
+    // Adds an entry at the end. Keeps all but `known`. After an exception, the list is as before.
     void append(const RecordEntry &entry);
 
     // Valid until the next change.

@@ -46,6 +46,8 @@ class RecordWriter {
     }
     void text(std::string_view bytes) { m_bytes.append(bytes); }
     void reserve(std::size_t bytes) { m_bytes.reserve(bytes); }
+    // Removes the bytes from `size` on.
+    void truncate(std::size_t size) { m_bytes.resize(size); }
     const std::string &bytes() const { return m_bytes; }
 
   private:

@@ -103,7 +103,8 @@ struct ChangedFiles::Task {
             m_changed.clear();
             m_added.clear();
             result.isComplete = walk(root, {}, 0, result);
-            spellAsEntries();
+            if (result.isComplete)
+                spellAsEntries();
             result.changes = changesOf(std::move(m_changed), std::move(m_added));
         } catch (const platform::RuntimeError &) {
             return result;

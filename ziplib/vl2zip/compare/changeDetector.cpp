@@ -32,8 +32,9 @@ ChangeDetector::ChangeDetector(const PackOptions &options, const platform::Input
                                Scan &scan, const std::vector<Candidate> &candidates, Take take,
                                std::function<void()> idle)
     : m_directory(directory), m_scan(scan), m_candidates(candidates),
-      m_folders(openedRoot(options.root)), m_context{options,   archive, archiveInfo,
-                                                     directory, scan,    m_folders},
+      m_folders(openedRoot(options.root)), m_context{options,           archive, archiveInfo,
+                                                     directory,         scan,    m_folders,
+                                                     onThisThread(idle)},
       m_take(std::move(take)), m_idle(std::move(idle)), m_comparisons(candidates.size()),
       m_left(candidates.size()) {
     std::iota(m_left.begin(), m_left.end(), std::uint32_t{0});

@@ -184,6 +184,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     SourceFile file(context.options.root, std::string(found.path), lineEndsOf(context.options));
     if (open)
         file.setFolder(open->folder);
+    file.setIdle(context.idle);
     if (auto opened = file.open(); !opened.ok())
         return opened;
     found.setInfo(file.version());

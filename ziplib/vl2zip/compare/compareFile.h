@@ -9,6 +9,7 @@
 #include "ziplib/vl2zip/select/scan.h"
 
 #include <cstdint>
+#include <functional>
 
 namespace ziplib {
 
@@ -20,6 +21,7 @@ struct ComparisonContext {
     const Directory &directory;
     const Scan &scan;
     platform::FolderCache &folders; // of the files
+    std::function<void()> idle;     // called while a file is read
 };
 
 // What the comparison of a candidate with its entry found.

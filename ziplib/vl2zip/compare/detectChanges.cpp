@@ -2,6 +2,7 @@
 
 #include "storage/orderedParallelFor.h"
 #include "storage/threadPool.h"
+#include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/returnCode.h"
 #include "ziplib/format/names.h"
 #include "ziplib/vl2zip/compare/compareFile.h"
@@ -51,8 +52,9 @@ std::vector<ScannedFolder> foldersOf(const Scan &scan) {
 
 class FolderCheck {
   public:
-    FolderCheck(const PackOptions &options, bool recurse, const Scan &scan, ScannedFolder &folder)
-        : m_options(options), m_recurse(recurse), m_scan(scan), m_scanned(folder) {}
+    FolderCheck(const PackOptions &options, bool recurse, const Scan &scan,
+                const std::function<void()> &idle, ScannedFolder &folder)
+        : m_options(options), m_recurse(recurse), m_scan(scan), m_idle(idle), m_scanned(folder) {}
 
     void run();
 
@@ -70,6 +72,7 @@ class FolderCheck {
     const PackOptions &m_options;
     const bool m_recurse;
     const Scan &m_scan;
+    const std::function<void()> &m_idle;
     ScannedFolder &m_scanned;
     Folder m_folder;
     bool m_keepsInfo = false;
@@ -90,6 +93,7 @@ bool FolderCheck::timesShowWrites(const FoundFile &file) const {
 bool FolderCheck::hasPackedBytes(const FoundFile &file) const {
     SourceFile source(m_options.root, std::string(file.path), lineEndsOf(m_options));
     source.setFolder(m_folder);
+    source.setIdle(m_idle);
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
     return source.open().ok() && sameFile(source.version(), file.info()) &&
@@ -165,12 +169,15 @@ Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
                      const std::function<void()> &idle, std::string &changed) {
     std::vector<ScannedFolder> folders = foldersOf(scan);
     Status status;
+    const auto reading = onThisThread(idle);
     platform::OrderedParallelFor work;
     work.count = folders.size();
     work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
     if (!scan.isRemote)
         work.shortCost = kShortCost;
-    work.work = [&](std::size_t i) { FolderCheck(options, recurse, scan, folders[i]).run(); };
+    work.work = [&](std::size_t i) {
+        FolderCheck(options, recurse, scan, reading, folders[i]).run();
+    };
     work.take = [&](std::size_t i) {
         status = folders[i].status;
         changed = folders[i].changed;

@@ -119,9 +119,13 @@ bool SourceFile::waitForWriter() const {
 void SourceFile::pause(std::chrono::milliseconds time) const {
     for (; time > std::chrono::milliseconds::zero(); time -= kPause) {
         std::this_thread::sleep_for(std::min(time, kPause));
-        if (m_idle)
-            m_idle();
+        callIdle();
     }
+}
+
+void SourceFile::callIdle() const {
+    if (m_idle != nullptr)
+        (*m_idle)();
 }
 
 void SourceFile::allowWaiting() {
@@ -144,6 +148,7 @@ Status SourceFile::readRaw(std::size_t size, Bytes &out) {
         return failure(read, Failure::CannotOpen);
     m_position += got;
     out.resize(got);
+    callIdle();
     return {};
 }
 

@@ -20,8 +20,9 @@ class SourceFile {
 
     // Makes open() use the file's folder, which is faster. The folder must outlive this.
     void setFolder(const platform::Folder &folder) { m_folder = &folder; }
-    // Called about every 20 ms while it waits for another program.
-    void setIdle(const std::function<void()> &idle) { m_idle = idle; }
+    // Called after each part that is read, and about every 20 ms while it waits for another
+    // program. The function must outlive this.
+    void setIdle(const std::function<void()> &idle) { m_idle = &idle; }
     // Opens the file and stores its version.
     Status open();
     const platform::FileInfo &version() const { return m_version; }
@@ -53,10 +54,11 @@ class SourceFile {
   private:
     bool converts() const { return m_lineEnds != LineEnds::Keep; }
     Status readRaw(std::size_t size, Bytes &out);
+    void callIdle() const;
     Status readConverted(std::size_t size, Bytes &out);
 
     platform::Location m_location;
-    std::function<void()> m_idle;
+    const std::function<void()> *m_idle = nullptr;
     const platform::Folder *m_folder = nullptr;
     LineEnds m_requestedLineEnds;
     LineEnds m_lineEnds = LineEnds::Keep; // conversion of this version

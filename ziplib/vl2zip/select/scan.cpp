@@ -2,6 +2,7 @@
 
 #include "storage/orderedParallelFor.h"
 #include "storage/threadPool.h"
+#include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/returnCode.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@ using platform::Folder;
 
 // Large enough that a thread works on one folder at a time.
 constexpr std::uint64_t kFolderCost = 1U << 30U;
+constexpr std::size_t kItemsAtOnce = 256; // of a folder, between two calls of `idle`
 
 // The direct contents of one folder.
 struct Contents {
@@ -24,7 +26,8 @@ struct Contents {
     std::vector<TextRef> files; // the others
     Status status;
 
-    Status list(const std::string &root, const std::string &path, bool recurse);
+    Status list(const std::string &root, const std::string &path, bool recurse,
+                const std::function<void()> &idle);
 
   private:
     Status take(const Folder &folder, const platform::FolderItem &item, bool recurse, TextRef path);
@@ -69,7 +72,8 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
     return {};
 }
 
-Status Contents::list(const std::string &root, const std::string &path, bool recurse) {
+Status Contents::list(const std::string &root, const std::string &path, bool recurse,
+                      const std::function<void()> &idle) {
     Folder folder;
     if (const auto opened = folder.open(platform::Location{root, path}); !opened.ok())
         return failure(opened, Failure::CannotOpen);
@@ -84,7 +88,10 @@ Status Contents::list(const std::string &root, const std::string &path, bool rec
         size += std::size_t{TextRef::kHead} + start.size() + item.name.size();
     found.texts.push_back(std::make_unique<char[]>(size));
     char *at = found.texts.back().get();
+    std::size_t count = 0;
     for (const auto &item : items) {
+        if (++count % kItemsAtOnce == 0)
+            idle();
         if (platform::isNameOfDeleted(item.name))
             continue;
         const TextRef below(at);
@@ -134,6 +141,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan,
         scan.keepsInfo = top.keepsInfo();
         scan.stampsWrites = top.stampsWrites();
     }
+    const auto listing = onThisThread(idle);
     std::vector<std::string> level{std::string()};
     std::vector<TextRef> files;
     Status failed;
@@ -141,7 +149,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan,
         std::vector<Contents> contents(level.size());
         std::vector<std::string> next;
         const auto list = [&](std::size_t i) {
-            contents[i].status = contents[i].list(root, level[i], recurse);
+            contents[i].status = contents[i].list(root, level[i], recurse, listing);
         };
         const auto take = [&](std::size_t i) {
             Contents &folder = contents[i];
