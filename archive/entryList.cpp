@@ -22,7 +22,11 @@ QDateTime dateOf(std::int32_t minutes) {
 
 std::string EntryList::utf8Path(std::int32_t index) const {
     const std::string_view own = m_names.utf8(static_cast<std::size_t>(index));
-    std::string path = m_folders.at(item(index).folder).toStdString();
+    const std::string_view parent =
+        m_folderPaths.utf8(static_cast<std::size_t>(item(index).folder));
+    std::string path;
+    path.reserve(parent.size() + 1 + own.size());
+    path += parent;
     if (!path.empty())
         path += '/';
     path += own;
@@ -39,10 +43,12 @@ void EntryList::add(const tZipEntry &entry) {
     if (isOdd)
         m_oddDates.emplace(count(), entry.dDate);
     m_names.add(entry.sName);
+    const std::int32_t folder = lastNumber(m_folders, entry.sFolder);
+    if (m_folderPaths.size() < static_cast<std::size_t>(m_folders.size()))
+        m_folderPaths.add(entry.sFolder);
     m_items.push_back(
-        {isOdd ? kOddDate : static_cast<std::int32_t>(minutes),
-         lastNumber(m_folders, entry.sFolder), entry.lSize, entry.lFactor, entry.lCRC,
-         static_cast<std::uint32_t>(lastNumber(m_methods, entry.sMethod)) & kMethodBits,
+        {isOdd ? kOddDate : static_cast<std::int32_t>(minutes), folder, entry.lSize, entry.lFactor,
+         entry.lCRC, static_cast<std::uint32_t>(lastNumber(m_methods, entry.sMethod)) & kMethodBits,
          entry.bEncrypted, entry.bSelected});
 }
 

@@ -70,5 +70,6 @@ class EntryList {
     PackedTexts m_names;
     // Consecutive entries usually have the same one.
     QStringList m_folders;
+    PackedTexts m_folderPaths; // the same
     QStringList m_methods;
 };

@@ -12,4 +12,8 @@ inline constexpr std::size_t kLargeMemory = 4U << 20U;
 void *allocateLarge(std::size_t bytes);
 void freeLarge(void *memory) noexcept;
 
+// From now on, large memory that the process frees goes back to the system at once, where it would
+// otherwise stay with the process in pieces.
+void returnFreedMemory();
+
 } // namespace platform

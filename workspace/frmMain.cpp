@@ -5,6 +5,7 @@
 #include "platform/files.h"
 #include "platform/forms.h"
 #include "platform/version.h"
+#include "storage/largeMemory.h"
 #include "storage/safePath.h"
 #include "workspace/archiveTreeView.h"
 #include "workspace/controls.h"
@@ -133,6 +134,7 @@ void frmMain::ConnectHandlers() {
 
 void frmMain::Load() {
     platform::surviveLargeWrites();
+    platform::returnFreedMemory();
     setWindowTitle(QStringLiteral("%1 v%2").arg(windowTitle(), kVersion));
     platform::fixWindow(this, {platform::pixels(kClientWidth), platform::pixels(kClientHeight)});
     platform::centreOnScreen(this);

@@ -145,8 +145,6 @@ QString frmMain::ExtractAll() {
     const auto archive = WorkRecord::archiveAt(ArchivePath());
     if (archive)
         prepared = PrepareRecord(*archive, wasThere, recorded);
-    if (recorded.ok())
-        prepared.reset(); // read again when it is needed, as the extraction needs memory too
     BeginProgress(m_cUnzip->FileCount());
     const bool problem = m_cUnzip->Unzip();
     auto extracted = m_cUnzip->TakeExtracted();
@@ -157,13 +155,9 @@ QString frmMain::ExtractAll() {
         note = UndoExtraction(before);
     if (platform::storedName(WorkFolder()).isEmpty())
         WorkRecord::remove(WorkFolders(), WorkFolderName());
-    else if (archive && extracted &&
-             (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0)) {
-        if (!prepared)
-            prepared = ReadRecord();
-        if (prepared)
-            WriteRecord(*prepared, *extracted, recorded);
-    }
+    else if (prepared && extracted &&
+             (FileExists(ProbeFile()) != 0 || m_tree->Nodes().Count() == 0))
+        WriteRecord(*prepared, *extracted, recorded);
     if (!recorded.ok() && FileExists(ProbeFile()) != 0 &&
         !WorkRecord::readArchive(WorkFolders(), WorkFolderName()))
         note = (note + '\n' + RecordNote(QString::fromStdString(recorded.message))).trimmed();

@@ -1,6 +1,7 @@
 #include "storage/largeMemory.h"
 
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 #include <sys/mman.h>
 
@@ -23,6 +24,12 @@ void *allocateLarge(std::size_t bytes) {
 
 void freeLarge(void *memory) noexcept {
     std::free(memory);
+}
+
+// Without it, the first large block that is freed raises the limit for blocks of the heap to its
+// size.
+void returnFreedMemory() {
+    static_cast<void>(mallopt(M_MMAP_THRESHOLD, static_cast<int>(kLargeMemory)));
 }
 
 } // namespace platform

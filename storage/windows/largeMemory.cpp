@@ -13,4 +13,7 @@ void freeLarge(void *memory) noexcept {
     ::operator delete(memory);
 }
 
+// The system's heap does that.
+void returnFreedMemory() {}
+
 } // namespace platform
