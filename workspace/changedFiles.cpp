@@ -159,13 +159,13 @@ struct ChangedFiles::Task {
             QString &spelling = m_spellings[foldedPath(path)];
             isNew = isNew || spelling.isNull();
         }
+        const auto spell = [this](const QString &path, bool written) {
+            const auto known = m_spellings.find(foldedPath(path));
+            if (known != m_spellings.end() && (written || known->isNull()))
+                *known = path;
+        };
         if (isNew)
-            forEachEntry(m_hasRecord ? WorkRecord::read(parent, workFolder) : std::nullopt,
-                         [this](const QString &path, bool written) {
-                             const auto known = m_spellings.find(foldedPath(path));
-                             if (known != m_spellings.end() && (written || known->isNull()))
-                                 *known = path;
-                         });
+            forEachEntry(m_hasRecord ? WorkRecord::read(parent, workFolder) : std::nullopt, spell);
         for (QString &path : m_changed) {
             const QString &spelling = m_spellings[foldedPath(path)];
             path = spelling.isNull() ? path : spelling;

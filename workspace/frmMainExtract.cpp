@@ -39,11 +39,12 @@ bool findEntry(RecordEntries::Iterator &next, const RecordEntries::Iterator &end
     if (next == end || next->path == path)
         return next != end;
     RecordEntries::Iterator entry = next;
-    while (++entry != end && entry.number() < next.number() + kMostSkipped)
+    while (++entry != end && entry.number() < next.number() + kMostSkipped) {
         if (entry->path == path) {
             next = std::move(entry);
             return true;
         }
+    }
     return false;
 }
 

@@ -1,4 +1,5 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
+#include "storage/storage.h"
 #include "tests/support/disk.h"
 #include "ziplib/codec/codec.h"
 
