@@ -28,9 +28,12 @@ class WindowsShell : public testing::Test {
     std::string started(std::string line) const {
         fs::remove(root / "record");
         platform::Shell(QString::fromStdString(filled(std::move(line))), platform::kShowNormal);
-        for (int wait = 0; wait < 500 && !fs::exists(root / "record"); ++wait)
+        std::string record; // the program creates it before it writes
+        for (int wait = 0; wait < 500 && record.empty(); ++wait) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return readFile(root / "record");
+            record = fs::exists(root / "record") ? readFile(root / "record") : "";
+        }
+        return record;
     }
     std::string filled(std::string text) const {
         for (std::size_t at = text.find('@'); at != std::string::npos; at = text.find('@'))

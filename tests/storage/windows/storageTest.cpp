@@ -49,10 +49,11 @@ TEST_F(WindowsStorage, AFileReplacedByAnotherProgramIsNotReplacedAgain) {
     const platform::Handle reader(CreateFileW((root / "x.vl2").c_str(), GENERIC_READ,
                                               FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                                               OPEN_EXISTING, 0, nullptr));
+    writeFile(root / "theirs", "another's");
     std::thread another([&] {
         Sleep(100);
         std::filesystem::rename(root / "x.vl2", root / "moved");
-        writeFile(root / "x.vl2", "another's");
+        std::filesystem::rename(root / "theirs", root / "x.vl2");
     });
     const auto status = commit("x.vl2", "new", Replace::Yes, &old);
     another.join();
