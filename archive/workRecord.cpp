@@ -134,16 +134,6 @@ std::optional<WorkRecord> WorkRecord::read(const QString &folders, const QString
     return record;
 }
 
-bool WorkRecord::readEach(const QString &folders, const QString &name,
-                          const std::function<void(const Entry &entry)> &take) {
-    RecordFile file;
-    RecordEntries entries;
-    if (!file.open(folders, name) || !file.readHead() || !file.readEntries(entries))
-        return false;
-    std::for_each(entries.begin(), entries.end(), take);
-    return true;
-}
-
 std::optional<WorkRecord::Archive> WorkRecord::readArchive(const QString &folders,
                                                            const QString &name) {
     RecordFile file;

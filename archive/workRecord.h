@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -64,10 +63,6 @@ class WorkRecord {
     // The record of the work folder `name` in the folder `folders`, in the program's form. None if
     // it is missing, damaged, of another version or unreadable.
     static std::optional<WorkRecord> read(const QString &folders, const QString &name);
-    // Passes the entries of the record to `take`, one by one, in little memory. False if the record
-    // counts as none, possibly after some entries.
-    static bool readEach(const QString &folders, const QString &name,
-                         const std::function<void(const Entry &entry)> &take);
     // The archive of a record alone, which is at its start and at its end: one of these is enough.
     static std::optional<Archive> readArchive(const QString &folders, const QString &name);
     // Whether there is a record, which may be unreadable.

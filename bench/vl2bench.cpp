@@ -110,7 +110,10 @@ std::int32_t saveExtracted(const std::string &archive, const std::string &folder
     zip.setRecurseSubDirs(true);
     zip.AddFileSpec("*");
     zip.setBase([&](const auto &take) {
-        known = WorkRecord::readEach(path.absolutePath(), path.fileName(), take);
+        const auto record = WorkRecord::read(path.absolutePath(), path.fileName());
+        known = record.has_value();
+        if (record)
+            std::for_each(record->entries().begin(), record->entries().end(), take);
         return known;
     });
     zip.Zip();
