@@ -57,10 +57,7 @@ struct Content {
     std::uint32_t crc = 0;
 };
 
-std::optional<Content> contentOf(const OpenInput &open, const std::atomic<bool> *stop) {
-    InputFile file;
-    if (!open(file).ok())
-        return {};
+std::optional<Content> contentOf(const InputFile &file, const std::atomic<bool> *stop) {
     std::vector<char> bytes(kStep);
     Content content;
     for (;;) {
@@ -74,12 +71,6 @@ std::optional<Content> contentOf(const OpenInput &open, const std::atomic<bool> 
         content.crc = libdeflate_crc32(content.crc, bytes.data(), got);
         content.size += got;
     }
-}
-
-// Its program may write more to it.
-bool isOpenForWriting(const OpenInput &open) {
-    InputFile file;
-    return open(file).ok() && file.isOpenForWriting();
 }
 
 } // namespace
@@ -115,23 +106,29 @@ bool PackedFiles::hold(QStringView path, const FileInfo &now, bool timesTell, co
                        const std::atomic<bool> *stop) const {
     const Range versions = versionsOf(path);
     const std::uint64_t version = versionOf(now);
+    const auto openHeld = [&](bool checksWriters) {
+        InputFile *const file = open();
+        return file == nullptr || !checksWriters || file->holdOffWriters(now.device) ? file
+                                                                                     : nullptr;
+    };
     bool sameSize = false;
+    bool checksWriters = false;
     for (auto known = versions.first; known != versions.second; ++known) {
         if (!known->hasAnySize && known->size != static_cast<std::uint32_t>(now.size))
             continue;
         if (timesTell && known->timesTell && known->version == version)
-            return !known->checksWriters || !isOpenForWriting(open);
+            return !known->checksWriters || openHeld(true) != nullptr;
         sameSize = true;
+        checksWriters = checksWriters || known->checksWriters;
     }
-    const std::optional<Content> content = sameSize ? contentOf(open, stop) : std::nullopt;
+    const InputFile *const file = sameSize ? openHeld(checksWriters) : nullptr;
+    const std::optional<Content> content = file != nullptr ? contentOf(*file, stop) : std::nullopt;
     const auto hasContent = [&](const Packed &known) {
         return known.hasAnySize != 0 ? known.content == content->crc
                                      : known.size == static_cast<std::uint32_t>(content->size) &&
                                            known.content == contentKey(content->size, content->crc);
     };
-    const auto held =
-        content ? std::find_if(versions.first, versions.second, hasContent) : versions.second;
-    return held != versions.second && (!held->checksWriters || !isOpenForWriting(open));
+    return content && std::any_of(versions.first, versions.second, hasContent);
 }
 
 } // namespace platform

@@ -21,7 +21,8 @@ class PackedFiles {
     // `path` is relative to the work folder. `seen` is the file's information at the time of
     // reading, `crc` the CRC-32 of its content, `began` the time by its disk's clock before it was
     // read (INT64_MIN: unknown). With the size kAnySize, files of any size are compared by content.
-    // With `checksWriters`, a file counts as held only once no program has it open for writing.
+    // With `checksWriters`, a file counts as held only while no program has it open for writing,
+    // and hold() makes those that open it wait until it is closed.
     static constexpr std::uint64_t kAnySize = UINT64_MAX;
     void add(QStringView path, const FileInfo &seen, std::uint32_t crc, std::int64_t began,
              bool checksWriters = false);

@@ -139,8 +139,15 @@ struct WorkFolderCleaner::State {
             return folder.removeFile(name);
         return folder.removeFileIf(
             name, keepsInfo, [&](const FileInfo &info, const OpenInput &open) {
+                const auto openHeld = [&] {
+                    InputFile *const opened = open();
+                    // The content of a file that a program writes to already decides alone.
+                    if (opened != nullptr && trashes)
+                        (void)opened->holdOffWriters(info.device);
+                    return opened;
+                };
                 const bool isFile = info.kind == FileInfo::Kind::File;
-                const bool isHeld = isFile && packed->hold(file, info, timesTell, open);
+                const bool isHeld = isFile && packed->hold(file, info, timesTell, openHeld);
                 isEdited = isFile && !isHeld;
                 return isHeld;
             });
@@ -311,6 +318,9 @@ bool WorkFolderCleaner::deleteFilesIn(const QString &folder, const Step &step) {
         if (step)
             step(number++, static_cast<int>(items.size()));
         if (item.kind == FileInfo::Kind::Folder)
+            continue;
+        // What a killed run has left holds nothing of the user's.
+        if (isTemporaryName(item.name) && opened->folder.removeFile(item.name).ok())
             continue;
         constexpr std::uint8_t kKept = kAttributeHidden | kAttributeSystem;
         if ((opened->folder.recordedAttributes(item) & kKept) != 0) {

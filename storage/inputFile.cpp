@@ -6,12 +6,14 @@
 namespace platform {
 
 InputFile::InputFile(InputFile &&other) noexcept
-    : m_handle(std::exchange(other.m_handle, -1)), m_path(std::move(other.m_path)) {}
+    : m_handle(std::exchange(other.m_handle, -1)),
+      m_holdsOff(std::exchange(other.m_holdsOff, false)), m_path(std::move(other.m_path)) {}
 
 InputFile &InputFile::operator=(InputFile &&other) noexcept {
     if (this != &other) {
         close();
         m_handle = std::exchange(other.m_handle, -1);
+        m_holdsOff = std::exchange(other.m_holdsOff, false);
         m_path = std::move(other.m_path);
     }
     return *this;

@@ -65,8 +65,9 @@ using KeepGoing = std::function<bool()>;
 
 class Disk;
 class InputFile;
-// Opens a certain file.
-using OpenInput = std::function<Status(InputFile &file)>;
+// Opens a certain file; null if it cannot be opened or has been replaced. The file stays open as
+// long as its owner, who made the function, needs it.
+using OpenInput = std::function<InputFile *()>;
 
 // A file open for reading at any position, by several threads at once.
 class InputFile {
@@ -92,8 +93,14 @@ class InputFile {
     Status info(FileInfo &info) const;
     // As Folder::isRemote.
     bool isRemote() const;
-    // Whether another program has the file open for writing; false if the system does not tell.
-    bool isOpenForWriting() const;
+    // Whether another program has the file, of this device, open for writing; false if the system
+    // does not tell.
+    bool isOpenForWriting(std::uint64_t device) const;
+    // False if it is. Otherwise a program that opens it for writing waits from now on, where the
+    // system can make it wait, until this file is closed or some time has passed.
+    bool holdOffWriters(std::uint64_t device);
+    // Whether no program has tried that since holdOffWriters(), as far as the system tells.
+    bool heldOffWriters() const;
     // Advises the system to drop the file's content from its cache.
     void dropCache() const;
     // Hidden, system and read-only.
@@ -110,6 +117,7 @@ class InputFile {
     friend class NewFile;
 
     std::intptr_t m_handle = -1;
+    bool m_holdsOff = false; // holdOffWriters() has had an effect
     std::string m_path;
 };
 
@@ -173,10 +181,10 @@ class Folder {
     Status removeFile(const std::string &name) const;
     Status removeFolder(const std::string &name) const;
     // Decides whether a file is removed, by its information or that of a link's target. `open`
-    // opens this very file.
+    // opens this very file, which stays open until it is removed or kept.
     using RemoveCheck = std::function<bool(const FileInfo &info, const OpenInput &open)>;
-    // Removes a file if `mayRemove` is true; Busy if not. Where the system can prevent it, no other
-    // program writes to the file in between. `fresh`: asks as freshInfo does.
+    // Removes a file if `mayRemove` is true; Busy if not, or if another program has written to the
+    // file or replaced it in between, as far as the system tells. `fresh`: asks as freshInfo does.
     Status removeFileIf(const std::string &name, bool fresh, const RemoveCheck &mayRemove) const;
     // Clears read-only, hidden, system and archive of a file. WrongKind for anything else.
     // `cleared` receives the file's information afterwards.

@@ -218,9 +218,10 @@ struct ChangedFiles::Task {
             platform::PackedFiles::timesProve(info, seen->when - kCoarsestTime))
             return seen->isSame;
         bool wasRead = false;
-        const auto open = [&](InputFile &file) {
+        InputFile file;
+        const auto open = [&] {
             wasRead = true;
-            return folder.openFile(name, file);
+            return folder.openFile(name, file).ok() ? &file : nullptr;
         };
         const bool isSame = m_known.hold(path, info, true, open, &stop);
         if (wasRead && !stop)

@@ -15,6 +15,5 @@ FileOnDisk::FileOnDisk(const QString &folder, const EntryVersion &version) {
     seen.size = version.size;
     platform::PackedFiles wanted;
     wanted.add(name, seen, version.crc, INT64_MIN);
-    same = wanted.hold(name, info, false,
-                       [&](platform::InputFile &opened) { return opened.open(path); });
+    same = wanted.hold(name, info, false, [&] { return &file; });
 }

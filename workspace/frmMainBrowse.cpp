@@ -197,11 +197,11 @@ QString frmMain::UnsavedNote() const {
         platform::InputFile file;
         platform::FileInfo info;
         const bool isOpen = file.open(path, info).ok();
-        const auto open = [&](platform::InputFile &opened) {
-            if (info.size > unread)
-                return platform::Status(platform::Failure::Busy, "too large to look into");
+        const auto open = [&]() -> platform::InputFile * {
+            if (info.size > unread) // too large to look into
+                return nullptr;
             unread -= info.size;
-            return opened.open(path);
+            return &file;
         };
         if (!isOpen || !known.hold(name, info, true, open))
             names.append(name);

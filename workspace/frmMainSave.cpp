@@ -10,6 +10,7 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -24,6 +25,17 @@ constexpr const char *kPartly = "was saved, but not all of it";
 bool containsNoFile(const QString &folder) {
     const QDir::Filters files = QDir::Files | QDir::Hidden | QDir::System;
     return !QDirIterator(folder, files, QDirIterator::Subdirectories).hasNext();
+}
+
+// What killed runs have left, also in folders that neither archive nor record knows any more.
+void removeTemporaries(const QString &folder) {
+    QDirIterator files(folder, {".orvel-*.part"}, QDir::Files | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        platform::Folder holder;
+        if (holder.open(QFileInfo(files.next()).path().toStdString()).ok())
+            holder.removeStaleTemporaries();
+    }
 }
 
 } // namespace
@@ -213,8 +225,10 @@ QString frmMain::CleanUpWorkFolder(const platform::PackedFiles *known, Others ot
             cleaner.removeFolder(nodes.Text(node));
             platform::repaintPending();
         }
-        if (!containsNoFile(platform::nativePath(WorkFolder())))
+        if (!containsNoFile(platform::nativePath(WorkFolder()))) {
+            removeTemporaries(platform::nativePath(WorkFolder()));
             DeleteLostFiles(cleaner);
+        }
         cleaner.removeFolder({});
         if (containsNoFile(platform::nativePath(WorkFolder()))) {
             WorkRecord::remove(WorkFolders(), WorkFolderName());

@@ -1,5 +1,6 @@
 #include "storage/posix/disk.h"
 #include "storage/posix/fileInfo.h"
+#include "storage/posix/freeName.h"
 #include "storage/posix/systemError.h"
 #include "storage/storage.h"
 #include "storage/temporary.h"
@@ -10,7 +11,6 @@
 #include <chrono>
 #include <fcntl.h>
 #include <iterator>
-#include <mutex>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -35,25 +35,6 @@ int linkNameless(int file, int folder, const char *name) {
         byDescriptor = false;
     }
     return linkat(AT_FDCWD, pathThrough(file).c_str(), folder, name, AT_SYMLINK_FOLLOW);
-}
-
-// For file systems without RENAME_NOREPLACE: most fail with EEXIST for a second link. On the
-// others, such as a shared folder of a virtual machine, the name is checked first. Two threads may
-// extract entries whose names differ in case only: on a disk that ignores case, one comes second.
-int renameByLink(Disk &disk, int folder, const char *from, const char *to) {
-    if (disk.attempt(Disk::Links, [&] { return linkat(folder, from, folder, to, 0); }) == 0) {
-        unlinkat(folder, from, 0);
-        return 0;
-    }
-    static std::mutex mutex;
-    const int failed = errno;
-    const std::lock_guard lock(mutex);
-    struct stat st {};
-    if (failed == EEXIST || fstatat(folder, to, &st, AT_SYMLINK_NOFOLLOW) == 0) {
-        errno = EEXIST;
-        return -1;
-    }
-    return errno == ENOENT ? renameat(folder, from, folder, to) : -1;
 }
 
 // The errors if a program has the file open that is to be replaced. A server that deletes the open
@@ -165,14 +146,7 @@ Status NewFile::replaceFile(const std::string &name, InputFile *replaced) {
 
 Status NewFile::takeFreeName(const std::string &name) {
     const int folder = static_cast<int>(m_folder->m_handle);
-    const char *from = m_temporary.c_str();
-    Disk &disk = m_folder->disk();
-    int result = disk.attempt(Disk::ExclusiveRename, [&] {
-        return renameat2(folder, from, folder, name.c_str(), RENAME_NOREPLACE);
-    });
-    if (result != 0 && disk.refuses(Disk::ExclusiveRename))
-        result = renameByLink(disk, folder, from, name.c_str());
-    if (result != 0)
+    if (renameToFree(m_folder->disk(), folder, m_temporary, name) != 0)
         return errnoStatus(errno, "cannot create", m_folder->pathOf(name));
     m_temporary = name;
     return {};

@@ -191,23 +191,6 @@ Status Folder::removeFolder(const std::string &name) const {
     return {};
 }
 
-Status Folder::removeFileIf(const std::string &name, bool fresh,
-                            const RemoveCheck &mayRemove) const {
-    FileInfo info;
-    Links links = Links::Refuse;
-    const auto readInfo = [&] {
-        return fresh ? freshInfo(name, info, links) : this->info(name, info, links);
-    };
-    if (Status status = readInfo(); !status.ok())
-        return status;
-    if (info.kind == FileInfo::Kind::Link)
-        links = Links::Follow;
-    if ((links == Links::Follow && !readInfo().ok()) ||
-        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
-        return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
-    return removeFile(name);
-}
-
 Status Folder::clearAttributes(const std::string &name, FileInfo *cleared) const {
     const int folder = static_cast<int>(m_handle);
     const std::string path = pathOf(name);

@@ -14,6 +14,28 @@
 
 namespace platform {
 
+namespace {
+
+enum class Lease { Taken, HasWriter, Refused };
+
+// The system grants no read lease on a file that is open for writing. While it lasts, the signal
+// that an opening would cause is one that is ignored.
+Lease takeLease(int file, std::uint64_t device) {
+    Disk &disk = Disk::of(device);
+    if (disk.refuses(Disk::Leases) || fcntl(file, F_SETSIG, SIGURG) != 0)
+        return Lease::Refused;
+    if (disk.attempt(Disk::Leases, [&] { return fcntl(file, F_SETLEASE, F_RDLCK); }) == 0)
+        return Lease::Taken;
+    if (errno != EAGAIN)
+        return Lease::Refused;
+    if (knowsWriters(file))
+        return Lease::HasWriter;
+    disk.refuse(Disk::Leases);
+    return Lease::Refused;
+}
+
+} // namespace
+
 Status InputFile::open(const std::string &path, FileInfo &info) {
     close();
     int descriptor = -1;
@@ -32,6 +54,7 @@ void InputFile::close() {
         ::close(static_cast<int>(m_handle));
         m_handle = -1;
     }
+    m_holdsOff = false;
 }
 
 Status InputFile::readAt(std::uint64_t offset, void *data, std::size_t size,
@@ -66,26 +89,24 @@ bool InputFile::isRemote() const {
     return !replacesOpenFiles(static_cast<int>(m_handle));
 }
 
-// The system grants no read lease on a file that is open for writing. While it lasts, a few
-// microseconds, the signal that an opening would cause is one that is ignored.
-bool InputFile::isOpenForWriting() const {
+bool InputFile::isOpenForWriting(std::uint64_t device) const {
     const int file = static_cast<int>(m_handle);
-    FileInfo known;
-    if (!info(known).ok())
-        return false;
-    Disk &disk = Disk::of(known.device);
-    if (disk.refuses(Disk::Leases) || fcntl(file, F_SETSIG, SIGURG) != 0)
-        return false;
-    if (disk.attempt(Disk::Leases, [&] { return fcntl(file, F_SETLEASE, F_RDLCK); }) == 0) {
+    const Lease lease = takeLease(file, device);
+    if (lease == Lease::Taken)
         static_cast<void>(fcntl(file, F_SETLEASE, F_UNLCK));
-        return false;
-    }
-    if (errno != EAGAIN)
-        return false;
-    const bool isOpen = knowsWriters(file);
-    if (!isOpen)
-        disk.refuse(Disk::Leases);
-    return isOpen;
+    return lease == Lease::HasWriter;
+}
+
+// The lease ends when the file is closed.
+bool InputFile::holdOffWriters(std::uint64_t device) {
+    const Lease lease = takeLease(static_cast<int>(m_handle), device);
+    m_holdsOff = lease == Lease::Taken;
+    return lease != Lease::HasWriter;
+}
+
+// As soon as a program waits, the system tells the lease that it is to become.
+bool InputFile::heldOffWriters() const {
+    return !m_holdsOff || fcntl(static_cast<int>(m_handle), F_GETLEASE) == F_RDLCK;
 }
 
 void InputFile::dropCache() const {

@@ -224,8 +224,10 @@ Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
     const DWORD error = fileInfo(opened.get(), info);
     const bool isLink = info.kind == FileInfo::Kind::Link;
     const Links links = isLink ? Links::Follow : Links::Refuse;
+    InputFile file;
+    const auto open = [&] { return openSame(name, links, info, file).ok() ? &file : nullptr; };
     if (error != ERROR_SUCCESS || (isLink && !this->info(name, info, links).ok()) ||
-        !mayRemove(info, [&](InputFile &file) { return openSame(name, links, info, file); }))
+        !mayRemove(info, open))
         return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
     status = deleteOpened(opened.get());
     return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();

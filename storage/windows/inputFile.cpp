@@ -124,11 +124,20 @@ bool InputFile::isRemote() const {
 }
 
 // No call of the system does that for a file that may be open elsewhere.
-bool InputFile::isOpenForWriting() const {
+bool InputFile::isOpenForWriting(std::uint64_t /*device*/) const {
     // Without the permission for others to write.
     const Handle again(
         ReOpenFile(handleOf(m_handle), FILE_READ_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, 0));
     return !again.isOpen() && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+// Who removes a file has it open so that no other program may open it for writing.
+bool InputFile::holdOffWriters(std::uint64_t device) {
+    return !isOpenForWriting(device);
+}
+
+bool InputFile::heldOffWriters() const {
+    return true;
 }
 
 void InputFile::dropCache() const {}

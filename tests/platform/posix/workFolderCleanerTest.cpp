@@ -3,6 +3,9 @@
 
 #include <QElapsedTimer>
 
+#include <csignal>
+#include <cstdint>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -48,6 +51,28 @@ TEST_F(PosixCleanerTest, LinksAreDeletedAndNotFollowed) {
     makeLink("nowhere", pathOf(at("temp/Classic/link.txt")));
     EXPECT_FALSE(cleaner.deleteFile("link.txt"));
     EXPECT_TRUE(exists("outside/keep.txt"));
+}
+
+// A file server keeps such a lease for a client that has written bytes which it has not sent yet.
+TEST_F(PosixCleanerTest, AFileThatCannotBeOpenedIsNotDeleted) {
+    const auto file = pathOf(makeFile("temp/Classic/a.cs"));
+    const platform::FileInfo seen = stateOf("temp/Classic", "a.cs");
+    platform::Folder folder;
+    platform::FileInfo now;
+    ASSERT_TRUE(folder.open(file.parent_path().string()).ok());
+    do // until the disk's clock moves: the times prove that nothing was written
+        ASSERT_TRUE(folder.newFileInfo(now).ok());
+    while (now.changed <= seen.changed);
+    const int writer = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::fcntl(writer, F_SETSIG, SIGURG), 0);
+    ASSERT_EQ(::fcntl(writer, F_SETLEASE, F_WRLCK), 0);
+    platform::PackedFiles packed;
+    packed.add(u"a.cs", seen, kContentCrc, now.changed, true);
+    platform::WorkFolderCleaner cleaner(work());
+    cleaner.deleteOnly(packed);
+    EXPECT_FALSE(cleaner.deleteFile("a.cs"));
+    ::close(writer);
+    EXPECT_TRUE(cleaner.deleteFile("a.cs"));
 }
 
 TEST_F(PosixCleanerTest, ThousandsOfMissingFilesDoNotReadTheFolderEach) {
