@@ -282,7 +282,7 @@ void Update::reportPacked() {
         packed.size = file.size;
         packed.modified = file.modified;
         packed.changed = file.changed;
-        packed.began = m_scan.beganFor(file.info());
+        packed.began = file.written ? INT64_MIN : m_scan.beganFor(file.info());
         packed.crc = file.crc;
         packed.outcome = file.outcome;
         m_report.packed(packed);

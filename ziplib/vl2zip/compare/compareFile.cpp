@@ -239,6 +239,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
         result.verdict = Verdict::Obstructed;
     if (result.verdict == Verdict::Same) {
         found.packed = true;
+        found.written = file.findWriter();
         found.crc = entry->crc;
     }
     return {};

@@ -84,6 +84,8 @@ class FolderCheck {
 // archive must be one state of the file, also where a program sets the old time again; of an
 // unchanged file, the archive keeps its entry.
 bool FolderCheck::timesShowWrites(const FoundFile &file) const {
+    if (file.written)
+        return false;
     const platform::FileInfo info = file.info();
     return file.outcome == VL2ZIP_SAME ? m_scan.timesShowWritesTo(info)
                                        : info.changed < m_scan.beganFor(info);

@@ -101,11 +101,16 @@ bool SourceFile::unchangedButTimes() const {
            current.size == m_version.size && m_position == m_version.size;
 }
 
-bool SourceFile::waitForWriter() const {
+bool SourceFile::findWriter() {
+    m_isWritten = m_file.isOpenForWriting(m_version.device);
+    return m_isWritten;
+}
+
+bool SourceFile::waitForWriter() {
     platform::FileInfo seen = m_version;
     int quiet = 0;
     bool waited = false;
-    while (quiet < kQuiet && m_file.isOpenForWriting() && mayWait()) {
+    while (findWriter() && quiet < kQuiet && mayWait()) {
         waited = true;
         pause(kPause);
         platform::FileInfo now;

@@ -41,7 +41,12 @@ class SourceFile {
     // Waits until no program has the open file open for writing, which may have written half of it,
     // or the file does not change for a second. True if it has waited: open the file again. All
     // files of a save together wait for three seconds at most, from the first wait on.
-    bool waitForWriter() const;
+    bool waitForWriter();
+    // Whether a program has the open file open for writing.
+    bool findWriter();
+    // Whether one had, when that was last asked. What it writes through a memory mapping later may
+    // show in no time of the file.
+    bool isWritten() const { return m_isWritten; }
     // Waits that long.
     void pause(std::chrono::milliseconds time) const;
     // Begins a save: resets that time.
@@ -67,6 +72,7 @@ class SourceFile {
     platform::FileInfo m_version;
     std::uint64_t m_position = 0;
     bool m_ended = false;
+    bool m_isWritten = false;
     Bytes m_raw;
 };
 

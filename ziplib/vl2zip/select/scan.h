@@ -26,9 +26,12 @@ struct FoundFile {
     std::uint64_t id = 0;
     std::int64_t modified = 0;
     std::int64_t changed = 0;
-    std::uint32_t crc = 0;              // of its bytes, after a conversion of line ends
-    bool known = false;                 // whether its version is known: size, identity and times
-    bool packed = false;                // whether it holds nothing that the archive lacks
+    std::uint32_t crc = 0;   // of its bytes, after a conversion of line ends
+    bool known : 1 = false;  // whether its version is known: size, identity and times
+    bool packed : 1 = false; // whether it holds nothing that the archive lacks
+    // Whether a program had it open for writing when it was read: a later store through a memory
+    // mapping may show in no time of the file.
+    bool written : 1 = false;
     std::int16_t outcome = VL2ZIP_SAME; // of the save, if packed
 
     // Its version, which must be known.

@@ -126,6 +126,7 @@ Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     found.setInfo(job.packing.version);
     found.crc = job.packing.crc;
     found.packed = true;
+    found.written = file.isWritten();
     found.outcome = VL2ZIP_CHANGED;
     if (job.isNew())
         found.outcome = job.candidate->base != kNoVersion ? VL2ZIP_RESTORED : VL2ZIP_ADDED;

@@ -1,5 +1,8 @@
 #include "tests/ziplib/vl2zip/packFaults.h"
 
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +25,22 @@ TEST_F(PackFaults, LinksToFilesArePackedAndOtherSpecialFilesAreSkippedAndReporte
     for (const char *name : {"linked folder", "pipe", "broken"})
         EXPECT_NE(result.all().find(name), std::string::npos) << name;
     EXPECT_EQ(files(archive), (Files{{"a.txt", "after that"}, {"link.txt", "linked"}}));
+}
+
+// The file has the time of the first store; the second one, into the same page, sets none.
+TEST_F(PackFaults, AStoreThroughAMappingDuringTheSaveIsInTheArchive) {
+    writeFile(work / "a.txt", "seen");
+    const int file = ::open((work / "a.txt").c_str(), O_RDWR | O_CLOEXEC);
+    void *const bytes = ::mmap(nullptr, 4, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    ASSERT_NE(bytes, MAP_FAILED);
+    ::close(file);
+    std::memcpy(bytes, "edit", 4);
+    const auto result = runWhile([&] {
+        std::memcpy(bytes, "last", 4);
+        ::munmap(bytes, 4);
+    });
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_EQ(content(archive, "a.txt"), "last");
 }
 
 TEST_F(PackFaults, ALinkToTheArchiveIsWrittenThroughAndModeAndOwnerStay) {
