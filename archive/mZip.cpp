@@ -63,6 +63,7 @@ void setBase(const cZip::BaseSource &base, VL2ZIP_CONFLICT onConflict) {
                                 entry.file.modified,
                                 entry.file.changed};
         require(add(&version, 1));
+        callIdleHandler();
     };
     if (base && !base(take))
         require(set(&none, 0, onConflict));
@@ -153,6 +154,7 @@ std::int32_t mZip::OnZipService(char *filename, std::uint32_t size) noexcept {
 }
 
 void mZip::OnZipPacked(const ZPPACKED *file) noexcept {
+    callIdleHandler();
     attempt([&] {
         if (m_cCurrentZip == nullptr || !m_cCurrentZip->m_tPacked)
             return;
