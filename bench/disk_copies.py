@@ -25,7 +25,7 @@ from environment import Environment
 from game import Game
 from rows import Figures
 
-MEGABYTES = 3600  # of a disk for the whole archive; a virtual machine holds a third in memory
+MEGABYTES = 4800  # of a disk for the whole archive; a virtual machine holds a third in memory
 
 
 def ratios(ours, peer):

@@ -2,11 +2,12 @@
 
 import os
 import shutil
+import subprocess
 import sys
 
 import make_archive
 from environment import sh
-from paired import Candidate, files_in, run_paired
+from paired import Candidate, files_in, in_process, run_paired
 
 PYTHON_LIST = "import sys, zipfile; print(len(zipfile.ZipFile(sys.argv[1]).namelist()))"
 PYTHON_EXTRACT = "import sys, zipfile; zipfile.ZipFile(sys.argv[1]).extractall(sys.argv[2])"
@@ -169,16 +170,22 @@ class Game:
         """What a disk costs anyway: copies of the same files, with the sync. A save may have to read the
         files too, if their times prove nothing there. Returns what is compared: extraction, copies of the
         files; save, copy of the archive, copy and read."""
+        # Where a copy can share its blocks with the original, it has to be told to write them. Elsewhere
+        # that would forbid it the copy by the system, too, and slow it down.
+        shares = subprocess.run(["cp", "--reflink=always", self.archive, self.environment.new_path()],
+                                stderr=subprocess.DEVNULL, check=False).returncode == 0
+        cp = "cp --reflink=never" if shares else "cp"
+
         def copy(folder, more=""):
-            return ["sh", "-c", 'cp --reflink=never "$1/game.vl2" "$1/copy" && sync "$1/copy"' + more,
+            return ["sh", "-c", cp + ' "$1/game.vl2" "$1/copy" && sync "$1/copy"' + more,
                     "sh", folder, self.environment.tool]
 
         extraction = self.compare(
-            self.environment.orvel("extract", self.archive, "{}/out"),
-            Candidate("cp -r of the tree", lambda f: ["cp", "-r", "--reflink=never", self.tree, f + "/out"]))
+            self.environment.orvel("extract", self.archive, "{}/out", time_of=in_process),
+            Candidate("cp -r of the tree", lambda f: [*cp.split(), "-r", self.tree, f + "/out"]))
         self.figures.share("extract the game-like archive", *extraction, 1.2)
         saving = self.compare(
-            self.window_saver(change_one),
+            self.window_saver(change_one, time_of=in_process),
             Candidate("cp and sync of the archive", copy, self.edited()),
             Candidate("cp, sync, read of the tree", lambda f: copy(f, ' && exec "$2" read "$1/tree"'),
                       self.edited()))

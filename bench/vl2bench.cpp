@@ -21,6 +21,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -99,8 +100,10 @@ std::int32_t writeTwice(const std::string &archive, const std::string &folder) {
     return 0;
 }
 
-// A save as the window makes it, with what the record knows of the extracted files.
-std::int32_t saveExtracted(const std::string &archive, const std::string &folder) {
+// A save as the window makes it, with what the record knows of the extracted files. `packed`
+// receives the files that may be deleted after it.
+std::int32_t saveExtracted(const std::string &archive, const std::string &folder,
+                           std::optional<platform::PackedFiles> &packed) {
     const QFileInfo path(QString::fromStdString(folder));
     bool known = true;
     cZip zip;
@@ -117,6 +120,7 @@ std::int32_t saveExtracted(const std::string &archive, const std::string &folder
         return known;
     });
     zip.Zip();
+    packed = zip.TakePacked();
     if (!known)
         return 1;
     listing().lastMessage = zip.LastResult().message.toStdString();
@@ -146,8 +150,10 @@ std::int32_t record(const std::string &archive, const std::string &folder) {
 }
 
 // The clean-up in the program's order: listed files, other files in the folders, the folders from
-// the deepest up, the work folder. `cancels`: files that the record does not know go to the trash.
-std::int32_t clean(const std::string &archive, const std::string &folder, bool cancels) {
+// the deepest up, the work folder. `saved`, if there are any: only these are deleted. `cancels`:
+// files that the record does not know go to the trash.
+std::int32_t clean(const std::string &archive, const std::string &folder, bool cancels,
+                   const std::optional<platform::PackedFiles> &saved = {}) {
     const std::int32_t code = unzip(archive, "", true);
     if (code > 1)
         return code;
@@ -161,6 +167,8 @@ std::int32_t clean(const std::string &archive, const std::string &folder, bool c
         known = read->knownFiles(nullptr);
         cleaner.trashOthers(known);
     }
+    if (saved)
+        cleaner.deleteOnly(*saved);
     std::set<std::string, std::greater<>> folders; // subfolders first
     const std::vector<std::string> &names = listing().names;
     cleaner.deleteFiles(
@@ -221,11 +229,11 @@ int main(int argc, char **argv) {
         code = save(argv[2], argv[3]);
     } else if (verb == "write-twice" && argc == 4) {
         code = writeTwice(argv[2], argv[3]);
-    } else if (verb == "save-extracted" && argc == 4) {
-        code = saveExtracted(argv[2], argv[3]);
-    } else if (verb == "save-and-clean" && argc == 4) {
-        code = saveExtracted(argv[2], argv[3]);
-        code = code == 0 ? clean(argv[2], argv[3], false) : code;
+    } else if ((verb == "save-extracted" || verb == "save-and-clean") && argc == 4) {
+        std::optional<platform::PackedFiles> packed;
+        code = saveExtracted(argv[2], argv[3], packed);
+        if (code == 0 && verb == "save-and-clean")
+            code = clean(argv[2], argv[3], false, packed);
     } else if (verb == "record" && argc == 4) {
         code = record(argv[2], argv[3]);
     } else if ((verb == "clean" || verb == "cancel") && argc == 4) {

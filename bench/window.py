@@ -6,7 +6,7 @@ import sys
 
 import make_archive
 from environment import on_screen, sh
-from paired import Candidate, files_in, run_paired
+from paired import Candidate, files_in, in_process, run_paired
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "scripts",
                                 "drive"))
@@ -30,7 +30,7 @@ def start_window(environment, archive):
 def pickbench(environment, screen, *arguments, **options):
     program = os.path.join(environment.programs, "pickbench")
     return Candidate("Orvel", lambda f: [*on_screen(screen), program, *map(str, arguments)],
-                     time_of=lambda spent, report: report["ms"], **options)
+                     time_of=in_process, **options)
 
 
 def picking(environment, figures, archive):
@@ -112,8 +112,7 @@ class Buttons:
 
     def bare(self, name, *words, prepare=None):
         """The same work without the window."""
-        peer = self.environment.orvel(*words, prepare=prepare,
-                                      time_of=lambda spent, report: report["ms"])
+        peer = self.environment.orvel(*words, prepare=prepare, time_of=in_process)
         peer.name = name
         return peer
 
