@@ -51,8 +51,11 @@ Status Folder::removeFileIf(const std::string &name, bool fresh,
         info = now;
         isHeld = check(aside);
     }
+    Status result = kept;
     if (isThere && !hasWriter && isHeld)
-        return removeFile(aside);
+        result = removeFile(aside);
+    if (result.ok())
+        return result;
     // If the name is taken by now, both files stay.
     std::string back = name;
     for (int number = 1; renameToFree(disk(), folder, aside, back) != 0; ++number) {
@@ -60,7 +63,7 @@ Status Folder::removeFileIf(const std::string &name, bool fresh,
             return errnoStatus(errno, "cannot rename", pathOf(aside));
         back = keptName(name, number);
     }
-    return kept;
+    return result;
 }
 
 } // namespace platform

@@ -229,6 +229,7 @@ Status Folder::removeFileIf(const std::string &name, bool /*fresh*/,
     if (error != ERROR_SUCCESS || (isLink && !this->info(name, info, links).ok()) ||
         !mayRemove(info, open))
         return {Failure::Busy, pathOf(name) + " is kept", pathOf(name)};
+    file.close(); // otherwise the name stays until then
     status = deleteOpened(opened.get());
     return status < 0 ? errorStatus(errorOf(status), "cannot delete", pathOf(name)) : Status();
 }
