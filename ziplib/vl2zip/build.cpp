@@ -71,11 +71,11 @@ bool Build::mayClash() const {
     std::vector<std::uint64_t> folders;
     std::string_view lastFolder;
     for (const Candidate &candidate : m_candidates) {
-        files.push_back(hashWithoutCase(candidate.path));
+        files.push_back(hashWithoutCase(m_scan.pathOf(candidate)));
         // The files are sorted by their paths.
-        if (folderOf(candidate.path) == lastFolder)
+        if (folderOf(m_scan.pathOf(candidate)) == lastFolder)
             continue;
-        lastFolder = folderOf(candidate.path);
+        lastFolder = folderOf(m_scan.pathOf(candidate));
         for (auto folder = lastFolder; !folder.empty(); folder = folderOf(folder))
             folders.push_back(hashWithoutCase(folder));
     }
@@ -91,14 +91,14 @@ Status Build::requireDistinctNames() const {
         return {};
     NameClashes clashes;
     for (const Candidate &candidate : m_candidates) {
-        const std::string fellow = clashes.find(candidate.path);
+        const std::string fellow = clashes.find(m_scan.pathOf(candidate));
         if (!fellow.empty()) {
             std::string text = m_options.root + ": ";
-            text.append(candidate.path).append(" and ").append(fellow);
+            text.append(m_scan.pathOf(candidate)).append(" and ").append(fellow);
             text += " have one name in the game, which ignores the letters' case";
             return {Failure::Exists, std::move(text)};
         }
-        clashes.add(candidate.path);
+        clashes.add(m_scan.pathOf(candidate));
         m_report.tick();
     }
     return {};
@@ -113,9 +113,9 @@ Status Build::find() {
         !found.ok())
         return found;
     std::erase_if(m_candidates, [this](const Candidate &candidate) {
-        if (m_options.leftoversToo || !isNoContent(candidate.path))
+        if (m_options.leftoversToo || !isNoContent(m_scan.pathOf(candidate)))
             return false;
-        m_omitted.emplace_back(candidate.path);
+        m_omitted.emplace_back(m_scan.pathOf(candidate));
         return true;
     });
     if (auto distinct = requireDistinctNames(); !distinct.ok())

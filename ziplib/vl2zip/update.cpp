@@ -95,21 +95,30 @@ Status Update::scan() {
             paths.fill();
     };
     const bool recurse = m_selection.needsFolders();
-    if (isQuick()) {
+    const auto sort = [&] {
+        m_scan.shareNames(m_directory, paths);
+        m_scan.sort();
+    };
+    const bool isQuickToRead = isQuick();
+    if (isQuickToRead) {
         readArchive();
-        folder = scanFolder(m_options.root, recurse, m_scan, idle);
+        folder = listFolder(m_options.root, recurse, m_scan, idle);
     } else {
         runInBackground(
-            {readArchive, [&] { folder = scanFolder(m_options.root, recurse, m_scan); }}, idle);
+            {readArchive, [&] { folder = listFolder(m_options.root, recurse, m_scan); }}, idle);
     }
     if (!archive.ok() || !folder.ok())
         return archive.ok() ? folder : archive;
+    if (isQuickToRead)
+        sort();
+    else
+        runInBackground({sort}, idle);
     auto found = findCandidates(m_options, m_selection, m_scan, paths, idle, m_candidates);
     // A new archive gets all files: it would lack those that are as in the base.
     if (found.ok() && m_options.base && m_target.exists())
         m_options.base->mark(m_directory, paths, m_scan, idle, m_candidates);
     if (found.ok())
-        markObstructed(paths, idle, m_candidates);
+        markObstructed(paths, m_scan, idle, m_candidates);
     return found;
 }
 
@@ -117,7 +126,7 @@ Status Update::scan() {
 void Update::report(const Candidate &candidate, const Comparison &comparison) {
     using Verdict = Comparison::Verdict;
     const auto warn = [&](const char *reason) {
-        m_report.defer(std::string(candidate.path) + reason);
+        m_report.defer(std::string(m_scan.pathOf(candidate)) + reason);
     };
     switch (comparison.verdict) {
     case Verdict::Pack: // reported once it is packed
@@ -125,17 +134,17 @@ void Update::report(const Candidate &candidate, const Comparison &comparison) {
     case Verdict::Conflict: // ends the save
         break;
     case Verdict::Kept:
-        m_report.detail("not edited, the archive's state stays: ", candidate.path);
+        m_report.detail("not edited, the archive's state stays: ", m_scan.pathOf(candidate));
         break;
     case Verdict::Same:
-        m_report.detail("unchanged: ", candidate.path);
+        m_report.detail("unchanged: ", m_scan.pathOf(candidate));
         break;
     case Verdict::NotNewer:
         warn(": is not newer than its entry and was left out; the archive keeps the version that "
              "it has");
         break;
     case Verdict::Hidden:
-        m_report.detail("hidden, left out: ", candidate.path);
+        m_report.detail("hidden, left out: ", m_scan.pathOf(candidate));
         break;
     case Verdict::HiddenChanged:
         warn(": is hidden and was left out; the archive keeps the version that it has");
@@ -157,8 +166,9 @@ Status Update::take(const Candidate &candidate, const Comparison &comparison) {
     const bool done = comparison.verdict != Verdict::Pack &&
                       comparison.verdict != Verdict::Conflict &&
                       comparison.verdict != Verdict::Archive;
-    return !done || m_report.processed(std::string(candidate.path)) ? Status()
-                                                                    : m_target.cancelled();
+    return !done || m_report.processed(std::string(m_scan.pathOf(candidate)))
+               ? Status()
+               : m_target.cancelled();
 }
 
 // The folder must be unchanged since the scan: a later edit would be deleted with the work folder.
@@ -177,8 +187,8 @@ Status Update::checkFolder(bool &again) {
 
 Status Update::writeNew(const ChangeDetector &detector, const std::vector<std::size_t> &packed) {
     if (m_options.encrypt && !m_password) {
-        m_password =
-            m_report.password("Enter password: ", std::string(m_candidates[packed.front()].path));
+        m_password = m_report.password("Enter password: ",
+                                       std::string(m_scan.pathOf(m_candidates[packed.front()])));
         if (!m_password || m_password->empty()) {
             m_password.reset();
             return {Failure::Password,
@@ -259,7 +269,8 @@ Status Update::noFile(const ChangeDetector *detector) const {
         ++hidden;
     std::string text = m_options.archive + ": no file to add";
     if (hidden < m_candidates.size())
-        text += "; " + std::string(m_candidates[hidden].path) + ": is hidden and was left out";
+        text += "; " + std::string(m_scan.pathOf(m_candidates[hidden])) +
+                ": is hidden and was left out";
     else if (!m_scan.leftOut.empty())
         text += "; " + m_scan.leftOut.front();
     return {Failure::NothingMatched, std::move(text)};
@@ -274,16 +285,17 @@ void Update::reportPacked() {
             continue;
         const FoundFile &file = m_scan.files[candidate.file];
         // In another case than the file's if it is another entry's.
-        const std::string path(m_options.junkFolders ? file.path : candidate.path);
+        const std::string path(m_options.junkFolders ? file.path : m_scan.pathOf(candidate));
         ZPPACKED packed{};
         packed.path = path.c_str();
-        packed.device = file.device;
-        packed.id = file.id;
-        packed.size = file.size;
-        packed.modified = file.modified;
-        packed.changed = file.changed;
-        packed.began = file.written ? INT64_MIN : m_scan.beganFor(file.info());
-        packed.crc = file.crc;
+        const FileVersion version = file.version(m_options.base.get());
+        packed.device = version.device;
+        packed.id = version.id;
+        packed.size = version.size;
+        packed.modified = version.modified;
+        packed.changed = version.changed;
+        packed.began = file.written ? INT64_MIN : m_scan.beganFor(version.info());
+        packed.crc = version.crc;
         packed.outcome = file.outcome;
         m_report.packed(packed);
     }
@@ -293,8 +305,9 @@ void Update::reportPacked() {
 Status Update::finish(const std::vector<std::size_t> &packed) {
     for (const std::size_t i : packed) {
         const Candidate &candidate = m_candidates[i];
-        if (candidate.entry == kNoEntry && !candidate.folder && isLeftover(candidate.path))
-            m_report.report(VL2ZIP_LEFTOVER + std::string(candidate.path));
+        if (candidate.entry == kNoEntry && !candidate.folder &&
+            isLeftover(m_scan.pathOf(candidate)))
+            m_report.report(VL2ZIP_LEFTOVER + std::string(m_scan.pathOf(candidate)));
     }
     if (packed.empty() && m_options.newerOnly && !m_report.hasDeferred()) {
         return {Failure::NothingToDo,
@@ -319,7 +332,8 @@ Status Update::run(bool &again) {
         return noFile(nullptr);
     for (const auto &line : m_scan.leftOut)
         m_report.defer(line);
-    ChangeDetector detector(
+    std::optional<ChangeDetector> detector;
+    detector.emplace(
         m_options, m_target.old(), m_target.exists() ? &m_target.oldInfo() : nullptr, m_directory,
         m_scan, m_candidates,
         [this](const auto &candidate, const auto &comparison) {
@@ -327,21 +341,22 @@ Status Update::run(bool &again) {
         },
         [this] { m_report.tick(); });
     std::vector<std::size_t> packed;
-    if (auto written = write(detector, packed); !written.ok())
+    if (auto written = write(*detector, packed); !written.ok())
         return written;
     // The folder may contain the archive itself.
-    const auto &comparisons = detector.comparisons();
+    const auto &comparisons = detector->comparisons();
     if (std::all_of(comparisons.begin(), comparisons.end(), [](const Comparison &comparison) {
             return comparison.verdict == Comparison::Verdict::Archive ||
                    comparison.verdict == Comparison::Verdict::Hidden;
         }))
-        return noFile(&detector);
+        return noFile(&*detector);
     if (m_guessedWrong) {
         again = true;
         return {};
     }
     for (std::size_t i = 0; i < m_candidates.size(); ++i)
         report(m_candidates[i], comparisons[i]);
+    detector.reset(); // the rest needs its memory
     const bool changes = !packed.empty();
     const auto lastCheck = [this](bool &redo) { return checkFolder(redo); };
     // Also if nothing is written: a folder that was moved in during the save holds files with old
@@ -353,7 +368,6 @@ Status Update::run(bool &again) {
         !done.ok() || again)
         return done;
     removeTemporaries();
-    m_directory = {}; // the caller needs memory for what is reported
     reportPacked();
     return finish(packed);
 }

@@ -129,20 +129,23 @@ Verdict judgeOptions(const ComparisonContext &context, const SourceFile &file,
 
 // Finds out whether a disputed file has bytes that the archive held at the extraction or later, and
 // that are not the user's. Then the archive alone was changed, and its state stays.
-Status compareBase(const Base &base, SourceFile &file, const Candidate &candidate, FoundFile &found,
-                   bool &same) {
+Status compareBase(const ComparisonContext &context, SourceFile &file, const Candidate &candidate,
+                   FoundFile &found, bool &same) {
+    const Base &base = *context.options.base;
     std::optional<BaseVersion> version = base.find(candidate.base);
     if (version && version->written == VL2ZIP_EDITED)
         version.reset();
-    const std::optional<BaseVersion> known = base.findKnown(candidate.known());
+    const std::optional<BaseVersion> known = base.findKnown(context.scan.extrasOf(candidate).known);
     same = false;
     if (!version && !known)
         return {};
     std::uint64_t size = 0;
     file.rewind();
-    auto read = file.measure(found.crc, size);
-    same = read.ok() &&
-           ((version && version->isOf(size, found.crc)) || (known && known->isOf(size, found.crc)));
+    std::uint32_t crc = 0;
+    auto read = file.measure(crc, size);
+    found.setCrc(crc);
+    same =
+        read.ok() && ((version && version->isOf(size, crc)) || (known && known->isOf(size, crc)));
     return read;
 }
 
@@ -152,7 +155,7 @@ Status compareTwins(const ComparisonContext &context, SourceFile &file, const Ca
                     FoundFile &found, bool &same) {
     const Directory::Entries entries = context.directory.entries();
     const auto hasTwin = [&](auto isTwin) {
-        const std::vector<std::uint32_t> &twins = candidate.special->twins;
+        const std::vector<std::uint32_t> &twins = context.scan.extrasOf(candidate).twins;
         return std::any_of(twins.begin(), twins.end(),
                            [&](std::uint32_t twin) { return isTwin(entries[twin]); });
     };
@@ -162,9 +165,11 @@ Status compareTwins(const ComparisonContext &context, SourceFile &file, const Ca
         !hasTwin([&](const Entry &twin) { return twin.size == size; }))
         return {};
     file.rewind();
-    auto read = file.measure(found.crc, size);
+    std::uint32_t crc = 0;
+    auto read = file.measure(crc, size);
+    found.setCrc(crc);
     same = read.ok() &&
-           hasTwin([&](const Entry &twin) { return twin.size == size && twin.crc == found.crc; });
+           hasTwin([&](const Entry &twin) { return twin.size == size && twin.crc == crc; });
     return read;
 }
 
@@ -187,7 +192,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     file.setIdle(context.idle);
     if (auto opened = file.open(); !opened.ok())
         return opened;
-    found.setInfo(file.version());
+    found.setRead(file.version());
     if (context.archiveInfo != nullptr && sameFile(file.version(), *context.archiveInfo)) {
         result.verdict = Verdict::Archive;
         return {};
@@ -203,7 +208,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     Status compared;
     if (entry)
         compared = compare(context, file, index, same);
-    if (compared.ok() && !same && candidate.hasTwins())
+    if (compared.ok() && !same && !context.scan.extrasOf(candidate).twins.empty())
         compared = compareTwins(context, file, candidate, found, isTwins);
     if (compared.ok() && isTwins) {
         result.verdict = Verdict::Same;
@@ -211,7 +216,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
         return {};
     }
     if (compared.ok() && !same && candidate.disputed)
-        compared = compareBase(*context.options.base, file, candidate, found, asExtracted);
+        compared = compareBase(context, file, candidate, found, asExtracted);
     if (compared.ok() && !same && !asExtracted && entry)
         compared = looksCutOff(context, file, index, cutOff);
     if (!compared.ok())
@@ -240,7 +245,7 @@ Status compareFile(const ComparisonContext &context, FoundFile &found, const Can
     if (result.verdict == Verdict::Same) {
         found.packed = true;
         found.written = file.findWriter();
-        found.crc = entry->crc;
+        found.setCrc(entry->crc);
     }
     return {};
 }
@@ -262,9 +267,8 @@ bool isUntouched(const ComparisonContext &context, FoundFile &found, const Candi
         now.kind != platform::FileInfo::Kind::File || !base.proves(now) ||
         !context.scan.stampsWritesTo(now))
         return false;
-    found.setInfo(now);
+    found.setAsInBase(candidate.base);
     found.packed = true;
-    found.crc = base.crc;
     return true;
 }
 

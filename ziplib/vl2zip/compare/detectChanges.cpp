@@ -25,11 +25,39 @@ constexpr std::uint64_t kFolderCost = 8;
 constexpr std::uint64_t kFileCost = 64U << 10U;
 constexpr std::uint64_t kShortCost = 64 * kFileCost;
 
+// What a folder holds directly, in the order of the names: ranges of a list that is sorted by path.
+class Items {
+  public:
+    // To be called in the order of the list.
+    void add(const FoundFile &item) {
+        if (m_ranges.empty() || m_ranges.back().end != &item)
+            m_ranges.push_back({&item, &item});
+        ++m_ranges.back().end;
+        ++m_count;
+    }
+    std::size_t count() const { return m_count; }
+    // The first one that was not taken, or null.
+    const FoundFile *next() const { return m_at < m_ranges.size() ? m_ranges[m_at].next : nullptr; }
+    void takeNext() {
+        if (++m_ranges[m_at].next == m_ranges[m_at].end)
+            ++m_at;
+    }
+
+  private:
+    struct Range {
+        const FoundFile *next;
+        const FoundFile *end;
+    };
+    std::vector<Range> m_ranges;
+    std::size_t m_at = 0; // the range of the next one
+    std::size_t m_count = 0;
+};
+
 // A folder in the scan, and the result of its comparison.
 struct ScannedFolder {
     std::string_view path;
-    std::vector<const FoundFile *> files;   // directly in it, sorted by name
-    std::vector<const FoundFile *> folders; // directly in it, sorted by name
+    Items files;
+    Items folders;
     Status status;
     std::string changed;
 };
@@ -44,9 +72,9 @@ std::vector<ScannedFolder> foldersOf(const Scan &scan) {
         indices.emplace(scan.folders[i].path, i + 1);
     }
     for (const auto &folder : scan.folders)
-        known[indices.at(folderOf(folder.path))].folders.push_back(&folder);
+        known[indices.at(folderOf(folder.path))].folders.add(folder);
     for (const auto &file : scan.files)
-        known[indices.at(folderOf(file.path))].files.push_back(&file);
+        known[indices.at(folderOf(file.path))].files.add(file);
     return known;
 }
 
@@ -61,6 +89,9 @@ class FolderCheck {
   private:
     Status compare(const platform::FolderItem &item);
     Status compareFile(const std::string &name, const FoundFile &file);
+    FileVersion versionOf(const FoundFile &file) const {
+        return file.version(m_options.base.get());
+    }
     bool timesShowWrites(const FoundFile &file) const;
     bool hasPackedBytes(const FoundFile &file) const;
     void changed(std::string_view name) {
@@ -76,8 +107,6 @@ class FolderCheck {
     ScannedFolder &m_scanned;
     Folder m_folder;
     bool m_keepsInfo = false;
-    std::size_t m_file = 0;      // next one in m_scanned.files
-    std::size_t m_subfolder = 0; // next one in m_scanned.folders
 };
 
 // True if any write since the scan began shows in the file's times. What was written into the
@@ -86,7 +115,7 @@ class FolderCheck {
 bool FolderCheck::timesShowWrites(const FoundFile &file) const {
     if (file.written)
         return false;
-    const platform::FileInfo info = file.info();
+    const platform::FileInfo info = versionOf(file).info();
     return file.outcome == VL2ZIP_SAME ? m_scan.timesShowWritesTo(info)
                                        : info.changed < m_scan.beganFor(info);
 }
@@ -96,14 +125,16 @@ bool FolderCheck::hasPackedBytes(const FoundFile &file) const {
     SourceFile source(m_options.root, std::string(file.path), lineEndsOf(m_options));
     source.setFolder(m_folder);
     source.setIdle(m_idle);
+    const FileVersion version = versionOf(file);
     std::uint32_t crc = 0;
     std::uint64_t size = 0;
-    return source.open().ok() && sameFile(source.version(), file.info()) &&
-           source.version().size == file.size && source.measure(crc, size).ok() && crc == file.crc;
+    return source.open().ok() && sameFile(source.version(), version.info()) &&
+           source.version().size == version.size && source.measure(crc, size).ok() &&
+           crc == version.crc;
 }
 
 Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) {
-    if (!file.known)
+    if (!file.isKnown())
         return {};
     platform::FileInfo now;
     const auto known = m_keepsInfo ? m_folder.freshInfo(name, now, Folder::Links::Follow)
@@ -111,7 +142,7 @@ Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) 
     if (!known.ok() && !known.is(Failure::NotFound))
         return failure(known, Failure::CannotOpen);
     // The times of a packed file prove nothing if they differ: on some disks reading changes them.
-    const bool same = known.ok() && sameVersion(file.info(), now);
+    const bool same = known.ok() && sameVersion(versionOf(file).info(), now);
     if (!known.ok() || (!same && !file.packed) ||
         (file.packed && !(same && timesShowWrites(file)) && !hasPackedBytes(file)))
         m_scanned.changed = file.path;
@@ -120,18 +151,23 @@ Status FolderCheck::compareFile(const std::string &name, const FoundFile &file) 
 
 // To be called for the items sorted by name, like those of the scan.
 Status FolderCheck::compare(const platform::FolderItem &item) {
-    const auto isNext = [&](const std::vector<const FoundFile *> &list, std::size_t next) {
-        return next < list.size() && lastComponent(list[next]->path) == item.name;
+    // The scanned one of this name, or null.
+    const auto take = [&](Items &scanned) -> const FoundFile * {
+        const FoundFile *next = scanned.next();
+        if (next == nullptr || lastComponent(next->path) != item.name)
+            return nullptr;
+        scanned.takeNext();
+        return next;
     };
     if (platform::isTemporaryName(item.name) || platform::isNameOfDeleted(item.name))
         return {};
     if (item.kind == Kind::Folder) {
-        if (m_recurse && !isNext(m_scanned.folders, m_subfolder++))
+        if (m_recurse && take(m_scanned.folders) == nullptr)
             changed(item.name);
         return {};
     }
-    if (isNext(m_scanned.files, m_file))
-        return compareFile(item.name, *m_scanned.files[m_file++]);
+    if (const FoundFile *file = take(m_scanned.files))
+        return compareFile(item.name, *file);
     // A scan has no pipes, devices and links that do not refer to files.
     platform::FileInfo now;
     if (item.kind == Kind::File ||
@@ -159,10 +195,10 @@ void FolderCheck::run() {
         m_scanned.status = compare(items[i]);
     if (!m_scanned.status.ok() || !m_scanned.changed.empty())
         return;
-    if (m_file < m_scanned.files.size())
-        m_scanned.changed = m_scanned.files[m_file]->path;
-    else if (m_subfolder < m_scanned.folders.size())
-        m_scanned.changed = m_scanned.folders[m_subfolder]->path;
+    if (const FoundFile *file = m_scanned.files.next())
+        m_scanned.changed = file->path;
+    else if (const FoundFile *folder = m_scanned.folders.next())
+        m_scanned.changed = folder->path;
 }
 
 } // namespace
@@ -174,7 +210,7 @@ Status detectChanges(const PackOptions &options, bool recurse, const Scan &scan,
     const auto reading = onThisThread(idle);
     platform::OrderedParallelFor work;
     work.count = folders.size();
-    work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.size()) * kFileCost; };
+    work.cost = [&](std::size_t i) { return (kFolderCost + folders[i].files.count()) * kFileCost; };
     if (!scan.isRemote)
         work.shortCost = kShortCost;
     work.work = [&](std::size_t i) {

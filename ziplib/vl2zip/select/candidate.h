@@ -1,11 +1,9 @@
 #pragma once
 
 #include "storage/storage.h"
-#include "ziplib/vl2zip/select/textRef.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <string>
 #include <vector>
 
 namespace ziplib {
@@ -37,49 +35,32 @@ struct BaseVersion {
     }
 };
 
-// A file or folder of the scan, and the entry that it stands for.
+// A file or folder of the scan, and the entry that it stands for. In little memory, like the files.
 struct Candidate {
     std::uint32_t file = 0;         // index in the scan's files, or in its folders if `folder`
     std::uint32_t entry = kNoEntry; // index in the old central directory
-    TextRef path;                   // in the archive; the scan owns the text
     // With a base only: what it holds for the file; and whether the entry differs from that, so
     // that folder and archive have to be merged.
     std::uint32_t base = kNoVersion;
-    bool disputed = false;
-    bool settled = false; // the entry is the version that the user knows
-    bool folder = false;
+    std::uint32_t disputed : 1 = 0;
+    std::uint32_t settled : 1 = 0; // the entry is the version that the user knows
+    std::uint32_t folder : 1 = 0;
     // New, but the archive has a folder of its path or a file of that of one of its folders: no
     // reader could extract both.
-    bool obstructed = false;
+    std::uint32_t obstructed : 1 = 0;
+    std::uint32_t extras : 28 = 0; // see Scan::extrasOf(); their number from 1, 0 if there are none
 
-    // What almost no candidate has.
-    struct Special {
-        // The later version of the entry that the user knows.
-        std::uint32_t known = kNoVersion;
-        // Entries without a file in the folder whose paths differ from the file's in case only: on
-        // a disk that ignores case, the file may be theirs.
-        std::vector<std::uint32_t> twins;
-    };
-    std::unique_ptr<Special> special;
+    static constexpr std::uint32_t kMostExtras = (1U << 28U) - 1;
+};
 
-    std::uint32_t known() const { return special ? special->known : kNoVersion; }
-    void setKnown(std::uint32_t version) {
-        if (special || version != kNoVersion)
-            makeSpecial().known = version;
-    }
-    bool hasTwins() const { return special && !special->twins.empty(); }
-    void addTwin(std::uint32_t twin) { makeSpecial().twins.push_back(twin); }
-    void clearTwins() {
-        if (special)
-            special->twins.clear();
-    }
-
-  private:
-    Special &makeSpecial() {
-        if (!special)
-            special = std::make_unique<Special>();
-        return *special;
-    }
+// What almost no candidate has.
+struct CandidateExtras {
+    std::string path; // in the archive, if not that of the file
+    // The later version of the entry that the user knows.
+    std::uint32_t known = kNoVersion;
+    // Entries without a file in the folder whose paths differ from the file's in case only: on a
+    // disk that ignores case, the file may be theirs.
+    std::vector<std::uint32_t> twins;
 };
 
 } // namespace ziplib

@@ -31,10 +31,10 @@ class EntryPaths {
         std::uint32_t hash = 0;
         std::uint32_t number = 0; // of the entry, from 1; 0 if the slot is free
     };
-    std::size_t slotOf(std::string_view path) const;
+    std::size_t slotOf(std::string_view path, std::uint32_t hash) const;
 
     const Directory &m_directory;
-    std::vector<Slot> m_slots; // a power of two, at most half of them used
+    std::vector<Slot> m_slots; // two thirds of them used
     std::size_t m_count = 0;
 };
 

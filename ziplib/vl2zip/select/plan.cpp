@@ -86,7 +86,7 @@ bool acceptsNewName(std::string_view path, Scan &scan) {
 }
 
 // Finds the twins of the candidates. Does nothing if all entries have files.
-void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
+void findTwins(const EntryPaths &entries, Scan &scan, const std::function<void()> &idle,
                std::vector<Candidate> &candidates) {
     std::vector<bool> matched; // by entry
     std::size_t count = 0;
@@ -106,12 +106,12 @@ void findTwins(const EntryPaths &entries, const Scan &scan, const std::function<
             return;
         if (byHash.empty())
             for (Candidate &candidate : candidates)
-                byHash.emplace(hashWithoutCase(candidate.path), &candidate);
+                byHash.emplace(hashWithoutCase(scan.pathOf(candidate)), &candidate);
         const auto [begin, end] = byHash.equal_range(hashWithoutCase(path));
         for (auto found = begin; found != end; ++found)
-            if (platform::foldCase(found->second->path) == platform::foldCase(path) &&
+            if (platform::foldCase(scan.pathOf(*found->second)) == platform::foldCase(path) &&
                 !scan.hasFile(path))
-                found->second->addTwin(entry);
+                scan.makeExtras(*found->second).twins.push_back(entry);
     });
 }
 
@@ -120,7 +120,7 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
                 std::vector<Candidate> &candidates) {
     std::unordered_set<std::string_view> holding{std::string_view()};
     for (const auto &candidate : candidates) {
-        std::string_view folder = folderOf(candidate.path);
+        std::string_view folder = folderOf(scan.pathOf(candidate));
         while (holding.insert(folder).second)
             folder = folderOf(folder);
     }
@@ -132,11 +132,11 @@ void addFolders(Selection &selection, Scan &scan, Matcher &matcher,
             continue;
         Candidate candidate;
         candidate.file = static_cast<std::uint32_t>(i);
-        candidate.folder = true;
-        candidate.path = scan.addText(path, "/");
-        candidate.entry = matcher.entryFor(candidate.path);
-        if (candidate.entry != kNoEntry || acceptsNewName(candidate.path, scan))
-            candidates.push_back(std::move(candidate));
+        candidate.folder = 1;
+        const std::string &own = scan.makeExtras(candidate).path = std::string(path) + '/';
+        candidate.entry = matcher.entryFor(own);
+        if (candidate.entry != kNoEntry || acceptsNewName(own, scan))
+            candidates.push_back(candidate);
     }
 }
 
@@ -177,14 +177,16 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
             continue;
         Candidate candidate;
         candidate.file = static_cast<std::uint32_t>(i);
-        candidate.path = options.junkFolders ? scan.addText(storedPath(options, file)) : file.path;
-        candidate.entry = matcher.entryFor(candidate.path);
-        if (options.junkFolders && !seen.insert(candidate.path).second) {
+        const std::string_view path = storedPath(options, file);
+        if (path != file.path)
+            scan.makeExtras(candidate).path = path;
+        candidate.entry = matcher.entryFor(path);
+        if (options.junkFolders && !seen.insert(path).second) {
             return {Failure::CannotOpen,
                     refusal(file.path, "without its folder another file has the same name")};
         }
-        if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(candidate.path, scan)))
-            candidates.push_back(std::move(candidate));
+        if (candidate.entry != kNoEntry || (options.addNew && acceptsNewName(path, scan)))
+            candidates.push_back(candidate);
     }
     if (!options.junkFolders)
         findTwins(entries, scan, idle, candidates);
@@ -193,15 +195,17 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
     return {};
 }
 
-void markObstructed(const EntryPaths &entries, const std::function<void()> &idle,
+void markObstructed(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
                     std::vector<Candidate> &candidates) {
     std::unordered_map<std::string_view, Candidate *> added;
     for (Candidate &candidate : candidates) {
         if (entries.empty() || candidate.entry != kNoEntry || candidate.folder)
             continue;
-        added.emplace(candidate.path, &candidate);
-        for (auto folder = folderOf(candidate.path); !folder.empty(); folder = folderOf(folder))
-            candidate.obstructed = candidate.obstructed || entries.find(folder) != kNoEntry;
+        const std::string_view path = scan.pathOf(candidate);
+        added.emplace(path, &candidate);
+        for (auto folder = folderOf(path); !folder.empty(); folder = folderOf(folder))
+            if (entries.find(folder) != kNoEntry)
+                candidate.obstructed = 1;
         idle();
     }
     if (added.empty())
@@ -210,7 +214,7 @@ void markObstructed(const EntryPaths &entries, const std::function<void()> &idle
         idle();
         for (auto folder = folderOf(path); !folder.empty(); folder = folderOf(folder))
             if (const auto found = added.find(folder); found != added.end())
-                found->second->obstructed = true;
+                found->second->obstructed = 1;
     });
 }
 

@@ -39,7 +39,7 @@ Status findCandidates(const PackOptions &options, Selection &selection, Scan &sc
                       std::vector<Candidate> &candidates);
 
 // Marks the candidates that are obstructed. Calls `idle` often.
-void markObstructed(const EntryPaths &entries, const std::function<void()> &idle,
+void markObstructed(const EntryPaths &entries, const Scan &scan, const std::function<void()> &idle,
                     std::vector<Candidate> &candidates);
 
 } // namespace ziplib

@@ -4,9 +4,13 @@
 #include "storage/threadPool.h"
 #include "ziplib/common/backgroundTask.h"
 #include "ziplib/common/returnCode.h"
+#include "ziplib/format/directory.h"
+#include "ziplib/vl2zip/select/base.h"
+#include "ziplib/vl2zip/select/entryPaths.h"
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <utility>
 
 namespace ziplib {
@@ -22,8 +26,7 @@ constexpr std::size_t kItemsAtOnce = 256; // of a folder, between two calls of `
 
 // The direct contents of one folder.
 struct Contents {
-    Scan found;                 // `files` are those whose information is known
-    std::vector<TextRef> files; // the others
+    Scan found;
     Status status;
 
     Status list(const std::string &root, const std::string &path, bool recurse,
@@ -37,18 +40,17 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
                       TextRef path) {
     if (item.kind == Kind::Folder) {
         if (recurse) {
-            FoundFile inner;
+            FoundFile &inner = found.folders.emplace_back();
             platform::FileInfo info;
             // If it was deleted, listing it fails.
             if (folder.info(item.name, info).ok())
-                inner.setInfo(info);
+                inner.setRead(info);
             inner.path = path;
-            found.folders.push_back(inner);
         }
         return {};
     }
     if (item.kind == Kind::File) {
-        files.push_back(path);
+        found.names.push_back(path);
         return {};
     }
     platform::FileInfo info;
@@ -65,10 +67,9 @@ Status Contents::take(const Folder &folder, const platform::FolderItem &item, bo
         found.leftOut.push_back(std::string(path) + ": neither a file nor a folder, not packed");
         return {};
     }
-    FoundFile file;
+    FoundFile &file = found.files.emplace_back();
     file.path = path;
-    file.setInfo(info);
-    found.files.push_back(file);
+    file.setRead(info);
     return {};
 }
 
@@ -114,6 +115,35 @@ void append(std::vector<T> &all, std::vector<T> &more) {
 
 } // namespace
 
+platform::FileInfo FileVersion::info() const {
+    platform::FileInfo info;
+    info.size = size;
+    info.device = device;
+    info.id = id;
+    info.modified = modified;
+    info.changed = changed;
+    return info;
+}
+
+FileVersion FoundFile::version(const Base *base) const {
+    if (m_base == kNoVersion)
+        return m_read ? *m_read : FileVersion();
+    const BaseVersion known = *base->find(m_base);
+    return {known.size, known.device, known.id, known.modified, known.changed, known.crc};
+}
+
+void FoundFile::setRead(const platform::FileInfo &info) {
+    if (!m_read)
+        m_read = std::make_unique<FileVersion>();
+    *m_read = {info.size, info.device, info.id, info.modified, info.changed, 0};
+    m_base = kNoVersion;
+}
+
+void FoundFile::setAsInBase(std::uint32_t version) {
+    m_base = version;
+    m_read.reset();
+}
+
 bool Scan::hasFile(std::string_view path) const {
     const auto found = std::lower_bound(
         files.begin(), files.end(), path,
@@ -121,16 +151,66 @@ bool Scan::hasFile(std::string_view path) const {
     return found != files.end() && found->path == path;
 }
 
-TextRef Scan::addText(std::string_view first, std::string_view second) {
-    texts.push_back(
-        std::make_unique<char[]>(std::size_t{TextRef::kHead} + first.size() + second.size()));
-    char *const at = texts.back().get();
-    TextRef::write(at, first, second);
-    return TextRef(at);
+const CandidateExtras &Scan::extrasOf(const Candidate &candidate) const {
+    static const CandidateExtras none;
+    return candidate.extras == 0 ? none : *extras[candidate.extras - 1];
+}
+
+CandidateExtras &Scan::makeExtras(Candidate &candidate) {
+    if (candidate.extras == 0) {
+        if (extras.size() >= Candidate::kMostExtras)
+            throw std::bad_alloc();
+        extras.push_back(std::make_unique<CandidateExtras>());
+        candidate.extras = static_cast<std::uint32_t>(extras.size()) & Candidate::kMostExtras;
+    }
+    return *extras[candidate.extras - 1];
+}
+
+void Scan::shareNames(const Directory &directory, const EntryPaths &entries) {
+    if (entries.empty())
+        return;
+    std::vector<TextRef *> others;
+    for (FoundFile &folder : folders)
+        others.push_back(&folder.path);
+    for (FoundFile &file : files)
+        others.push_back(&file.path);
+    for (TextRef &name : names) {
+        const std::uint32_t number = entries.find(name);
+        const Entry entry = number == kNoEntry ? Entry() : directory.entries()[number];
+        if (number != kNoEntry && directory.rawName(entry) == name)
+            name = TextRef(directory.record(entry).data());
+        else
+            others.push_back(&name);
+    }
+    std::size_t size = 0;
+    for (const TextRef *other : others)
+        size += TextRef::kHead + std::string_view(*other).size();
+    auto left = std::make_unique<char[]>(size + 1);
+    char *at = left.get();
+    for (TextRef *other : others) {
+        const TextRef moved(at);
+        at = TextRef::write(at, *other);
+        *other = moved;
+    }
+    texts.clear();
+    texts.push_back(std::move(left));
+}
+
+void Scan::sort() {
+    // At once, not by growth, which would leave holes of the same size in memory.
+    files.reserve(files.size() + names.size());
+    for (const TextRef path : names)
+        files.emplace_back().path = path;
+    names = {};
+    const auto byPath = [](const FoundFile &a, const FoundFile &b) {
+        return std::string_view(a.path) < std::string_view(b.path);
+    };
+    std::sort(files.begin(), files.end(), byPath);
+    std::sort(folders.begin(), folders.end(), byPath);
 }
 
 // Works level by level, with one thread for each folder.
-Status scanFolder(const std::string &root, bool recurse, Scan &scan,
+Status listFolder(const std::string &root, bool recurse, Scan &scan,
                   const std::function<void()> &idle) {
     scan = {};
     Folder top;
@@ -143,7 +223,6 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan,
     }
     const auto listing = onThisThread(idle);
     std::vector<std::string> level{std::string()};
-    std::vector<TextRef> files;
     Status failed;
     while (!level.empty() && failed.ok()) {
         std::vector<Contents> contents(level.size());
@@ -156,7 +235,7 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan,
             failed = failed.ok() ? folder.status : failed;
             for (const auto &inner : folder.found.folders)
                 next.emplace_back(inner.path);
-            append(files, folder.files);
+            append(scan.names, folder.found.names);
             append(scan.files, folder.found.files);
             append(scan.folders, folder.found.folders);
             append(scan.leftOut, folder.found.leftOut);
@@ -176,16 +255,13 @@ Status scanFolder(const std::string &root, bool recurse, Scan &scan,
         platform::orderedParallelFor(work, platform::workerCount(), UINT64_MAX);
         level.swap(next);
     }
-    // At once, not by growth, which would leave holes of the same size in memory.
-    scan.files.reserve(scan.files.size() + files.size());
-    for (const TextRef path : files)
-        scan.files.emplace_back().path = path;
-    const auto byPath = [](const FoundFile &a, const FoundFile &b) {
-        return std::string_view(a.path) < std::string_view(b.path);
-    };
-    std::sort(scan.files.begin(), scan.files.end(), byPath);
-    std::sort(scan.folders.begin(), scan.folders.end(), byPath);
     return failed;
+}
+
+Status scanFolder(const std::string &root, bool recurse, Scan &scan) {
+    auto listed = listFolder(root, recurse, scan);
+    scan.sort();
+    return listed;
 }
 
 } // namespace ziplib

@@ -3,6 +3,7 @@
 #include "storage/storage.h"
 #include "ziplib/common/returnCode.h"
 #include "ziplib/vl2zip.h"
+#include "ziplib/vl2zip/select/candidate.h"
 #include "ziplib/vl2zip/select/textRef.h"
 
 #include <functional>
@@ -15,51 +16,56 @@
 // The contents of the folder that is packed.
 namespace ziplib {
 
+class Base;
+class Directory;
+class EntryPaths;
+
 // The coarsest step of the file times of a disk, in nanoseconds.
 inline constexpr std::int64_t kCoarsestTimeStep = 2'000'000'000;
 
-// In little memory, for hundreds of thousands of files.
-struct FoundFile {
-    TextRef path;           // below the root, UTF-8, "/" between folders; the scan owns the text
+// A version of a file, as it was read.
+struct FileVersion {
     std::uint64_t size = 0; // this and the following: see platform::FileInfo
     std::uint64_t device = 0;
     std::uint64_t id = 0;
     std::int64_t modified = 0;
     std::int64_t changed = 0;
-    std::uint32_t crc = 0;   // of its bytes, after a conversion of line ends
-    bool known : 1 = false;  // whether its version is known: size, identity and times
+    std::uint32_t crc = 0; // of its bytes, after a conversion of line ends
+
+    platform::FileInfo info() const;
+};
+
+// In little memory, for hundreds of thousands of files.
+class FoundFile {
+  public:
+    TextRef path;            // below the root, UTF-8, "/" between folders; the scan owns the text
     bool packed : 1 = false; // whether it holds nothing that the archive lacks
     // Whether a program had it open for writing when it was read: a later store through a memory
     // mapping may show in no time of the file.
     bool written : 1 = false;
     std::int16_t outcome = VL2ZIP_SAME; // of the save, if packed
 
-    // Its version, which must be known.
-    platform::FileInfo info() const {
-        platform::FileInfo info;
-        info.size = size;
-        info.device = device;
-        info.id = id;
-        info.modified = modified;
-        info.changed = changed;
-        return info;
-    }
-    void setInfo(const platform::FileInfo &info) {
-        size = info.size;
-        device = info.device;
-        id = info.id;
-        modified = info.modified;
-        changed = info.changed;
-        known = true;
-    }
+    bool isKnown() const { return m_read != nullptr || m_base != kNoVersion; }
+    // Zeros if it is not known. `base` may be null if the version was read.
+    FileVersion version(const Base *base) const;
+    void setRead(const platform::FileInfo &info);
+    void setCrc(std::uint32_t crc) { m_read->crc = crc; } // of what was read
+    // Its version is one of the base, by its number there.
+    void setAsInBase(std::uint32_t version);
+
+  private:
+    std::uint32_t m_base = kNoVersion;
+    std::unique_ptr<FileVersion> m_read;
 };
 
 struct Scan {
     std::vector<FoundFile> files;               // sorted by path; includes links to files
     std::vector<FoundFile> folders;             // sorted by path
+    std::vector<TextRef> names;                 // paths of files that are not in `files` yet
     std::vector<std::string> leftOut;           // messages about what cannot be packed
     std::vector<std::string> temporaries;       // files that a killed extraction left
-    std::vector<std::unique_ptr<char[]>> texts; // of the paths, most in one for each folder
+    std::vector<std::unique_ptr<char[]>> texts; // of the paths, one for each folder
+    std::vector<std::unique_ptr<CandidateExtras>> extras; // of the candidates
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
     std::optional<platform::FileInfo> began;
@@ -68,8 +74,19 @@ struct Scan {
     bool stampsWrites = false; // see platform::Folder; of the disk of `began`
 
     bool hasFile(std::string_view path) const;
-    // Keeps a text as long as the scan, in its two parts.
-    TextRef addText(std::string_view first, std::string_view second = {});
+    // The path of a candidate in the archive.
+    std::string_view pathOf(const Candidate &candidate) const {
+        const std::string &own = extrasOf(candidate).path;
+        return own.empty() ? files[candidate.file].path : std::string_view(own);
+    }
+    // Empty if there are none.
+    const CandidateExtras &extrasOf(const Candidate &candidate) const;
+    CandidateExtras &makeExtras(Candidate &candidate);
+    // Makes the paths that are names of entries refer to these, and frees their own texts. The
+    // directory must outlive the scan.
+    void shareNames(const Directory &directory, const EntryPaths &entries);
+    // Moves `names` to `files`, and sorts both lists.
+    void sort();
 
     // The time of `began` if any change since then shows in the times of a file with this
     // information, else INT64_MIN. A client of a file server may invent a time of the last change
@@ -100,8 +117,11 @@ struct Scan {
 // Lists the folder `root` ("" is the current one), and the folders below it if `recurse`. Links to
 // files count as files; links to folders are not followed; pipes and devices are not opened. Fails
 // if a folder cannot be read. Reads only the names of ordinary files. Calls `idle` between folders
-// and while it waits.
-Status scanFolder(
+// and while it waits. To be followed by sort().
+Status listFolder(
     const std::string &root, bool recurse, Scan &scan, const std::function<void()> &idle = [] {});
+
+// Lists a folder like listFolder(), and sorts what it found.
+Status scanFolder(const std::string &root, bool recurse, Scan &scan);
 
 } // namespace ziplib

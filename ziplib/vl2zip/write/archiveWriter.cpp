@@ -69,7 +69,7 @@ void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
         job.copyEnd = end;
-        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).size;
+        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).version(nullptr).size;
         job.streamed = size > kWholeLimit;
         // The file and its compressed data; a streamed file is not held in memory.
         job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
@@ -123,8 +123,8 @@ void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &pas
 // not keep it. No entry gains the mark: an unmarked text is extracted as it is.
 Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
     FoundFile &found = fileOf(job);
-    found.setInfo(job.packing.version);
-    found.crc = job.packing.crc;
+    found.setRead(job.packing.version);
+    found.setCrc(job.packing.crc);
     found.packed = true;
     found.written = file.isWritten();
     found.outcome = VL2ZIP_CHANGED;
@@ -162,7 +162,7 @@ Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string>
     job.written.offset = m_output->position() - m_directory.base();
     if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
         return written;
-    const std::string path(job.candidate->path);
+    const std::string path(m_scan->pathOf(*job.candidate));
     m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
     return m_report.processed(path) ? Status() : m_target.cancelled();
 }
@@ -183,7 +183,7 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     const std::uint64_t start = m_output->position();
     // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    job.written.zip64 = found.size >= (kZip64Sentinel - 64U) / factor;
+    job.written.zip64 = found.version(nullptr).size >= (kZip64Sentinel - 64U) / factor;
     if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
         return written;
     SourceFile file(m_options.root, std::string(found.path), lineEndsOf(m_options));
@@ -217,13 +217,14 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
         written.comment = m_directory.comment(old);
         written.flags = old.flags & kFlagUtf8;
     } else {
-        written.name = candidate.path;
-        written.flags = platform::isAscii(candidate.path) ? 0 : kFlagUtf8;
+        written.name = m_scan->pathOf(candidate);
+        written.flags = platform::isAscii(m_scan->pathOf(candidate)) ? 0 : kFlagUtf8;
     }
     if (encrypted)
         written.flags |= kFlagEncrypted;
-    const std::int64_t modified =
-        candidate.folder ? m_scan->folders[candidate.file].modified : job.packing.version.modified;
+    const std::int64_t modified = candidate.folder
+                                      ? m_scan->folders[candidate.file].version(nullptr).modified
+                                      : job.packing.version.modified;
     const std::uint32_t fields =
         m_options.utc ? toDosFieldsUtc(m_options.time.value_or(modified)) : toDosFields(modified);
     written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
