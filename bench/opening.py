@@ -53,8 +53,9 @@ def peak(number):
 
 def measure(title, command):
     start = time.monotonic()
+    # The archivers of GNOME and MATE start a service that would mount its file system in the home folder.
     session = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               start_new_session=True).pid
+                               env=dict(os.environ, GVFS_DISABLE_FUSE="1"), start_new_session=True).pid
     try:
         while not subprocess.run(["xdotool", "search", "--onlyvisible", "--name", title], check=False,
                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout:

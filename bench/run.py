@@ -110,15 +110,14 @@ def main():
     held = memory.hold()
     try:
         measure(environment, figures, options)
+        text = figures.text(machine(environment), datetime.date.today().isoformat(), options.large)
+        print(text)
+        if options.write:
+            with open(options.write, "w", encoding="utf-8") as file:
+                file.write(text + by_hand)
     finally:
         held.close()
         environment.clear()
-    text = figures.text(machine(environment), datetime.date.today().isoformat(), options.large)
-    print(text)
-    if options.write:
-        text += by_hand
-        with open(options.write, "w", encoding="utf-8") as file:
-            file.write(text)
     for miss in figures.misses:
         print("target missed: " + miss, file=sys.stderr)
     sys.exit(1 if figures.misses else 0)
