@@ -201,7 +201,7 @@ void Scan::sort() {
     files.reserve(files.size() + names.size());
     for (const TextRef path : names)
         files.emplace_back().path = path;
-    names = {};
+    names = std::vector<TextRef>(); // an empty list in braces would keep the memory
     const auto byPath = [](const FoundFile &a, const FoundFile &b) {
         return std::string_view(a.path) < std::string_view(b.path);
     };
