@@ -136,6 +136,7 @@ Status Build::write() {
     const auto packed = detector.toPack();
     if (packed.empty())
         return {Failure::NothingMatched, m_options.root + ": no file to pack"};
+    writer.reserve(packed.size());
     for (const std::size_t i : packed)
         writer.pack(m_candidates[i], 0, m_scan);
     return writer.write({});

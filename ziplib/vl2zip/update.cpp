@@ -196,8 +196,11 @@ Status Update::writeNew(const ChangeDetector &detector, const std::vector<std::s
         }
     }
     ArchiveWriter writer(m_options, m_target, m_directory, m_report);
-    for (const std::size_t i : packed)
+    writer.reserve(packed.size());
+    for (const std::size_t i : packed) {
         writer.pack(m_candidates[i], detector.comparisons()[i].attributes, m_scan);
+        m_report.tick();
+    }
     return writer.write(m_password);
 }
 

@@ -68,6 +68,7 @@ Status ArchiveWriter::findRenamed() {
 void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
+        m_report.tick();
         job.copyEnd = end;
         const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).version(nullptr).size;
         job.streamed = size > kWholeLimit;
@@ -78,9 +79,12 @@ void ArchiveWriter::orderJobs() {
             job.copyEnd = m_layout.segments()[segment].kept() ? end : segment;
         }
     }
-    std::stable_sort(m_jobs.begin(), m_jobs.end(), [](const WriteJob &a, const WriteJob &b) {
+    const auto isBefore = [](const WriteJob &a, const WriteJob &b) {
         return a.isNew() != b.isNew() ? b.isNew() : a.copyEnd < b.copyEnd;
-    });
+    };
+    // They usually are, and moving so many large objects would hold up the window.
+    if (!std::is_sorted(m_jobs.begin(), m_jobs.end(), isBefore))
+        std::stable_sort(m_jobs.begin(), m_jobs.end(), isBefore);
     for (std::size_t i = 0; i < m_jobs.size(); ++i)
         if (!m_jobs[i].isNew())
             m_replaced.push_back({m_jobs[i].candidate->entry, static_cast<std::uint32_t>(i)});
