@@ -28,7 +28,7 @@ class ArchiveWriter {
         : m_options(options), m_target(target), m_directory(directory), m_report(report),
           m_kept(directory.entries().size(), true) {}
 
-    // Makes room for as many files and folders. Calls of pack() take long without it, if they are many.
+    // Makes room for as many files and folders, without which many calls of pack() take long.
     void reserve(std::size_t count) { m_jobs.reserve(count); }
     // Adds a file with the given DOS attributes, or a folder, to what write() packs. Both it and
     // the scan, the same in each call, must outlive this; its file receives version and CRC of what
