@@ -48,8 +48,9 @@ class FoundFile {
     bool isKnown() const { return m_read != nullptr || m_base != kNoVersion; }
     // Zeros if it is not known. `base` may be null if the version was read.
     FileVersion version(const Base *base) const;
+    // Its version is this one, whose checksum is not known yet.
     void setRead(const platform::FileInfo &info);
-    void setCrc(std::uint32_t crc) { m_read->crc = crc; } // of what was read
+    void setCrc(std::uint32_t crc) { m_read->crc = crc; } // after setRead()
     // Its version is one of the base, by its number there.
     void setAsInBase(std::uint32_t version);
 
@@ -64,7 +65,7 @@ struct Scan {
     std::vector<TextRef> names;                 // paths of files that are not in `files` yet
     std::vector<std::string> leftOut;           // messages about what cannot be packed
     std::vector<std::string> temporaries;       // files that a killed extraction left
-    std::vector<std::unique_ptr<char[]>> texts; // of the paths, one for each folder
+    std::vector<std::unique_ptr<char[]>> texts; // of the paths, in large pieces
     std::vector<std::unique_ptr<CandidateExtras>> extras; // of the candidates
     // Of a file that was created in the folder before the scan, if possible. A file on the same
     // disk with an earlier `changed` gets another one by any later change.
@@ -79,8 +80,9 @@ struct Scan {
         const std::string &own = extrasOf(candidate).path;
         return own.empty() ? files[candidate.file].path : std::string_view(own);
     }
-    // Empty if there are none.
+    // The extras of a candidate; empty ones if it has none.
     const CandidateExtras &extrasOf(const Candidate &candidate) const;
+    // The same, to be filled in. Raises std::bad_alloc, also if there are more than kMostExtras.
     CandidateExtras &makeExtras(Candidate &candidate);
     // Makes the paths that are names of entries refer to these, and frees their own texts. The
     // directory must outlive the scan.
