@@ -112,8 +112,8 @@ std::size_t localHeaderSize(const std::uint8_t *header);
 
 // An entry for which records are written.
 struct WrittenEntry {
-    std::string name;    // as stored
-    std::string comment; // as stored
+    std::string_view name;    // as stored; whoever describes the entry owns both texts
+    std::string_view comment; // as stored
     std::uint16_t flags = 0;
     std::uint16_t method = kMethodStored;
     std::uint16_t dosTime = 0;

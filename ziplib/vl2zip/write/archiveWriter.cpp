@@ -62,6 +62,16 @@ Status ArchiveWriter::findRenamed() {
     return {};
 }
 
+// The bytes of its file before it is packed.
+std::uint64_t ArchiveWriter::sizeOf(const WriteJob &job) const {
+    return job.candidate->folder ? 0 : fileOf(job).version(nullptr).size;
+}
+
+// The bytes of memory for the file and its compressed data. A streamed file is not held in memory.
+std::uint64_t ArchiveWriter::costOf(const WriteJob &job) const {
+    return kOverhead + (job.streamed ? 0 : 2 * sizeOf(job));
+}
+
 // Orders the jobs so that a replaced entry is written at the position of the old one, which keeps
 // the order of entries. A new one is written after all others, and so is one whose old bytes are
 // kept because another entry overlaps them.
@@ -69,20 +79,18 @@ void ArchiveWriter::orderJobs() {
     const std::size_t end = m_layout.segments().size();
     for (WriteJob &job : m_jobs) {
         m_report.tick();
-        job.copyEnd = end;
-        const std::uint64_t size = job.candidate->folder ? 0 : fileOf(job).version(nullptr).size;
-        job.streamed = size > kWholeLimit;
-        // The file and its compressed data; a streamed file is not held in memory.
-        job.cost = kOverhead + (job.streamed ? 0 : 2 * size);
+        job.copyEnd = static_cast<std::uint32_t>(end);
+        job.streamed = sizeOf(job) > kWholeLimit;
         if (!job.isNew()) {
             const std::size_t segment = m_layout.segmentOf(job.candidate->entry);
-            job.copyEnd = m_layout.segments()[segment].kept() ? end : segment;
+            if (!m_layout.segments()[segment].kept())
+                job.copyEnd = static_cast<std::uint32_t>(segment);
         }
     }
     const auto isBefore = [](const WriteJob &a, const WriteJob &b) {
         return a.isNew() != b.isNew() ? b.isNew() : a.copyEnd < b.copyEnd;
     };
-    // They usually are, and moving so many large objects would hold up the window.
+    // They usually are, and moving so many objects would hold up the window.
     if (!std::is_sorted(m_jobs.begin(), m_jobs.end(), isBefore))
         std::stable_sort(m_jobs.begin(), m_jobs.end(), isBefore);
     for (std::size_t i = 0; i < m_jobs.size(); ++i)
@@ -93,6 +101,7 @@ void ArchiveWriter::orderJobs() {
 }
 
 Status ArchiveWriter::write(const std::optional<std::string> &password) {
+    m_encrypted = password.has_value();
     if (m_target.exists()) {
         if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
             return made;
@@ -116,26 +125,28 @@ void ArchiveWriter::packOne(WriteJob &job, const std::optional<std::string> &pas
                             const std::function<void()> &idle) const {
     if (job.candidate->folder || job.streamed)
         return;
-    SourceFile file(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
-    file.setIdle(idle);
-    job.status = packWhole(file, password, job.packing, job.data);
-    if (job.status.ok())
-        job.status = notePacked(file, job);
+    auto packed = std::make_unique<PackedFile>();
+    SourceFile source(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
+    source.setIdle(idle);
+    packed->status = packWhole(source, password, packed->packing, packed->data);
+    if (packed->status.ok())
+        packed->status = notePacked(source, job, *packed);
+    job.file = std::move(packed);
 }
 
 // Extractors that convert line ends rely on the text mark, so a file that is no longer text must
 // not keep it. No entry gains the mark: an unmarked text is extracted as it is.
-Status ArchiveWriter::notePacked(SourceFile &file, WriteJob &job) const {
+Status ArchiveWriter::notePacked(SourceFile &source, const WriteJob &job, PackedFile &file) const {
     FoundFile &found = fileOf(job);
-    found.setRead(job.packing.version);
-    found.setCrc(job.packing.crc);
+    found.setRead(file.packing.version);
+    found.setCrc(file.packing.crc);
     found.packed = true;
-    found.written = file.isWritten();
+    found.written = source.isWritten();
     found.outcome = VL2ZIP_CHANGED;
     if (job.isNew())
         found.outcome = job.candidate->base != kNoVersion ? VL2ZIP_RESTORED : VL2ZIP_ADDED;
     const bool marked = !job.isNew() && m_directory.entries()[job.candidate->entry].isMarkedText();
-    return marked ? file.judgeText(job.text) : Status();
+    return marked ? source.judgeText(file.text) : Status();
 }
 
 Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
@@ -143,7 +154,7 @@ Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
     const auto idle = onThisThread([this] { m_report.tick(); });
     platform::OrderedParallelFor work;
     work.count = m_jobs.size();
-    work.cost = [this](std::size_t i) { return m_jobs[i].cost; };
+    work.cost = [this](std::size_t i) { return costOf(m_jobs[i]); };
     if (m_scan != nullptr && !m_scan->isRemote)
         work.shortCost = kShortCost;
     work.work = [&](std::size_t i) { packOne(m_jobs[i], password, idle); };
@@ -157,62 +168,77 @@ Status ArchiveWriter::writeJobs(const std::optional<std::string> &password) {
 }
 
 Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string> &password) {
-    if (!job.status.ok())
-        return job.status;
+    const std::unique_ptr<PackedFile> whole = std::move(job.file);
+    if (whole && !whole->status.ok())
+        return whole->status;
     if (auto copied = copySegments(job.copyEnd); !copied.ok())
         return copied;
-    const bool encrypted = password && !job.candidate->folder;
-    job.written = describe(job, encrypted);
-    job.written.offset = m_output->position() - m_directory.base();
-    if (auto written = job.streamed ? writeStreamed(job, password) : writeWhole(job); !written.ok())
+    job.offset = m_output->position() - m_directory.base();
+    PackedFile other; // a folder or a streamed file
+    PackedFile &file = whole ? *whole : other;
+    if (auto written = job.streamed ? writeStreamed(job, password, file) : writeWhole(job, file);
+        !written.ok())
         return written;
     const std::string path(m_scan->pathOf(*job.candidate));
-    m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(job.packing));
+    m_report.report((job.isNew() ? "adding: " : "updating: ") + path + savedText(file.packing));
     return m_report.processed(path) ? Status() : m_target.cancelled();
 }
 
-Status ArchiveWriter::writeWhole(WriteJob &job) {
+Status ArchiveWriter::writeWhole(WriteJob &job, const PackedFile &file) {
+    note(job, file);
     std::string header;
-    appendLocal(header, job.written);
+    appendLocal(header, describe(job));
     if (auto written = m_output->append(header); !written.ok())
         return written;
-    Bytes data;
-    data.swap(job.data);
-    return m_output->append(data.data(), data.size());
+    return m_output->append(file.data.data(), file.data.size());
 }
 
 // Reserves the space of the local header and writes it last, when CRC and sizes are known.
-Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password) {
-    const FoundFile &found = fileOf(job);
+Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::string> &password,
+                                    PackedFile &file) {
     const std::uint64_t start = m_output->position();
     // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    job.written.zip64 = found.version(nullptr).size >= (kZip64Sentinel - 64U) / factor;
-    if (auto written = m_output->append(std::string(job.written.localSize(), '\0')); !written.ok())
+    const bool zip64 = sizeOf(job) >= (kZip64Sentinel - 64U) / factor;
+    WrittenEntry entry = describe(job);
+    entry.zip64 = zip64;
+    if (auto written = m_output->append(std::string(entry.localSize(), '\0')); !written.ok())
         return written;
-    SourceFile file(m_options.root, std::string(found.path), lineEndsOf(m_options));
+    SourceFile source(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
     if (auto packed = packStreamed(
-            file, password, [this] { m_report.tick(); }, *m_output, job.packing);
+            source, password, [this] { m_report.tick(); }, *m_output, file.packing);
         !packed.ok())
         return packed;
-    if (auto noted = notePacked(file, job); !noted.ok())
+    if (auto noted = notePacked(source, job, file); !noted.ok())
         return noted;
-    const bool zip64 = job.written.zip64;
-    const std::uint64_t offset = job.written.offset;
-    job.written = describe(job, password.has_value());
-    job.written.zip64 = zip64;
-    job.written.offset = offset;
-    if (!zip64 && std::max(job.packing.compressedSize, job.packing.size) >= kZip64Sentinel)
+    if (!zip64 && std::max(file.packing.compressedSize, file.packing.size) >= kZip64Sentinel)
         return {Failure::CannotOpen,
-                std::string(found.path) + ": grew beyond 4 GiB while it was packed"};
+                std::string(fileOf(job).path) + ": grew beyond 4 GiB while it was packed"};
+    note(job, file);
+    entry = describe(job);
+    entry.zip64 = zip64;
     std::string header;
-    appendLocal(header, job.written);
+    appendLocal(header, entry);
     return m_output->patch(start, header);
+}
+
+// Keeps of a packed file what its records need.
+void ArchiveWriter::note(WriteJob &job, const PackedFile &file) const {
+    const std::int64_t modified =
+        job.candidate->folder ? m_scan->folders[job.candidate->file].version(nullptr).modified
+                              : file.packing.version.modified;
+    job.dosFields =
+        m_options.utc ? toDosFieldsUtc(m_options.time.value_or(modified)) : toDosFields(modified);
+    job.text = file.text;
+    job.method = file.packing.method;
+    job.crc = file.packing.crc;
+    job.compressedSize = file.packing.compressedSize;
+    job.size = file.packing.size;
 }
 
 // The fields of the entry's records. A replaced entry keeps its stored name, its comment and, if
 // the file is still text, its text mark.
-WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const {
+WrittenEntry ArchiveWriter::describe(const WriteJob &job) const {
     const Candidate &candidate = *job.candidate;
     WrittenEntry written;
     if (!job.isNew()) {
@@ -222,23 +248,19 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job, bool encrypted) const 
         written.flags = old.flags & kFlagUtf8;
     } else {
         written.name = m_scan->pathOf(candidate);
-        written.flags = platform::isAscii(m_scan->pathOf(candidate)) ? 0 : kFlagUtf8;
+        written.flags = platform::isAscii(written.name) ? 0 : kFlagUtf8;
     }
-    if (encrypted)
+    if (m_encrypted && !candidate.folder)
         written.flags |= kFlagEncrypted;
-    const std::int64_t modified = candidate.folder
-                                      ? m_scan->folders[candidate.file].version(nullptr).modified
-                                      : job.packing.version.modified;
-    const std::uint32_t fields =
-        m_options.utc ? toDosFieldsUtc(m_options.time.value_or(modified)) : toDosFields(modified);
-    written.dosDate = static_cast<std::uint16_t>(fields >> 16U);
-    written.dosTime = static_cast<std::uint16_t>(fields);
+    written.dosDate = static_cast<std::uint16_t>(job.dosFields >> 16U);
+    written.dosTime = static_cast<std::uint16_t>(job.dosFields);
     written.text = job.text;
     written.attributes = candidate.folder ? kExternalFolder : job.attributes;
-    written.method = job.packing.method;
-    written.crc = job.packing.crc;
-    written.compressedSize = job.packing.compressedSize;
-    written.size = job.packing.size;
+    written.method = job.method;
+    written.crc = job.crc;
+    written.compressedSize = job.compressedSize;
+    written.size = job.size;
+    written.offset = job.offset;
     return written;
 }
 
@@ -297,8 +319,8 @@ Status ArchiveWriter::writeDirectory() {
                                                   : std::string_view(renamed->second.record),
                        offset);
         } else if (job != kNoEntry && (i < entries.size() || m_jobs[job].isNew())) {
-            offset = m_jobs[job].written.offset;
-            appendCentral(record, m_jobs[job].written);
+            offset = m_jobs[job].offset;
+            appendCentral(record, describe(m_jobs[job]));
         } else {
             continue; // deleted, or written instead of its old entry
         }

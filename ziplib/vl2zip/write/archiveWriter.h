@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,18 +44,29 @@ class ArchiveWriter {
     Status write(const std::optional<std::string> &password);
 
   private:
-    // An entry to write.
-    struct WriteJob {
-        const Candidate *candidate = nullptr;
-        std::uint8_t attributes = 0;
-        std::size_t copyEnd = 0; // segments before this one are copied first
-        bool streamed = false;
-        std::uint64_t cost = 0; // bytes of memory
+    // A packed file, until it is written.
+    struct PackedFile {
         Packing packing;
         bool text = false; // its old entry is marked as text, and it still is text
-        Bytes data;        // until it is written
+        Bytes data;
         Status status;
-        WrittenEntry written;
+    };
+
+    // An entry to write. In little memory, as a save may write hundreds of thousands.
+    struct WriteJob {
+        const Candidate *candidate = nullptr;
+        std::unique_ptr<PackedFile> file; // null for a folder, and for a streamed file
+        std::uint32_t copyEnd = 0;        // segments before this one are copied first
+        std::uint8_t attributes = 0;
+        bool streamed = false;
+        // Set once it is written: see WrittenEntry.
+        bool text = false;
+        std::uint16_t method = kMethodStored;
+        std::uint32_t dosFields = 0;
+        std::uint32_t crc = 0;
+        std::uint64_t compressedSize = 0;
+        std::uint64_t size = 0;
+        std::uint64_t offset = 0;
 
         bool isNew() const { return candidate->entry == kNoEntry; }
     };
@@ -69,21 +81,26 @@ class ArchiveWriter {
     void orderJobs();
     Status writeJobs(const std::optional<std::string> &password);
     Status writeEntry(WriteJob &job, const std::optional<std::string> &password);
-    Status writeWhole(WriteJob &job);
-    Status writeStreamed(WriteJob &job, const std::optional<std::string> &password);
+    Status writeWhole(WriteJob &job, const PackedFile &file);
+    Status writeStreamed(WriteJob &job, const std::optional<std::string> &password,
+                         PackedFile &file);
     Status copySegments(std::size_t end);
     Status writeDirectory();
-    WrittenEntry describe(const WriteJob &job, bool encrypted) const;
+    std::uint64_t sizeOf(const WriteJob &job) const;
+    std::uint64_t costOf(const WriteJob &job) const;
+    void note(WriteJob &job, const PackedFile &file) const;
+    WrittenEntry describe(const WriteJob &job) const;
     FoundFile &fileOf(const WriteJob &job) const { return m_scan->files[job.candidate->file]; }
     void packOne(WriteJob &job, const std::optional<std::string> &password,
                  const std::function<void()> &idle) const;
-    Status notePacked(SourceFile &file, WriteJob &job) const;
+    Status notePacked(SourceFile &source, const WriteJob &job, PackedFile &file) const;
 
     const PackOptions &m_options;
     ArchiveReplacement &m_target;
     const Directory &m_directory;
     Report &m_report;
     std::vector<bool> m_kept;
+    bool m_encrypted = false; // the new entries of files
     Scan *m_scan = nullptr;
     Layout m_layout;
     std::map<std::size_t, RenamedEntry> m_renamed;           // by entry
