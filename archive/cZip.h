@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -36,8 +37,9 @@ struct ZipResult {
     // Paths in the archive, with "/" separators, of newly packed files that are leftovers of an
     // editor or the system by their names. Empty at message level 1.
     QStringList leftovers;
-    // The files that did not end as Outcome::Same, by path.
-    std::vector<SavedFile> saved;
+    // The files that did not end as Outcome::Same, by path. A deque, as they may be hundreds of
+    // thousands, which a vector would copy while it grows.
+    std::deque<SavedFile> saved;
     // The archive's versions of the entries that were changed in the archive and in the folder.
     // Nothing was saved then.
     std::vector<EntryVersion> conflicts;

@@ -5,8 +5,9 @@
 #include <cstdint>
 #include <functional>
 
-// Called from every callback of the companion libraries, at least every 50 ms during a call, so
-// that the program can repaint its windows. Exceptions that it throws are discarded.
+// Called from every callback of the companion libraries, at least every 50 ms during a call, and
+// by loops over all entries of a record, so that the program can repaint its windows. Exceptions
+// that it throws are discarded.
 using IdleHandler = void (*)();
 
 // Null, the initial state, for none.

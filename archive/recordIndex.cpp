@@ -1,5 +1,7 @@
 #include "archive/recordIndex.h"
 
+#include "archive/libraryEvents.h"
+
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -37,6 +39,8 @@ void RecordIndex::build() {
         if (entry.number() % kStep == 0)
             m_marks.push_back(entry);
         m_keys.push_back(keyOf(entry->path) | entry.number());
+        if ((entry.number() & 0x3FU) == 0)
+            callIdleHandler();
     }
     std::sort(m_keys.begin(), m_keys.end());
     m_isBuilt = true;

@@ -1,5 +1,6 @@
 #include "archive/workRecord.h"
 
+#include "archive/libraryEvents.h"
 #include "archive/recordFile.h"
 #include "archive/recordIndex.h"
 #include "platform/error.h"
@@ -58,14 +59,31 @@ const RecordEntries &WorkRecord::entries() const {
     return m_entries;
 }
 
-void WorkRecord::put(Entry entry) {
+// Decides `timesTell`.
+WorkRecord::Entry WorkRecord::judged(Entry entry) const {
     // A write sets both times of a file to the disk's current one, so a file with an earlier
     // `modified` was not written to since it got this `changed`.
     const bool known = entry.written && entry.file.device == m_device;
     entry.timesTell = known && platform::PackedFiles::timesProve(entry.file, m_began) &&
                       entry.file.modified < entry.file.changed;
     entry.file.plain = false; // not recorded
-    m_entries.append(entry);
+    return entry;
+}
+
+void WorkRecord::put(Entry entry) {
+    m_entries.append(judged(std::move(entry)));
+}
+
+void WorkRecord::replace(const std::function<const Entry *(const std::string &path)> &find) {
+    RecordEntries replaced;
+    replaced.reserve(entries().size());
+    for (const Entry &entry : entries()) {
+        const Entry *later = find(entry.path);
+        replaced.append(later == nullptr ? entry : judged(*later));
+        if ((replaced.size() & 0x3FU) == 0)
+            callIdleHandler();
+    }
+    m_entries = std::move(replaced);
 }
 
 void WorkRecord::merge() const {
@@ -88,6 +106,8 @@ void WorkRecord::merge() const {
                 merged.append(*index.at(last));
             else if (!isLater[last])
                 merged.append(*entry);
+            if ((entry.number() & 0x3FU) == 0)
+                callIdleHandler();
         }
         m_entries = std::move(merged);
     }

@@ -10,7 +10,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <string>
 #include <utility>
 
 // What is known about the files of one work folder: the archive that they come from, and for each
@@ -51,6 +53,9 @@ class WorkRecord {
     void reserve(std::size_t count) { m_entries.reserve(count); }
     // Adds an entry, in place of one with the same path. Decides `timesTell`.
     void put(Entry entry);
+    // Replaces each entry for whose path `find` returns another one of that path, not null. Calls
+    // the idle handler.
+    void replace(const std::function<const Entry *(const std::string &path)> &find);
 
     // The files in the versions that the archive held: `hold` of the result tells whether a file of
     // the work folder is one of these. A version that the user has made is one only if the archive
@@ -82,6 +87,7 @@ class WorkRecord {
   private:
     WorkRecord() = default;
 
+    Entry judged(Entry entry) const;
     // Of entries with the same path, keeps the last one, in the place of the first.
     void merge() const;
 

@@ -11,8 +11,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -171,7 +174,7 @@ void frmMain::UpdateRecord() {
     if (platform::storedName(WorkFolder()).isEmpty())
         return; // deleted with its record
     WorkRecord::removeTemporaries(WorkFolders());
-    const std::vector<SavedFile> &saved = m_cZ->LastResult().saved;
+    const std::deque<SavedFile> &saved = m_cZ->LastResult().saved;
     const auto changesBase = [](const SavedFile &file) {
         return file.outcome != SavedFile::Outcome::Kept &&
                file.outcome != SavedFile::Outcome::Removed;
@@ -183,8 +186,25 @@ void frmMain::UpdateRecord() {
     if (!record || !archive || !std::any_of(saved.begin(), saved.end(), changesBase))
         return;
     record->setArchive(*archive);
+    std::vector<const SavedFile *> later;
     for (const SavedFile &file : saved)
         if (changesBase(file))
-            record->put(file);
+            later.push_back(&file);
+    const auto isBefore = [](const SavedFile *a, const SavedFile *b) { return a->path < b->path; };
+    if (!std::is_sorted(later.begin(), later.end(), isBefore)) // they usually are
+        std::sort(later.begin(), later.end(), isBefore);
+    std::vector<bool> isRecorded(later.size());
+    record->replace([&](const std::string &path) -> const WorkRecord::Entry * {
+        const auto file = std::lower_bound(
+            later.begin(), later.end(), path,
+            [](const SavedFile *one, const std::string &wanted) { return one->path < wanted; });
+        if (file == later.end() || (*file)->path != path)
+            return nullptr;
+        isRecorded[static_cast<std::size_t>(file - later.begin())] = true;
+        return *file;
+    });
+    for (std::size_t i = 0; i < later.size(); ++i)
+        if (!isRecorded[i])
+            record->put(*later[i]);
     static_cast<void>(record->write(WorkFolders(), WorkFolderName()));
 }

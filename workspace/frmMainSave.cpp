@@ -14,7 +14,7 @@
 #include <QSet>
 
 #include <algorithm>
-#include <initializer_list>
+#include <map>
 #include <utility>
 
 namespace {
@@ -73,22 +73,20 @@ void frmMain::cmdSaveChanges_Click() {
 QString frmMain::SaveNote() const {
     using Outcome = SavedFile::Outcome;
     const ZipResult &result = m_cZ->LastResult();
-    const auto withOutcome = [&](std::initializer_list<Outcome> outcomes) {
-        QStringList paths;
-        for (const SavedFile &file : result.saved)
-            if (std::find(outcomes.begin(), outcomes.end(), file.outcome) != outcomes.end())
-                paths.append(QString::fromStdString(file.path));
-        return paths;
-    };
-    QStringList lines(ChangesNote(withOutcome({Outcome::Changed}),
-                                  withOutcome({Outcome::Added, Outcome::Restored})));
+    std::map<Outcome, NamedFiles> files;
+    NamedFiles added;
+    for (const SavedFile &file : result.saved) {
+        files[file.outcome].add(file.path);
+        if (file.outcome == Outcome::Added || file.outcome == Outcome::Restored)
+            added.add(file.path);
+    }
+    QStringList lines(ChangesNote(files[Outcome::Changed], added));
     if (lines.first().isEmpty())
         lines.first() = result.partly() ? "No other file was changed."
                                         : "Nothing was changed, and the archive was left alone.";
     const auto add = [&](const char *what, Outcome outcome) {
-        const QStringList paths = withOutcome({outcome});
-        if (!paths.isEmpty())
-            lines.append(what + ShortList(paths));
+        if (files[outcome].count() > 0)
+            lines.append(what + ShortList(files[outcome]));
     };
     add("Removed from the archive since the extraction, and added again: ", Outcome::Restored);
     add("Newer in the archive, and left so: ", Outcome::Kept);

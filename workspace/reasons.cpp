@@ -9,6 +9,8 @@ using ziplib::ReturnCode;
 
 namespace {
 
+constexpr qsizetype kMostNames = 10;
+
 struct Meaning {
     ReturnCode code;
     const char *text;
@@ -63,25 +65,41 @@ QString RecordNote(const QString &reason) {
         .arg(reason);
 }
 
-QString ShortList(const QStringList &names) {
-    constexpr qsizetype kMaxNames = 10;
-    QString list = names.mid(0, kMaxNames).join(", ");
-    if (names.size() > kMaxNames)
-        list += QStringLiteral(" and %1 more").arg(names.size() - kMaxNames);
+NamedFiles::NamedFiles(const QStringList &names)
+    : m_first(names.mid(0, kMostNames)), m_count(names.size()) {}
+
+void NamedFiles::add(const std::string &name) {
+    ++m_count;
+    if (m_first.size() < kMostNames)
+        m_first.append(QString::fromStdString(name));
+}
+
+NamedFiles &NamedFiles::operator+=(const NamedFiles &more) {
+    m_count += more.m_count;
+    m_first.append(more.m_first.mid(0, kMostNames - m_first.size()));
+    return *this;
+}
+
+QString ShortList(const NamedFiles &files) {
+    QString list = files.first().join(", ");
+    if (files.count() > files.first().size())
+        list += QStringLiteral(" and %1 more").arg(files.count() - files.first().size());
     return list;
 }
 
-QString ChangesNote(const QStringList &changed, const QStringList &added) {
+QString ChangesNote(const NamedFiles &changed, const NamedFiles &added) {
     const auto files = [](qsizetype count) {
         return QStringLiteral("%1 file%2 ").arg(count).arg(count == 1 ? "" : "s");
     };
     QString text;
-    if (!changed.isEmpty())
-        text = files(changed.size()) + "changed";
-    if (!added.isEmpty())
-        text += text.isEmpty() ? files(added.size()) + "added"
-                               : QStringLiteral(", %1 added").arg(added.size());
-    return text.isEmpty() ? text : text + ": " + ShortList(changed + added);
+    if (changed.count() > 0)
+        text = files(changed.count()) + "changed";
+    if (added.count() > 0)
+        text += text.isEmpty() ? files(added.count()) + "added"
+                               : QStringLiteral(", %1 added").arg(added.count());
+    NamedFiles both = changed;
+    both += added;
+    return text.isEmpty() ? text : text + ": " + ShortList(both);
 }
 
 QString StayedNote(const QStringList &paths) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <string>
 
 // The reason for a return code of the companion libraries other than 0, as the end of a sentence
 // such as "... was not saved: ". Prefers the library's message, if there is one, to the general
@@ -14,8 +15,25 @@ QString Reason(std::int32_t code, const QString &message);
 // The description of a caught error.
 QString Reason(const std::exception &error);
 
+// The files that a note is about: how many, and the first ten, which it names.
+class NamedFiles {
+  public:
+    NamedFiles() = default;
+    NamedFiles(const QStringList &names); // NOLINT(google-explicit-constructor): a list is one
+
+    // `name` is UTF-8.
+    void add(const std::string &name);
+    NamedFiles &operator+=(const NamedFiles &more);
+    qsizetype count() const { return m_count; }
+    const QStringList &first() const { return m_first; }
+
+  private:
+    QStringList m_first;
+    qsizetype m_count = 0;
+};
+
 // The first ten names, separated by commas, and the number of the others.
-QString ShortList(const QStringList &names);
+QString ShortList(const NamedFiles &files);
 
 // The note about an archive that has a defect but is complete.
 QString OddArchiveNote(const QString &reason);
@@ -24,7 +42,7 @@ QString OddArchiveNote(const QString &reason);
 QString RecordNote(const QString &reason);
 
 // What was changed: "2 files changed, 1 added: a.cs, b.cs, c.cs"; "" if nothing.
-QString ChangesNote(const QStringList &changed, const QStringList &added);
+QString ChangesNote(const NamedFiles &changed, const NamedFiles &added);
 
 // The note about files that a save has left in the work folder; "" for none.
 QString StayedNote(const QStringList &paths);

@@ -157,7 +157,7 @@ TEST_F(mZipTest, PackedFilesAreKnownAfterACallThatEndsWell) {
         const auto packed = zip.TakePacked();
         ASSERT_EQ(packed.has_value(), code != 1) << code;
         EXPECT_FALSE(zip.TakePacked().has_value());
-        const std::vector<SavedFile> &saved = zip.LastResult().saved;
+        const std::deque<SavedFile> &saved = zip.LastResult().saved;
         EXPECT_TRUE(saved.size() == 1 && saved[0].outcome == SavedFile::Outcome::Added &&
                     saved[0].path == file.path && sameFile(saved[0].file, seen));
         if (!packed)

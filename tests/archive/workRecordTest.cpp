@@ -117,6 +117,9 @@ TEST_F(WorkRecordTest, keeps_the_last_entry_of_a_path_in_the_place_of_the_first)
     };
     EXPECT_EQ(textOf(*read), "0.png=0w 1.png=201w 2.png=2w 3.png=103w 4.png=4w new=7w ");
     EXPECT_EQ(textOf(made), "0.png=0w 1.png=201w 2.png=2w 3.png=103w 4.png=4w new=8w ");
+    const WorkRecord::Entry later = entry(pathOf(2), 302);
+    made.replace([&](const std::string &path) { return path == later.path ? &later : nullptr; });
+    EXPECT_EQ(textOf(made), "0.png=0w 1.png=201w 2.png=302w 3.png=103w 4.png=4w new=8w ");
 }
 
 TEST_F(WorkRecordTest, of_version_2_is_read_and_tells_what_a_save_has_put_into_it) {
