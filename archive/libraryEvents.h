@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 
@@ -15,6 +16,12 @@ void setIdleHandler(IdleHandler handler);
 
 // Calls the handler, if one is set.
 void callIdleHandler() noexcept;
+// The same for a loop that has taken `count` steps: once in 4,096 steps, so that a short loop does
+// not call it.
+inline void callIdleHandler(std::size_t count) noexcept {
+    if ((count & 0xFFFU) == 0xFFFU)
+        callIdleHandler();
+}
 
 // Base class of cUnzip and cZip: the events that both raise, and the callbacks that raise them.
 class LibraryEvents {

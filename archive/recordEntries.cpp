@@ -1,5 +1,7 @@
 #include "archive/recordEntries.h"
 
+#include "archive/libraryEvents.h"
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -124,6 +126,7 @@ bool RecordEntries::load(std::string bytes, std::uint64_t count, unsigned char v
             append(entry);
         else if (entry.written)
             m_file = entry.file;
+        callIdleHandler(read);
     }
     if (in.failed() || !in.atEnd())
         return false;

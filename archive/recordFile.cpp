@@ -1,11 +1,13 @@
 #include "archive/recordFile.h"
 
+#include "archive/libraryEvents.h"
 #include "platform/error.h"
 #include "platform/files.h"
 #include "storage/recordBytes.h"
 
 #include <libdeflate.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -37,6 +39,20 @@ constexpr std::size_t kHeadStart = kSizeStart + kSizeBytes;
 // Far more than any path needs, and less than a damaged size could make the program allocate.
 constexpr std::uint64_t kLargestHead = 1U << 20U;
 constexpr std::uint64_t kLargestRecord = 1U << 30U;
+
+// Passes offset and size of each piece of so many bytes to `use` until it returns false, and calls
+// the idle handler between pieces. False if `use` returned it.
+template<typename Use>
+bool forEachPiece(std::size_t size, Use use) {
+    constexpr std::size_t kPiece = 1U << 20U;
+    for (std::size_t at = 0; at < size; at += kPiece) {
+        if (at > 0)
+            callIdleHandler();
+        if (!use(at, std::min(size - at, kPiece)))
+            return false;
+    }
+    return true;
+}
 
 // Of `bytes`, after those that have the CRC-32 `before`.
 std::uint32_t crcOf(std::string_view bytes, std::uint32_t before = 0) {
@@ -79,8 +95,8 @@ bool RecordFile::open(const QString &folders, const QString &name) {
 
 bool RecordFile::readLastHead() {
     m_bytes.clear();
-    std::string size(kSizeBytes, '\0');
-    if (m_size < kSizeBytes || !readAt(m_size - kSizeBytes, size))
+    std::string size;
+    if (m_size < kSizeBytes || !read(m_size - kSizeBytes, kSizeBytes, size))
         return false;
     const std::uint64_t length = RecordReader(size).fixed(kSizeBytes);
     if (length > m_size - kSizeBytes)
@@ -131,9 +147,10 @@ bool RecordFile::readEntries(RecordEntries &entries) {
         return false;
     const std::string tail = lastHead(m_bytes);
     const std::uint64_t end = m_size - tail.size() - kCrcBytes;
-    std::string bytes(static_cast<std::size_t>(end) - start, '\0');
-    std::string rest(kCrcBytes + tail.size(), '\0');
-    if (!readAt(start, bytes) || !readAt(end, rest) || rest.substr(kCrcBytes) != tail ||
+    std::string bytes;
+    std::string rest;
+    if (!read(start, end - start, bytes) || !read(end, kCrcBytes + tail.size(), rest) ||
+        rest.substr(kCrcBytes) != tail ||
         RecordReader(rest).fixed(kCrcBytes) != crcOf(bytes, crcOf(m_bytes)))
         return false;
     return entries.load(std::move(bytes), m_count, m_version);
@@ -171,21 +188,25 @@ Status RecordFile::write(platform::NewFile &file, const Head &head, const Record
 
     Status status;
     for (const std::string *bytes : {&start.bytes(), &entries.bytes(), &end.bytes()})
-        if (status.ok())
-            status = file.write(bytes->data(), bytes->size());
+        if (!forEachPiece(bytes->size(), [&](std::size_t at, std::size_t size) {
+                status = file.write(bytes->data() + at, size);
+                return status.ok();
+            }))
+            break;
     return status;
 }
 
-bool RecordFile::readAt(std::uint64_t offset, std::string &bytes, std::size_t from) const {
-    const std::size_t size = bytes.size() - from;
-    std::size_t got = 0;
-    return m_file.readAt(offset, bytes.data() + from, size, got).ok() && got == size;
+bool RecordFile::read(std::uint64_t offset, std::uint64_t size, std::string &bytes) const {
+    const std::size_t start = bytes.size();
+    bytes.reserve(start + static_cast<std::size_t>(size));
+    return forEachPiece(static_cast<std::size_t>(size), [&](std::size_t at, std::size_t part) {
+        bytes.resize(start + at + part);
+        std::size_t got = 0;
+        return m_file.readAt(offset + at, bytes.data() + start + at, part, got).ok() && got == part;
+    });
 }
 
 bool RecordFile::readUpTo(std::uint64_t end) {
     const std::size_t start = m_bytes.size();
-    if (end < start || end > m_size - m_start)
-        return false;
-    m_bytes.resize(static_cast<std::size_t>(end));
-    return readAt(m_start + start, m_bytes, start);
+    return end >= start && end <= m_size - m_start && read(m_start + start, end - start, m_bytes);
 }

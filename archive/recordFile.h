@@ -28,12 +28,13 @@ class RecordFile {
     };
     const Head &head() const { return m_head; }
 
-    // Writes a record's file.
+    // Writes a record's file. Calls the idle handler.
     static platform::Status write(platform::NewFile &file, const Head &head,
                                   const RecordEntries &entries);
 
   private:
-    bool readAt(std::uint64_t offset, std::string &bytes, std::size_t from = 0) const;
+    // Appends bytes of the file to `bytes`. Calls the idle handler.
+    bool read(std::uint64_t offset, std::uint64_t size, std::string &bytes) const;
     bool readUpTo(std::uint64_t end);
 
     platform::InputFile m_file;

@@ -39,8 +39,7 @@ void RecordIndex::build() {
         if (entry.number() % kStep == 0)
             m_marks.push_back(entry);
         m_keys.push_back(keyOf(entry->path) | entry.number());
-        if ((entry.number() & 0x3FU) == 0)
-            callIdleHandler();
+        callIdleHandler(entry.number());
     }
     std::sort(m_keys.begin(), m_keys.end());
     m_isBuilt = true;

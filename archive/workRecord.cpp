@@ -80,8 +80,7 @@ void WorkRecord::replace(const std::function<const Entry *(const std::string &pa
     for (const Entry &entry : entries()) {
         const Entry *later = find(entry.path);
         replaced.append(later == nullptr ? entry : judged(*later));
-        if ((replaced.size() & 0x3FU) == 0)
-            callIdleHandler();
+        callIdleHandler(replaced.size());
     }
     m_entries = std::move(replaced);
 }
@@ -106,8 +105,7 @@ void WorkRecord::merge() const {
                 merged.append(*index.at(last));
             else if (!isLater[last])
                 merged.append(*entry);
-            if ((entry.number() & 0x3FU) == 0)
-                callIdleHandler();
+            callIdleHandler(entry.number());
         }
         m_entries = std::move(merged);
     }
@@ -127,7 +125,9 @@ platform::PackedFiles WorkRecord::knownFiles(const EntryList *listing) const {
         return std::pair(path.substr(0, kListedBytes), crc);
     };
     std::multimap<std::pair<std::string, std::uint32_t>, Entry> edited;
+    std::size_t count = 0;
     for (const Entry &entry : entries()) {
+        callIdleHandler(++count);
         if (!entry.edited) {
             add(entry);
             continue;

@@ -51,17 +51,22 @@ class InputFilter : public QObject {
     }
 };
 
+// Whether this is the thread of the windows; false without a program.
+bool isWindowsThread() {
+    const QCoreApplication *program = QCoreApplication::instance();
+    return program != nullptr && QThread::currentThread() == program->thread();
+}
+
 template<typename Step>
 void withoutInput(Step step) {
-    QCoreApplication *program = QCoreApplication::instance();
     static bool inside = false;
-    if (inside || program == nullptr || QThread::currentThread() != program->thread())
+    if (!isWindowsThread() || inside)
         return;
     inside = true;
     InputFilter filter;
-    program->installEventFilter(&filter);
+    QCoreApplication::instance()->installEventFilter(&filter);
     step();
-    program->removeEventFilter(&filter);
+    QCoreApplication::instance()->removeEventFilter(&filter);
     inside = false;
 }
 
@@ -152,6 +157,8 @@ void setMousePointer(QWidget *, int value) {
 }
 
 void repaintPending() {
+    if (!isWindowsThread())
+        return; // the time belongs to that thread
     if (sinceRepaint.isValid() && sinceRepaint.elapsed() < kRepaintInterval)
         return;
     withoutInput([] { QCoreApplication::processEvents(); });

@@ -119,9 +119,12 @@ void frmMain::WriteRecord(const WorkRecord &prepared, const RecordEntries &extra
     }
     std::vector<WorkRecord::Entry> others;
     RecordIndex recorded(record.entries());
-    for (const WorkRecord::Entry &before : prepared.entries())
+    for (const WorkRecord::Entry &before : prepared.entries()) {
         if (recorded.find(before.path) == nullptr && FileOnDisk(folder, before).exists)
             others.push_back(before);
+        if ((++count & 0x3FU) == 0)
+            platform::repaintPending();
+    }
     for (WorkRecord::Entry &before : others)
         record.put(std::move(before));
     // After a failure, the prepared record tells what the archive held.
