@@ -187,12 +187,14 @@ Status RecordFile::write(platform::NewFile &file, const Head &head, const Record
     end.text(lastHead(start.bytes()));
 
     Status status;
-    for (const std::string *bytes : {&start.bytes(), &entries.bytes(), &end.bytes()})
-        if (!forEachPiece(bytes->size(), [&](std::size_t at, std::size_t size) {
-                status = file.write(bytes->data() + at, size);
-                return status.ok();
-            }))
+    for (const std::string *bytes : {&start.bytes(), &entries.bytes(), &end.bytes()}) {
+        const auto write = [&](std::size_t at, std::size_t size) {
+            status = file.write(bytes->data() + at, size);
+            return status.ok();
+        };
+        if (!forEachPiece(bytes->size(), write))
             break;
+    }
     return status;
 }
 
