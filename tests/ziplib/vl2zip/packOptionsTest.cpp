@@ -117,6 +117,20 @@ TEST_F(PackOptions, LineEndsOfTextFilesAreConvertedAndOfOthersNot) {
     }
 }
 
+TEST_F(PackOptions, AFileThatLineEndsMayTakeBeyond4GiBHasOneVersionInBothRecords) {
+    writeFile(work / "large.bin", "");
+    fs::resize_file(work / "large.bin", (1ULL << 31U) - 8);
+    auto pack = call();
+    pack.options.fLF_CRLF = 1;
+    const auto result = run(pack);
+    ASSERT_EQ(result.code, 0) << result.all();
+    const auto bytes = readFile(archive);
+    const auto central = bytes.find("PK\1\2");
+    ASSERT_NE(central, std::string::npos);
+    EXPECT_EQ(bytes.substr(4, 2), std::string("\x2D\0", 2)); // 4.5, as the sizes have 64 bits
+    EXPECT_EQ(bytes.substr(central + 6, 2), bytes.substr(4, 2));
+}
+
 TEST_F(PackOptions, EncryptedEntriesOpenWithThePasswordAndNoOther) {
     writeFile(work / "a.txt", std::string(5000, 'a'));
     writeFile(work / "noise.bin", noise(3000));

@@ -199,10 +199,9 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
     const std::uint64_t start = m_output->position();
     // The largest possible data is the stored file, whose size a line end conversion may double.
     const std::uint64_t factor = m_options.lfToCrlf ? 2 : 1;
-    const bool zip64 = sizeOf(job) >= (kZip64Sentinel - 64U) / factor;
-    WrittenEntry entry = describe(job);
-    entry.zip64 = zip64;
-    if (auto written = m_output->append(std::string(entry.localSize(), '\0')); !written.ok())
+    job.zip64 = sizeOf(job) >= (kZip64Sentinel - 64U) / factor;
+    if (auto written = m_output->append(std::string(describe(job).localSize(), '\0'));
+        !written.ok())
         return written;
     SourceFile source(m_options.root, std::string(fileOf(job).path), lineEndsOf(m_options));
     if (auto packed = packStreamed(
@@ -211,14 +210,12 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
         return packed;
     if (auto noted = notePacked(source, job, file); !noted.ok())
         return noted;
-    if (!zip64 && std::max(file.packing.compressedSize, file.packing.size) >= kZip64Sentinel)
+    if (!job.zip64 && std::max(file.packing.compressedSize, file.packing.size) >= kZip64Sentinel)
         return {Failure::CannotOpen,
                 std::string(fileOf(job).path) + ": grew beyond 4 GiB while it was packed"};
     note(job, file);
-    entry = describe(job);
-    entry.zip64 = zip64;
     std::string header;
-    appendLocal(header, entry);
+    appendLocal(header, describe(job));
     return m_output->patch(start, header);
 }
 
@@ -261,6 +258,7 @@ WrittenEntry ArchiveWriter::describe(const WriteJob &job) const {
     written.compressedSize = job.compressedSize;
     written.size = job.size;
     written.offset = job.offset;
+    written.zip64 = job.zip64;
     return written;
 }
 

@@ -61,6 +61,7 @@ class ArchiveWriter {
         bool streamed = false;
         // Set once it is written: see WrittenEntry.
         bool text = false;
+        bool zip64 = false;
         std::uint16_t method = kMethodStored;
         std::uint32_t dosFields = 0;
         std::uint32_t crc = 0;
