@@ -344,8 +344,12 @@ Status Update::run(bool &again) {
         },
         [this] { m_report.tick(); });
     std::vector<std::size_t> packed;
-    if (auto written = write(*detector, packed); !written.ok())
-        return written;
+    if (auto written = write(*detector, packed); !written.ok()) {
+        detector.reset(); // it may still read files
+        // A program that renames its temporary file takes it away before it is read.
+        const bool isChanged = written.is(Failure::CannotOpen) && checkFolder(again).ok() && again;
+        return isChanged ? Status() : written;
+    }
     // The folder may contain the archive itself.
     const auto &comparisons = detector->comparisons();
     if (std::all_of(comparisons.begin(), comparisons.end(), [](const Comparison &comparison) {
@@ -393,7 +397,8 @@ Status updateArchive(const PackOptions &options, Report &report) {
         if (!status.ok() || !again)
             return status;
         guess = guess && !update.guessedWrong();
-        changed = update.changed();
+        if (!update.guessedWrong()) // else nothing changed in this attempt
+            changed = update.changed();
     }
     return {Failure::CannotOpen,
             changed + ": another program keeps changing it while it is packed"};

@@ -127,6 +127,15 @@ TEST_F(PackFaults, AChangeDuringTheSaveIsInTheArchive) {
     }
 }
 
+TEST_F(PackFaults, AFileThatIsRenamedBeforeItIsReadIsPackedUnderItsNewName) {
+    writeFile(work / "b.txt", "old");
+    writeFile(work / "b.new", std::string(17U << 20U, 'n')); // is streamed, so it is read late
+    const auto result = runWhile([&] { moveTo(work / "b.new", work / "b.txt"); });
+    ASSERT_EQ(result.code, 0) << result.all();
+    EXPECT_EQ(names(archive), (Names{"a.txt", "b.txt"}));
+    EXPECT_EQ(content(archive, "b.txt").size(), 17U << 20U);
+}
+
 TEST_F(PackFaults, AWarningOfAnEarlierAttemptIsNotRepeated) {
     const auto result = runWhile([&] { writeFile(work / "late.txt", "now"); }, {"*", "late.txt"});
     EXPECT_EQ(result.code, 0) << result.all();
