@@ -126,7 +126,7 @@ Plan makePlan(const Directory &directory, const Request &request, NameFilter &fi
         }
         plan.items.push_back(item);
     }
-    // Neither of these calls back: each takes a tenth of a second for a million entries.
+    // Neither this nor the loop below calls back.
     keepGoing();
     paths.settle(plan.items, directory);
     keepGoing();
