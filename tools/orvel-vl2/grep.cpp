@@ -233,7 +233,7 @@ void addGrep(CLI::App &program, Request &request) {
     command->add_option("PATTERN", options->pattern, "A regular expression in PCRE2's syntax")
         ->required();
     command->add_option("ARCHIVE", options->archives,
-                        "The archives; none means those of the registered game");
+                        "The archives; none means those in GameData/base of the registered game");
     command->callback([options, &request] {
         request.run = [options, &request] { return grep(*options, request.json); };
     });

@@ -16,7 +16,7 @@ using vl2::Exit;
 
 constexpr char kExitCodes[] = R"(Exit codes:
   0  fine
-  1  findings or differences; nothing found; something was left out
+  1  findings or differences; nothing found; something could not be packed or extracted
   2  wrong use
   3  a bad archive
   4  an error of the system: a missing file, a full disk, a closed pipe, an interruption)";

@@ -128,7 +128,7 @@ std::string andOthers(std::size_t count) {
 
 void complainOmitted(const std::string &folder, const std::vector<std::string> &paths) {
     if (!paths.empty())
-        complain(folder + ": left out: " + paths[0] + andOthers(paths.size() - 1), "note");
+        complain(folder + ": omitted: " + paths[0] + andOthers(paths.size() - 1), "note");
 }
 
 void appendShown(std::string &out, std::string_view text, Tabs tabs) {
