@@ -6,13 +6,14 @@ packages_of() {
     case $1 in
     build)
         echo build-essential cmake ninja-build qt6-base-dev libdeflate-dev zlib1g-dev libcli11-dev \
-            nlohmann-json3-dev libpcre2-dev pkg-config libwayland-dev wayland-protocols
+            nlohmann-json3-dev libpcre2-dev pkg-config libwayland-dev wayland-protocols \
+            libgtest-dev libgmock-dev python3
         ;;
     test)
-        echo libgtest-dev libgmock-dev python3 "p7zip-full|7zip" libarchive-tools attr procps file \
+        echo "p7zip-full|7zip" libarchive-tools attr procps file \
             xdg-utils strace e2fsprogs faketime
         ;;
-    display) echo python3 xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
+    display) echo xvfb openbox xdotool x11-utils imagemagick fonts-dejavu-core dbus at-spi2-core \
             python3-gi gir1.2-atspi-2.0 libglib2.0-bin desktop-file-utils shared-mime-info mousepad pcmanfm ;;
     wayland) echo sway weston qt6-wayland ;;
     bench) echo ziptool ;;
