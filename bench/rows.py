@@ -6,9 +6,9 @@ import sys
 HEAD = """# Performance
 
 Orvel compared with other tools in one run on one machine: whole processes, alternating, warm cache,
-medians of {rounds} rounds after a warm-up. The ratios are the result; the times depend on this
-machine and its load. The range in parentheses is that of Orvel's own rounds. The column "Runs" gives
-the least and the greatest ratio of all runs that the next line dates.
+medians of {rounds} rounds after a warm-up, but one round for the window with 100,000 entries. The ratios are
+the result; the times depend on this machine and its load. The range in parentheses is that of Orvel's own
+rounds. The column "Runs" gives the least and the greatest ratio of all runs on the dates below.
 
 - Machine: {machine}
 - Dates: {dates}; the times are those of the last one
