@@ -40,15 +40,22 @@ constexpr QEvent::Type kInput[] = {QEvent::MouseButtonPress,
                                    QEvent::Drop,
                                    QEvent::Close};
 
-// Discards input in all windows of the program.
+// Discards input in all windows of the program, but not in a message box that is opened meanwhile,
+// as by a timer: nobody could close it.
 class InputFilter : public QObject {
   public:
     bool eventFilter(QObject *, QEvent *event) override {
         if (std::find(std::begin(kInput), std::end(kInput), event->type()) == std::end(kInput))
             return false;
+        const QWidget *box = QApplication::activeModalWidget();
+        if (box != nullptr && box != m_before)
+            return false;
         event->ignore();
         return true;
     }
+
+  private:
+    const QWidget *const m_before = QApplication::activeModalWidget();
 };
 
 // Whether this is the thread of the windows; false without a program.

@@ -14,11 +14,13 @@ TEST(forms, shows_the_box_of_a_style_and_gives_its_answer) {
         QMessageBox::Icon icon;
         int buttons;
         int answer;
+        bool inRepaint = false; // of a long operation, in which input to the windows is discarded
     } rows[] = {
         {16, Qt::Key_Escape, QMessageBox::Critical, 1, 1},
         {49, Qt::Key_Return, QMessageBox::Warning, 2, 1},
         {49, Qt::Key_Escape, QMessageBox::Warning, 2, 2},
         {64, Qt::Key_Return, QMessageBox::Information, 1, 1},
+        {49, Qt::Key_Escape, QMessageBox::Warning, 2, 2, true},
     };
     platform::prompts() = {};
     for (const auto &row : rows) {
@@ -30,7 +32,19 @@ TEST(forms, shows_the_box_of_a_style_and_gives_its_answer) {
             EXPECT_EQ(box->textFormat(), Qt::PlainText);
             EXPECT_EQ(box->buttons().size(), row.buttons);
             QTest::keyClick(box, row.key);
+            EXPECT_FALSE(box->isVisible());
+            if (box->isVisible())
+                box->done(-1);
         });
-        EXPECT_EQ(platform::MsgBox("<b>a & b.vl2</b>", row.style, "Orvel"), row.answer);
+        int answer = 0;
+        const auto ask = [&] { answer = platform::MsgBox("<b>a & b.vl2</b>", row.style, "Orvel"); };
+        if (row.inRepaint) {
+            QTest::qSleep(30); // the time between two repaints
+            QTimer::singleShot(0, ask);
+            platform::repaintPending();
+        } else {
+            ask();
+        }
+        EXPECT_EQ(answer, row.answer);
     }
 }
