@@ -263,10 +263,14 @@ void ChangedFiles::Look(const QString &folders, const QString &name,
     if (m_task != nullptr && (m_task->parent != folders || m_task->workFolder != name))
         Stop(nullptr);
     if (m_task == nullptr) {
-        m_task = std::make_unique<Task>();
-        m_task->parent = folders;
-        m_task->workFolder = name;
-        m_task->listing = listing();
+        auto listed = listing();
+        // That may repaint, and another look may have begun in it.
+        if (m_task == nullptr) {
+            m_task = std::make_unique<Task>();
+            m_task->parent = folders;
+            m_task->workFolder = name;
+            m_task->listing = std::move(listed);
+        }
     }
     start();
 }

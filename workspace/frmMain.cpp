@@ -174,8 +174,11 @@ void frmMain::changeEvent(QEvent *event) {
     QWidget::changeEvent(event);
     if (event->type() != QEvent::ActivationChange || !isActiveWindow() || !isEnabled())
         return;
-    MarkAllWork();
-    LookForChanges();
+    // No other archive is chosen in a repaint of these.
+    Guarded([this] {
+        MarkAllWork();
+        LookForChanges();
+    });
 }
 
 // The window cannot be closed during a long operation.

@@ -131,12 +131,12 @@ void frmMain::OpenSelectedArchive() {
 }
 
 void frmMain::ListArchive(const QString &path) {
+    DisableWindow(); // the next step repaints, and nothing may start a look then
     StopLooking();
     m_lines->SetEntries(nullptr);
     m_listing = nullptr;
     m_tree->Clear();
     platform::setMousePointer(this, 11);
-    DisableWindow();
     m_cUnzip->setZipFile(path);
     const auto archive = WorkRecord::archiveAt(path);
     m_listed = archive ? archive->seen : platform::FileInfo{};
