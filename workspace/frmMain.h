@@ -202,8 +202,9 @@ class frmMain : public QWidget {
     // Whether the work folder has a file for each entry. If not, and without a record, its files
     // may be those that came back after a clean-up.
     bool HoldsAllFiles() const;
-    // Notes in the record, if there is one, what the last save has packed, and where.
-    void UpdateRecord();
+    // Notes in the record, if there is one, what the last save has packed, and where. Fails if it
+    // cannot be written.
+    platform::Status UpdateRecord();
 
     // frmMainConflicts.cpp: files that were changed in the folder and in the archive
     // Remembers the conflicts of the last save whose versions in the archive are kept beside the

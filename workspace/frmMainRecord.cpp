@@ -173,9 +173,9 @@ bool frmMain::HoldsAllFiles() const {
     return true;
 }
 
-void frmMain::UpdateRecord() {
+platform::Status frmMain::UpdateRecord() {
     if (platform::storedName(WorkFolder()).isEmpty())
-        return; // deleted with its record
+        return {}; // deleted with its record
     WorkRecord::removeTemporaries(WorkFolders());
     const std::deque<SavedFile> &saved = m_cZ->LastResult().saved;
     const auto changesBase = [](const SavedFile &file) {
@@ -187,7 +187,7 @@ void frmMain::UpdateRecord() {
     if (!record && archive && WorkRecord::exists(WorkFolders(), WorkFolderName()))
         record.emplace(*archive, platform::FileInfo{}); // in place of an unreadable one
     if (!record || !archive || !std::any_of(saved.begin(), saved.end(), changesBase))
-        return;
+        return {};
     record->setArchive(*archive);
     std::vector<const SavedFile *> later;
     for (const SavedFile &file : saved)
@@ -209,5 +209,5 @@ void frmMain::UpdateRecord() {
     for (std::size_t i = 0; i < later.size(); ++i)
         if (!isRecorded[i])
             record->put(*later[i]);
-    static_cast<void>(record->write(WorkFolders(), WorkFolderName()));
+    return record->write(WorkFolders(), WorkFolderName());
 }

@@ -56,7 +56,7 @@ void frmMain::cmdSaveChanges_Click() {
     }
     if (failure.isEmpty() || failure.contains(kPartly))
         m_conflicts.clear(); // they are settled
-    UpdateRecord();
+    const platform::Status recorded = UpdateRecord();
     UpdateButtons(); // looks for changes by the new record
     lblStatus->SetText(
         failure.isEmpty() ? drpVL2File->currentText() + ".vl2 was created successfully" : failure);
@@ -66,6 +66,8 @@ void frmMain::cmdSaveChanges_Click() {
     if (!failure.isEmpty())
         platform::MsgBox(failure, platform::kCritical, "Orvel");
     const bool saved = failure.isEmpty() || failure.contains(kPartly);
+    if (!recorded.ok())
+        stayed = (stayed + '\n' + RecordNote(QString::fromStdString(recorded.message))).trimmed();
     if (saved)
         ShowNote(stayed.isEmpty() ? SaveNote() : SaveNote() + '\n' + stayed);
 }

@@ -308,6 +308,14 @@ TEST(frmMainSave, keeps_the_work_folder_and_says_what_was_skipped) {
     EXPECT_EQ(job.window->note(), "1 file changed: readme.txt");
     job.window->click("cmdSaveChanges");
     EXPECT_EQ(job.window->note(), "No other file was changed.");
+    writeFile(job.folder + "readme.txt", "edited again");
+    job.window->waitForLook();
+    ASSERT_TRUE(QFile::remove(job.record()) && QDir().mkpath(job.record() + "/in the way"));
+    job.window->click("cmdSaveChanges"); // says that it does not know what was edited
+    job.window->click("cmdSaveChanges");
+    EXPECT_EQ(readArchive(job.archive).at("readme.txt"), "edited again");
+    EXPECT_TRUE(job.window->note().contains("\nThe record of the extraction could not be written"))
+        << job.window->note().toStdString();
 }
 
 TEST(frmMainSave, leaves_a_file_that_an_editor_writes_after_it_was_packed) {
