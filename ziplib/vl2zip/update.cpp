@@ -46,6 +46,8 @@ class Update {
     bool guessedWrong() const { return m_guessedWrong; }
     // The file of the folder that changed, or else the archive.
     const std::string &changed() const { return m_changed.empty() ? m_options.archive : m_changed; }
+    // Why the attempt ended before the new archive was complete, if it did.
+    const Status &unread() const { return m_unread; }
 
   private:
     bool isQuick() const;
@@ -72,6 +74,7 @@ class Update {
     Scan m_scan;
     std::vector<Candidate> m_candidates;
     std::string m_changed;
+    Status m_unread;
 };
 
 // Whether reading the archive and the folder usually takes less time than starting a thread. On a
@@ -307,6 +310,7 @@ void Update::reportPacked() {
 // Reports the end of a call in which nothing failed.
 Status Update::finish(const std::vector<std::size_t> &packed) {
     for (const std::size_t i : packed) {
+        m_report.tick();
         const Candidate &candidate = m_candidates[i];
         if (candidate.entry == kNoEntry && !candidate.folder &&
             isLeftover(m_scan.pathOf(candidate)))
@@ -346,9 +350,11 @@ Status Update::run(bool &again) {
     std::vector<std::size_t> packed;
     if (auto written = write(*detector, packed); !written.ok()) {
         detector.reset(); // it may still read files
-        // A program that renames its temporary file takes it away before it is read.
-        const bool isChanged = written.is(Failure::CannotOpen) && checkFolder(again).ok() && again;
-        return isChanged ? Status() : written;
+        m_unread = failure(written, Failure::CannotOpen);
+        // A program that renames its temporary file takes it away before it is read. One that keeps
+        // writing to a file is not read again: each attempt reads it several times.
+        const bool repeats = written.is(Failure::CannotOpen) && checkFolder(again).ok() && again;
+        return repeats ? Status() : m_unread;
     }
     // The folder may contain the archive itself.
     const auto &comparisons = detector->comparisons();
@@ -385,6 +391,7 @@ Status updateArchive(const PackOptions &options, Report &report) {
     SourceFile::allowWaiting();
     std::optional<std::string> password;
     std::string changed;
+    Status unread;
     bool guess = true;
     for (int i = 0; i < kTries; ++i) {
         bool again = false;
@@ -399,7 +406,10 @@ Status updateArchive(const PackOptions &options, Report &report) {
         guess = guess && !update.guessedWrong();
         if (!update.guessedWrong()) // else nothing changed in this attempt
             changed = update.changed();
+        unread = update.unread();
     }
+    if (!unread.ok())
+        return unread;
     return {Failure::CannotOpen,
             changed + ": another program keeps changing it while it is packed"};
 }

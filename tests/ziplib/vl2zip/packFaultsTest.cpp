@@ -3,7 +3,11 @@
 #include "tests/support/disk.h"
 #include "ziplib/codec/codec.h"
 
+#include <atomic>
+#include <chrono>
+#include <fstream>
 #include <functional>
+#include <thread>
 #include <tuple>
 
 using namespace packer; // NOLINT: the tests speak this language
@@ -134,6 +138,22 @@ TEST_F(PackFaults, AFileThatIsRenamedBeforeItIsReadIsPackedUnderItsNewName) {
     ASSERT_EQ(result.code, 0) << result.all();
     EXPECT_EQ(names(archive), (Names{"a.txt", "b.txt"}));
     EXPECT_EQ(content(archive, "b.txt").size(), 17U << 20U);
+}
+
+TEST_F(PackFaults, AFileThatKeepsGrowingIsNamed) {
+    const fs::path log = work / "b.log";
+    writeFile(log, std::string(17U << 20U, 'n'));
+    std::atomic<bool> ends = false;
+    std::thread writer;
+    const auto result = runWhile([&] {
+        writer = std::thread([&] {
+            for (; !ends; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+                std::ofstream(log, std::ios::app) << 'n';
+        });
+    });
+    ends = true;
+    writer.join();
+    expectRefused(result, {18}, "b.log: another program keeps writing to it");
 }
 
 TEST_F(PackFaults, AWarningOfAnEarlierAttemptIsNotRepeated) {

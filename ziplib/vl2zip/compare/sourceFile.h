@@ -78,7 +78,8 @@ class SourceFile {
 
 // Repeats `attempt`, which sets `crc` to the CRC-32 of all that it has read, until it has read one
 // version of the file from beginning to end, as far as times show. On a disk where reading changes
-// the times, two attempts that read the same bytes show it. Fails if the file keeps changing.
+// the times, two attempts that read the same bytes show it. Fails with Busy if the file keeps
+// changing.
 template<typename Attempt>
 Status readWhole(SourceFile &file, const std::uint32_t &crc, Attempt attempt) {
     constexpr int kTries = 4;
@@ -99,7 +100,7 @@ Status readWhole(SourceFile &file, const std::uint32_t &crc, Attempt attempt) {
             return {};
         before = crc;
     }
-    return {Failure::CannotOpen, file.name() + ": another program keeps writing to it"};
+    return {Failure::Busy, file.name() + ": another program keeps writing to it"};
 }
 
 } // namespace ziplib
