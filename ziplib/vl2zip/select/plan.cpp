@@ -104,9 +104,12 @@ void findTwins(const EntryPaths &entries, Scan &scan, const std::function<void()
         idle();
         if ((entry < matched.size() && matched[entry]) || path.ends_with('/'))
             return;
-        if (byHash.empty())
-            for (Candidate &candidate : candidates)
+        if (byHash.empty()) {
+            for (Candidate &candidate : candidates) {
                 byHash.emplace(hashWithoutCase(scan.pathOf(candidate)), &candidate);
+                idle();
+            }
+        }
         const auto [begin, end] = byHash.equal_range(hashWithoutCase(path));
         for (auto found = begin; found != end; ++found)
             if (platform::foldCase(scan.pathOf(*found->second)) == platform::foldCase(path) &&

@@ -103,7 +103,8 @@ void ArchiveWriter::orderJobs() {
 Status ArchiveWriter::write(const std::optional<std::string> &password) {
     m_encrypted = password.has_value();
     if (m_target.exists()) {
-        if (auto made = m_layout.make(m_target.old(), m_directory, m_kept); !made.ok())
+        const auto idle = [this] { m_report.tick(); };
+        if (auto made = m_layout.make(m_target.old(), m_directory, m_kept, idle); !made.ok())
             return made;
         if (auto found = findRenamed(); !found.ok())
             return found;
@@ -184,7 +185,17 @@ Status ArchiveWriter::writeEntry(WriteJob &job, const std::optional<std::string>
     return m_report.processed(path) ? Status() : m_target.cancelled();
 }
 
+// Fails if the file has outgrown the header that was chosen by its size before.
+Status ArchiveWriter::checkSize(const WriteJob &job, const PackedFile &file) const {
+    if (job.zip64 || std::max(file.packing.compressedSize, file.packing.size) < kZip64Sentinel)
+        return {};
+    return {Failure::CannotOpen,
+            std::string(fileOf(job).path) + ": grew beyond 4 GiB while it was packed"};
+}
+
 Status ArchiveWriter::writeWhole(WriteJob &job, const PackedFile &file) {
+    if (auto checked = checkSize(job, file); !checked.ok())
+        return checked;
     note(job, file);
     std::string header;
     appendLocal(header, describe(job));
@@ -210,9 +221,8 @@ Status ArchiveWriter::writeStreamed(WriteJob &job, const std::optional<std::stri
         return packed;
     if (auto noted = notePacked(source, job, file); !noted.ok())
         return noted;
-    if (!job.zip64 && std::max(file.packing.compressedSize, file.packing.size) >= kZip64Sentinel)
-        return {Failure::CannotOpen,
-                std::string(fileOf(job).path) + ": grew beyond 4 GiB while it was packed"};
+    if (auto checked = checkSize(job, file); !checked.ok())
+        return checked;
     note(job, file);
     std::string header;
     appendLocal(header, describe(job));

@@ -82,6 +82,7 @@ class ArchiveWriter {
     void orderJobs();
     Status writeJobs(const std::optional<std::string> &password);
     Status writeEntry(WriteJob &job, const std::optional<std::string> &password);
+    Status checkSize(const WriteJob &job, const PackedFile &file) const;
     Status writeWhole(WriteJob &job, const PackedFile &file);
     Status writeStreamed(WriteJob &job, const std::optional<std::string> &password,
                          PackedFile &file);

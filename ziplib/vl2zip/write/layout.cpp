@@ -31,7 +31,7 @@ std::uint64_t readExtent(const platform::InputFile &archive, const Entry &entry)
 } // namespace
 
 Status Layout::make(const platform::InputFile &archive, const Directory &directory,
-                    const std::vector<bool> &kept) {
+                    const std::vector<bool> &kept, const std::function<void()> &idle) {
     const Directory::Entries entries = directory.entries();
     const std::vector<std::uint32_t> order = orderByOffset(directory);
     m_segmentOf.assign(entries.size(), 0);
@@ -42,6 +42,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
     m_coveredTo = 0;
     m_end = directory.start();
     for (const std::uint32_t index : order) {
+        idle();
         const Entry entry = entries[index];
         const std::uint64_t offset = entry.localOffset;
         if (offset >= directory.start())
@@ -54,6 +55,7 @@ Status Layout::make(const platform::InputFile &archive, const Directory &directo
     }
     // In file order, as cover() requires for overlaps.
     for (const std::uint32_t index : order) {
+        idle();
         if (kept[index]) {
             if (auto covered = cover(archive, directory, index); !covered.ok())
                 return covered;

@@ -4,6 +4,7 @@
 #include "ziplib/format/directory.h"
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace ziplib {
@@ -24,10 +25,10 @@ class Layout {
         void keep() { newStart = 0; }
     };
 
-    // `kept` says for each entry whether it is kept unchanged. Fails if a kept entry's bytes exceed
-    // the old archive.
+    // `kept` says for each entry whether it is kept unchanged. Calls `idle` for each entry. Fails
+    // if a kept entry's bytes exceed the old archive.
     Status make(const platform::InputFile &archive, const Directory &directory,
-                const std::vector<bool> &kept);
+                const std::vector<bool> &kept, const std::function<void()> &idle);
 
     std::vector<Segment> &segments() { return m_segments; }
     const std::vector<Segment> &segments() const { return m_segments; }
