@@ -35,6 +35,13 @@ if not WINE:
     import resource  # of POSIX, as the tests that use it
 GAME_KEY = r"SOFTWARE\Sierra Online\Setup\Tribes2"
 
+
+def end_by_signals():
+    """Also those that the parent ignores, as nohup and a shell without jobs do."""
+    for number in (signal.SIGINT, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
+
+
 # Command line, exit code, output, errors; "" is nothing.
 ROWS = [
     ("list a.vl2", 0, r"scripts/a.cs\nscripts/b.cs\nscripts/c.cs\ntextures/x.png\n", ""),
@@ -408,7 +415,8 @@ class Vl2(unittest.TestCase):
         before = (FOLDER / "big.vl2").read_bytes()
         for wait in (None, 0, 0.02, 0.05, 0.1, 0.2, 0.3):
             (FOLDER / "big.vl2").write_bytes(before)
-            process = subprocess.Popen([*PROGRAM, "build", "big", "big.vl2"], cwd=FOLDER, stderr=subprocess.PIPE)
+            process = subprocess.Popen([*PROGRAM, "build", "big", "big.vl2"], cwd=FOLDER, stderr=subprocess.PIPE,
+                                       preexec_fn=end_by_signals)
             if wait is not None:
                 self.wait_until_caught(process, signal.SIGHUP)
                 time.sleep(wait)
